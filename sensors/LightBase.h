@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cstdint>
+
+#include "sensors/Relaxed.h"
+#include "sensors/SensorBase.h"
+
+namespace android::hardware::sensors::V2_0::zelva_sensorhub {
+
+/** Base of the light sensors that take part in the display's brightness control. */
+class LightBase : public SensorBase {
+  public:
+    /**
+     * What the display tells about itself, in lux except for the brightness. Fields are written one
+     * by one on a proxy thread and read on the poll thread; a record in between may see half of an
+     * update, which at most costs that record its flicker correction.
+     */
+    struct PmsInfo {
+        Relaxed<int32_t> threshold_dark;  // below it the display counts as dark
+        Relaxed<int32_t> threshold_bright;
+        Relaxed<int32_t> brightness;
+    };
+
+    /** One per process: LightSensor's injection writes it, AutoBrightnessSensor reads it. */
+    static PmsInfo pmsInfo;
+
+    /** As SensorBase's, but the plain device is the non-wake-up twin whatever is asked for. */
+    LightBase(const char* iioName, const char* tag, const char* displayName, SensorInfo info,
+              ISensorsEventCallback* callback, bool wakeUpIsDefault);
+};
+
+}  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

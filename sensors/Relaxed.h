@@ -1,0 +1,31 @@
+#pragma once
+
+#include <atomic>
+
+namespace android::hardware::sensors::V2_0::zelva_sensorhub {
+
+/**
+ * A scalar that two threads touch without a lock, where a stale value costs at most one event. It
+ * orders nothing else: the machine code is that of a plain variable.
+ */
+template <typename T>
+class Relaxed {
+  public:
+    Relaxed() = default;
+    Relaxed(T value) : mValue(value) {}  // NOLINT(google-explicit-constructor): reads as a T
+    Relaxed(const Relaxed&) = delete;
+    Relaxed& operator=(const Relaxed&) = delete;
+
+    Relaxed& operator=(T value) {
+        mValue.store(value, std::memory_order_relaxed);
+        return *this;
+    }
+    operator T() const {  // NOLINT(google-explicit-constructor): reads as a T
+        return mValue.load(std::memory_order_relaxed);
+    }
+
+  private:
+    std::atomic<T> mValue{};
+};
+
+}  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -1,0 +1,358 @@
+#include "sensors/SensorBase.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <inttypes.h>
+#include <log/log.h>
+#include <sys/ioctl.h>
+#include <utils/SystemClock.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+#include <memory>
+#include <utility>
+
+#include "sensors/HubPaths.h"
+#include "sensors/InjectedEvent.h"
+
+namespace android::hardware::sensors::V2_0::zelva_sensorhub {
+
+namespace {
+
+// The kernel's request for an IIO device's event descriptor.
+constexpr unsigned long kIioGetEventFd = 0x80046990;
+
+// The hub bursts while the host sleeps; a shorter buffer would drop records.
+constexpr uint32_t kMinBufferLength = 600;
+
+// Sampled faster than one wake-up per record, so their queue length is always asked for.
+constexpr int32_t kVdisGyroHandle = 38;
+constexpr int32_t kStillwaveGyroHandle = 50;
+
+constexpr uint32_t kMaskDirectChannel = 0xC00;
+constexpr uint32_t kFlushComplete = 1;
+
+constexpr char kPermission[] = "com.tavrine.permission.QSENSOR";
+
+struct __attribute__((packed)) DefaultInjectionPacket {
+    uint8_t kind;
+    uint8_t handle;
+    uint32_t code;
+    uint8_t data[56];  // payload words 2 to 15; word 1 does not travel
+};
+static_assert(sizeof(DefaultInjectionPacket) == 62);
+
+struct DirectoryCloser {
+    void operator()(DIR* directory) const { closedir(directory); }
+};
+using Directory = std::unique_ptr<DIR, DirectoryCloser>;
+
+std::string deviceAttribute(int number, const char* attribute) {
+    return std::string(paths::kIioDirectory) + paths::kIioPrefix + std::to_string(number) + "/" +
+           attribute;
+}
+
+std::string devicePath(int number) {
+    char path[64];
+    snprintf(path, sizeof(path), paths::kIioDeviceFormat, number);
+    return path;
+}
+
+/** Reads the start of a text file; an empty text when it cannot be read. */
+template <size_t Size>
+ssize_t readText(int fd, char (&text)[Size]) {
+    const ssize_t count = read(fd, text, Size - 1);
+    text[count > 0 ? count : 0] = '\0';
+    return count;
+}
+
+bool hasName(int number, const char* name) {
+    const UniqueFd file(open(deviceAttribute(number, "name").c_str(), O_RDONLY | O_CLOEXEC));
+    if (!file.ok()) return false;
+    char text[256];
+    char word[30];
+    return readText(file.get(), text) > 0 && sscanf(text, "%29s", word) == 1 &&
+           strcmp(word, name) == 0;
+}
+
+/** A whole int32 in decimal at the start of the text, as scanf's %d takes it. */
+bool parseInt(const char* text, int* value) {
+    char* end = nullptr;
+    errno = 0;
+    const long long number = strtoll(text, &end, 10);
+    if (end == text) {
+        errno = EINVAL;
+        return false;
+    }
+    if (errno != 0 || number < std::numeric_limits<int>::min() ||
+        number > std::numeric_limits<int>::max()) {
+        errno = ERANGE;
+        return false;
+    }
+    *value = static_cast<int>(number);
+    return true;
+}
+
+}  // namespace
+
+SensorBase::SensorBase(const char* iioName, const char* tag, const char* displayName,
+                       SensorInfo info, ISensorsEventCallback* callback, bool wakeUpIsDefault)
+    : mTag(tag), mHandle(info.sensorHandle), mEventCallback(callback) {
+    if (iioName != nullptr) {
+        std::string name = iioName;
+        const bool wakeUp = (info.flags & kWakeUp) != 0;
+        if (!wakeUpIsDefault && wakeUp) name += "_wu";
+        if (wakeUpIsDefault && !wakeUp) name += "_nwu";
+        openDevice(name, info);
+    }
+    mSensorInfo = std::move(info);
+    composeName(displayName, wakeUpIsDefault);
+    prepareEvents();
+    chooseInjectionDevice();
+}
+
+SensorBase::~SensorBase() = default;
+
+void SensorBase::openDevice(const std::string& name, const SensorInfo& info) {
+    mDevNum = findTypeByName(name.c_str(), paths::kIioPrefix);
+    if (mDevNum < 0) return;
+
+    mBufferLengthPath = deviceAttribute(mDevNum, "buffer/length");
+    mBufferEnablePath = deviceAttribute(mDevNum, "buffer/enable");
+    mDataAvailablePath = deviceAttribute(mDevNum, "buffer/data_available");
+
+    mDataFd.reset(open(devicePath(mDevNum).c_str(), O_RDONLY | O_CLOEXEC));
+    if (!mDataFd.ok()) {
+        ALOGE("%s, ERROR mDevNum = %d", "SensorBase", mDevNum);
+        return;
+    }
+    ALOGI("%s", mTag);
+    const uint32_t length = std::max(info.fifoMaxEventCount, kMinBufferLength);
+    writeSysfsInt(mBufferLengthPath.c_str(), static_cast<int>(length));
+    mIioBufferEnableFailed = writeSysfsInt(mBufferEnablePath.c_str(), 1) < 0;
+}
+
+void SensorBase::composeName(const char* displayName, bool wakeUpIsDefault) {
+    std::string name = mSensorInfo.name;
+    if (!name.empty()) name += " ";
+    name += displayName;
+    if (wakeUpIsDefault && !isWakeUpSensor()) name += " Non Wake Up";
+    if (!wakeUpIsDefault && isWakeUpSensor()) name += " Wake Up";
+    mSensorInfo.name = name;
+    ALOGI("sensor_name %s mSensorInfo.name %s", name.c_str(), mSensorInfo.name.c_str());
+}
+
+void SensorBase::prepareEvents() {
+    memset(&mPendingEvent, 0, sizeof(mPendingEvent));
+    memset(&mMetaEvent, 0, sizeof(mMetaEvent));
+    mPendingEvent.sensorHandle = mHandle;
+    mMetaEvent.sensorHandle = mHandle;
+    mMetaEvent.sensorType = V1_0::SensorType::META_DATA;
+    mMetaEvent.u.meta.what = static_cast<V1_0::MetaDataEventType>(kFlushComplete);
+}
+
+void SensorBase::chooseInjectionDevice() {
+    const UniqueFd probe(open(paths::kInjection, O_RDWR | O_CLOEXEC));
+    mInjectionPath = probe.ok() ? paths::kInjection : paths::kInjectionFallback;
+    ALOGI("injection path %s", mInjectionPath);
+}
+
+int SensorBase::getFd() const {
+    return mDataFd.get();
+}
+
+int SensorBase::enable(int handle, bool on) {
+    if (!mDataFd.ok()) {
+        ALOGE("%s::%s, data fd %d, handle %d, enable %d", mTag, "enable", mDataFd.get(), handle,
+              on);
+        return -EIO;
+    }
+    retryIioBufferEnable();
+    return 0;
+}
+
+int SensorBase::batch(int, int64_t, int64_t) {
+    return 0;
+}
+
+int SensorBase::setDelay(int handle, int64_t periodNs) {
+    return batch(handle, periodNs, 0);
+}
+
+int SensorBase::flush(int) {
+    return 0;
+}
+
+int SensorBase::injectSensorData(const Event& event) {
+    const uint32_t code = injectedSubCommand(event);
+    if (code < kFirstSubCommand) return 0;
+
+    DefaultInjectionPacket packet = {};
+    packet.kind = kInjectionPacketKind;
+    packet.handle = static_cast<uint8_t>(mHandle);
+    packet.code = code;
+    memcpy(packet.data, reinterpret_cast<const uint8_t*>(&event.u) + 8, sizeof(packet.data));
+    ALOGI("%s::%s: %s default injection, type=%u", "SensorBase", "injectSensorData",
+          mSensorInfo.name.c_str(), code);
+    return writePacket(packet);
+}
+
+bool SensorBase::isShownSensorList() {
+    ALOGI("(%s)SensorBase::isShownSensorList()", mTag);
+    return true;
+}
+
+bool SensorBase::isWakeUpSensor() const {
+    return (mSensorInfo.flags & kWakeUp) != 0;
+}
+
+bool SensorBase::isOneShotSensor() const {
+    return (mSensorInfo.flags & kSpecial) == kOneShot;
+}
+
+bool SensorBase::isDirectReportSensor() const {
+    return (mSensorInfo.flags & kMaskDirectChannel) != 0;
+}
+
+int64_t SensorBase::getTimestamp() {
+    return elapsedRealtimeNano();
+}
+
+int SensorBase::getDataAvailable(uint64_t maxReportLatencyNs) {
+    int count = 1;
+    if (mHandle != kVdisGyroHandle && mHandle != kStillwaveGyroHandle) {
+        if (maxReportLatencyNs == 0 || mSensorInfo.fifoMaxEventCount == 0) return count;
+    }
+    readSysfsInt(mDataAvailablePath.c_str(), &count);
+    return count < 0 ? 1 : count;
+}
+
+int SensorBase::findTypeByName(const char* name, const char* prefix) {
+    const Directory directory(opendir(paths::kIioDirectory));
+    if (directory == nullptr) {
+        ALOGE("No industrialio devices available");
+        return -ENODEV;
+    }
+    const size_t prefixLength = strlen(prefix);
+    while (const dirent* entry = readdir(directory.get())) {
+        if (strlen(entry->d_name) <= prefixLength) continue;
+        if (strncmp(entry->d_name, prefix, prefixLength) != 0) continue;
+        int number = 0;
+        if (sscanf(entry->d_name + prefixLength, "%9d", &number) != 1) continue;
+        if (hasName(number, name)) return number;
+    }
+    return -ENODEV;
+}
+
+int SensorBase::openIio(const char* name) {
+    const int number = findTypeByName(name, paths::kIioPrefix);
+    if (number < 0) {
+        ALOGE("couldn't find the device %s", name);
+        return -1;
+    }
+    const std::string path = devicePath(number);
+    const UniqueFd device(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!device.ok()) {
+        ALOGE("couldn't open %s (%s)", path.c_str(), strerror(errno));
+        return -1;
+    }
+    int eventFd = -1;
+    if (ioctl(device.get(), kIioGetEventFd, &eventFd) < 0) {
+        ALOGE("couldn't get a event fd from %s", path.c_str());
+        return -1;
+    }
+    mInputName = paths::kIioPrefix + std::to_string(number);
+    return eventFd;
+}
+
+int SensorBase::readSysfsInt(const char* path, int* value) {
+    UniqueFd file(open(path, O_RDONLY | O_CLOEXEC));
+    if (!file.ok()) return -errno;
+
+    int result = 0;
+    char text[64];
+    if (readText(file.get(), text) < 0 || !parseInt(text, value)) {
+        result = -errno;
+        ALOGE("%s::%s: read failed: %d(%s)", "SensorBase", "readSysfsInt", result,
+              strerror(-result));
+    }
+    if (file.closeNow() < 0) {
+        result = -errno;
+        ALOGE("%s::%s: close failed: %d(%s)", "SensorBase", "readSysfsInt", result,
+              strerror(-result));
+    }
+    return result;
+}
+
+int SensorBase::writeSysfsInt(const char* path, int value) {
+    UniqueFd file(open(path, O_WRONLY | O_TRUNC | O_CLOEXEC));
+    if (!file.ok()) return 0;
+
+    const std::string text = std::to_string(value) + "\n";
+    int error = write(file.get(), text.data(), text.size()) < 0 ? errno : 0;
+    if (file.closeNow() < 0 && error == 0) error = errno;
+    if (error == 0) return 0;
+    ALOGE("%s, ERROR open file %s to write with error %d", "writeSysfsInt", path, error);
+    return -error;
+}
+
+void SensorBase::retryIioBufferEnable() {
+    if (!mIioBufferEnableFailed) return;
+    mIioBufferEnableFailed = false;
+    const int result = writeSysfsInt(mBufferEnablePath.c_str(), 1);
+    if (result < 0) ALOGE("iio buffer/enable failed again %d", result);
+}
+
+int SensorBase::writeInjection(const uint8_t* buffer, int count) {
+    const UniqueFd device(open(mInjectionPath, O_RDWR | O_CLOEXEC));
+    if (!device.ok()) {
+        ALOGE("%s::%s: open failed(%d) %s", mTag, "writeInjection", -errno, strerror(errno));
+        return -ENODEV;
+    }
+    while (write(device.get(), buffer, static_cast<size_t>(count)) < 0) {
+        const int error = errno;
+        if (error != EINTR) {
+            ALOGE("%s::%s: error(%d) %s", mTag, "writeInjection", -error, strerror(error));
+            return -error;
+        }
+        ALOGE("%s::%s: EINTR! retry to write", mTag, "writeInjection");
+    }
+    return 0;
+}
+
+unsigned SensorBase::atou(const char* text) {
+    unsigned value = 0;
+    for (; isdigit(static_cast<unsigned char>(*text)) != 0; ++text) {
+        value = value * 10 + static_cast<unsigned>(*text - '0');
+    }
+    return value;
+}
+
+void SensorBase::setType(int32_t type) {
+    mSensorInfo.type = static_cast<V1_0::SensorType>(type);
+    mPendingEvent.sensorType = mSensorInfo.type;
+}
+
+void SensorBase::requirePermission() {
+    mSensorInfo.requiredPermission = kPermission;
+}
+
+ssize_t SensorBase::readZeroed(void* record, size_t size) {
+    memset(record, 0, size);
+    return read(mDataFd.get(), record, size);
+}
+
+void SensorBase::logReadFailure() const {
+    ALOGE("%s :input data file descriptor not available - (%s)", mTag, strerror(errno));
+}
+
+void SensorBase::postEvent(const Event& event) {
+    mEventCallback->postEvents(std::vector<Event>(1, event), isWakeUpSensor());
+}
+
+}  // namespace android::hardware::sensors::V2_0::zelva_sensorhub
