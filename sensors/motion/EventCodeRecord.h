@@ -1,0 +1,14 @@
+#pragma once
+
+#include <cstdint>
+
+namespace android::hardware::sensors::V2_0::zelva_sensorhub {
+
+/** One event code: what most of the hub's detectors send. */
+struct __attribute__((packed)) EventCodeRecord {
+    uint8_t event;
+    uint64_t timestamp;  // ns
+};
+static_assert(sizeof(EventCodeRecord) == 9);
+
+}  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "sensors/SensorBase.h"
+
+namespace android::hardware::sensors::V2_0::zelva_sensorhub {
+
+/** A flip cover was opened or closed, with the figures that decided it. */
+class FlipCoverDetector : public SensorBase {
+  public:
+    FlipCoverDetector(const SensorInfo& info, ISensorsEventCallback* callback);
+
+    void readEvents() override;
+    /** Listed while the cover's status file can be opened: without it there is no cover. */
+    bool isShownSensorList() override;
+};
+
+}  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

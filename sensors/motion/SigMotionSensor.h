@@ -1,0 +1,18 @@
+#pragma once
+
+#include "sensors/SensorBase.h"
+
+namespace android::hardware::sensors::V2_0::zelva_sensorhub {
+
+/**
+ * Motion that suggests a change of place, once per activation. The hub may report it long after it
+ * noticed, so the event carries the time of its reading, and no record is taken as a flush marker.
+ */
+class SigMotionSensor : public SensorBase {
+  public:
+    SigMotionSensor(const SensorInfo& info, ISensorsEventCallback* callback);
+
+    void readEvents() override;
+};
+
+}  // namespace android::hardware::sensors::V2_0::zelva_sensorhub
