@@ -1,0 +1,189 @@
+#include <fcntl.h>
+#include <inttypes.h>
+#include <log/log.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <iterator>
+#include <limits>
+#include <string>
+
+#include "hub/SensorHubSensor.h"
+#include "sensors/HubPaths.h"
+#include "sensors/UniqueFd.h"
+
+// The hub firmware's access to host files. Nothing in a request is trusted but its path.
+namespace android::hardware::sensors::V2_0::zelva_sensorhub {
+
+namespace {
+
+constexpr char kClass[] = "SensorHubSensor";
+constexpr char kMethod[] = "fileManager";
+
+enum Operation { kRead, kWrite, kRemove };
+constexpr const char* kOperationNames[] = {"READ", "WRITE", "REMOVE"};
+
+constexpr size_t kRequestSize = 4096;
+
+/** A request's comma-separated fields; a missing one is empty. */
+struct FileRequest {
+    std::string path;
+    std::string size;
+    std::string offset;
+    std::string flag;              // WRITE: "0" when the hub wants no reply
+    char data[kRequestSize] = {};  // WRITE: what came, then zeros
+};
+
+struct __attribute__((packed)) Reply {
+    uint8_t operation;
+    int32_t result;  // bytes, 0, -1 or a negative errno
+    uint8_t data[4091];
+};
+static_assert(sizeof(Reply) == 4096);
+constexpr size_t kReplyHead = sizeof(Reply) - sizeof(Reply::data);
+
+/** Splits at the first four commas; the fifth field may hold any bytes. */
+FileRequest split(const char* text, size_t length) {
+    FileRequest request;
+    const char* const end = text + length;
+    for (std::string* field : {&request.path, &request.size, &request.offset, &request.flag}) {
+        const char* comma = std::find(text, end, ',');
+        field->assign(text, comma);
+        text = comma == end ? end : comma + 1;
+    }
+    std::copy(text, end, request.data);
+    return request;
+}
+
+/** Decimal text up to its first non-digit; false without digits or when T cannot hold it. */
+template <typename T>
+bool parseNumber(const std::string& text, T* value) {
+    char* end = nullptr;
+    errno = 0;
+    const long long number = strtoll(text.c_str(), &end, 10);
+    if (end == text.c_str() || errno != 0 || number < std::numeric_limits<T>::min() ||
+        number > std::numeric_limits<T>::max()) {
+        return false;
+    }
+    *value = static_cast<T>(number);
+    return true;
+}
+
+int32_t refuse(const char* what, const std::string& text) {
+    ALOGE("%s::%s: invalid %s %s", kClass, kMethod, what, text.c_str());
+    return -EINVAL;
+}
+
+/** 0, or -errno with the failure logged. */
+int32_t openFile(const char* path, int flags, UniqueFd* file) {
+    file->reset(open(path, flags | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC, 0660));
+    if (file->ok()) return 0;
+    const int error = errno;
+    ALOGI("%s::%s: %s open failed(%d) %s", kClass, kMethod, path, -error, strerror(error));
+    return -error;
+}
+
+/** 0, or -errno with the failure logged. What cannot seek is read and written as it comes. */
+int32_t seekTo(int fd, int64_t offset) {
+    if (lseek(fd, offset, SEEK_SET) >= 0 || errno == ESPIPE) return 0;
+    const int error = errno;
+    ALOGE("%s::%s: seek to %" PRId64 " failed(%d) %s", kClass, kMethod, offset, -error,
+          strerror(error));
+    return -error;
+}
+
+int32_t readFile(const FileRequest& request, int32_t size, int64_t offset, Reply* reply) {
+    UniqueFd file;
+    if (const int32_t error = openFile(request.path.c_str(), O_RDONLY, &file)) return error;
+    if (size < 0) return refuse("size", request.size);
+    LOG_ALWAYS_FATAL_IF(static_cast<size_t>(size) > sizeof(reply->data),
+                        "%s::%s: no reply holds %d bytes", kClass, kMethod, size);
+    if (const int32_t error = seekTo(file.get(), offset)) return error;
+    return static_cast<int32_t>(read(file.get(), reply->data, static_cast<size_t>(size)));
+}
+
+int32_t writeFile(const FileRequest& request, int32_t size, int64_t offset) {
+    if (size < 0 || static_cast<size_t>(size) > sizeof(request.data)) {
+        return refuse("size", request.size);
+    }
+    UniqueFd file;
+    if (const int32_t error = openFile(request.path.c_str(), O_WRONLY | O_CREAT, &file)) {
+        return error;
+    }
+    if (const int32_t error = seekTo(file.get(), offset)) return error;
+    return static_cast<int32_t>(write(file.get(), request.data, static_cast<size_t>(size)));
+}
+
+int32_t removeFile(const char* path) {
+    const int32_t result = remove(path);
+    ALOGI("%s::%s %s remove %d", kClass, kMethod, path, result);
+    return result;
+}
+
+/** Does what is asked and sets the result; false when the hub wants no reply. */
+bool serve(Operation operation, const FileRequest& request, Reply* reply) {
+    if (operation == kRemove) {
+        reply->result = removeFile(request.path.c_str());
+        return true;
+    }
+    int32_t size = 0;
+    int64_t offset = 0;
+    int32_t flag = 0;
+    if (!parseNumber(request.size, &size)) {
+        reply->result = refuse("size", request.size);
+    } else if (!parseNumber(request.offset, &offset)) {
+        reply->result = refuse("offset", request.offset);
+    } else if (operation == kRead) {
+        reply->result = readFile(request, size, offset, reply);
+    } else if (!parseNumber(request.flag, &flag)) {
+        reply->result = refuse("flag", request.flag);
+    } else {
+        reply->result = writeFile(request, size, offset);
+        return flag != 0;
+    }
+    return true;
+}
+
+void send(int controlFd, const Reply& reply) {
+    const size_t data =
+        reply.operation == kRead && reply.result > 0 ? static_cast<size_t>(reply.result) : 0;
+    const size_t length = kReplyHead + data;
+    const int32_t result = reply.result;
+    ALOGI("%s::%s: result %d, sendLen %d", kClass, kMethod, result, static_cast<int>(length));
+    if (write(controlFd, &reply, length) < 0) {
+        const int error = errno;
+        ALOGE("%s::%s: error(%d) %s", kClass, kMethod, -error, strerror(error));
+    }
+}
+
+}  // namespace
+
+void SensorHubSensor::fileManager(int type) {
+    if (type < 0 || static_cast<size_t>(type) >= std::size(kOperationNames)) {
+        ALOGI("%s::%s: invalid type %d  ", kClass, kMethod, type);
+        return;
+    }
+    ALOGI("%s::%s: %s", kClass, kMethod, kOperationNames[type]);
+    const UniqueFd control(open(paths::kFileManager, O_RDWR | O_CLOEXEC));
+    if (!control.ok()) {
+        const int error = errno;
+        ALOGI("%s::%s: shub_file open failed(%d) %s", kClass, kMethod, -error, strerror(error));
+        return;
+    }
+    char text[kRequestSize];
+    const ssize_t length = read(control.get(), text, sizeof(text));
+    if (length < 0) {
+        ALOGI("%s::%s: shub_file read failed(%d)", kClass, kMethod, -errno);
+        return;
+    }
+    const FileRequest request = split(text, static_cast<size_t>(length));
+    Reply reply = {};
+    reply.operation = static_cast<uint8_t>(type);
+    if (serve(static_cast<Operation>(type), request, &reply)) send(control.get(), reply);
+}
+
+}  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -1,0 +1,176 @@
+#include <dirent.h>
+#include <fcntl.h>
+#include <limits.h>
+#include <log/log.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <memory>
+#include <string>
+
+#include "hub/SensorHubSensor.h"
+#include "sensors/HubPaths.h"
+#include "sensors/UniqueFd.h"
+
+// Debug dumps of the hub, kept on the data partition.
+namespace android::hardware::sensors::V2_0::zelva_sensorhub {
+
+namespace {
+
+constexpr char kClass[] = "SensorHubSensor";
+
+constexpr int kStateDump = 0;
+constexpr int kStateDumpLimit = 2;
+
+constexpr char kLatestName[] = "shub_dump";
+constexpr char kStateName[] = "shub_dumpstate";
+constexpr char kStampFormat[] = "%Y%m%d_%H%M%S";
+
+// Where the stamp begins in a kept dump's name: behind "shub_dumpstate_", or "shub_dump_005_".
+constexpr size_t kStatePrefixLength = 15;
+constexpr size_t kNumberedPrefixLength = 14;
+
+struct DirectoryCloser {
+    void operator()(DIR* directory) const { closedir(directory); }
+};
+using Directory = std::unique_ptr<DIR, DirectoryCloser>;
+
+/** The next entry other than "." and ".."; null at the end. */
+const dirent* nextEntry(DIR* directory) {
+    const dirent* entry = readdir(directory);
+    while (entry != nullptr &&
+           (strcmp(entry->d_name, ".") == 0 || strcmp(entry->d_name, "..") == 0)) {
+        entry = readdir(directory);
+    }
+    return entry;
+}
+
+bool parseStamp(const char* text, time_t* time) {
+    tm local = {};
+    local.tm_isdst = -1;
+    errno = 0;
+    if (strptime(text, kStampFormat, &local) == nullptr) {
+        if (errno == 0) errno = EINVAL;
+        return false;
+    }
+    *time = mktime(&local);
+    return true;
+}
+
+/** Appends one part of a path; false with errno when it leaves no room. */
+bool appendPart(char* path, size_t size, const char* part) {
+    const size_t used = strlen(path);
+    const int printed = snprintf(path + used, size - used, "%s", part);
+    if (printed < 0) return false;
+    if (static_cast<size_t>(printed) < size - used) return true;
+    errno = ENAMETOOLONG;
+    return false;
+}
+
+void removeDump(const std::string& name) {
+    const std::string path = paths::kDumpDirectory + name;
+    ALOGI("%s::%s remove %s", kClass, "deletePrevDump", path.c_str());
+    remove(path.c_str());
+}
+
+void deleteAllDumps(DIR* directory, const char* prefix) {
+    while (const dirent* entry = nextEntry(directory)) {
+        if (strncmp(entry->d_name, prefix, strlen(prefix)) == 0) removeDump(entry->d_name);
+    }
+}
+
+// It is the newest of the previous dumps that gives way, not the oldest.
+void deleteNewestDump(DIR* directory, int type, const char* prefix, int limit) {
+    const size_t stampAt = type == kStateDump ? kStatePrefixLength : kNumberedPrefixLength;
+    int count = 0;
+    std::string newest;
+    time_t newestTime = 0;
+    while (const dirent* entry = nextEntry(directory)) {
+        const std::string name = entry->d_name;
+        if (name.compare(0, strlen(prefix), prefix) != 0) continue;
+        const std::string stamp = name.size() > stampAt ? name.substr(stampAt) : "";
+        time_t time = 0;
+        if (!parseStamp(stamp.c_str(), &time)) {
+            ALOGE("%s: str time %s error: %s", "deletePrevDump", stamp.c_str(), strerror(errno));
+            continue;
+        }
+        if (count == 0 || time > newestTime) {
+            newest = name;
+            newestTime = time;
+        }
+        ++count;
+    }
+    if (count >= limit && !newest.empty()) removeDump(newest);
+}
+
+}  // namespace
+
+void SensorHubSensor::dump(int type, int count) {
+    const time_t now = time(nullptr);
+    tm local = {};
+    if (localtime_r(&now, &local) == nullptr) {
+        ALOGE("%s::%s: time conversion error: %s", kClass, "dump", strerror(errno));
+        return;
+    }
+    char stamp[32] = "";
+    if (strftime(stamp, sizeof(stamp), kStampFormat, &local) == 0) {
+        ALOGE("%s::%s: time error: %s", kClass, "dump", strerror(errno));
+    }
+    char prefix[32];
+    if (type == kStateDump) {
+        snprintf(prefix, sizeof(prefix), "%s_", kStateName);
+    } else {
+        snprintf(prefix, sizeof(prefix), "%s_%03d_", kLatestName, type);
+    }
+    const int limit = type == kStateDump ? kStateDumpLimit : count;
+    ALOGI("%s::%s out %s%s, count %d", kClass, "dump", prefix, stamp, limit);
+
+    deletePrevDump(type, prefix, limit);
+    copyFile(paths::kDumpSourceDirectory, kLatestName, paths::kDumpDirectory, prefix, stamp);
+    copyFile(paths::kDumpSourceDirectory, kLatestName, paths::kDumpDirectory, kLatestName, nullptr);
+}
+
+void SensorHubSensor::deletePrevDump(int type, const char* prefix, int limit) {
+    const Directory directory(opendir(paths::kDumpDirectory));
+    if (directory == nullptr) return;
+    if (limit == 1) {
+        deleteAllDumps(directory.get(), prefix);
+    } else {
+        deleteNewestDump(directory.get(), type, prefix, limit);
+    }
+}
+
+void SensorHubSensor::copyFile(const char* inDir, const char* inName, const char* outDir,
+                               const char* outName, const char* suffix) {
+    char in[PATH_MAX] = "";
+    if (!appendPart(in, sizeof(in), inDir) || !appendPart(in, sizeof(in), inName)) {
+        ALOGE("%s::%s: in path error: %s", kClass, "copyFile", strerror(errno));
+        return;
+    }
+    char out[PATH_MAX] = "";
+    if (!appendPart(out, sizeof(out), outDir) || !appendPart(out, sizeof(out), outName) ||
+        (suffix != nullptr && !appendPart(out, sizeof(out), suffix))) {
+        ALOGE("%s::%s: out path error: %s", kClass, "copyFile", strerror(errno));
+        return;
+    }
+    const UniqueFd inFd(open(in, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    // Not truncated: of a longer earlier dump the tail stays.
+    const UniqueFd outFd(open(out, O_WRONLY | O_CREAT | O_CLOEXEC, 0664));
+    if (inFd.get() < 1 || outFd.get() < 1) {
+        ALOGE("%s::%s: open error: %s, inFd(%d)=%s, outFd(%d)=%s", kClass, "copyFile",
+              strerror(errno), inFd.get(), in, outFd.get(), out);
+        return;
+    }
+    char chunk[4096];
+    ssize_t count = 0;
+    while ((count = read(inFd.get(), chunk, sizeof(chunk))) > 0) {
+        if (write(outFd.get(), chunk, static_cast<size_t>(count)) < 0) {
+            ALOGE("%s::%s: write error: %s", kClass, "copyFile", strerror(errno));
+        }
+    }
+}
+
+}  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -1,0 +1,140 @@
+#include "hub/QContextSensor.h"
+
+#include <fcntl.h>
+#include <inttypes.h>
+#include <log/log.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <vector>
+
+#include "sensors/HubPaths.h"
+#include "sensors/SensorList.h"
+#include "sensors/UniqueFd.h"
+
+namespace android::hardware::sensors::V2_0::zelva_sensorhub {
+
+namespace {
+
+constexpr int32_t kType = 0x10032;
+
+// Frame kinds of additional information; the list is a custom one.
+constexpr int32_t kFrameBegin = 0;
+constexpr int32_t kFrameEnd = 1;
+constexpr int32_t kFrameList = 0x10000002;
+
+SensorInfo makeInfo() {
+    SensorInfo info = {};
+    info.sensorHandle = kQContextHandle;
+    info.vendor = "Tavrine Inc.";
+    info.version = 2;
+    info.typeAsString = "com.tavrine.sensor.sensorhubs";
+    info.maxRange = 1.0f;
+    info.maxDelay = 20000;
+    info.flags = kSpecial;
+    return info;
+}
+
+}  // namespace
+
+QContextSensor::QContextSensor(ISensorsEventCallback* callback)
+    : SensorBase("qcontext_iio", "QContextSensor", "Qcontext", makeInfo(), callback, false) {
+    setType(kType);
+    requirePermission();
+    mListEvent.sensorHandle = mHandle;
+    mListEvent.sensorType = V1_0::SensorType::ADDITIONAL_INFO;
+    // The hub talks before anyone enables it: the buffer runs in any case.
+    writeSysfsInt(mBufferEnablePath.c_str(), 1);
+}
+
+int QContextSensor::enable(int handle, bool on) {
+    if (on) {
+        const UniqueFd file(open(paths::kContextList, O_RDONLY | O_CLOEXEC));
+        if (!file.ok()) {
+            ALOGE("%s : qcontext list open failed - (%s)", "QContextSensor", strerror(errno));
+            return 0;
+        }
+        int32_t words[4] = {};
+        if (read(file.get(), words, sizeof(words)) < 0) {
+            ALOGE("%s : qcontext list read failed - (%s)", "QContextSensor", strerror(errno));
+        } else {
+            postList(words);
+        }
+    }
+    return SensorBase::enable(handle, on);
+}
+
+int QContextSensor::batch(int, int, int64_t, int64_t) {
+    return 0;
+}
+
+const Event& QContextSensor::stampListEvent(int32_t kind) {
+    mListEvent.timestamp = getTimestamp();
+    mListEvent.u.additional.type = static_cast<V1_0::AdditionalInfoType>(kind);
+    return mListEvent;
+}
+
+void QContextSensor::postList(const int32_t (&words)[4]) {
+    std::vector<Event> frame;
+    frame.reserve(3);
+    frame.push_back(stampListEvent(kFrameBegin));
+    // The words stay behind: the end event and the next begin event carry them too.
+    for (size_t i = 0; i < 4; ++i)
+        mListEvent.u.additional.u.data_int32[i] = words[i];
+    frame.push_back(stampListEvent(kFrameList));
+    ALOGI("QContext List : 0x%x 0x%x 0x%x 0x%x", static_cast<uint32_t>(words[0]),
+          static_cast<uint32_t>(words[1]), static_cast<uint32_t>(words[2]),
+          static_cast<uint32_t>(words[3]));
+    frame.push_back(stampListEvent(kFrameEnd));
+    mEventCallback->postEvents(frame, isWakeUpSensor());
+}
+
+int QContextSensor::flush(int handle) {
+    mEventCallback->postEvents(std::vector<Event>(1, mMetaEvent), false);
+    return SensorBase::flush(handle);
+}
+
+int QContextSensor::injectSensorData(const Event& event) {
+    ALOGI("QContextSensor::injecet_sensor_data");
+    mHubDataWriter.handleData(event);
+    return 0;
+}
+
+void QContextSensor::readEvents() {
+    Record record;
+    if (readRecord(&record) < 0) return;
+    mLastMessage = record.message;
+    logMessage(record);
+
+    mPendingEvent.timestamp = record.timestamp;
+    if (record.timestamp == 0) ALOGI("QContextSensor: SensorHub reset");
+    memcpy(&mPendingEvent.u, &mLastMessage, sizeof(mLastMessage));
+    postPendingEvent();
+}
+
+void QContextSensor::logMessage(const Record& record) {
+    constexpr int kMaxDistance = 64;
+    constexpr int kDataOffset = offsetof(Record, message.data);
+    // The timestamp behind the data counts in, but nothing behind the record does.
+    constexpr int kStored = static_cast<int>(sizeof(Record)) - kDataOffset;
+
+    const int32_t size = record.message.size;
+    const int32_t begin = record.message.begin;
+    const int32_t end = record.message.end;
+    if (size <= begin || size <= end || begin >= end || end - begin > kMaxDistance) return;
+
+    const auto* bytes = reinterpret_cast<const uint8_t*>(&record) + kDataOffset;
+    const int count = std::min(end - begin + 1, kStored);
+    char text[kStored * sizeof("255") + sizeof(",")] = "";
+    size_t length = 0;
+    for (int i = 0; i < count; ++i) {
+        const int printed = snprintf(text + length, sizeof(text) - length, "%d,", bytes[i]);
+        if (printed > 0) length += static_cast<size_t>(printed);
+    }
+    ALOGI("context %d %d %d %s %" PRId64, size, begin, end, text, record.timestamp);
+}
+
+}  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -1,0 +1,198 @@
+#include "hub/SensorHubDataWriter.h"
+
+#include <fcntl.h>
+#include <log/log.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "sensors/HubPaths.h"
+
+namespace android::hardware::sensors::V2_0::zelva_sensorhub {
+
+namespace {
+
+constexpr char kName[] = "SensorHubDataWriter";
+
+constexpr int32_t kStart = 0;
+constexpr int32_t kEnd = 1;
+constexpr int32_t kData = 0x42554853;  // "SHUB" in memory
+
+/** An injected event's payload. */
+struct Piece {
+    int32_t kind;
+    uint32_t length;  // start and end: of the whole message; data: of this chunk
+    uint8_t chunk[56];
+};
+static_assert(sizeof(Piece) == 64 && sizeof(Piece) == sizeof(Event::u));
+
+/** A descriptor, or negative with the failure logged. */
+int openDevice(const char* path) {
+    const int fd = open(path, O_RDWR | O_CLOEXEC);
+    if (fd < 0) ALOGE("%s: open sensorhub device failed(%d) %s", kName, fd, strerror(errno));
+    return fd;
+}
+
+}  // namespace
+
+int hbx_data_injection_fd = 0;
+
+SensorHubDataWriter::SensorHubDataWriter() {
+    ALOGI("%s::%s()", kName, kName);
+    hbx_data_injection_fd = openDevice(paths::kHubMessage);
+    if (hbx_data_injection_fd < 0) hbx_data_injection_fd = openDevice(paths::kHubMessageFallback);
+    if (hbx_data_injection_fd < 0) return;
+    // At error level on purpose, success or not.
+    ALOGE("%s: open sensorhub device success(%d)", kName, hbx_data_injection_fd);
+}
+
+SensorHubDataWriter::~SensorHubDataWriter() {
+    ALOGI("%s::%s()", kName, "~SensorHubDataWriter");
+}
+
+int32_t SensorHubDataWriter::handleData(const Event& event) {
+    Piece piece;
+    memcpy(&piece, &event.u, sizeof(piece));
+    switch (piece.kind) {
+        case kStart:
+            return start(piece.length, event.timestamp, piece.chunk);
+        case kData:
+            // No event carries more than its chunk, whatever it says.
+            return append(piece.length, piece.chunk, sizeof(piece.chunk));
+        case kEnd:
+            return end(piece.length);
+        default:
+            ALOGI("%s: does not support this type %d", kName, piece.kind);
+            return -1;
+    }
+}
+
+int32_t SensorHubDataWriter::start(uint32_t length, int64_t timestamp, const uint8_t* chunk) {
+    if (mInjecting) ALOGD("%s: injection was not finished", kName);
+    clearBuffer();
+    mInjecting = false;
+    if (length > kCapacity) {
+        ALOGD("%s: too big data", kName);
+        return -1;
+    }
+    if (length <= kMaxWholeMessage) {
+        mDataLength = static_cast<int32_t>(length);
+        mStartTimestamp = timestamp;
+        memcpy(mHubData, chunk, length);
+        writeData();
+        clearBuffer();
+        return -1;
+    }
+    mInjecting = true;
+    // A message of the full capacity is let in but gets no room: it can only be dropped.
+    if (length < kCapacity) {
+        mDataLength = static_cast<int32_t>(length);
+        mStartTimestamp = timestamp;
+    }
+    return 0;
+}
+
+int32_t SensorHubDataWriter::append(uint32_t length, const uint8_t* chunk, uint32_t chunkSize) {
+    if (!mInjecting) {
+        ALOGE("%s: does not start injection", kName);
+        return -1;
+    }
+    return appendBytes(length, chunk, chunkSize);
+}
+
+int32_t SensorHubDataWriter::appendBytes(uint32_t length, const void* bytes, uint32_t available) {
+    const int32_t position = mDataPos;
+    if (length > available || length > static_cast<uint32_t>(mDataLength - position)) {
+        ALOGE("%s: SetHubData failed , Not enough buffer %zu", kName, static_cast<size_t>(length));
+        return -1;
+    }
+    memcpy(mHubData + position, bytes, length);
+    mDataPos = position + static_cast<int32_t>(length);
+    return mDataPos;
+}
+
+int32_t SensorHubDataWriter::end(uint32_t length) {
+    if (!mInjecting) {
+        ALOGE("%s: does not start injection", kName);
+        return -1;
+    }
+    mInjecting = false;
+    if (length == static_cast<uint32_t>(mDataLength) && mDataLength == mDataPos) {
+        writeData();
+    } else {
+        ALOGE("%s: injection was not finished", kName);
+    }
+    return -1;
+}
+
+int32_t SensorHubDataWriter::writeData() {
+    constexpr int32_t kBytesPerLine = 16;
+    char line[64] = "";
+    size_t used = 0;
+    for (int32_t i = 0; i < mDataLength; ++i) {
+        const int printed = snprintf(line + used, sizeof(line) - used, "%.2x", mHubData[i]);
+        if (printed > 0) used += static_cast<size_t>(printed);
+        if ((i + 1) % kBytesPerLine == 0 || i + 1 == mDataLength) {
+            ALOGD("%s ", line);
+            used = 0;
+        }
+    }
+    inject_qcontext_data(mHubData, mDataLength);
+    return -1;
+}
+
+int32_t SensorHubDataWriter::inject_qcontext_data(const unsigned char* data, int len) {
+    const int lastError = errno;
+    const int fd = hbx_data_injection_fd;
+    ALOGD("%s: New hbx_data_injection_fd(%d)", "inject_qcontext_data", fd);
+    if (fd < 0) {
+        ALOGE("%s: invalid hbx_data_injection_fd(%d)", "inject_qcontext_data", fd);
+        return -lastError;
+    }
+    if (data == nullptr || len < 0) {
+        ALOGE("%s: error(%d) %s", "inject_qcontext_data", -EINVAL, strerror(EINVAL));
+        return -EINVAL;
+    }
+    ssize_t written = 0;
+    while ((written = write(fd, data, static_cast<size_t>(len))) < 0) {
+        const int error = errno;
+        if (error != EINTR) {
+            ALOGE("%s: error(%d) %s", "inject_qcontext_data", -error, strerror(error));
+            ALOGD("QContext Data Injection return %d", static_cast<int>(written));
+            return -error;
+        }
+        ALOGE("%s: EINTR! retry to write", "inject_qcontext_data");
+    }
+    ALOGD("QContext Data Injection return %d", static_cast<int>(written));
+    return static_cast<int32_t>(written);
+}
+
+void SensorHubDataWriter::initBuffers(int length, unsigned long timestamp, const int* data) {
+    clearBuffer();
+    if (length < 0 || length > kCapacity) {
+        ALOGE("%s: too big data", kName);
+        return;
+    }
+    mDataLength = length;
+    mStartTimestamp = static_cast<int64_t>(timestamp);
+    if (data != nullptr) memcpy(mHubData, data, static_cast<size_t>(length));
+}
+
+int32_t SensorHubDataWriter::setHubData(int length, const int* data) {
+    if (data == nullptr) {
+        ALOGE("%s: SetHubData failed ,wrong buffer", kName);
+        return -1;
+    }
+    // The caller's buffer holds what it says; the message's room is what limits it.
+    return appendBytes(static_cast<uint32_t>(length), data, kCapacity);
+}
+
+void SensorHubDataWriter::clearBuffer() {
+    mDataPos = 0;
+    mDataLength = 0;
+    mStartTimestamp = 0;
+}
+
+}  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

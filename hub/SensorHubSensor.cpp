@@ -1,0 +1,80 @@
+#include "hub/SensorHubSensor.h"
+
+#include <fcntl.h>
+#include <log/log.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "sensors/HubPaths.h"
+#include "sensors/UniqueFd.h"
+
+namespace android::hardware::sensors::V2_0::zelva_sensorhub {
+
+namespace {
+
+constexpr uint8_t kReadySignal = 3;
+
+constexpr uint8_t kFileManagerRequest = 0xFB;
+constexpr uint8_t kDumpRequest = 0xFC;
+
+struct Record {
+    uint8_t command;
+    uint8_t type;   // file-manager operation or dump type
+    uint8_t count;  // dumps of this type to keep
+    uint8_t unused[8];
+};
+static_assert(sizeof(Record) == 11);
+
+}  // namespace
+
+SensorHubSensor::SensorHubSensor(ISensorsEventCallback* callback)
+    : SensorBase("sensorhub_sensor", "SensorHubSensor", "SensorHub", SensorInfo{}, callback,
+                 false) {}
+
+void SensorHubSensor::ready() {
+    const UniqueFd file(open(paths::kFileManager, O_RDWR | O_CLOEXEC));
+    if (!file.ok()) {
+        const int error = errno;
+        mFmReady = false;
+        ALOGI("%s::%s: shub_file open failed(%d) %s", mTag, "ready", -error, strerror(error));
+        return;
+    }
+    if (write(file.get(), &kReadySignal, sizeof(kReadySignal)) < 0) {
+        const int error = errno;
+        ALOGE("%s::%s: error(%d) %s", mTag, "ready", -error, strerror(error));
+        return;
+    }
+    ALOGI("%s::%s: send FM READY", mTag, "ready");
+    mFmReady = true;
+}
+
+void SensorHubSensor::readEvents() {
+    Record record;
+    if (readRecordQuietly(&record) < 0) {
+        ALOGE("%s input data file descriptor not available - (%s)", mTag, strerror(errno));
+        return;
+    }
+    switch (record.command) {
+        case kFileManagerRequest:
+            if (mFmReady) {
+                fileManager(record.type);
+            } else {
+                ALOGE("fm is not supported");
+            }
+            break;
+        case kDumpRequest:
+            ALOGI("%s dump type %d, count %d", mTag, record.type, record.count);
+            dump(record.type, record.count);
+            break;
+        default:
+            break;
+    }
+}
+
+bool SensorHubSensor::isShownSensorList() {
+    return false;
+}
+
+}  // namespace android::hardware::sensors::V2_0::zelva_sensorhub
