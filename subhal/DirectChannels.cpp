@@ -1,0 +1,273 @@
+#include <log/log.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdint>
+#include <limits>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "subhal/SensorsSubHal.h"
+#include "subhal/convert.h"
+
+namespace android::hardware::sensors::V2_0::zelva_sensorhub {
+
+namespace {
+
+using V1_0::SharedMemType;
+
+constexpr int32_t kAllSensors = -1;
+constexpr int32_t kNoChannel = -1;
+constexpr int32_t kMinReportHandle = 1;
+
+constexpr int32_t kRateStop = 0;
+constexpr int32_t kRateNormal = 1;
+constexpr int32_t kRateFast = 2;
+constexpr int32_t kRateVeryFast = 3;
+// The fastest that the hub samples for direct report; what asks for more gets this.
+constexpr int32_t kMaxStoredRate = kRateFast;
+
+/** Sampling period of a rate level in ns, 0 for a level without one. */
+int64_t periodOf(int32_t rateLevel) {
+    switch (rateLevel) {
+        case kRateNormal:
+            return 20'000'000;
+        case kRateFast:
+            return 2'500'000;
+        case kRateVeryFast:
+            return 2'000'000;
+        default:
+            return 0;
+    }
+}
+
+/** A failure status as the proxy understands it. */
+Result toFailure(int32_t status) {
+    switch (status) {
+        case -EPERM:
+            return Result::PERMISSION_DENIED;
+        case -ENOMEM:
+            return Result::NO_MEMORY;
+        case -EINVAL:
+            return Result::BAD_VALUE;
+        default:
+            return Result::INVALID_OPERATION;
+    }
+}
+
+std::unique_ptr<DirectChannelBase> makeChannel(const sensors_direct_mem_t* mem) {
+    ALOGI("mem->type %d", mem->type);
+    switch (mem->type) {
+        case SENSOR_DIRECT_MEM_TYPE_GRALLOC:
+            ALOGI("mem->type GRALLOC");
+            return std::make_unique<GrallocDirectChannel>(mem);
+        case SENSOR_DIRECT_MEM_TYPE_ASHMEM:
+            ALOGI("mem->type ASHMEM");
+            return std::make_unique<AshmemDirectChannel>(mem);
+        default:
+            return nullptr;
+    }
+}
+
+}  // namespace
+
+void SensorsSubHal::DirectReport::setRateLevel(int32_t channelHandle, int32_t rateLevel) {
+    channels.erase(channelHandle);
+    if (rateLevel != kRateStop) channels[channelHandle] = {0, rateLevel};
+    int32_t highest = 0;
+    for (const auto& channel : channels)
+        highest = std::max(highest, channel.second.rateLevel);
+    maxRateLevel = highest;
+}
+
+Return<void> SensorsSubHal::registerDirectChannel(const SharedMemInfo& mem,
+                                                  registerDirectChannel_cb callback) {
+    ALOGI("registerDirectChannel++");
+    sensors_direct_mem_t directMem = {};
+    ALOGI("convertFromSharedMemInfo type: %d format: %d memout size: %d handle: %p",
+          static_cast<int>(mem.type), static_cast<int>(mem.format), static_cast<int>(mem.size),
+          static_cast<const void*>(mem.memoryHandle.getNativeHandle()));
+    // Graphics buffers work below this interface, but are not offered to clients.
+    if (mem.type != SharedMemType::ASHMEM) {
+        ALOGE("type is not supported: %d", static_cast<int>(mem.type));
+        callback(Result::BAD_VALUE, kNoChannel);
+        return Void();
+    }
+    if (!V1_0::implementation::convertFromSharedMemInfo(mem, &directMem)) {
+        callback(Result::BAD_VALUE, kNoChannel);
+        return Void();
+    }
+    const int32_t result = addDirectChannel(&directMem);
+    ALOGI("addDirectChannel %d", result);
+    if (result >= 0) {
+        callback(Result::OK, result);
+    } else {
+        callback(toFailure(result), kNoChannel);
+    }
+    return Void();
+}
+
+int32_t SensorsSubHal::addDirectChannel(const sensors_direct_mem_t* mem) {
+    ALOGI("addDirectChannel++");
+    std::unique_ptr<DirectChannelBase> channel;  // a failed one goes after the lock
+    const std::lock_guard<std::mutex> lock(mDirectChannelLock);
+    for (const auto& existing : mDirectChannel) {
+        if (existing.second->memoryMatches(mem)) {
+            ALOGI("memoryMatches error");
+            return -EINVAL;
+        }
+    }
+    channel = makeChannel(mem);
+    if (channel == nullptr) return -ENOSYS;
+    if (!channel->isValid()) {
+        const int32_t error = channel->getError();
+        ALOGW("Direct channel object(type:%d) has error %d upon init", mem->type, error);
+        return error;
+    }
+    const int32_t channelHandle = mNextDirectChannelHandle++;
+    mDirectChannel.emplace(channelHandle, std::move(channel));
+    return channelHandle;
+}
+
+Return<Result> SensorsSubHal::unregisterDirectChannel(int32_t channelHandle) {
+    removeDirectChannel(channelHandle);
+    return Result::OK;
+}
+
+int SensorsSubHal::removeDirectChannel(int32_t channelHandle) {
+    ALOGI("removeDirectChannel: %d", channelHandle);
+    std::vector<int32_t> stopped;
+    stopAllDirectReportOnChannel(channelHandle, &stopped);
+    if (!stopped.empty()) {
+        std::string sensors;
+        for (const int32_t sensorHandle : stopped)
+            sensors += std::to_string(sensorHandle) + ",";
+        ALOGW("Removing channel %d when sensors (%s) are not stopped.", channelHandle,
+              sensors.c_str());
+    }
+    const std::lock_guard<std::mutex> lock(mDirectChannelLock);
+    mDirectChannel.erase(channelHandle);
+    return 0;
+}
+
+int SensorsSubHal::stopAllDirectReportOnChannel(int32_t channelHandle,
+                                                std::vector<int32_t>* stopped) {
+    const std::lock_guard<std::mutex> lock(mDirectChannelLock);
+    if (mDirectChannel.count(channelHandle) == 0) return -EINVAL;
+
+    std::vector<int32_t> unused;  // sensors that this leaves without a channel
+    for (auto& [sensorHandle, report] : mSensorToChannel) {
+        if (report.channels.count(channelHandle) == 0) continue;
+        report.setRateLevel(channelHandle, kRateStop);
+        if (report.channels.empty()) unused.push_back(sensorHandle);
+    }
+    std::sort(unused.begin(), unused.end());
+    if (stopped != nullptr) *stopped = unused;
+
+    const std::lock_guard<std::mutex> configLock(mConfigLock);
+    for (const int32_t sensorHandle : unused) {
+        if (!row(sensorHandle).enabled) queueActivate(sensorHandle, false);
+    }
+    return 0;
+}
+
+Return<void> SensorsSubHal::configDirectReport(int32_t sensorHandle, int32_t channelHandle,
+                                               RateLevel rate, configDirectReport_cb callback) {
+    const int level = V1_0::implementation::convertFromRateLevel(rate);
+    if (level < 0) {
+        callback(Result::BAD_VALUE, 0);
+        return Void();
+    }
+    ALOGI("configDirectReport %d %d %d", sensorHandle, channelHandle, level);
+    const int result = configDirectChannel(sensorHandle, channelHandle, level);
+    const bool ok = result == 0 || (level != kRateStop && result >= 1);
+    callback(ok ? Result::OK : toFailure(result), result);
+    return Void();
+}
+
+int SensorsSubHal::configDirectChannel(int32_t sensorHandle, int32_t channelHandle,
+                                       int32_t rateLevel) {
+    ALOGI("configDirectChannel %d %d %d", sensorHandle, channelHandle, rateLevel);
+    if (sensorHandle == kAllSensors && rateLevel == kRateStop) {
+        return stopAllDirectReportOnChannel(channelHandle, nullptr);
+    }
+    if (sensorHandle < kMinReportHandle || sensorHandle > kMaxHandle) return -EINVAL;
+    const SensorBase* sensor = mSensorList->get(sensorHandle);
+    if (sensor == nullptr || !sensor->isDirectReportSensor()) return -EINVAL;
+
+    const std::lock_guard<std::mutex> lock(mDirectChannelLock);
+    if (mDirectChannel.count(channelHandle) == 0) {
+        ALOGI("mDirectChannel not found");
+        return -EINVAL;
+    }
+    const auto report = mSensorToChannel.find(sensorHandle);
+    if (report == mSensorToChannel.end()) {
+        ALOGI("mSensorToChannel not found");
+        return -EINVAL;
+    }
+    report->second.setRateLevel(channelHandle, std::min(rateLevel, kMaxStoredRate));
+
+    const std::lock_guard<std::mutex> configLock(mConfigLock);
+    // Stopping leaves the sensor on: a client that stops often starts again. Removal switches off.
+    if (rateLevel == kRateStop) return 0;
+    SensorState& state = row(sensorHandle);
+    if (!state.enabled) queueActivate(sensorHandle, true);
+    queueBatch(sensorHandle, state.samplingPeriodNs, state.maxReportLatencyNs);
+    return sensorHandle;
+}
+
+int64_t SensorsSubHal::rateLevelToDeviceSamplingPeriodNs(int32_t sensorHandle,
+                                                         int32_t rateLevel) const {
+    const int64_t periodNs = periodOf(rateLevel);
+    if (mSensorToChannel.count(sensorHandle) == 0 || periodNs == 0) {
+        return std::numeric_limits<int64_t>::max();
+    }
+    return periodNs;
+}
+
+void SensorsSubHal::mergeDirectReportRequest(batch_config* request, int32_t sensorHandle) {
+    const SensorState& state = row(sensorHandle);
+    request->delay = state.samplingPeriodNs;
+    request->timeout = state.maxReportLatencyNs;
+    const auto report = mSensorToChannel.find(sensorHandle);
+    if (report == mSensorToChannel.end()) return;
+    const int64_t directPeriodNs = periodOf(report->second.maxRateLevel);
+    if (directPeriodNs == 0) return;
+
+    // Direct reports are never batched, and run at the faster of the periods that are wanted now.
+    request->timeout = 0;
+    const bool directIsFaster =
+        static_cast<uint64_t>(directPeriodNs) < static_cast<uint64_t>(request->delay);
+    if (directIsFaster || !state.enabled) request->delay = directPeriodNs;
+}
+
+void SensorsSubHal::postDirectEvents(const std::vector<Event>& events) {
+    const size_t count = events.size();
+    const std::unique_ptr<sensors_event_t[]> converted(new sensors_event_t[count]);
+    for (size_t i = 0; i < count; ++i) {
+        V1_0::implementation::convertToSensorEvent(events[i], &converted[i]);
+    }
+    sendDirectReportEvent(converted.get(), count);
+}
+
+void SensorsSubHal::sendDirectReportEvent(const sensors_event_t* events, size_t count) {
+    if (count == 0) return;
+    // A configuration call may write to the hub under this lock; events do not wait for that.
+    const std::unique_lock<std::mutex> lock(mDirectChannelLock, std::try_to_lock);
+    if (!lock.owns_lock()) return;
+    for (size_t i = 0; i < count; ++i) {
+        const auto report = mSensorToChannel.find(events[i].sensor);
+        if (report == mSensorToChannel.end()) continue;
+        for (auto& [channelHandle, timing] : report->second.channels) {
+            const auto channel = mDirectChannel.find(channelHandle);
+            if (channel == mDirectChannel.end()) continue;
+            channel->second->write(&events[i]);
+            timing.lastTimestamp = events[i].timestamp;
+        }
+    }
+}
+
+}  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

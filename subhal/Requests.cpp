@@ -1,0 +1,131 @@
+#include <fcntl.h>
+#include <inttypes.h>
+#include <log/log.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "sensors/HubPaths.h"
+#include "sensors/UniqueFd.h"
+#include "subhal/SensorsSubHal.h"
+
+namespace android::hardware::sensors::V2_0::zelva_sensorhub {
+
+namespace {
+
+// The sensor handle is OR-ed in as the command number.
+constexpr unsigned long kBatchRequest = 0x8008FC00;
+
+constexpr int64_t kNsPerUs = 1000;
+
+Result toResult(int status) {
+    return status == 0 ? Result::OK : Result::BAD_VALUE;
+}
+
+}  // namespace
+
+Return<Result> SensorsSubHal::activate(int32_t sensorHandle, bool enabled) {
+    // The row follows the request even when the handle has no sensor.
+    if (hasRow(sensorHandle)) row(sensorHandle).enabled = enabled;
+    return toResult(queueActivate(sensorHandle, enabled));
+}
+
+int SensorsSubHal::queueActivate(int32_t handle, bool enable) {
+    SensorBase* sensor = mSensorList->get(handle);
+    ALOGI("%s: handle %d enable %d", "queueActivate", handle, enable);
+    const std::lock_guard<std::mutex> lock(mActivateLock);
+    if (sensor == nullptr) {
+        ALOGE("%s: unhandled handle=%d, enable=%d", "queueActivate", handle, enable);
+        return -EINVAL;
+    }
+    // The sensor object is switched first, the hub second, in both directions.
+    const int result = sensor->enable(handle, enable);
+    if (result < 0) return result;
+
+    const UniqueFd file(open(paths::kEnable, O_RDWR | O_CLOEXEC));
+    if (!file.ok()) {
+        ALOGW("%s: fd open failed(%d)", "queueActivate", file.get());
+        return -EIO;
+    }
+    ALOGI("type : %d, enable : %d", handle, enable);
+    char text[5];
+    const int length = snprintf(text, sizeof(text), "%d%d", handle, enable ? 1 : 0);
+    LOG_ALWAYS_FATAL_IF(length < 0 || length >= static_cast<int>(sizeof(text)),
+                        "enable text of handle %d does not fit", handle);
+    // The driver expects the terminating NUL as part of the text.
+    const ssize_t written = write(file.get(), text, static_cast<size_t>(length) + 1);
+    if (written < 0) {
+        ALOGE("%s: write failed. ret=%zd, handle =%d, enable =%d", "queueActivate", written, handle,
+              enable);
+        return static_cast<int>(written);
+    }
+    return result;
+}
+
+Return<Result> SensorsSubHal::batch(int32_t sensorHandle, int64_t samplingPeriodNs,
+                                    int64_t maxReportLatencyNs) {
+    SensorBase* sensor = mSensorList->get(sensorHandle);
+    if (sensor == nullptr || !hasRow(sensorHandle)) return Result::BAD_VALUE;
+
+    int64_t periodNs = samplingPeriodNs;
+    const int64_t minDelayNs = sensor->getSensorInfo().minDelay * kNsPerUs;
+    if (minDelayNs > periodNs) {
+        ALOGI("%s: period=%" PRId64 " minDelay=%" PRId64, "batch", periodNs, minDelayNs);
+        periodNs = minDelayNs;
+    }
+    row(sensorHandle).samplingPeriodNs = periodNs;
+    row(sensorHandle).maxReportLatencyNs = maxReportLatencyNs;
+    return toResult(queueBatch(sensorHandle, periodNs, maxReportLatencyNs));
+}
+
+int SensorsSubHal::queueBatch(int32_t handle, int64_t periodNs, int64_t latencyNs) {
+    SensorBase* sensor = mSensorList->get(handle);
+    ALOGI("%s: handle=%d period=%" PRId64 " timeout=%" PRId64, "queueBatch", handle, periodNs,
+          latencyNs);
+    if (sensor == nullptr) {
+        ALOGE("%s: unhandled handle=%d", "queueBatch", handle);
+        return -EINVAL;
+    }
+    const UniqueFd device(open(paths::kBatch, O_RDONLY | O_CLOEXEC));
+    if (!device.ok()) {
+        ALOGE("%s: open batch device failed(%d)\n", "queueBatch", device.get());
+        return -1;
+    }
+    batch_config config = {latencyNs, periodNs, 0, 0};
+    mergeDirectReportRequest(&config, handle);
+    const int result =
+        ioctl(device.get(), kBatchRequest | static_cast<unsigned long>(handle), &config);
+    if (result < 0) {
+        ALOGE("%s: batch ret %d %s\n", "queueBatch", result, strerror(errno));
+        return -EINVAL;
+    }
+    return sensor->batch(handle, config.delay, config.timeout);
+}
+
+Return<Result> SensorsSubHal::flush(int32_t sensorHandle) {
+    SensorBase* sensor = mSensorList->get(sensorHandle);
+    ALOGI("%s: handle=%d", "flush", sensorHandle);
+    if (sensor == nullptr) {
+        ALOGE("%s: unhandled handle=%d", "flush", sensorHandle);
+        return Result::BAD_VALUE;
+    }
+    if (sensor->isOneShotSensor()) return Result::BAD_VALUE;
+    {
+        const UniqueFd file(open(paths::kFlush, O_WRONLY | O_CLOEXEC));
+        if (!file.ok()) return Result::BAD_VALUE;
+        char text[10];
+        const int length = snprintf(text, sizeof(text), "%d", sensorHandle);
+        LOG_ALWAYS_FATAL_IF(length < 0 || length >= static_cast<int>(sizeof(text)),
+                            "flush text of handle %d does not fit", sensorHandle);
+        if (write(file.get(), text, static_cast<size_t>(length) + 1) < 0) {
+            ALOGI("flush write failed");
+            return Result::BAD_VALUE;
+        }
+    }
+    return toResult(sensor->flush(sensorHandle));
+}
+
+}  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

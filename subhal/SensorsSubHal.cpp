@@ -1,0 +1,87 @@
+#include "subhal/SensorsSubHal.h"
+
+#include <log/log.h>
+
+namespace android::hardware::sensors::V2_0::zelva_sensorhub {
+
+namespace {
+
+// The sensors that direct channels carry: the camera's stabilisation gyroscopes.
+constexpr int32_t kVdisGyroHandle = 38;
+constexpr int32_t kStillwaveGyroHandle = 50;
+
+constexpr float kMaxLoadFactor = 1.0f;
+
+}  // namespace
+
+SensorsSubHal::SensorsSubHal() {
+    ALOGI("create %s", "SensorsSubHal");
+    mSensorToChannel.max_load_factor(kMaxLoadFactor);
+    mDirectChannel.max_load_factor(kMaxLoadFactor);
+    // Before the poll thread starts, which looks sensors up here.
+    for (const int32_t handle : {kVdisGyroHandle, kStillwaveGyroHandle}) {
+        mSensorToChannel[handle].channels.max_load_factor(kMaxLoadFactor);
+    }
+    mSensorList = std::make_unique<SensorList>(this);
+    if (mSensorList->size() >= 1) {
+        mPollFds = mSensorList->getFds();
+        mPollThread = std::thread(startThread, this);
+    }
+}
+
+SensorsSubHal::~SensorsSubHal() {
+    mStopThread = true;
+    if (mPollThread.joinable()) mPollThread.join();
+    mSensorList.reset();
+    ALOGI("destroy %s", "SensorsSubHal");
+}
+
+Return<void> SensorsSubHal::debug(const hidl_handle&, const hidl_vec<hidl_string>&) {
+    return Void();
+}
+
+const std::string SensorsSubHal::getName() {
+    return "sensorhub";
+}
+
+Return<void> SensorsSubHal::getSensorsList(getSensorsList_cb callback) {
+    callback(hidl_vec<SensorInfo>(mSensorList->getSensorInfoList()));
+    return Void();
+}
+
+Return<Result> SensorsSubHal::setOperationMode(OperationMode) {
+    return Result::BAD_VALUE;
+}
+
+Return<Result> SensorsSubHal::initialize(const sp<IHalProxyCallback>& halProxyCallback) {
+    ALOGI("%s::%s", "SensorsSubHal", "initialize");
+    mCallBack.set(halProxyCallback);
+    setOperationMode(OperationMode::NORMAL);
+    // Error level on purpose: a proxy restart has to stand out in a filtered log.
+    ALOGE("sensorhub initialize");
+
+    std::vector<int32_t> channelHandles;
+    {
+        const std::lock_guard<std::mutex> lock(mDirectChannelLock);
+        for (const auto& channel : mDirectChannel)
+            channelHandles.push_back(channel.first);
+    }
+    for (const int32_t channelHandle : channelHandles) {
+        ALOGE("%s: remove direct-channel handle=%d", "initialize", channelHandle);
+        removeDirectChannel(channelHandle);
+    }
+    const std::lock_guard<std::mutex> lock(mDirectChannelLock);
+    mDirectChannel.clear();
+    return Result::OK;
+}
+
+Return<Result> SensorsSubHal::injectSensorData(const Event& event) {
+    SensorBase* sensor = mSensorList->get(event.sensorHandle);
+    if (sensor == nullptr) {
+        ALOGE("%s: unhandled handle=%d", "injectSensorData", event.sensorHandle);
+        return Result::BAD_VALUE;
+    }
+    return sensor->injectSensorData(event) < 0 ? Result::BAD_VALUE : Result::OK;
+}
+
+}  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -1,0 +1,151 @@
+#pragma once
+
+#include <V2_0/SubHal.h>
+#include <hardware/sensors.h>
+#include <poll.h>
+
+#include <array>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <unordered_map>
+#include <vector>
+
+#include "directchannel/DirectChannel.h"
+#include "sensors/ISensorsEventCallback.h"
+#include "sensors/Relaxed.h"
+#include "sensors/SensorList.h"
+#include "subhal/BatchConfig.h"
+#include "subhal/StrongPointerSlot.h"
+
+namespace android::hardware::sensors::V2_0::zelva_sensorhub {
+
+using V1_0::OperationMode;
+using V1_0::RateLevel;
+using V1_0::Result;
+using V1_0::SharedMemInfo;
+using V2_0::implementation::IHalProxyCallback;
+using V2_0::implementation::ISensorsSubHal;
+
+/**
+ * The sub-HAL: what the proxy talks to, and where sensor objects post their events.
+ *
+ * One object per process, in static storage. A poll thread of its own runs every readEvents; the
+ * proxy's threads carry the requests. Lock order, outermost first: mDirectChannelLock, mConfigLock,
+ * mActivateLock. The poll thread only try-locks mDirectChannelLock.
+ */
+class SensorsSubHal : public ISensorsSubHal, public ISensorsEventCallback {
+  public:
+    /** Builds the catalogue and starts the poll thread, unless the catalogue is empty. */
+    SensorsSubHal();
+    SensorsSubHal(const SensorsSubHal&) = delete;
+    SensorsSubHal& operator=(const SensorsSubHal&) = delete;
+
+    /** Joins the poll thread, which ends at its next wake-up, then drops sensors and channels. */
+    ~SensorsSubHal() override;
+
+    // IBase
+    Return<void> debug(const hidl_handle& handle, const hidl_vec<hidl_string>& args) override;
+
+    // ISensors 2.0
+    Return<void> getSensorsList(getSensorsList_cb callback) override;
+    /** Refuses every mode with BAD_VALUE; injection works whatever the mode. */
+    Return<Result> setOperationMode(OperationMode mode) override;
+    Return<Result> activate(int32_t sensorHandle, bool enabled) override;
+    Return<Result> batch(int32_t sensorHandle, int64_t samplingPeriodNs,
+                         int64_t maxReportLatencyNs) override;
+    Return<Result> flush(int32_t sensorHandle) override;
+    Return<Result> injectSensorData(const Event& event) override;
+    Return<void> registerDirectChannel(const SharedMemInfo& mem,
+                                       registerDirectChannel_cb callback) override;
+    Return<Result> unregisterDirectChannel(int32_t channelHandle) override;
+    Return<void> configDirectReport(int32_t sensorHandle, int32_t channelHandle, RateLevel rate,
+                                    configDirectReport_cb callback) override;
+
+    // ISensorsSubHal
+    const std::string getName() override;
+    using ISensorsSubHal::initialize;
+    /** Takes over the proxy's callback and removes all direct channels; sensors stay as they are.
+     */
+    Return<Result> initialize(const sp<IHalProxyCallback>& halProxyCallback) override;
+
+    // ISensorsEventCallback
+    void postEvents(const std::vector<Event>& events, bool wakeup) override;
+    void postDirectEvents(const std::vector<Event>& events) override;
+
+  private:
+    /** What was last asked for a handle; rows live as long as the process. */
+    struct SensorState {
+        // Written on proxy threads, read on the poll thread: a stale value costs at most one
+        // forwarded or dropped vector.
+        Relaxed<int64_t> maxReportLatencyNs{0};
+        Relaxed<int64_t> samplingPeriodNs{0};
+        Relaxed<bool> enabled{false};
+    };
+
+    /** One sensor's report into one channel. */
+    struct DirectChannelTimingInfo {
+        int64_t lastTimestamp;  // ns, of the last event written
+        int32_t rateLevel;      // 1 normal, 2 fast
+    };
+    /** One sensor's direct report. */
+    struct DirectReport {
+        /** Puts a channel on, moves it to, or at level 0 takes it off a rate level. */
+        void setRateLevel(int32_t channelHandle, int32_t rateLevel);
+
+        std::unordered_map<int32_t, DirectChannelTimingInfo>
+            channels;  // by channel handle; guarded by mDirectChannelLock
+        // Highest level in channels, 0 when there are none. Written under mDirectChannelLock, and
+        // read without it by batch(), which must not hold up the event path.
+        Relaxed<int32_t> maxRateLevel{0};
+    };
+
+    static constexpr int32_t kMaxHandle = 72;
+
+    static bool hasRow(int32_t sensorHandle) {
+        return sensorHandle >= 0 && sensorHandle <= kMaxHandle;
+    }
+    SensorState& row(int32_t sensorHandle) {
+        return mSensorState[static_cast<size_t>(sensorHandle)];
+    }
+
+    // Poll and posting.
+    static void startThread(SensorsSubHal* self);
+    void run();
+    void drain(SensorBase& sensor);
+
+    // Requests.
+    int queueActivate(int32_t handle, bool enable);
+    int queueBatch(int32_t handle, int64_t periodNs, int64_t latencyNs);
+
+    // Direct channels. Negative results are negative errno values.
+    static bool isDirectReportSupported() { return true; }
+    int32_t addDirectChannel(const sensors_direct_mem_t* mem);
+    int removeDirectChannel(int32_t channelHandle);
+    int stopAllDirectReportOnChannel(int32_t channelHandle, std::vector<int32_t>* stopped);
+    int configDirectChannel(int32_t sensorHandle, int32_t channelHandle, int32_t rateLevel);
+    int64_t rateLevelToDeviceSamplingPeriodNs(int32_t sensorHandle, int32_t rateLevel) const;
+    void mergeDirectReportRequest(batch_config* request, int32_t sensorHandle);
+    void sendDirectReportEvent(const sensors_event_t* events, size_t count);
+
+    StrongPointerSlot<IHalProxyCallback> mCallBack;  // null until initialize
+    pollfd* mPollFds = nullptr;                      // mSensorList's; poll thread only
+    std::mutex mConfigLock;    // around activation and batching by the direct-channel paths
+    std::mutex mActivateLock;  // keeps enable writes in the order of the sensor objects' switches
+    std::unique_ptr<SensorList> mSensorList;  // never changed after construction
+    std::thread mPollThread;
+    std::atomic<bool> mStopThread{false};
+    std::array<SensorState, kMaxHandle + 1> mSensorState;  // by sensor handle
+    mutable std::mutex mDirectChannelLock;
+    // By sensor handle; the keys are fixed at construction.
+    std::unordered_map<int32_t, DirectReport> mSensorToChannel;
+    std::unordered_map<int32_t, std::unique_ptr<DirectChannelBase>>
+        mDirectChannel;                    // guarded by mDirectChannelLock
+    int32_t mNextDirectChannelHandle = 1;  // guarded by mDirectChannelLock
+};
+
+}  // namespace android::hardware::sensors::V2_0::zelva_sensorhub
