@@ -1,0 +1,115 @@
+#include "simulator/RequestParser.h"
+
+#include <cerrno>
+#include <cstring>
+
+namespace simulator {
+namespace {
+
+constexpr uint32_t kBatchRequest = 0x8008FC00;
+
+struct BatchRecord {
+    int64_t timeout;
+    int64_t delay;
+    int32_t flag;
+    int32_t padding;
+};
+static_assert(sizeof(BatchRecord) == 24);
+
+Request refused(Request request) {
+    request.error = EINVAL;
+    return request;
+}
+
+/** Value of a plain decimal without sign, spaces or leading zeros; -1 for anything else. */
+int decimal(const std::string& text) {
+    if (text.empty() || text.size() > 9 || (text.size() > 1 && text[0] == '0')) return -1;
+    int value = 0;
+    for (const char c : text) {
+        if (c < '0' || c > '9') return -1;
+        value = value * 10 + (c - '0');
+    }
+    return value;
+}
+
+/** Takes `terminator` off the end of `text`; false when it is not there. */
+bool takeTerminator(std::string* text, char terminator) {
+    if (text->empty() || text->back() != terminator) return false;
+    text->pop_back();
+    return true;
+}
+
+Request make(Request::Kind kind, const std::string& bytes) {
+    Request request;
+    request.kind = kind;
+    request.bytes = bytes;
+    return request;
+}
+
+}  // namespace
+
+Request parseEnable(const std::string& bytes, const std::set<int>& handles) {
+    Request request = make(Request::Kind::kEnable, bytes);
+    std::string text = bytes;
+    if (!takeTerminator(&text, '\0') || text.size() < 2) return refused(request);
+    const int digit = text.back() - '0';
+    text.pop_back();
+    request.handle = decimal(text);
+    request.enable = digit;
+    if (digit != 0 && digit != 1) return refused(request);
+    return handles.count(request.handle) != 0 ? request : refused(request);
+}
+
+Request parseFlush(const std::string& bytes, const std::set<int>& handles) {
+    Request request = make(Request::Kind::kFlush, bytes);
+    std::string text = bytes;
+    if (!takeTerminator(&text, '\0')) return refused(request);
+    request.handle = decimal(text);
+    return handles.count(request.handle) != 0 ? request : refused(request);
+}
+
+Request parseBatch(unsigned long ioctlNumber, const void* record, const std::set<int>& handles) {
+    Request request = make(Request::Kind::kBatch, {});
+    request.ioctlNumber = static_cast<uint32_t>(ioctlNumber);
+    if ((request.ioctlNumber & ~0xFFUL) != kBatchRequest) {
+        request.error = ENOTTY;
+        return request;
+    }
+    request.handle = static_cast<int>(request.ioctlNumber & 0xFF);
+    if (record == nullptr) {
+        request.error = EFAULT;
+        return request;
+    }
+    BatchRecord batch;
+    std::memcpy(&batch, record, sizeof(batch));
+    request.bytes.assign(static_cast<const char*>(record), sizeof(batch));
+    request.periodNs = batch.delay;
+    request.latencyNs = batch.timeout;
+    request.flag = batch.flag;
+    const bool sound = batch.flag == 0 && batch.padding == 0 && batch.delay >= 0 &&
+                       batch.timeout >= 0 && handles.count(request.handle) != 0;
+    return sound ? request : refused(request);
+}
+
+Request parseBufferLength(const std::string& bytes, int* length) {
+    Request request = make(Request::Kind::kBufferLength, bytes);
+    std::string text = bytes;
+    *length = takeTerminator(&text, '\n') ? decimal(text) : -1;
+    return *length >= 0 ? request : refused(request);
+}
+
+Request parseBufferEnable(const std::string& bytes) {
+    Request request = make(Request::Kind::kBufferEnable, bytes);
+    if (bytes != "0\n" && bytes != "1\n") return refused(request);
+    request.enable = bytes[0] - '0';
+    return request;
+}
+
+Request parseInjection(const std::string& bytes, const std::set<int>& handles) {
+    Request request = make(Request::Kind::kInjection, bytes);
+    if (bytes.size() < 2 || bytes[0] != 1) return refused(request);
+    request.handle = static_cast<unsigned char>(bytes[1]);
+    return handles.count(request.handle) != 0 ? request : refused(request);
+}
+
+}  // namespace simulator

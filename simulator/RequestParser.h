@@ -1,0 +1,34 @@
+#pragma once
+
+#include <set>
+#include <string>
+
+#include "simulator/Request.h"
+
+namespace simulator {
+
+/**
+ * The driver's reading of what is written to it. Each function returns the request with its fields
+ * filled as far as they could be told, and `error` set when the driver refuses it. `handles` are
+ * the sensors that the hub has.
+ */
+
+/** "%d%d" of handle and 0 or 1, with its NUL. */
+Request parseEnable(const std::string& bytes, const std::set<int>& handles);
+
+/** "%d" of a handle, with its NUL. */
+Request parseFlush(const std::string& bytes, const std::set<int>& handles);
+
+/** ioctl 0x8008FC00 | handle on the batch device, with a 24-byte record. */
+Request parseBatch(unsigned long ioctlNumber, const void* record, const std::set<int>& handles);
+
+/** Decimal and newline; the number goes to `*length`. */
+Request parseBufferLength(const std::string& bytes, int* length);
+
+/** "0\n" or "1\n". */
+Request parseBufferEnable(const std::string& bytes);
+
+/** Byte 0 is 1, byte 1 a handle, data behind them. */
+Request parseInjection(const std::string& bytes, const std::set<int>& handles);
+
+}  // namespace simulator

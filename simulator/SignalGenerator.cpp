@@ -1,0 +1,146 @@
+#include "simulator/SignalGenerator.h"
+
+#include <time.h>
+
+#include <algorithm>
+#include <chrono>
+#include <limits>
+#include <utility>
+
+namespace simulator {
+namespace {
+
+constexpr int64_t kNever = std::numeric_limits<int64_t>::max();
+constexpr int64_t kMillisecond = 1000000;
+constexpr int64_t kLookPeriodNs = 50 * kMillisecond;  // how often on-change data are looked at
+constexpr int64_t kMaxLagNs = 1000 * kMillisecond;    // behind this, samples are given up
+
+/** The hub stamps its records with the time since boot, sleep included. */
+int64_t bootTimeNs() {
+    timespec now{};
+    clock_gettime(CLOCK_BOOTTIME, &now);
+    return static_cast<int64_t>(now.tv_sec) * 1000000000 + now.tv_nsec;
+}
+
+int64_t effectivePeriodNs(const DeviceProfile& profile, const SensorSpec& spec, int64_t asked) {
+    if (profile.reporting != Reporting::kContinuous) return kLookPeriodNs;
+    const int64_t shortest = std::max<int64_t>(int64_t{spec.minDelayUs} * 1000, kMillisecond);
+    return std::max(asked, shortest);
+}
+
+}  // namespace
+
+SignalGenerator::SignalGenerator(uint64_t seed, Sink sink)
+    : mWorld(seed),
+      mSink(std::move(sink)),
+      mStartNs(bootTimeNs()),
+      mThread(&SignalGenerator::run, this) {}
+
+SignalGenerator::~SignalGenerator() {
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        mStop = true;
+    }
+    mChanged.notify_all();
+    mThread.join();
+}
+
+void SignalGenerator::addSensor(const DeviceProfile& profile, const SensorSpec& spec) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    Stream stream;
+    stream.profile = profile;
+    stream.spec = spec;
+    mStreams.emplace(profile.handle, std::move(stream));
+}
+
+void SignalGenerator::setEnabled(int handle, bool enabled) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    Stream* stream = find(handle);
+    if (stream == nullptr || stream->enabled == enabled) return;
+    stream->enabled = enabled;
+    stream->held.clear();
+    stream->hasLast = false;
+    stream->nextSampleNs = bootTimeNs();
+    mWoken = true;
+    mChanged.notify_all();
+}
+
+void SignalGenerator::setRate(int handle, int64_t periodNs, int64_t latencyNs) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    Stream* stream = find(handle);
+    if (stream == nullptr) return;
+    stream->periodNs = periodNs;
+    stream->latencyNs = latencyNs;
+    const int64_t period = effectivePeriodNs(stream->profile, stream->spec, periodNs);
+    stream->nextSampleNs = std::min(stream->nextSampleNs, bootTimeNs() + period);
+    mWoken = true;
+    mChanged.notify_all();
+}
+
+void SignalGenerator::flush(int handle) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    Stream* stream = find(handle);
+    if (stream == nullptr) return;
+    release(*stream);
+    mSink(handle, std::string(stream->profile.recordSize, '\0'));
+}
+
+SignalGenerator::Stream* SignalGenerator::find(int handle) {
+    const auto found = mStreams.find(handle);
+    return found != mStreams.end() ? &found->second : nullptr;
+}
+
+void SignalGenerator::run() {
+    std::unique_lock<std::mutex> lock(mMutex);
+    while (!mStop) {
+        mWoken = false;
+        const int64_t now = bootTimeNs();
+        int64_t next = now + 3600 * 1000 * kMillisecond;
+        for (auto& entry : mStreams)
+            next = std::min(next, serve(entry.second, now));
+        const int64_t wait = std::max<int64_t>(next - bootTimeNs(), 0);
+        mChanged.wait_for(lock, std::chrono::nanoseconds(wait), [this] { return mStop || mWoken; });
+    }
+}
+
+int64_t SignalGenerator::serve(Stream& stream, int64_t nowNs) {
+    if (!stream.enabled || stream.profile.signal == nullptr) return kNever;
+    const int64_t period = effectivePeriodNs(stream.profile, stream.spec, stream.periodNs);
+    if (nowNs - stream.nextSampleNs > kMaxLagNs) stream.nextSampleNs = nowNs;
+    while (stream.enabled && stream.nextSampleNs <= nowNs) {
+        sample(stream, stream.nextSampleNs);
+        stream.nextSampleNs += period;
+    }
+    const bool batching = stream.latencyNs > 0 && stream.spec.fifoMax > 0 &&
+                          stream.profile.reporting != Reporting::kOneShot;
+    const int64_t dueNs = batching ? stream.heldSinceNs + stream.latencyNs : nowNs;
+    if (dueNs <= nowNs || stream.held.size() >= stream.spec.fifoMax) release(stream);
+    if (!stream.enabled) return kNever;
+    return stream.held.empty() ? stream.nextSampleNs : std::min(stream.nextSampleNs, dueNs);
+}
+
+void SignalGenerator::sample(Stream& stream, int64_t timeNs) {
+    RecordBuilder data;
+    stream.profile.signal(mWorld, stream.spec, static_cast<double>(timeNs - mStartNs) / 1e9, data);
+    const Reporting reporting = stream.profile.reporting;
+    const bool first = !stream.hasLast;
+    const bool changed = first || data.bytes() != stream.lastData;
+    stream.lastData = data.bytes();
+    stream.hasLast = true;
+    if (reporting != Reporting::kContinuous && !changed) return;
+    if (first && (reporting == Reporting::kOnEvent || reporting == Reporting::kOneShot)) return;
+
+    if (stream.held.empty()) stream.heldSinceNs = timeNs;
+    RecordBuilder stamp;
+    stamp.u64(static_cast<uint64_t>(timeNs));
+    stream.held.push_back(data.bytes() + stamp.bytes());
+    if (reporting == Reporting::kOneShot) stream.enabled = false;
+}
+
+void SignalGenerator::release(Stream& stream) {
+    for (const std::string& record : stream.held)
+        mSink(stream.profile.handle, record);
+    stream.held.clear();
+}
+
+}  // namespace simulator

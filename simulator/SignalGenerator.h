@@ -1,0 +1,69 @@
+#pragma once
+
+#include <condition_variable>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "simulator/DeviceProfile.h"
+#include "simulator/World.h"
+
+namespace simulator {
+
+/**
+ * Sends the records of enabled sensors at the period and in the batches that were asked for. One
+ * thread serves all sensors. All methods may be called from any thread.
+ */
+class SignalGenerator {
+  public:
+    /** Takes one finished record; called with the generator's lock held. */
+    using Sink = std::function<void(int handle, const std::string& record)>;
+
+    SignalGenerator(uint64_t seed, Sink sink);
+    ~SignalGenerator();
+    SignalGenerator(const SignalGenerator&) = delete;
+    SignalGenerator& operator=(const SignalGenerator&) = delete;
+
+    void addSensor(const DeviceProfile& profile, const SensorSpec& spec);
+    void setEnabled(int handle, bool enabled);
+    void setRate(int handle, int64_t periodNs, int64_t latencyNs);
+    /** Sends what is held back, and the flush marker behind it. */
+    void flush(int handle);
+
+  private:
+    struct Stream {
+        DeviceProfile profile;
+        SensorSpec spec;
+        bool enabled = false;
+        int64_t periodNs = 0;
+        int64_t latencyNs = 0;
+        int64_t nextSampleNs = 0;
+        std::string lastData;
+        bool hasLast = false;
+        std::vector<std::string> held;
+        int64_t heldSinceNs = 0;
+    };
+
+    void run();
+    /** Does what is due and returns the time of the next thing to do, or kNever. */
+    int64_t serve(Stream& stream, int64_t nowNs);
+    void sample(Stream& stream, int64_t timeNs);
+    void release(Stream& stream);
+    Stream* find(int handle);
+
+    const World mWorld;
+    const Sink mSink;
+    const int64_t mStartNs;
+    std::mutex mMutex;
+    std::condition_variable mChanged;
+    std::map<int, Stream> mStreams;  // guarded by mMutex
+    bool mStop = false;              // guarded by mMutex
+    bool mWoken = false;             // guarded by mMutex: a stream has changed since the last look
+    std::thread mThread;             // last, so that it sees everything above built
+};
+
+}  // namespace simulator

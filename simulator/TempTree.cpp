@@ -1,0 +1,83 @@
+#include "simulator/TempTree.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <system_error>
+
+namespace simulator {
+namespace fs = std::filesystem;
+
+namespace {
+
+[[noreturn]] void fail(const char* what, const std::string& path) {
+    std::fprintf(stderr, "simulator: cannot %s %s: %s\n", what, path.c_str(), std::strerror(errno));
+    std::abort();
+}
+
+}  // namespace
+
+TempTree::TempTree() {
+    const char* base = std::getenv("TMPDIR");
+    std::string name = std::string(base != nullptr ? base : "/tmp") + "/hub.XXXXXX";
+    if (mkdtemp(name.data()) == nullptr) fail("create", name);
+    mRoot = name;
+}
+
+TempTree::~TempTree() {
+    std::error_code ignored;
+    fs::remove_all(mRoot, ignored);
+}
+
+bool TempTree::exists(const std::string& path) const {
+    std::error_code ignored;
+    return fs::exists(real(path), ignored);
+}
+
+void TempTree::makeDirectory(const std::string& path) const {
+    std::error_code ignored;
+    fs::create_directories(real(path), ignored);
+}
+
+void TempTree::makeFifo(const std::string& path) const {
+    makeDirectory(fs::path(path).parent_path());
+    if (mkfifo(real(path).c_str(), 0600) != 0) fail("create", path);
+}
+
+void TempTree::write(const std::string& path, const std::string& contents) const {
+    makeDirectory(fs::path(path).parent_path());
+    std::ofstream file(real(path), std::ios::binary | std::ios::trunc);
+    file << contents;
+    if (!file.flush()) fail("write", path);
+}
+
+std::string TempTree::read(const std::string& path) const {
+    std::ifstream file(real(path), std::ios::binary);
+    std::ostringstream contents;
+    contents << file.rdbuf();
+    return contents.str();
+}
+
+void TempTree::remove(const std::string& path) const {
+    std::error_code ignored;
+    fs::remove(real(path), ignored);
+}
+
+std::vector<std::string> TempTree::list(const std::string& path) const {
+    std::vector<std::string> names;
+    std::error_code error;
+    for (const auto& entry : fs::directory_iterator(real(path), error)) {
+        names.push_back(entry.path().filename());
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+}  // namespace simulator

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace simulator {
+
+/** A fresh temporary directory that stands for "/" of the device, removed at the end. */
+class TempTree {
+  public:
+    TempTree();
+    ~TempTree();
+    TempTree(const TempTree&) = delete;
+    TempTree& operator=(const TempTree&) = delete;
+
+    const std::string& root() const { return mRoot; }
+    /** Where a path of the device really is. */
+    std::string real(const std::string& path) const { return mRoot + path; }
+
+    bool exists(const std::string& path) const;
+    void makeDirectory(const std::string& path) const;
+    void makeFifo(const std::string& path) const;
+    /** Creates or replaces a file, with the directories above it. */
+    void write(const std::string& path, const std::string& contents) const;
+    std::string read(const std::string& path) const;
+    void remove(const std::string& path) const;
+    std::vector<std::string> list(const std::string& path) const;
+
+  private:
+    std::string mRoot;
+};
+
+}  // namespace simulator

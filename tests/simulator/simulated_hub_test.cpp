@@ -1,0 +1,317 @@
+#include "simulator/SimulatedHub.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "simulator/HostedLibrary.h"
+#include "simulator/World.h"
+
+namespace simulator {
+namespace {
+
+using namespace std::string_literals;
+
+constexpr char kEnable[] = "/sys/class/sensors/hbx_sensor/enable";
+constexpr char kFlush[] = "/sys/class/sensors/hbx_sensor/hbx_flush";
+constexpr int kAcc = 1;
+constexpr int kProximity = 8;
+
+/** One write as a driver's file wants it; 0 or the errno. */
+int writeTo(const std::string& path, const std::string& bytes) {
+    const int fd = open(path.c_str(), O_RDWR);
+    if (fd < 0) return errno;
+    const int error = write(fd, bytes.data(), bytes.size()) < 0 ? errno : 0;
+    close(fd);
+    return error;
+}
+
+int batch(unsigned long request, int64_t timeout, int64_t delay, int64_t flagAndPadding) {
+    const int64_t record[3] = {timeout, delay, flagAndPadding};
+    const int fd = open("/dev/batch_io", O_RDONLY);
+    const int error = ioctl(fd, request, record) < 0 ? errno : 0;
+    close(fd);
+    return error;
+}
+
+class SimulatedHubTest : public ::testing::Test {
+  protected:
+    explicit SimulatedHubTest(const SimulatedHub::Options& options = {}) : mHub(options) {}
+
+    std::string attribute(int handle, const std::string& name) const {
+        return "/sys/bus/iio/devices/iio:device" + std::to_string(mHub.deviceNumber(handle)) + "/" +
+               name;
+    }
+    int openDevice(int handle) const {
+        const std::string path = "/dev/iio:device" + std::to_string(mHub.deviceNumber(handle));
+        return open(path.c_str(), O_RDONLY);
+    }
+    int startDevice(int handle) const {
+        EXPECT_EQ(0, writeTo(attribute(handle, "buffer/length"), "600\n"));
+        EXPECT_EQ(0, writeTo(attribute(handle, "buffer/enable"), "1\n"));
+        return openDevice(handle);
+    }
+
+    SimulatedHub mHub;
+};
+
+TEST_F(SimulatedHubTest, RequestsAreTakenOnlyInTheDriversForm) {
+    EXPECT_EQ(0, writeTo(kEnable, "11\0"s));
+    EXPECT_EQ(1, mHub.isEnabled(kAcc));
+    for (const std::string& bad : {"11"s, "12\0"s, "1\0"s, "011\0"s, "31\0"s, "1 1\0"s, ""s}) {
+        EXPECT_EQ(EINVAL, writeTo(kEnable, bad)) << bad;
+    }
+    EXPECT_EQ(0, writeTo(kFlush, "14\0"s));
+    for (const std::string& bad : {"14"s, "3\0"s, "x\0"s})
+        EXPECT_EQ(EINVAL, writeTo(kFlush, bad));
+    EXPECT_EQ(0, batch(0x8008FC01, 7, 5000000, 0));
+    EXPECT_EQ(EINVAL, batch(0x8008FC01, 0, 1, 1));          // flag
+    EXPECT_EQ(EINVAL, batch(0x8008FC01, 0, 1, 1LL << 32));  // padding
+    EXPECT_EQ(EINVAL, batch(0x8008FC03, 0, 1, 0));          // no such sensor
+    EXPECT_EQ(ENOTTY, batch(0x8008FD01, 0, 1, 0));
+    EXPECT_EQ(0, writeTo("/dev/shub_data_injection", "\x01\x08xyz"));
+    EXPECT_EQ(EINVAL, writeTo("/dev/shub_data_injection", "\x02\x08xyz"));
+    EXPECT_EQ(EINVAL, writeTo("/dev/hbx_data_injection", "\x01\x07xyz"));
+
+    const std::vector<Request> requests = mHub.requests();
+    ASSERT_EQ(20U, requests.size());
+    EXPECT_EQ(Request::Kind::kEnable, requests[0].kind);
+    EXPECT_EQ("11\0"s, requests[0].bytes);
+    EXPECT_EQ(EINVAL, requests[1].error);
+    EXPECT_EQ(5000000, mHub.periodNs(kAcc));
+    EXPECT_EQ(7, mHub.latencyNs(kAcc));
+    EXPECT_EQ("\x01\x08xyz", requests[17].bytes);
+}
+
+TEST_F(SimulatedHubTest, BufferFollowsTheKernelsOrder) {
+    const std::string length = attribute(kAcc, "buffer/length");
+    const std::string enable = attribute(kAcc, "buffer/enable");
+    EXPECT_FALSE(mHub.push(kAcc, std::string(14, 'a')));
+    EXPECT_EQ(EINVAL, writeTo(length, "600"));
+    EXPECT_EQ(0, writeTo(length, "600\n"));
+    EXPECT_EQ(EINVAL, writeTo(enable, "1"));
+    EXPECT_EQ(0, writeTo(enable, "1\n"));
+    EXPECT_EQ(0, writeTo(length, "600\n"));
+    EXPECT_EQ(EBUSY, writeTo(length, "601\n"));
+    for (int i = 0; i < 1024; ++i)
+        ASSERT_TRUE(mHub.push(kAcc, std::string(14, 'a')));
+    EXPECT_FALSE(mHub.push(kAcc, std::string(14, 'a')));
+    EXPECT_EQ(0, writeTo(enable, "0\n"));
+    EXPECT_EQ(1024U, mHub.queued(kAcc));
+    EXPECT_EQ(0, writeTo(enable, "1\n"));
+    EXPECT_EQ(0U, mHub.queued(kAcc));
+}
+
+TEST_F(SimulatedHubTest, OneReadGivesOneRecord) {
+    const int fd = startDevice(kAcc);
+    ASSERT_GE(fd, 0);
+    EXPECT_LT(openDevice(kAcc), 0);
+    EXPECT_EQ(EBUSY, errno);
+    for (int i = 0; i < 500; ++i) {
+        ASSERT_TRUE(mHub.push(kAcc, std::string(14, static_cast<char>(i))));
+    }
+    std::ifstream available(attribute(kAcc, "buffer/data_available"));
+    int count = 0;
+    EXPECT_TRUE(available >> count);
+    EXPECT_EQ(500, count);
+    char record[64];
+    EXPECT_EQ(-1, read(fd, record, 13));
+    EXPECT_EQ(EINVAL, errno);
+    for (int i = 0; i < 500; ++i) {
+        pollfd ready{fd, POLLIN, 0};
+        ASSERT_EQ(1, poll(&ready, 1, 1000));
+        ASSERT_EQ(14, read(fd, record, sizeof(record)));
+        ASSERT_EQ(static_cast<char>(i), record[13]);
+    }
+    pollfd ready{fd, POLLIN, 0};
+    EXPECT_EQ(0, poll(&ready, 1, 0));
+    EXPECT_EQ(0, close(fd));
+}
+
+TEST_F(SimulatedHubTest, FaultsStrikeTheChosenCall) {
+    mHub.failOpen(kEnable, EACCES, 2);
+    EXPECT_EQ(0, writeTo(kEnable, "11\0"s));
+    EXPECT_EQ(EACCES, writeTo(kEnable, "11\0"s));
+    EXPECT_EQ(0, writeTo(kEnable, "11\0"s));
+    mHub.failWrite(kFlush, EIO, 1, 2);
+    EXPECT_EQ(EIO, writeTo(kFlush, "1\0"s));
+    EXPECT_EQ(EIO, writeTo(kFlush, "1\0"s));
+    EXPECT_EQ(0, writeTo(kFlush, "1\0"s));
+    mHub.failIoctl("/dev/batch_io", EFAULT);
+    EXPECT_EQ(EFAULT, batch(0x8008FC01, 0, 9, 0));
+    EXPECT_EQ(0, mHub.periodNs(kAcc));
+
+    const int fd = startDevice(kAcc);
+    char record[64] = {};
+    mHub.failRead(kAcc, EIO);
+    mHub.push(kAcc, std::string(14, 'a'));
+    EXPECT_EQ(-1, read(fd, record, sizeof(record)));
+    EXPECT_EQ(EIO, errno);
+    mHub.cutNextRecord(kAcc, 5);
+    EXPECT_EQ(5, read(fd, record, sizeof(record)));
+    EXPECT_EQ("aaaaa", std::string(record));
+    mHub.dropDevice(kAcc);
+    mHub.push(kAcc, std::string(14, 'a'));
+    EXPECT_EQ(-1, read(fd, record, sizeof(record)));
+    EXPECT_EQ(ENODEV, errno);
+    pollfd quiet{fd, POLLIN, 0};
+    EXPECT_EQ(0, poll(&quiet, 1, 0));
+    mHub.failClose("/dev/iio:device" + std::to_string(mHub.deviceNumber(kAcc)), EIO);
+    EXPECT_EQ(-1, close(fd));
+    EXPECT_EQ(EIO, errno);
+}
+
+TEST_F(SimulatedHubTest, TreeAndHandlersStandForTheDevicesFiles) {
+    EXPECT_EQ("accelerometer_sensor\n", mHub.readFile(attribute(kAcc, "name")));
+    EXPECT_EQ(standardCatalogue().size() * 46,
+              mHub.readFile("/sys/class/sensors/hbx_sensor/sensor_spec").size());
+    DIR* directory = opendir("/sys/bus/iio/devices/");
+    ASSERT_NE(nullptr, directory);
+    closedir(directory);
+    mHub.setFile("/sys/class/sensors/flip/status", "1");
+    EXPECT_GE(access("sys/class/sensors/flip/status", R_OK), 0);
+    EXPECT_EQ(nullptr, fopen("/sys/class/sensors/flip/other", "w"));
+
+    NodeHandler handler;
+    handler.onRead = [](void* buffer, size_t) -> ssize_t {
+        std::memcpy(buffer, "hi", 2);
+        return 2;
+    };
+    handler.onWrite = [](const std::string& bytes) -> ssize_t {
+        return bytes == "ok" ? 2 : -ERANGE;
+    };
+    const std::string path = "/dev/hbx_sensorhub";
+    EXPECT_EQ(ENOENT, writeTo(path, "ok"));
+    mHub.setHandler(path, handler);
+    EXPECT_EQ(0, writeTo(path, "ok"));
+    EXPECT_EQ(ERANGE, writeTo(path, "no"));
+    EXPECT_EQ(2U, mHub.requests(Request::Kind::kWrite).size());
+}
+
+TEST_F(SimulatedHubTest, IdleMeansReadAndWaitingAgain) {
+    const int fd = startDevice(kProximity);
+    EXPECT_FALSE(mHub.waitIdle(std::chrono::milliseconds(1)));
+    std::atomic<int> records{0};
+    std::atomic<bool> stop{false};
+    std::thread reader([&] {
+        while (!stop) {
+            pollfd ready{fd, POLLIN, 0};
+            char record[9];
+            if (poll(&ready, 1, -1) == 1 && read(fd, record, sizeof(record)) == 9) ++records;
+        }
+    });
+    for (int i = 1; i <= 100; ++i) {
+        mHub.push(kProximity, std::string(9, 'p'));
+        EXPECT_TRUE(mHub.waitIdle());
+        ASSERT_EQ(i, records.load());
+    }
+    stop = true;
+    {
+        ShutdownHelper helper(mHub);
+        reader.join();
+    }
+    close(fd);
+}
+
+TEST_F(SimulatedHubTest, LoadedLibraryIsRedirectedAndUnloads) {
+    ASSERT_EQ(1, mHub.deviceNumber(kAcc));
+    ASSERT_EQ(0, writeTo(attribute(kAcc, "buffer/enable"), "1\n"));
+    HostedLibrary library(mHub, WAITING_LIBRARY);
+    ASSERT_NE(nullptr, library.entryPoint()) << library.error();
+    auto* recordsRead = reinterpret_cast<int (*)()>(library.entryPoint());
+    EXPECT_EQ(0, recordsRead());
+    EXPECT_TRUE(mHub.push(kAcc, std::string(14, 'a')));
+    EXPECT_TRUE(mHub.waitIdle());
+    EXPECT_EQ(1, recordsRead());
+    EXPECT_TRUE(library.unload());
+    EXPECT_FALSE(HostedLibrary(mHub, "/nonexistent.so").loaded());
+}
+
+class SignalsTest : public SimulatedHubTest {
+  protected:
+    SignalsTest() : SimulatedHubTest(options()) {}
+
+    static SimulatedHub::Options options() {
+        SimulatedHub::Options result;
+        result.generateSignals = true;
+        return result;
+    }
+};
+
+TEST_F(SignalsTest, FlushReleasesTheBatchBeforeItsMarker) {
+    const int fd = startDevice(kAcc);
+    ASSERT_EQ(0, batch(0x8008FC01, 3600LL * 1000000000, 2000000, 0));
+    ASSERT_EQ(0, writeTo(kEnable, "11\0"s));
+    pollfd ready{fd, POLLIN, 0};
+    EXPECT_EQ(0, poll(&ready, 1, 50));
+    ASSERT_EQ(0, writeTo(kFlush, "1\0"s));
+    ASSERT_EQ(0, writeTo(kEnable, "10\0"s));
+    const std::string marker(14, '\0');
+    std::string record;
+    int64_t last = 0;
+    size_t count = 0;
+    while (record != marker) {
+        record.assign(14, 'x');
+        ASSERT_EQ(14, read(fd, record.data(), record.size()));
+        if (record == marker) break;
+        int16_t counts[3];
+        int64_t timestamp = 0;
+        std::memcpy(counts, record.data(), sizeof(counts));
+        std::memcpy(&timestamp, record.data() + 6, sizeof(timestamp));
+        if (count++ > 0) {
+            EXPECT_EQ(2000000, timestamp - last);
+        }
+        last = timestamp;
+        const double scale = static_cast<double>(standardCatalogue()[0].resolution);
+        EXPECT_NEAR(9.8, scale * std::hypot(counts[0], counts[1], counts[2]), 0.7);
+    }
+    EXPECT_GE(count, 20U);
+    close(fd);
+}
+
+TEST(Signals, FillTheirRecords) {
+    const World world(5);
+    constexpr size_t kTimestampSize = 8;
+    for (const SensorSpec& spec : standardCatalogue()) {
+        const DeviceProfile* profile = findProfile(spec.handle);
+        ASSERT_NE(nullptr, profile) << spec.handle;
+        if (profile->signal == nullptr) continue;
+        for (double t = 0.0; t < 30.0; t += 1.7) {
+            RecordBuilder record;
+            profile->signal(world, spec, t, record);
+            EXPECT_EQ(profile->recordSize, record.bytes().size() + kTimestampSize) << spec.handle;
+        }
+    }
+}
+
+TEST(World, FieldTurnsAgainstTheRotation) {
+    const World world(5);
+    constexpr double kStep = 0.1;
+    for (double t = 1.0; t < 20.0; t += 0.37) {
+        const Vector3 before = world.magneticField(t - kStep);
+        const Vector3 after = world.magneticField(t + kStep);
+        const Vector3 m = world.magneticField(t);
+        const Vector3 w = world.rotationRate(t);
+        const Vector3 expected = {m[1] * w[2] - m[2] * w[1], m[2] * w[0] - m[0] * w[2],
+                                  m[0] * w[1] - m[1] * w[0]};
+        for (size_t axis = 0; axis < 3; ++axis) {
+            EXPECT_NEAR(expected[axis], (after[axis] - before[axis]) / (2 * kStep), 6.0) << t;
+        }
+    }
+}
+
+}  // namespace
+}  // namespace simulator
