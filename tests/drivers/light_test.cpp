@@ -1,0 +1,359 @@
+#include <cutils/properties.h>
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <optional>
+
+#include "sensors/LightBase.h"
+#include "sensors/SensorList.h"
+#include "simulator/RearLightSensor.h"
+#include "simulator/RecordBuilder.h"
+#include "simulator/SimulatedHub.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/RecordingCallback.h"
+
+namespace {
+
+using android::hardware::sensors::V1_0::Event;
+using android::hardware::sensors::V2_0::zelva_sensorhub::LightBase;
+using android::hardware::sensors::V2_0::zelva_sensorhub::SensorBase;
+using android::hardware::sensors::V2_0::zelva_sensorhub::SensorList;
+using simulator::RearLightSensor;
+using simulator::RecordBuilder;
+using simulator::Request;
+using simulator::SimulatedHub;
+using testing_support::LogCapture;
+using testing_support::LogLine;
+using testing_support::RecordingCallback;
+
+constexpr int kLight = 5;
+constexpr int kCct = 34;
+constexpr int kAutoBrightness = 37;
+constexpr int kInfrared = 48;
+constexpr int kSeamless = 55;
+constexpr char kCameraLight[] = "persist.sns.camera_light";
+constexpr char kAmbientBrightness[] = "persist.dm.passive.ambient_brightness";
+
+using Lines = std::vector<LogLine>;
+
+SimulatedHub::Options lightSensors() {
+    SimulatedHub::Options options;
+    options.sensors.clear();
+    for (const int handle : {kLight, kCct, kAutoBrightness, kInfrared, kSeamless}) {
+        simulator::SensorSpec spec;
+        spec.handle = handle;
+        spec.chipName = "CHIP";
+        options.sensors.push_back(spec);
+    }
+    return options;
+}
+
+/** All light sensors, with the rear one. */
+class LightTest : public testing::Test {
+  protected:
+    LightTest() : mHub(lightSensors()), mRear(mHub) {
+        mList.emplace(&mCallback);
+        LightBase::pmsInfo.threshold_dark = 0;
+        LightBase::pmsInfo.threshold_bright = 0;
+        LightBase::pmsInfo.brightness = 0;
+        LogCapture::take();
+        mHub.clearRequests();
+    }
+
+    SensorBase& sensor(int handle) { return *mList->get(handle); }
+
+    static Event injection(uint32_t subCommand, std::vector<float> arguments) {
+        Event event = {};
+        memcpy(&event.u, &subCommand, sizeof(subCommand));
+        for (size_t i = 0; i < arguments.size(); ++i)
+            event.u.data[2 + i] = arguments[i];
+        return event;
+    }
+
+    std::vector<std::string> written(Request::Kind kind) {
+        std::vector<std::string> packets;
+        for (const Request& request : mHub.requests(kind))
+            packets.push_back(request.bytes);
+        mHub.clearRequests();
+        return packets;
+    }
+
+    /** Payload words 0 and 1 of what a record makes the auto-brightness sensor post. */
+    std::pair<float, float> brightness(int32_t lux, uint8_t minFlag, uint8_t flipState) {
+        const auto record = RecordBuilder().i32(lux).u8(minFlag).u32(0).u8(flipState).u64(1);
+        EXPECT_TRUE(mHub.push(kAutoBrightness, record.bytes()));
+        sensor(kAutoBrightness).readEvents();
+        const auto posts = mCallback.take();
+        if (posts.size() != 1) return {NAN, NAN};
+        return {posts[0].events[0].u.data[0], posts[0].events[0].u.data[1]};
+    }
+
+    /** The flicker line of a record that has the rear sensor read. */
+    std::string flickerLine(int32_t a, int32_t b) {
+        mRear.setChannels(a, b);
+        LogCapture::take();
+        brightness(-1, 2, 0);
+        for (const LogLine& line : LogCapture::take()) {
+            if (line.text.find("getFlickerData: flicker lux") == 0) return line.text;
+        }
+        return "";
+    }
+
+    LogCapture mLog;
+    SimulatedHub mHub;
+    RearLightSensor mRear;
+    RecordingCallback mCallback;
+    std::optional<SensorList> mList;
+};
+
+using Pair = std::pair<float, float>;
+
+TEST_F(LightTest, ConstructionSwitchesTheCameraLightOff) {
+    property_set(kCameraLight, "true");
+    mList.reset();
+    mList.emplace(&mCallback);
+    char value[PROPERTY_VALUE_MAX];
+    property_get(kCameraLight, value, "");
+    EXPECT_STREQ(value, "false");
+    EXPECT_TRUE(LogCapture::contains('E', "support rear flicker feature"));
+}
+
+TEST_F(LightTest, WithoutRearSensorEnableLeavesItAlone) {
+    mHub.removeFile(RearLightSensor::kDataPath);
+    mList.reset();
+    mList.emplace(&mCallback);
+    EXPECT_TRUE(LogCapture::contains('E', "do not support rear flicker feature"));
+    LogCapture::take();
+    mHub.clearRequests();
+    EXPECT_EQ(sensor(kAutoBrightness).enable(kAutoBrightness, true), 0);
+    EXPECT_TRUE(LogCapture::take().empty());
+    EXPECT_TRUE(mHub.requests().empty());
+}
+
+TEST_F(LightTest, EachEnableLogsTheFirstRecordsAgain) {
+    const struct {
+        int handle;
+        std::string record;
+        size_t logged;
+    } cases[] = {
+        {kLight, RecordBuilder().i32(1).u64(1).bytes(), 3},
+        {kCct, RecordBuilder().i32(1).i32(1).i32(1).i16(1).u64(1).bytes(), 3},
+        {kAutoBrightness, RecordBuilder().i32(1).u64(1).bytes(), 3},
+        {kInfrared, std::string(32, '\1'), 5},
+    };
+    for (const auto& tested : cases) {
+        SCOPED_TRACE(tested.handle);
+        const auto linesOfSix = [&] {
+            LogCapture::take();
+            for (int i = 0; i < 6; ++i) {
+                EXPECT_TRUE(mHub.push(tested.handle, tested.record));
+                sensor(tested.handle).readEvents();
+            }
+            return LogCapture::take().size();
+        };
+        EXPECT_EQ(linesOfSix(), tested.logged);
+        EXPECT_EQ(sensor(tested.handle).enable(tested.handle, false), 0);
+        EXPECT_EQ(linesOfSix(), 0u);
+        EXPECT_EQ(sensor(tested.handle).enable(tested.handle, true), 0);
+        EXPECT_EQ(linesOfSix(), tested.logged);
+    }
+}
+
+TEST_F(LightTest, LightInjection) {
+    SensorBase& light = sensor(kLight);
+    EXPECT_EQ(light.injectSensorData(injection(0, {1})), 0);
+    EXPECT_EQ(light.injectSensorData(injection(1, {1})), 0);
+    EXPECT_EQ(light.injectSensorData(injection(2, {1})), -EINVAL);
+    EXPECT_EQ(light.injectSensorData(injection(0x10000001, {1})), -EINVAL);
+    EXPECT_TRUE(mHub.requests().empty());
+
+    EXPECT_EQ(light.injectSensorData(injection(0x10000000, {-2.9f, 9, 9, 9})), 0);
+    EXPECT_EQ(LightBase::pmsInfo.brightness, 0);
+    EXPECT_EQ(light.injectSensorData(injection(0x10000002, {77.9f, 100, NAN, 3e9f})), 0);
+    EXPECT_EQ(LightBase::pmsInfo.threshold_dark, 100);
+    EXPECT_EQ(LightBase::pmsInfo.threshold_bright, std::numeric_limits<int32_t>::max());
+    EXPECT_EQ(LightBase::pmsInfo.brightness, 77);
+    const RecordBuilder head = RecordBuilder().u8(1).u8(5);
+    EXPECT_EQ(written(Request::Kind::kInjection),
+              (std::vector<std::string>{
+                  RecordBuilder(head).i32(-2).bytes(),
+                  RecordBuilder(head).i32(77).i32(100).i32(0).i32(0x7FFFFFFF).bytes()}));
+    EXPECT_EQ(LogCapture::take(),
+              (Lines{{'I', "LightSensor::injectSensorData: brightness -2"},
+                     {'I',
+                      "LightSensor::injectSensorData brightness 77 threshold_dark 100 lux 0 "
+                      "threshold_bright 2147483647"}}));
+
+    mHub.failWrite("/dev/shub_data_injection", EIO);
+    EXPECT_EQ(light.injectSensorData(injection(0x10000000, {1})), -EIO);
+}
+
+TEST_F(LightTest, CameraLuxInjection) {
+    SensorBase& tested = sensor(kAutoBrightness);
+    EXPECT_EQ(tested.injectSensorData(injection(1, {1})), 0);
+    EXPECT_EQ(tested.injectSensorData(injection(0x10000000, {1})), -EINVAL);
+    EXPECT_EQ(tested.injectSensorData(injection(0x10000001, {-500.7f})), 0);
+    EXPECT_EQ(written(Request::Kind::kInjection),
+              (std::vector<std::string>{RecordBuilder().u8(1).u8(37).i32(-500).bytes()}));
+    EXPECT_EQ(LogCapture::take(),
+              (Lines{{'I', "AutoBrightnessSensor::injectSensorData: camLux -500"}}));
+}
+
+TEST_F(LightTest, FlickerLux) {
+    LightBase::pmsInfo.threshold_dark = 42;
+    const struct {
+        int32_t a;
+        int32_t b;
+        int32_t lux;
+    } cases[] = {
+        {1000000, 100000, 55},
+        {100000, 1000000, -7},
+        {43000000, 100000000, -3298},  // the ratio is 0.43, not below it
+        {42999000, 100000000, -3232},
+        {2000000, 0, 122},
+        {0, 0, 0},
+        {500000000, 500000000, 953},
+        {500000001, 1, -1},
+        {1, 500000001, -1},
+        {-3, 5, -1},
+        {5, -3, -1},
+        // A hair from a whole number: fusing the products would tip them over.
+        {1394299, 697149, 43},
+        {1996383, 998191, 63},
+    };
+    for (const auto& tested : cases) {
+        const std::string pair = std::to_string(tested.a) + ", " + std::to_string(tested.b);
+        EXPECT_EQ(flickerLine(tested.a, tested.b),
+                  "getFlickerData: flicker lux: " + std::to_string(tested.lux) + " (" + pair +
+                      ", dw: 42)");
+    }
+}
+
+TEST_F(LightTest, FlickerFileForms) {
+    const auto lineOf = [this](const std::string& text) {
+        mRear.setText(text);
+        brightness(0, 2, 0);
+        const Lines lines = LogCapture::take();
+        return lines.size() < 2 ? LogLine{'?', ""} : lines[lines.size() - 2];
+    };
+    EXPECT_EQ(lineOf("garbage\n"), (LogLine{'I', "getFlickerData: flicker lux: 0 (0, 0, dw: 0)"}));
+    EXPECT_EQ(lineOf("2000000\n"),
+              (LogLine{'I', "getFlickerData: flicker lux: 122 (2000000, 0, dw: 0)"}));
+    EXPECT_EQ(lineOf("200000000000,1\n"),
+              (LogLine{'I', "getFlickerData: flicker lux: 12241 (200000000, 0, dw: 0)"}));
+    EXPECT_EQ(lineOf(std::string(12, ' ') + "123,123456789"),
+              (LogLine{'I', "getFlickerData: flicker lux: 0 (123, 1234, dw: 0)"}))
+        << "no more than 20 bytes are read";
+    EXPECT_EQ(lineOf(""), (LogLine{'E', "AutoBrightnessSensor::getFlickerData: fread fail"}));
+    mHub.failOpen(RearLightSensor::kDataPath, EACCES);
+    EXPECT_EQ(lineOf("1,1"), (LogLine{'E', "AutoBrightnessSensor::getFlickerData: fopen fail"}));
+}
+
+TEST_F(LightTest, NothingNewTakesTheLastAcceptedReading) {
+    flickerLine(1000000, 100000);
+    flickerLine(-3, 5);
+    EXPECT_EQ(flickerLine(-2, -2), "getFlickerData: flicker lux: 55 (1000000, 100000, dw: 0)");
+    mRear.setChannels(-2, -2);
+    brightness(0, 2, 0);
+    EXPECT_TRUE(LogCapture::contains('I', "getFlickerData: use prev als data"));
+    sensor(kAutoBrightness).enable(kAutoBrightness, true);
+    EXPECT_EQ(flickerLine(-2, -2), "getFlickerData: flicker lux: -1 (-1, -1, dw: 0)");
+}
+
+TEST_F(LightTest, EnableSwitchesTheRearSensor) {
+    SensorBase& tested = sensor(kAutoBrightness);
+    const auto line = [](int enabled, int valid) -> LogLine {
+        return {'I', "AutoBrightnessSensor::enable: flicker enable: " + std::to_string(enabled) +
+                         ", flicker valid: " + std::to_string(valid) + " "};
+    };
+    EXPECT_EQ(tested.enable(kAutoBrightness, true), 0);
+    EXPECT_TRUE(mRear.isEnabled());
+    EXPECT_EQ(tested.enable(kAutoBrightness, false), 0);
+    EXPECT_EQ(written(Request::Kind::kWrite),
+              (std::vector<std::string>{std::string("1\0", 2), std::string("0\0", 2)}));
+    EXPECT_EQ(LogCapture::take(), (Lines{line(1, 1), line(0, 1)}));
+
+    mHub.failWrite(RearLightSensor::kEnablePath, EIO);
+    tested.enable(kAutoBrightness, true);
+    EXPECT_EQ(LogCapture::take(),
+              (Lines{{'E', "AutoBrightnessSensor::enableFlicker: fwrite error."}, line(0, 1)}));
+    tested.enable(kAutoBrightness, true);
+    mHub.failOpen(RearLightSensor::kEnablePath, EACCES);
+    tested.enable(kAutoBrightness, false);
+    EXPECT_EQ(LogCapture::take(), (Lines{line(1, 1),
+                                         {'E', "AutoBrightnessSensor::enableFlicker: fopen error."},
+                                         line(1, 1)}));
+
+    mHub.clearRequests();
+    mRear.setChannels(-6, -6);
+    brightness(5, 2, 0);
+    EXPECT_TRUE(LogCapture::contains('I', "flicker invalid data - read fail: -6, -6"));
+    LogCapture::take();
+    tested.enable(kAutoBrightness, true);
+    EXPECT_TRUE(mHub.requests().empty());
+    EXPECT_EQ(LogCapture::take(), (Lines{line(1, 0)}));
+    mRear.setChannels(2000000, 0);
+    LightBase::pmsInfo.threshold_dark = 1000;
+    EXPECT_EQ(brightness(5, 0, 0), Pair(5, 0)) << "a sensor that has failed stays out for good";
+}
+
+TEST_F(LightTest, FoldedOrMinimumTakesTheBrighterSource) {
+    mRear.setChannels(2458861, 0);  // 150 lux
+    EXPECT_EQ(brightness(20, 2, 0), Pair(150, 1)) << "even when the rear sensor is off";
+    EXPECT_EQ(LogCapture::lines().back(), (LogLine{'I', "flip_state(0) minFlag(2) 150 20"}));
+    EXPECT_EQ(brightness(20, 1, 1), Pair(150, 1));
+    EXPECT_EQ(brightness(151, 0, 1), Pair(151, 0));
+    EXPECT_EQ(mRear.reads(), 3);
+    EXPECT_EQ(brightness(20, 1, 0), Pair(20, 1));
+    EXPECT_EQ(mRear.reads(), 3);
+}
+
+TEST_F(LightTest, DarkIsRaisedWithinTheThreshold) {
+    sensor(kAutoBrightness).enable(kAutoBrightness, true);
+    sensor(kLight).injectSensorData(injection(0x10000002, {50, 100, 20, 900}));
+    mRear.setChannels(2458861, 0);  // 150 lux
+    EXPECT_EQ(brightness(20, 1, 0), Pair(101, 0));
+    LightBase::pmsInfo.threshold_dark = 150;
+    EXPECT_EQ(brightness(20, 1, 0), Pair(150, 1));
+    LightBase::pmsInfo.threshold_dark = 100;
+    mRear.setChannels(1315000, 0);  // 80 lux
+    EXPECT_EQ(brightness(20, 1, 0), Pair(80, 1));
+    EXPECT_EQ(brightness(80, 1, 0), Pair(80, 1));
+    EXPECT_EQ(brightness(-2, 0, 0), Pair(80, 0));
+    EXPECT_EQ(mRear.reads(), 5);
+    EXPECT_EQ(brightness(100, 1, 0), Pair(100, 1)) << "not darker than the threshold";
+    EXPECT_EQ(mRear.reads(), 5);
+
+    mRear.setChannels(-3, 5);
+    EXPECT_EQ(brightness(-2, 0, 0), Pair(-2, 0)) << "no reading is not the camera's light";
+    sensor(kAutoBrightness).enable(kAutoBrightness, false);
+    EXPECT_EQ(brightness(20, 1, 0), Pair(20, 1));
+    EXPECT_EQ(mRear.reads(), 6);
+}
+
+TEST_F(LightTest, SeamlessConfigurationIsSentAtEachEnable) {
+    SensorBase& seamless = sensor(kSeamless);
+    property_set(kAmbientBrightness, "");
+    EXPECT_EQ(seamless.enable(kSeamless, true), 0);
+    EXPECT_TRUE(mHub.requests().empty());
+    property_set(kAmbientBrightness, "12,34");
+    EXPECT_EQ(seamless.enable(kSeamless, false), 0);
+    EXPECT_EQ(seamless.enable(kSeamless, true), 0);
+    const std::string longest(91, '7');
+    property_set(kAmbientBrightness, longest.c_str());
+    EXPECT_EQ(seamless.enable(kSeamless, true), 0);
+    EXPECT_EQ(written(Request::Kind::kInjection), (std::vector<std::string>{"\x01\x37"
+                                                                            "12,34",
+                                                                            "\x01\x37" + longest}));
+    EXPECT_EQ(LogCapture::take(),
+              (Lines{{'I',
+                      "LightSeamless_Sensor::setConfig fail to get "
+                      "persist.dm.passive.ambient_brightness"},
+                     {'I', "LightSeamless_Sensor::setConfig seamless lux 12,34"},
+                     {'I', "LightSeamless_Sensor::setConfig seamless lux " + longest}}));
+}
+
+}  // namespace

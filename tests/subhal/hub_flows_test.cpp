@@ -1,0 +1,156 @@
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "simulator/HubServices.h"
+#include "tests/support/LoadedSubHal.h"
+
+namespace {
+
+using android::hardware::sensors::V1_0::Event;
+using android::hardware::sensors::V1_0::Result;
+using simulator::HubServices;
+using simulator::Request;
+using simulator::SimulatedHub;
+using testing_support::LoadedSubHal;
+using testing_support::LogCapture;
+using testing_support::onlySensors;
+
+constexpr int kContextHandle = 32;
+constexpr char kControl[] = "/sys/class/sensors/hbx_sensor/shub_file";
+constexpr char kFile[] = "/data/vendor/sensorhub/calibration";
+
+/** The library on a hub whose firmware is at work. */
+class HubFlowsTest : public testing::Test {
+  protected:
+    HubFlowsTest()
+        : mSubHal(onlySensors({1}),
+                  [this](SimulatedHub& hub) { mServices = std::make_unique<HubServices>(hub); }) {}
+    ~HubFlowsTest() override { EXPECT_EQ(mServices->violations(), std::vector<std::string>{}); }
+
+    SimulatedHub& hub() { return mSubHal.hub(); }
+
+    Result inject(int32_t kind, uint32_t length, const std::string& chunk) {
+        Event event = {};
+        event.sensorHandle = kContextHandle;
+        auto* payload = reinterpret_cast<uint8_t*>(&event.u);
+        memcpy(payload, &kind, 4);
+        memcpy(payload + 4, &length, 4);
+        memcpy(payload + 8, chunk.data(), chunk.size());
+        return mSubHal.hal().injectSensorData(event);
+    }
+
+    std::unique_ptr<HubServices> mServices;
+    LoadedSubHal mSubHal;
+};
+
+TEST_F(HubFlowsTest, ReadySignalComesOnceBeforeAnyRequest) {
+    ASSERT_TRUE(mServices->waitReady());
+    ASSERT_TRUE(hub().waitIdle());
+    mSubHal.initialize();
+    hub().wakeLibrary();
+    ASSERT_TRUE(hub().waitIdle());
+    EXPECT_EQ(hub().requests(Request::Kind::kWrite).size(), 0u);
+}
+
+TEST_F(HubFlowsTest, FileManagerServesTheFirmware) {
+    ASSERT_TRUE(mServices->waitReady());
+    // Larger than a request, so in pieces, and with bytes that look like separators.
+    std::string content;
+    for (int i = 0; i < 9000; ++i)
+        content += static_cast<char>(i % 251);
+    for (size_t at = 0; at < content.size(); at += 4000) {
+        const std::string part = content.substr(at, 4000);
+        const auto written = mServices->writeFile(kFile, part, static_cast<int64_t>(at));
+        ASSERT_TRUE(written);
+        EXPECT_EQ(written->result, static_cast<int32_t>(part.size()));
+    }
+    EXPECT_EQ(hub().readFile(kFile), content);
+
+    const auto read = mServices->readFile(kFile, 4091, 4500);
+    ASSERT_TRUE(read);
+    EXPECT_EQ(read->result, 4091);
+    EXPECT_EQ(read->data, content.substr(4500, 4091));
+
+    // Without a reply: only the file tells.
+    ASSERT_TRUE(mServices->postRequest(HubServices::kWrite, std::string(kFile) + ",3,0,0,abc"));
+    ASSERT_TRUE(hub().waitIdle());
+    EXPECT_EQ(mServices->takeReply(), std::nullopt);
+    EXPECT_EQ(hub().readFile(kFile), "abc" + content.substr(3));
+
+    const auto removed = mServices->removeFile(kFile);
+    ASSERT_TRUE(removed);
+    EXPECT_EQ(removed->result, 0);
+    const auto missing = mServices->readFile(kFile, 10, 0);
+    ASSERT_TRUE(missing);
+    EXPECT_EQ(missing->result, -2);
+}
+
+TEST(HubFlows, WithoutAControlFileTheFirmwareIsNotServed) {
+    std::unique_ptr<HubServices> services;
+    LoadedSubHal subHal(onlySensors({1}), [&](SimulatedHub& hub) {
+        services = std::make_unique<HubServices>(hub);
+        hub.failOpen(kControl, EACCES);
+    });
+    subHal.initialize();
+    ASSERT_TRUE(services->postRequest(HubServices::kRemove, kFile));
+    ASSERT_TRUE(subHal.hub().waitIdle());
+    EXPECT_EQ(services->takeReply(), std::nullopt);
+    EXPECT_TRUE(LogCapture::contains('E', "fm is not supported"));
+}
+
+TEST_F(HubFlowsTest, DumpsOfSeveralTypesAreKept) {
+    constexpr char kDirectory[] = "/data/vendor/sensorhub/";
+    mServices->setDumpContent("state");
+    ASSERT_TRUE(mServices->requestDump(0, 9));
+    ASSERT_TRUE(hub().waitIdle());
+    mServices->setDumpContent("trace");
+    ASSERT_TRUE(mServices->requestDump(5, 3));
+    ASSERT_TRUE(hub().waitIdle());
+
+    const auto names = hub().listDirectory(kDirectory);
+    ASSERT_EQ(names.size(), 3u);
+    EXPECT_EQ(names[1].substr(0, 14), "shub_dump_005_");
+    EXPECT_EQ(names[2].substr(0, 15), "shub_dumpstate_");
+    EXPECT_EQ(hub().readFile(kDirectory + names[0]), "trace");
+    EXPECT_EQ(hub().readFile(kDirectory + names[1]), "trace");
+    EXPECT_EQ(hub().readFile(kDirectory + names[2]), "state");
+}
+
+TEST_F(HubFlowsTest, ContextListAndRecordsReachTheProxy) {
+    mSubHal.initialize();
+    mServices->setContextList({1, 2, 3, 4});
+    ASSERT_TRUE(mServices->pushContext(8, 0, 7, "dropped", 4));
+    ASSERT_TRUE(hub().waitIdle());
+    ASSERT_EQ(mSubHal.hal().activate(kContextHandle, true), Result::OK);
+    ASSERT_TRUE(mServices->pushContext(8, 0, 7, "context!", 5));
+    ASSERT_TRUE(hub().waitIdle());
+    ASSERT_EQ(mSubHal.hal().flush(kContextHandle), Result::OK);
+
+    const auto posts = mSubHal.proxy().take();
+    ASSERT_EQ(posts.size(), 3u);
+    ASSERT_EQ(posts[0].events.size(), 3u);
+    EXPECT_EQ(static_cast<int32_t>(posts[0].events[1].sensorType), 33);
+    ASSERT_EQ(posts[1].events.size(), 1u);
+    EXPECT_EQ(posts[1].events[0].timestamp, 5);
+    EXPECT_EQ(memcmp(reinterpret_cast<const char*>(&posts[1].events[0].u) + 8, "context!", 9), 0);
+    EXPECT_EQ(static_cast<int32_t>(posts[2].events[0].sensorType), 0);
+}
+
+TEST_F(HubFlowsTest, InjectedMessagesReachTheFirmwareWhole) {
+    const std::string first(56, 'a');
+    EXPECT_EQ(inject(0, 60, ""), Result::OK);
+    EXPECT_TRUE(LogCapture::contains('I', "QContextSensor::injecet_sensor_data"));
+    inject(0x42554853, 56, first);
+    inject(0x42554853, 4, "tail");
+    inject(1, 60, "");
+    inject(0, 5, "short");
+    // Refused by the writer, which nobody hears of.
+    EXPECT_EQ(inject(0, 2000, ""), Result::OK);
+    EXPECT_EQ(mServices->messages(), (std::vector<std::string>{first + "tail", "short"}));
+}
+
+}  // namespace

@@ -1,0 +1,152 @@
+#include <gtest/gtest.h>
+
+#include "tests/support/LoadedSubHal.h"
+
+namespace {
+
+using android::hardware::sensors::V1_0::Result;
+using simulator::RecordBuilder;
+using simulator::Request;
+using testing_support::LoadedSubHal;
+using testing_support::LogCapture;
+using testing_support::LogLine;
+using testing_support::onlySensors;
+
+std::string acceleration(int16_t x, uint64_t timestamp) {
+    return RecordBuilder().i16(x).i16(0).i16(0).u64(timestamp).bytes();
+}
+std::string eventCode(uint8_t code, uint64_t timestamp) {
+    return RecordBuilder().u8(code).u64(timestamp).bytes();
+}
+
+TEST(Posting, WithoutAProxyEventsAreDroppedWithALine) {
+    LoadedSubHal subHal(onlySensors({1}));
+    ASSERT_EQ(subHal.hal().activate(1, true), Result::OK);
+    ASSERT_TRUE(subHal.hub().waitIdle());
+    LogCapture::take();
+    ASSERT_TRUE(subHal.deliver(1, acceleration(1, 5)));
+    EXPECT_EQ(LogCapture::take(), (std::vector<LogLine>{{'I', "postEvents: mCallBack is null"}}));
+}
+
+TEST(Posting, OnlyEnabledSensorsReachTheProxy) {
+    LoadedSubHal subHal(onlySensors({1}));
+    subHal.initialize();
+    ASSERT_TRUE(subHal.deliver(1, acceleration(1, 5)));
+    EXPECT_TRUE(subHal.proxy().take().empty());
+    EXPECT_TRUE(LogCapture::take().empty());
+
+    ASSERT_EQ(subHal.hal().activate(1, true), Result::OK);
+    ASSERT_TRUE(subHal.deliver(1, acceleration(1, 6)));
+    const auto posts = subHal.proxy().take();
+    ASSERT_EQ(posts.size(), 1u);
+    ASSERT_EQ(posts[0].events.size(), 1u);
+    EXPECT_EQ(posts[0].events[0].timestamp, 6);
+    EXPECT_FALSE(posts[0].wakelock);
+
+    ASSERT_EQ(subHal.hal().activate(1, false), Result::OK);
+    ASSERT_TRUE(subHal.deliver(1, acceleration(1, 7)));
+    EXPECT_TRUE(subHal.proxy().take().empty());
+}
+
+TEST(Posting, WakeUpSensorsHoldAWakelockDuringTheCall) {
+    LoadedSubHal subHal(onlySensors({1, 8}));
+    subHal.initialize();
+    ASSERT_EQ(subHal.hal().activate(8, true), Result::OK);
+    ASSERT_TRUE(subHal.deliver(8, eventCode(1, 5)));
+    const auto posts = subHal.proxy().take();
+    ASSERT_EQ(posts.size(), 1u);
+    EXPECT_TRUE(posts[0].wakelock);
+    EXPECT_EQ(subHal.proxy().wakelock().taken(), 1);
+    EXPECT_EQ(subHal.proxy().wakelock().held(), 0);
+}
+
+TEST(Posting, ABatchIsDrainedInOneWakeUpInOrder) {
+    LoadedSubHal subHal(onlySensors({1}));
+    subHal.initialize();
+    ASSERT_EQ(subHal.hal().batch(1, 10000000, 1000000000), Result::OK);
+    ASSERT_EQ(subHal.hal().activate(1, true), Result::OK);
+    subHal.hub().setDataAvailable(1, "0\n");  // keeps the records in the queue
+    for (uint64_t i = 1; i <= 100; ++i) {
+        ASSERT_TRUE(subHal.hub().push(1, acceleration(static_cast<int16_t>(i), i)));
+    }
+    EXPECT_TRUE(subHal.proxy().take().empty());
+    subHal.hub().setDataAvailable(1, "100\n");
+    ASSERT_TRUE(subHal.hub().waitIdle());
+    const auto posts = subHal.proxy().take();
+    ASSERT_EQ(posts.size(), 100u);
+    for (size_t i = 0; i < 100; ++i) {
+        EXPECT_EQ(posts[i].events[0].timestamp, static_cast<int64_t>(i + 1));
+    }
+}
+
+TEST(Posting, AOneShotSensorIsSwitchedOffOnceItHasFired) {
+    LoadedSubHal subHal(onlySensors({1, 17}));
+    subHal.initialize();
+    ASSERT_EQ(subHal.hal().activate(17, true), Result::OK);
+    LogCapture::take();
+    ASSERT_TRUE(subHal.deliver(17, eventCode(1, 5)));
+    EXPECT_EQ(subHal.proxy().take().size(), 1u);
+    ASSERT_TRUE(subHal.deliver(17, eventCode(1, 6)));
+    EXPECT_TRUE(subHal.proxy().take().empty());
+
+    std::vector<std::string> writes;
+    for (const Request& request : subHal.hub().requests(Request::Kind::kEnable)) {
+        writes.push_back(request.bytes);
+    }
+    const std::string off("170", 4);
+    EXPECT_EQ(writes, (std::vector<std::string>{std::string("171", 4), off, off}));
+    EXPECT_TRUE(LogCapture::contains('I', "queueActivate: handle 17 enable 0"));
+}
+
+TEST(Posting, FailingReadsAreLoggedAndTheLoopGoesOn) {
+    LoadedSubHal subHal(onlySensors({1, 4}));
+    subHal.initialize();
+    ASSERT_EQ(subHal.hal().activate(1, true), Result::OK);
+    LogCapture::take();
+    subHal.hub().failRead(1, EIO, 1, 3);
+    subHal.hub().failPoll(EINTR, 1, 2);
+    ASSERT_TRUE(subHal.deliver(1, acceleration(9, 5)));
+    EXPECT_EQ(
+        LogCapture::count(
+            'E', "AccSensor :input data file descriptor not available - (Input/output error)"),
+        3);
+    EXPECT_EQ(subHal.proxy().take().size(), 1u);
+}
+
+TEST(Posting, ShortRecordsKeepTheirMissingFieldsZero) {
+    LoadedSubHal subHal(onlySensors({1}));
+    subHal.initialize();
+    ASSERT_EQ(subHal.hal().activate(1, true), Result::OK);
+    ASSERT_TRUE(subHal.deliver(1, std::string("\x02\x00", 2)));
+    auto posts = subHal.proxy().take();
+    ASSERT_EQ(posts.size(), 1u);
+    EXPECT_EQ(posts[0].events[0].timestamp, 0);
+    EXPECT_NE(posts[0].events[0].u.vec3.x, 0.0F);
+    EXPECT_EQ(posts[0].events[0].u.vec3.y, 0.0F);
+}
+
+TEST(Posting, FlushCompletionComesAsAMetaEvent) {
+    LoadedSubHal subHal(onlySensors({1}));
+    subHal.initialize();
+    ASSERT_EQ(subHal.hal().activate(1, true), Result::OK);
+    ASSERT_EQ(subHal.hal().flush(1), Result::OK);
+    ASSERT_TRUE(subHal.hub().pushFlushMarker(1));
+    ASSERT_TRUE(subHal.hub().waitIdle());
+    const auto posts = subHal.proxy().take();
+    ASSERT_EQ(posts.size(), 1u);
+    EXPECT_EQ(static_cast<int>(posts[0].events[0].sensorType), 0);
+    EXPECT_EQ(posts[0].events[0].sensorHandle, 1);
+    EXPECT_EQ(static_cast<int>(posts[0].events[0].u.meta.what), 1);
+}
+
+TEST(Posting, WithoutTheHousekeepingDeviceTheLoopStartsAllTheSame) {
+    auto options = onlySensors({1});
+    options.hasSensorHub = false;
+    LoadedSubHal subHal(options);
+    subHal.initialize();
+    ASSERT_EQ(subHal.hal().activate(1, true), Result::OK);
+    ASSERT_TRUE(subHal.deliver(1, acceleration(1, 5)));
+    EXPECT_EQ(subHal.proxy().take().size(), 1u);
+}
+
+}  // namespace

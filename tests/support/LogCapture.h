@@ -1,0 +1,39 @@
+#pragma once
+
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace testing_support {
+
+/** One line that the product logged under its tag. */
+struct LogLine {
+    char level;  ///< 'D', 'I', 'W', 'E'
+    std::string text;
+
+    bool operator==(const LogLine& other) const {
+        return level == other.level && text == other.text;
+    }
+};
+
+std::ostream& operator<<(std::ostream& stream, const LogLine& line);
+
+/**
+ * Collects the log in place of the platform, from every thread, while it lives; a failing test
+ * prints what it collected. At most one at a time.
+ */
+class LogCapture {
+  public:
+    LogCapture();
+    ~LogCapture();
+    LogCapture(const LogCapture&) = delete;
+    LogCapture& operator=(const LogCapture&) = delete;
+
+    /** What was logged since construction or the last take(). */
+    static std::vector<LogLine> take();
+    static std::vector<LogLine> lines();
+    static bool contains(char level, const std::string& text);
+    static int count(char level, const std::string& text);
+};
+
+}  // namespace testing_support

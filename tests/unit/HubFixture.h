@@ -1,0 +1,27 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include "simulator/HubServices.h"
+#include "simulator/SimulatedHub.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/RecordingCallback.h"
+
+namespace testing_support {
+
+/** A hub with its two own devices alone, and its firmware. */
+class HubFixture : public testing::Test {
+  protected:
+    static simulator::SimulatedHub::Options noSensors() {
+        simulator::SimulatedHub::Options options;
+        options.sensors.clear();
+        return options;
+    }
+
+    LogCapture mLog;
+    simulator::SimulatedHub mHub{noSensors()};
+    simulator::HubServices mServices{mHub};
+    RecordingCallback mCallback;
+};
+
+}  // namespace testing_support

@@ -1,0 +1,179 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <ctime>
+#include <string>
+#include <vector>
+
+#include "hub/SensorHubSensor.h"
+#include "tests/unit/HubFixture.h"
+
+namespace {
+
+using android::hardware::sensors::V2_0::zelva_sensorhub::SensorHubSensor;
+using testing_support::LogCapture;
+
+using Names = std::vector<std::string>;
+
+constexpr char kSource[] = "/sys/class/sensors/hbx_sensor/shub_dump";
+constexpr char kDirectory[] = "/data/vendor/sensorhub/";
+constexpr char kLatest[] = "/data/vendor/sensorhub/shub_dump";
+
+class HubDumpTest : public testing_support::HubFixture {
+  protected:
+    HubDumpTest() {
+        setenv("TZ", "XYZ-5:30", 1);
+        tzset();
+        mServices.setDumpContent("registers");
+        LogCapture::take();
+    }
+
+    void keep(const Names& names) {
+        for (const std::string& name : names)
+            mHub.setFile(kDirectory + name, "old");
+    }
+
+    /** Has a dump saved and answers what was removed, as logged. */
+    Names dump(int type, int count) {
+        LogCapture::take();
+        EXPECT_TRUE(mServices.requestDump(type, count));
+        mSensor.readEvents();
+        const std::string lead =
+            std::string("SensorHubSensor::deletePrevDump remove ") + kDirectory;
+        Names removed;
+        for (const auto& line : LogCapture::lines()) {
+            if (line.text.compare(0, lead.size(), lead) != 0) continue;
+            EXPECT_EQ(line.level, 'I');
+            removed.push_back(line.text.substr(lead.size()));
+            EXPECT_FALSE(mHub.hasFile(kDirectory + removed.back()));
+        }
+        return removed;
+    }
+
+    Names kept() { return mHub.listDirectory(kDirectory); }
+
+    SensorHubSensor mSensor{&mCallback};
+};
+
+/** Local time as in a dump's name; the zone is ahead of UTC by five hours and a half. */
+std::string stampOf(time_t now) {
+    const time_t shifted = now + 5 * 3600 + 30 * 60;
+    tm utc = {};
+    gmtime_r(&shifted, &utc);
+    char text[16];
+    strftime(text, sizeof(text), "%Y%m%d_%H%M%S", &utc);
+    return text;
+}
+
+TEST_F(HubDumpTest, WritesTheStampedAndTheLatestFile) {
+    const std::string content(10000, 'd');
+    mServices.setDumpContent(content);
+    const time_t begin = time(nullptr);
+    EXPECT_EQ(dump(5, 3), Names{});
+    const time_t end = time(nullptr);
+    ASSERT_EQ(kept().size(), 2u);
+    EXPECT_EQ(kept()[0], "shub_dump");
+    const std::string name = kept()[1];
+    EXPECT_GE(name, "shub_dump_005_" + stampOf(begin));
+    EXPECT_LE(name, "shub_dump_005_" + stampOf(end));
+    EXPECT_EQ(mHub.readFile(kDirectory + name), content);
+    EXPECT_EQ(mHub.readFile(kLatest), content);
+    EXPECT_TRUE(LogCapture::contains('I', "SensorHubSensor dump type 5, count 3"));
+    EXPECT_TRUE(LogCapture::contains('I', "SensorHubSensor::dump out " + name + ", count 3"));
+}
+
+TEST_F(HubDumpTest, LatestFileKeepsTheTailOfALongerOne) {
+    mHub.setFile(kLatest, "a much longer earlier dump");
+    dump(255, 9);
+    EXPECT_EQ(mHub.readFile(kLatest),
+              "registers" + std::string("a much longer earlier dump").substr(9));
+    EXPECT_EQ(kept().size(), 2u);
+    EXPECT_EQ(kept()[1].substr(0, 14), "shub_dump_255_");
+}
+
+TEST_F(HubDumpTest, NewestPreviousDumpGivesWay) {
+    const Names others = {"shub_dump_006_20300101_000000", "shub_dumpstate_20300101_000000",
+                          "shub_dump_0055"};
+    keep(others);
+    keep({"shub_dump_005_20240229_235959", "shub_dump_005_20240301_000000"});
+    EXPECT_EQ(dump(5, 3), Names{});
+    EXPECT_EQ(kept().size(), 7u);
+    for (const std::string& name : others)
+        EXPECT_TRUE(mHub.hasFile(kDirectory + name));
+
+    keep({"shub_dump_005_20991231_235959"});
+    EXPECT_EQ(dump(5, 4), Names{"shub_dump_005_20991231_235959"});
+    EXPECT_TRUE(mHub.hasFile(std::string(kDirectory) + "shub_dump_005_20240229_235959"));
+}
+
+TEST_F(HubDumpTest, StateDumpsKeepTwoWhateverIsAsked) {
+    EXPECT_EQ(dump(0, 9), Names{});
+    EXPECT_EQ(kept()[1].substr(0, 15), "shub_dumpstate_");
+    mHub.removeFile(kDirectory + kept()[1]);
+
+    keep({"shub_dumpstate_20240101_000000"});
+    EXPECT_EQ(dump(0, 1), Names{});
+    for (const std::string& name : kept())
+        mHub.removeFile(kDirectory + name);
+
+    keep({"shub_dumpstate_20240101_000000", "shub_dumpstate_20240101_000001",
+          "shub_dumpstate_20231231_000000"});
+    EXPECT_EQ(dump(0, 9), Names{"shub_dumpstate_20240101_000001"});
+}
+
+TEST_F(HubDumpTest, LimitOneRemovesAllOfTheType) {
+    keep({"shub_dump_007_20240101_000000", "shub_dump_007_", "shub_dump_007_junk",
+          "shub_dump_008_20240101_000000"});
+    EXPECT_EQ(dump(7, 1).size(), 3u);
+    EXPECT_EQ(kept().size(), 3u);
+    EXPECT_TRUE(mHub.hasFile(std::string(kDirectory) + "shub_dump_008_20240101_000000"));
+}
+
+TEST_F(HubDumpTest, OddNamesAndLimitsRemoveNothingElse) {
+    // No file of the type: a limit of 0 is reached, but there is nothing to remove.
+    keep({"shub_dump_00", "s"});
+    EXPECT_EQ(dump(3, 0), Names{});
+    EXPECT_EQ(kept().size(), 4u);
+    keep({"shub_dump_004_20240101_000000", "shub_dump_004_20250101_000000"});
+    EXPECT_EQ(dump(4, 0), Names{"shub_dump_004_20250101_000000"});
+
+    // Names without a stamp neither count nor go.
+    for (const std::string& name : kept())
+        mHub.removeFile(kDirectory + name);
+    keep({"shub_dump_003_", "shub_dump_003_2024", "shub_dump_003_20241301_000000",
+          "shub_dump_003_20240101_000000.old"});
+    EXPECT_EQ(dump(3, 2), Names{});
+    EXPECT_TRUE(LogCapture::contains('E', "deletePrevDump: str time 2024 error: Invalid argument"));
+    EXPECT_TRUE(LogCapture::contains('E', "deletePrevDump: str time  error: Invalid argument"));
+    EXPECT_EQ(kept().size(), 6u);
+}
+
+TEST_F(HubDumpTest, CopyFailures) {
+    mHub.failOpen(kLatest, EACCES);
+    dump(4, 2);
+    const std::string open = "SensorHubSensor::copyFile: open error: Permission denied, inFd(";
+    const std::string files = std::string(")=") + kSource + ", outFd(-1)=" + kLatest;
+    const auto lines = LogCapture::lines();
+    EXPECT_TRUE(std::any_of(lines.begin(), lines.end(), [&](const auto& line) {
+        return line.level == 'E' && line.text.rfind(open, 0) == 0 &&
+               line.text.find(files) == line.text.size() - files.size();
+    }));
+    EXPECT_FALSE(mHub.hasFile(kLatest));
+
+    // Without a source the target is made all the same, and stays empty.
+    mHub.failOpen(kSource, EACCES, 1, 2);
+    dump(4, 9);
+    EXPECT_EQ(mHub.readFile(kLatest), "");
+
+    // A failed write costs its chunk alone.
+    mServices.setDumpContent(std::string(4096, 'a') + std::string(4096, 'b') + "c");
+    mHub.failWrite(kLatest, ENOSPC);
+    dump(4, 9);
+    EXPECT_TRUE(LogCapture::contains(
+        'E', "SensorHubSensor::copyFile: write error: No space left on device"));
+    EXPECT_EQ(mHub.readFile(kLatest), std::string(4096, 'b') + "c");
+}
+
+}  // namespace

@@ -1,0 +1,174 @@
+#include "directchannel/LockfreeBuffer.h"
+
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+using android::hardware::sensors::V2_0::zelva_sensorhub::LockfreeBuffer;
+
+namespace {
+
+constexpr size_t kRecord = 104;
+
+/** Every byte tells the event, the bytes of the counter word included. */
+sensors_event_t eventOf(uint8_t fill) {
+    sensors_event_t event;
+    memset(&event, fill, sizeof(event));
+    return event;
+}
+
+class Region {
+  public:
+    explicit Region(size_t size) : mBytes(size, 0xAA) {}
+
+    uint8_t* base() { return mBytes.data(); }
+    std::string bytes(size_t begin, size_t end) const {
+        return {mBytes.begin() + static_cast<ptrdiff_t>(begin),
+                mBytes.begin() + static_cast<ptrdiff_t>(end)};
+    }
+    uint32_t counter(size_t slot) const {
+        uint32_t value = 0;
+        memcpy(&value, mBytes.data() + slot * kRecord + 12, sizeof(value));
+        return value;
+    }
+    /** The slot without its counter word. */
+    std::string body(size_t slot) const {
+        return bytes(slot * kRecord, slot * kRecord + 12) +
+               bytes(slot * kRecord + 16, (slot + 1) * kRecord);
+    }
+
+  private:
+    std::vector<uint8_t> mBytes;
+};
+
+std::string filled(size_t count, uint8_t value) {
+    return std::string(count, static_cast<char>(value));
+}
+
+TEST(LockfreeBuffer, WrapsAroundAndNeverTouchesTheTail) {
+    Region region(1000);  // 9 slots and 64 bytes
+    auto buffer = std::make_unique<LockfreeBuffer>(region.base(), 1000);
+    EXPECT_EQ(region.bytes(0, 1000), filled(1000, 0));
+    memset(region.base() + 936, 0x55, 64);
+
+    std::vector<sensors_event_t> events;
+    for (uint8_t i = 1; i <= 8; ++i)
+        events.push_back(eventOf(i));
+    buffer->write(events.data(), 0);
+    EXPECT_EQ(region.counter(0), 0U);
+    buffer->write(events.data(), events.size());
+    for (uint32_t slot = 0; slot < 8; ++slot) {
+        EXPECT_EQ(region.counter(slot), slot + 1);
+        EXPECT_EQ(region.body(slot), filled(100, static_cast<uint8_t>(slot + 1)));
+    }
+    EXPECT_EQ(region.bytes(8 * kRecord, 9 * kRecord), filled(kRecord, 0));
+
+    // The ninth fills the last slot, the tenth replaces the oldest record.
+    const sensors_event_t more[] = {eventOf(0x99), eventOf(0xBB)};
+    buffer->write(more, 2);
+    EXPECT_EQ(region.counter(8), 9U);
+    EXPECT_EQ(region.body(8), filled(100, 0x99));
+    EXPECT_EQ(region.counter(0), 10U);
+    EXPECT_EQ(region.body(0), filled(100, 0xBB));
+    EXPECT_EQ(region.counter(1), 2U);
+    EXPECT_EQ(region.body(1), filled(100, 2));
+
+    buffer.reset();
+    EXPECT_EQ(region.bytes(0, 936), filled(936, 0));
+    EXPECT_EQ(region.bytes(936, 1000), filled(64, 0x55));
+}
+
+TEST(LockfreeBuffer, RegionWithoutAWholeSlotStaysZero) {
+    Region region(103);
+    LockfreeBuffer buffer(region.base(), 103);
+    const sensors_event_t event = eventOf(7);
+    buffer.write(&event, 1);
+    EXPECT_EQ(region.bytes(0, 103), filled(103, 0));
+}
+
+TEST(LockfreeBuffer, CounterAppearsAfterItsBody) {
+    constexpr uint32_t kCount = 20000;
+    std::vector<uint64_t> region(kCount * kRecord / sizeof(uint64_t));
+    auto* base = reinterpret_cast<uint8_t*>(region.data());
+    LockfreeBuffer buffer(base, kCount * kRecord);
+
+    std::thread reader([base] {
+        for (uint32_t i = 0; i < kCount; ++i) {
+            const uint8_t* slot = base + i * kRecord;
+            const auto* counter = reinterpret_cast<const uint32_t*>(slot + 12);
+            uint32_t value = 0;
+            while ((value = __atomic_load_n(counter, __ATOMIC_ACQUIRE)) == 0) {
+                std::this_thread::yield();
+            }
+            ASSERT_EQ(value, i + 1);
+            const auto fill = static_cast<uint8_t>(i | 1);
+            ASSERT_TRUE(std::all_of(slot, slot + 12, [fill](uint8_t b) { return b == fill; }));
+            ASSERT_TRUE(
+                std::all_of(slot + 16, slot + kRecord, [fill](uint8_t b) { return b == fill; }));
+        }
+    });
+    for (uint32_t i = 0; i < kCount; ++i) {
+        const sensors_event_t event = eventOf(static_cast<uint8_t>(i | 1));
+        buffer.write(&event, 1);
+    }
+    reader.join();
+}
+
+/** Follows a ring of `slots` until it sees `last`; 0 when every record taken was whole. */
+int followRing(const uint8_t* base, size_t slots, uint32_t last) {
+    const auto counter = [base](size_t slot) {
+        const auto* word = reinterpret_cast<const uint32_t*>(base + slot * kRecord + 12);
+        return __atomic_load_n(word, __ATOMIC_SEQ_CST);
+    };
+    uint8_t copy[kRecord];
+    uint32_t taken = 0;
+    while (true) {
+        for (size_t slot = 1; slot < slots; ++slot) {
+            const uint32_t before = counter(slot);
+            memcpy(copy, base + slot * kRecord, kRecord);
+            std::atomic_thread_fence(std::memory_order_seq_cst);
+            // Whole unless the slot, or the one before it, has been written again meanwhile.
+            if (before == 0 || counter(slot) != before || counter(slot - 1) != before - 1) continue;
+            ++taken;
+            const auto fill = static_cast<uint8_t>(before);
+            for (size_t i = 0; i < kRecord; ++i) {
+                if ((i < 12 || i >= 16) && copy[i] != fill) return 1;
+            }
+            if (before == last) return taken > 0 ? 0 : 2;
+        }
+    }
+}
+
+TEST(LockfreeBuffer, OverrunReaderInAnotherProcessSeesNoTornRecord) {
+    constexpr size_t kSlots = 5;
+    constexpr uint32_t kCount = 500000;  // the last record lands in slot 4
+    static_assert((kCount - 1) % kSlots == kSlots - 1);
+    void* shared =
+        mmap(nullptr, kSlots * kRecord, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    ASSERT_NE(shared, MAP_FAILED);
+    auto buffer = std::make_unique<LockfreeBuffer>(shared, kSlots * kRecord);
+
+    const pid_t reader = fork();
+    ASSERT_GE(reader, 0);
+    if (reader == 0) _exit(followRing(static_cast<const uint8_t*>(shared), kSlots, kCount));
+    for (uint32_t i = 1; i <= kCount; ++i) {
+        const sensors_event_t event = eventOf(static_cast<uint8_t>(i));
+        buffer->write(&event, 1);
+    }
+    int status = -1;
+    waitpid(reader, &status, 0);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+    buffer.reset();
+    munmap(shared, kSlots * kRecord);
+}
+
+}  // namespace

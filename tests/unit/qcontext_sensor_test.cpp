@@ -1,0 +1,187 @@
+#include "hub/QContextSensor.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "tests/unit/HubFixture.h"
+
+namespace {
+
+using android::hardware::sensors::V1_0::Event;
+using android::hardware::sensors::V1_0::SensorInfo;
+using android::hardware::sensors::V2_0::zelva_sensorhub::QContextSensor;
+using android::hardware::sensors::V2_0::zelva_sensorhub::SensorBase;
+using testing_support::LogCapture;
+using testing_support::LogLine;
+
+constexpr int kHandle = 32;
+constexpr char kList[] = "/sys/class/sensors/hbx_sensor/qcontext_list";
+
+class QContextSensorTest : public testing_support::HubFixture {
+  protected:
+    QContextSensorTest() { LogCapture::take(); }
+
+    /** Sends one record through; the event that comes of it. */
+    Event pass(int32_t size, uint16_t begin, uint16_t end, const std::string& data,
+               int64_t timestamp) {
+        EXPECT_TRUE(mServices.pushContext(size, begin, end, data, timestamp));
+        LogCapture::take();
+        mSensor.readEvents();
+        const auto posts = mCallback.take();
+        EXPECT_EQ(posts.size(), 1u);
+        if (posts.size() != 1 || posts[0].events.size() != 1) return {};
+        EXPECT_FALSE(posts[0].wakeup);
+        return posts[0].events[0];
+    }
+
+    QContextSensor mSensor{&mCallback};
+};
+
+std::vector<uint32_t> wordsOf(const Event& event) {
+    std::vector<uint32_t> words(16);
+    memcpy(words.data(), &event.u, sizeof(event.u));
+    return words;
+}
+
+TEST_F(QContextSensorTest, DescribesItself) {
+    const SensorInfo& info = mSensor.getSensorInfo();
+    EXPECT_EQ(info.sensorHandle, 32);
+    EXPECT_EQ(std::string(info.name), "Qcontext");
+    EXPECT_EQ(std::string(info.vendor), "Tavrine Inc.");
+    EXPECT_EQ(info.version, 2);
+    EXPECT_EQ(static_cast<int32_t>(info.type), 65586);
+    EXPECT_EQ(std::string(info.typeAsString), "com.tavrine.sensor.sensorhubs");
+    EXPECT_EQ(info.maxRange, 1.0f);
+    EXPECT_EQ(info.resolution, 0.0f);
+    EXPECT_EQ(info.power, 0.0f);
+    EXPECT_EQ(info.minDelay, 0);
+    EXPECT_EQ(info.fifoReservedEventCount, 0u);
+    EXPECT_EQ(info.fifoMaxEventCount, 0u);
+    EXPECT_EQ(std::string(info.requiredPermission), "com.tavrine.permission.QSENSOR");
+    EXPECT_EQ(info.maxDelay, 20000);
+    EXPECT_EQ(info.flags, 6u);
+    // The base's enable and this class's own.
+    EXPECT_EQ(mHub.requests(simulator::Request::Kind::kBufferEnable).size(), 2u);
+    EXPECT_EQ(mSensor.batch(kHandle, 1, 2), 0);
+}
+
+TEST_F(QContextSensorTest, PostsRecordsAsTheyAre) {
+    const Event event = pass(100, 0, 2, std::string("\1\2\377\4", 4), 123456789012);
+    EXPECT_EQ(event.timestamp, 123456789012);
+    EXPECT_EQ(event.sensorHandle, kHandle);
+    EXPECT_EQ(static_cast<int32_t>(event.sensorType), 65586);
+    std::vector<uint32_t> words(16);
+    words[0] = 100;
+    words[1] = 0x00020000;
+    words[2] = 0x04FF0201;
+    EXPECT_EQ(wordsOf(event), words);
+    EXPECT_EQ(LogCapture::take(),
+              (std::vector<LogLine>{{'I', "context 100 0 2 1,2,255, 123456789012"}}));
+
+    EXPECT_EQ(pass(4, 0, 0, "x", 0).timestamp, 0);
+    EXPECT_EQ(LogCapture::take(), (std::vector<LogLine>{{'I', "QContextSensor: SensorHub reset"}}));
+
+    mServices.pushContext(1, 0, 0, "", 1);
+    mHub.failRead(kHandle, EIO);
+    mSensor.readEvents();
+    EXPECT_EQ(LogCapture::take(),
+              (std::vector<LogLine>{{'E',
+                                     "QContextSensor :input data file descriptor not "
+                                     "available - (Input/output error)"}}));
+    EXPECT_EQ(mCallback.take().size(), 0u);
+}
+
+TEST_F(QContextSensorTest, RendersOnlyPlausibleRangesAndStoredBytes) {
+    const auto rendered = [this](int32_t size, uint16_t begin, uint16_t end) {
+        // The bytes of the timestamp are 9 and seven times 0.
+        pass(size, begin, end, std::string(56, '\7'), 9);
+        const auto log = LogCapture::take();
+        return log.empty() ? std::string() : log[0].text;
+    };
+    EXPECT_EQ(rendered(2, 0, 2), "");
+    EXPECT_EQ(rendered(2, 1, 1), "");
+    EXPECT_EQ(rendered(-1, 0, 1), "");
+    EXPECT_EQ(rendered(70000, 65535, 0), "");
+    EXPECT_EQ(rendered(70000, 0, 65), "");
+    EXPECT_EQ(rendered(70000, 65534, 65535), "context 70000 65534 65535 7,7, 9");
+
+    std::string data;
+    for (int i = 0; i < 56; ++i)
+        data += "7,";
+    EXPECT_EQ(rendered(100, 0, 55), "context 100 0 55 " + data + " 9");
+    const std::string all = data + "9,0,0,0,0,0,0,0,";
+    EXPECT_EQ(rendered(100, 0, 63), "context 100 0 63 " + all + " 9");
+    EXPECT_EQ(rendered(100, 1, 65), "context 100 1 65 " + all + " 9");
+}
+
+TEST_F(QContextSensorTest, AnnouncesTheContextListWhenEnabled) {
+    mServices.setContextList({0x11, 0xFFFFFFFF, 0, 0x40000000});
+    const auto enabled = [this] {
+        const int64_t begin = SensorBase::getTimestamp();
+        EXPECT_EQ(mSensor.enable(kHandle, true), 0);
+        auto posts = mCallback.take();
+        EXPECT_EQ(posts.size(), 1u);
+        EXPECT_FALSE(posts[0].wakeup);
+        for (const Event& event : posts[0].events) {
+            EXPECT_EQ(event.sensorHandle, kHandle);
+            EXPECT_EQ(static_cast<int32_t>(event.sensorType), 33);
+            EXPECT_GE(event.timestamp, begin);
+        }
+        return posts[0].events;
+    };
+    std::vector<Event> frame = enabled();
+    ASSERT_EQ(frame.size(), 3u);
+    std::vector<uint32_t> words(16);
+    EXPECT_EQ(wordsOf(frame[0]), words);
+    words = {0x10000002, 0, 0x11, 0xFFFFFFFF, 0, 0x40000000};
+    words.resize(16);
+    EXPECT_EQ(wordsOf(frame[1]), words);
+    words[0] = 1;
+    EXPECT_EQ(wordsOf(frame[2]), words);
+    EXPECT_TRUE(LogCapture::contains('I', "QContext List : 0x11 0xffffffff 0x0 0x40000000"));
+
+    // The last list is still there when the next frame begins.
+    mServices.setContextList({5, 6, 7, 8});
+    frame = enabled();
+    words[0] = 0;
+    EXPECT_EQ(wordsOf(frame[0]), words);
+    EXPECT_EQ(wordsOf(frame[1])[2], 5u);
+
+    EXPECT_EQ(mSensor.enable(kHandle, false), 0);
+    EXPECT_EQ(mCallback.take().size(), 0u);
+}
+
+TEST_F(QContextSensorTest, EnablesWithoutAReadableListButNotWithoutTheFile) {
+    mHub.failRead(kList, EIO);
+    EXPECT_EQ(mSensor.enable(kHandle, true), 0);
+    EXPECT_TRUE(LogCapture::contains(
+        'E', "QContextSensor : qcontext list read failed - (Input/output error)"));
+    mHub.removeFile(kList);
+    EXPECT_EQ(mSensor.enable(kHandle, true), 0);
+    EXPECT_TRUE(LogCapture::contains(
+        'E', "QContextSensor : qcontext list open failed - (No such file or directory)"));
+    EXPECT_EQ(mCallback.take().size(), 0u);
+
+    // A second object finds the device taken, but does not get as far as to notice.
+    QContextSensor second(&mCallback);
+    EXPECT_EQ(second.enable(kHandle, true), 0);
+    mServices.setContextList({});
+    EXPECT_EQ(second.enable(kHandle, true), -EIO);
+}
+
+TEST_F(QContextSensorTest, FlushCompletesAtOnce) {
+    EXPECT_EQ(mSensor.flush(kHandle), 0);
+    const auto posts = mCallback.take();
+    ASSERT_EQ(posts.size(), 1u);
+    ASSERT_EQ(posts[0].events.size(), 1u);
+    EXPECT_FALSE(posts[0].wakeup);
+    EXPECT_EQ(static_cast<int32_t>(posts[0].events[0].sensorType), 0);
+    EXPECT_EQ(posts[0].events[0].sensorHandle, kHandle);
+    EXPECT_EQ(wordsOf(posts[0].events[0])[0], 1u);
+}
+
+}  // namespace

@@ -1,0 +1,251 @@
+#include "hub/SensorHubDataWriter.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <memory>
+#include <numeric>
+#include <string>
+#include <vector>
+
+#include "tests/unit/HubFixture.h"
+
+namespace {
+
+using android::hardware::sensors::V1_0::Event;
+using android::hardware::sensors::V2_0::zelva_sensorhub::hbx_data_injection_fd;
+using android::hardware::sensors::V2_0::zelva_sensorhub::SensorHubDataWriter;
+using testing_support::LogCapture;
+using testing_support::LogLine;
+
+constexpr int32_t kStart = 0;
+constexpr int32_t kEnd = 1;
+constexpr int32_t kData = 0x42554853;
+constexpr char kDevice[] = "/dev/hbx_sensorhub";
+
+/** Bytes that tell their position. */
+std::string counted(size_t size) {
+    std::string bytes(size, '\0');
+    std::iota(bytes.begin(), bytes.end(), '\1');
+    return bytes;
+}
+
+Event piece(int32_t kind, uint32_t length, const std::string& chunk = "") {
+    uint8_t payload[64] = {};
+    memcpy(payload, &kind, 4);
+    memcpy(payload + 4, &length, 4);
+    memcpy(payload + 8, chunk.data(), chunk.size());
+    Event event = {};
+    event.timestamp = 77;
+    memcpy(&event.u, payload, sizeof(payload));
+    return event;
+}
+
+class SensorHubDataWriterTest : public testing_support::HubFixture {
+  protected:
+    SensorHubDataWriterTest() { open(); }
+    ~SensorHubDataWriterTest() override { close(hbx_data_injection_fd); }
+
+    void open() {
+        mWriter = std::make_unique<SensorHubDataWriter>();
+        LogCapture::take();
+    }
+
+    int32_t give(int32_t kind, uint32_t length, const std::string& chunk = "") {
+        return mWriter->handleData(piece(kind, length, chunk));
+    }
+
+    /** Gives a whole message in the largest pieces; the last answer before the end event. */
+    int32_t giveAll(const std::string& message) {
+        int32_t answer = give(kStart, static_cast<uint32_t>(message.size()));
+        for (size_t at = 0; at < message.size(); at += 56) {
+            const std::string chunk = message.substr(at, 56);
+            answer = give(kData, static_cast<uint32_t>(chunk.size()), chunk);
+        }
+        return answer;
+    }
+
+    std::vector<std::string> messages() { return mServices.messages(); }
+
+    std::unique_ptr<SensorHubDataWriter> mWriter;
+};
+
+TEST_F(SensorHubDataWriterTest, SendsAShortMessageFromTheStartEventAlone) {
+    const std::string fd = std::to_string(hbx_data_injection_fd);
+    EXPECT_EQ(give(kStart, 10, counted(56)), -1);
+    EXPECT_EQ(
+        LogCapture::take(),
+        (std::vector<LogLine>{{'D', "0102030405060708090a "},
+                              {'D', "inject_qcontext_data: New hbx_data_injection_fd(" + fd + ")"},
+                              {'D', "QContext Data Injection return 10"}}));
+    EXPECT_EQ(give(kStart, 55, counted(56)), -1);
+    EXPECT_EQ(give(kStart, 0, counted(56)), -1);
+    EXPECT_EQ(messages(), (std::vector<std::string>{counted(10), counted(55), ""}));
+    EXPECT_EQ(give(kEnd, 0), -1);
+    EXPECT_TRUE(LogCapture::contains('E', "SensorHubDataWriter: does not start injection"));
+}
+
+TEST_F(SensorHubDataWriterTest, PutsALongMessageTogether) {
+    const std::string message = counted(120);
+    EXPECT_EQ(give(kStart, 120, "not part of it"), 0);
+    EXPECT_EQ(give(kData, 56, message.substr(0, 56)), 56);
+    EXPECT_EQ(give(kData, 56, message.substr(56, 56)), 112);
+    EXPECT_EQ(give(kData, 8, message.substr(112)), 120);
+    EXPECT_EQ(messages().size(), 0u);
+    EXPECT_EQ(give(kEnd, 120), -1);
+    EXPECT_EQ(messages(), std::vector<std::string>{message});
+    // Sixteen bytes to a line, the rest on the last.
+    const std::vector<LogLine> log = LogCapture::take();
+    ASSERT_EQ(log.size(), 10u);
+    EXPECT_EQ(log[0], (LogLine{'D', "0102030405060708090a0b0c0d0e0f10 "}));
+    EXPECT_EQ(log[7], (LogLine{'D', "7172737475767778 "}));
+    EXPECT_EQ(give(kEnd, 120), -1);
+    EXPECT_EQ(messages().size(), 1u);
+}
+
+TEST_F(SensorHubDataWriterTest, LengthLimits) {
+    const std::string largest = counted(1119);
+    EXPECT_EQ(giveAll(largest), 1119);
+    give(kEnd, 1119);
+    EXPECT_EQ(messages(), std::vector<std::string>{largest});
+
+    EXPECT_EQ(giveAll(counted(56)), 56);
+    give(kEnd, 56);
+    EXPECT_EQ(messages().size(), 2u);
+
+    // One byte more is let in and gets no room; two more are not let in.
+    EXPECT_EQ(giveAll(counted(1120)), -1);
+    EXPECT_EQ(give(kEnd, 1120), -1);
+    EXPECT_TRUE(LogCapture::contains('E', "SensorHubDataWriter: injection was not finished"));
+    for (const uint32_t tooLong : {1121u, 0x80000000u, 0xFFFFFFFFu}) {
+        LogCapture::take();
+        EXPECT_EQ(give(kStart, tooLong), -1);
+        EXPECT_EQ(LogCapture::take(),
+                  (std::vector<LogLine>{{'D', "SensorHubDataWriter: too big data"}}));
+        EXPECT_EQ(give(kData, 1, "x"), -1);
+        EXPECT_TRUE(LogCapture::contains('E', "SensorHubDataWriter: does not start injection"));
+    }
+    EXPECT_EQ(messages().size(), 2u);
+}
+
+TEST_F(SensorHubDataWriterTest, RefusesChunksWithoutRoomOrBeyondTheEvent) {
+    give(kStart, 100);
+    give(kData, 56, counted(56));
+    LogCapture::take();
+    EXPECT_EQ(give(kData, 45, counted(45)), -1);
+    EXPECT_TRUE(
+        LogCapture::contains('E', "SensorHubDataWriter: SetHubData failed , Not enough buffer 45"));
+    EXPECT_EQ(give(kData, 64, counted(56)), -1);
+    EXPECT_TRUE(
+        LogCapture::contains('E', "SensorHubDataWriter: SetHubData failed , Not enough buffer 64"));
+    // The message is still open and untouched.
+    EXPECT_EQ(give(kData, 44, counted(44)), 100);
+    give(kEnd, 100);
+    EXPECT_EQ(messages(), std::vector<std::string>{counted(56) + counted(44)});
+
+    give(kStart, 1000);
+    for (const uint32_t length : {57u, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFFu}) {
+        EXPECT_EQ(give(kData, length, counted(56)), -1) << length;
+    }
+    EXPECT_EQ(give(kData, 56, counted(56)), 56);
+}
+
+TEST_F(SensorHubDataWriterTest, DropsWhatDoesNotAgree) {
+    give(kStart, 120);
+    give(kData, 56, counted(56));
+    LogCapture::take();
+    EXPECT_EQ(give(kEnd, 120), -1);
+    EXPECT_EQ(LogCapture::take(),
+              (std::vector<LogLine>{{'E', "SensorHubDataWriter: injection was not finished"}}));
+    giveAll(counted(60));
+    EXPECT_EQ(give(kEnd, 61), -1);
+    EXPECT_EQ(messages().size(), 0u);
+
+    // A new start drops the message at hand; an unknown kind does not.
+    give(kStart, 120);
+    give(kData, 56, counted(56));
+    LogCapture::take();
+    EXPECT_EQ(give(kStart, 60), 0);
+    EXPECT_EQ(LogCapture::take(),
+              (std::vector<LogLine>{{'D', "SensorHubDataWriter: injection was not finished"}}));
+    EXPECT_EQ(give(kData, 56, counted(56)), 56);
+    EXPECT_EQ(give(2, 56, counted(56)), -1);
+    EXPECT_EQ(LogCapture::take(),
+              (std::vector<LogLine>{{'I', "SensorHubDataWriter: does not support this type 2"}}));
+    EXPECT_EQ(give(kData, 4, "last"), 60);
+    give(kEnd, 60);
+    EXPECT_EQ(messages(), std::vector<std::string>{counted(56) + "last"});
+}
+
+TEST_F(SensorHubDataWriterTest, RetriesInterruptedWritesAndReportsOthers) {
+    mHub.failWrite(kDevice, EINTR, 1, 2);
+    give(kStart, 3, "abc");
+    EXPECT_EQ(LogCapture::count('E', "inject_qcontext_data: EINTR! retry to write"), 2);
+    EXPECT_EQ(messages(), std::vector<std::string>{"abc"});
+
+    mHub.failWrite(kDevice, EIO);
+    const uint8_t bytes[] = {1, 2, 3};
+    EXPECT_EQ(SensorHubDataWriter::inject_qcontext_data(bytes, 3), -EIO);
+    EXPECT_TRUE(LogCapture::contains('E', "inject_qcontext_data: error(-5) Input/output error"));
+    EXPECT_TRUE(LogCapture::contains('D', "QContext Data Injection return -1"));
+    EXPECT_EQ(SensorHubDataWriter::inject_qcontext_data(bytes, 2), 2);
+    EXPECT_EQ(SensorHubDataWriter::inject_qcontext_data(bytes, -1), -EINVAL);
+    EXPECT_EQ(messages(), (std::vector<std::string>{"abc", "\1\2"}));
+}
+
+TEST_F(SensorHubDataWriterTest, TakesTheFirstDeviceThatOpens) {
+    close(hbx_data_injection_fd);
+    mHub.failOpen(kDevice, EACCES, 1, simulator::SimulatedHub::kForever);
+    std::vector<std::string> fallback;
+    simulator::NodeHandler handler;
+    handler.onWrite = [&](const std::string& bytes) {
+        fallback.push_back(bytes);
+        return static_cast<ssize_t>(bytes.size());
+    };
+    mHub.setHandler("/dev/shub_sensorhub", handler);
+    LogCapture::take();
+    mWriter = std::make_unique<SensorHubDataWriter>();
+    EXPECT_TRUE(LogCapture::contains(
+        'E', "SensorHubDataWriter: open sensorhub device failed(-1) Permission denied"));
+    EXPECT_TRUE(LogCapture::contains('E', "SensorHubDataWriter: open sensorhub device success(" +
+                                              std::to_string(hbx_data_injection_fd) + ")"));
+    give(kStart, 2, "hi");
+    EXPECT_EQ(fallback, std::vector<std::string>{"hi"});
+
+    close(hbx_data_injection_fd);
+    mHub.removeFile("/dev/shub_sensorhub");
+    open();
+    EXPECT_LT(hbx_data_injection_fd, 0);
+    EXPECT_EQ(giveAll(counted(60)), 60);
+    give(kEnd, 60);
+    EXPECT_TRUE(
+        LogCapture::contains('E', "inject_qcontext_data: invalid hbx_data_injection_fd(-1)"));
+}
+
+TEST_F(SensorHubDataWriterTest, SeparateOperationsStayInBounds) {
+    const std::vector<int> words(300, 0x04030201);
+    mWriter->initBuffers(8, 5, words.data());
+    EXPECT_EQ(mWriter->writeData(), -1);
+    EXPECT_EQ(messages(), std::vector<std::string>{"\1\2\3\4\1\2\3\4"});
+
+    mWriter->initBuffers(8, 5, nullptr);
+    EXPECT_EQ(mWriter->setHubData(4, nullptr), -1);
+    EXPECT_TRUE(LogCapture::contains('E', "SensorHubDataWriter: SetHubData failed ,wrong buffer"));
+    EXPECT_EQ(mWriter->setHubData(6, words.data()), 6);
+    EXPECT_EQ(mWriter->setHubData(3, words.data()), -1);
+    EXPECT_EQ(mWriter->setHubData(-1, words.data()), -1);
+
+    for (const int length : {-1, 1121, 0x7FFFFFFF}) {
+        mWriter->initBuffers(length, 5, words.data());
+        EXPECT_EQ(mWriter->setHubData(1, words.data()), -1) << length;
+    }
+    mWriter->initBuffers(1120, 5, words.data());
+    EXPECT_EQ(mWriter->setHubData(1120, words.data()), 1120);
+    mWriter->clearBuffer();
+    mWriter->writeData();
+    EXPECT_EQ(messages().back(), "");
+}
+
+}  // namespace
