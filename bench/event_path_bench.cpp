@@ -1,0 +1,338 @@
+// The way of an event through the shipped library, each figure beside its floor in the same run:
+// the system calls that no implementation can do without. All reads, the floor's too, pass through
+// the simulator's redirection.
+
+#include <V2_0/SubHal.h>
+#include <benchmark/benchmark.h>
+#include <fcntl.h>
+#include <log/log.h>
+#include <poll.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <mutex>
+#include <new>
+#include <thread>
+#include <vector>
+
+#include "simulator/HostedLibrary.h"
+#include "simulator/SimulatedHub.h"
+
+namespace {
+
+std::atomic<int64_t> gAllocations{0};
+
+}  // namespace
+
+// Counts the library's allocations: the program's own operator is found first. Never inlined, or
+// the compiler takes the pair for mismatched.
+__attribute__((noinline)) void* operator new(size_t size) {
+    gAllocations.fetch_add(1, std::memory_order_relaxed);
+    if (void* memory = malloc(size)) return memory;
+    abort();
+}
+__attribute__((noinline)) void operator delete(void* memory) noexcept {
+    free(memory);
+}
+__attribute__((noinline)) void operator delete(void* memory, size_t) noexcept {
+    free(memory);
+}
+
+// The library's log costs what the platform's log costs; it is not what is measured here.
+extern "C" __attribute__((visibility("default"))) int __android_log_print(int, const char*,
+                                                                          const char*, ...) {
+    return 0;
+}
+
+namespace android::hardware::sensors::V2_0::implementation {
+
+class WakelockCounter : public IScopedWakelockRefCounter {
+  public:
+    bool incrementRefCountAndMaybeAcquireWakelock(size_t, int64_t*) override { return true; }
+    void decrementRefCountAndMaybeReleaseWakelock(size_t, int64_t) override {}
+};
+
+/** Notes when the first and the last event of a batch came. */
+class HalProxyCallback : public IHalProxyCallback {
+  public:
+    using Clock = std::chrono::steady_clock;
+
+    ScopedWakelock createScopedWakelock(bool lock) override {
+        return ScopedWakelock(&mWakelock, lock);
+    }
+    void postEvents(const std::vector<Event>& events, ScopedWakelock) override {
+        const Clock::time_point now = Clock::now();
+        if (mCount == 0) {
+            mFirst = now;
+            mFirstAllocations = gAllocations.load(std::memory_order_relaxed);
+        }
+        mCount += static_cast<int>(events.size());
+        if (mCount < mExpected) return;
+        const std::lock_guard<std::mutex> lock(mLock);
+        mLast = now;
+        mLastAllocations = gAllocations.load(std::memory_order_relaxed);
+        mComplete = true;
+        mChanged.notify_one();
+    }
+    Return<void> onDynamicSensorsConnected(const hidl_vec<SensorInfo>&) override { return Void(); }
+    Return<void> onDynamicSensorsDisconnected(const hidl_vec<int32_t>&) override { return Void(); }
+
+    /** Forgets the past; call it before the records of the batch are released. */
+    void expect(int count) {
+        const std::lock_guard<std::mutex> lock(mLock);
+        mCount = 0;
+        mExpected = count;
+        mComplete = false;
+    }
+    void wait() {
+        std::unique_lock<std::mutex> lock(mLock);
+        mChanged.wait(lock, [this] { return mComplete; });
+    }
+    double secondsPerEvent() const {
+        return std::chrono::duration<double>(mLast - mFirst).count() / (mExpected - 1);
+    }
+    double allocationsPerEvent() const {
+        return static_cast<double>(mLastAllocations - mFirstAllocations) / (mExpected - 1);
+    }
+    Clock::time_point last() const { return mLast; }
+
+  private:
+    WakelockCounter mWakelock;
+    int mCount = 0;  // poll thread only, but for expect() while no record is under way
+    int mExpected = 0;
+    Clock::time_point mFirst;
+    Clock::time_point mLast;
+    int64_t mFirstAllocations = 0;
+    int64_t mLastAllocations = 0;
+    std::mutex mLock;
+    std::condition_variable mChanged;
+    bool mComplete = false;  // guarded by mLock
+};
+
+}  // namespace android::hardware::sensors::V2_0::implementation
+
+namespace {
+
+using android::hardware::sensors::V2_0::implementation::HalProxyCallback;
+using android::hardware::sensors::V2_0::implementation::IHalProxyCallback;
+using android::hardware::sensors::V2_0::implementation::ISensorsSubHal;
+using Clock = std::chrono::steady_clock;
+
+constexpr int kAccelerometer = 1;
+constexpr int kBatch = 16;  // packets that a FIFO holds without being enlarged
+constexpr size_t kRecordSize = 14;
+
+const std::string kRecord(kRecordSize, '\1');
+
+/** The shipped library on a simulated hub, the accelerometer enabled and batching. */
+class Loaded {
+  public:
+    explicit Loaded(int64_t latencyNs)
+        : mProxy(new HalProxyCallback), mLibrary(mHub, SENSORHUB_LIBRARY) {
+        if (mLibrary.entryPoint() == nullptr) abort();
+        uint32_t version = 0;
+        mHal = reinterpret_cast<ISensorsSubHal* (*)(uint32_t*)>(mLibrary.entryPoint())(&version);
+        const android::sp<IHalProxyCallback> callback = mProxy;
+        mHal->initialize(callback);
+        mHal->batch(kAccelerometer, 10000000, latencyNs);
+        mHal->activate(kAccelerometer, true);
+    }
+    simulator::SimulatedHub& hub() { return mHub; }
+    HalProxyCallback& proxy() { return *mProxy; }
+
+  private:
+    simulator::SimulatedHub mHub;
+    android::sp<HalProxyCallback> mProxy;
+    simulator::HostedLibrary mLibrary;
+    ISensorsSubHal* mHal = nullptr;
+};
+
+/** The record device alone, opened by the benchmark in the library's place. */
+class BareDevice {
+  public:
+    BareDevice() {
+        const std::string number = std::to_string(mHub.deviceNumber(kAccelerometer));
+        const std::string enable = "/sys/bus/iio/devices/iio:device" + number + "/buffer/enable";
+        mFd = open(("/dev/iio:device" + number).c_str(), O_RDONLY | O_CLOEXEC);
+        const int enableFd = open(enable.c_str(), O_WRONLY | O_CLOEXEC);
+        if (mFd < 0 || enableFd < 0 || write(enableFd, "1\n", 2) != 2) abort();
+        close(enableFd);
+    }
+    ~BareDevice() { close(mFd); }
+    simulator::SimulatedHub& hub() { return mHub; }
+    int fd() const { return mFd; }
+
+  private:
+    simulator::SimulatedHub mHub;
+    int mFd;
+};
+
+void pushBatch(simulator::SimulatedHub& hub) {
+    for (int i = 0; i < kBatch; ++i)
+        hub.push(kAccelerometer, kRecord);
+}
+
+void drainLibrary(benchmark::State& state) {
+    Loaded loaded(1000000000);
+    double allocations = 0;
+    for (auto _ : state) {
+        loaded.hub().setDataAvailable(kAccelerometer, "0\n");
+        pushBatch(loaded.hub());
+        loaded.proxy().expect(kBatch);
+        loaded.hub().setDataAvailable(kAccelerometer, std::to_string(kBatch) + "\n");
+        loaded.proxy().wait();
+        loaded.hub().waitIdle();
+        state.SetIterationTime(loaded.proxy().secondsPerEvent());
+        allocations += loaded.proxy().allocationsPerEvent();
+    }
+    state.counters["allocs/event"] = allocations / static_cast<double>(state.iterations());
+}
+BENCHMARK(drainLibrary)->UseManualTime()->Iterations(20000);
+
+void drainFloor(benchmark::State& state) {
+    BareDevice device;
+    uint8_t record[kRecordSize];
+    for (auto _ : state) {
+        pushBatch(device.hub());
+        Clock::time_point first;
+        for (int i = 0; i < kBatch; ++i) {
+            if (read(device.fd(), record, sizeof(record)) != sizeof(record)) abort();
+            benchmark::DoNotOptimize(record);
+            if (i == 0) first = Clock::now();
+        }
+        const Clock::time_point last = Clock::now();
+        state.SetIterationTime(std::chrono::duration<double>(last - first).count() / (kBatch - 1));
+    }
+}
+BENCHMARK(drainFloor)->UseManualTime()->Iterations(20000);
+
+/** Reports percentiles of one latency per iteration, in µs. */
+class Percentiles {
+  public:
+    void add(Clock::duration latency) {
+        mValues.push_back(std::chrono::duration<double>(latency).count());
+    }
+    void report(benchmark::State& state) {
+        std::sort(mValues.begin(), mValues.end());
+        state.counters["p50_us"] = 1e6 * at(0.50);
+        state.counters["p99_us"] = 1e6 * at(0.99);
+    }
+
+  private:
+    double at(double part) const {
+        return mValues[static_cast<size_t>(part * static_cast<double>(mValues.size() - 1))];
+    }
+    std::vector<double> mValues;
+};
+
+void wakeUpLibrary(benchmark::State& state) {
+    Loaded loaded(0);
+    loaded.hub().waitIdle();
+    Percentiles latencies;
+    for (auto _ : state) {
+        loaded.proxy().expect(1);
+        const Clock::time_point written = Clock::now();
+        loaded.hub().push(kAccelerometer, kRecord);
+        loaded.proxy().wait();
+        latencies.add(loaded.proxy().last() - written);
+        state.SetIterationTime(
+            std::chrono::duration<double>(loaded.proxy().last() - written).count());
+        loaded.hub().waitIdle();
+    }
+    latencies.report(state);
+}
+BENCHMARK(wakeUpLibrary)->UseManualTime()->Iterations(20000);
+
+void wakeUpFloor(benchmark::State& state) {
+    BareDevice device;
+    std::mutex lock;
+    std::condition_variable changed;
+    bool arrived = false;
+    Clock::time_point arrival;
+    std::atomic<bool> stop{false};
+    std::thread reader([&] {
+        pollfd entry = {device.fd(), POLLIN, 0};
+        uint8_t record[kRecordSize];
+        while (!stop) {
+            if (poll(&entry, 1, -1) < 0 || read(device.fd(), record, sizeof(record)) < 0) abort();
+            const Clock::time_point now = Clock::now();
+            const std::lock_guard<std::mutex> guard(lock);
+            arrival = now;
+            arrived = true;
+            changed.notify_one();
+        }
+    });
+    device.hub().waitIdle();
+    Percentiles latencies;
+    for (auto _ : state) {
+        const Clock::time_point written = Clock::now();
+        device.hub().push(kAccelerometer, kRecord);
+        std::unique_lock<std::mutex> guard(lock);
+        changed.wait(guard, [&] { return arrived; });
+        arrived = false;
+        latencies.add(arrival - written);
+        state.SetIterationTime(std::chrono::duration<double>(arrival - written).count());
+        guard.unlock();
+        device.hub().waitIdle();
+    }
+    latencies.report(state);
+    stop = true;
+    device.hub().push(kAccelerometer, kRecord);
+    reader.join();
+}
+BENCHMARK(wakeUpFloor)->UseManualTime()->Iterations(20000);
+
+void startUpLibrary(benchmark::State& state) {
+    for (auto _ : state) {
+        simulator::SimulatedHub hub;
+        const Clock::time_point begin = Clock::now();
+        simulator::HostedLibrary library(hub, SENSORHUB_LIBRARY);
+        uint32_t version = 0;
+        reinterpret_cast<ISensorsSubHal* (*)(uint32_t*)>(library.entryPoint())(&version);
+        state.SetIterationTime(std::chrono::duration<double>(Clock::now() - begin).count());
+    }
+}
+BENCHMARK(startUpLibrary)->UseManualTime()->Iterations(50)->Unit(benchmark::kMillisecond);
+
+/** Every device once: its name, its two buffer attributes and the device itself. */
+void startUpFloor(benchmark::State& state) {
+    const auto touch = [](const std::string& path, int flags, const char* text) {
+        const int fd = open(path.c_str(), flags | O_CLOEXEC);
+        char name[64];
+        if (text != nullptr) {
+            benchmark::DoNotOptimize(write(fd, text, strlen(text)));
+        } else {
+            benchmark::DoNotOptimize(read(fd, name, sizeof(name)));
+        }
+        close(fd);
+    };
+    for (auto _ : state) {
+        simulator::SimulatedHub hub;
+        std::vector<int> fds;
+        const Clock::time_point begin = Clock::now();
+        for (int handle = 1; handle <= 71; ++handle) {
+            const int number = hub.deviceNumber(handle);
+            if (number < 0) continue;
+            const std::string device = "/sys/bus/iio/devices/iio:device" + std::to_string(number);
+            touch(device + "/name", O_RDONLY, nullptr);
+            fds.push_back(
+                open(("/dev/iio:device" + std::to_string(number)).c_str(), O_RDONLY | O_CLOEXEC));
+            touch(device + "/buffer/length", O_WRONLY, "600\n");
+            touch(device + "/buffer/enable", O_WRONLY, "1\n");
+        }
+        state.SetIterationTime(std::chrono::duration<double>(Clock::now() - begin).count());
+        for (const int fd : fds)
+            close(fd);
+    }
+}
+BENCHMARK(startUpFloor)->UseManualTime()->Iterations(50)->Unit(benchmark::kMillisecond);
+
+}  // namespace
+
+BENCHMARK_MAIN();
