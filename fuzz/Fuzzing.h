@@ -1,0 +1,63 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "sensors/ISensorsEventCallback.h"
+#include "simulator/SimulatedHub.h"
+
+namespace fuzzing {
+
+/** Takes events and forgets them, after a look at each byte. */
+class DroppingCallback
+    : public android::hardware::sensors::V2_0::zelva_sensorhub::ISensorsEventCallback {
+  public:
+    using Event = android::hardware::sensors::V1_0::Event;
+
+    void postEvents(const std::vector<Event>& events, bool) override { look(events); }
+    void postDirectEvents(const std::vector<Event>& events) override { look(events); }
+
+  private:
+    void look(const std::vector<Event>& events) {
+        for (const Event& event : events) {
+            const auto* bytes = reinterpret_cast<const uint8_t*>(&event);
+            for (size_t i = 0; i < sizeof(event); ++i)
+                mSeen = static_cast<uint8_t>(mSeen ^ bytes[i]);
+        }
+    }
+
+    volatile uint8_t mSeen = 0;
+};
+
+/** A hub with its two own devices alone, for the whole process. */
+inline simulator::SimulatedHub& hubWithoutSensors() {
+    static simulator::SimulatedHub hub([] {
+        simulator::SimulatedHub::Options options;
+        options.sensors.clear();
+        return options;
+    }());
+    return hub;
+}
+
+/** The next `size` bytes of the input, zero-filled at its end. */
+class Input {
+  public:
+    Input(const uint8_t* data, size_t size) : mBytes(reinterpret_cast<const char*>(data), size) {}
+
+    bool atEnd() const { return mAt >= mBytes.size(); }
+    std::string take(size_t size) {
+        std::string bytes = atEnd() ? "" : mBytes.substr(mAt, size);
+        mAt += size;
+        bytes.resize(size);
+        return bytes;
+    }
+    std::string rest() { return atEnd() ? "" : mBytes.substr(mAt); }
+
+  private:
+    std::string mBytes;
+    size_t mAt = 0;
+};
+
+}  // namespace fuzzing

@@ -1,0 +1,26 @@
+#include <cstdint>
+#include <string>
+
+#include "fuzz/Fuzzing.h"
+#include "sensors/SensorList.h"
+#include "simulator/SimulatedHub.h"
+
+// The input is the hub's sensor specification file.
+namespace {
+
+using android::hardware::sensors::V2_0::zelva_sensorhub::SensorList;
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    static simulator::SimulatedHub hub;
+    static fuzzing::DroppingCallback callback;
+    hub.clearRequests();
+    hub.setRawSpec(std::string(reinterpret_cast<const char*>(data), size));
+    SensorList list(&callback);
+    for (const auto& info : list.getSensorInfoList()) {
+        if (list.get(info.sensorHandle) == nullptr) __builtin_trap();
+    }
+    return 0;
+}
