@@ -1,0 +1,20 @@
+#!/bin/bash
+# Formatting of every source, and that every header compiles alone with both compilers.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+git ls-files '*.h' '*.cpp' | xargs clang-format --dry-run -Werror
+
+includes=()
+for folder in platform/*/include; do includes+=(-isystem "$folder"); done
+check_header() {
+    "$1" -std=c++17 -fsyntax-only -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror -x c++ \
+        -I. "${@:3}" -include "$2" /dev/null
+}
+export -f check_header
+for compiler in g++ clang++; do
+    git ls-files 'platform/*.h' 'subhal/*.h' 'sensors/*.h' 'directchannel/*.h' 'hub/*.h' \
+        'simulator/*.h' 'tools/*.h' 'tests/*.h' |
+        xargs -P2 -I{} bash -c 'check_header "$@" || exit 255' _ "$compiler" {} "${includes[@]}"
+done
+echo "format and headers fine"
