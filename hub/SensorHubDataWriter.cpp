@@ -104,7 +104,9 @@ int32_t SensorHubDataWriter::append(uint32_t length, const uint8_t* chunk, uint3
 
 int32_t SensorHubDataWriter::appendBytes(uint32_t length, const void* bytes, uint32_t available) {
     const int32_t position = mDataPos;
-    if (length > available || length > static_cast<uint32_t>(mDataLength - position)) {
+    // In 64 bits, and against the buffer too: no length and no order of calls gets past it.
+    const int64_t filled = static_cast<int64_t>(position) + length;
+    if (length > available || filled > mDataLength || filled > kCapacity) {
         ALOGE("%s: SetHubData failed , Not enough buffer %zu", kName, static_cast<size_t>(length));
         return -1;
     }
