@@ -1,0 +1,16 @@
+#pragma once
+
+namespace subhalctl {
+
+/** What the process ends with; scripts rely on the numbers. */
+enum ExitCode : int {
+    kOk = 0,
+    kCheckFailed = 1,
+    kUsage = 2,
+    kCannotLoad = 3,
+    kNoSuchSensor = 4,
+    kRefused = 5,
+    kNoData = 6,
+};
+
+}  // namespace subhalctl

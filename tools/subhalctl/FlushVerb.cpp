@@ -1,0 +1,62 @@
+#include <cinttypes>
+#include <cstdio>
+#include <optional>
+
+#include "tools/subhalctl/EventWriter.h"
+#include "tools/subhalctl/SensorLookup.h"
+#include "tools/subhalctl/Verbs.h"
+
+namespace subhalctl {
+namespace {
+
+using Clock = EventQueue::Clock;
+
+constexpr int64_t kPeriodNs = 20'000'000;
+constexpr int64_t kLatencyNs = 10'000'000'000;  // so that there is something to flush
+
+ExitCode waitForCompletion(Proxy& proxy, const SensorInfo& sensor, Clock::time_point begin,
+                           double seconds) {
+    const auto deadline =
+        begin + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
+    int64_t events = 0;
+    const auto end =
+        proxy.callback().events().receive(deadline, [&](const ReceivedEvent& received) {
+            if (received.event.sensorHandle != sensor.sensorHandle) return false;
+            if (kindOf(received.event) == EventKind::kFlushComplete) return true;
+            ++events;
+            return false;
+        });
+    if (end != EventQueue::End::kDone) {
+        std::fprintf(stderr, "subhalctl: no completion of the flush\n");
+        return kNoData;
+    }
+    const double tookMs = std::chrono::duration<double, std::milli>(Clock::now() - begin).count();
+    std::printf("%s: flush complete after %.3f ms, %" PRId64 " events before it\n",
+                typeName(sensor).c_str(), tookMs, events);
+    return kOk;
+}
+
+}  // namespace
+
+ExitCode runFlush(Proxy& proxy, const FlushOptions& options) {
+    const ExitCode opened = proxy.open();
+    if (opened != kOk) return opened;
+    const SensorInfo* sensor = proxy.find(options.sensor);
+    if (sensor == nullptr) return kNoSuchSensor;
+    std::optional<ActiveSensor> active;
+    // A one-shot sensor cannot be flushed, and switching it on would use up its shot.
+    if (reportingMode(*sensor) != SensorFlagBits::ONE_SHOT_MODE) {
+        active.emplace(proxy, *sensor, kPeriodNs, kLatencyNs);
+        if (!active->active()) return kRefused;
+    }
+    const Clock::time_point begin = Clock::now();
+    const Result result = proxy.subHal().flush(sensor->sensorHandle);
+    if (result != Result::OK) {
+        std::fprintf(stderr, "subhalctl: %s: flush: %s\n", typeName(*sensor).c_str(),
+                     resultName(result).c_str());
+        return kRefused;
+    }
+    return waitForCompletion(proxy, *sensor, begin, options.seconds);
+}
+
+}  // namespace subhalctl

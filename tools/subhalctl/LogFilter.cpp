@@ -1,0 +1,73 @@
+// The platform log's functions, defined anew in the program so that they come before the library's.
+
+#include "tools/subhalctl/LogFilter.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+
+namespace subhalctl {
+namespace {
+
+constexpr size_t kLineSize = 1024;
+constexpr char kLetters[] = "??VDIWEFS";
+
+std::atomic<int> gLevel{ANDROID_LOG_SILENT};
+
+}  // namespace
+
+void setLogLevel(android_LogPriority level) {
+    gLevel = level;
+}
+
+android_LogPriority parseLogLevel(const std::string& name) {
+    if (name == "verbose") return ANDROID_LOG_VERBOSE;
+    if (name == "debug") return ANDROID_LOG_DEBUG;
+    if (name == "info") return ANDROID_LOG_INFO;
+    if (name == "warning") return ANDROID_LOG_WARN;
+    if (name == "error") return ANDROID_LOG_ERROR;
+    return name == "silent" ? ANDROID_LOG_SILENT : ANDROID_LOG_DEFAULT;
+}
+
+}  // namespace subhalctl
+
+extern "C" {
+
+int __android_log_write(int prio, const char* tag, const char* text) {
+    if (prio < subhalctl::gLevel) return 0;
+    const char letter = subhalctl::kLetters[std::clamp<int>(prio, 0, ANDROID_LOG_SILENT)];
+    return std::fprintf(stderr, "%c %s: %s\n", letter, tag == nullptr ? "" : tag, text);
+}
+
+int __android_log_vprint(int prio, const char* tag, const char* fmt, va_list ap) {
+    if (prio < subhalctl::gLevel) return 0;
+    char line[subhalctl::kLineSize];
+    std::vsnprintf(line, sizeof(line), fmt, ap);
+    return __android_log_write(prio, tag, line);
+}
+
+int __android_log_print(int prio, const char* tag, const char* fmt, ...) {
+    va_list ap;
+    va_start(ap, fmt);
+    const int result = __android_log_vprint(prio, tag, fmt, ap);
+    va_end(ap);
+    return result;
+}
+
+void __android_log_assert(const char* cond, const char* tag, const char* fmt, ...) {
+    // A last word is worth more than quiet.
+    subhalctl::gLevel = ANDROID_LOG_FATAL;
+    if (fmt != nullptr) {
+        va_list ap;
+        va_start(ap, fmt);
+        __android_log_vprint(ANDROID_LOG_FATAL, tag, fmt, ap);
+        va_end(ap);
+    } else {
+        __android_log_write(ANDROID_LOG_FATAL, tag, cond != nullptr ? cond : "assertion failed");
+    }
+    std::abort();
+}
+
+}  // extern "C"

@@ -1,0 +1,122 @@
+#include <utils/SystemClock.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <optional>
+
+#include "tools/subhalctl/Verbs.h"
+
+namespace subhalctl {
+namespace {
+
+constexpr int32_t kContextHandle = 32;
+constexpr int32_t kContextType = 0x10032;
+constexpr size_t kLargestMessage = 1119;
+constexpr size_t kChunkSize = 56;
+
+enum MessageEvent : int32_t { kStart = 0, kEnd = 1, kData = 0x42554853 };
+
+struct MessagePayload {
+    int32_t kind;
+    int32_t length;
+    char chunk[kChunkSize];
+};
+static_assert(sizeof(MessagePayload) == 64);
+
+int digit(char letter) {
+    if (letter >= '0' && letter <= '9') return letter - '0';
+    if (letter >= 'a' && letter <= 'f') return letter - 'a' + 10;
+    return letter >= 'A' && letter <= 'F' ? letter - 'A' + 10 : -1;
+}
+
+std::optional<std::string> parseHex(const std::string& hex) {
+    std::string bytes;
+    if (hex.size() % 2 != 0) return {};
+    for (size_t i = 0; i < hex.size(); i += 2) {
+        const int high = digit(hex[i]);
+        const int low = digit(hex[i + 1]);
+        if (high < 0 || low < 0) return {};
+        bytes.push_back(static_cast<char>(high * 16 + low));
+    }
+    return bytes;
+}
+
+std::optional<std::string> readWhole(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    if (!file) return {};
+    return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
+/** The bytes to send; nothing, and told, when there are none or too many. */
+std::optional<std::string> messageOf(const MessageOptions& options) {
+    auto message = std::optional<std::string>(options.text);
+    if (!options.hex.empty()) message = parseHex(options.hex);
+    if (!options.file.empty()) message = readWhole(options.file);
+    if (!message) {
+        std::fprintf(stderr, "subhalctl: %s\n",
+                     options.file.empty() ? "--hex takes pairs of digits" : "cannot read the file");
+    } else if (message->empty() || message->size() > kLargestMessage) {
+        std::fprintf(stderr, "subhalctl: a message has 1 to %zu bytes, not %zu\n", kLargestMessage,
+                     message->size());
+        message.reset();
+    }
+    return message;
+}
+
+class Sender {
+  public:
+    explicit Sender(Proxy& proxy) : mProxy(proxy) {}
+
+    bool send(int32_t kind, size_t length, const std::string& chunk) {
+        MessagePayload payload{kind, static_cast<int32_t>(length), {}};
+        std::memcpy(payload.chunk, chunk.data(), std::min(chunk.size(), kChunkSize));
+        Event event{};
+        event.timestamp = android::elapsedRealtimeNano();
+        event.sensorHandle = kContextHandle;
+        event.sensorType = static_cast<decltype(event.sensorType)>(kContextType);
+        std::memcpy(&event.u, &payload, sizeof(payload));
+        const Result result = mProxy.subHal().injectSensorData(event);
+        if (result == Result::OK) return true;
+        std::fprintf(stderr, "subhalctl: message: %s\n", resultName(result).c_str());
+        return false;
+    }
+
+    bool sendMessage(const std::string& message) {
+        // What fits beside the start event travels in it; a full chunk does not count as fitting.
+        if (message.size() < kChunkSize) return send(kStart, message.size(), message);
+        if (!send(kStart, message.size(), {})) return false;
+        for (size_t at = 0; at < message.size(); at += kChunkSize) {
+            const std::string chunk = message.substr(at, kChunkSize);
+            if (!send(kData, chunk.size(), chunk)) return false;
+        }
+        return send(kEnd, message.size(), {});
+    }
+
+  private:
+    Proxy& mProxy;
+};
+
+/** The library does not tell whether a message got through; the simulated hub does. */
+ExitCode compareReceived(simulator::HubServices& hub, const std::string& message) {
+    const std::vector<std::string> received = hub.messages();
+    const bool whole = received.size() == 1 && received.front() == message;
+    std::printf("the hub received %s\n", whole ? "the whole message" : "something else");
+    return whole ? kOk : kCheckFailed;
+}
+
+}  // namespace
+
+ExitCode runMessage(Proxy& proxy, const MessageOptions& options) {
+    const auto message = messageOf(options);
+    if (!message) return kUsage;
+    const ExitCode opened = proxy.open();
+    if (opened != kOk) return opened;
+    if (!Sender(proxy).sendMessage(*message)) return kRefused;
+    if (!proxy.options().quiet) std::printf("%zu bytes sent\n", message->size());
+    return proxy.hubServices() == nullptr ? kOk : compareReceived(*proxy.hubServices(), *message);
+}
+
+}  // namespace subhalctl

@@ -1,0 +1,64 @@
+#pragma once
+
+#include <hardware/sensors.h>
+#include <sys/types.h>
+
+#include <cstddef>
+#include <cstdint>
+
+namespace subhalctl {
+
+/**
+ * A process of its own that reads a direct channel's memory, as a client of the sensors service
+ * would, and passes the records on through a pipe.
+ */
+class RingReader {
+  public:
+    /** Forks, so no other thread may run yet. `regionFd` stays the caller's. */
+    RingReader(int regionFd, size_t bytes);
+    /** Ends the process. */
+    ~RingReader();
+    RingReader(const RingReader&) = delete;
+    RingReader& operator=(const RingReader&) = delete;
+
+    bool running() const { return mProcess > 0; }
+
+    /** One record; false when none came in time, or none will. reserved0 holds its counter. */
+    bool read(sensors_event_t* record, int timeoutMs);
+
+    /** Lets the process look once more and then end; what it found can still be read. */
+    void stop();
+
+  private:
+    pid_t mProcess = -1;
+    int mRecordsFd = -1;
+    int mStopFd = -1;  // closing it is the request to stop
+};
+
+/** Judges the records of one ring by their counters and contents. */
+class RingCheck {
+  public:
+    RingCheck(int32_t handle, int32_t type) : mHandle(handle), mType(type) {}
+
+    /** In the order in which they were read. False for a record that is torn. */
+    bool add(const sensors_event_t& record);
+
+    int64_t records() const { return mRecords; }
+    /** Written to the ring, by the counters, and not read from it. */
+    int64_t missed() const { return mMissed; }
+    /** Of another sensor or version than all others, or older than the one before. */
+    int64_t torn() const { return mTorn; }
+
+  private:
+    bool isWhole(const sensors_event_t& record) const;
+
+    int32_t mHandle;
+    int32_t mType;
+    uint32_t mCounter = 0;  // of the last record; the first has 1
+    int64_t mTimestamp = INT64_MIN;
+    int64_t mRecords = 0;
+    int64_t mMissed = 0;
+    int64_t mTorn = 0;
+};
+
+}  // namespace subhalctl

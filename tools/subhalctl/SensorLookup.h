@@ -1,0 +1,37 @@
+#pragma once
+
+#include <V2_0/SubHal.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace subhalctl {
+
+using android::hardware::sensors::V1_0::SensorFlagBits;
+using android::hardware::sensors::V1_0::SensorInfo;
+
+/** Short name of a sensor's type: "accelerometer", "back_tap", or "type 4711". */
+std::string typeName(const SensorInfo& sensor);
+
+/** CONTINUOUS_MODE and so on. */
+SensorFlagBits reportingMode(const SensorInfo& sensor);
+
+/**
+ * Sensors that the user may mean, from the first of these that finds any: the handle; the whole
+ * type name, short or long; a part of the sensor's or the type's name. Case does not matter. More
+ * than one: the text is ambiguous. The pointers point into `sensors`.
+ */
+std::vector<const SensorInfo*> findSensors(const std::vector<SensorInfo>& sensors,
+                                           const std::string& text);
+
+/** A sensor as the command line names it, "SENSOR" or "SENSOR@HZ". */
+struct SensorSelector {
+    std::string sensor;
+    std::optional<double> rateHz;
+};
+
+/** Splits at the last "@"; nothing when what is behind it is not a rate. */
+std::optional<SensorSelector> parseSelector(const std::string& text);
+
+}  // namespace subhalctl

@@ -1,0 +1,72 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "tools/subhalctl/ExitCode.h"
+#include "tools/subhalctl/Proxy.h"
+
+namespace subhalctl {
+
+// Each verb opens the Proxy itself, prints to stdout, tells errors on stderr, and leaves all
+// sensors switched off.
+
+ExitCode runList(Proxy& proxy);
+
+struct WatchOptions {
+    std::vector<std::string> sensors;  ///< SENSOR or SENSOR@HZ
+    double rateHz = 0;                 ///< 0: see periodNs
+    int64_t periodNs = 0;              ///< 0: 20 ms
+    int64_t latencyMs = 0;
+    int64_t count = 0;   ///< ends after that many data events of all sensors; 0: never
+    double seconds = 0;  ///< 0: no limit
+    std::string format = "text";
+};
+ExitCode runWatch(Proxy& proxy, const WatchOptions& options);
+
+struct FlushOptions {
+    std::string sensor;
+    double seconds = 2;  ///< to wait for the completion
+};
+ExitCode runFlush(Proxy& proxy, const FlushOptions& options);
+
+struct InjectOptions {
+    std::string sensor;
+    std::vector<std::string> values;  ///< sub-command and arguments, or raw words
+    bool words = false;
+};
+ExitCode runInject(Proxy& proxy, const InjectOptions& options);
+
+struct DirectOptions {
+    std::string sensor;
+    int level = 1;  ///< RateLevel
+    uint32_t bytes = 256 * 104;
+    double seconds = 2;
+    bool check = false;
+};
+ExitCode runDirect(Proxy& proxy, const DirectOptions& options);
+
+struct MessageOptions {
+    std::string hex;
+    std::string text;
+    std::string file;
+};
+ExitCode runMessage(Proxy& proxy, const MessageOptions& options);
+
+struct HubDumpOptions {
+    int type = 0;
+    int count = 1;
+};
+ExitCode runHubDump(Proxy& proxy, const HubDumpOptions& options);
+
+struct HubFileOptions {
+    int operation = 0;  ///< HubServices::kRead and so on
+    std::string path;
+    int size = 4091;
+    int64_t offset = 0;
+    std::string text;  ///< to be written
+};
+ExitCode runHubFile(Proxy& proxy, const HubFileOptions& options);
+
+}  // namespace subhalctl
