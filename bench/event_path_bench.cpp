@@ -67,15 +67,14 @@ class HalProxyCallback : public IHalProxyCallback {
         return ScopedWakelock(&mWakelock, lock);
     }
     void postEvents(const std::vector<Event>& events, ScopedWakelock) override {
-        const Clock::time_point now = Clock::now();
         if (mCount == 0) {
-            mFirst = now;
+            mFirst = Clock::now();
             mFirstAllocations = gAllocations.load(std::memory_order_relaxed);
         }
         mCount += static_cast<int>(events.size());
         if (mCount < mExpected) return;
         const std::lock_guard<std::mutex> lock(mLock);
-        mLast = now;
+        mLast = Clock::now();
         mLastAllocations = gAllocations.load(std::memory_order_relaxed);
         mComplete = true;
         mChanged.notify_one();
@@ -158,70 +157,44 @@ class BareDevice {
   public:
     BareDevice() {
         const std::string number = std::to_string(mHub.deviceNumber(kAccelerometer));
-        const std::string enable = "/sys/bus/iio/devices/iio:device" + number + "/buffer/enable";
+        const std::string buffer = "/sys/bus/iio/devices/iio:device" + number + "/buffer/";
         mFd = open(("/dev/iio:device" + number).c_str(), O_RDONLY | O_CLOEXEC);
-        const int enableFd = open(enable.c_str(), O_WRONLY | O_CLOEXEC);
-        if (mFd < 0 || enableFd < 0 || write(enableFd, "1\n", 2) != 2) abort();
-        close(enableFd);
+        set(buffer + "length", "600\n");
+        set(buffer + "enable", "1\n");
+        if (mFd < 0) abort();
     }
     ~BareDevice() { close(mFd); }
     simulator::SimulatedHub& hub() { return mHub; }
     int fd() const { return mFd; }
 
   private:
+    static void set(const std::string& path, const std::string& text) {
+        const int fd = open(path.c_str(), O_WRONLY | O_CLOEXEC);
+        if (write(fd, text.data(), text.size()) < 0) abort();
+        close(fd);
+    }
+
     simulator::SimulatedHub mHub;
     int mFd;
 };
 
+void push(simulator::SimulatedHub& hub) {
+    if (!hub.push(kAccelerometer, kRecord)) abort();
+}
+
 void pushBatch(simulator::SimulatedHub& hub) {
     for (int i = 0; i < kBatch; ++i)
-        hub.push(kAccelerometer, kRecord);
+        push(hub);
 }
 
-void drainLibrary(benchmark::State& state) {
-    Loaded loaded(1000000000);
-    double allocations = 0;
-    for (auto _ : state) {
-        loaded.hub().setDataAvailable(kAccelerometer, "0\n");
-        pushBatch(loaded.hub());
-        loaded.proxy().expect(kBatch);
-        loaded.hub().setDataAvailable(kAccelerometer, std::to_string(kBatch) + "\n");
-        loaded.proxy().wait();
-        loaded.hub().waitIdle();
-        state.SetIterationTime(loaded.proxy().secondsPerEvent());
-        allocations += loaded.proxy().allocationsPerEvent();
-    }
-    state.counters["allocs/event"] = allocations / static_cast<double>(state.iterations());
-}
-BENCHMARK(drainLibrary)->UseManualTime()->Iterations(20000);
-
-void drainFloor(benchmark::State& state) {
-    BareDevice device;
-    uint8_t record[kRecordSize];
-    for (auto _ : state) {
-        pushBatch(device.hub());
-        Clock::time_point first;
-        for (int i = 0; i < kBatch; ++i) {
-            if (read(device.fd(), record, sizeof(record)) != sizeof(record)) abort();
-            benchmark::DoNotOptimize(record);
-            if (i == 0) first = Clock::now();
-        }
-        const Clock::time_point last = Clock::now();
-        state.SetIterationTime(std::chrono::duration<double>(last - first).count() / (kBatch - 1));
-    }
-}
-BENCHMARK(drainFloor)->UseManualTime()->Iterations(20000);
-
-/** Reports percentiles of one latency per iteration, in µs. */
+/** Reports percentiles of one duration per iteration, in ns. */
 class Percentiles {
   public:
-    void add(Clock::duration latency) {
-        mValues.push_back(std::chrono::duration<double>(latency).count());
-    }
+    void add(double seconds) { mValues.push_back(seconds); }
     void report(benchmark::State& state) {
         std::sort(mValues.begin(), mValues.end());
-        state.counters["p50_us"] = 1e6 * at(0.50);
-        state.counters["p99_us"] = 1e6 * at(0.99);
+        state.counters["p50_ns"] = 1e9 * at(0.50);
+        state.counters["p99_ns"] = 1e9 * at(0.99);
     }
 
   private:
@@ -231,6 +204,68 @@ class Percentiles {
     std::vector<double> mValues;
 };
 
+double secondsOf(Clock::duration duration) {
+    return std::chrono::duration<double>(duration).count();
+}
+
+void drainLibrary(benchmark::State& state) {
+    Loaded loaded(1000000000);
+    double allocations = 0;
+    Percentiles perEvent;
+    for (auto _ : state) {
+        loaded.hub().setDataAvailable(kAccelerometer, "0\n");
+        pushBatch(loaded.hub());
+        loaded.proxy().expect(kBatch);
+        loaded.hub().setDataAvailable(kAccelerometer, std::to_string(kBatch) + "\n");
+        loaded.proxy().wait();
+        loaded.hub().waitIdle();
+        perEvent.add(loaded.proxy().secondsPerEvent());
+        state.SetIterationTime(loaded.proxy().secondsPerEvent());
+        allocations += loaded.proxy().allocationsPerEvent();
+    }
+    perEvent.report(state);
+    state.counters["allocs/event"] = allocations / static_cast<double>(state.iterations());
+}
+BENCHMARK(drainLibrary)->UseManualTime()->Iterations(3000);
+
+/** Reads like the library, on a thread of its own and without anything behind the read. */
+void drainFloor(benchmark::State& state) {
+    BareDevice device;
+    std::atomic<int> released{0};  // batches, -1 ends
+    std::atomic<int> drained{0};
+    std::atomic<double> seconds{0};
+    std::thread reader([&] {
+        uint8_t record[kRecordSize];
+        for (int batch = 1;; ++batch) {
+            while (released < batch && released >= 0) {
+            }
+            if (released < 0) return;
+            Clock::time_point first;
+            for (int i = 0; i < kBatch; ++i) {
+                if (read(device.fd(), record, sizeof(record)) != sizeof(record)) abort();
+                benchmark::DoNotOptimize(record);
+                if (i == 0) first = Clock::now();
+            }
+            seconds = secondsOf(Clock::now() - first);
+            drained = batch;
+        }
+    });
+    Percentiles perRead;
+    int batch = 0;
+    for (auto _ : state) {
+        pushBatch(device.hub());
+        released = ++batch;
+        while (drained < batch)
+            std::this_thread::yield();
+        perRead.add(seconds / (kBatch - 1));
+        state.SetIterationTime(seconds / (kBatch - 1));
+    }
+    perRead.report(state);
+    released = -1;
+    reader.join();
+}
+BENCHMARK(drainFloor)->UseManualTime()->Iterations(3000);
+
 void wakeUpLibrary(benchmark::State& state) {
     Loaded loaded(0);
     loaded.hub().waitIdle();
@@ -238,16 +273,16 @@ void wakeUpLibrary(benchmark::State& state) {
     for (auto _ : state) {
         loaded.proxy().expect(1);
         const Clock::time_point written = Clock::now();
-        loaded.hub().push(kAccelerometer, kRecord);
+        push(loaded.hub());
         loaded.proxy().wait();
-        latencies.add(loaded.proxy().last() - written);
-        state.SetIterationTime(
-            std::chrono::duration<double>(loaded.proxy().last() - written).count());
+        const double latency = secondsOf(loaded.proxy().last() - written);
+        latencies.add(latency);
+        state.SetIterationTime(latency);
         loaded.hub().waitIdle();
     }
     latencies.report(state);
 }
-BENCHMARK(wakeUpLibrary)->UseManualTime()->Iterations(20000);
+BENCHMARK(wakeUpLibrary)->UseManualTime()->Iterations(3000);
 
 void wakeUpFloor(benchmark::State& state) {
     BareDevice device;
@@ -272,21 +307,22 @@ void wakeUpFloor(benchmark::State& state) {
     Percentiles latencies;
     for (auto _ : state) {
         const Clock::time_point written = Clock::now();
-        device.hub().push(kAccelerometer, kRecord);
+        push(device.hub());
         std::unique_lock<std::mutex> guard(lock);
         changed.wait(guard, [&] { return arrived; });
         arrived = false;
-        latencies.add(arrival - written);
-        state.SetIterationTime(std::chrono::duration<double>(arrival - written).count());
+        const double latency = secondsOf(arrival - written);
+        latencies.add(latency);
+        state.SetIterationTime(latency);
         guard.unlock();
         device.hub().waitIdle();
     }
     latencies.report(state);
     stop = true;
-    device.hub().push(kAccelerometer, kRecord);
+    push(device.hub());
     reader.join();
 }
-BENCHMARK(wakeUpFloor)->UseManualTime()->Iterations(20000);
+BENCHMARK(wakeUpFloor)->UseManualTime()->Iterations(3000);
 
 void startUpLibrary(benchmark::State& state) {
     for (auto _ : state) {
@@ -295,7 +331,7 @@ void startUpLibrary(benchmark::State& state) {
         simulator::HostedLibrary library(hub, SENSORHUB_LIBRARY);
         uint32_t version = 0;
         reinterpret_cast<ISensorsSubHal* (*)(uint32_t*)>(library.entryPoint())(&version);
-        state.SetIterationTime(std::chrono::duration<double>(Clock::now() - begin).count());
+        state.SetIterationTime(secondsOf(Clock::now() - begin));
     }
 }
 BENCHMARK(startUpLibrary)->UseManualTime()->Iterations(50)->Unit(benchmark::kMillisecond);
@@ -326,7 +362,7 @@ void startUpFloor(benchmark::State& state) {
             touch(device + "/buffer/length", O_WRONLY, "600\n");
             touch(device + "/buffer/enable", O_WRONLY, "1\n");
         }
-        state.SetIterationTime(std::chrono::duration<double>(Clock::now() - begin).count());
+        state.SetIterationTime(secondsOf(Clock::now() - begin));
         for (const int fd : fds)
             close(fd);
     }
