@@ -42,11 +42,7 @@ std::ostream& operator<<(std::ostream& stream, const LogLine& line) {
 
 void record(int priority, const char* tag, const std::string& text) {
     const std::lock_guard<std::mutex> lock(gLock);
-    if (!gCapturing) return;
-    if (strcmp(tag, "SensorsHub") != 0) {
-        gLines.push_back({levelOf(priority), std::string("(tag ") + tag + ") " + text});
-        return;
-    }
+    if (!gCapturing || strcmp(tag, "SensorsHub") != 0) return;  // the platform logs, too
     gLines.push_back({levelOf(priority), text});
 }
 
