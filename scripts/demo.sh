@@ -13,7 +13,7 @@ show() {
 }
 
 show list
-show watch 1@5 gyroscope@2 magnetic@2 pressure@1 --seconds 10
+show watch 1@5 4@2 2@2 6@1 --seconds 10
 echo "A wake-up sensor: each event comes under the proxy's wakelock."
 show watch 8 --count 2 --seconds 10
 show flush 1
