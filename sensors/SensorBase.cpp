@@ -197,8 +197,8 @@ int SensorBase::injectSensorData(const Event& event) {
     packet.handle = static_cast<uint8_t>(mHandle);
     packet.code = code;
     memcpy(packet.data, reinterpret_cast<const uint8_t*>(&event.u) + 8, sizeof(packet.data));
-    ALOGI("%s::%s: %s default injection, type=%u", "SensorBase", "injectSensorData",
-          mSensorInfo.name.c_str(), code);
+    ALOGI("%s::%s: %s default injection, type=%d", "SensorBase", "injectSensorData",
+          mSensorInfo.name.c_str(), static_cast<int32_t>(code));
     return writePacket(packet);
 }
 
