@@ -131,6 +131,11 @@ void addDirect(CLI::App& app, Command& command) {
     verb.app->add_option("--seconds", verb.options->seconds, "Time to read")
         ->check(secondsRange())
         ->capture_default_str();
+    verb.app
+        ->add_option("--events", verb.options->eventsHz,
+                     "Rate in Hz to ask for the sensor's events through the proxy, beside the "
+                     "channel")
+        ->check(CLI::PositiveNumber);
     verb.app->add_flag("--check", verb.options->check, "Exit code 1 when a record was torn");
 }
 

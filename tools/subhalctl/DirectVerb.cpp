@@ -4,8 +4,10 @@
 #include <algorithm>
 #include <chrono>
 #include <cinttypes>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <optional>
 
 #include "tools/subhalctl/EventWriter.h"
 #include "tools/subhalctl/Interrupt.h"
@@ -125,6 +127,16 @@ ExitCode refused(const char* what, Result result) {
     return kRefused;
 }
 
+/** Events that have come through the proxy's callback so far. */
+size_t proxyEvents(Proxy& proxy) {
+    size_t count = 0;
+    proxy.callback().events().receive(EventQueue::Clock::now(), [&count](const ReceivedEvent&) {
+        ++count;
+        return false;
+    });
+    return count;
+}
+
 ExitCode play(Proxy& proxy, const DirectOptions& options, int regionFd, RingReader& reader) {
     const SensorInfo* sensor = proxy.find(options.sensor);
     if (sensor == nullptr) return kNoSuchSensor;
@@ -135,11 +147,18 @@ ExitCode play(Proxy& proxy, const DirectOptions& options, int regionFd, RingRead
         channel.setRate(sensor->sensorHandle, static_cast<RateLevel>(options.level));
     if (configured != Result::OK) return refused("configDirectReport", configured);
 
+    std::optional<ActiveSensor> beside;
+    if (options.eventsHz > 0) {
+        beside.emplace(proxy, *sensor, std::llround(1e9 / options.eventsHz), 0);
+        if (!beside->active()) return kRefused;
+    }
+
     Client client(*sensor, proxy.options().quiet);
     receive(reader, client, options.seconds);
     channel.setRate(sensor->sensorHandle, RateLevel::STOP);
     receiveRest(reader, client);
     client.summary();
+    if (beside) std::printf("%zu events through the proxy\n", proxyEvents(proxy));
     if (client.check().records() == 0) return kNoData;
     return options.check && client.check().torn() > 0 ? kCheckFailed : kOk;
 }

@@ -11,6 +11,8 @@
 namespace subhalctl {
 namespace {
 
+constexpr char kNfcCoverStatus[] = "/sys/class/sensors/flip_cover_detector_sensor/nfc_cover_status";
+
 constexpr char kFromBuildTree[] = "/../../subhal/" SUBHALCTL_LIBRARY_NAME;
 
 std::string defaultLibrary() {
@@ -68,6 +70,8 @@ Proxy::EntryPoint Proxy::load(std::string* error) {
         hubOptions.generateSignals = true;
         mHub.emplace(hubOptions);
         mHubServices.emplace(*mHub);
+        mRearLight.emplace(*mHub);
+        mHub->setFile(kNfcCoverStatus, "0\n");  // or the flip cover detector stays hidden
         mHosted = std::make_unique<simulator::HostedLibrary>(*mHub, path);
         *error = mHosted->error();
         entryPoint = mHosted->entryPoint();

@@ -10,6 +10,7 @@
 
 #include "simulator/HostedLibrary.h"
 #include "simulator/HubServices.h"
+#include "simulator/RearLightSensor.h"
 #include "simulator/SimulatedHub.h"
 #include "tools/subhalctl/ExitCode.h"
 #include "tools/subhalctl/ProxyCallback.h"
@@ -76,6 +77,7 @@ class Proxy {
     const GlobalOptions& mOptions;
     std::optional<simulator::SimulatedHub> mHub;
     std::optional<simulator::HubServices> mHubServices;
+    std::optional<simulator::RearLightSensor> mRearLight;
     android::sp<HalProxyCallback> mCallback;
     std::unique_ptr<simulator::HostedLibrary> mHosted;  // with "--sim"
     void* mLibrary = nullptr;                           // without; never closed

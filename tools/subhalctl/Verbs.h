@@ -43,6 +43,7 @@ struct DirectOptions {
     int level = 1;  ///< RateLevel
     uint32_t bytes = 256 * 104;
     double seconds = 2;
+    double eventsHz = 0;  ///< rate of the sensor's events through the proxy; 0: none
     bool check = false;
 };
 ExitCode runDirect(Proxy& proxy, const DirectOptions& options);
