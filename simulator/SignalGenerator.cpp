@@ -95,7 +95,7 @@ void SignalGenerator::run() {
     while (!mStop) {
         mWoken = false;
         const int64_t now = bootTimeNs();
-        int64_t next = now + 3600 * 1000 * kMillisecond;
+        int64_t next = now + int64_t{3600} * 1000 * kMillisecond;
         for (auto& entry : mStreams)
             next = std::min(next, serve(entry.second, now));
         const int64_t wait = std::max<int64_t>(next - bootTimeNs(), 0);

@@ -70,7 +70,8 @@ void backTap(const World& world, const SensorSpec&, double seconds, RecordBuilde
     const int32_t count = countOf(world, kGestureChannel, kGestureSeconds, seconds);
     record.u8(static_cast<uint8_t>(2 + count % 2));  // double or triple
     for (int32_t which = 0; which < 3; ++which) {
-        record.u64(static_cast<uint64_t>(300 + figure(world, count, which, 100.0)));
+        const int64_t duration = 300 + int64_t{figure(world, count, which, 100.0)};
+        record.i64(duration);
     }
 }
 

@@ -39,7 +39,7 @@ std::string inColumn(const Value& value, const std::string& text) {
 
 /** The one unit of all values, empty when they differ. */
 std::string commonUnit(const std::vector<Value>& values) {
-    const std::string unit = values.empty() ? "" : values.front().unit;
+    std::string unit = values.empty() ? "" : values.front().unit;
     for (const Value& value : values) {
         if (unit != value.unit) return "";
     }
