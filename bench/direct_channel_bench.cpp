@@ -42,6 +42,7 @@ sensors_event_t converted() {
 }
 
 void reportPerChannel(benchmark::State& state) {
+    if (state.range(0) == 0) return;
     state.counters["per_channel"] =
         benchmark::Counter(static_cast<double>(state.iterations() * state.range(0)),
                            benchmark::Counter::kIsRate | benchmark::Counter::kInvert);

@@ -7,6 +7,7 @@
 #include <fcntl.h>
 #include <log/log.h>
 #include <poll.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -228,9 +229,9 @@ void drainLibrary(benchmark::State& state) {
 }
 BENCHMARK(drainLibrary)->UseManualTime()->Iterations(3000);
 
-/** Reads like the library, on a thread of its own and without anything behind the read. */
-void drainFloor(benchmark::State& state) {
-    BareDevice device;
+/** Reads batches like the library, on a thread of its own and without anything behind the read. */
+template <typename Push, typename ReadOne>
+void drainBare(benchmark::State& state, Push pushOne, ReadOne readOne) {
     std::atomic<int> released{0};  // batches, -1 ends
     std::atomic<int> drained{0};
     std::atomic<double> seconds{0};
@@ -242,7 +243,7 @@ void drainFloor(benchmark::State& state) {
             if (released < 0) return;
             Clock::time_point first;
             for (int i = 0; i < kBatch; ++i) {
-                if (read(device.fd(), record, sizeof(record)) != sizeof(record)) abort();
+                if (readOne(record) != sizeof(record)) abort();
                 benchmark::DoNotOptimize(record);
                 if (i == 0) first = Clock::now();
             }
@@ -253,7 +254,8 @@ void drainFloor(benchmark::State& state) {
     Percentiles perRead;
     int batch = 0;
     for (auto _ : state) {
-        pushBatch(device.hub());
+        for (int i = 0; i < kBatch; ++i)
+            pushOne();
         released = ++batch;
         while (drained < batch)
             std::this_thread::yield();
@@ -264,7 +266,30 @@ void drainFloor(benchmark::State& state) {
     released = -1;
     reader.join();
 }
+
+/** The floor: the same reads, through the same redirection. */
+void drainFloor(benchmark::State& state) {
+    BareDevice device;
+    drainBare(
+        state, [&] { push(device.hub()); },
+        [&](uint8_t* record) { return read(device.fd(), record, kRecordSize); });
+}
 BENCHMARK(drainFloor)->UseManualTime()->Iterations(3000);
+
+/** What of the floor is the kernel's: a packet pipe and the bare system call. */
+void drainKernel(benchmark::State& state) {
+    int ends[2];
+    if (pipe2(ends, O_DIRECT | O_CLOEXEC) != 0) abort();
+    drainBare(
+        state,
+        [&] {
+            if (syscall(SYS_write, ends[1], kRecord.data(), kRecordSize) < 0) abort();
+        },
+        [&](uint8_t* record) { return syscall(SYS_read, ends[0], record, kRecordSize); });
+    close(ends[0]);
+    close(ends[1]);
+}
+BENCHMARK(drainKernel)->UseManualTime()->Iterations(3000);
 
 void wakeUpLibrary(benchmark::State& state) {
     Loaded loaded(0);
