@@ -71,8 +71,10 @@ ssize_t readText(int fd, char (&text)[Size]) {
     return count;
 }
 
-bool hasName(int number, const char* name) {
-    const UniqueFd file(open(deviceAttribute(number, "name").c_str(), O_RDONLY | O_CLOEXEC));
+bool hasName(const char* prefix, int number, const char* name) {
+    const std::string path =
+        std::string(paths::kIioDirectory) + prefix + std::to_string(number) + "/name";
+    const UniqueFd file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
     if (!file.ok()) return false;
     char text[256];
     char word[30];
@@ -244,7 +246,7 @@ int SensorBase::findTypeByName(const char* name, const char* prefix) {
         if (strncmp(entry->d_name, prefix, prefixLength) != 0) continue;
         int number = 0;
         if (sscanf(entry->d_name + prefixLength, "%9d", &number) != 1) continue;
-        if (hasName(number, name)) return number;
+        if (hasName(prefix, number, name)) return number;
     }
     return -ENODEV;
 }

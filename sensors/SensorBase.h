@@ -196,7 +196,7 @@ class SensorBase {
     int32_t mDevNum = -1;
     const int32_t mHandle;
     std::string mBufferEnablePath;
-    Event mPendingEvent;  // written by readEvents alone
+    Event mPendingEvent;  // after construction written by readEvents alone
     Event mMetaEvent;
     SensorInfo mSensorInfo;  // complete once the constructors are done
     ISensorsEventCallback* const mEventCallback;

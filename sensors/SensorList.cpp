@@ -296,7 +296,7 @@ bool SensorList::pushSensorList(int handle, int index, ISensorsEventCallback* ca
 
 bool SensorList::addSensor(std::unique_ptr<SensorBase> sensor, int handle, const char* name,
                            int index) {
-    // A record device never gets descriptor 0; one that did would be polled as standard input.
+    // Descriptor 0 counts as a failure: only a process without a standard input gets one.
     if (sensor->getFd() < 1) {
         ALOGI("%s fd error", name);
         return false;

@@ -240,7 +240,7 @@ void AutoBrightnessSensor::raiseInTheDark() {
     const int32_t lux = truncateToInt32(mPendingEvent.u.data[0]);
     if (dark <= lux) return;
     const int32_t flicker = getFlickerData();
-    // No value must not turn the camera's "off" (-2) into its "on" (-1).
+    // Here, unlike when folded, no value must not turn the camera's "off" (-2) into "on" (-1).
     if (flicker == kNoFlickerLux || flicker <= lux) return;
     if (flicker <= dark) {
         mPendingEvent.u.data[0] = static_cast<float>(flicker);

@@ -10,7 +10,7 @@ class FlipCoverDetector : public SensorBase {
     FlipCoverDetector(const SensorInfo& info, ISensorsEventCallback* callback);
 
     void readEvents() override;
-    /** Listed while the cover's status file can be opened: without it there is no cover. */
+    /** Listed when the cover's status file can be opened as the catalogue is built. */
     bool isShownSensorList() override;
 };
 

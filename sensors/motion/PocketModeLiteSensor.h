@@ -4,7 +4,7 @@
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
-/** Whether the device is in a pocket, from fewer inputs than PocketModeSensor. */
+/** The small form of PocketModeSensor: a state and one figure. */
 class PocketModeLiteSensor : public SensorBase {
   public:
     PocketModeLiteSensor(const SensorInfo& info, ISensorsEventCallback* callback);

@@ -4,7 +4,7 @@
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
-/** Event code of the motion detector beside the proximity sensor. */
+/** Event code of the hub's proximity motion detector. */
 class ProTosMotion : public SensorBase {
   public:
     ProTosMotion(const SensorInfo& info, ISensorsEventCallback* callback);

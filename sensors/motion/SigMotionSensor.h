@@ -5,8 +5,8 @@
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
 /**
- * Motion that suggests a change of place, once per activation. The hub may report it long after it
- * noticed, so the event carries the time of its reading, and no record is taken as a flush marker.
+ * Motion that suggests a change of place, once per activation. The event carries the time of its
+ * reading, not the record's, and no record is taken as a flush marker.
  */
 class SigMotionSensor : public SensorBase {
   public:
