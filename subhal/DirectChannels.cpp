@@ -83,6 +83,11 @@ void SensorsSubHal::DirectReport::setRateLevel(int32_t channelHandle, int32_t ra
     maxRateLevel = highest;
 }
 
+void SensorsSubHal::DirectReport::clear() {
+    channels.clear();
+    maxRateLevel = 0;
+}
+
 Return<void> SensorsSubHal::registerDirectChannel(const SharedMemInfo& mem,
                                                   registerDirectChannel_cb callback) {
     ALOGI("registerDirectChannel++");
@@ -149,6 +154,9 @@ int SensorsSubHal::removeDirectChannel(int32_t channelHandle) {
               sensors.c_str());
     }
     const std::lock_guard<std::mutex> lock(mDirectChannelLock);
+    // Another thread may have configured the channel again between the two locks.
+    for (auto& report : mSensorToChannel)
+        report.second.setRateLevel(channelHandle, kRateStop);
     mDirectChannel.erase(channelHandle);
     return 0;
 }

@@ -89,15 +89,17 @@ int SensorsSubHal::queueBatch(int32_t handle, int64_t periodNs, int64_t latencyN
         ALOGE("%s: unhandled handle=%d", "queueBatch", handle);
         return -EINVAL;
     }
-    const UniqueFd device(open(paths::kBatch, O_RDONLY | O_CLOEXEC));
-    if (!device.ok()) {
-        ALOGE("%s: open batch device failed(%d)\n", "queueBatch", device.get());
-        return -1;
-    }
     batch_config config = {latencyNs, periodNs, 0, 0};
-    mergeDirectReportRequest(&config, handle);
-    const int result =
-        ioctl(device.get(), kBatchRequest | static_cast<unsigned long>(handle), &config);
+    int result = 0;
+    {
+        const UniqueFd device(open(paths::kBatch, O_RDONLY | O_CLOEXEC));
+        if (!device.ok()) {
+            ALOGE("%s: open batch device failed(%d)\n", "queueBatch", device.get());
+            return -1;
+        }
+        mergeDirectReportRequest(&config, handle);
+        result = ioctl(device.get(), kBatchRequest | static_cast<unsigned long>(handle), &config);
+    }
     if (result < 0) {
         ALOGE("%s: batch ret %d %s\n", "queueBatch", result, strerror(errno));
         return -EINVAL;

@@ -71,6 +71,9 @@ Return<Result> SensorsSubHal::initialize(const sp<IHalProxyCallback>& halProxyCa
         removeDirectChannel(channelHandle);
     }
     const std::lock_guard<std::mutex> lock(mDirectChannelLock);
+    // What another thread has configured meanwhile goes, too.
+    for (auto& report : mSensorToChannel)
+        report.second.clear();
     mDirectChannel.clear();
     return Result::OK;
 }

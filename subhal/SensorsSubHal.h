@@ -96,6 +96,8 @@ class SensorsSubHal : public ISensorsSubHal, public ISensorsEventCallback {
     struct DirectReport {
         /** Puts a channel on, moves it to, or at level 0 takes it off a rate level. */
         void setRateLevel(int32_t channelHandle, int32_t rateLevel);
+        /** Takes every channel off. */
+        void clear();
 
         std::unordered_map<int32_t, DirectChannelTimingInfo>
             channels;  // by channel handle; guarded by mDirectChannelLock
