@@ -24,7 +24,8 @@ AshmemDirectChannel::AshmemDirectChannel(const sensors_direct_mem_t* mem) {
     }
     mSize = size;
     void* base = mmap(nullptr, mem->size, PROT_WRITE, MAP_SHARED, mAshmemFd, 0);
-    if (base != MAP_FAILED) mBase = base;
+    // What has no bytes cannot be mapped, but makes a channel all the same: nothing is written.
+    if (base != MAP_FAILED || mSize == 0) mBase = base;
     if (mBase == nullptr) {
         mError = -ENOMEM;
         return;
