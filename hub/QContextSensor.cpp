@@ -48,6 +48,7 @@ QContextSensor::QContextSensor(ISensorsEventCallback* callback)
     mListEvent.sensorType = V1_0::SensorType::ADDITIONAL_INFO;
     // The hub talks before anyone enables it: the buffer runs in any case.
     writeSysfsInt(mBufferEnablePath.c_str(), 1);
+    mHubDataWriter = std::make_unique<SensorHubDataWriter>();
 }
 
 int QContextSensor::enable(int handle, bool on) {
@@ -99,7 +100,7 @@ int QContextSensor::flush(int handle) {
 
 int QContextSensor::injectSensorData(const Event& event) {
     ALOGI("QContextSensor::injecet_sensor_data");
-    mHubDataWriter.handleData(event);
+    mHubDataWriter->handleData(event);
     return 0;
 }
 
@@ -117,20 +118,20 @@ void QContextSensor::readEvents() {
 
 void QContextSensor::logMessage(const Record& record) {
     constexpr int kMaxDistance = 64;
-    constexpr int kDataOffset = offsetof(Record, message.data);
-    // The timestamp behind the data counts in, but nothing behind the record does.
-    constexpr int kStored = static_cast<int>(sizeof(Record)) - kDataOffset;
+    constexpr size_t kDataOffset = offsetof(Record, message.data);
 
     const int32_t size = record.message.size;
     const int32_t begin = record.message.begin;
     const int32_t end = record.message.end;
     if (size <= begin || size <= end || begin >= end || end - begin > kMaxDistance) return;
 
-    const auto* bytes = reinterpret_cast<const uint8_t*>(&record) + kDataOffset;
-    const int count = std::min(end - begin + 1, kStored);
-    char text[kStored * sizeof("255") + sizeof(",")] = "";
+    // The timestamp behind the data counts in; the one byte behind the record shows as zero.
+    uint8_t bytes[kMaxDistance + 1] = {};
+    static_assert(sizeof(bytes) == sizeof(Record) - kDataOffset + 1);
+    memcpy(bytes, reinterpret_cast<const uint8_t*>(&record) + kDataOffset, sizeof(bytes) - 1);
+    char text[sizeof(bytes) * sizeof("255,") + 1] = "";
     size_t length = 0;
-    for (int i = 0; i < count; ++i) {
+    for (int i = 0; i <= end - begin; ++i) {
         const int printed = snprintf(text + length, sizeof(text) - length, "%d,", bytes[i]);
         if (printed > 0) length += static_cast<size_t>(printed);
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
 #include "hub/SensorHubDataWriter.h"
 #include "sensors/SensorBase.h"
@@ -57,7 +58,7 @@ class QContextSensor : public SensorBase {
     // Touched by enable() alone, so apart from the poll thread's events. Keeps the last list.
     Event mListEvent = {};
     Record::Message mLastMessage = {};  // poll thread only
-    SensorHubDataWriter mHubDataWriter;
+    std::unique_ptr<SensorHubDataWriter> mHubDataWriter;  // made once the buffer runs
 };
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub
