@@ -204,6 +204,7 @@ ssize_t HubDriver::write(uint32_t number, int fd, const void* buffer, size_t siz
     const int access = fcntl(fd, F_GETFL) & O_ACCMODE;
     int length = 0;
     Request request = parse(opened, bytes, &length);
+    request.access = access;
     ssize_t result = static_cast<ssize_t>(size);
     if (access == O_RDONLY) {
         request.error = EBADF;
@@ -290,7 +291,7 @@ void HubDriver::notifyGenerator(const Request& request) {
     }
 }
 
-int HubDriver::ioctl(uint32_t number, int, unsigned long ioctlNumber, void* argument) {
+int HubDriver::ioctl(uint32_t number, int fd, unsigned long ioctlNumber, void* argument) {
     const Node& opened = node(number);
     const int fault = nextFault(Call::kIoctl, opened.path);
     Request request;
@@ -299,6 +300,7 @@ int HubDriver::ioctl(uint32_t number, int, unsigned long ioctlNumber, void* argu
     if (opened.kind == NodeKind::kBatch) request = parseBatch(ioctlNumber, argument, mHandles);
     if (opened.device != nullptr) request.handle = opened.device->handle();
     request.path = opened.path;
+    request.access = fcntl(fd, F_GETFL) & O_ACCMODE;
     const auto handler = handlerOf(opened);
     int result = 0;
     if (fault != 0) {

@@ -26,6 +26,7 @@ struct Request {
     int64_t latencyNs = 0;
     int32_t flag = 0;
     unsigned long ioctlNumber = 0;
+    int access = -1;    ///< O_RDONLY, O_WRONLY or O_RDWR, as the node was opened
     std::string path;   ///< path as the library names it ("/sys/class/sensors/...")
     std::string bytes;  ///< what was written, or the record handed to the ioctl
 };
