@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <utility>
@@ -16,51 +18,100 @@
 namespace golden {
 
 using testing_support::LogLine;
+using Lines = std::vector<LogLine>;
 
 /** Timestamp of an event that is stamped with the time of its reading. */
 inline constexpr int64_t kNow = -1;
 /** What stands for such a timestamp in the text of a log line. */
 inline constexpr char kNowText[] = "%NOW%";
+/** A timestamp with eight different bytes: 1234605616436508552. */
+inline constexpr int64_t kTime = 0x1122334455667788;
 
-struct Posted {
-    enum Kind { kData, kMeta } kind;
-    int64_t timestamp = 0;        // ns; flush-complete events carry 0
-    std::vector<uint32_t> words;  // bit patterns of the leading payload words; the rest are zero
+/** A payload word: a float (1.0F) or bits that are none (1U). */
+struct Word {
+    Word(float value) { memcpy(&bits, &value, sizeof(bits)); }
+    Word(uint32_t value) : bits(value) {}
+    uint32_t bits = 0;
 };
 
-inline Posted data(int64_t timestamp, std::vector<uint32_t> words) {
-    return {Posted::kData, timestamp, std::move(words)};
+/** The last payload word that a vector has, behind its three components. */
+inline constexpr uint32_t kAccuracyHigh = 3;
+
+struct Posted {
+    bool meta = false;
+    int64_t timestamp = 0;      // ns; flush-complete events carry 0
+    std::vector<Word> payload;  // the leading words; the rest are zero
+};
+
+inline Posted data(int64_t timestamp, std::vector<Word> payload) {
+    return {false, timestamp, std::move(payload)};
 }
 /** The flush-complete event: payload word 0 is 1. */
 inline Posted meta() {
-    return {Posted::kMeta, 0, {1}};
+    return {true, 0, {1U}};
+}
+inline LogLine info(std::string text) {
+    return {'I', std::move(text)};
+}
+inline LogLine error(std::string text) {
+    return {'E', std::move(text)};
 }
 
 /** One record, and what must come of it. A row's exchanges run in order on one object. */
 struct Exchange {
     const char* what;
     std::string record;
-    std::vector<Posted> posted;
-    std::vector<LogLine> log;
+    std::optional<Posted> posted;
+    Lines log;
 };
 
+/** Which twin has the device name without suffix. */
+enum PlainTwin { kNonWakeUp, kWakeUp };
+
 struct DriverRow {
+    /** `flags` come beside the wake-up bit of the specification file; `failureOpening` is the log
+     *  text of a failing read in front of "input data file ...". */
+    DriverRow(const char* name, int number, PlainTwin twin, const char* display, int32_t typeNumber,
+              const char* typeName, const char* needed, uint32_t flags, const char* failureOpening)
+        : className(name),
+          handle(number),
+          plainIsWakeUp(twin == kWakeUp),
+          displayName(display),
+          type(typeNumber),
+          stringType(typeName),
+          permission(needed),
+          addedFlags(flags),
+          readFailure(std::string(failureOpening) +
+                      "input data file descriptor not available - (Input/output error)") {}
+
+    /** The first is a record with a distinct value in every field. Resolution is 0.5. */
+    DriverRow& on(const char* what, std::string record, std::optional<Posted> posted,
+                  Lines log = {}) {
+        exchanges.push_back({what, std::move(record), std::move(posted), std::move(log)});
+        return *this;
+    }
+    DriverRow& flushMarker(std::string record, Lines log) {
+        return on("flush marker", std::move(record), meta(), std::move(log));
+    }
+    DriverRow& postsDirectly() {
+        direct = true;
+        return *this;
+    }
+    DriverRow& hasNoOtherTwin() {
+        twinIsReachable = false;
+        return *this;
+    }
+
     const char* className;
     int handle;
-    const char* iioName;  // without suffix
-    bool plainIsWakeUp;   // the plain device name is the wake-up twin
+    bool plainIsWakeUp;
     const char* displayName;
     int32_t type;
     const char* stringType;
     const char* permission;
-    uint32_t addedFlags;  // beside the wake-up bit of the specification file
-    /**
-     * Resolution 0.5 and vendor "STM" are what the hub's specification file says of each row's
-     * sensor. Start with a record that has a distinct value in every field.
-     */
-    std::vector<Exchange> exchanges;
-    /** Log text of a read that fails with EIO, for the plain twin; error level. */
+    uint32_t addedFlags;
     std::string readFailure;
+    std::vector<Exchange> exchanges;
     bool shown = true;
     bool direct = false;  // posts every event to the direct channels as well
     /** False when the other twin's device name is longer than the 29 characters compared. */
@@ -77,6 +128,17 @@ inline constexpr char kQSensor[] = "com.tavrine.permission.QSENSOR";
 /** Record fields in wire order. */
 inline simulator::RecordBuilder rec() {
     return {};
+}
+
+/** The record of nine bytes that many drivers share. */
+inline std::string byteRecord(uint8_t value, uint64_t timestamp) {
+    return rec().u8(value).u64(timestamp).bytes();
+}
+inline std::string intRecord(int32_t value, uint64_t timestamp) {
+    return rec().i32(value).u64(timestamp).bytes();
+}
+inline std::string vectorRecord(int16_t x, int16_t y, int16_t z, uint64_t timestamp) {
+    return rec().i16(x).i16(y).i16(z).u64(timestamp).bytes();
 }
 
 std::vector<DriverRow> physicalRows();

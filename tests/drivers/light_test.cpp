@@ -1,33 +1,17 @@
 #include <cutils/properties.h>
-#include <gtest/gtest.h>
 
-#include <cerrno>
 #include <cmath>
-#include <cstring>
 #include <limits>
-#include <optional>
 
 #include "sensors/LightBase.h"
-#include "sensors/SensorList.h"
 #include "simulator/RearLightSensor.h"
-#include "simulator/RecordBuilder.h"
-#include "simulator/SimulatedHub.h"
-#include "tests/support/LogCapture.h"
-#include "tests/support/RecordingCallback.h"
+#include "tests/drivers/DriverBench.h"
 
+namespace driver_tests {
 namespace {
 
-using android::hardware::sensors::V1_0::Event;
 using android::hardware::sensors::V2_0::zelva_sensorhub::LightBase;
-using android::hardware::sensors::V2_0::zelva_sensorhub::SensorBase;
-using android::hardware::sensors::V2_0::zelva_sensorhub::SensorList;
 using simulator::RearLightSensor;
-using simulator::RecordBuilder;
-using simulator::Request;
-using simulator::SimulatedHub;
-using testing_support::LogCapture;
-using testing_support::LogLine;
-using testing_support::RecordingCallback;
 
 constexpr int kLight = 5;
 constexpr int kCct = 34;
@@ -37,25 +21,13 @@ constexpr int kSeamless = 55;
 constexpr char kCameraLight[] = "persist.sns.camera_light";
 constexpr char kAmbientBrightness[] = "persist.dm.passive.ambient_brightness";
 
-using Lines = std::vector<LogLine>;
-
-SimulatedHub::Options lightSensors() {
-    SimulatedHub::Options options;
-    options.sensors.clear();
-    for (const int handle : {kLight, kCct, kAutoBrightness, kInfrared, kSeamless}) {
-        simulator::SensorSpec spec;
-        spec.handle = handle;
-        spec.chipName = "CHIP";
-        options.sensors.push_back(spec);
-    }
-    return options;
-}
-
 /** All light sensors, with the rear one. */
-class LightTest : public testing::Test {
+class LightTest : public testing::Test, protected DriverBench {
   protected:
-    LightTest() : mHub(lightSensors()), mRear(mHub) {
-        mList.emplace(&mCallback);
+    LightTest()
+        : DriverBench({{kLight}, {kCct}, {kAutoBrightness}, {kInfrared}, {kSeamless}}),
+          mRear(mHub) {
+        rebuild();
         LightBase::pmsInfo.threshold_dark = 0;
         LightBase::pmsInfo.threshold_bright = 0;
         LightBase::pmsInfo.brightness = 0;
@@ -63,30 +35,12 @@ class LightTest : public testing::Test {
         mHub.clearRequests();
     }
 
-    SensorBase& sensor(int handle) { return *mList->get(handle); }
-
-    static Event injection(uint32_t subCommand, std::vector<float> arguments) {
-        Event event = {};
-        memcpy(&event.u, &subCommand, sizeof(subCommand));
-        for (size_t i = 0; i < arguments.size(); ++i)
-            event.u.data[2 + i] = arguments[i];
-        return event;
-    }
-
-    std::vector<std::string> written(Request::Kind kind) {
-        std::vector<std::string> packets;
-        for (const Request& request : mHub.requests(kind))
-            packets.push_back(request.bytes);
-        mHub.clearRequests();
-        return packets;
-    }
+    SensorBase& autoBrightness() { return sensor(kAutoBrightness); }
 
     /** Payload words 0 and 1 of what a record makes the auto-brightness sensor post. */
     std::pair<float, float> brightness(int32_t lux, uint8_t minFlag, uint8_t flipState) {
         const auto record = RecordBuilder().i32(lux).u8(minFlag).u32(0).u8(flipState).u64(1);
-        EXPECT_TRUE(mHub.push(kAutoBrightness, record.bytes()));
-        sensor(kAutoBrightness).readEvents();
-        const auto posts = mCallback.take();
+        const auto posts = read(kAutoBrightness, record.bytes());
         if (posts.size() != 1) return {NAN, NAN};
         return {posts[0].events[0].u.data[0], posts[0].events[0].u.data[1]};
     }
@@ -102,33 +56,25 @@ class LightTest : public testing::Test {
         return "";
     }
 
-    LogCapture mLog;
-    SimulatedHub mHub;
     RearLightSensor mRear;
-    RecordingCallback mCallback;
-    std::optional<SensorList> mList;
 };
 
 using Pair = std::pair<float, float>;
 
-TEST_F(LightTest, ConstructionSwitchesTheCameraLightOff) {
+TEST_F(LightTest, ConstructionLooksForTheRearSensor) {
     property_set(kCameraLight, "true");
-    mList.reset();
-    mList.emplace(&mCallback);
+    rebuild();
     char value[PROPERTY_VALUE_MAX];
     property_get(kCameraLight, value, "");
     EXPECT_STREQ(value, "false");
     EXPECT_TRUE(LogCapture::contains('E', "support rear flicker feature"));
-}
 
-TEST_F(LightTest, WithoutRearSensorEnableLeavesItAlone) {
     mHub.removeFile(RearLightSensor::kDataPath);
-    mList.reset();
-    mList.emplace(&mCallback);
+    rebuild();
     EXPECT_TRUE(LogCapture::contains('E', "do not support rear flicker feature"));
     LogCapture::take();
     mHub.clearRequests();
-    EXPECT_EQ(sensor(kAutoBrightness).enable(kAutoBrightness, true), 0);
+    EXPECT_EQ(autoBrightness().enable(kAutoBrightness, true), 0);
     EXPECT_TRUE(LogCapture::take().empty());
     EXPECT_TRUE(mHub.requests().empty());
 }
@@ -148,10 +94,8 @@ TEST_F(LightTest, EachEnableLogsTheFirstRecordsAgain) {
         SCOPED_TRACE(tested.handle);
         const auto linesOfSix = [&] {
             LogCapture::take();
-            for (int i = 0; i < 6; ++i) {
-                EXPECT_TRUE(mHub.push(tested.handle, tested.record));
-                sensor(tested.handle).readEvents();
-            }
+            for (int i = 0; i < 6; ++i)
+                read(tested.handle, tested.record);
             return LogCapture::take().size();
         };
         EXPECT_EQ(linesOfSix(), tested.logged);
@@ -163,67 +107,60 @@ TEST_F(LightTest, EachEnableLogsTheFirstRecordsAgain) {
 }
 
 TEST_F(LightTest, LightInjection) {
-    SensorBase& light = sensor(kLight);
-    EXPECT_EQ(light.injectSensorData(injection(0, {1})), 0);
-    EXPECT_EQ(light.injectSensorData(injection(1, {1})), 0);
-    EXPECT_EQ(light.injectSensorData(injection(2, {1})), -EINVAL);
-    EXPECT_EQ(light.injectSensorData(injection(0x10000001, {1})), -EINVAL);
+    EXPECT_EQ(inject(kLight, 0, {1}), 0);
+    EXPECT_EQ(inject(kLight, 1, {1}), 0);
+    EXPECT_EQ(inject(kLight, 2, {1}), -EINVAL);
+    EXPECT_EQ(inject(kLight, 0x10000001, {1}), -EINVAL);
     EXPECT_TRUE(mHub.requests().empty());
 
-    EXPECT_EQ(light.injectSensorData(injection(0x10000000, {-2.9f, 9, 9, 9})), 0);
+    EXPECT_EQ(inject(kLight, 0x10000000, {-2.9f, 9, 9, 9}), 0);
     EXPECT_EQ(LightBase::pmsInfo.brightness, 0);
-    EXPECT_EQ(light.injectSensorData(injection(0x10000002, {77.9f, 100, NAN, 3e9f})), 0);
+    EXPECT_EQ(inject(kLight, 0x10000002, {77.9f, 100, NAN, 3e9f}), 0);
     EXPECT_EQ(LightBase::pmsInfo.threshold_dark, 100);
     EXPECT_EQ(LightBase::pmsInfo.threshold_bright, std::numeric_limits<int32_t>::max());
     EXPECT_EQ(LightBase::pmsInfo.brightness, 77);
     const RecordBuilder head = RecordBuilder().u8(1).u8(5);
-    EXPECT_EQ(written(Request::Kind::kInjection),
-              (std::vector<std::string>{
-                  RecordBuilder(head).i32(-2).bytes(),
-                  RecordBuilder(head).i32(77).i32(100).i32(0).i32(0x7FFFFFFF).bytes()}));
+    EXPECT_EQ(takeWritten(),
+              (Packets{RecordBuilder(head).i32(-2).bytes(),
+                       RecordBuilder(head).i32(77).i32(100).i32(0).i32(0x7FFFFFFF).bytes()}));
     EXPECT_EQ(LogCapture::take(),
               (Lines{{'I', "LightSensor::injectSensorData: brightness -2"},
                      {'I',
                       "LightSensor::injectSensorData brightness 77 threshold_dark 100 lux 0 "
                       "threshold_bright 2147483647"}}));
 
-    mHub.failWrite("/dev/shub_data_injection", EIO);
-    EXPECT_EQ(light.injectSensorData(injection(0x10000000, {1})), -EIO);
+    mHub.failWrite(kInjection, EIO);
+    EXPECT_EQ(inject(kLight, 0x10000000, {1}), -EIO);
 }
 
 TEST_F(LightTest, CameraLuxInjection) {
-    SensorBase& tested = sensor(kAutoBrightness);
-    EXPECT_EQ(tested.injectSensorData(injection(1, {1})), 0);
-    EXPECT_EQ(tested.injectSensorData(injection(0x10000000, {1})), -EINVAL);
-    EXPECT_EQ(tested.injectSensorData(injection(0x10000001, {-500.7f})), 0);
-    EXPECT_EQ(written(Request::Kind::kInjection),
-              (std::vector<std::string>{RecordBuilder().u8(1).u8(37).i32(-500).bytes()}));
+    EXPECT_EQ(inject(kAutoBrightness, 1, {1}), 0);
+    EXPECT_EQ(inject(kAutoBrightness, 0x10000000, {1}), -EINVAL);
+    EXPECT_EQ(inject(kAutoBrightness, 0x10000001, {-500.7f}), 0);
+    EXPECT_EQ(takeWritten(), Packets{RecordBuilder().u8(1).u8(37).i32(-500).bytes()});
     EXPECT_EQ(LogCapture::take(),
               (Lines{{'I', "AutoBrightnessSensor::injectSensorData: camLux -500"}}));
 }
 
 TEST_F(LightTest, FlickerLux) {
     LightBase::pmsInfo.threshold_dark = 42;
+    // At a ratio of 0.43 the formula changes. The last two are a hair from a whole number: fusing
+    // the products would tip them over.
     const struct {
-        int32_t a;
-        int32_t b;
-        int32_t lux;
-    } cases[] = {
-        {1000000, 100000, 55},
-        {100000, 1000000, -7},
-        {43000000, 100000000, -3298},  // the ratio is 0.43, not below it
-        {42999000, 100000000, -3232},
-        {2000000, 0, 122},
-        {0, 0, 0},
-        {500000000, 500000000, 953},
-        {500000001, 1, -1},
-        {1, 500000001, -1},
-        {-3, 5, -1},
-        {5, -3, -1},
-        // A hair from a whole number: fusing the products would tip them over.
-        {1394299, 697149, 43},
-        {1996383, 998191, 63},
-    };
+        int32_t a, b, lux;
+    } cases[] = {{1000000, 100000, 55},
+                 {100000, 1000000, -7},
+                 {43000000, 100000000, -3298},
+                 {42999000, 100000000, -3232},
+                 {2000000, 0, 122},
+                 {0, 0, 0},
+                 {500000000, 500000000, 953},
+                 {500000001, 1, -1},
+                 {1, 500000001, -1},
+                 {-3, 5, -1},
+                 {5, -3, -1},
+                 {1394299, 697149, 43},
+                 {1996383, 998191, 63}};
     for (const auto& tested : cases) {
         const std::string pair = std::to_string(tested.a) + ", " + std::to_string(tested.b);
         EXPECT_EQ(flickerLine(tested.a, tested.b),
@@ -239,14 +176,20 @@ TEST_F(LightTest, FlickerFileForms) {
         const Lines lines = LogCapture::take();
         return lines.size() < 2 ? LogLine{'?', ""} : lines[lines.size() - 2];
     };
-    EXPECT_EQ(lineOf("garbage\n"), (LogLine{'I', "getFlickerData: flicker lux: 0 (0, 0, dw: 0)"}));
-    EXPECT_EQ(lineOf("2000000\n"),
-              (LogLine{'I', "getFlickerData: flicker lux: 122 (2000000, 0, dw: 0)"}));
-    EXPECT_EQ(lineOf("200000000000,1\n"),
-              (LogLine{'I', "getFlickerData: flicker lux: 12241 (200000000, 0, dw: 0)"}));
-    EXPECT_EQ(lineOf(std::string(12, ' ') + "123,123456789"),
-              (LogLine{'I', "getFlickerData: flicker lux: 0 (123, 1234, dw: 0)"}))
-        << "no more than 20 bytes are read";
+    const struct {
+        std::string text;
+        const char* figures;
+    } cases[] = {
+        {"garbage\n", "0 (0, 0, dw: 0)"},
+        {"2000000\n", "122 (2000000, 0, dw: 0)"},
+        {"200000000000,1\n", "12241 (200000000, 0, dw: 0)"},
+        // No more than 20 bytes are read.
+        {std::string(12, ' ') + "123,123456789", "0 (123, 1234, dw: 0)"},
+    };
+    for (const auto& tested : cases) {
+        EXPECT_EQ(lineOf(tested.text),
+                  (LogLine{'I', std::string("getFlickerData: flicker lux: ") + tested.figures}));
+    }
     EXPECT_EQ(lineOf(""), (LogLine{'E', "AutoBrightnessSensor::getFlickerData: fread fail"}));
     mHub.failOpen(RearLightSensor::kDataPath, EACCES);
     EXPECT_EQ(lineOf("1,1"), (LogLine{'E', "AutoBrightnessSensor::getFlickerData: fopen fail"}));
@@ -259,12 +202,12 @@ TEST_F(LightTest, NothingNewTakesTheLastAcceptedReading) {
     mRear.setChannels(-2, -2);
     brightness(0, 2, 0);
     EXPECT_TRUE(LogCapture::contains('I', "getFlickerData: use prev als data"));
-    sensor(kAutoBrightness).enable(kAutoBrightness, true);
+    autoBrightness().enable(kAutoBrightness, true);
     EXPECT_EQ(flickerLine(-2, -2), "getFlickerData: flicker lux: -1 (-1, -1, dw: 0)");
 }
 
 TEST_F(LightTest, EnableSwitchesTheRearSensor) {
-    SensorBase& tested = sensor(kAutoBrightness);
+    SensorBase& tested = autoBrightness();
     const auto line = [](int enabled, int valid) -> LogLine {
         return {'I', "AutoBrightnessSensor::enable: flicker enable: " + std::to_string(enabled) +
                          ", flicker valid: " + std::to_string(valid) + " "};
@@ -272,8 +215,8 @@ TEST_F(LightTest, EnableSwitchesTheRearSensor) {
     EXPECT_EQ(tested.enable(kAutoBrightness, true), 0);
     EXPECT_TRUE(mRear.isEnabled());
     EXPECT_EQ(tested.enable(kAutoBrightness, false), 0);
-    EXPECT_EQ(written(Request::Kind::kWrite),
-              (std::vector<std::string>{std::string("1\0", 2), std::string("0\0", 2)}));
+    EXPECT_EQ(takeWritten(Request::Kind::kWrite),
+              (Packets{std::string("1\0", 2), std::string("0\0", 2)}));
     EXPECT_EQ(LogCapture::take(), (Lines{line(1, 1), line(0, 1)}));
 
     mHub.failWrite(RearLightSensor::kEnablePath, EIO);
@@ -312,8 +255,8 @@ TEST_F(LightTest, FoldedOrMinimumTakesTheBrighterSource) {
 }
 
 TEST_F(LightTest, DarkIsRaisedWithinTheThreshold) {
-    sensor(kAutoBrightness).enable(kAutoBrightness, true);
-    sensor(kLight).injectSensorData(injection(0x10000002, {50, 100, 20, 900}));
+    autoBrightness().enable(kAutoBrightness, true);
+    inject(kLight, 0x10000002, {50, 100, 20, 900});
     mRear.setChannels(2458861, 0);  // 150 lux
     EXPECT_EQ(brightness(20, 1, 0), Pair(101, 0));
     LightBase::pmsInfo.threshold_dark = 150;
@@ -329,7 +272,7 @@ TEST_F(LightTest, DarkIsRaisedWithinTheThreshold) {
 
     mRear.setChannels(-3, 5);
     EXPECT_EQ(brightness(-2, 0, 0), Pair(-2, 0)) << "no reading is not the camera's light";
-    sensor(kAutoBrightness).enable(kAutoBrightness, false);
+    autoBrightness().enable(kAutoBrightness, false);
     EXPECT_EQ(brightness(20, 1, 0), Pair(20, 1));
     EXPECT_EQ(mRear.reads(), 6);
 }
@@ -345,9 +288,9 @@ TEST_F(LightTest, SeamlessConfigurationIsSentAtEachEnable) {
     const std::string longest(91, '7');
     property_set(kAmbientBrightness, longest.c_str());
     EXPECT_EQ(seamless.enable(kSeamless, true), 0);
-    EXPECT_EQ(written(Request::Kind::kInjection), (std::vector<std::string>{"\x01\x37"
-                                                                            "12,34",
-                                                                            "\x01\x37" + longest}));
+    EXPECT_EQ(takeWritten(), (Packets{"\x01\x37"
+                                      "12,34",
+                                      "\x01\x37" + longest}));
     EXPECT_EQ(LogCapture::take(),
               (Lines{{'I',
                       "LightSeamless_Sensor::setConfig fail to get "
@@ -357,3 +300,4 @@ TEST_F(LightTest, SeamlessConfigurationIsSentAtEachEnable) {
 }
 
 }  // namespace
+}  // namespace driver_tests

@@ -1,70 +1,26 @@
 #include <cutils/properties.h>
 #include <fcntl.h>
-#include <gtest/gtest.h>
 
-#include <cerrno>
-#include <cstring>
 #include <limits>
-#include <optional>
 
-#include "sensors/SensorList.h"
-#include "simulator/SimulatedHub.h"
-#include "tests/support/LogCapture.h"
-#include "tests/support/RecordingCallback.h"
+#include "tests/drivers/DriverBench.h"
 
+namespace driver_tests {
 namespace {
-
-using android::hardware::sensors::V1_0::Event;
-using android::hardware::sensors::V2_0::zelva_sensorhub::SensorBase;
-using android::hardware::sensors::V2_0::zelva_sensorhub::SensorList;
-using simulator::RecordBuilder;
-using simulator::Request;
-using testing_support::LogCapture;
-using testing_support::LogLine;
-using testing_support::RecordingCallback;
 
 constexpr int kFlipCover = 42;
 constexpr int kSequentialStep = 47;
 constexpr int kSarBackoff = 54;
 constexpr int kDropClassifier = 57;
-constexpr char kInjection[] = "/dev/shub_data_injection";
 constexpr char kCoverStatus[] = "/sys/class/sensors/flip_cover_detector_sensor/nfc_cover_status";
 
-class Motion : public testing::Test {
+class Motion : public testing::Test, protected DriverBench {
   protected:
-    Motion() : mHub(options()) {}
-
-    static simulator::SimulatedHub::Options options() {
-        simulator::SimulatedHub::Options options;
-        options.sensors.clear();
-        for (const int handle : {kFlipCover, kSequentialStep, kSarBackoff, kDropClassifier}) {
-            simulator::SensorSpec spec;
-            spec.handle = handle;
-            spec.wakeUp = handle != kSequentialStep;
-            options.sensors.push_back(spec);
-        }
-        return options;
-    }
-
-    SensorBase& sensor(int handle) {
-        if (!mList) mList.emplace(&mCallback);
-        return *mList->get(handle);
-    }
-
-    /** What was injected since the last call. */
-    std::vector<std::string> takeInjected() {
-        std::vector<std::string> packets;
-        for (const Request& request : mHub.requests(Request::Kind::kInjection)) {
-            packets.push_back(request.bytes);
-        }
-        mHub.clearRequests();
-        return packets;
-    }
-
-    LogCapture mLog;
-    simulator::SimulatedHub mHub;
-    RecordingCallback mCallback;
-    std::optional<SensorList> mList;
+    Motion()
+        : DriverBench({{kFlipCover, true},
+                       {kSequentialStep, false},
+                       {kSarBackoff, true},
+                       {kDropClassifier, true}}) {}
 };
 
 class BuildType : public Motion {
@@ -90,18 +46,13 @@ TEST_F(BuildType, DecidesWhetherTracesAreDelivered) {
         SCOPED_TRACE(tested.line);
         LogCapture::take();
         property_set("ro.build.type", tested.property);
-        mList.reset();
-        SensorBase& drop = sensor(kDropClassifier);
+        rebuild();
         EXPECT_EQ(LogCapture::count('I', tested.line), 1);
         property_set("ro.build.type", tested.delivered ? "user" : "eng");  // too late
 
         const auto values = RecordBuilder().i64(1).i64(2).i64(3).u64(9).bytes();
-        ASSERT_TRUE(mHub.push(kDropClassifier, "\xFF" + values));
-        drop.readEvents();
-        EXPECT_EQ(mCallback.take().size(), tested.delivered ? 1U : 0U);
-        ASSERT_TRUE(mHub.push(kDropClassifier, std::string(1, '\0') + values));
-        drop.readEvents();
-        EXPECT_EQ(mCallback.take().size(), 1U);
+        EXPECT_EQ(read(kDropClassifier, "\xFF" + values).size(), tested.delivered ? 1U : 0U);
+        EXPECT_EQ(read(kDropClassifier, std::string(1, '\0') + values).size(), 1U);
     }
 }
 
@@ -123,38 +74,25 @@ TEST_F(Motion, FlipCoverIsListedWhileItsStatusFileOpensReadWrite) {
 }
 
 TEST_F(Motion, SarBackoffInjectsOneValue) {
-    SensorBase& sar = sensor(kSarBackoff);
-    takeInjected();
-    LogCapture::take();
-    const auto inject = [&sar](uint32_t code, float value) {
-        Event event = {};
-        memcpy(&event.u, &code, sizeof(code));
-        event.u.data[1] = 5;
-        event.u.data[2] = value;
-        return sar.injectSensorData(event);
-    };
     for (const uint32_t code : {0U, 1U})
-        EXPECT_EQ(inject(code, 1), 0);
+        EXPECT_EQ(inject(kSarBackoff, code, {1}), 0);
     // The last is 2.0 as a float: the sub-command is raw bits.
     for (const uint32_t code : {2U, 0x10000001U, 0x40000000U})
-        EXPECT_EQ(inject(code, 1), -EINVAL);
-    EXPECT_EQ(takeInjected(), std::vector<std::string>());
-    EXPECT_EQ(LogCapture::take(), std::vector<LogLine>());
+        EXPECT_EQ(inject(kSarBackoff, code, {1}), -EINVAL);
+    EXPECT_EQ(takeWritten(), Packets());
+    EXPECT_EQ(LogCapture::take(), Lines());
 
-    EXPECT_EQ(inject(0x10000000, -2.75F), 0);
-    EXPECT_EQ(takeInjected(),
-              std::vector<std::string>{RecordBuilder().u8(1).u8(54).i32(-2).bytes()});
-    EXPECT_EQ(LogCapture::take(),
-              (std::vector<LogLine>{{'I', "SarBackoffMotion::injectSensorData: data -2"}}));
-
-    inject(0x10000000, 1e20F);
-    inject(0x10000000, std::numeric_limits<float>::quiet_NaN());
-    EXPECT_EQ(takeInjected(),
-              (std::vector<std::string>{RecordBuilder().u8(1).u8(54).i32(INT32_MAX).bytes(),
-                                        RecordBuilder().u8(1).u8(54).i32(0).bytes()}));
+    EXPECT_EQ(inject(kSarBackoff, 0x10000000, {-2.75F}), 0);
+    EXPECT_EQ(LogCapture::take(), (Lines{{'I', "SarBackoffMotion::injectSensorData: data -2"}}));
+    inject(kSarBackoff, 0x10000000, {1e20F});
+    inject(kSarBackoff, 0x10000000, {std::numeric_limits<float>::quiet_NaN()});
+    const RecordBuilder head = RecordBuilder().u8(1).u8(54);
+    EXPECT_EQ(takeWritten(), (Packets{RecordBuilder(head).i32(-2).bytes(),
+                                      RecordBuilder(head).i32(INT32_MAX).bytes(),
+                                      RecordBuilder(head).i32(0).bytes()}));
 
     mHub.failWrite(kInjection, EIO);
-    EXPECT_EQ(inject(0x10000000, 1), -EIO);
+    EXPECT_EQ(inject(kSarBackoff, 0x10000000, {1}), -EIO);
 }
 
 TEST_F(Motion, SequentialStepSendsItsPeriodAsThreshold) {
@@ -170,13 +108,10 @@ TEST_F(Motion, SequentialStepSendsItsPeriodAsThreshold) {
         {5000000000000000, 5000000000, "SequentialStep::batch: threshold 5000000000"},
     };
     for (const auto& tested : kCases) {
-        takeInjected();
-        LogCapture::take();
         EXPECT_EQ(step.batch(kSequentialStep, tested.periodNs, 7000000), 0);
-        EXPECT_EQ(takeInjected(),
-                  std::vector<std::string>{
-                      RecordBuilder().u8(1).u8(47).u8(0x80).i64(tested.threshold).bytes()});
-        EXPECT_EQ(LogCapture::take(), (std::vector<LogLine>{{'I', tested.line}}));
+        EXPECT_EQ(takeWritten(),
+                  Packets{RecordBuilder().u8(1).u8(47).u8(0x80).i64(tested.threshold).bytes()});
+        EXPECT_EQ(LogCapture::take(), (Lines{{'I', tested.line}}));
     }
 
     mHub.failWrite(kInjection, EIO);
@@ -186,3 +121,4 @@ TEST_F(Motion, SequentialStepSendsItsPeriodAsThreshold) {
 }
 
 }  // namespace
+}  // namespace driver_tests

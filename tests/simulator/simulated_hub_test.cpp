@@ -65,8 +65,23 @@ class SimulatedHubTest : public ::testing::Test {
         return openDevice(handle);
     }
 
+    /** The record that one read of the device gives, or the name of its errno. */
+    static std::string readRecord(int fd, size_t size = 64) {
+        std::string record(size, 'x');
+        const ssize_t got = read(fd, record.data(), size);
+        if (got < 0) return strerrorname_np(errno);
+        record.resize(static_cast<size_t>(got));
+        return record;
+    }
+    static bool isReadable(int fd, int timeoutMs = 0) {
+        pollfd ready{fd, POLLIN, 0};
+        return poll(&ready, 1, timeoutMs) == 1;
+    }
+
     SimulatedHub mHub;
 };
+
+const std::string kRecord(14, 'a');
 
 TEST_F(SimulatedHubTest, RequestsAreTakenOnlyInTheDriversForm) {
     EXPECT_EQ(0, writeTo(kEnable, "11\0"s));
@@ -99,7 +114,7 @@ TEST_F(SimulatedHubTest, RequestsAreTakenOnlyInTheDriversForm) {
 TEST_F(SimulatedHubTest, BufferFollowsTheKernelsOrder) {
     const std::string length = attribute(kAcc, "buffer/length");
     const std::string enable = attribute(kAcc, "buffer/enable");
-    EXPECT_FALSE(mHub.push(kAcc, std::string(14, 'a')));
+    EXPECT_FALSE(mHub.push(kAcc, kRecord));
     EXPECT_EQ(EINVAL, writeTo(length, "600"));
     EXPECT_EQ(0, writeTo(length, "600\n"));
     EXPECT_EQ(EINVAL, writeTo(enable, "1"));
@@ -107,8 +122,8 @@ TEST_F(SimulatedHubTest, BufferFollowsTheKernelsOrder) {
     EXPECT_EQ(0, writeTo(length, "600\n"));
     EXPECT_EQ(EBUSY, writeTo(length, "601\n"));
     for (int i = 0; i < 1024; ++i)
-        ASSERT_TRUE(mHub.push(kAcc, std::string(14, 'a')));
-    EXPECT_FALSE(mHub.push(kAcc, std::string(14, 'a')));
+        ASSERT_TRUE(mHub.push(kAcc, kRecord));
+    EXPECT_FALSE(mHub.push(kAcc, kRecord));
     EXPECT_EQ(0, writeTo(enable, "0\n"));
     EXPECT_EQ(1024U, mHub.queued(kAcc));
     EXPECT_EQ(0, writeTo(enable, "1\n"));
@@ -127,17 +142,12 @@ TEST_F(SimulatedHubTest, OneReadGivesOneRecord) {
     int count = 0;
     EXPECT_TRUE(available >> count);
     EXPECT_EQ(500, count);
-    char record[64];
-    EXPECT_EQ(-1, read(fd, record, 13));
-    EXPECT_EQ(EINVAL, errno);
+    EXPECT_EQ("EINVAL", readRecord(fd, 13));
     for (int i = 0; i < 500; ++i) {
-        pollfd ready{fd, POLLIN, 0};
-        ASSERT_EQ(1, poll(&ready, 1, 1000));
-        ASSERT_EQ(14, read(fd, record, sizeof(record)));
-        ASSERT_EQ(static_cast<char>(i), record[13]);
+        ASSERT_TRUE(isReadable(fd, 1000));
+        ASSERT_EQ(std::string(14, static_cast<char>(i)), readRecord(fd));
     }
-    pollfd ready{fd, POLLIN, 0};
-    EXPECT_EQ(0, poll(&ready, 1, 0));
+    EXPECT_FALSE(isReadable(fd));
     EXPECT_EQ(0, close(fd));
 }
 
@@ -155,20 +165,15 @@ TEST_F(SimulatedHubTest, FaultsStrikeTheChosenCall) {
     EXPECT_EQ(0, mHub.periodNs(kAcc));
 
     const int fd = startDevice(kAcc);
-    char record[64] = {};
     mHub.failRead(kAcc, EIO);
-    mHub.push(kAcc, std::string(14, 'a'));
-    EXPECT_EQ(-1, read(fd, record, sizeof(record)));
-    EXPECT_EQ(EIO, errno);
+    mHub.push(kAcc, kRecord);
+    EXPECT_EQ("EIO", readRecord(fd));
     mHub.cutNextRecord(kAcc, 5);
-    EXPECT_EQ(5, read(fd, record, sizeof(record)));
-    EXPECT_EQ("aaaaa", std::string(record));
+    EXPECT_EQ("aaaaa", readRecord(fd));
     mHub.dropDevice(kAcc);
-    mHub.push(kAcc, std::string(14, 'a'));
-    EXPECT_EQ(-1, read(fd, record, sizeof(record)));
-    EXPECT_EQ(ENODEV, errno);
-    pollfd quiet{fd, POLLIN, 0};
-    EXPECT_EQ(0, poll(&quiet, 1, 0));
+    mHub.push(kAcc, kRecord);
+    EXPECT_EQ("ENODEV", readRecord(fd));
+    EXPECT_FALSE(isReadable(fd));
     mHub.failClose("/dev/iio:device" + std::to_string(mHub.deviceNumber(kAcc)), EIO);
     EXPECT_EQ(-1, close(fd));
     EXPECT_EQ(EIO, errno);
@@ -208,9 +213,7 @@ TEST_F(SimulatedHubTest, IdleMeansReadAndWaitingAgain) {
     std::atomic<bool> stop{false};
     std::thread reader([&] {
         while (!stop) {
-            pollfd ready{fd, POLLIN, 0};
-            char record[9];
-            if (poll(&ready, 1, -1) == 1 && read(fd, record, sizeof(record)) == 9) ++records;
+            if (isReadable(fd, -1) && readRecord(fd).size() == 9) ++records;
         }
     });
     for (int i = 1; i <= 100; ++i) {
@@ -233,7 +236,7 @@ TEST_F(SimulatedHubTest, LoadedLibraryIsRedirectedAndUnloads) {
     ASSERT_NE(nullptr, library.entryPoint()) << library.error();
     auto* recordsRead = reinterpret_cast<int (*)()>(library.entryPoint());
     EXPECT_EQ(0, recordsRead());
-    EXPECT_TRUE(mHub.push(kAcc, std::string(14, 'a')));
+    EXPECT_TRUE(mHub.push(kAcc, kRecord));
     EXPECT_TRUE(mHub.waitIdle());
     EXPECT_EQ(1, recordsRead());
     EXPECT_TRUE(library.unload());
@@ -242,31 +245,21 @@ TEST_F(SimulatedHubTest, LoadedLibraryIsRedirectedAndUnloads) {
 
 class SignalsTest : public SimulatedHubTest {
   protected:
-    SignalsTest() : SimulatedHubTest(options()) {}
-
-    static SimulatedHub::Options options() {
-        SimulatedHub::Options result;
-        result.generateSignals = true;
-        return result;
-    }
+    SignalsTest() : SimulatedHubTest({1, standardCatalogue(), true}) {}
 };
 
 TEST_F(SignalsTest, FlushReleasesTheBatchBeforeItsMarker) {
     const int fd = startDevice(kAcc);
     ASSERT_EQ(0, batch(0x8008FC01, 3600LL * 1000000000, 2000000, 0));
     ASSERT_EQ(0, writeTo(kEnable, "11\0"s));
-    pollfd ready{fd, POLLIN, 0};
-    EXPECT_EQ(0, poll(&ready, 1, 50));
+    EXPECT_FALSE(isReadable(fd, 50));
     ASSERT_EQ(0, writeTo(kFlush, "1\0"s));
     ASSERT_EQ(0, writeTo(kEnable, "10\0"s));
     const std::string marker(14, '\0');
-    std::string record;
     int64_t last = 0;
     size_t count = 0;
-    while (record != marker) {
-        record.assign(14, 'x');
-        ASSERT_EQ(14, read(fd, record.data(), record.size()));
-        if (record == marker) break;
+    for (std::string record = readRecord(fd); record != marker; record = readRecord(fd)) {
+        ASSERT_EQ(14U, record.size());
         int16_t counts[3];
         int64_t timestamp = 0;
         std::memcpy(counts, record.data(), sizeof(counts));

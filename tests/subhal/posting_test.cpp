@@ -1,4 +1,7 @@
 #include <gtest/gtest.h>
+#include <utils/AndroidThreads.h>
+
+#include <atomic>
 
 #include "tests/support/LoadedSubHal.h"
 
@@ -17,6 +20,18 @@ std::string acceleration(int16_t x, uint64_t timestamp) {
 }
 std::string eventCode(uint8_t code, uint64_t timestamp) {
     return RecordBuilder().u8(code).u64(timestamp).bytes();
+}
+
+struct Priority {
+    std::atomic<int> thread{0};
+    std::atomic<int> value{0};
+} gPriority;
+
+TEST(Posting, ThePollThreadIsUrgent) {
+    LoadedSubHal subHal(onlySensors({1}));
+    ASSERT_TRUE(subHal.hub().waitIdle());
+    EXPECT_EQ(gPriority.value, -8);
+    EXPECT_TRUE(LogCapture::contains('I', "startThread " + std::to_string(gPriority.thread)));
 }
 
 TEST(Posting, WithoutAProxyEventsAreDroppedWithALine) {
@@ -98,6 +113,23 @@ TEST(Posting, AOneShotSensorIsSwitchedOffOnceItHasFired) {
     EXPECT_TRUE(LogCapture::contains('I', "queueActivate: handle 17 enable 0"));
 }
 
+TEST(Posting, AOneShotSensorIsSwitchedOffEvenWithoutARecordToRead) {
+    auto options = onlySensors({17});
+    options.sensors[0].fifoMax = 10;
+    LoadedSubHal subHal(options);
+    subHal.initialize();
+    ASSERT_EQ(subHal.hal().batch(17, 0, 1000000), Result::OK);
+    ASSERT_EQ(subHal.hal().activate(17, true), Result::OK);
+    subHal.hub().setDataAvailable(17, "0\n");
+    ASSERT_TRUE(subHal.hub().push(17, eventCode(1, 5)));
+    EXPECT_TRUE(subHal.hub().waitForRequest([](const Request& request) {
+        return request.kind == Request::Kind::kEnable && request.enable == 0;
+    }));
+    subHal.hub().clearDataAvailable(17);
+    ASSERT_TRUE(subHal.hub().waitIdle());
+    EXPECT_TRUE(subHal.proxy().take().empty());
+}
+
 TEST(Posting, FailingReadsAreLoggedAndTheLoopGoesOn) {
     LoadedSubHal subHal(onlySensors({1, 4}));
     subHal.initialize();
@@ -105,6 +137,7 @@ TEST(Posting, FailingReadsAreLoggedAndTheLoopGoesOn) {
     LogCapture::take();
     subHal.hub().failRead(1, EIO, 1, 3);
     subHal.hub().failPoll(EINTR, 1, 2);
+    subHal.hub().failPoll(ENOMEM, 3, 2);
     ASSERT_TRUE(subHal.deliver(1, acceleration(9, 5)));
     EXPECT_EQ(
         LogCapture::count(
@@ -150,3 +183,11 @@ TEST(Posting, WithoutTheHousekeepingDeviceTheLoopStartsAllTheSame) {
 }
 
 }  // namespace
+
+// In the platform's place: what the library asks for its poll thread.
+extern "C" __attribute__((visibility("default"))) int androidSetThreadPriority(pid_t thread,
+                                                                               int priority) {
+    gPriority.thread = thread;
+    gPriority.value = priority;
+    return 0;
+}

@@ -1,3 +1,4 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
 
 #include "tests/support/LoadedSubHal.h"
@@ -17,7 +18,7 @@ constexpr char kBatchPath[] = "/dev/batch_io";
 
 class Requests : public testing::Test {
   protected:
-    Requests() : mSubHal(onlySensors({1, 6, 8, 17})) { mSubHal.initialize(); }
+    Requests() : mSubHal(onlySensors({1, 6, 8, 17, 47})) { mSubHal.initialize(); }
 
     std::vector<Request> taken() {
         auto requests = mSubHal.hub().requests();
@@ -37,6 +38,7 @@ TEST_F(Requests, ActivateWritesHandleAndDigitWithTheirNul) {
     const auto requests = taken();
     ASSERT_EQ(requests.size(), 2u);
     EXPECT_EQ(requests[0].path, kEnablePath);
+    EXPECT_EQ(requests[0].access, O_RDWR);
     EXPECT_EQ(requests[0].bytes, std::string("171\0", 4));
     EXPECT_EQ(requests[1].bytes, std::string("60\0", 3));
     EXPECT_EQ(requests[0].error, 0);
@@ -81,6 +83,7 @@ TEST_F(Requests, BatchSendsTheWholeRecord) {
     ASSERT_EQ(requests.size(), 1u);
     EXPECT_EQ(requests[0].kind, Request::Kind::kBatch);
     EXPECT_EQ(requests[0].ioctlNumber, 0x8008FC01u);
+    EXPECT_EQ(requests[0].access, O_RDONLY);
     EXPECT_EQ(requests[0].bytes,
               simulator::RecordBuilder().i64(3000000000).i64(20000000).i32(0).i32(0).bytes());
     expectLog({{'I', "queueBatch: handle=1 period=20000000 timeout=3000000000"}});
@@ -98,6 +101,18 @@ TEST_F(Requests, BatchClampsToTheMinimumDelayOnly) {
     // On-change: never clamped.
     EXPECT_EQ(mHal.batch(8, 1, 0), Result::OK);
     EXPECT_EQ(mHub.periodNs(8), 1);
+}
+
+// The sequential step detector takes its period as a threshold, which shows what reached it.
+TEST_F(Requests, BatchReachesTheSensorObjectBehindTheHub) {
+    EXPECT_EQ(mHal.batch(47, 2500000, 0), Result::OK);
+    const auto requests = taken();
+    ASSERT_EQ(requests.size(), 2u);
+    EXPECT_EQ(requests[0].kind, Request::Kind::kBatch);
+    EXPECT_EQ(requests[1].bytes, simulator::RecordBuilder().u8(1).u8(47).u8(0x80).i64(2).bytes());
+    mHub.failIoctl(kBatchPath, EIO);
+    EXPECT_EQ(mHal.batch(47, 2500000, 0), Result::BAD_VALUE);
+    EXPECT_EQ(taken().size(), 1u);
 }
 
 TEST_F(Requests, BatchFailures) {
@@ -118,6 +133,7 @@ TEST_F(Requests, FlushWritesTheHandleWithItsNul) {
     const auto requests = taken();
     ASSERT_EQ(requests.size(), 1u);
     EXPECT_EQ(requests[0].path, kFlushPath);
+    EXPECT_EQ(requests[0].access, O_WRONLY);
     EXPECT_EQ(requests[0].bytes, std::string("6\0", 2));
     expectLog({{'I', "flush: handle=6"}});
 }

@@ -18,9 +18,8 @@ constexpr int64_t kMs = 1'000'000;
 
 IntervalStatistics statisticsOf(int64_t expectedNs, const std::vector<int64_t>& timestampsMs) {
     IntervalStatistics statistics(expectedNs);
-    for (const int64_t timestamp : timestampsMs) {
+    for (const int64_t timestamp : timestampsMs)
         statistics.add(timestamp * kMs);
-    }
     return statistics;
 }
 
@@ -69,9 +68,8 @@ TEST(SensorLookup, PrefersHandleThenTypeThenPart) {
     };
     const auto handles = [&](const char* text) {
         std::vector<int32_t> found;
-        for (const SensorInfo* one : findSensors(sensors, text)) {
+        for (const SensorInfo* one : findSensors(sensors, text))
             found.push_back(one->sensorHandle);
-        }
         return found;
     };
     using Handles = std::vector<int32_t>;
@@ -96,7 +94,7 @@ TEST(SensorLookup, SelectorCarriesARate) {
     }
 }
 
-TEST(SensorValues, StepsStayWholeAndUnknownTypesGiveWords) {
+TEST(SensorValues, NameWhatThePayloadHolds) {
     Payload payload{};
     payload[1] = 0x100;  // 2^40
     EXPECT_EQ(decode(19, payload).values.at(0).exactText(), "1099511627776");
@@ -106,16 +104,12 @@ TEST(SensorValues, StepsStayWholeAndUnknownTypesGiveWords) {
     ASSERT_EQ(unknown.values.size(), 16U);
     EXPECT_EQ(unknown.values[15].exactText(), "0x00000abc");
     EXPECT_STREQ(unknown.meaning, "");
-}
 
-TEST(SensorValues, SkipsTheWordThatSaysNothing) {
-    Payload payload{};
-    const float rawLux = 7.0F;
-    std::memcpy(&payload[4], &rawLux, sizeof(rawLux));
-    const Reading reading = decode(65587, payload);
-    ASSERT_EQ(reading.values.size(), 4U);
-    EXPECT_STREQ(reading.values[3].name, "raw_lux");
-    EXPECT_EQ(reading.values[3].exactText(), "7");
+    payload[4] = 0x40E00000;  // 7.0F
+    const Reading colour = decode(65587, payload);
+    ASSERT_EQ(colour.values.size(), 4U) << "word 3 says nothing";
+    EXPECT_STREQ(colour.values[3].name, "raw_lux");
+    EXPECT_EQ(colour.values[3].exactText(), "7");
 }
 
 constexpr int32_t kHandle = 38;
@@ -191,36 +185,28 @@ class WrittenRing {
     uint32_t mCounter = 0;
 };
 
-std::vector<int32_t> countersRead(RingReader& reader) {
+/** Counters of the records that a reader new to the ring finds. */
+std::vector<int32_t> countersIn(const WrittenRing& ring) {
+    RingReader reader(ring.fd(), WrittenRing::kBytes);
+    reader.stop();
     std::vector<int32_t> counters;
     sensors_event_t found;
-    reader.stop();
-    while (reader.read(&found, 5000)) {
+    while (reader.read(&found, 5000))
         counters.push_back(found.reserved0);
-    }
     return counters;
 }
 
-TEST(RingReader, ReadsWhatIsWrittenAndNothingTwice) {
+TEST(RingReader, ReadsEachWholeRecordOnce) {
     WrittenRing ring;
     ring.write(5);
-    RingReader reader(ring.fd(), WrittenRing::kBytes);
-    EXPECT_EQ(countersRead(reader), (std::vector<int32_t>{1, 2, 3, 4, 5}));
-}
-
-TEST(RingReader, GoesOnWhereTheWriterHasLappedIt) {
-    WrittenRing ring;
-    ring.write(3 * WrittenRing::kSlots + 1);
-    RingReader reader(ring.fd(), WrittenRing::kBytes);
-    EXPECT_EQ(countersRead(reader), std::vector<int32_t>{3 * WrittenRing::kSlots + 1});
-}
-
-TEST(RingReader, LeavesTheSlotThatIsBeingWritten) {
-    WrittenRing ring;
-    ring.write(WrittenRing::kSlots);
+    EXPECT_EQ(countersIn(ring), (std::vector<int32_t>{1, 2, 3, 4, 5}));
+    ring.write(3);
     ring.writeHalf();
-    RingReader reader(ring.fd(), WrittenRing::kBytes);
-    EXPECT_EQ(countersRead(reader), (std::vector<int32_t>{2, 3, 4, 5, 6, 7, 8}));
+    EXPECT_EQ(countersIn(ring), (std::vector<int32_t>{2, 3, 4, 5, 6, 7, 8}))
+        << "the slot that is being written is left out";
+    ring.write(2 * WrittenRing::kSlots + 1);
+    EXPECT_EQ(countersIn(ring), std::vector<int32_t>{3 * WrittenRing::kSlots + 1})
+        << "where the writer has lapped it, it goes on";
 }
 
 }  // namespace

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+#include <vector>
+
 #include "simulator/HubServices.h"
 #include "simulator/SimulatedHub.h"
 #include "tests/support/LogCapture.h"
@@ -12,10 +15,15 @@ namespace testing_support {
 /** A hub with its two own devices alone, and its firmware. */
 class HubFixture : public testing::Test {
   protected:
+    using Log = std::vector<LogLine>;
+
     static simulator::SimulatedHub::Options noSensors() {
         simulator::SimulatedHub::Options options;
         options.sensors.clear();
         return options;
+    }
+    static bool logged(char level, const std::string& text) {
+        return LogCapture::contains(level, text);
     }
 
     LogCapture mLog;

@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <filesystem>
 
 #include "sensors/SensorList.h"
 #include "simulator/SimulatedHub.h"
@@ -107,6 +108,7 @@ TEST_F(CatalogueTest, EveryFieldOfARecord) {
     EXPECT_TRUE(LogCapture::contains('I', "index 0, CHIP"));
     EXPECT_TRUE(LogCapture::contains('I', "index 1, Qcontext"));
     EXPECT_TRUE(LogCapture::contains('I', "index 2, SensorHub"));
+    EXPECT_TRUE(LogCapture::contains('I', "(AccSensor)SensorBase::isShownSensorList()"));
     EXPECT_TRUE(LogCapture::contains('I', "index 0, ishown 1"));
     EXPECT_TRUE(LogCapture::contains('I', "index 2, ishown 0"));
 }
@@ -149,6 +151,7 @@ TEST_F(CatalogueTest, BadRecordsLeaveNoGap) {
     EXPECT_EQ(list.get(72), nullptr);
     EXPECT_EQ(list.get(71), nullptr);
     EXPECT_FALSE(LogCapture::contains('I', "handle 0"));
+    EXPECT_FALSE(LogCapture::contains('I', "SECOND fd error"));
     for (const int handle : {72, 3, 32, 255}) {
         EXPECT_EQ(LogCapture::count('E', "pushSensorList invalid handle " + std::to_string(handle)),
                   1);
@@ -217,6 +220,17 @@ TEST_F(CatalogueTest, UnreadableFile) {
     EXPECT_EQ(build().size(), 0);
     EXPECT_EQ(LogCapture::take(),
               (std::vector<LogLine>{{'E', "makeSensorList: read failed. ret=-1"}}));
+}
+
+TEST_F(CatalogueTest, EveryDescriptorIsClosedInTheEnd) {
+    const auto openFiles = [] {
+        return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+    };
+    const auto before = openFiles();
+    build(handleRecord(1, "CHIP") + handleRecord(37, "LIGHT") + handleRecord(42, "COVER"));
+    EXPECT_GT(openFiles(), before);
+    mList.reset();
+    EXPECT_EQ(openFiles(), before);
 }
 
 TEST_F(CatalogueTest, ContextSensorAbsent) {

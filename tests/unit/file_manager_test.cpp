@@ -1,4 +1,3 @@
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -17,22 +16,17 @@ namespace {
 using android::hardware::sensors::V2_0::zelva_sensorhub::SensorHubSensor;
 using simulator::HubServices;
 using testing_support::LogCapture;
-using testing_support::LogLine;
 
 constexpr int kHandle = 33;
 constexpr char kControl[] = "/sys/class/sensors/hbx_sensor/shub_file";
-constexpr char kFile[] = "/data/vendor/sensorhub/cal.bin";
+const std::string kFile = "/data/vendor/sensorhub/cal.bin";
+const std::string kLead = "SensorHubSensor::fileManager";
 
 /** A reply as the hub gets it. */
 std::string reply(int operation, int32_t result, const std::string& data = "") {
     std::string bytes(5, static_cast<char>(operation));
     memcpy(bytes.data() + 1, &result, 4);
     return bytes + data;
-}
-
-std::string sent(int result, size_t length) {
-    return "SensorHubSensor::fileManager: result " + std::to_string(result) + ", sendLen " +
-           std::to_string(length);
 }
 
 class FileManagerTest : public testing_support::HubFixture {
@@ -52,161 +46,133 @@ class FileManagerTest : public testing_support::HubFixture {
         return mServices.takeReply();
     }
 
+    void expectRead(const std::string& request, int32_t result, const std::string& data = "") {
+        EXPECT_EQ(ask(HubServices::kRead, request), reply(0, result, data)) << request;
+    }
+    void expectWrite(const std::string& request, int32_t result) {
+        EXPECT_EQ(ask(HubServices::kWrite, request), reply(1, result)) << request;
+    }
+    void expectRemove(const std::string& request, int32_t result) {
+        EXPECT_EQ(ask(HubServices::kRemove, request), reply(2, result)) << request;
+    }
+
     SensorHubSensor mSensor{&mCallback};
 };
 
 TEST_F(FileManagerTest, ReadsFromAnOffset) {
     mHub.setFile(kFile, std::string("0123\0,789", 9));
-    const std::string path = kFile;
-    EXPECT_EQ(ask(HubServices::kRead, path + ",4,2"), reply(0, 4, std::string("23\0,", 4)));
-    EXPECT_EQ(LogCapture::take(), (std::vector<LogLine>{{'I', "SensorHubSensor::fileManager: READ"},
-                                                        {'I', sent(4, 9)}}));
-    EXPECT_EQ(ask(HubServices::kRead, path + ", +100xyz,7"), reply(0, 2, "89"));
-    EXPECT_EQ(ask(HubServices::kRead, path + ",4,9"), reply(0, 0));
-    EXPECT_EQ(ask(HubServices::kRead, path + ",0,0"), reply(0, 0));
+    expectRead(kFile + ",4,2", 4, std::string("23\0,", 4));
+    EXPECT_EQ(LogCapture::take(),
+              (Log{{'I', kLead + ": READ"}, {'I', kLead + ": result 4, sendLen 9"}}));
+    expectRead(kFile + ", +100xyz,7", 2, "89");
+    expectRead(kFile + ",4,9", 0);
+    expectRead(kFile + ",0,0", 0);
 
     const std::string large(5000, 'x');
     mHub.setFile(kFile, large);
-    EXPECT_EQ(ask(HubServices::kRead, path + ",4091,0"), reply(0, 4091, large.substr(0, 4091)));
+    expectRead(kFile + ",4091,0", 4091, large.substr(0, 4091));
+    EXPECT_DEATH(ask(HubServices::kRead, kFile + ",4092,0"), "no reply holds 4092 bytes");
+    expectRead("/data/vendor/sensorhub/none,4092,0", -ENOENT);
     mHub.failRead(kFile, EIO);
-    EXPECT_EQ(ask(HubServices::kRead, path + ",4,0"), reply(0, -1));
+    expectRead(kFile + ",4,0", -1);
 }
 
 TEST_F(FileManagerTest, WritesAtAnOffset) {
-    const std::string path = kFile;
     const std::string bytes("a,b\0c,", 6);
-    EXPECT_EQ(ask(HubServices::kWrite, path + ",6,0,1," + bytes), reply(1, 6));
+    expectWrite(kFile + ",6,0,1," + bytes, 6);
     EXPECT_EQ(mHub.readFile(kFile), bytes);
     struct stat status = {};
-    ASSERT_EQ(stat(kFile, &status), 0);
+    ASSERT_EQ(stat(kFile.c_str(), &status), 0);
     const mode_t mask = umask(0);
     umask(mask);
     EXPECT_EQ(status.st_mode & 0777, 0660 & ~mask);
 
     // Without a reply, and into the middle of a file that keeps its tail.
     LogCapture::take();
-    EXPECT_EQ(ask(HubServices::kWrite, path + ",2,1,0,XY"), std::nullopt);
-    EXPECT_EQ(LogCapture::take(),
-              (std::vector<LogLine>{{'I', "SensorHubSensor::fileManager: WRITE"}}));
+    EXPECT_EQ(ask(HubServices::kWrite, kFile + ",2,1,0,XY"), std::nullopt);
+    EXPECT_EQ(LogCapture::take(), (Log{{'I', kLead + ": WRITE"}}));
     EXPECT_EQ(mHub.readFile(kFile), std::string("aXY\0c,", 6));
 }
 
 TEST_F(FileManagerTest, WritesNoMoreThanAFieldHolds) {
-    const std::string path = kFile;
-    EXPECT_EQ(ask(HubServices::kWrite, path + ",5,0,1,ab"), reply(1, 5));
+    expectWrite(kFile + ",5,0,1,ab", 5);
     EXPECT_EQ(mHub.readFile(kFile), std::string("ab\0\0\0", 5));
-    EXPECT_EQ(ask(HubServices::kWrite, path + ",4096,0,1,ab"), reply(1, 4096));
-    EXPECT_EQ(mHub.readFile(kFile).size(), 4096u);
-
-    const std::string longest(4096 - (path + ",4096,0,1,").size(), 'z');
-    EXPECT_EQ(ask(HubServices::kWrite, path + ",4096,0,1," + longest), reply(1, 4096));
+    const std::string longest(4096 - (kFile + ",4096,0,1,").size(), 'z');
+    expectWrite(kFile + ",4096,0,1," + longest, 4096);
     EXPECT_EQ(mHub.readFile(kFile), longest + std::string(4096 - longest.size(), '\0'));
 
     mHub.removeFile(kFile);
-    for (const char* size : {"4097", "2147483647", "-1"}) {
-        EXPECT_EQ(ask(HubServices::kWrite, path + "," + size + ",0,1,ab"), reply(1, -22)) << size;
-        EXPECT_EQ(ask(HubServices::kWrite, path + "," + size + ",0,0,ab"), std::nullopt) << size;
-        EXPECT_TRUE(LogCapture::contains(
-            'E', std::string("SensorHubSensor::fileManager: invalid size ") + size));
+    for (const std::string size : {"4097", "2147483647", "-1"}) {
+        expectWrite(kFile + "," + size + ",0,1,ab", -22);
+        EXPECT_EQ(ask(HubServices::kWrite, kFile + "," + size + ",0,0,ab"), std::nullopt) << size;
+        EXPECT_TRUE(logged('E', kLead + ": invalid size " + size));
     }
     EXPECT_FALSE(mHub.hasFile(kFile));
 }
 
 TEST_F(FileManagerTest, Removes) {
     mHub.setFile(kFile, "x");
-    EXPECT_EQ(ask(HubServices::kRemove, kFile), reply(2, 0));
-    EXPECT_EQ(LogCapture::take(),
-              (std::vector<LogLine>{
-                  {'I', "SensorHubSensor::fileManager: REMOVE"},
-                  {'I', "SensorHubSensor::fileManager " + std::string(kFile) + " remove 0"},
-                  {'I', sent(0, 5)}}));
+    expectRemove(kFile, 0);
+    EXPECT_EQ(LogCapture::take(), (Log{{'I', kLead + ": REMOVE"},
+                                       {'I', kLead + " " + kFile + " remove 0"},
+                                       {'I', kLead + ": result 0, sendLen 5"}}));
     EXPECT_FALSE(mHub.hasFile(kFile));
-    EXPECT_EQ(ask(HubServices::kRemove, std::string(kFile) + ",1,2,3,4"), reply(2, -1));
+    expectRemove(kFile + ",1,2,3,4", -1);
 }
 
-TEST_F(FileManagerTest, RefusesTextThatIsNoNumber) {
+TEST_F(FileManagerTest, RefusesWhatIsNoNumberOrNoPlaceInAFile) {
     mHub.setFile(kFile, "content");
-    const std::string path = kFile;
-    const std::vector<std::string> common = {
-        "",
-        path,
-        path + ",",
-        path + ",,0",
-        path + ",x,0",
-        path + ",4,",
-        path + ",4,-",
-        path + ",4294967300,0",
-        path + ",4",
-        path + ",-2147483649,0",
-        path + ",4,9223372036854775808",
-    };
-    for (const std::string& request : common) {
-        EXPECT_EQ(ask(HubServices::kRead, request), reply(0, -22)) << request;
-        EXPECT_EQ(ask(HubServices::kWrite, request), reply(1, -22)) << request;
+    expectRead("", -22);
+    expectWrite("", -22);
+    for (const char* fields : {"", ",", ",,0", ",x,0", ",4,", ",4,-", ",4294967300,0", ",4",
+                               ",-2147483649,0", ",4,9223372036854775808"}) {
+        expectRead(kFile + fields, -22);
+        expectWrite(kFile + fields, -22);
     }
-    for (const char* flag : {"", ",", ",yes,ab"}) {
-        EXPECT_EQ(ask(HubServices::kWrite, path + ",2,0" + flag), reply(1, -22)) << flag;
-    }
-    EXPECT_TRUE(LogCapture::contains('E', "SensorHubSensor::fileManager: invalid flag yes"));
+    for (const char* fields : {",2,0", ",2,0,", ",2,0,yes,ab", ",2,-1,1,ab"})
+        expectWrite(kFile + fields, -22);
+    EXPECT_TRUE(logged('E', kLead + ": invalid flag yes"));
+    expectRead(kFile + ",-1,0", -22);
+    expectRead(kFile + ",4,-1", -22);
+    EXPECT_TRUE(logged('E', kLead + ": seek to -1 failed(-22) Invalid argument"));
     EXPECT_EQ(mHub.readFile(kFile), "content");
-}
-
-TEST_F(FileManagerTest, RefusesPlacesOutsideOfAFile) {
-    mHub.setFile(kFile, "content");
-    const std::string path = kFile;
-    EXPECT_EQ(ask(HubServices::kRead, path + ",-1,0"), reply(0, -22));
-    EXPECT_EQ(ask(HubServices::kRead, path + ",4,-1"), reply(0, -22));
-    EXPECT_TRUE(LogCapture::contains(
-        'E', "SensorHubSensor::fileManager: seek to -1 failed(-22) Invalid argument"));
-    EXPECT_EQ(ask(HubServices::kWrite, path + ",2,-1,1,ab"), reply(1, -22));
-    EXPECT_EQ(mHub.readFile(kFile), "content");
-    EXPECT_DEATH(ask(HubServices::kRead, path + ",4092,0"), "no reply holds 4092 bytes");
-    EXPECT_EQ(ask(HubServices::kRead, "/data/vendor/sensorhub/none,4092,0"), reply(0, -ENOENT));
 }
 
 TEST_F(FileManagerTest, RepliesWithTheErrorOfTheOpen) {
-    EXPECT_EQ(ask(HubServices::kRead, std::string(kFile) + ",4,0"), reply(0, -ENOENT));
+    const std::string directory = "/data/vendor/sensorhub/";
+    expectRead(kFile + ",4,0", -ENOENT);
     EXPECT_EQ(LogCapture::take(),
-              (std::vector<LogLine>{{'I', "SensorHubSensor::fileManager: READ"},
-                                    {'I', "SensorHubSensor::fileManager: " + std::string(kFile) +
-                                              " open failed(-2) No such file or directory"},
-                                    {'I', sent(-2, 5)}}));
+              (Log{{'I', kLead + ": READ"},
+                   {'I', kLead + ": " + kFile + " open failed(-2) No such file or directory"},
+                   {'I', kLead + ": result -2, sendLen 5"}}));
     mHub.setFile(kFile, "x");
-    const char* const link = "/data/vendor/sensorhub/link";
+    const std::string link = directory + "link";
     ASSERT_EQ(symlink((mHub.root() + kFile).c_str(), (mHub.root() + link).c_str()), 0);
-    const std::string linked = link;
-    EXPECT_EQ(ask(HubServices::kRead, linked + ",1,0"), reply(0, -ELOOP));
-    EXPECT_EQ(ask(HubServices::kWrite, linked + ",1,0,1,y"), reply(1, -ELOOP));
+    expectRead(link + ",1,0", -ELOOP);
+    expectWrite(link + ",1,0,1,y", -ELOOP);
 
-    const std::string endless = "/data/vendor/sensorhub/" + std::string(4096, 'n');
-    EXPECT_EQ(ask(HubServices::kRemove, endless), reply(2, -1));
-    const std::string tooLong = "/data/vendor/sensorhub/" + std::string(300, 'n');
-    EXPECT_EQ(ask(HubServices::kRead, tooLong + ",1,0"), reply(0, -ENAMETOOLONG));
+    expectRemove(directory + std::string(4096, 'n'), -1);
+    expectRead(directory + std::string(300, 'n') + ",1,0", -ENAMETOOLONG);
     // A device that would block, and cannot seek.
     ASSERT_EQ(mkfifo((mHub.root() + "/data/vendor/pipe").c_str(), 0600), 0);
-    EXPECT_EQ(ask(HubServices::kRead, "/data/vendor/pipe,1,0"), reply(0, 0));
-    EXPECT_EQ(ask(HubServices::kWrite, "/data/vendor/pipe,1,0,1,y"), reply(1, -ENXIO));
+    expectRead("/data/vendor/pipe,1,0", 0);
+    expectWrite("/data/vendor/pipe,1,0,1,y", -ENXIO);
 }
 
 TEST_F(FileManagerTest, ControlFileFailures) {
-    const auto giveUp = [this](const std::string& line) {
-        EXPECT_EQ(ask(HubServices::kRemove, kFile), std::nullopt);
-        EXPECT_TRUE(LogCapture::contains('I', "SensorHubSensor::fileManager: " + line));
+    const auto giveUp = [this](int operation, char level, const std::string& line) {
+        EXPECT_EQ(ask(operation, kFile), std::nullopt);
+        EXPECT_TRUE(logged(level, kLead + ": " + line));
     };
     mHub.setFile(kFile, "x");
     mHub.failOpen(kControl, EBUSY);
-    giveUp("shub_file open failed(-16) Device or resource busy");
+    giveUp(HubServices::kRemove, 'I', "shub_file open failed(-16) Device or resource busy");
     mHub.failRead(kControl, EIO);
-    giveUp("shub_file read failed(-5)");
+    giveUp(HubServices::kRemove, 'I', "shub_file read failed(-5)");
+    giveUp(3, 'I', "invalid type 3  ");
     EXPECT_TRUE(mHub.hasFile(kFile));
-
-    EXPECT_EQ(ask(3, "x"), std::nullopt);
-    EXPECT_TRUE(LogCapture::contains('I', "SensorHubSensor::fileManager: invalid type 3  "));
-
     mHub.failWrite(kControl, ENODEV);
-    EXPECT_EQ(ask(HubServices::kRemove, kFile), std::nullopt);
-    EXPECT_TRUE(
-        LogCapture::contains('E', "SensorHubSensor::fileManager: error(-19) No such device"));
+    giveUp(HubServices::kRemove, 'E', "error(-19) No such device");
     EXPECT_FALSE(mHub.hasFile(kFile));
 }
 
@@ -216,7 +182,7 @@ class HousekeepingTest : public testing_support::HubFixture {
     bool isServed() {
         EXPECT_TRUE(mServices.postRequest(HubServices::kRemove, "/data/vendor/sensorhub/none"));
         mSensor.readEvents();
-        const bool refused = LogCapture::contains('E', "fm is not supported");
+        const bool refused = logged('E', "fm is not supported");
         EXPECT_NE(mServices.takeReply().has_value(), refused);
         LogCapture::take();
         return !refused;
@@ -230,11 +196,11 @@ TEST_F(HousekeepingTest, ServesNothingBeforeTheHubTookTheReadySignal) {
     EXPECT_FALSE(isServed());
     mHub.failWrite(kControl, EIO);
     mSensor.ready();
-    EXPECT_TRUE(LogCapture::contains('E', "SensorHubSensor::ready: error(-5) Input/output error"));
+    EXPECT_TRUE(logged('E', "SensorHubSensor::ready: error(-5) Input/output error"));
     EXPECT_FALSE(isServed());
 
     mSensor.ready();
-    EXPECT_TRUE(LogCapture::contains('I', "SensorHubSensor::ready: send FM READY"));
+    EXPECT_TRUE(logged('I', "SensorHubSensor::ready: send FM READY"));
     EXPECT_TRUE(mServices.waitReady(HubServices::Milliseconds(0)));
     EXPECT_TRUE(isServed());
 
@@ -245,8 +211,8 @@ TEST_F(HousekeepingTest, ServesNothingBeforeTheHubTookTheReadySignal) {
     EXPECT_TRUE(isServed());
     mHub.failOpen(kControl, ENOENT);
     mSensor.ready();
-    EXPECT_TRUE(LogCapture::contains(
-        'I', "SensorHubSensor::ready: shub_file open failed(-2) No such file or directory"));
+    EXPECT_TRUE(
+        logged('I', "SensorHubSensor::ready: shub_file open failed(-2) No such file or directory"));
     EXPECT_FALSE(isServed());
 }
 
@@ -256,14 +222,13 @@ TEST_F(HousekeepingTest, IgnoresOtherCommandsAndReportsAFailedRead) {
         mHub.push(kHandle, std::string(11, command));
         mSensor.readEvents();
     }
-    EXPECT_EQ(LogCapture::take(), std::vector<LogLine>{});
+    EXPECT_EQ(LogCapture::take(), Log{});
     mHub.push(kHandle, std::string(11, '\xFB'));
     mHub.failRead(kHandle, ENODEV);
     mSensor.readEvents();
-    EXPECT_EQ(LogCapture::take(),
-              (std::vector<LogLine>{{'E',
-                                     "SensorHubSensor input data file descriptor not "
-                                     "available - (No such device)"}}));
+    EXPECT_EQ(LogCapture::take(), (Log{{'E',
+                                        "SensorHubSensor input data file descriptor not "
+                                        "available - (No such device)"}}));
 }
 
 }  // namespace

@@ -80,74 +80,80 @@ TEST_F(HubDumpTest, WritesTheStampedAndTheLatestFile) {
     EXPECT_LE(name, "shub_dump_005_" + stampOf(end));
     EXPECT_EQ(mHub.readFile(kDirectory + name), content);
     EXPECT_EQ(mHub.readFile(kLatest), content);
-    EXPECT_TRUE(LogCapture::contains('I', "SensorHubSensor dump type 5, count 3"));
-    EXPECT_TRUE(LogCapture::contains('I', "SensorHubSensor::dump out " + name + ", count 3"));
+    EXPECT_TRUE(logged('I', "SensorHubSensor dump type 5, count 3"));
+    EXPECT_TRUE(logged('I', "SensorHubSensor::dump out " + name + ", count 3"));
 }
 
 TEST_F(HubDumpTest, LatestFileKeepsTheTailOfALongerOne) {
     mHub.setFile(kLatest, "a much longer earlier dump");
     dump(255, 9);
-    EXPECT_EQ(mHub.readFile(kLatest),
-              "registers" + std::string("a much longer earlier dump").substr(9));
-    EXPECT_EQ(kept().size(), 2u);
-    EXPECT_EQ(kept()[1].substr(0, 14), "shub_dump_255_");
+    EXPECT_EQ(mHub.readFile(kLatest), "registersnger earlier dump");
+    EXPECT_EQ(kept().at(1).substr(0, 14), "shub_dump_255_");
+    dump(0, 9);
+    EXPECT_EQ(kept().at(2).substr(0, 15), "shub_dumpstate_");
 }
 
-TEST_F(HubDumpTest, NewestPreviousDumpGivesWay) {
-    const Names others = {"shub_dump_006_20300101_000000", "shub_dumpstate_20300101_000000",
-                          "shub_dump_0055"};
-    keep(others);
-    keep({"shub_dump_005_20240229_235959", "shub_dump_005_20240301_000000"});
-    EXPECT_EQ(dump(5, 3), Names{});
-    EXPECT_EQ(kept().size(), 7u);
-    for (const std::string& name : others)
-        EXPECT_TRUE(mHub.hasFile(kDirectory + name));
-
-    keep({"shub_dump_005_20991231_235959"});
-    EXPECT_EQ(dump(5, 4), Names{"shub_dump_005_20991231_235959"});
-    EXPECT_TRUE(mHub.hasFile(std::string(kDirectory) + "shub_dump_005_20240229_235959"));
+// From two on it is the newest previous dump that gives way; one removes all of the type.
+TEST_F(HubDumpTest, PreviousDumpsGiveWay) {
+    struct Case {
+        int type;
+        int limit;
+        Names before;
+        Names removed;
+    };
+    const std::vector<Case> cases = {
+        {5, 3, {"shub_dump_005_20240229_235959", "shub_dump_005_20240301_000000"}, {}},
+        {5,
+         3,
+         {"shub_dump_005_20240229_235959", "shub_dump_005_20991231_235959",
+          "shub_dump_005_20240301_000000"},
+         {"shub_dump_005_20991231_235959"}},
+        {5,
+         1,
+         {"shub_dump_005_20240101_000000", "shub_dump_005_", "shub_dump_005_junk"},
+         {"shub_dump_005_", "shub_dump_005_20240101_000000", "shub_dump_005_junk"}},
+        // Reached from the start: without a file of the type there is nothing to remove.
+        {5, 0, {}, {}},
+        {5,
+         0,
+         {"shub_dump_005_20240101_000000", "shub_dump_005_20250101_000000"},
+         {"shub_dump_005_20250101_000000"}},
+        // Names without a stamp neither count nor go.
+        {5,
+         2,
+         {"shub_dump_005_", "shub_dump_005_2024", "shub_dump_005_20241301_000000",
+          "shub_dump_005_20240101_000000.old"},
+         {}},
+        // State dumps keep two, whatever is asked.
+        {0, 1, {"shub_dumpstate_20240101_000000"}, {}},
+        {0,
+         9,
+         {"shub_dumpstate_20240101_000000", "shub_dumpstate_20240101_000001",
+          "shub_dumpstate_20231231_000000"},
+         {"shub_dumpstate_20240101_000001"}},
+    };
+    const Names others = {"shub_dump_006_20300101_000000", "shub_dumpstat_20300101_000000",
+                          "shub_dump_0055", "shub_dump_00", "s"};
+    for (size_t i = 0; i < cases.size(); ++i) {
+        SCOPED_TRACE(i);
+        const Case& c = cases[i];
+        keep(others);
+        keep(c.before);
+        Names removed = dump(c.type, c.limit);
+        std::sort(removed.begin(), removed.end());
+        EXPECT_EQ(removed, c.removed);
+        // The new dump and the latest one have come.
+        EXPECT_EQ(kept().size(), others.size() + c.before.size() - c.removed.size() + 2);
+        for (const std::string& name : kept())
+            mHub.removeFile(kDirectory + name);
+    }
 }
 
-TEST_F(HubDumpTest, StateDumpsKeepTwoWhateverIsAsked) {
-    EXPECT_EQ(dump(0, 9), Names{});
-    EXPECT_EQ(kept()[1].substr(0, 15), "shub_dumpstate_");
-    mHub.removeFile(kDirectory + kept()[1]);
-
-    keep({"shub_dumpstate_20240101_000000"});
-    EXPECT_EQ(dump(0, 1), Names{});
-    for (const std::string& name : kept())
-        mHub.removeFile(kDirectory + name);
-
-    keep({"shub_dumpstate_20240101_000000", "shub_dumpstate_20240101_000001",
-          "shub_dumpstate_20231231_000000"});
-    EXPECT_EQ(dump(0, 9), Names{"shub_dumpstate_20240101_000001"});
-}
-
-TEST_F(HubDumpTest, LimitOneRemovesAllOfTheType) {
-    keep({"shub_dump_007_20240101_000000", "shub_dump_007_", "shub_dump_007_junk",
-          "shub_dump_008_20240101_000000"});
-    EXPECT_EQ(dump(7, 1).size(), 3u);
-    EXPECT_EQ(kept().size(), 3u);
-    EXPECT_TRUE(mHub.hasFile(std::string(kDirectory) + "shub_dump_008_20240101_000000"));
-}
-
-TEST_F(HubDumpTest, OddNamesAndLimitsRemoveNothingElse) {
-    // No file of the type: a limit of 0 is reached, but there is nothing to remove.
-    keep({"shub_dump_00", "s"});
-    EXPECT_EQ(dump(3, 0), Names{});
-    EXPECT_EQ(kept().size(), 4u);
-    keep({"shub_dump_004_20240101_000000", "shub_dump_004_20250101_000000"});
-    EXPECT_EQ(dump(4, 0), Names{"shub_dump_004_20250101_000000"});
-
-    // Names without a stamp neither count nor go.
-    for (const std::string& name : kept())
-        mHub.removeFile(kDirectory + name);
-    keep({"shub_dump_003_", "shub_dump_003_2024", "shub_dump_003_20241301_000000",
-          "shub_dump_003_20240101_000000.old"});
-    EXPECT_EQ(dump(3, 2), Names{});
-    EXPECT_TRUE(LogCapture::contains('E', "deletePrevDump: str time 2024 error: Invalid argument"));
-    EXPECT_TRUE(LogCapture::contains('E', "deletePrevDump: str time  error: Invalid argument"));
-    EXPECT_EQ(kept().size(), 6u);
+TEST_F(HubDumpTest, NamesWithoutAStampAreReported) {
+    keep({"shub_dump_003_", "shub_dump_003_2024"});
+    dump(3, 2);
+    EXPECT_TRUE(logged('E', "deletePrevDump: str time 2024 error: Invalid argument"));
+    EXPECT_TRUE(logged('E', "deletePrevDump: str time  error: Invalid argument"));
 }
 
 TEST_F(HubDumpTest, CopyFailures) {
@@ -171,8 +177,7 @@ TEST_F(HubDumpTest, CopyFailures) {
     mServices.setDumpContent(std::string(4096, 'a') + std::string(4096, 'b') + "c");
     mHub.failWrite(kLatest, ENOSPC);
     dump(4, 9);
-    EXPECT_TRUE(LogCapture::contains(
-        'E', "SensorHubSensor::copyFile: write error: No space left on device"));
+    EXPECT_TRUE(logged('E', "SensorHubSensor::copyFile: write error: No space left on device"));
     EXPECT_EQ(mHub.readFile(kLatest), std::string(4096, 'b') + "c");
 }
 

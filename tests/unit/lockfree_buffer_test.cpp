@@ -5,12 +5,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <atomic>
 #include <cstring>
 #include <memory>
 #include <string>
-#include <thread>
 #include <vector>
 
 using android::hardware::sensors::V2_0::zelva_sensorhub::LockfreeBuffer;
@@ -85,42 +83,10 @@ TEST(LockfreeBuffer, WrapsAroundAndNeverTouchesTheTail) {
     buffer.reset();
     EXPECT_EQ(region.bytes(0, 936), filled(936, 0));
     EXPECT_EQ(region.bytes(936, 1000), filled(64, 0x55));
-}
 
-TEST(LockfreeBuffer, RegionWithoutAWholeSlotStaysZero) {
-    Region region(103);
-    LockfreeBuffer buffer(region.base(), 103);
-    const sensors_event_t event = eventOf(7);
-    buffer.write(&event, 1);
+    // A region without a whole slot stays zero.
+    LockfreeBuffer(region.base(), 103).write(events.data(), 1);
     EXPECT_EQ(region.bytes(0, 103), filled(103, 0));
-}
-
-TEST(LockfreeBuffer, CounterAppearsAfterItsBody) {
-    constexpr uint32_t kCount = 20000;
-    std::vector<uint64_t> region(kCount * kRecord / sizeof(uint64_t));
-    auto* base = reinterpret_cast<uint8_t*>(region.data());
-    LockfreeBuffer buffer(base, kCount * kRecord);
-
-    std::thread reader([base] {
-        for (uint32_t i = 0; i < kCount; ++i) {
-            const uint8_t* slot = base + i * kRecord;
-            const auto* counter = reinterpret_cast<const uint32_t*>(slot + 12);
-            uint32_t value = 0;
-            while ((value = __atomic_load_n(counter, __ATOMIC_ACQUIRE)) == 0) {
-                std::this_thread::yield();
-            }
-            ASSERT_EQ(value, i + 1);
-            const auto fill = static_cast<uint8_t>(i | 1);
-            ASSERT_TRUE(std::all_of(slot, slot + 12, [fill](uint8_t b) { return b == fill; }));
-            ASSERT_TRUE(
-                std::all_of(slot + 16, slot + kRecord, [fill](uint8_t b) { return b == fill; }));
-        }
-    });
-    for (uint32_t i = 0; i < kCount; ++i) {
-        const sensors_event_t event = eventOf(static_cast<uint8_t>(i | 1));
-        buffer.write(&event, 1);
-    }
-    reader.join();
 }
 
 /** Follows a ring of `slots` until it sees `last`; 0 when every record taken was whole. */

@@ -16,7 +16,6 @@ using android::hardware::sensors::V1_0::SensorInfo;
 using android::hardware::sensors::V2_0::zelva_sensorhub::QContextSensor;
 using android::hardware::sensors::V2_0::zelva_sensorhub::SensorBase;
 using testing_support::LogCapture;
-using testing_support::LogLine;
 
 constexpr int kHandle = 32;
 constexpr char kList[] = "/sys/class/sensors/hbx_sensor/qcontext_list";
@@ -79,43 +78,47 @@ TEST_F(QContextSensorTest, PostsRecordsAsTheyAre) {
     words[1] = 0x00020000;
     words[2] = 0x04FF0201;
     EXPECT_EQ(wordsOf(event), words);
-    EXPECT_EQ(LogCapture::take(),
-              (std::vector<LogLine>{{'I', "context 100 0 2 1,2,255, 123456789012"}}));
+    EXPECT_EQ(LogCapture::take(), (Log{{'I', "context 100 0 2 1,2,255, 123456789012"}}));
 
     EXPECT_EQ(pass(4, 0, 0, "x", 0).timestamp, 0);
-    EXPECT_EQ(LogCapture::take(), (std::vector<LogLine>{{'I', "QContextSensor: SensorHub reset"}}));
+    EXPECT_EQ(LogCapture::take(), (Log{{'I', "QContextSensor: SensorHub reset"}}));
 
     mServices.pushContext(1, 0, 0, "", 1);
     mHub.failRead(kHandle, EIO);
     mSensor.readEvents();
-    EXPECT_EQ(LogCapture::take(),
-              (std::vector<LogLine>{{'E',
-                                     "QContextSensor :input data file descriptor not "
-                                     "available - (Input/output error)"}}));
+    EXPECT_EQ(LogCapture::take(), (Log{{'E',
+                                        "QContextSensor :input data file descriptor not "
+                                        "available - (Input/output error)"}}));
     EXPECT_EQ(mCallback.take().size(), 0u);
 }
 
 TEST_F(QContextSensorTest, RendersOnlyPlausibleRangesAndStoredBytes) {
-    const auto rendered = [this](int32_t size, uint16_t begin, uint16_t end) {
-        // The bytes of the timestamp are 9 and seven times 0.
-        pass(size, begin, end, std::string(56, '\7'), 9);
-        const auto log = LogCapture::take();
-        return log.empty() ? std::string() : log[0].text;
-    };
-    EXPECT_EQ(rendered(2, 0, 2), "");
-    EXPECT_EQ(rendered(2, 1, 1), "");
-    EXPECT_EQ(rendered(-1, 0, 1), "");
-    EXPECT_EQ(rendered(70000, 65535, 0), "");
-    EXPECT_EQ(rendered(70000, 0, 65), "");
-    EXPECT_EQ(rendered(70000, 65534, 65535), "context 70000 65534 65535 7,7, 9");
-
-    std::string data;
+    std::string sevens;
     for (int i = 0; i < 56; ++i)
-        data += "7,";
-    EXPECT_EQ(rendered(100, 0, 55), "context 100 0 55 " + data + " 9");
-    const std::string all = data + "9,0,0,0,0,0,0,0,";
-    EXPECT_EQ(rendered(100, 0, 63), "context 100 0 63 " + all + " 9");
-    EXPECT_EQ(rendered(100, 1, 65), "context 100 1 65 " + all + " 9");
+        sevens += "7,";
+    // Behind the data are the bytes of the timestamp, 9 and seven times 0; behind the record, 0.
+    const std::string all = sevens + "9,0,0,0,0,0,0,0,";
+    struct Case {
+        int32_t size;
+        uint16_t begin;
+        uint16_t end;
+        std::string line;
+    };
+    const std::vector<Case> cases = {
+        {2, 0, 2, ""},
+        {2, 1, 1, ""},
+        {-1, 0, 1, ""},
+        {70000, 65535, 0, ""},
+        {70000, 0, 65, ""},
+        {70000, 65534, 65535, "context 70000 65534 65535 7,7, 9"},
+        {100, 0, 55, "context 100 0 55 " + sevens + " 9"},
+        {100, 0, 63, "context 100 0 63 " + all + " 9"},
+        {100, 1, 65, "context 100 1 65 " + all + "0, 9"},
+    };
+    for (const Case& c : cases) {
+        pass(c.size, c.begin, c.end, std::string(56, '\7'), 9);
+        EXPECT_EQ(LogCapture::take(), c.line.empty() ? Log{} : (Log{{'I', c.line}}));
+    }
 }
 
 TEST_F(QContextSensorTest, AnnouncesTheContextListWhenEnabled) {
@@ -142,7 +145,7 @@ TEST_F(QContextSensorTest, AnnouncesTheContextListWhenEnabled) {
     EXPECT_EQ(wordsOf(frame[1]), words);
     words[0] = 1;
     EXPECT_EQ(wordsOf(frame[2]), words);
-    EXPECT_TRUE(LogCapture::contains('I', "QContext List : 0x11 0xffffffff 0x0 0x40000000"));
+    EXPECT_TRUE(logged('I', "QContext List : 0x11 0xffffffff 0x0 0x40000000"));
 
     // The last list is still there when the next frame begins.
     mServices.setContextList({5, 6, 7, 8});
@@ -158,12 +161,11 @@ TEST_F(QContextSensorTest, AnnouncesTheContextListWhenEnabled) {
 TEST_F(QContextSensorTest, EnablesWithoutAReadableListButNotWithoutTheFile) {
     mHub.failRead(kList, EIO);
     EXPECT_EQ(mSensor.enable(kHandle, true), 0);
-    EXPECT_TRUE(LogCapture::contains(
-        'E', "QContextSensor : qcontext list read failed - (Input/output error)"));
+    EXPECT_TRUE(logged('E', "QContextSensor : qcontext list read failed - (Input/output error)"));
     mHub.removeFile(kList);
     EXPECT_EQ(mSensor.enable(kHandle, true), 0);
-    EXPECT_TRUE(LogCapture::contains(
-        'E', "QContextSensor : qcontext list open failed - (No such file or directory)"));
+    EXPECT_TRUE(
+        logged('E', "QContextSensor : qcontext list open failed - (No such file or directory)"));
     EXPECT_EQ(mCallback.take().size(), 0u);
 
     // A second object finds the device taken, but does not get as far as to notice.

@@ -1,5 +1,6 @@
 #include "sensors/SensorBase.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 
 #include <cerrno>
@@ -140,6 +141,7 @@ TEST_F(SensorBaseTest, DeviceNamesAreComparedAsTheFirstWordOfAtMost29Characters)
 TEST_F(SensorBaseTest, FailedBufferEnableGetsOneMoreAttempt) {
     const std::string path = attribute("buffer/enable");
     mHub.failWrite(path, EBUSY, 1, 2);
+    mHub.failOpen(attribute("buffer/length"), EACCES);  // skipped without a word
     const auto sensor = make();
     EXPECT_EQ(mConstructionLog.at(1),
               (LogLine{'E', "writeSysfsInt, ERROR open file " + path + " to write with error 16"}));
@@ -194,6 +196,8 @@ TEST_F(SensorBaseTest, DataAvailable) {
     mHub.setDataAvailable(1, "17\n");
     EXPECT_EQ(PlainSensor("accelerometer_sensor", mInfo, &mCallback).getDataAvailable(1), 1);
     mInfo.sensorHandle = 38;
+    EXPECT_EQ(PlainSensor("accelerometer_sensor", mInfo, &mCallback).getDataAvailable(0), 17);
+    mInfo.sensorHandle = 50;
     EXPECT_EQ(PlainSensor("accelerometer_sensor", mInfo, &mCallback).getDataAvailable(0), 17);
 }
 
@@ -255,6 +259,7 @@ TEST_F(SensorBaseTest, DefaultInjectionSkipsPayloadWordOne) {
         expected += std::string{word, '\0', '\0', '\0'};
     ASSERT_EQ(mHub.requests().size(), 1u);
     EXPECT_EQ(mHub.requests()[0].bytes, expected);
+    EXPECT_EQ(mHub.requests()[0].access, O_RDWR);
     EXPECT_EQ(LogCapture::take(),
               (std::vector<LogLine>{{'I',
                                      "SensorBase::injectSensorData: CHIP Plain default injection, "

@@ -18,7 +18,6 @@ using android::hardware::sensors::V1_0::Event;
 using android::hardware::sensors::V2_0::zelva_sensorhub::hbx_data_injection_fd;
 using android::hardware::sensors::V2_0::zelva_sensorhub::SensorHubDataWriter;
 using testing_support::LogCapture;
-using testing_support::LogLine;
 
 constexpr int32_t kStart = 0;
 constexpr int32_t kEnd = 1;
@@ -49,8 +48,8 @@ class SensorHubDataWriterTest : public testing_support::HubFixture {
     ~SensorHubDataWriterTest() override { close(hbx_data_injection_fd); }
 
     void open() {
-        mWriter = std::make_unique<SensorHubDataWriter>();
         LogCapture::take();
+        mWriter = std::make_unique<SensorHubDataWriter>();
     }
 
     int32_t give(int32_t kind, uint32_t length, const std::string& chunk = "") {
@@ -67,88 +66,90 @@ class SensorHubDataWriterTest : public testing_support::HubFixture {
         return answer;
     }
 
-    std::vector<std::string> messages() { return mServices.messages(); }
+    /** The messages that have arrived since the last call. */
+    std::vector<std::string> messages() {
+        std::vector<std::string> all = mServices.messages();
+        all.erase(all.begin(), all.begin() + static_cast<ptrdiff_t>(mSeen));
+        mSeen += all.size();
+        return all;
+    }
 
     std::unique_ptr<SensorHubDataWriter> mWriter;
+    size_t mSeen = 0;
 };
 
+using Messages = std::vector<std::string>;
+
 TEST_F(SensorHubDataWriterTest, SendsAShortMessageFromTheStartEventAlone) {
+    LogCapture::take();
     const std::string fd = std::to_string(hbx_data_injection_fd);
     EXPECT_EQ(give(kStart, 10, counted(56)), -1);
-    EXPECT_EQ(
-        LogCapture::take(),
-        (std::vector<LogLine>{{'D', "0102030405060708090a "},
-                              {'D', "inject_qcontext_data: New hbx_data_injection_fd(" + fd + ")"},
-                              {'D', "QContext Data Injection return 10"}}));
+    EXPECT_EQ(LogCapture::take(),
+              (Log{{'D', "0102030405060708090a "},
+                   {'D', "inject_qcontext_data: New hbx_data_injection_fd(" + fd + ")"},
+                   {'D', "QContext Data Injection return 10"}}));
     EXPECT_EQ(give(kStart, 55, counted(56)), -1);
     EXPECT_EQ(give(kStart, 0, counted(56)), -1);
-    EXPECT_EQ(messages(), (std::vector<std::string>{counted(10), counted(55), ""}));
+    EXPECT_EQ(messages(), (Messages{counted(10), counted(55), ""}));
     EXPECT_EQ(give(kEnd, 0), -1);
-    EXPECT_TRUE(LogCapture::contains('E', "SensorHubDataWriter: does not start injection"));
+    EXPECT_TRUE(logged('E', "SensorHubDataWriter: does not start injection"));
 }
 
 TEST_F(SensorHubDataWriterTest, PutsALongMessageTogether) {
     const std::string message = counted(120);
+    LogCapture::take();
     EXPECT_EQ(give(kStart, 120, "not part of it"), 0);
     EXPECT_EQ(give(kData, 56, message.substr(0, 56)), 56);
     EXPECT_EQ(give(kData, 56, message.substr(56, 56)), 112);
     EXPECT_EQ(give(kData, 8, message.substr(112)), 120);
-    EXPECT_EQ(messages().size(), 0u);
+    EXPECT_EQ(messages(), Messages{});
     EXPECT_EQ(give(kEnd, 120), -1);
-    EXPECT_EQ(messages(), std::vector<std::string>{message});
+    EXPECT_EQ(messages(), Messages{message});
     // Sixteen bytes to a line, the rest on the last.
-    const std::vector<LogLine> log = LogCapture::take();
+    const Log log = LogCapture::take();
     ASSERT_EQ(log.size(), 10u);
-    EXPECT_EQ(log[0], (LogLine{'D', "0102030405060708090a0b0c0d0e0f10 "}));
-    EXPECT_EQ(log[7], (LogLine{'D', "7172737475767778 "}));
+    EXPECT_EQ(log[0].text, "0102030405060708090a0b0c0d0e0f10 ");
+    EXPECT_EQ(log[7].text, "7172737475767778 ");
     EXPECT_EQ(give(kEnd, 120), -1);
-    EXPECT_EQ(messages().size(), 1u);
+    EXPECT_EQ(messages(), Messages{});
 }
 
 TEST_F(SensorHubDataWriterTest, LengthLimits) {
-    const std::string largest = counted(1119);
-    EXPECT_EQ(giveAll(largest), 1119);
-    give(kEnd, 1119);
-    EXPECT_EQ(messages(), std::vector<std::string>{largest});
-
-    EXPECT_EQ(giveAll(counted(56)), 56);
-    give(kEnd, 56);
-    EXPECT_EQ(messages().size(), 2u);
-
+    for (const size_t size : {56u, 1119u}) {
+        EXPECT_EQ(giveAll(counted(size)), static_cast<int32_t>(size));
+        give(kEnd, static_cast<uint32_t>(size));
+        EXPECT_EQ(messages(), Messages{counted(size)});
+    }
     // One byte more is let in and gets no room; two more are not let in.
     EXPECT_EQ(giveAll(counted(1120)), -1);
     EXPECT_EQ(give(kEnd, 1120), -1);
-    EXPECT_TRUE(LogCapture::contains('E', "SensorHubDataWriter: injection was not finished"));
+    EXPECT_TRUE(logged('E', "SensorHubDataWriter: injection was not finished"));
     for (const uint32_t tooLong : {1121u, 0x80000000u, 0xFFFFFFFFu}) {
         LogCapture::take();
         EXPECT_EQ(give(kStart, tooLong), -1);
-        EXPECT_EQ(LogCapture::take(),
-                  (std::vector<LogLine>{{'D', "SensorHubDataWriter: too big data"}}));
+        EXPECT_EQ(LogCapture::take(), (Log{{'D', "SensorHubDataWriter: too big data"}}));
         EXPECT_EQ(give(kData, 1, "x"), -1);
-        EXPECT_TRUE(LogCapture::contains('E', "SensorHubDataWriter: does not start injection"));
+        EXPECT_TRUE(logged('E', "SensorHubDataWriter: does not start injection"));
     }
-    EXPECT_EQ(messages().size(), 2u);
+    EXPECT_EQ(messages(), Messages{});
 }
 
 TEST_F(SensorHubDataWriterTest, RefusesChunksWithoutRoomOrBeyondTheEvent) {
+    const std::string noRoom = "SensorHubDataWriter: SetHubData failed , Not enough buffer ";
     give(kStart, 100);
     give(kData, 56, counted(56));
-    LogCapture::take();
-    EXPECT_EQ(give(kData, 45, counted(45)), -1);
-    EXPECT_TRUE(
-        LogCapture::contains('E', "SensorHubDataWriter: SetHubData failed , Not enough buffer 45"));
-    EXPECT_EQ(give(kData, 64, counted(56)), -1);
-    EXPECT_TRUE(
-        LogCapture::contains('E', "SensorHubDataWriter: SetHubData failed , Not enough buffer 64"));
+    for (const uint32_t length : {45u, 64u}) {
+        EXPECT_EQ(give(kData, length, counted(45)), -1);
+        EXPECT_TRUE(logged('E', noRoom + std::to_string(length)));
+    }
     // The message is still open and untouched.
     EXPECT_EQ(give(kData, 44, counted(44)), 100);
     give(kEnd, 100);
-    EXPECT_EQ(messages(), std::vector<std::string>{counted(56) + counted(44)});
+    EXPECT_EQ(messages(), Messages{counted(56) + counted(44)});
 
     give(kStart, 1000);
-    for (const uint32_t length : {57u, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFFu}) {
+    for (const uint32_t length : {57u, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFFu})
         EXPECT_EQ(give(kData, length, counted(56)), -1) << length;
-    }
     EXPECT_EQ(give(kData, 56, counted(56)), 56);
 }
 
@@ -157,62 +158,57 @@ TEST_F(SensorHubDataWriterTest, DropsWhatDoesNotAgree) {
     give(kData, 56, counted(56));
     LogCapture::take();
     EXPECT_EQ(give(kEnd, 120), -1);
-    EXPECT_EQ(LogCapture::take(),
-              (std::vector<LogLine>{{'E', "SensorHubDataWriter: injection was not finished"}}));
+    EXPECT_EQ(LogCapture::take(), (Log{{'E', "SensorHubDataWriter: injection was not finished"}}));
     giveAll(counted(60));
     EXPECT_EQ(give(kEnd, 61), -1);
-    EXPECT_EQ(messages().size(), 0u);
+    EXPECT_EQ(messages(), Messages{});
 
     // A new start drops the message at hand; an unknown kind does not.
     give(kStart, 120);
     give(kData, 56, counted(56));
     LogCapture::take();
     EXPECT_EQ(give(kStart, 60), 0);
-    EXPECT_EQ(LogCapture::take(),
-              (std::vector<LogLine>{{'D', "SensorHubDataWriter: injection was not finished"}}));
     EXPECT_EQ(give(kData, 56, counted(56)), 56);
     EXPECT_EQ(give(2, 56, counted(56)), -1);
     EXPECT_EQ(LogCapture::take(),
-              (std::vector<LogLine>{{'I', "SensorHubDataWriter: does not support this type 2"}}));
+              (Log{{'D', "SensorHubDataWriter: injection was not finished"},
+                   {'I', "SensorHubDataWriter: does not support this type 2"}}));
     EXPECT_EQ(give(kData, 4, "last"), 60);
     give(kEnd, 60);
-    EXPECT_EQ(messages(), std::vector<std::string>{counted(56) + "last"});
+    EXPECT_EQ(messages(), Messages{counted(56) + "last"});
 }
 
 TEST_F(SensorHubDataWriterTest, RetriesInterruptedWritesAndReportsOthers) {
     mHub.failWrite(kDevice, EINTR, 1, 2);
     give(kStart, 3, "abc");
     EXPECT_EQ(LogCapture::count('E', "inject_qcontext_data: EINTR! retry to write"), 2);
-    EXPECT_EQ(messages(), std::vector<std::string>{"abc"});
-
     mHub.failWrite(kDevice, EIO);
     const uint8_t bytes[] = {1, 2, 3};
     EXPECT_EQ(SensorHubDataWriter::inject_qcontext_data(bytes, 3), -EIO);
-    EXPECT_TRUE(LogCapture::contains('E', "inject_qcontext_data: error(-5) Input/output error"));
-    EXPECT_TRUE(LogCapture::contains('D', "QContext Data Injection return -1"));
+    EXPECT_TRUE(logged('E', "inject_qcontext_data: error(-5) Input/output error"));
+    EXPECT_TRUE(logged('D', "QContext Data Injection return -1"));
     EXPECT_EQ(SensorHubDataWriter::inject_qcontext_data(bytes, 2), 2);
     EXPECT_EQ(SensorHubDataWriter::inject_qcontext_data(bytes, -1), -EINVAL);
-    EXPECT_EQ(messages(), (std::vector<std::string>{"abc", "\1\2"}));
+    EXPECT_EQ(messages(), (Messages{"abc", "\1\2"}));
 }
 
 TEST_F(SensorHubDataWriterTest, TakesTheFirstDeviceThatOpens) {
     close(hbx_data_injection_fd);
     mHub.failOpen(kDevice, EACCES, 1, simulator::SimulatedHub::kForever);
-    std::vector<std::string> fallback;
+    Messages fallback;
     simulator::NodeHandler handler;
     handler.onWrite = [&](const std::string& bytes) {
         fallback.push_back(bytes);
         return static_cast<ssize_t>(bytes.size());
     };
     mHub.setHandler("/dev/shub_sensorhub", handler);
-    LogCapture::take();
-    mWriter = std::make_unique<SensorHubDataWriter>();
-    EXPECT_TRUE(LogCapture::contains(
-        'E', "SensorHubDataWriter: open sensorhub device failed(-1) Permission denied"));
-    EXPECT_TRUE(LogCapture::contains('E', "SensorHubDataWriter: open sensorhub device success(" +
-                                              std::to_string(hbx_data_injection_fd) + ")"));
+    open();
+    EXPECT_TRUE(
+        logged('E', "SensorHubDataWriter: open sensorhub device failed(-1) Permission denied"));
+    EXPECT_TRUE(logged('E', "SensorHubDataWriter: open sensorhub device success(" +
+                                std::to_string(hbx_data_injection_fd) + ")"));
     give(kStart, 2, "hi");
-    EXPECT_EQ(fallback, std::vector<std::string>{"hi"});
+    EXPECT_EQ(fallback, Messages{"hi"});
 
     close(hbx_data_injection_fd);
     mHub.removeFile("/dev/shub_sensorhub");
@@ -220,23 +216,21 @@ TEST_F(SensorHubDataWriterTest, TakesTheFirstDeviceThatOpens) {
     EXPECT_LT(hbx_data_injection_fd, 0);
     EXPECT_EQ(giveAll(counted(60)), 60);
     give(kEnd, 60);
-    EXPECT_TRUE(
-        LogCapture::contains('E', "inject_qcontext_data: invalid hbx_data_injection_fd(-1)"));
+    EXPECT_TRUE(logged('E', "inject_qcontext_data: invalid hbx_data_injection_fd(-1)"));
 }
 
 TEST_F(SensorHubDataWriterTest, SeparateOperationsStayInBounds) {
     const std::vector<int> words(300, 0x04030201);
     mWriter->initBuffers(8, 5, words.data());
     EXPECT_EQ(mWriter->writeData(), -1);
-    EXPECT_EQ(messages(), std::vector<std::string>{"\1\2\3\4\1\2\3\4"});
+    EXPECT_EQ(messages(), Messages{"\1\2\3\4\1\2\3\4"});
 
     mWriter->initBuffers(8, 5, nullptr);
     EXPECT_EQ(mWriter->setHubData(4, nullptr), -1);
-    EXPECT_TRUE(LogCapture::contains('E', "SensorHubDataWriter: SetHubData failed ,wrong buffer"));
+    EXPECT_TRUE(logged('E', "SensorHubDataWriter: SetHubData failed ,wrong buffer"));
     EXPECT_EQ(mWriter->setHubData(6, words.data()), 6);
     EXPECT_EQ(mWriter->setHubData(3, words.data()), -1);
     EXPECT_EQ(mWriter->setHubData(-1, words.data()), -1);
-
     for (const int length : {-1, 1121, 0x7FFFFFFF}) {
         mWriter->initBuffers(length, 5, words.data());
         EXPECT_EQ(mWriter->setHubData(1, words.data()), -1) << length;
@@ -245,7 +239,7 @@ TEST_F(SensorHubDataWriterTest, SeparateOperationsStayInBounds) {
     EXPECT_EQ(mWriter->setHubData(1120, words.data()), 1120);
     mWriter->clearBuffer();
     mWriter->writeData();
-    EXPECT_EQ(messages().back(), "");
+    EXPECT_EQ(messages(), Messages{""});
 }
 
 }  // namespace
