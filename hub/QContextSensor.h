@@ -57,7 +57,7 @@ class QContextSensor : public SensorBase {
 
     // Touched by enable() alone, so apart from the poll thread's events. Keeps the last list.
     Event mListEvent = {};
-    Record::Message mLastMessage = {};  // poll thread only
+    Record::Message mLastMessage = {};                    // poll thread only
     std::unique_ptr<SensorHubDataWriter> mHubDataWriter;  // made once the buffer runs
 };
 
