@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string>
 
 #include "sensors/ISensorsEventCallback.h"
@@ -181,6 +182,25 @@ class SensorBase {
         }
         convert(record);
         postPendingEvent();
+    }
+
+    /**
+     * Reads a record that comes in two forms and hands it to `post`: `LongForm` when at least
+     * `longFrom` bytes came, else `ShortForm`.
+     */
+    template <typename LongForm, typename ShortForm, typename Post>
+    void readEitherForm(ssize_t longFrom, Post post) {
+        LongForm record;
+        const ssize_t count = readRecord(&record);
+        if (count < 0) return;
+        if (count >= longFrom) {
+            post(record);
+            return;
+        }
+        ShortForm shortRecord;
+        static_assert(sizeof(shortRecord) <= sizeof(record));
+        std::memcpy(&shortRecord, &record, sizeof(shortRecord));
+        post(shortRecord);
     }
 
     /** The usual marker: a record without a timestamp. */

@@ -11,11 +11,7 @@ namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 namespace {
 
 struct __attribute__((packed)) FusionRecord {
-    int32_t fusionMode;
-    int32_t angle;  // degrees
-    uint8_t state;
-    uint8_t errorCode;
-    float dtime;
+    FusionHead head;
     HalfMotion accMain;
     HalfMotion accSub;
     uint64_t timestamp;  // ns
@@ -37,16 +33,16 @@ void FoldingStateLpm::readEvents() {
     readFrame<FusionRecord>(
         NoTimestamp(), [] { ALOGE("FoldingStateLpm : Meta event"); },
         [this](const FusionRecord& record) {
-            mPendingEvent.u.data[0] = static_cast<float>(record.fusionMode);
-            mPendingEvent.u.data[1] = static_cast<float>(record.angle);
+            convertFusion(record.head, &mPendingEvent);
             ALOGI(
                 "%s: fusion_mode = %d, angle = %d, (state = %d, error_code = %d, dtime = %.3f, "
                 "acc_main : %.4f %.4f %.4f, "
                 "acc_sub : %.4f %.4f %.4f), time = %" PRId64,
-                "FoldingStateLpm", record.fusionMode, record.angle, record.state, record.errorCode,
-                double{record.dtime}, double{record.accMain.x}, double{record.accMain.y},
-                double{record.accMain.z}, double{record.accSub.x}, double{record.accSub.y},
-                double{record.accSub.z}, static_cast<int64_t>(record.timestamp));
+                "FoldingStateLpm", record.head.mode, record.head.angle, record.head.state,
+                record.head.errorCode, double{record.head.dtime}, double{record.accMain.x},
+                double{record.accMain.y}, double{record.accMain.z}, double{record.accSub.x},
+                double{record.accSub.y}, double{record.accSub.z},
+                static_cast<int64_t>(record.timestamp));
         });
 }
 

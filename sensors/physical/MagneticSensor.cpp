@@ -2,8 +2,6 @@
 
 #include <log/log.h>
 
-#include <cstring>
-
 #include "sensors/physical/VectorRecords.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
@@ -33,27 +31,15 @@ MagneticSensor::MagneticSensor(const SensorInfo& info, ISensorsEventCallback* ca
 }
 
 void MagneticSensor::readEvents() {
-    LongRecord record;
-    const ssize_t count = readRecord(&record);
-    if (count < 0) return;
-    if (count >= kLongForm) {
-        post(record);
-        return;
-    }
-    ShortRecord shortRecord;
-    memcpy(&shortRecord, &record, sizeof(shortRecord));
-    post(shortRecord);
-}
-
-template <typename Record>
-void MagneticSensor::post(const Record& record) {
-    postRecord(
-        record, [](const Record& r) { return IsZeroVector()(r) && r.accuracy == 0; },
-        [] { ALOGE("MagneticSensor : Meta event"); },
-        [this](const Record& r) {
-            convertVector(r, mScale, &mPendingEvent);
-            mPendingEvent.u.vec3.status = static_cast<V1_0::SensorStatus>(r.accuracy);
-        });
+    readEitherForm<LongRecord, ShortRecord>(kLongForm, [this](const auto& record) {
+        postRecord(
+            record, [](const auto& r) { return IsZeroVector()(r) && r.accuracy == 0; },
+            [] { ALOGE("MagneticSensor : Meta event"); },
+            [this](const auto& r) {
+                convertVector(r, mScale, &mPendingEvent);
+                mPendingEvent.u.vec3.status = static_cast<V1_0::SensorStatus>(r.accuracy);
+            });
+    });
 }
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

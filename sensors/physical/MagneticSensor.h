@@ -15,9 +15,6 @@ class MagneticSensor : public SensorBase {
     void readEvents() override;
 
   private:
-    template <typename Record>
-    void post(const Record& record);
-
     const float mScale;  // µT per count
 };
 

@@ -2,8 +2,6 @@
 
 #include <log/log.h>
 
-#include <cstring>
-
 #include "sensors/physical/VectorRecords.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
@@ -25,23 +23,11 @@ UncalMagneticSensor::UncalMagneticSensor(const SensorInfo& info, ISensorsEventCa
 }
 
 void UncalMagneticSensor::readEvents() {
-    LongRecord record;
-    const ssize_t count = readRecord(&record);
-    if (count < 0) return;
-    if (count >= kLongForm) {
-        post(record);
-        return;
-    }
-    ShortRecord shortRecord;
-    memcpy(&shortRecord, &record, sizeof(shortRecord));
-    post(shortRecord);
-}
-
-template <typename Record>
-void UncalMagneticSensor::post(const Record& record) {
-    postRecord(
-        record, IsZeroUncalibrated(), [] { ALOGE("UncalMagneticSensor Sensor : Meta event"); },
-        [this](const Record& r) { convertUncalibrated(r, mScale, &mPendingEvent); });
+    readEitherForm<LongRecord, ShortRecord>(kLongForm, [this](const auto& record) {
+        postRecord(
+            record, IsZeroUncalibrated(), [] { ALOGE("UncalMagneticSensor Sensor : Meta event"); },
+            [this](const auto& r) { convertUncalibrated(r, mScale, &mPendingEvent); });
+    });
 }
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub
