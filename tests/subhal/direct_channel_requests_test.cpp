@@ -296,6 +296,16 @@ TEST_F(DirectChannels, NeverBatchedSensorRunsAtItsOwnPeriodOnlyWhenEnabled) {
     EXPECT_EQ(told(), (Lines{"batch 38 0 0"}));
 }
 
+TEST_F(DirectChannels, RowsKeepWhatTheDriverRefused) {
+    const Client client;
+    const int32_t channel = open(client);
+    ASSERT_EQ(subHal.hal().activate(kVdis, true), Result::OK);
+    hub.failIoctl("/dev/batch_io", EIO);
+    ASSERT_EQ(subHal.hal().batch(kVdis, 10000000, 0), Result::BAD_VALUE);
+    ASSERT_EQ(config(kVdis, channel, kNormal), Answer(Result::OK, kVdis));
+    EXPECT_EQ(hub.periodNs(kVdis), 10000000);  // shorter than the channel's 20 ms
+}
+
 TEST_F(DirectChannels, StopLeavesTheSensorOnAndRemovalSwitchesItOff) {
     const Client client;
     const int32_t first = open(client);

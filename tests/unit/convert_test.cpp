@@ -129,6 +129,9 @@ TEST(Convert, DynamicSensorsAreRearranged) {
     EXPECT_EQ(record.dynamic_sensor_meta.sensor, nullptr);
     EXPECT_EQ(memcmp(record.dynamic_sensor_meta.uuid, event.u.dynamic.uuid.data(), 16), 0);
 
+    event.u.dynamic.connected = false;
+    convertToSensorEvent(event, &record);
+    EXPECT_EQ(record.dynamic_sensor_meta.connected, 0);
     record.dynamic_sensor_meta.connected = 2;
     Event back;
     convertFromSensorEvent(record, &back);

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cmath>
 #include <cstring>
+#include <ctime>
 #include <limits>
 #include <memory>
 
@@ -296,6 +297,43 @@ TEST_F(SensorBaseTest, EventDescriptorOfADevice) {
     EXPECT_EQ(LogCapture::take(),
               (std::vector<LogLine>{{'E', "couldn't find the device absent"},
                                     {'E', "couldn't get a event fd from " + path}}));
+}
+
+TEST_F(SensorBaseTest, EventDescriptorThatTheDriverHandsOut) {
+    PlainSensor sensor(nullptr, mInfo, &mCallback);
+    simulator::NodeHandler handler;
+    handler.onIoctl = [](unsigned long request, void* argument) {
+        EXPECT_EQ(static_cast<uint32_t>(request), 0x80046990u);
+        *static_cast<int*>(argument) = 77;
+        return 0;
+    };
+    mHub.setHandler("/dev/iio:device" + std::to_string(mHub.deviceNumber(1)), handler);
+    EXPECT_EQ(sensor.openIio("accelerometer_sensor"), 77);
+}
+
+TEST_F(SensorBaseTest, DelayIsABatchWithoutLatency) {
+    struct Batched : PlainSensor {
+        using PlainSensor::PlainSensor;
+        int batch(int handle, int64_t period, int64_t latency) override {
+            seen = {handle, period, latency};
+            return 9;
+        }
+        std::vector<int64_t> seen;
+    } sensor(nullptr, mInfo, &mCallback);
+    EXPECT_EQ(sensor.setDelay(1, 20), 9);
+    EXPECT_EQ(sensor.seen, (std::vector<int64_t>{1, 20, 0}));
+}
+
+TEST(BootTime, CountsFromBootWithSleepIncluded) {
+    const auto now = [] {
+        timespec time = {};
+        clock_gettime(CLOCK_BOOTTIME, &time);
+        return time.tv_sec * int64_t{1000000000} + time.tv_nsec;
+    };
+    const int64_t before = now();
+    const int64_t stamp = SensorBase::getTimestamp();
+    EXPECT_GE(stamp, before);
+    EXPECT_LE(stamp, now());
 }
 
 TEST(DecimalText, Atou) {
