@@ -6,13 +6,12 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <iterator>
-#include <limits>
 #include <string>
 
 #include "hub/SensorHubSensor.h"
+#include "sensors/DecimalText.h"
 #include "sensors/HubPaths.h"
 #include "sensors/UniqueFd.h"
 
@@ -57,20 +56,6 @@ FileRequest split(const char* text, size_t length) {
     }
     std::copy(text, end, request.data);
     return request;
-}
-
-/** Decimal text up to its first non-digit; false without digits or when T cannot hold it. */
-template <typename T>
-bool parseNumber(const std::string& text, T* value) {
-    char* end = nullptr;
-    errno = 0;
-    const long long number = strtoll(text.c_str(), &end, 10);
-    if (end == text.c_str() || errno != 0 || number < std::numeric_limits<T>::min() ||
-        number > std::numeric_limits<T>::max()) {
-        return false;
-    }
-    *value = static_cast<T>(number);
-    return true;
 }
 
 int32_t refuse(const char* what, const std::string& text) {
@@ -133,13 +118,13 @@ bool serve(Operation operation, const FileRequest& request, Reply* reply) {
     int32_t size = 0;
     int64_t offset = 0;
     int32_t flag = 0;
-    if (!parseNumber(request.size, &size)) {
+    if (!parseDecimal(request.size.c_str(), &size)) {
         reply->result = refuse("size", request.size);
-    } else if (!parseNumber(request.offset, &offset)) {
+    } else if (!parseDecimal(request.offset.c_str(), &offset)) {
         reply->result = refuse("offset", request.offset);
     } else if (operation == kRead) {
         reply->result = readFile(request, size, offset, reply);
-    } else if (!parseNumber(request.flag, &flag)) {
+    } else if (!parseDecimal(request.flag.c_str(), &flag)) {
         reply->result = refuse("flag", request.flag);
     } else {
         reply->result = writeFile(request, size, offset);

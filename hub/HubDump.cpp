@@ -8,10 +8,10 @@
 #include <cstdio>
 #include <cstring>
 #include <ctime>
-#include <memory>
 #include <string>
 
 #include "hub/SensorHubSensor.h"
+#include "sensors/Directory.h"
 #include "sensors/HubPaths.h"
 #include "sensors/UniqueFd.h"
 
@@ -32,11 +32,6 @@ constexpr char kStampFormat[] = "%Y%m%d_%H%M%S";
 // Where the stamp begins in a kept dump's name: behind "shub_dumpstate_", or "shub_dump_005_".
 constexpr size_t kStatePrefixLength = 15;
 constexpr size_t kNumberedPrefixLength = 14;
-
-struct DirectoryCloser {
-    void operator()(DIR* directory) const { closedir(directory); }
-};
-using Directory = std::unique_ptr<DIR, DirectoryCloser>;
 
 /** The next entry other than "." and ".."; null at the end. */
 const dirent* nextEntry(DIR* directory) {

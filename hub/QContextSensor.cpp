@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "sensors/HubPaths.h"
-#include "sensors/SensorList.h"
+#include "sensors/SensorHandles.h"
 #include "sensors/UniqueFd.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {

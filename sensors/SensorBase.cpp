@@ -11,14 +11,14 @@
 #include <cctype>
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <limits>
-#include <memory>
 #include <utility>
 
+#include "sensors/DecimalText.h"
+#include "sensors/Directory.h"
 #include "sensors/HubPaths.h"
 #include "sensors/InjectedEvent.h"
+#include "sensors/SensorHandles.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
@@ -29,10 +29,6 @@ constexpr unsigned long kIioGetEventFd = 0x80046990;
 
 // The hub bursts while the host sleeps; a shorter buffer would drop records.
 constexpr uint32_t kMinBufferLength = 600;
-
-// Sampled faster than one wake-up per record, so their queue length is always asked for.
-constexpr int32_t kVdisGyroHandle = 38;
-constexpr int32_t kStillwaveGyroHandle = 50;
 
 constexpr uint32_t kMaskDirectChannel = 0xC00;
 constexpr uint32_t kFlushComplete = 1;
@@ -46,11 +42,6 @@ struct __attribute__((packed)) DefaultInjectionPacket {
     uint8_t data[56];  // payload words 2 to 15; word 1 does not travel
 };
 static_assert(sizeof(DefaultInjectionPacket) == 62);
-
-struct DirectoryCloser {
-    void operator()(DIR* directory) const { closedir(directory); }
-};
-using Directory = std::unique_ptr<DIR, DirectoryCloser>;
 
 std::string deviceAttribute(int number, const char* attribute) {
     return std::string(paths::kIioDirectory) + paths::kIioPrefix + std::to_string(number) + "/" +
@@ -80,24 +71,6 @@ bool hasName(const char* prefix, int number, const char* name) {
     char word[30];
     return readText(file.get(), text) > 0 && sscanf(text, "%29s", word) == 1 &&
            strcmp(word, name) == 0;
-}
-
-/** A whole int32 in decimal at the start of the text, as scanf's %d takes it. */
-bool parseInt(const char* text, int* value) {
-    char* end = nullptr;
-    errno = 0;
-    const long long number = strtoll(text, &end, 10);
-    if (end == text) {
-        errno = EINVAL;
-        return false;
-    }
-    if (errno != 0 || number < std::numeric_limits<int>::min() ||
-        number > std::numeric_limits<int>::max()) {
-        errno = ERANGE;
-        return false;
-    }
-    *value = static_cast<int>(number);
-    return true;
 }
 
 }  // namespace
@@ -227,6 +200,7 @@ int64_t SensorBase::getTimestamp() {
 
 int SensorBase::getDataAvailable(uint64_t maxReportLatencyNs) {
     int count = 1;
+    // The stabilisation gyroscopes outrun one wake-up per record: their queue is always asked for.
     if (mHandle != kVdisGyroHandle && mHandle != kStillwaveGyroHandle) {
         if (maxReportLatencyNs == 0 || mSensorInfo.fifoMaxEventCount == 0) return count;
     }
@@ -278,7 +252,7 @@ int SensorBase::readSysfsInt(const char* path, int* value) {
 
     int result = 0;
     char text[64];
-    if (readText(file.get(), text) < 0 || !parseInt(text, value)) {
+    if (readText(file.get(), text) < 0 || !parseDecimal(text, value)) {
         result = -errno;
         ALOGE("%s::%s: read failed: %d(%s)", "SensorBase", "readSysfsInt", result,
               strerror(-result));

@@ -13,6 +13,7 @@
 #include "hub/QContextSensor.h"
 #include "hub/SensorHubSensor.h"
 #include "sensors/HubPaths.h"
+#include "sensors/SensorHandles.h"
 #include "sensors/UniqueFd.h"
 #include "sensors/foldable/AngleSensorStatus.h"
 #include "sensors/foldable/DeviceCommonInfo.h"

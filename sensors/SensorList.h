@@ -14,10 +14,6 @@
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
-/** Handles of the two objects that exist whatever the hub describes. */
-inline constexpr int32_t kQContextHandle = 32;
-inline constexpr int32_t kSensorHubHandle = 33;
-
 /**
  * The catalogue: reads the hub's sensor specification file and owns one sensor object per described
  * sensor whose device works, in file order, then the two housekeeping objects. Built before any

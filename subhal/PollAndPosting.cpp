@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "hub/SensorHubSensor.h"
+#include "sensors/SensorHandles.h"
 #include "subhal/SensorsSubHal.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {

@@ -2,13 +2,11 @@
 
 #include <log/log.h>
 
+#include "sensors/SensorHandles.h"
+
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
 namespace {
-
-// The sensors that direct channels carry: the camera's stabilisation gyroscopes.
-constexpr int32_t kVdisGyroHandle = 38;
-constexpr int32_t kStillwaveGyroHandle = 50;
 
 constexpr float kMaxLoadFactor = 1.0f;
 

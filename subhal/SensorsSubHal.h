@@ -142,7 +142,7 @@ class SensorsSubHal : public ISensorsSubHal, public ISensorsEventCallback {
     std::thread mPollThread;
     std::atomic<bool> mStopThread{false};
     std::array<SensorState, kMaxHandle + 1> mSensorState;  // by sensor handle
-    mutable std::mutex mDirectChannelLock;
+    std::mutex mDirectChannelLock;
     // By sensor handle; the keys are fixed at construction.
     std::unordered_map<int32_t, DirectReport> mSensorToChannel;
     std::unordered_map<int32_t, std::unique_ptr<DirectChannelBase>>
