@@ -19,7 +19,7 @@ namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
 namespace {
 
-constexpr int32_t kType = 0x10032;
+constexpr int32_t kPrivateNumber = 0x32;
 
 // Frame kinds of additional information; the list is a custom one.
 constexpr int32_t kFrameBegin = 0;
@@ -31,23 +31,22 @@ SensorInfo makeInfo() {
     info.sensorHandle = kQContextHandle;
     info.vendor = "Tavrine Inc.";
     info.version = 2;
-    info.typeAsString = "com.tavrine.sensor.sensorhubs";
     info.maxRange = 1.0f;
     info.maxDelay = 20000;
-    info.flags = kSpecial;
     return info;
 }
 
 }  // namespace
 
 QContextSensor::QContextSensor(ISensorsEventCallback* callback)
-    : SensorBase("qcontext_iio", "QContextSensor", "Qcontext", makeInfo(), callback, false) {
-    setType(kType);
-    requirePermission();
-    mListEvent.sensorHandle = mHandle;
+    : SensorBase("qcontext_iio", "QContextSensor", "Qcontext", makeInfo(), callback,
+                 kPlainIsNonWakeUp) {
+    describePrivate(kPrivateNumber, "com.tavrine.sensor.sensorhubs", kPermission, kSpecial,
+                    kNoFlushLine);
+    mListEvent.sensorHandle = getHandle();
     mListEvent.sensorType = V1_0::SensorType::ADDITIONAL_INFO;
     // The hub talks before anyone enables it: the buffer runs in any case.
-    writeSysfsInt(mBufferEnablePath.c_str(), 1);
+    enableBuffer();
     mHubDataWriter = std::make_unique<SensorHubDataWriter>();
 }
 
@@ -90,11 +89,11 @@ void QContextSensor::postList(const int32_t (&words)[4]) {
           static_cast<uint32_t>(words[1]), static_cast<uint32_t>(words[2]),
           static_cast<uint32_t>(words[3]));
     frame.push_back(stampListEvent(kFrameEnd));
-    mEventCallback->postEvents(frame, isWakeUpSensor());
+    postEvents(frame);
 }
 
 int QContextSensor::flush(int handle) {
-    mEventCallback->postEvents(std::vector<Event>(1, mMetaEvent), false);
+    postFlushComplete();
     return SensorBase::flush(handle);
 }
 
@@ -106,14 +105,14 @@ int QContextSensor::injectSensorData(const Event& event) {
 
 void QContextSensor::readEvents() {
     Record record;
-    if (readRecord(&record) < 0) return;
+    if (!readRecord(&record)) return;
     mLastMessage = record.message;
     logMessage(record);
 
-    mPendingEvent.timestamp = record.timestamp;
     if (record.timestamp == 0) ALOGI("QContextSensor: SensorHub reset");
-    memcpy(&mPendingEvent.u, &mLastMessage, sizeof(mLastMessage));
-    postPendingEvent();
+    postRecord(record, [this](const Record&, EventPayload& payload) {
+        memcpy(&payload, &mLastMessage, sizeof(mLastMessage));
+    });
 }
 
 void QContextSensor::logMessage(const Record& record) {

@@ -48,6 +48,8 @@ class QContextSensor : public SensorBase {
             uint8_t data[56];
         } message;
         int64_t timestamp;  // ns; 0: the hub was reset
+
+        static bool isFlushMarker() { return false; }
     };
     static_assert(sizeof(Record) == 72 && sizeof(Record::Message) == 64);
 

@@ -31,31 +31,30 @@ static_assert(sizeof(Record) == 11);
 
 SensorHubSensor::SensorHubSensor(ISensorsEventCallback* callback)
     : SensorBase("sensorhub_sensor", "SensorHubSensor", "SensorHub", SensorInfo{}, callback,
-                 false) {}
+                 kPlainIsNonWakeUp) {
+    setReadFailure("SensorHubSensor input data file descriptor not available");
+}
 
 void SensorHubSensor::ready() {
     const UniqueFd file(open(paths::kFileManager, O_RDWR | O_CLOEXEC));
     if (!file.ok()) {
         const int error = errno;
         mFmReady = false;
-        ALOGI("%s::%s: shub_file open failed(%d) %s", mTag, "ready", -error, strerror(error));
+        ALOGI("SensorHubSensor::ready: shub_file open failed(%d) %s", -error, strerror(error));
         return;
     }
     if (write(file.get(), &kReadySignal, sizeof(kReadySignal)) < 0) {
         const int error = errno;
-        ALOGE("%s::%s: error(%d) %s", mTag, "ready", -error, strerror(error));
+        ALOGE("SensorHubSensor::ready: error(%d) %s", -error, strerror(error));
         return;
     }
-    ALOGI("%s::%s: send FM READY", mTag, "ready");
+    ALOGI("SensorHubSensor::ready: send FM READY");
     mFmReady = true;
 }
 
 void SensorHubSensor::readEvents() {
     Record record;
-    if (readRecordQuietly(&record) < 0) {
-        ALOGE("%s input data file descriptor not available - (%s)", mTag, strerror(errno));
-        return;
-    }
+    if (!readRecord(&record)) return;
     switch (record.command) {
         case kFileManagerRequest:
             if (mFmReady) {
@@ -65,7 +64,7 @@ void SensorHubSensor::readEvents() {
             }
             break;
         case kDumpRequest:
-            ALOGI("%s dump type %d, count %d", mTag, record.type, record.count);
+            ALOGI("SensorHubSensor dump type %d, count %d", record.type, record.count);
             dump(record.type, record.count);
             break;
         default:

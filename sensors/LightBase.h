@@ -12,8 +12,7 @@ class LightBase : public SensorBase {
   public:
     /**
      * What the display tells about itself, in lux except for the brightness. Fields are written one
-     * by one on a proxy thread and read on the poll thread; a record in between may see half of an
-     * update, which at most costs that record its flicker correction.
+     * by one on a proxy thread; the poll thread reads the dark threshold alone.
      */
     struct PmsInfo {
         Relaxed<int32_t> threshold_dark;  // below it the display counts as dark

@@ -5,8 +5,9 @@
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
 /**
- * A scalar that two threads touch without a lock, where a stale value costs at most one event. It
- * orders nothing else: the machine code is that of a plain variable.
+ * A scalar that two threads touch without a lock. A reader gets one of the values written, perhaps
+ * not yet the newest, and nothing about other memory follows from it. Up to the machine's word size
+ * a load or store is that of a plain variable; 64 bits on a 32-bit device take a little more.
  */
 template <typename T>
 class Relaxed {

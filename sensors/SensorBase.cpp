@@ -2,7 +2,6 @@
 
 #include <dirent.h>
 #include <fcntl.h>
-#include <inttypes.h>
 #include <log/log.h>
 #include <sys/ioctl.h>
 #include <utils/SystemClock.h>
@@ -25,23 +24,16 @@ namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 namespace {
 
 // The kernel's request for an IIO device's event descriptor.
-constexpr unsigned long kIioGetEventFd = 0x80046990;
+constexpr uint32_t kIioGetEventFd = 0x80046990;
 
 // The hub bursts while the host sleeps; a shorter buffer would drop records.
 constexpr uint32_t kMinBufferLength = 600;
 
-constexpr uint32_t kMaskDirectChannel = 0xC00;
-constexpr uint32_t kFlushComplete = 1;
-
-constexpr char kPermission[] = "com.tavrine.permission.QSENSOR";
-
-struct __attribute__((packed)) DefaultInjectionPacket {
-    uint8_t kind;
-    uint8_t handle;
+struct __attribute__((packed)) DefaultInjection {
     uint32_t code;
     uint8_t data[56];  // payload words 2 to 15; word 1 does not travel
 };
-static_assert(sizeof(DefaultInjectionPacket) == 62);
+static_assert(sizeof(DefaultInjection) == 60);
 
 std::string deviceAttribute(int number, const char* attribute) {
     return std::string(paths::kIioDirectory) + paths::kIioPrefix + std::to_string(number) + "/" +
@@ -103,23 +95,23 @@ void SensorBase::openDevice(const std::string& name, const SensorInfo& info) {
 
     mDataFd.reset(open(devicePath(mDevNum).c_str(), O_RDONLY | O_CLOEXEC));
     if (!mDataFd.ok()) {
-        ALOGE("%s, ERROR mDevNum = %d", "SensorBase", mDevNum);
+        ALOGE("SensorBase, ERROR mDevNum = %d", mDevNum);
         return;
     }
     ALOGI("%s", mTag);
     const uint32_t length = std::max(info.fifoMaxEventCount, kMinBufferLength);
     writeSysfsInt(mBufferLengthPath.c_str(), static_cast<int>(length));
-    mIioBufferEnableFailed = writeSysfsInt(mBufferEnablePath.c_str(), 1) < 0;
+    mIioBufferEnableFailed = enableBuffer() < 0;
 }
 
 void SensorBase::composeName(const char* displayName, bool wakeUpIsDefault) {
-    std::string name = mSensorInfo.name;
-    if (!name.empty()) name += " ";
-    name += displayName;
-    if (wakeUpIsDefault && !isWakeUpSensor()) name += " Non Wake Up";
-    if (!wakeUpIsDefault && isWakeUpSensor()) name += " Wake Up";
-    mSensorInfo.name = name;
-    ALOGI("sensor_name %s mSensorInfo.name %s", name.c_str(), mSensorInfo.name.c_str());
+    mSensorName = mSensorInfo.name;
+    if (!mSensorName.empty()) mSensorName += " ";
+    mSensorName += displayName;
+    if (wakeUpIsDefault && !isWakeUpSensor()) mSensorName += " Non Wake Up";
+    if (!wakeUpIsDefault && isWakeUpSensor()) mSensorName += " Wake Up";
+    mSensorInfo.name = mSensorName;
+    ALOGI("sensor_name %s mSensorInfo.name %s", mSensorName.c_str(), mSensorInfo.name.c_str());
 }
 
 void SensorBase::prepareEvents() {
@@ -127,8 +119,8 @@ void SensorBase::prepareEvents() {
     memset(&mMetaEvent, 0, sizeof(mMetaEvent));
     mPendingEvent.sensorHandle = mHandle;
     mMetaEvent.sensorHandle = mHandle;
-    mMetaEvent.sensorType = V1_0::SensorType::META_DATA;
-    mMetaEvent.u.meta.what = static_cast<V1_0::MetaDataEventType>(kFlushComplete);
+    mMetaEvent.sensorType = SensorType::META_DATA;
+    mMetaEvent.u.meta.what = V1_0::MetaDataEventType::META_DATA_FLUSH_COMPLETE;
 }
 
 void SensorBase::chooseInjectionDevice() {
@@ -143,8 +135,7 @@ int SensorBase::getFd() const {
 
 int SensorBase::enable(int handle, bool on) {
     if (!mDataFd.ok()) {
-        ALOGE("%s::%s, data fd %d, handle %d, enable %d", mTag, "enable", mDataFd.get(), handle,
-              on);
+        ALOGE("%s::enable, data fd %d, handle %d, enable %d", mTag, mDataFd.get(), handle, on);
         return -EIO;
     }
     retryIioBufferEnable();
@@ -167,14 +158,11 @@ int SensorBase::injectSensorData(const Event& event) {
     const uint32_t code = injectedSubCommand(event);
     if (code < kFirstSubCommand) return 0;
 
-    DefaultInjectionPacket packet = {};
-    packet.kind = kInjectionPacketKind;
-    packet.handle = static_cast<uint8_t>(mHandle);
-    packet.code = code;
-    memcpy(packet.data, reinterpret_cast<const uint8_t*>(&event.u) + 8, sizeof(packet.data));
-    ALOGI("%s::%s: %s default injection, type=%d", "SensorBase", "injectSensorData",
-          mSensorInfo.name.c_str(), static_cast<int32_t>(code));
-    return writePacket(packet);
+    DefaultInjection body = {code, {}};
+    memcpy(body.data, reinterpret_cast<const uint8_t*>(&event.u) + 8, sizeof(body.data));
+    ALOGI("SensorBase::injectSensorData: %s default injection, type=%d", mSensorInfo.name.c_str(),
+          static_cast<int32_t>(code));
+    return writePacket(body);
 }
 
 bool SensorBase::isShownSensorList() {
@@ -191,7 +179,7 @@ bool SensorBase::isOneShotSensor() const {
 }
 
 bool SensorBase::isDirectReportSensor() const {
-    return (mSensorInfo.flags & kMaskDirectChannel) != 0;
+    return (mSensorInfo.flags & static_cast<uint32_t>(SensorFlagBits::MASK_DIRECT_CHANNEL)) != 0;
 }
 
 int64_t SensorBase::getTimestamp() {
@@ -254,13 +242,11 @@ int SensorBase::readSysfsInt(const char* path, int* value) {
     char text[64];
     if (readText(file.get(), text) < 0 || !parseDecimal(text, value)) {
         result = -errno;
-        ALOGE("%s::%s: read failed: %d(%s)", "SensorBase", "readSysfsInt", result,
-              strerror(-result));
+        ALOGE("SensorBase::readSysfsInt: read failed: %d(%s)", result, strerror(-result));
     }
     if (file.closeNow() < 0) {
         result = -errno;
-        ALOGE("%s::%s: close failed: %d(%s)", "SensorBase", "readSysfsInt", result,
-              strerror(-result));
+        ALOGE("SensorBase::readSysfsInt: close failed: %d(%s)", result, strerror(-result));
     }
     return result;
 }
@@ -273,30 +259,42 @@ int SensorBase::writeSysfsInt(const char* path, int value) {
     int error = write(file.get(), text.data(), text.size()) < 0 ? errno : 0;
     if (file.closeNow() < 0 && error == 0) error = errno;
     if (error == 0) return 0;
-    ALOGE("%s, ERROR open file %s to write with error %d", "writeSysfsInt", path, error);
+    ALOGE("writeSysfsInt, ERROR open file %s to write with error %d", path, error);
     return -error;
+}
+
+int SensorBase::enableBuffer() {
+    return writeSysfsInt(mBufferEnablePath.c_str(), 1);
 }
 
 void SensorBase::retryIioBufferEnable() {
     if (!mIioBufferEnableFailed) return;
     mIioBufferEnableFailed = false;
-    const int result = writeSysfsInt(mBufferEnablePath.c_str(), 1);
+    const int result = enableBuffer();
     if (result < 0) ALOGE("iio buffer/enable failed again %d", result);
+}
+
+int SensorBase::writePacket(const void* body, size_t size) {
+    std::vector<uint8_t> packet(2 + size);
+    packet[0] = kInjectionPacketKind;
+    packet[1] = static_cast<uint8_t>(mHandle);
+    memcpy(packet.data() + 2, body, size);
+    return writeInjection(packet.data(), static_cast<int>(packet.size()));
 }
 
 int SensorBase::writeInjection(const uint8_t* buffer, int count) {
     const UniqueFd device(open(mInjectionPath, O_RDWR | O_CLOEXEC));
     if (!device.ok()) {
-        ALOGE("%s::%s: open failed(%d) %s", mTag, "writeInjection", -errno, strerror(errno));
+        ALOGE("%s::writeInjection: open failed(%d) %s", mTag, -errno, strerror(errno));
         return -ENODEV;
     }
     while (write(device.get(), buffer, static_cast<size_t>(count)) < 0) {
         const int error = errno;
         if (error != EINTR) {
-            ALOGE("%s::%s: error(%d) %s", mTag, "writeInjection", -error, strerror(error));
+            ALOGE("%s::writeInjection: error(%d) %s", mTag, -error, strerror(error));
             return -error;
         }
-        ALOGE("%s::%s: EINTR! retry to write", mTag, "writeInjection");
+        ALOGE("%s::writeInjection: EINTR! retry to write", mTag);
     }
     return 0;
 }
@@ -309,26 +307,48 @@ unsigned SensorBase::atou(const char* text) {
     return value;
 }
 
-void SensorBase::setType(int32_t type) {
-    mSensorInfo.type = static_cast<V1_0::SensorType>(type);
-    mPendingEvent.sensorType = mSensorInfo.type;
+void SensorBase::describe(SensorType type, uint32_t flags, FlushLine flushLine) {
+    mSensorInfo.type = type;
+    mPendingEvent.sensorType = type;
+    mSensorInfo.flags |= flags;
+    mFlushLine = flushLine;
 }
 
-void SensorBase::requirePermission() {
-    mSensorInfo.requiredPermission = kPermission;
+void SensorBase::describePrivate(int32_t number, const char* stringType, const char* permission,
+                                 uint32_t flags, FlushLine flushLine) {
+    const int32_t type = static_cast<int32_t>(SensorType::DEVICE_PRIVATE_BASE) + number;
+    describe(static_cast<SensorType>(type), flags, flushLine);
+    mSensorInfo.typeAsString = stringType;
+    mSensorInfo.requiredPermission = permission;
 }
 
-ssize_t SensorBase::readZeroed(void* record, size_t size) {
+ssize_t SensorBase::readBytes(void* record, size_t size) {
     memset(record, 0, size);
-    return read(mDataFd.get(), record, size);
+    const ssize_t count = read(mDataFd.get(), record, size);
+    if (count >= 0) return count;
+    if (mReadFailure != nullptr) {
+        ALOGE("%s - (%s)", mReadFailure, strerror(errno));
+    } else {
+        ALOGE("%s :input data file descriptor not available - (%s)", mTag, strerror(errno));
+    }
+    return count;
 }
 
-void SensorBase::logReadFailure() const {
-    ALOGE("%s :input data file descriptor not available - (%s)", mTag, strerror(errno));
+void SensorBase::postFlushComplete() {
+    if (mFlushLine.text != nullptr) {
+        __android_log_print(mFlushLine.level, LOG_TAG, "%s", mFlushLine.text);
+    }
+    postEvent(mMetaEvent);
 }
 
 void SensorBase::postEvent(const Event& event) {
-    mEventCallback->postEvents(std::vector<Event>(1, event), isWakeUpSensor());
+    const std::vector<Event> events(1, event);
+    postEvents(events);
+    if (isDirectReportSensor()) mEventCallback->postDirectEvents(events);
+}
+
+void SensorBase::postEvents(const std::vector<Event>& events) {
+    mEventCallback->postEvents(events, isWakeUpSensor());
 }
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

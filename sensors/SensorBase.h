@@ -1,31 +1,50 @@
 #pragma once
 
 #include <android/hardware/sensors/1.0/types.h>
+#include <android/log.h>
 #include <sys/types.h>
 
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <string>
+#include <type_traits>
+#include <vector>
 
 #include "sensors/ISensorsEventCallback.h"
 #include "sensors/UniqueFd.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
+using V1_0::EventPayload;
+using V1_0::SensorFlagBits;
 using V1_0::SensorInfo;
+using V1_0::SensorStatus;
+using V1_0::SensorType;
 
-/** Device-private sensor types are this base plus the hub's own number. */
-inline constexpr int32_t kPrivateType = 0x10000;
+/** Which of a sensor's two device twins owns the plain device name. */
+inline constexpr bool kPlainIsWakeUp = true;
+inline constexpr bool kPlainIsNonWakeUp = false;
 
-/** Reporting modes as the drivers add them to a sensor's flags. */
-inline constexpr uint32_t kOnChange = 2;
-inline constexpr uint32_t kOneShot = 4;
-inline constexpr uint32_t kSpecial = 6;
-inline constexpr uint32_t kWakeUp = 1;
+/** Flags that drivers add to those of the hub's specification. */
+inline constexpr auto kWakeUp = static_cast<uint32_t>(SensorFlagBits::WAKE_UP);
+inline constexpr auto kContinuous = static_cast<uint32_t>(SensorFlagBits::CONTINUOUS_MODE);
+inline constexpr auto kOnChange = static_cast<uint32_t>(SensorFlagBits::ON_CHANGE_MODE);
+inline constexpr auto kOneShot = static_cast<uint32_t>(SensorFlagBits::ONE_SHOT_MODE);
+inline constexpr auto kSpecial = static_cast<uint32_t>(SensorFlagBits::SPECIAL_REPORTING_MODE);
+/** Any direct rate, over shared memory. */
+inline constexpr auto kDirectReport = static_cast<uint32_t>(SensorFlagBits::MASK_DIRECT_REPORT) |
+                                      static_cast<uint32_t>(SensorFlagBits::DIRECT_CHANNEL_ASHMEM);
 
-/** Status word of three-axis payloads: accuracy high. */
-inline constexpr V1_0::SensorStatus kAccuracyHigh = V1_0::SensorStatus::ACCURACY_HIGH;
+/** What a client must hold to get a sensor's events. */
+inline constexpr char kPermission[] = "com.tavrine.permission.QSENSOR";
+inline constexpr char kNoPermission[] = "";
+
+/** What a class logs as it posts a flush-complete event. */
+struct FlushLine {
+    android_LogPriority level;
+    const char* text;  // null: nothing
+};
+inline constexpr FlushLine kNoFlushLine = {ANDROID_LOG_DEFAULT, nullptr};
 
 /**
  * One hub sensor: its IIO device, its description and the two events it posts.
@@ -33,6 +52,11 @@ inline constexpr V1_0::SensorStatus kAccuracyHigh = V1_0::SensorStatus::ACCURACY
  * Built and destroyed with the catalogue; readEvents, getDataAvailable and getHandle run on the
  * poll thread, the requests on the proxy's threads. Takes no locks. Methods that answer an int give
  * 0 or a negative errno.
+ *
+ * A driver describes itself in its constructor and turns one record into one event in readEvents. A
+ * record is a packed struct in wire order that ends in an int64_t `timestamp` (ns) and tells with
+ * `isFlushMarker()` whether it is the one by which the hub reports a completed flush. Where the
+ * length depends on the hub, `expandFrom(count)` brings the bytes read into the struct's form.
  */
 class SensorBase {
   public:
@@ -45,7 +69,7 @@ class SensorBase {
      * @param displayName what the sensor is, appended to the chip's name
      * @param info the catalogue's record; its wake-up flag selects the twin
      * @param callback where events go; borrowed
-     * @param wakeUpIsDefault true when the plain device name is the wake-up twin
+     * @param wakeUpIsDefault kPlainIsWakeUp or kPlainIsNonWakeUp
      */
     SensorBase(const char* iioName, const char* tag, const char* displayName, SensorInfo info,
                ISensorsEventCallback* callback, bool wakeUpIsDefault);
@@ -59,14 +83,14 @@ class SensorBase {
 
     /**
      * Prepares the device for a switch; the hub itself is told by the sub-HAL. Retries a failed
-     * buffer enable once. -EIO without a device.
+     * buffer enable once. -EIO without a device. Callers switch a sensor one at a time.
      */
     virtual int enable(int handle, bool on);
 
     /** Takes note of a new sampling period and maximum report latency, both in ns. */
     virtual int batch(int handle, int64_t samplingPeriodNs, int64_t maxReportLatencyNs);
 
-    /** batch() with a latency of 0. */
+    /** batch() with a latency of 0. Part of the interface; nothing here calls it. */
     virtual int setDelay(int handle, int64_t periodNs);
 
     /** Called after the hub was asked to flush; the completion arrives as a record. */
@@ -100,7 +124,10 @@ class SensorBase {
     /** Number of the IIO device called `name`, or -ENODEV. */
     static int findTypeByName(const char* name, const char* prefix);
 
-    /** Opens the IIO event descriptor of the device called `name`; -1 on failure. Caller closes. */
+    /**
+     * Opens the IIO event descriptor of the device called `name`; -1 on failure. The caller closes
+     * it. Part of the interface; nothing here calls it.
+     */
     int openIio(const char* name);
 
     /** Reads a decimal number; `value` stays as it was on failure. */
@@ -109,133 +136,120 @@ class SensorBase {
     /** Writes a decimal number and a newline; a file that cannot be opened counts as success. */
     static int writeSysfsInt(const char* path, int value);
 
-    /** Leading decimal digits of a text as a number; 0 when there are none. Wraps on overflow. */
+    /**
+     * Leading decimal digits of a text as a number; 0 when there are none. Wraps on overflow. Part
+     * of the interface; nothing here calls it.
+     */
     static unsigned atou(const char* text);
 
   protected:
-    /** Writes one packet to the injection device, retrying as long as signals interrupt it. */
-    int writeInjection(const uint8_t* buffer, int count);
-
-    /** writeInjection() of a packed packet struct. */
-    template <typename Packet>
-    int writePacket(const Packet& packet) {
-        return writeInjection(reinterpret_cast<const uint8_t*>(&packet), sizeof(packet));
-    }
-
     // Steps of a driver's constructor.
 
-    /** Sets the type of the sensor and of its data events. */
-    void setType(int32_t type);
-    void setStringType(const char* stringType) { mSensorInfo.typeAsString = stringType; }
-    void requirePermission();
-    void addFlags(uint32_t flags) { mSensorInfo.flags |= flags; }
+    /** Says what the sensor is: a standard type, the flags to add, and the flush line. */
+    void describe(SensorType type, uint32_t flags, FlushLine flushLine);
+
+    /** The same for a type of the hub's own, by the hub's number for it. */
+    void describePrivate(int32_t number, const char* stringType, const char* permission,
+                         uint32_t flags, FlushLine flushLine);
+
+    /** Replaces what is logged, ahead of the error, for a failed read. Not copied. */
+    void setReadFailure(const char* text) { mReadFailure = text; }
+
+    /** For three-axis payloads whose records carry no accuracy. */
+    void presetAccuracyHigh() { mPendingEvent.u.vec3.status = SensorStatus::ACCURACY_HIGH; }
+
+    /** Switches the device's buffer on. 0 or a negative errno. */
+    int enableBuffer();
 
     // Steps of a driver's readEvents.
 
-    /** Zeroes the record and reads it; bytes read, or -1 with errno. Logs nothing. */
-    template <typename Record>
-    ssize_t readRecordQuietly(Record* record) {
-        return readZeroed(record, sizeof(Record));
-    }
-
-    /** readRecordQuietly() that logs a failure under the class's tag. */
-    template <typename Record>
-    ssize_t readRecord(Record* record) {
-        const ssize_t count = readZeroed(record, sizeof(Record));
-        if (count < 0) logReadFailure();
-        return count;
-    }
-
-    void setTimestamp(uint64_t timestamp) {
-        mPendingEvent.timestamp = static_cast<int64_t>(timestamp);
-    }
-
-    /** Posts a copy of the prepared flush-complete event. */
-    void postMetaEvent() { postEvent(mMetaEvent); }
-    /** Posts a copy of the data event. */
-    void postPendingEvent() { postEvent(mPendingEvent); }
-
     /**
-     * One pass of the frame that most drivers share: reads a record, takes over its timestamp, and
-     * posts the flush-complete event for the hub's flush marker or else the data event.
-     *
-     * @param isFlushMarker (record) tells the marker
-     * @param logMeta () prints the class's flush line
-     * @param convert (record) fills the data event's payload
+     * All of a plain driver's readEvents: reads a record and posts it.
+     * @param fill (record, payload) fills the data event's payload, which keeps what the last
+     *             record left in it
      */
-    template <typename Record, typename IsFlushMarker, typename LogMeta, typename Convert>
-    void readFrame(IsFlushMarker isFlushMarker, LogMeta logMeta, Convert convert) {
+    template <typename Record, typename Fill>
+    void readAndPost(Fill fill) {
         Record record;
-        if (readRecord(&record) < 0) return;
-        postRecord(record, isFlushMarker, logMeta, convert);
+        if (readRecord(&record)) postRecord(record, fill);
     }
 
-    /** readFrame() for a record that is already read. */
-    template <typename Record, typename IsFlushMarker, typename LogMeta, typename Convert>
-    void postRecord(const Record& record, IsFlushMarker isFlushMarker, LogMeta logMeta,
-                    Convert convert) {
-        setTimestamp(record.timestamp);
-        if (isFlushMarker(record)) {
-            logMeta();
-            postMetaEvent();
+    /** Reads one record, zero where bytes are missing. False, with a log line, on failure. */
+    template <typename Record>
+    bool readRecord(Record* record) {
+        const ssize_t count = readBytes(record, sizeof(Record));
+        if (count < 0) return false;
+        if constexpr (HasForms<Record>::value) record->expandFrom(static_cast<size_t>(count));
+        return true;
+    }
+
+    /** Posts the flush-complete event for the hub's flush marker, else a data event; see
+     *  readAndPost(). */
+    template <typename Record, typename Fill>
+    void postRecord(const Record& record, Fill fill) {
+        if (record.isFlushMarker()) {
+            postFlushComplete();
             return;
         }
-        convert(record);
-        postPendingEvent();
+        mPendingEvent.timestamp = record.timestamp;
+        fill(record, mPendingEvent.u);
+        postEvent(mPendingEvent);
     }
+
+    /** Logs the flush line and posts the flush-complete event. */
+    void postFlushComplete();
+
+    /** Posts events that are not one record's. */
+    void postEvents(const std::vector<Event>& events);
+
+    // Injection.
+
+    /** Writes a packet to the injection device: its kind, this sensor's handle, then `body`. */
+    template <typename Body>
+    int writePacket(const Body& body) {
+        static_assert(std::is_trivially_copyable_v<Body>);
+        return writePacket(&body, sizeof(body));
+    }
+    int writePacket(const void* body, size_t size);
 
     /**
-     * Reads a record that comes in two forms and hands it to `post`: `LongForm` when at least
-     * `longFrom` bytes came, else `ShortForm`.
+     * Writes `count` bytes to the injection device, again as long as signals interrupt it. -ENODEV
+     * when the device cannot be opened, else what the write gave.
      */
-    template <typename LongForm, typename ShortForm, typename Post>
-    void readEitherForm(ssize_t longFrom, Post post) {
-        LongForm record;
-        const ssize_t count = readRecord(&record);
-        if (count < 0) return;
-        if (count >= longFrom) {
-            post(record);
-            return;
-        }
-        ShortForm shortRecord;
-        static_assert(sizeof(shortRecord) <= sizeof(record));
-        std::memcpy(&shortRecord, &record, sizeof(shortRecord));
-        post(shortRecord);
-    }
-
-    /** The usual marker: a record without a timestamp. */
-    struct NoTimestamp {
-        template <typename Record>
-        bool operator()(const Record& record) const {
-            return record.timestamp == 0;
-        }
-    };
-
-    const char* const mTag;
-    UniqueFd mDataFd;
-    int32_t mDevNum = -1;
-    const int32_t mHandle;
-    std::string mBufferEnablePath;
-    Event mPendingEvent;  // after construction written by readEvents alone
-    Event mMetaEvent;
-    SensorInfo mSensorInfo;  // complete once the constructors are done
-    ISensorsEventCallback* const mEventCallback;
+    int writeInjection(const uint8_t* buffer, int count);
 
   private:
+    template <typename Record, typename = void>
+    struct HasForms : std::false_type {};
+    template <typename Record>
+    struct HasForms<Record, std::void_t<decltype(&Record::expandFrom)>> : std::true_type {};
+
     void openDevice(const std::string& name, const SensorInfo& info);
     void composeName(const char* displayName, bool wakeUpIsDefault);
     void prepareEvents();
     void chooseInjectionDevice();
     void retryIioBufferEnable();
-    ssize_t readZeroed(void* record, size_t size);
-    void logReadFailure() const;
+    /** Bytes read into the zeroed record, or -1 with the failure logged. */
+    ssize_t readBytes(void* record, size_t size);
     void postEvent(const Event& event);
 
-    std::string mInputName;
-    std::string mBufferLengthPath;
-    std::string mDataAvailablePath;
+    const char* const mTag;
+    UniqueFd mDataFd;
+    int32_t mDevNum = -1;
+    const int32_t mHandle;
+    std::string mSensorName;
+    std::string mInputName;  // of the device that openIio() found last
     const char* mInjectionPath = "";
-    bool mIioBufferEnableFailed = false;  // after construction touched by enable() alone
+    bool mIioBufferEnableFailed = false;  // guarded by whatever lock enable()'s callers hold
+    std::string mBufferLengthPath;
+    std::string mBufferEnablePath;
+    std::string mDataAvailablePath;
+    Event mPendingEvent;  // after construction written on the poll thread alone
+    Event mMetaEvent;     // fixed after construction, as are the members below
+    SensorInfo mSensorInfo;
+    ISensorsEventCallback* const mEventCallback;
+    FlushLine mFlushLine = kNoFlushLine;
+    const char* mReadFailure = nullptr;  // null: composed from the tag
 };
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

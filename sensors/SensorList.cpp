@@ -10,68 +10,17 @@
 #include <string>
 #include <utility>
 
-#include "hub/QContextSensor.h"
-#include "hub/SensorHubSensor.h"
+#include "sensors/Drivers.h"
 #include "sensors/HubPaths.h"
 #include "sensors/SensorHandles.h"
 #include "sensors/UniqueFd.h"
-#include "sensors/foldable/AngleSensorStatus.h"
-#include "sensors/foldable/DeviceCommonInfo.h"
-#include "sensors/foldable/FoldingAngle.h"
-#include "sensors/foldable/FoldingStateLpm.h"
-#include "sensors/foldable/HingeAngle.h"
-#include "sensors/foldable/LidAngleFusion.h"
-#include "sensors/foldable/SarFolding.h"
-#include "sensors/light/AutoBrightnessSensor.h"
-#include "sensors/light/LightCCT_Sensor.h"
-#include "sensors/light/LightSeamless_Sensor.h"
-#include "sensors/light/LightSensor.h"
-#include "sensors/light/Light_IR_Sensor.h"
-#include "sensors/motion/BackTap.h"
-#include "sensors/motion/CallGesture.h"
-#include "sensors/motion/DropClassifier.h"
-#include "sensors/motion/FlipCoverDetector.h"
-#include "sensors/motion/HubDebuggerSensor.h"
-#include "sensors/motion/LedCoverEventSensor.h"
-#include "sensors/motion/PickupGesture.h"
-#include "sensors/motion/PocketModeLiteSensor.h"
-#include "sensors/motion/PocketModeSensor.h"
-#include "sensors/motion/PocketPosModeSensor.h"
-#include "sensors/motion/ProTosMotion.h"
-#include "sensors/motion/ProximityRawSensor.h"
-#include "sensors/motion/SarBackoffMotion.h"
-#include "sensors/motion/SequentialStep.h"
-#include "sensors/motion/SigMotionSensor.h"
-#include "sensors/motion/StepCounterSensor.h"
-#include "sensors/motion/StepDetectorSensor.h"
-#include "sensors/motion/TiltDetector.h"
-#include "sensors/motion/WakeUpMotion.h"
-#include "sensors/orientation/AoisSensor.h"
-#include "sensors/orientation/DeviceOrientation.h"
-#include "sensors/orientation/GameRotationVector.h"
-#include "sensors/orientation/IntGyroSensor.h"
-#include "sensors/orientation/RotationVector.h"
-#include "sensors/orientation/StillwaveGyroSensor.h"
-#include "sensors/orientation/VdisGyroSensor.h"
-#include "sensors/physical/AccSensor.h"
-#include "sensors/physical/AccSubSensor.h"
-#include "sensors/physical/GyroSensor.h"
-#include "sensors/physical/GyroSubSensor.h"
-#include "sensors/physical/MagneticSensor.h"
-#include "sensors/physical/PressureSensor.h"
-#include "sensors/physical/ProximitySensor.h"
-#include "sensors/physical/UncalAccSensor.h"
-#include "sensors/physical/UncalAccSubSensor.h"
-#include "sensors/physical/UncalGyroSensor.h"
-#include "sensors/physical/UncalGyroSubSensor.h"
-#include "sensors/physical/UncalMagneticSensor.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
 namespace {
 
-constexpr int kMinHandle = 1;
-constexpr int kMaxHandle = 71;
+constexpr int kFirstSpecHandle = 1;
+constexpr int kLastSpecHandle = 71;
 
 /** One described sensor, as the hub's driver writes it: no header, no alignment. */
 struct __attribute__((packed)) SpecRecord {
@@ -103,87 +52,80 @@ constexpr const char* kVendors[] = {
 };
 static_assert(std::size(kVendors) == 12);
 
-using Maker = std::unique_ptr<SensorBase> (*)(SensorInfo info, ISensorsEventCallback* callback);
-
-template <typename Driver>
-std::unique_ptr<SensorBase> make(SensorInfo info, ISensorsEventCallback* callback) {
-    return std::make_unique<Driver>(info, callback);
-}
-
 struct CatalogueEntry {
     int32_t handle;
-    Maker maker;
+    DriverFactory* make;
 };
 
 // Handle to driver, by rising handle. The numbers are the hub's own.
 constexpr CatalogueEntry kCatalogue[] = {
-    {1, make<AccSensor>},
-    {2, make<MagneticSensor>},
-    {4, make<GyroSensor>},
-    {5, make<LightSensor>},
-    {6, make<PressureSensor>},
-    {8, make<ProximitySensor>},
-    {11, make<RotationVector>},
-    {14, make<UncalMagneticSensor>},
-    {15, make<GameRotationVector>},
-    {16, make<UncalGyroSensor>},
-    {17, make<SigMotionSensor>},
-    {18, make<StepDetectorSensor>},
-    {19, make<StepCounterSensor>},
-    {22, make<TiltDetector>},
-    {25, make<PickupGesture>},
-    {27, make<DeviceOrientation>},
-    {29, make<ProximityRawSensor>},
-    {31, make<IntGyroSensor>},
-    {34, make<LightCCT_Sensor>},
-    {35, make<CallGesture>},
-    {36, make<WakeUpMotion>},
-    {37, make<AutoBrightnessSensor>},
-    {38, make<VdisGyroSensor>},
-    {39, make<PocketModeLiteSensor>},
-    {41, make<ProTosMotion>},
-    {42, make<FlipCoverDetector>},
-    {43, make<UncalAccSensor>},
-    {45, make<PocketModeSensor>},
-    {46, make<PocketPosModeSensor>},
-    {47, make<SequentialStep>},
-    {48, make<Light_IR_Sensor>},
-    {49, make<AoisSensor>},
-    {50, make<StillwaveGyroSensor>},
-    {52, make<DeviceOrientation>},
-    {53, make<HubDebuggerSensor>},
-    {54, make<SarBackoffMotion>},
-    {55, make<LightSeamless_Sensor>},
-    {56, make<LedCoverEventSensor>},
-    {57, make<DropClassifier>},
-    {58, make<AccSubSensor>},
-    {59, make<UncalAccSubSensor>},
-    {60, make<GyroSubSensor>},
-    {61, make<UncalGyroSubSensor>},
-    {62, make<FoldingAngle>},
-    {63, make<LidAngleFusion>},
-    {64, make<HingeAngle>},
-    {65, make<FoldingStateLpm>},
-    {68, make<AngleSensorStatus>},
-    {69, make<DeviceCommonInfo>},
-    {70, make<SarFolding>},
-    {71, make<BackTap>},
+    {1, makeAccSensor},
+    {2, makeMagneticSensor},
+    {4, makeGyroSensor},
+    {5, makeLightSensor},
+    {6, makePressureSensor},
+    {8, makeProximitySensor},
+    {11, makeRotationVector},
+    {14, makeUncalMagneticSensor},
+    {15, makeGameRotationVector},
+    {16, makeUncalGyroSensor},
+    {17, makeSigMotionSensor},
+    {18, makeStepDetectorSensor},
+    {19, makeStepCounterSensor},
+    {22, makeTiltDetector},
+    {25, makePickupGesture},
+    {27, makeDeviceOrientation},
+    {29, makeProximityRawSensor},
+    {31, makeIntGyroSensor},
+    {34, makeLightCCT_Sensor},
+    {35, makeCallGesture},
+    {36, makeWakeUpMotion},
+    {37, makeAutoBrightnessSensor},
+    {38, makeVdisGyroSensor},
+    {39, makePocketModeLiteSensor},
+    {41, makeProTosMotion},
+    {42, makeFlipCoverDetector},
+    {43, makeUncalAccSensor},
+    {45, makePocketModeSensor},
+    {46, makePocketPosModeSensor},
+    {47, makeSequentialStep},
+    {48, makeLight_IR_Sensor},
+    {49, makeAoisSensor},
+    {50, makeStillwaveGyroSensor},
+    {52, makeDeviceOrientation},
+    {53, makeHubDebuggerSensor},
+    {54, makeSarBackoffMotion},
+    {55, makeLightSeamless_Sensor},
+    {56, makeLedCoverEventSensor},
+    {57, makeDropClassifier},
+    {58, makeAccSubSensor},
+    {59, makeUncalAccSubSensor},
+    {60, makeGyroSubSensor},
+    {61, makeUncalGyroSubSensor},
+    {62, makeFoldingAngle},
+    {63, makeLidAngleFusion},
+    {64, makeHingeAngle},
+    {65, makeFoldingStateLpm},
+    {68, makeAngleSensorStatus},
+    {69, makeDeviceCommonInfo},
+    {70, makeSarFolding},
+    {71, makeBackTap},
 };
 
 constexpr bool isStrictlySorted() {
     for (size_t i = 1; i < std::size(kCatalogue); ++i) {
         if (kCatalogue[i - 1].handle >= kCatalogue[i].handle) return false;
     }
-    return kCatalogue[0].handle >= kMinHandle &&
-           kCatalogue[std::size(kCatalogue) - 1].handle <= kMaxHandle;
+    return kCatalogue[0].handle >= kFirstSpecHandle &&
+           kCatalogue[std::size(kCatalogue) - 1].handle <= kLastSpecHandle;
 }
 static_assert(isStrictlySorted(), "handles must rise, once each, within the hub's range");
 
-Maker findMaker(int handle) {
+DriverFactory* findDriver(int handle) {
     const auto* entry =
         std::lower_bound(std::begin(kCatalogue), std::end(kCatalogue), handle,
                          [](const CatalogueEntry& left, int right) { return left.handle < right; });
-    return entry != std::end(kCatalogue) && entry->handle == handle ? entry->maker : nullptr;
+    return entry != std::end(kCatalogue) && entry->handle == handle ? entry->make : nullptr;
 }
 
 SensorInfo toSensorInfo(const SpecRecord& record) {
@@ -220,40 +162,42 @@ void logRecord(const SensorInfo& info, uint8_t wakeUp) {
 ssize_t readSpec(uint8_t* buffer) {
     const UniqueFd file(open(paths::kSensorSpec, O_RDONLY | O_CLOEXEC));
     if (!file.ok()) {
-        ALOGE("%s: open failed. %s", "makeSensorList", strerror(errno));
+        ALOGE("makeSensorList: open failed. %s", strerror(errno));
         return -1;
     }
     const ssize_t count = read(file.get(), buffer, kSpecSize);
-    if (count < 0) ALOGE("%s: read failed. ret=%zd", "makeSensorList", count);
+    if (count < 0) ALOGE("makeSensorList: read failed. ret=%zd", count);
     return count;
 }
 
 }  // namespace
 
-SensorList::SensorList(ISensorsEventCallback* callback) {
-    makeSensorList(callback);
+SensorList::SensorList(ISensorsEventCallback* callback, const HubSensorFactory& makeContext,
+                       const HubSensorFactory& makeHousekeeping) {
+    makeSensorList(callback, makeContext, makeHousekeeping);
 }
 
 SensorList::~SensorList() = default;
 
-void SensorList::makeSensorList(ISensorsEventCallback* callback) {
+void SensorList::makeSensorList(ISensorsEventCallback* callback,
+                                const HubSensorFactory& makeContext,
+                                const HubSensorFactory& makeHousekeeping) {
     uint8_t buffer[kSpecSize] = {};
     const ssize_t size = readSpec(buffer);
     if (size < 0) return;
     const size_t records = static_cast<size_t>(size) / sizeof(SpecRecord);
     ALOGI("SensorList size %zd num %zu unitsize %zu", size, records, sizeof(SpecRecord));
 
-    int count = 0;
     for (size_t i = 0; i < records; ++i) {
         SpecRecord record;
         memcpy(&record, buffer + i * sizeof(record), sizeof(record));
         if (record.handle == 0) continue;
         const SensorInfo info = toSensorInfo(record);
         logRecord(info, record.wakeUp);
-        if (pushSensorList(info, count, callback)) ++count;
+        pushSensorList(info, callback);
     }
-    if (pushSensorList(kQContextHandle, count, callback)) ++count;
-    pushSensorList(kSensorHubHandle, count, callback);
+    pushHubSensor(kQContextHandle, makeContext, callback);
+    pushHubSensor(kSensorHubHandle, makeHousekeeping, callback);
     makePollFds();
 }
 
@@ -269,48 +213,41 @@ void SensorList::makePollFds() {
     }
 }
 
-bool SensorList::pushSensorList(const SensorInfo& info, int index,
-                                ISensorsEventCallback* callback) {
+void SensorList::pushSensorList(const SensorInfo& info, ISensorsEventCallback* callback) {
     const int handle = info.sensorHandle;
-    if (mHandleToIndex.count(handle) != 0) return false;
-    const Maker maker = findMaker(handle);
-    if (maker == nullptr) {
-        ALOGE("%s invalid handle %d", "pushSensorList", handle);
-        return false;
+    if (mHandleToIndex.count(handle) != 0) return;
+    DriverFactory* const make = findDriver(handle);
+    if (make == nullptr) {
+        ALOGE("pushSensorList invalid handle %d", handle);
+        return;
     }
-    return addSensor(maker(info, callback), handle, info.name.c_str(), index);
+    addSensor(make(info, callback), handle, info.name);
 }
 
-bool SensorList::pushSensorList(int handle, int index, ISensorsEventCallback* callback) {
-    std::unique_ptr<SensorBase> sensor;
-    if (handle == kQContextHandle) {
-        sensor = std::make_unique<QContextSensor>(callback);
-    } else if (handle == kSensorHubHandle) {
-        sensor = std::make_unique<SensorHubSensor>(callback);
-    } else {
-        ALOGE("%s invalid handle %d", "pushSensorList", handle);
-        return false;
-    }
+void SensorList::pushHubSensor(int handle, const HubSensorFactory& make,
+                               ISensorsEventCallback* callback) {
+    if (make == nullptr) return;
+    std::unique_ptr<SensorBase> sensor = make(callback);
     const std::string name = sensor->getSensorInfo().name;
-    return addSensor(std::move(sensor), handle, name.c_str(), index);
+    addSensor(std::move(sensor), handle, name);
 }
 
-bool SensorList::addSensor(std::unique_ptr<SensorBase> sensor, int handle, const char* name,
-                           int index) {
+void SensorList::addSensor(std::unique_ptr<SensorBase> sensor, int handle,
+                           const std::string& name) {
     // Descriptor 0 counts as a failure: only a process without a standard input gets one.
     if (sensor->getFd() < 1) {
-        ALOGI("%s fd error", name);
-        return false;
+        ALOGI("%s fd error", name.c_str());
+        return;
     }
+    const int index = size();
     mSensors.push_back(std::move(sensor));
-    ALOGI("index %d, %s", index, name);
+    ALOGI("index %d, %s", index, name.c_str());
     mHandleToIndex.emplace(handle, index);
-    return true;
 }
 
 std::vector<SensorInfo> SensorList::getSensorInfoList() const {
     static constexpr char kSeparator[] = "===============================";
-    ALOGI("%s", "getSensorInfoList");
+    ALOGI("getSensorInfoList");
     for (const SensorInfo& info : mSensorInfoList) {
         ALOGI("%s", kSeparator);
         ALOGI("name = %s", info.name.c_str());

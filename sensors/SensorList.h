@@ -5,14 +5,20 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "sensors/ISensorsEventCallback.h"
 #include "sensors/SensorBase.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
+
+/** Makes one of the two objects that exist whatever the hub describes. */
+using HubSensorFactory =
+    std::function<std::unique_ptr<SensorBase>(ISensorsEventCallback* callback)>;
 
 /**
  * The catalogue: reads the hub's sensor specification file and owns one sensor object per described
@@ -21,8 +27,17 @@ namespace android::hardware::sensors::V2_0::zelva_sensorhub {
  */
 class SensorList {
   public:
-    /** @param callback handed to every sensor object; must outlive the list */
-    explicit SensorList(ISensorsEventCallback* callback);
+    /**
+     * Builds everything. The hub's own objects come last, each made when its turn comes; one whose
+     * device does not work is dropped like any other. Without a specification file nothing is made.
+     *
+     * @param callback handed to every sensor object; must outlive the list
+     * @param makeContext makes the object of kQContextHandle; null for none
+     * @param makeHousekeeping makes the object of kSensorHubHandle; null for none
+     */
+    explicit SensorList(ISensorsEventCallback* callback,
+                        const HubSensorFactory& makeContext = nullptr,
+                        const HubSensorFactory& makeHousekeeping = nullptr);
     SensorList(const SensorList&) = delete;
     SensorList& operator=(const SensorList&) = delete;
     virtual ~SensorList();
@@ -42,11 +57,12 @@ class SensorList {
     pollfd* getFds() const { return mPollFds.get(); }
 
   private:
-    void makeSensorList(ISensorsEventCallback* callback);
+    void makeSensorList(ISensorsEventCallback* callback, const HubSensorFactory& makeContext,
+                        const HubSensorFactory& makeHousekeeping);
     void makePollFds();
-    bool pushSensorList(const SensorInfo& info, int index, ISensorsEventCallback* callback);
-    bool pushSensorList(int handle, int index, ISensorsEventCallback* callback);
-    bool addSensor(std::unique_ptr<SensorBase> sensor, int handle, const char* name, int index);
+    void pushSensorList(const SensorInfo& info, ISensorsEventCallback* callback);
+    void pushHubSensor(int handle, const HubSensorFactory& make, ISensorsEventCallback* callback);
+    void addSensor(std::unique_ptr<SensorBase> sensor, int handle, const std::string& name);
 
     std::map<int32_t, int32_t> mHandleToIndex;
     std::vector<std::unique_ptr<SensorBase>> mSensors;

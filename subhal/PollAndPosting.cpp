@@ -7,7 +7,6 @@
 #include <utility>
 
 #include "hub/SensorHubSensor.h"
-#include "sensors/SensorHandles.h"
 #include "subhal/SensorsSubHal.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
@@ -28,9 +27,7 @@ void SensorsSubHal::startThread(SensorsSubHal* self) {
 
 void SensorsSubHal::run() {
     ALOGI("thread run");
-    if (SensorBase* sensor = mSensorList->get(kSensorHubHandle)) {
-        static_cast<SensorHubSensor*>(sensor)->ready();
-    }
+    if (mSensorHub != nullptr) mSensorHub->ready();
     // No time-out and no wake-up descriptor: the thread stops at the first wake-up after the flag.
     while (!mStopThread.load(std::memory_order_acquire)) {
         const int count = mSensorList->size();

@@ -2,6 +2,8 @@
 
 #include <log/log.h>
 
+#include "hub/QContextSensor.h"
+#include "hub/SensorHubSensor.h"
 #include "sensors/SensorHandles.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
@@ -20,7 +22,15 @@ SensorsSubHal::SensorsSubHal() {
     for (const int32_t handle : {kVdisGyroHandle, kStillwaveGyroHandle}) {
         mSensorToChannel[handle].channels.max_load_factor(kMaxLoadFactor);
     }
-    mSensorList = std::make_unique<SensorList>(this);
+    mSensorList = std::make_unique<SensorList>(
+        this, [](auto* callback) { return std::make_unique<QContextSensor>(callback); },
+        [this](auto* callback) {
+            auto sensor = std::make_unique<SensorHubSensor>(callback);
+            mSensorHub = sensor.get();
+            return sensor;
+        });
+    // The list drops a sensor whose device does not work.
+    if (mSensorList->get(kSensorHubHandle) == nullptr) mSensorHub = nullptr;
     if (mSensorList->size() >= 1) {
         mPollFds = mSensorList->getFds();
         mPollThread = std::thread(startThread, this);

@@ -31,6 +31,8 @@ using V1_0::SharedMemInfo;
 using V2_0::implementation::IHalProxyCallback;
 using V2_0::implementation::ISensorsSubHal;
 
+class SensorHubSensor;
+
 /**
  * The sub-HAL: what the proxy talks to, and where sensor objects post their events.
  *
@@ -139,6 +141,7 @@ class SensorsSubHal : public ISensorsSubHal, public ISensorsEventCallback {
     std::mutex mConfigLock;    // around activation and batching by the direct-channel paths
     std::mutex mActivateLock;  // keeps enable writes in the order of the sensor objects' switches
     std::unique_ptr<SensorList> mSensorList;  // never changed after construction
+    SensorHubSensor* mSensorHub = nullptr;    // mSensorList's; null without its device
     std::thread mPollThread;
     std::atomic<bool> mStopThread{false};
     std::array<SensorState, kMaxHandle + 1> mSensorState;  // by sensor handle

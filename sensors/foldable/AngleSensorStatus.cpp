@@ -1,38 +1,45 @@
-#include "sensors/foldable/AngleSensorStatus.h"
-
 #include <log/log.h>
 
 #include <cinttypes>
+
+#include "sensors/Drivers.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
 namespace {
 
-struct __attribute__((packed)) StatusRecord {
+struct __attribute__((packed)) Record {
     int8_t status;
-    uint64_t timestamp;  // ns
+    int64_t timestamp;  // ns
+
+    bool isFlushMarker() const { return timestamp == 0; }
 };
-static_assert(sizeof(StatusRecord) == 9);
+static_assert(sizeof(Record) == 9);
+
+/** State of the angle sensor itself, as a signed code. */
+class AngleSensorStatus : public SensorBase {
+  public:
+    AngleSensorStatus(const SensorInfo& info, ISensorsEventCallback* callback)
+        : SensorBase("angle_sensor_status", "AngleSensorStatus", "Angle Sensor Status", info,
+                     callback, kPlainIsWakeUp) {
+        describePrivate(164, "com.tavrine.sensor.angle_sensor_status_check", kPermission,
+                        kOnChange | kWakeUp, {ANDROID_LOG_ERROR, "AngleSensorStatus : Meta event"});
+    }
+
+    void readEvents() override {
+        readAndPost<Record>([](const Record& record, EventPayload& payload) {
+            payload.scalar = record.status;
+            ALOGI("AngleSensorStatus : event = %d, time = %" PRId64, record.status,
+                  record.timestamp);
+        });
+    }
+};
 
 }  // namespace
 
-AngleSensorStatus::AngleSensorStatus(const SensorInfo& info, ISensorsEventCallback* callback)
-    : SensorBase("angle_sensor_status", "AngleSensorStatus", "Angle Sensor Status", info, callback,
-                 true) {
-    setType(kPrivateType + 164);
-    setStringType("com.tavrine.sensor.angle_sensor_status_check");
-    requirePermission();
-    addFlags(kOnChange | kWakeUp);
-}
-
-void AngleSensorStatus::readEvents() {
-    readFrame<StatusRecord>(
-        NoTimestamp(), [] { ALOGE("AngleSensorStatus : Meta event"); },
-        [this](const StatusRecord& record) {
-            mPendingEvent.u.scalar = static_cast<float>(record.status);
-            ALOGI("AngleSensorStatus : event = %d, time = %" PRId64, record.status,
-                  static_cast<int64_t>(record.timestamp));
-        });
+std::unique_ptr<SensorBase> makeAngleSensorStatus(const SensorInfo& info,
+                                                  ISensorsEventCallback* callback) {
+    return std::make_unique<AngleSensorStatus>(info, callback);
 }
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -1,43 +1,50 @@
-#include "sensors/foldable/DeviceCommonInfo.h"
-
 #include <log/log.h>
 
 #include <cinttypes>
+
+#include "sensors/Drivers.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
 namespace {
 
-struct __attribute__((packed)) DeviceRecord {
+struct __attribute__((packed)) Record {
     uint8_t deviceType;
     uint8_t tableMode;
     uint8_t activeScreen;
-    uint64_t timestamp;  // ns
+    int64_t timestamp;  // ns
+
+    bool isFlushMarker() const { return timestamp == 0; }
 };
-static_assert(sizeof(DeviceRecord) == 11);
+static_assert(sizeof(Record) == 11);
+
+/** The hub's codes for the device type, the table mode and the active screen. */
+class DeviceCommonInfo : public SensorBase {
+  public:
+    DeviceCommonInfo(const SensorInfo& info, ISensorsEventCallback* callback)
+        : SensorBase("device_common_info", "DeviceCommonInfo", "Device Common Info", info, callback,
+                     kPlainIsWakeUp) {
+        describePrivate(113, "com.tavrine.sensor.device_common_info", kNoPermission, kOnChange,
+                        {ANDROID_LOG_ERROR, "DeviceCommonInfo : Meta event"});
+    }
+
+    void readEvents() override {
+        readAndPost<Record>([](const Record& record, EventPayload& payload) {
+            payload.data[0] = record.deviceType;
+            payload.data[1] = record.tableMode;
+            payload.data[2] = record.activeScreen;
+            ALOGI(
+                "DeviceCommonInfo : device_type=%d table_mode=%d active_screen=%d, time = %" PRId64,
+                record.deviceType, record.tableMode, record.activeScreen, record.timestamp);
+        });
+    }
+};
 
 }  // namespace
 
-DeviceCommonInfo::DeviceCommonInfo(const SensorInfo& info, ISensorsEventCallback* callback)
-    : SensorBase("device_common_info", "DeviceCommonInfo", "Device Common Info", info, callback,
-                 true) {
-    setType(kPrivateType + 113);
-    setStringType("com.tavrine.sensor.device_common_info");
-    addFlags(kOnChange);
-}
-
-void DeviceCommonInfo::readEvents() {
-    readFrame<DeviceRecord>(
-        NoTimestamp(), [] { ALOGE("DeviceCommonInfo : Meta event"); },
-        [this](const DeviceRecord& record) {
-            mPendingEvent.u.data[0] = static_cast<float>(record.deviceType);
-            mPendingEvent.u.data[1] = static_cast<float>(record.tableMode);
-            mPendingEvent.u.data[2] = static_cast<float>(record.activeScreen);
-            ALOGI(
-                "DeviceCommonInfo : device_type=%d table_mode=%d active_screen=%d, time = %" PRId64,
-                record.deviceType, record.tableMode, record.activeScreen,
-                static_cast<int64_t>(record.timestamp));
-        });
+std::unique_ptr<SensorBase> makeDeviceCommonInfo(const SensorInfo& info,
+                                                 ISensorsEventCallback* callback) {
+    return std::make_unique<DeviceCommonInfo>(info, callback);
 }
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -1,30 +1,38 @@
-#include "sensors/foldable/FoldingAngle.h"
-
 #include <log/log.h>
 
 #include <cinttypes>
 
+#include "sensors/Drivers.h"
 #include "sensors/foldable/FoldingRecords.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
-FoldingAngle::FoldingAngle(const SensorInfo& info, ISensorsEventCallback* callback)
-    : SensorBase("folding_angle", "FoldingAngle", "Folding Angle", info, callback, false) {
-    setType(kPrivateType + 150);
-    // Clients look for this spelling.
-    setStringType("com.tavrine.sensor.foling_angle");
-    requirePermission();
-    addFlags(kOnChange);
-}
+namespace {
 
-void FoldingAngle::readEvents() {
-    readFrame<AngleRecord>(
-        NoTimestamp(), [] { ALOGE("FoldingAngle : Meta event"); },
-        [this](const AngleRecord& record) {
-            mPendingEvent.u.scalar = static_cast<float>(record.angle);
-            ALOGI("FoldingAngle: event = %d, time = %" PRId64, record.angle,
-                  static_cast<int64_t>(record.timestamp));
+/** Angle between the halves, in the whole degrees that the hub sends. */
+class FoldingAngle : public SensorBase {
+  public:
+    FoldingAngle(const SensorInfo& info, ISensorsEventCallback* callback)
+        : SensorBase("folding_angle", "FoldingAngle", "Folding Angle", info, callback,
+                     kPlainIsNonWakeUp) {
+        // Clients look for this spelling.
+        describePrivate(150, "com.tavrine.sensor.foling_angle", kPermission, kOnChange,
+                        {ANDROID_LOG_ERROR, "FoldingAngle : Meta event"});
+    }
+
+    void readEvents() override {
+        readAndPost<AngleRecord>([](const AngleRecord& record, EventPayload& payload) {
+            payload.scalar = static_cast<float>(record.angle);
+            ALOGI("FoldingAngle: event = %d, time = %" PRId64, record.angle, record.timestamp);
         });
+    }
+};
+
+}  // namespace
+
+std::unique_ptr<SensorBase> makeFoldingAngle(const SensorInfo& info,
+                                             ISensorsEventCallback* callback) {
+    return std::make_unique<FoldingAngle>(info, callback);
 }
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -1,15 +1,17 @@
 #pragma once
 
-#include <android/hardware/sensors/1.0/types.h>
-
 #include <cstdint>
+
+#include "sensors/SensorBase.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
 /** An angle by itself. */
 struct __attribute__((packed)) AngleRecord {
-    int32_t angle;       // degrees
-    uint64_t timestamp;  // ns
+    int32_t angle;      // degrees
+    int64_t timestamp;  // ns
+
+    bool isFlushMarker() const { return timestamp == 0; }
 };
 static_assert(sizeof(AngleRecord) == 12);
 
@@ -20,16 +22,16 @@ struct __attribute__((packed)) FusionHead {
     uint8_t state;
     uint8_t errorCode;
     float dtime;
+
+    /** Fills payload words 0 and 1. */
+    void convertTo(EventPayload& payload) const {
+        payload.data[0] = static_cast<float>(mode);
+        payload.data[1] = static_cast<float>(angle);
+    }
 };
 static_assert(sizeof(FusionHead) == 14);
 
-/** Fills payload words 0 and 1. */
-inline void convertFusion(const FusionHead& head, V1_0::Event* event) {
-    event->u.data[0] = static_cast<float>(head.mode);
-    event->u.data[1] = static_cast<float>(head.angle);
-}
-
-/** Acceleration or rotation rate of one half; it only reaches the log. */
+/** A half's accelerometer or gyroscope; it only reaches the log. */
 struct __attribute__((packed)) HalfMotion {
     float x;
     float y;

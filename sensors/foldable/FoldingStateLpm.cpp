@@ -1,49 +1,54 @@
-#include "sensors/foldable/FoldingStateLpm.h"
-
 #include <log/log.h>
 
 #include <cinttypes>
 
+#include "sensors/Drivers.h"
 #include "sensors/foldable/FoldingRecords.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
 namespace {
 
-struct __attribute__((packed)) FusionRecord {
+/** LidAngleFusion's record without the gyroscopes. */
+struct __attribute__((packed)) Record {
     FusionHead head;
     HalfMotion accMain;
     HalfMotion accSub;
-    uint64_t timestamp;  // ns
+    int64_t timestamp;  // ns
+
+    bool isFlushMarker() const { return timestamp == 0; }
 };
-static_assert(sizeof(FusionRecord) == 46);
+static_assert(sizeof(Record) == 46);
+
+/** Fold state while the application processor sleeps: fusion mode and angle. */
+class FoldingStateLpm : public SensorBase {
+  public:
+    FoldingStateLpm(const SensorInfo& info, ISensorsEventCallback* callback)
+        : SensorBase("folding_state_lpm", "FoldingStateLpm", "Folding State Lpm", info, callback,
+                     kPlainIsWakeUp) {
+        describePrivate(161, "com.tavrine.sensor.folding_state_lpm", kPermission, kOnChange,
+                        {ANDROID_LOG_ERROR, "FoldingStateLpm : Meta event"});
+    }
+
+    void readEvents() override {
+        readAndPost<Record>([](const Record& r, EventPayload& payload) {
+            r.head.convertTo(payload);
+            ALOGI(
+                "FoldingStateLpm: fusion_mode = %d, angle = %d, (state = %d, error_code = %d, "
+                "dtime = %.3f, acc_main : %.4f %.4f %.4f, acc_sub : %.4f %.4f %.4f), "
+                "time = %" PRId64,
+                r.head.mode, r.head.angle, r.head.state, r.head.errorCode, double{r.head.dtime},
+                double{r.accMain.x}, double{r.accMain.y}, double{r.accMain.z}, double{r.accSub.x},
+                double{r.accSub.y}, double{r.accSub.z}, r.timestamp);
+        });
+    }
+};
 
 }  // namespace
 
-FoldingStateLpm::FoldingStateLpm(const SensorInfo& info, ISensorsEventCallback* callback)
-    : SensorBase("folding_state_lpm", "FoldingStateLpm", "Folding State Lpm", info, callback,
-                 true) {
-    setType(kPrivateType + 161);
-    setStringType("com.tavrine.sensor.folding_state_lpm");
-    requirePermission();
-    addFlags(kOnChange);
-}
-
-void FoldingStateLpm::readEvents() {
-    readFrame<FusionRecord>(
-        NoTimestamp(), [] { ALOGE("FoldingStateLpm : Meta event"); },
-        [this](const FusionRecord& record) {
-            convertFusion(record.head, &mPendingEvent);
-            ALOGI(
-                "%s: fusion_mode = %d, angle = %d, (state = %d, error_code = %d, dtime = %.3f, "
-                "acc_main : %.4f %.4f %.4f, "
-                "acc_sub : %.4f %.4f %.4f), time = %" PRId64,
-                "FoldingStateLpm", record.head.mode, record.head.angle, record.head.state,
-                record.head.errorCode, double{record.head.dtime}, double{record.accMain.x},
-                double{record.accMain.y}, double{record.accMain.z}, double{record.accSub.x},
-                double{record.accSub.y}, double{record.accSub.z},
-                static_cast<int64_t>(record.timestamp));
-        });
+std::unique_ptr<SensorBase> makeFoldingStateLpm(const SensorInfo& info,
+                                                ISensorsEventCallback* callback) {
+    return std::make_unique<FoldingStateLpm>(info, callback);
 }
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -1,27 +1,38 @@
-#include "sensors/foldable/HingeAngle.h"
-
 #include <log/log.h>
 
 #include <cinttypes>
 
+#include "sensors/Drivers.h"
 #include "sensors/foldable/FoldingRecords.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
-HingeAngle::HingeAngle(const SensorInfo& info, ISensorsEventCallback* callback)
-    : SensorBase("hinge_angle", "HingeAngle", "Hinge Angle", info, callback, true) {
-    setType(36);
-    addFlags(kOnChange);
-}
+namespace {
 
-void HingeAngle::readEvents() {
-    readFrame<AngleRecord>(
-        NoTimestamp(), [] { ALOGE("HingeAngle : Meta event"); },
-        [this](const AngleRecord& record) {
-            mPendingEvent.u.scalar = static_cast<float>(record.angle);
-            ALOGI("HingeAngle: event = %d, time = %" PRId64, record.angle,
-                  static_cast<int64_t>(record.timestamp));
+// The platform's hinge angle came after the 1.0 enumeration.
+constexpr auto kHingeAngle = static_cast<SensorType>(36);
+
+/** Angle of the hinge in degrees, under the platform's own type. */
+class HingeAngle : public SensorBase {
+  public:
+    HingeAngle(const SensorInfo& info, ISensorsEventCallback* callback)
+        : SensorBase("hinge_angle", "HingeAngle", "Hinge Angle", info, callback, kPlainIsWakeUp) {
+        describe(kHingeAngle, kOnChange, {ANDROID_LOG_ERROR, "HingeAngle : Meta event"});
+    }
+
+    void readEvents() override {
+        readAndPost<AngleRecord>([](const AngleRecord& record, EventPayload& payload) {
+            payload.scalar = static_cast<float>(record.angle);
+            ALOGI("HingeAngle: event = %d, time = %" PRId64, record.angle, record.timestamp);
         });
+    }
+};
+
+}  // namespace
+
+std::unique_ptr<SensorBase> makeHingeAngle(const SensorInfo& info,
+                                           ISensorsEventCallback* callback) {
+    return std::make_unique<HingeAngle>(info, callback);
 }
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -1,54 +1,57 @@
-#include "sensors/foldable/LidAngleFusion.h"
-
 #include <log/log.h>
 
 #include <cinttypes>
 
+#include "sensors/Drivers.h"
 #include "sensors/foldable/FoldingRecords.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
 namespace {
 
-struct __attribute__((packed)) FusionRecord {
+struct __attribute__((packed)) Record {
     FusionHead head;
     HalfMotion accMain;
     HalfMotion gyroMain;
     HalfMotion accSub;
     HalfMotion gyroSub;
-    uint64_t timestamp;  // ns
+    int64_t timestamp;  // ns
+
+    bool isFlushMarker() const { return timestamp == 0; }
 };
-static_assert(sizeof(FusionRecord) == 70);
+static_assert(sizeof(Record) == 70);
+
+/** The lid angle that the hub fuses: fusion mode and angle. The rest goes to the log alone. */
+class LidAngleFusion : public SensorBase {
+  public:
+    LidAngleFusion(const SensorInfo& info, ISensorsEventCallback* callback)
+        : SensorBase("lid_angle_fusion", "LidAngleFusion", "Lid Angle Fusion", info, callback,
+                     kPlainIsWakeUp) {
+        describePrivate(159, "com.tavrine.sensor.lid_angle_fusion", kPermission, kOnChange,
+                        {ANDROID_LOG_ERROR, "LidAngleFusion : Meta event"});
+    }
+
+    void readEvents() override {
+        readAndPost<Record>([](const Record& r, EventPayload& payload) {
+            r.head.convertTo(payload);
+            ALOGI(
+                "LidAngleFusion: fusion_mode = %d, angle = %d, (state = %d, error_code = %d, "
+                "dtime = %.3f, acc_main : %.4f %.4f %.4f, gyro_main = %.4f %.4f %.4f, "
+                "acc_sub : %.4f %.4f %.4f, gyro_sub = %.4f %.4f %.4f), time = %" PRId64,
+                r.head.mode, r.head.angle, r.head.state, r.head.errorCode, double{r.head.dtime},
+                double{r.accMain.x}, double{r.accMain.y}, double{r.accMain.z}, double{r.gyroMain.x},
+                double{r.gyroMain.y}, double{r.gyroMain.z}, double{r.accSub.x}, double{r.accSub.y},
+                double{r.accSub.z}, double{r.gyroSub.x}, double{r.gyroSub.y}, double{r.gyroSub.z},
+                r.timestamp);
+        });
+    }
+};
 
 }  // namespace
 
-LidAngleFusion::LidAngleFusion(const SensorInfo& info, ISensorsEventCallback* callback)
-    : SensorBase("lid_angle_fusion", "LidAngleFusion", "Lid Angle Fusion", info, callback, true) {
-    setType(kPrivateType + 159);
-    setStringType("com.tavrine.sensor.lid_angle_fusion");
-    requirePermission();
-    addFlags(kOnChange);
-}
-
-void LidAngleFusion::readEvents() {
-    readFrame<FusionRecord>(
-        NoTimestamp(), [] { ALOGE("LidAngleFusion : Meta event"); },
-        [this](const FusionRecord& record) {
-            convertFusion(record.head, &mPendingEvent);
-            ALOGI(
-                "%s: fusion_mode = %d, angle = %d, (state = %d, error_code = %d, dtime = %.3f, "
-                "acc_main : %.4f %.4f %.4f, "
-                "gyro_main = %.4f %.4f %.4f, "
-                "acc_sub : %.4f %.4f %.4f, "
-                "gyro_sub = %.4f %.4f %.4f), time = %" PRId64,
-                "LidAngleFusion", record.head.mode, record.head.angle, record.head.state,
-                record.head.errorCode, double{record.head.dtime}, double{record.accMain.x},
-                double{record.accMain.y}, double{record.accMain.z}, double{record.gyroMain.x},
-                double{record.gyroMain.y}, double{record.gyroMain.z}, double{record.accSub.x},
-                double{record.accSub.y}, double{record.accSub.z}, double{record.gyroSub.x},
-                double{record.gyroSub.y}, double{record.gyroSub.z},
-                static_cast<int64_t>(record.timestamp));
-        });
+std::unique_ptr<SensorBase> makeLidAngleFusion(const SensorInfo& info,
+                                               ISensorsEventCallback* callback) {
+    return std::make_unique<LidAngleFusion>(info, callback);
 }
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -1,37 +1,44 @@
-#include "sensors/foldable/SarFolding.h"
-
 #include <log/log.h>
 
 #include <cinttypes>
+
+#include "sensors/Drivers.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
 namespace {
 
-struct __attribute__((packed)) StatusRecord {
+struct __attribute__((packed)) Record {
     uint8_t status;
-    uint64_t timestamp;  // ns
+    int64_t timestamp;  // ns
+
+    bool isFlushMarker() const { return timestamp == 0; }
 };
-static_assert(sizeof(StatusRecord) == 9);
+static_assert(sizeof(Record) == 9);
+
+/** The SAR detector's fold status, as an unsigned code. */
+class SarFolding : public SensorBase {
+  public:
+    SarFolding(const SensorInfo& info, ISensorsEventCallback* callback)
+        : SensorBase("sar_folding", "SarFolding", "Sar Folding", info, callback,
+                     kPlainIsNonWakeUp) {
+        describePrivate(175, "com.tavrine.sensor.sar_folding", kPermission, kOnChange,
+                        {ANDROID_LOG_ERROR, "SarFolding : Meta event"});
+    }
+
+    void readEvents() override {
+        readAndPost<Record>([](const Record& record, EventPayload& payload) {
+            payload.scalar = record.status;
+            ALOGI("SarFolding : status=%d time = %" PRId64, record.status, record.timestamp);
+        });
+    }
+};
 
 }  // namespace
 
-SarFolding::SarFolding(const SensorInfo& info, ISensorsEventCallback* callback)
-    : SensorBase("sar_folding", "SarFolding", "Sar Folding", info, callback, false) {
-    setType(kPrivateType + 175);
-    setStringType("com.tavrine.sensor.sar_folding");
-    requirePermission();
-    addFlags(kOnChange);
-}
-
-void SarFolding::readEvents() {
-    readFrame<StatusRecord>(
-        NoTimestamp(), [] { ALOGE("SarFolding : Meta event"); },
-        [this](const StatusRecord& record) {
-            mPendingEvent.u.scalar = static_cast<float>(record.status);
-            ALOGI("SarFolding : status=%d time = %" PRId64, record.status,
-                  static_cast<int64_t>(record.timestamp));
-        });
+std::unique_ptr<SensorBase> makeSarFolding(const SensorInfo& info,
+                                           ISensorsEventCallback* callback) {
+    return std::make_unique<SarFolding>(info, callback);
 }
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -1,69 +1,71 @@
-#include "sensors/light/LightSeamless_Sensor.h"
-
 #include <cutils/properties.h>
-#include <inttypes.h>
 #include <log/log.h>
 
+#include <cinttypes>
 #include <cstring>
 
-#include "sensors/InjectedEvent.h"
+#include "sensors/Drivers.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
 namespace {
 
-constexpr char kBrightnessProperty[] = "persist.dm.passive.ambient_brightness";
-
-struct __attribute__((packed)) SeamlessRecord {
+struct __attribute__((packed)) Record {
     int32_t event;
-    uint64_t timestamp;  // ns
-};
-static_assert(sizeof(SeamlessRecord) == 12);
+    int64_t timestamp;  // ns
 
-constexpr size_t kPacketSize = 255;
-constexpr size_t kPacketHead = 2;
-static_assert(kPacketHead + PROPERTY_VALUE_MAX <= kPacketSize);
+    bool isFlushMarker() const { return timestamp == 0; }
+};
+static_assert(sizeof(Record) == 12);
+
+/**
+ * The hub's event code for seamless refresh rates. A display property is sent to the hub at every
+ * enable.
+ */
+class LightSeamless_Sensor : public SensorBase {
+  public:
+    LightSeamless_Sensor(const SensorInfo& info, ISensorsEventCallback* callback)
+        : SensorBase("light_seamless_sensor", "LightSeamless_Sensor", "Light Seamless Sensor", info,
+                     callback, kPlainIsNonWakeUp) {
+        describePrivate(78, "com.tavrine.sensor.light_seamless", kPermission, kOnChange,
+                        {ANDROID_LOG_ERROR, "LightSeamless_Sensor : Meta event"});
+    }
+
+    int enable(int handle, bool on) override {
+        setConfig(on ? 1 : 0);
+        return SensorBase::enable(handle, on);
+    }
+
+    /** Sends the display property's text to the hub, unless it is empty or `on` is 0. */
+    void setConfig(int on) {
+        if (on == 0) return;
+        char value[PROPERTY_VALUE_MAX] = {};
+        property_get("persist.dm.passive.ambient_brightness", value, "");
+        const size_t length = strlen(value);
+        if (length == 0) {
+            ALOGI(
+                "LightSeamless_Sensor::setConfig fail to get "
+                "persist.dm.passive.ambient_brightness");
+            return;
+        }
+        ALOGI("LightSeamless_Sensor::setConfig seamless lux %s", value);
+        writePacket(value, length);  // the terminator does not travel
+    }
+
+    void readEvents() override {
+        readAndPost<Record>([](const Record& record, EventPayload& payload) {
+            ALOGI("LightSeamless_Sensor : event = %d, time = %" PRId64, record.event,
+                  record.timestamp);
+            payload.scalar = static_cast<float>(record.event);
+        });
+    }
+};
 
 }  // namespace
 
-LightSeamless_Sensor::LightSeamless_Sensor(const SensorInfo& info, ISensorsEventCallback* callback)
-    : SensorBase("light_seamless_sensor", "LightSeamless_Sensor", "Light Seamless Sensor", info,
-                 callback, false) {
-    setType(kPrivateType + 78);
-    setStringType("com.tavrine.sensor.light_seamless");
-    requirePermission();
-    addFlags(kOnChange);
-}
-
-int LightSeamless_Sensor::enable(int handle, bool on) {
-    setConfig(on ? 1 : 0);
-    return SensorBase::enable(handle, on);
-}
-
-void LightSeamless_Sensor::setConfig(int on) {
-    if (on == 0) return;
-    char value[PROPERTY_VALUE_MAX] = {};
-    property_get(kBrightnessProperty, value, "");
-    const size_t length = strlen(value);
-    if (length == 0) {
-        ALOGI("%s::%s fail to get persist.dm.passive.ambient_brightness", "LightSeamless_Sensor",
-              "setConfig");
-        return;
-    }
-    ALOGI("%s::%s seamless lux %s", "LightSeamless_Sensor", "setConfig", value);
-    uint8_t packet[kPacketSize] = {kInjectionPacketKind, static_cast<uint8_t>(mHandle)};
-    memcpy(packet + kPacketHead, value, length);  // the terminator does not travel
-    writeInjection(packet, static_cast<int>(kPacketHead + length));
-}
-
-void LightSeamless_Sensor::readEvents() {
-    readFrame<SeamlessRecord>(
-        NoTimestamp(), [] { ALOGE("%s : Meta event", "LightSeamless_Sensor"); },
-        [this](const SeamlessRecord& record) {
-            ALOGI("%s : event = %d, time = %" PRId64, "LightSeamless_Sensor", record.event,
-                  static_cast<int64_t>(record.timestamp));
-            mPendingEvent.u.data[0] = static_cast<float>(record.event);
-        });
+std::unique_ptr<SensorBase> makeLightSeamless_Sensor(const SensorInfo& info,
+                                                     ISensorsEventCallback* callback) {
+    return std::make_unique<LightSeamless_Sensor>(info, callback);
 }
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

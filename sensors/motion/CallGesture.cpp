@@ -1,28 +1,37 @@
-#include "sensors/motion/CallGesture.h"
-
-#include <inttypes.h>
 #include <log/log.h>
 
+#include <cinttypes>
+
+#include "sensors/Drivers.h"
 #include "sensors/motion/EventCodeRecord.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
-CallGesture::CallGesture(const SensorInfo& info, ISensorsEventCallback* callback)
-    : SensorBase("call_gesture", "CallGesture", "Call Gesture", info, callback, true) {
-    setType(kPrivateType + 58);
-    setStringType("com.tavrine.sensor.call_gesture");
-    requirePermission();
-    addFlags(kOnChange);
-}
+namespace {
 
-void CallGesture::readEvents() {
-    readFrame<EventCodeRecord>(
-        NoTimestamp(), [] { ALOGE("CallGesture : Meta event"); },
-        [this](const EventCodeRecord& record) {
-            ALOGI("CallGesture : event = %d, time = %" PRId64, record.event,
-                  mPendingEvent.timestamp);
-            mPendingEvent.u.scalar = record.event;
+/** Event code of the call gesture. */
+class CallGesture : public SensorBase {
+  public:
+    CallGesture(const SensorInfo& info, ISensorsEventCallback* callback)
+        : SensorBase("call_gesture", "CallGesture", "Call Gesture", info, callback,
+                     kPlainIsWakeUp) {
+        describePrivate(58, "com.tavrine.sensor.call_gesture", kPermission, kOnChange,
+                        {ANDROID_LOG_ERROR, "CallGesture : Meta event"});
+    }
+
+    void readEvents() override {
+        readAndPost<EventCodeRecord>([](const EventCodeRecord& record, EventPayload& payload) {
+            ALOGI("CallGesture : event = %d, time = %" PRId64, record.event, record.timestamp);
+            payload.scalar = record.event;
         });
+    }
+};
+
+}  // namespace
+
+std::unique_ptr<SensorBase> makeCallGesture(const SensorInfo& info,
+                                            ISensorsEventCallback* callback) {
+    return std::make_unique<CallGesture>(info, callback);
 }
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

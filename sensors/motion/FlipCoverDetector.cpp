@@ -1,64 +1,66 @@
-#include "sensors/motion/FlipCoverDetector.h"
-
 #include <fcntl.h>
-#include <inttypes.h>
 #include <log/log.h>
 
+#include <cinttypes>
+
+#include "sensors/Drivers.h"
 #include "sensors/HubPaths.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
 namespace {
 
-constexpr size_t kValues = 4;
-constexpr size_t kShortValues = 3;
-
-struct __attribute__((packed)) FlipCoverRecord {
+struct __attribute__((packed)) Record {
     int8_t event;
     int8_t detail;
-    int32_t values[kValues];
-    int16_t shortValues[kShortValues];
-    uint64_t timestamp;  // ns
+    int32_t values[4];
+    int16_t shortValues[3];
+    int64_t timestamp;  // ns
+
+    bool isFlushMarker() const { return timestamp == 0; }
 };
-static_assert(sizeof(FlipCoverRecord) == 32);
+static_assert(sizeof(Record) == 32);
 
 // 'd': a record that stays inside, neither data nor, without a timestamp, a flush marker.
 constexpr int8_t kSilentEvent = 100;
 
-}  // namespace
+/** Event code of a flip cover, with the detector's figures. */
+class FlipCoverDetector : public SensorBase {
+  public:
+    FlipCoverDetector(const SensorInfo& info, ISensorsEventCallback* callback)
+        : SensorBase("flip_cover_detector", "FlipCoverDetector", "Flip Cover Detector", info,
+                     callback, kPlainIsWakeUp) {
+        describePrivate(103, "com.tavrine.sensor.flip_cover_detector", kPermission, kOnChange,
+                        {ANDROID_LOG_ERROR, "FlipCoverDetector: Meta event"});
+    }
 
-FlipCoverDetector::FlipCoverDetector(const SensorInfo& info, ISensorsEventCallback* callback)
-    : SensorBase("flip_cover_detector", "FlipCoverDetector", "Flip Cover Detector", info, callback,
-                 true) {
-    setType(kPrivateType + 103);
-    setStringType("com.tavrine.sensor.flip_cover_detector");
-    requirePermission();
-    addFlags(kOnChange);
-}
-
-void FlipCoverDetector::readEvents() {
-    FlipCoverRecord record;
-    if (readRecord(&record) < 0) return;
-    if (record.event == kSilentEvent) return;
-    postRecord(
-        record, NoTimestamp(), [] { ALOGE("FlipCoverDetector: Meta event"); },
-        [this](const FlipCoverRecord& r) {
-            mPendingEvent.u.data[0] = r.event;
-            mPendingEvent.u.data[1] = r.detail;
-            for (size_t i = 0; i < kValues; ++i) {
-                mPendingEvent.u.data[2 + i] = static_cast<float>(r.values[i]);
-            }
-            for (size_t i = 0; i < kShortValues; ++i) {
-                mPendingEvent.u.data[2 + kValues + i] = r.shortValues[i];
-            }
+    void readEvents() override {
+        Record record;
+        if (!readRecord(&record) || record.event == kSilentEvent) return;
+        postRecord(record, [](const Record& r, EventPayload& payload) {
+            payload.data[0] = r.event;
+            payload.data[1] = r.detail;
+            for (size_t i = 0; i < 4; ++i)
+                payload.data[2 + i] = static_cast<float>(r.values[i]);
+            for (size_t i = 0; i < 3; ++i)
+                payload.data[6 + i] = r.shortValues[i];
             ALOGI("FlipCoverDetector: event = %d, %d, %d, %d, %d, %d, %d, %d, %d, time = %" PRId64,
                   r.event, r.detail, r.values[0], r.values[1], r.values[2], r.values[3],
-                  r.shortValues[0], r.shortValues[1], r.shortValues[2], mPendingEvent.timestamp);
+                  r.shortValues[0], r.shortValues[1], r.shortValues[2], r.timestamp);
         });
-}
+    }
 
-bool FlipCoverDetector::isShownSensorList() {
-    return UniqueFd(open(paths::kNfcCoverStatus, O_RDWR | O_CLOEXEC)).ok();
+    /** Listed when the cover's status file can be opened as the catalogue is built. */
+    bool isShownSensorList() override {
+        return UniqueFd(open(paths::kNfcCoverStatus, O_RDWR | O_CLOEXEC)).ok();
+    }
+};
+
+}  // namespace
+
+std::unique_ptr<SensorBase> makeFlipCoverDetector(const SensorInfo& info,
+                                                  ISensorsEventCallback* callback) {
+    return std::make_unique<FlipCoverDetector>(info, callback);
 }
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

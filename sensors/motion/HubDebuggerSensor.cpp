@@ -1,37 +1,44 @@
-#include "sensors/motion/HubDebuggerSensor.h"
-
-#include <inttypes.h>
 #include <log/log.h>
+
+#include <cinttypes>
+
+#include "sensors/Drivers.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
 namespace {
 
-struct __attribute__((packed)) DebugTextRecord {
-    char text[256];      // ends with a NUL only when shorter
-    uint64_t timestamp;  // ns
+struct __attribute__((packed)) Record {
+    char text[256];     // ends with a NUL only when shorter
+    int64_t timestamp;  // ns
 };
-static_assert(sizeof(DebugTextRecord) == 264);
+static_assert(sizeof(Record) == 264);
+
+/** The hub's debug text. It goes to the log alone: nothing is posted, nor is the sensor listed. */
+class HubDebuggerSensor : public SensorBase {
+  public:
+    HubDebuggerSensor(const SensorInfo& info, ISensorsEventCallback* callback)
+        : SensorBase("hub_debugger", "HubDebuggerSensor", "Hub Debugger", info, callback,
+                     kPlainIsNonWakeUp) {
+        describePrivate(106, "com.tavrine.sensor.hub_debugger", kNoPermission, kContinuous,
+                        kNoFlushLine);
+    }
+
+    void readEvents() override {
+        Record record;
+        if (!readRecord(&record) || record.timestamp == 0) return;
+        ALOGI("HubDebuggerSensor: %.*s, time = %" PRId64, static_cast<int>(sizeof(record.text)),
+              record.text, record.timestamp);
+    }
+
+    bool isShownSensorList() override { return false; }
+};
 
 }  // namespace
 
-HubDebuggerSensor::HubDebuggerSensor(const SensorInfo& info, ISensorsEventCallback* callback)
-    : SensorBase("hub_debugger", "HubDebuggerSensor", "Hub Debugger", info, callback, false) {
-    setType(kPrivateType + 106);
-    setStringType("com.tavrine.sensor.hub_debugger");
-}
-
-void HubDebuggerSensor::readEvents() {
-    DebugTextRecord record;
-    if (readRecord(&record) < 0) return;
-    setTimestamp(record.timestamp);
-    if (record.timestamp == 0) return;
-    ALOGI("%s: %.*s, time = %" PRId64, mTag, static_cast<int>(sizeof(record.text)), record.text,
-          mPendingEvent.timestamp);
-}
-
-bool HubDebuggerSensor::isShownSensorList() {
-    return false;
+std::unique_ptr<SensorBase> makeHubDebuggerSensor(const SensorInfo& info,
+                                                  ISensorsEventCallback* callback) {
+    return std::make_unique<HubDebuggerSensor>(info, callback);
 }
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

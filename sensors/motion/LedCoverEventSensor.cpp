@@ -1,29 +1,38 @@
-#include "sensors/motion/LedCoverEventSensor.h"
-
-#include <inttypes.h>
 #include <log/log.h>
 
+#include <cinttypes>
+
+#include "sensors/Drivers.h"
 #include "sensors/motion/EventCodeRecord.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
-LedCoverEventSensor::LedCoverEventSensor(const SensorInfo& info, ISensorsEventCallback* callback)
-    : SensorBase("led_cover_event_sensor", "LedCoverEventSensor", "Led Cover Event Sensor", info,
-                 callback, true) {
-    setType(kPrivateType + 70);
-    setStringType("com.tavrine.sensor.led_cover_event");
-    requirePermission();
-    addFlags(kOnChange);
-}
+namespace {
 
-void LedCoverEventSensor::readEvents() {
-    readFrame<EventCodeRecord>(
-        NoTimestamp(), [] { ALOGE("LedCoverEventSensor : Meta event"); },
-        [this](const EventCodeRecord& record) {
+/** Event code of an LED cover case. */
+class LedCoverEventSensor : public SensorBase {
+  public:
+    LedCoverEventSensor(const SensorInfo& info, ISensorsEventCallback* callback)
+        : SensorBase("led_cover_event_sensor", "LedCoverEventSensor", "Led Cover Event Sensor",
+                     info, callback, kPlainIsWakeUp) {
+        describePrivate(70, "com.tavrine.sensor.led_cover_event", kPermission, kOnChange,
+                        {ANDROID_LOG_ERROR, "LedCoverEventSensor : Meta event"});
+    }
+
+    void readEvents() override {
+        readAndPost<EventCodeRecord>([](const EventCodeRecord& record, EventPayload& payload) {
             ALOGI("LedCoverEventSensor : event = %d, time = %" PRId64, record.event,
-                  mPendingEvent.timestamp);
-            mPendingEvent.u.scalar = record.event;
+                  record.timestamp);
+            payload.scalar = record.event;
         });
+    }
+};
+
+}  // namespace
+
+std::unique_ptr<SensorBase> makeLedCoverEventSensor(const SensorInfo& info,
+                                                    ISensorsEventCallback* callback) {
+    return std::make_unique<LedCoverEventSensor>(info, callback);
 }
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

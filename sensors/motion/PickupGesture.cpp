@@ -1,25 +1,44 @@
-#include "sensors/motion/PickupGesture.h"
-
-#include <inttypes.h>
 #include <log/log.h>
 
-#include "sensors/motion/EventCodeRecord.h"
+#include <cinttypes>
+
+#include "sensors/Drivers.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
-PickupGesture::PickupGesture(const SensorInfo& info, ISensorsEventCallback* callback)
-    : SensorBase("pickup_gesture", "PickupGesture", "Pick Up Gesture", info, callback, true) {
-    setType(25);
-    addFlags(kOneShot);
-}
+namespace {
 
-void PickupGesture::readEvents() {
-    EventCodeRecord record;
-    if (readRecord(&record) < 0) return;
-    setTimestamp(record.timestamp);
-    mPendingEvent.u.scalar = record.event;
-    ALOGI("PickupGesture: event = %d, time = %" PRId64, record.event, mPendingEvent.timestamp);
-    postPendingEvent();
+struct __attribute__((packed)) Record {
+    uint8_t event;
+    int64_t timestamp;  // ns
+
+    /** Every record is an event, even without a timestamp. */
+    static bool isFlushMarker() { return false; }
+};
+static_assert(sizeof(Record) == 9);
+
+/** The device was picked up, once per activation. */
+class PickupGesture : public SensorBase {
+  public:
+    PickupGesture(const SensorInfo& info, ISensorsEventCallback* callback)
+        : SensorBase("pickup_gesture", "PickupGesture", "Pick Up Gesture", info, callback,
+                     kPlainIsWakeUp) {
+        describe(SensorType::PICK_UP_GESTURE, kOneShot, kNoFlushLine);
+    }
+
+    void readEvents() override {
+        readAndPost<Record>([](const Record& record, EventPayload& payload) {
+            payload.scalar = record.event;
+            ALOGI("PickupGesture: event = %d, time = %" PRId64, record.event, record.timestamp);
+        });
+    }
+};
+
+}  // namespace
+
+std::unique_ptr<SensorBase> makePickupGesture(const SensorInfo& info,
+                                              ISensorsEventCallback* callback) {
+    return std::make_unique<PickupGesture>(info, callback);
 }
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -1,36 +1,44 @@
-#include "sensors/motion/PocketModeLiteSensor.h"
-
 #include <log/log.h>
+
+#include "sensors/Drivers.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
 namespace {
 
-struct __attribute__((packed)) PocketModeLiteRecord {
+struct __attribute__((packed)) Record {
     uint8_t state;
     int32_t value;
-    uint64_t timestamp;  // ns
+    int64_t timestamp;  // ns
+
+    bool isFlushMarker() const { return timestamp == 0; }
 };
-static_assert(sizeof(PocketModeLiteRecord) == 13);
+static_assert(sizeof(Record) == 13);
+
+/** The small form of PocketModeSensor: a state and one figure. */
+class PocketModeLiteSensor : public SensorBase {
+  public:
+    PocketModeLiteSensor(const SensorInfo& info, ISensorsEventCallback* callback)
+        : SensorBase("pocket_mode_lite", "PocketModeLiteSensor", "Pocket Mode Lite", info, callback,
+                     kPlainIsNonWakeUp) {
+        describePrivate(72, "com.tavrine.sensor.pocket_mode", kNoPermission, kOnChange,
+                        {ANDROID_LOG_ERROR, "PocketModeLiteSensor : Meta event"});
+    }
+
+    void readEvents() override {
+        readAndPost<Record>([](const Record& record, EventPayload& payload) {
+            payload.data[0] = record.state;
+            payload.data[1] = static_cast<float>(record.value);
+            ALOGI("PocketModeLiteSensor - %d, %d", record.state, record.value);
+        });
+    }
+};
 
 }  // namespace
 
-PocketModeLiteSensor::PocketModeLiteSensor(const SensorInfo& info, ISensorsEventCallback* callback)
-    : SensorBase("pocket_mode_lite", "PocketModeLiteSensor", "Pocket Mode Lite", info, callback,
-                 false) {
-    setType(kPrivateType + 72);
-    setStringType("com.tavrine.sensor.pocket_mode");
-    addFlags(kOnChange);
-}
-
-void PocketModeLiteSensor::readEvents() {
-    readFrame<PocketModeLiteRecord>(
-        NoTimestamp(), [] { ALOGE("PocketModeLiteSensor : Meta event"); },
-        [this](const PocketModeLiteRecord& record) {
-            mPendingEvent.u.data[0] = record.state;
-            mPendingEvent.u.data[1] = static_cast<float>(record.value);
-            ALOGI("PocketModeLiteSensor - %d, %d", record.state, record.value);
-        });
+std::unique_ptr<SensorBase> makePocketModeLiteSensor(const SensorInfo& info,
+                                                     ISensorsEventCallback* callback) {
+    return std::make_unique<PocketModeLiteSensor>(info, callback);
 }
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -1,53 +1,55 @@
-#include "sensors/motion/PocketModeSensor.h"
-
-#include <inttypes.h>
 #include <log/log.h>
+
+#include <cinttypes>
+
+#include "sensors/Drivers.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
 namespace {
 
-constexpr size_t kWords = 14;
-
-struct __attribute__((packed)) PocketModeRecord {
+struct __attribute__((packed)) Record {
     uint8_t event;
     uint8_t reason;
-    uint32_t words[kWords];  // base, current, three more, temp, eight more
-    uint64_t timestamp;      // ns
-};
-static_assert(sizeof(PocketModeRecord) == 66);
+    uint32_t words[14];  // base, current, three more, temp, eight more
+    int64_t timestamp;   // ns
 
-constexpr size_t kBase = 0;
-constexpr size_t kCurrent = 1;
-constexpr size_t kTemp = 5;
+    bool isFlushMarker() const { return timestamp == 0; }
+};
+static_assert(sizeof(Record) == 66);
+
+/** Event code of the pocket mode, its reason, and the detector's fourteen figures. */
+class PocketModeSensor : public SensorBase {
+  public:
+    PocketModeSensor(const SensorInfo& info, ISensorsEventCallback* callback)
+        : SensorBase("pocket_mode", "PocketModeSensor", "Pocket Mode", info, callback,
+                     kPlainIsNonWakeUp) {
+        describePrivate(69, "com.tavrine.sensor.pocket_mode", kPermission, kOnChange,
+                        {ANDROID_LOG_ERROR, "PocketModeSensor : Meta event"});
+    }
+
+    void readEvents() override {
+        readAndPost<Record>([](const Record& record, EventPayload& payload) {
+            payload.data[0] = record.event;
+            payload.data[1] = record.reason;
+            for (size_t i = 0; i < 14; ++i)
+                payload.data[2 + i] = static_cast<float>(record.words[i]);
+            // The log shows the words signed.
+            ALOGI(
+                "PocketMode: event = %d, reason = %d, base = %d current = %d temp = %d time = "
+                "%" PRId64,
+                record.event, record.reason, static_cast<int32_t>(record.words[0]),
+                static_cast<int32_t>(record.words[1]), static_cast<int32_t>(record.words[5]),
+                record.timestamp);
+        });
+    }
+};
 
 }  // namespace
 
-PocketModeSensor::PocketModeSensor(const SensorInfo& info, ISensorsEventCallback* callback)
-    : SensorBase("pocket_mode", "PocketModeSensor", "Pocket Mode", info, callback, false) {
-    setType(kPrivateType + 69);
-    setStringType("com.tavrine.sensor.pocket_mode");
-    requirePermission();
-    addFlags(kOnChange);
-}
-
-void PocketModeSensor::readEvents() {
-    readFrame<PocketModeRecord>(
-        NoTimestamp(), [] { ALOGE("PocketModeSensor : Meta event"); },
-        [this](const PocketModeRecord& record) {
-            mPendingEvent.u.data[0] = record.event;
-            mPendingEvent.u.data[1] = record.reason;
-            for (size_t i = 0; i < kWords; ++i) {
-                mPendingEvent.u.data[2 + i] = static_cast<float>(record.words[i]);
-            }
-            // The log shows the words signed.
-            ALOGI(
-                "PocketMode: event = %d, reason = %d, base = %d current = %d temp = %d "
-                "time = %" PRId64,
-                record.event, record.reason, static_cast<int32_t>(record.words[kBase]),
-                static_cast<int32_t>(record.words[kCurrent]),
-                static_cast<int32_t>(record.words[kTemp]), mPendingEvent.timestamp);
-        });
+std::unique_ptr<SensorBase> makePocketModeSensor(const SensorInfo& info,
+                                                 ISensorsEventCallback* callback) {
+    return std::make_unique<PocketModeSensor>(info, callback);
 }
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

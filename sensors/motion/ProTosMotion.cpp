@@ -1,28 +1,37 @@
-#include "sensors/motion/ProTosMotion.h"
-
-#include <inttypes.h>
 #include <log/log.h>
 
+#include <cinttypes>
+
+#include "sensors/Drivers.h"
 #include "sensors/motion/EventCodeRecord.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
-ProTosMotion::ProTosMotion(const SensorInfo& info, ISensorsEventCallback* callback)
-    : SensorBase("protos_motion", "ProTosMotion", "Pro Tos Motion", info, callback, true) {
-    setType(kPrivateType + 77);
-    setStringType("com.tavrine.sensor.protos_motion");
-    requirePermission();
-    addFlags(kSpecial);
-}
+namespace {
 
-void ProTosMotion::readEvents() {
-    readFrame<EventCodeRecord>(
-        NoTimestamp(), [] { ALOGE("ProTosMotion: Meta event"); },
-        [this](const EventCodeRecord& record) {
-            ALOGI("ProTosMotion: event = %d, time = %" PRId64, record.event,
-                  mPendingEvent.timestamp);
-            mPendingEvent.u.scalar = record.event;
+/** Event code of the hub's "Pro Tos" motion detector. */
+class ProTosMotion : public SensorBase {
+  public:
+    ProTosMotion(const SensorInfo& info, ISensorsEventCallback* callback)
+        : SensorBase("protos_motion", "ProTosMotion", "Pro Tos Motion", info, callback,
+                     kPlainIsWakeUp) {
+        describePrivate(77, "com.tavrine.sensor.protos_motion", kPermission, kSpecial,
+                        {ANDROID_LOG_ERROR, "ProTosMotion: Meta event"});
+    }
+
+    void readEvents() override {
+        readAndPost<EventCodeRecord>([](const EventCodeRecord& record, EventPayload& payload) {
+            ALOGI("ProTosMotion: event = %d, time = %" PRId64, record.event, record.timestamp);
+            payload.scalar = record.event;
         });
+    }
+};
+
+}  // namespace
+
+std::unique_ptr<SensorBase> makeProTosMotion(const SensorInfo& info,
+                                             ISensorsEventCallback* callback) {
+    return std::make_unique<ProTosMotion>(info, callback);
 }
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -1,47 +1,54 @@
-#include "sensors/motion/ProximityRawSensor.h"
-
 #include <log/log.h>
+
+#include "sensors/Drivers.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
 namespace {
 
-struct __attribute__((packed)) ProximityRawRecord {
+struct __attribute__((packed)) Record {
     int16_t raw;
     int16_t prox;
     int16_t callmin;
     int16_t baseline;
     int16_t psoff;
     int16_t ir;
-    uint64_t timestamp;  // ns
+    int64_t timestamp;  // ns
+
+    bool isFlushMarker() const { return timestamp == 0; }
 };
-static_assert(sizeof(ProximityRawRecord) == 20);
+static_assert(sizeof(Record) == 20);
 
-}  // namespace
+/** Raw figures of the proximity chip. The payload begins with the record's second field. */
+class ProximityRawSensor : public SensorBase {
+  public:
+    ProximityRawSensor(const SensorInfo& info, ISensorsEventCallback* callback)
+        : SensorBase("proximity_raw", "ProximityRawSensor", "Proximity Raw Sensor", info, callback,
+                     kPlainIsNonWakeUp) {
+        describePrivate(46, "com.tavrine.sensor.proximity_alert", kPermission, kOnChange,
+                        {ANDROID_LOG_ERROR, "ProximityRawSensor : Meta event"});
+    }
 
-ProximityRawSensor::ProximityRawSensor(const SensorInfo& info, ISensorsEventCallback* callback)
-    : SensorBase("proximity_raw", "ProximityRawSensor", "Proximity Raw Sensor", info, callback,
-                 false) {
-    setType(kPrivateType + 46);
-    setStringType("com.tavrine.sensor.proximity_alert");
-    requirePermission();
-    addFlags(kOnChange);
-}
-
-void ProximityRawSensor::readEvents() {
-    readFrame<ProximityRawRecord>(
-        NoTimestamp(), [] { ALOGE("ProximityRawSensor : Meta event"); },
-        [this](const ProximityRawRecord& record) {
-            mPendingEvent.u.data[0] = record.prox;
-            mPendingEvent.u.data[1] = record.raw;
-            mPendingEvent.u.data[2] = record.callmin;
-            mPendingEvent.u.data[3] = record.baseline;
-            mPendingEvent.u.data[4] = record.psoff;
-            mPendingEvent.u.data[5] = record.ir;
-            ALOGI("%s - prox(%d),raw(%d),callmin(%d),baseline(%d),psoff(%d),ir(%d)", mTag,
+    void readEvents() override {
+        readAndPost<Record>([](const Record& record, EventPayload& payload) {
+            payload.data[0] = record.prox;
+            payload.data[1] = record.raw;
+            payload.data[2] = record.callmin;
+            payload.data[3] = record.baseline;
+            payload.data[4] = record.psoff;
+            payload.data[5] = record.ir;
+            ALOGI("ProximityRawSensor - prox(%d),raw(%d),callmin(%d),baseline(%d),psoff(%d),ir(%d)",
                   record.prox, record.raw, record.callmin, record.baseline, record.psoff,
                   record.ir);
         });
+    }
+};
+
+}  // namespace
+
+std::unique_ptr<SensorBase> makeProximityRawSensor(const SensorInfo& info,
+                                                   ISensorsEventCallback* callback) {
+    return std::make_unique<ProximityRawSensor>(info, callback);
 }
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -1,10 +1,9 @@
-#include "sensors/motion/SarBackoffMotion.h"
-
-#include <inttypes.h>
 #include <log/log.h>
 
 #include <cerrno>
+#include <cinttypes>
 
+#include "sensors/Drivers.h"
 #include "sensors/InjectedEvent.h"
 #include "sensors/motion/EventCodeRecord.h"
 
@@ -12,41 +11,39 @@ namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
 namespace {
 
-struct __attribute__((packed)) ValuePacket {
-    uint8_t kind;
-    uint8_t handle;
-    int32_t value;
+/** Event code of the SAR back-off motion. */
+class SarBackoffMotion : public SensorBase {
+  public:
+    SarBackoffMotion(const SensorInfo& info, ISensorsEventCallback* callback)
+        : SensorBase("sar_backoff_motion", "SarBackoffMotion", "SBM", info, callback,
+                     kPlainIsWakeUp) {
+        describePrivate(107, "com.tavrine.sensor.sar_backoff_motion", kPermission, kOneShot,
+                        {ANDROID_LOG_INFO, "SarBackoffMotion: Meta event"});
+    }
+
+    void readEvents() override {
+        readAndPost<EventCodeRecord>([](const EventCodeRecord& record, EventPayload& payload) {
+            ALOGI("SarBackoffMotion: event = %d, time = %" PRId64, record.event, record.timestamp);
+            payload.scalar = record.event;
+        });
+    }
+
+    /** Sub-command 0 sends payload word 2 to the hub; -EINVAL for any other. */
+    int injectSensorData(const Event& event) override {
+        const uint32_t code = injectedSubCommand(event);
+        if (code < kFirstSubCommand) return 0;
+        if (code != kSubCommand0) return -EINVAL;
+        const int32_t value = injectedArgument(event, 2);
+        ALOGI("SarBackoffMotion::injectSensorData: data %d", value);
+        return writePacket(value);
+    }
 };
-static_assert(sizeof(ValuePacket) == 6);
 
 }  // namespace
 
-SarBackoffMotion::SarBackoffMotion(const SensorInfo& info, ISensorsEventCallback* callback)
-    : SensorBase("sar_backoff_motion", "SarBackoffMotion", "SBM", info, callback, true) {
-    setType(kPrivateType + 107);
-    setStringType("com.tavrine.sensor.sar_backoff_motion");
-    requirePermission();
-    addFlags(kOneShot);
-}
-
-void SarBackoffMotion::readEvents() {
-    readFrame<EventCodeRecord>(
-        NoTimestamp(), [] { ALOGI("SarBackoffMotion: Meta event"); },
-        [this](const EventCodeRecord& record) {
-            ALOGI("SarBackoffMotion: event = %d, time = %" PRId64, record.event,
-                  mPendingEvent.timestamp);
-            mPendingEvent.u.scalar = record.event;
-        });
-}
-
-int SarBackoffMotion::injectSensorData(const Event& event) {
-    const uint32_t code = injectedSubCommand(event);
-    if (code < kFirstSubCommand) return 0;
-    if (code != kSubCommand0) return -EINVAL;
-
-    const int32_t value = injectedArgument(event, 2);
-    ALOGI("%s::%s: data %d", mTag, "injectSensorData", value);
-    return writePacket(ValuePacket{kInjectionPacketKind, static_cast<uint8_t>(mHandle), value});
+std::unique_ptr<SensorBase> makeSarBackoffMotion(const SensorInfo& info,
+                                                 ISensorsEventCallback* callback) {
+    return std::make_unique<SarBackoffMotion>(info, callback);
 }
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

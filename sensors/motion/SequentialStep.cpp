@@ -1,56 +1,61 @@
-#include "sensors/motion/SequentialStep.h"
-
-#include <inttypes.h>
 #include <log/log.h>
 
-#include "sensors/InjectedEvent.h"
+#include <cinttypes>
+
+#include "sensors/Drivers.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
 namespace {
 
-struct __attribute__((packed)) SequentialStepRecord {
+struct __attribute__((packed)) Record {
     int32_t steps;
-    uint64_t timestamp;  // ns
+    int64_t timestamp;  // ns
+
+    bool isFlushMarker() const { return timestamp == 0; }
 };
-static_assert(sizeof(SequentialStepRecord) == 12);
+static_assert(sizeof(Record) == 12);
 
 struct __attribute__((packed)) ThresholdPacket {
-    uint8_t kind;
-    uint8_t handle;
     uint8_t command;
     int64_t threshold;  // ms
 };
-static_assert(sizeof(ThresholdPacket) == 11);
+static_assert(sizeof(ThresholdPacket) == 9);
 
 constexpr uint8_t kSetThreshold = 0x80;
 constexpr int64_t kNsPerMs = 1000000;
 
+/** Steps taken in a sequence. */
+class SequentialStep : public SensorBase {
+  public:
+    SequentialStep(const SensorInfo& info, ISensorsEventCallback* callback)
+        : SensorBase("sequential_step", "SequentialStep", "Sequential Step", info, callback,
+                     kPlainIsNonWakeUp) {
+        describePrivate(111, "com.tavrine.sensor.seq_step", kPermission, kOnChange,
+                        {ANDROID_LOG_ERROR, "SequentialStep : Meta event"});
+        presetAccuracyHigh();
+    }
+
+    void readEvents() override {
+        readAndPost<Record>([](const Record& record, EventPayload& payload) {
+            payload.scalar = static_cast<float>(record.steps);
+        });
+    }
+
+    /** Sends the period in ms as the detector's threshold. 0 even when the hub refused it. */
+    int batch(int, int64_t samplingPeriodNs, int64_t) override {
+        const int64_t threshold = samplingPeriodNs / kNsPerMs;
+        ALOGI("SequentialStep::batch: threshold %" PRId64, threshold);
+        writePacket(ThresholdPacket{kSetThreshold, threshold});
+        return 0;
+    }
+};
+
 }  // namespace
 
-SequentialStep::SequentialStep(const SensorInfo& info, ISensorsEventCallback* callback)
-    : SensorBase("sequential_step", "SequentialStep", "Sequential Step", info, callback, false) {
-    setType(kPrivateType + 111);
-    setStringType("com.tavrine.sensor.seq_step");
-    requirePermission();
-    addFlags(kOnChange);
-    mPendingEvent.u.vec3.status = kAccuracyHigh;
-}
-
-void SequentialStep::readEvents() {
-    readFrame<SequentialStepRecord>(
-        NoTimestamp(), [] { ALOGE("SequentialStep : Meta event"); },
-        [this](const SequentialStepRecord& record) {
-            mPendingEvent.u.data[0] = static_cast<float>(record.steps);
-        });
-}
-
-int SequentialStep::batch(int, int64_t samplingPeriodNs, int64_t) {
-    const int64_t threshold = samplingPeriodNs / kNsPerMs;
-    ALOGI("%s::%s: threshold %" PRId64, mTag, "batch", threshold);
-    writePacket(ThresholdPacket{kInjectionPacketKind, static_cast<uint8_t>(mHandle), kSetThreshold,
-                                threshold});
-    return 0;
+std::unique_ptr<SensorBase> makeSequentialStep(const SensorInfo& info,
+                                               ISensorsEventCallback* callback) {
+    return std::make_unique<SequentialStep>(info, callback);
 }
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

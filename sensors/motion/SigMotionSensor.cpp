@@ -1,32 +1,51 @@
-#include "sensors/motion/SigMotionSensor.h"
-
-#include <inttypes.h>
 #include <log/log.h>
 
-#include <cerrno>
-#include <cstring>
+#include <cinttypes>
 
-#include "sensors/motion/EventCodeRecord.h"
+#include "sensors/Drivers.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
-SigMotionSensor::SigMotionSensor(const SensorInfo& info, ISensorsEventCallback* callback)
-    : SensorBase("sig_motion_sensor", "SigMotionSensor", "Significant Motion", info, callback,
-                 true) {
-    setType(17);
-    addFlags(kOneShot);
-}
+namespace {
 
-void SigMotionSensor::readEvents() {
-    EventCodeRecord record;
-    if (readRecordQuietly(&record) < 0) {
-        ALOGE("SIgMotionSensor :input data file descriptor not available - (%s)", strerror(errno));
-        return;
+struct __attribute__((packed)) Record {
+    uint8_t event;
+    int64_t timestamp;  // ns
+
+    /** Every record is an event, even without a timestamp. */
+    static bool isFlushMarker() { return false; }
+};
+static_assert(sizeof(Record) == 9);
+
+/**
+ * Significant motion, once per activation. The event carries the time of its reading, not the
+ * record's.
+ */
+class SigMotionSensor : public SensorBase {
+  public:
+    SigMotionSensor(const SensorInfo& info, ISensorsEventCallback* callback)
+        : SensorBase("sig_motion_sensor", "SigMotionSensor", "Significant Motion", info, callback,
+                     kPlainIsWakeUp) {
+        describe(SensorType::SIGNIFICANT_MOTION, kOneShot, kNoFlushLine);
+        setReadFailure("SIgMotionSensor :input data file descriptor not available");
     }
-    mPendingEvent.timestamp = getTimestamp();
-    mPendingEvent.u.scalar = record.event;
-    ALOGI("SigMotionSensor: event = %d, time = %" PRId64, record.event, mPendingEvent.timestamp);
-    postPendingEvent();
+
+    void readEvents() override {
+        Record record;
+        if (!readRecord(&record)) return;
+        record.timestamp = getTimestamp();
+        postRecord(record, [](const Record& r, EventPayload& payload) {
+            payload.scalar = r.event;
+            ALOGI("SigMotionSensor: event = %d, time = %" PRId64, r.event, r.timestamp);
+        });
+    }
+};
+
+}  // namespace
+
+std::unique_ptr<SensorBase> makeSigMotionSensor(const SensorInfo& info,
+                                                ISensorsEventCallback* callback) {
+    return std::make_unique<SigMotionSensor>(info, callback);
 }
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -1,42 +1,48 @@
-#include "sensors/motion/StepCounterSensor.h"
-
-#include <inttypes.h>
 #include <log/log.h>
 
-#include <cerrno>
-#include <cstring>
+#include <cinttypes>
+
+#include "sensors/Drivers.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
 namespace {
 
-struct __attribute__((packed)) StepCountRecord {
+struct __attribute__((packed)) Record {
     uint8_t ignored[4];
     uint64_t stepCount;
-    uint64_t timestamp;  // ns
+    int64_t timestamp;  // ns
+
+    bool isFlushMarker() const { return timestamp == 0; }
 };
-static_assert(sizeof(StepCountRecord) == 20);
+static_assert(sizeof(Record) == 20);
+
+/** Number of steps, as a 64-bit integer in the payload. */
+class StepCounterSensor : public SensorBase {
+  public:
+    StepCounterSensor(const SensorInfo& info, ISensorsEventCallback* callback)
+        : SensorBase("step_cnt_sensor", "StepCounterSensor", "Step Counter", info, callback,
+                     kPlainIsNonWakeUp) {
+        describe(SensorType::STEP_COUNTER, kOnChange,
+                 {ANDROID_LOG_ERROR, "StepCounterSensor: Meta event"});
+        setReadFailure("StepCounterSensor: input data file descriptor not available");
+    }
+
+    void readEvents() override {
+        Record record;
+        if (!readRecord(&record)) return;
+        // Ahead of the flush test: every record shows up in the log.
+        ALOGI("StepCounterSensor - %" PRIu64, record.stepCount);
+        postRecord(record,
+                   [](const Record& r, EventPayload& payload) { payload.stepCount = r.stepCount; });
+    }
+};
 
 }  // namespace
 
-StepCounterSensor::StepCounterSensor(const SensorInfo& info, ISensorsEventCallback* callback)
-    : SensorBase("step_cnt_sensor", "StepCounterSensor", "Step Counter", info, callback, false) {
-    setType(19);
-    addFlags(kOnChange);
-}
-
-void StepCounterSensor::readEvents() {
-    StepCountRecord record;
-    if (readRecordQuietly(&record) < 0) {
-        ALOGE("StepCounterSensor: input data file descriptor not available - (%s)",
-              strerror(errno));
-        return;
-    }
-    // Ahead of the flush test: every record shows up in the log.
-    ALOGI("StepCounterSensor - %" PRIu64, record.stepCount);
-    postRecord(
-        record, NoTimestamp(), [] { ALOGE("StepCounterSensor: Meta event"); },
-        [this](const StepCountRecord& r) { mPendingEvent.u.stepCount = r.stepCount; });
+std::unique_ptr<SensorBase> makeStepCounterSensor(const SensorInfo& info,
+                                                  ISensorsEventCallback* callback) {
+    return std::make_unique<StepCounterSensor>(info, callback);
 }
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -1,30 +1,40 @@
-#include "sensors/motion/StepDetectorSensor.h"
-
-#include <log/log.h>
-
-#include <cerrno>
-#include <cstring>
-
-#include "sensors/motion/EventCodeRecord.h"
+#include "sensors/Drivers.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
-StepDetectorSensor::StepDetectorSensor(const SensorInfo& info, ISensorsEventCallback* callback)
-    : SensorBase("step_det_sensor", "StepDetectorSensor", "Step Detector", info, callback, false) {
-    setType(18);
-    addFlags(kSpecial);
-}
+namespace {
 
-void StepDetectorSensor::readEvents() {
-    EventCodeRecord record;
-    if (readRecordQuietly(&record) < 0) {
-        ALOGE("Step detector :input data file descriptor not available - (%s)", strerror(errno));
-        return;
+struct __attribute__((packed)) Record {
+    uint8_t event;
+    int64_t timestamp;  // ns
+
+    /** A step may carry no timestamp. */
+    bool isFlushMarker() const { return timestamp == 0 && event == 0; }
+};
+static_assert(sizeof(Record) == 9);
+
+/** One step taken. */
+class StepDetectorSensor : public SensorBase {
+  public:
+    StepDetectorSensor(const SensorInfo& info, ISensorsEventCallback* callback)
+        : SensorBase("step_det_sensor", "StepDetectorSensor", "Step Detector", info, callback,
+                     kPlainIsNonWakeUp) {
+        describe(SensorType::STEP_DETECTOR, kSpecial,
+                 {ANDROID_LOG_ERROR, "StepDetectorSensor: Meta event"});
+        setReadFailure("Step detector :input data file descriptor not available");
     }
-    postRecord(
-        record, [](const EventCodeRecord& r) { return r.timestamp == 0 && r.event == 0; },
-        [] { ALOGE("StepDetectorSensor: Meta event"); },
-        [this](const EventCodeRecord& r) { mPendingEvent.u.scalar = r.event; });
+
+    void readEvents() override {
+        readAndPost<Record>(
+            [](const Record& record, EventPayload& payload) { payload.scalar = record.event; });
+    }
+};
+
+}  // namespace
+
+std::unique_ptr<SensorBase> makeStepDetectorSensor(const SensorInfo& info,
+                                                   ISensorsEventCallback* callback) {
+    return std::make_unique<StepDetectorSensor>(info, callback);
 }
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -1,26 +1,37 @@
-#include "sensors/motion/TiltDetector.h"
-
-#include <inttypes.h>
 #include <log/log.h>
 
+#include <cinttypes>
+
+#include "sensors/Drivers.h"
 #include "sensors/motion/EventCodeRecord.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
-TiltDetector::TiltDetector(const SensorInfo& info, ISensorsEventCallback* callback)
-    : SensorBase("tilt_detector", "TiltDetector", "Tilt Detector", info, callback, true) {
-    setType(22);
-    addFlags(kSpecial);
-}
+namespace {
 
-void TiltDetector::readEvents() {
-    readFrame<EventCodeRecord>(
-        NoTimestamp(), [] { ALOGE("TiltDetector: Meta event"); },
-        [this](const EventCodeRecord& record) {
-            ALOGI("TiltDetector: event = %d, time = %" PRId64, record.event,
-                  mPendingEvent.timestamp);
-            mPendingEvent.u.scalar = record.event;
+/** The device was tilted. */
+class TiltDetector : public SensorBase {
+  public:
+    TiltDetector(const SensorInfo& info, ISensorsEventCallback* callback)
+        : SensorBase("tilt_detector", "TiltDetector", "Tilt Detector", info, callback,
+                     kPlainIsWakeUp) {
+        describe(SensorType::TILT_DETECTOR, kSpecial,
+                 {ANDROID_LOG_ERROR, "TiltDetector: Meta event"});
+    }
+
+    void readEvents() override {
+        readAndPost<EventCodeRecord>([](const EventCodeRecord& record, EventPayload& payload) {
+            ALOGI("TiltDetector: event = %d, time = %" PRId64, record.event, record.timestamp);
+            payload.scalar = record.event;
         });
+    }
+};
+
+}  // namespace
+
+std::unique_ptr<SensorBase> makeTiltDetector(const SensorInfo& info,
+                                             ISensorsEventCallback* callback) {
+    return std::make_unique<TiltDetector>(info, callback);
 }
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -1,27 +1,37 @@
-#include "sensors/motion/WakeUpMotion.h"
-
-#include <inttypes.h>
 #include <log/log.h>
 
+#include <cinttypes>
+
+#include "sensors/Drivers.h"
 #include "sensors/motion/EventCodeRecord.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
-WakeUpMotion::WakeUpMotion(const SensorInfo& info, ISensorsEventCallback* callback)
-    : SensorBase("wake_up_motion", "WakeUpMotion", "Wake Up Motion", info, callback, true) {
-    setType(kPrivateType + 54);
-    setStringType("com.tavrine.sensor.wake_up_motion");
-    addFlags(kSpecial | kWakeUp);
-}
+namespace {
 
-void WakeUpMotion::readEvents() {
-    readFrame<EventCodeRecord>(
-        NoTimestamp(), [] { ALOGE("WakeUpMotion: Meta event"); },
-        [this](const EventCodeRecord& record) {
-            ALOGI("WakeUpMotion: event = %d, time = %" PRId64, record.event,
-                  mPendingEvent.timestamp);
-            mPendingEvent.u.scalar = record.event;
+/** Event code of the wake-up motion; wakes the system whichever twin it comes from. */
+class WakeUpMotion : public SensorBase {
+  public:
+    WakeUpMotion(const SensorInfo& info, ISensorsEventCallback* callback)
+        : SensorBase("wake_up_motion", "WakeUpMotion", "Wake Up Motion", info, callback,
+                     kPlainIsWakeUp) {
+        describePrivate(54, "com.tavrine.sensor.wake_up_motion", kNoPermission, kSpecial | kWakeUp,
+                        {ANDROID_LOG_ERROR, "WakeUpMotion: Meta event"});
+    }
+
+    void readEvents() override {
+        readAndPost<EventCodeRecord>([](const EventCodeRecord& record, EventPayload& payload) {
+            ALOGI("WakeUpMotion: event = %d, time = %" PRId64, record.event, record.timestamp);
+            payload.scalar = record.event;
         });
+    }
+};
+
+}  // namespace
+
+std::unique_ptr<SensorBase> makeWakeUpMotion(const SensorInfo& info,
+                                             ISensorsEventCallback* callback) {
+    return std::make_unique<WakeUpMotion>(info, callback);
 }
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -1,31 +1,35 @@
-#include "sensors/orientation/AoisSensor.h"
-
-#include <log/log.h>
+#include "sensors/Drivers.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
 namespace {
 
-struct __attribute__((packed)) SignalRecord {
+struct __attribute__((packed)) Record {
     uint8_t ignored[8];
 };
-static_assert(sizeof(SignalRecord) == 8);
+static_assert(sizeof(Record) == 8);
+
+/** A signal without data: each record, whatever it holds, is answered by a flush-complete event. */
+class AoisSensor : public SensorBase {
+  public:
+    AoisSensor(const SensorInfo& info, ISensorsEventCallback* callback)
+        : SensorBase("aois_sensor", "AoisSensor", "Aois Sensor", info, callback,
+                     kPlainIsNonWakeUp) {
+        describePrivate(163, "com.tavrine.sensor.gyroscope_aois", kPermission, kSpecial,
+                        {ANDROID_LOG_ERROR, "AoisSensor : Meta event"});
+    }
+
+    void readEvents() override {
+        Record record;
+        if (readRecord(&record)) postFlushComplete();
+    }
+};
 
 }  // namespace
 
-AoisSensor::AoisSensor(const SensorInfo& info, ISensorsEventCallback* callback)
-    : SensorBase("aois_sensor", "AoisSensor", "Aois Sensor", info, callback, false) {
-    setType(kPrivateType + 163);
-    setStringType("com.tavrine.sensor.gyroscope_aois");
-    requirePermission();
-    addFlags(kSpecial);
-}
-
-void AoisSensor::readEvents() {
-    SignalRecord record;
-    if (readRecord(&record) < 0) return;
-    ALOGE("AoisSensor : Meta event");
-    postMetaEvent();
+std::unique_ptr<SensorBase> makeAoisSensor(const SensorInfo& info,
+                                           ISensorsEventCallback* callback) {
+    return std::make_unique<AoisSensor>(info, callback);
 }
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

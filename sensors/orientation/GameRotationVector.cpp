@@ -1,21 +1,32 @@
-#include "sensors/orientation/GameRotationVector.h"
-
-#include <log/log.h>
-
+#include "sensors/Drivers.h"
 #include "sensors/orientation/QuaternionRecord.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
-GameRotationVector::GameRotationVector(const SensorInfo& info, ISensorsEventCallback* callback)
-    : SensorBase("game_rotation_vector_sensor", "GameRotationVector",
-                 "Tavrine Game Rotation Vector", info, callback, false) {
-    setType(15);
-}
+namespace {
 
-void GameRotationVector::readEvents() {
-    readFrame<QuaternionRecord>(
-        IsZeroQuaternion(), [] { ALOGE("GRV Sensor : Meta event"); },
-        [this](const auto& record) { convertQuaternion(record, &mPendingEvent); });
+/** RotationVector without the magnetic field: its heading has no fixed zero. */
+class GameRotationVector : public SensorBase {
+  public:
+    GameRotationVector(const SensorInfo& info, ISensorsEventCallback* callback)
+        : SensorBase("game_rotation_vector_sensor", "GameRotationVector",
+                     "Tavrine Game Rotation Vector", info, callback, kPlainIsNonWakeUp) {
+        describe(SensorType::GAME_ROTATION_VECTOR, kContinuous,
+                 {ANDROID_LOG_ERROR, "GRV Sensor : Meta event"});
+    }
+
+    void readEvents() override {
+        readAndPost<QuaternionRecord>([](const QuaternionRecord& record, EventPayload& payload) {
+            record.convertTo(payload);
+        });
+    }
+};
+
+}  // namespace
+
+std::unique_ptr<SensorBase> makeGameRotationVector(const SensorInfo& info,
+                                                   ISensorsEventCallback* callback) {
+    return std::make_unique<GameRotationVector>(info, callback);
 }
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -1,25 +1,27 @@
-#include "sensors/orientation/IntGyroSensor.h"
-
-#include <log/log.h>
-
-#include "sensors/physical/VectorRecords.h"
+#include "sensors/Drivers.h"
+#include "sensors/physical/ScaledSensor.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
-IntGyroSensor::IntGyroSensor(const SensorInfo& info, ISensorsEventCallback* callback)
-    : SensorBase("interrupt_gyro_sensor", "IntGyroSensor", "Interrupt Gyroscope", info, callback,
-                 false),
-      mScale(info.resolution) {
-    setType(kPrivateType + 43);
-    setStringType("com.tavrine.sensor.interrupt_gyro");
-    addFlags(kOnChange);
-    mPendingEvent.u.vec3.status = kAccuracyHigh;
-}
+namespace {
 
-void IntGyroSensor::readEvents() {
-    readFrame<PaddedVectorRecord>(
-        IsZeroVector(), [] { ALOGE("IntGyroSensor : Meta event"); },
-        [this](const auto& record) { convertVector(record, mScale, &mPendingEvent); });
+/** Rate of rotation in rad/s, from the device that the hub calls its interrupt gyroscope. */
+class IntGyroSensor : public ScaledSensor<PaddedVectorRecord> {
+  public:
+    IntGyroSensor(const SensorInfo& info, ISensorsEventCallback* callback)
+        : ScaledSensor("interrupt_gyro_sensor", "IntGyroSensor", "Interrupt Gyroscope", info,
+                       callback) {
+        describePrivate(43, "com.tavrine.sensor.interrupt_gyro", kNoPermission, kOnChange,
+                        {ANDROID_LOG_ERROR, "IntGyroSensor : Meta event"});
+        presetAccuracyHigh();
+    }
+};
+
+}  // namespace
+
+std::unique_ptr<SensorBase> makeIntGyroSensor(const SensorInfo& info,
+                                              ISensorsEventCallback* callback) {
+    return std::make_unique<IntGyroSensor>(info, callback);
 }
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

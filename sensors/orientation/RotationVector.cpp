@@ -1,21 +1,35 @@
-#include "sensors/orientation/RotationVector.h"
-
-#include <log/log.h>
-
+#include "sensors/Drivers.h"
 #include "sensors/orientation/QuaternionRecord.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
-RotationVector::RotationVector(const SensorInfo& info, ISensorsEventCallback* callback)
-    : SensorBase("rotation_vector_sensor", "RotationVector", "Tavrine Rotation Vector", info,
-                 callback, false) {
-    setType(11);
-}
+namespace {
 
-void RotationVector::readEvents() {
-    readFrame<QuaternionRecord>(
-        IsZeroQuaternion(), [] { ALOGE("RotationVectorSensor : Meta event"); },
-        [this](const auto& record) { convertQuaternion(record, &mPendingEvent); });
+/**
+ * The device's attitude as a unit quaternion x, y, z, w, with the estimated heading accuracy in
+ * payload word 4.
+ */
+class RotationVector : public SensorBase {
+  public:
+    RotationVector(const SensorInfo& info, ISensorsEventCallback* callback)
+        : SensorBase("rotation_vector_sensor", "RotationVector", "Tavrine Rotation Vector", info,
+                     callback, kPlainIsNonWakeUp) {
+        describe(SensorType::ROTATION_VECTOR, kContinuous,
+                 {ANDROID_LOG_ERROR, "RotationVectorSensor : Meta event"});
+    }
+
+    void readEvents() override {
+        readAndPost<QuaternionRecord>([](const QuaternionRecord& record, EventPayload& payload) {
+            record.convertTo(payload);
+        });
+    }
+};
+
+}  // namespace
+
+std::unique_ptr<SensorBase> makeRotationVector(const SensorInfo& info,
+                                               ISensorsEventCallback* callback) {
+    return std::make_unique<RotationVector>(info, callback);
 }
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -1,12 +1,28 @@
-#include "sensors/orientation/StillwaveGyroSensor.h"
+#include "sensors/Drivers.h"
+#include "sensors/physical/ScaledSensor.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
-StillwaveGyroSensor::StillwaveGyroSensor(const SensorInfo& info, ISensorsEventCallback* callback)
-    : DirectGyroSensor("stillwave_gyro_sensor", "StillwaveGyroSensor", "Stillwave Gyroscope", info,
+namespace {
+
+/** The gyroscope stream of still-picture stabilisation, in rad/s; for direct channels, too. */
+class StillwaveGyroSensor : public ScaledSensor<PaddedVectorRecord> {
+  public:
+    StillwaveGyroSensor(const SensorInfo& info, ISensorsEventCallback* callback)
+        : ScaledSensor("stillwave_gyro_sensor", "StillwaveGyroSensor", "Stillwave Gyroscope", info,
                        callback) {
-    setType(kPrivateType + 110);
-    setStringType("com.tavrine.sensor.stillwave_gyro");
+        describePrivate(110, "com.tavrine.sensor.stillwave_gyro", kPermission,
+                        kSpecial | kDirectReport,
+                        {ANDROID_LOG_ERROR, "StillwaveGyroSensor : Meta event"});
+        presetAccuracyHigh();
+    }
+};
+
+}  // namespace
+
+std::unique_ptr<SensorBase> makeStillwaveGyroSensor(const SensorInfo& info,
+                                                    ISensorsEventCallback* callback) {
+    return std::make_unique<StillwaveGyroSensor>(info, callback);
 }
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -1,11 +1,26 @@
-#include "sensors/orientation/VdisGyroSensor.h"
+#include "sensors/Drivers.h"
+#include "sensors/physical/ScaledSensor.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
-VdisGyroSensor::VdisGyroSensor(const SensorInfo& info, ISensorsEventCallback* callback)
-    : DirectGyroSensor("vdis_gyro_sensor", "VdisGyroSensor", "VDIS Gyroscope", info, callback) {
-    setType(kPrivateType + 71);
-    setStringType("com.tavrine.sensor.vdis_gyro");
+namespace {
+
+/** The gyroscope stream of digital video stabilisation, in rad/s; for direct channels, too. */
+class VdisGyroSensor : public ScaledSensor<PaddedVectorRecord> {
+  public:
+    VdisGyroSensor(const SensorInfo& info, ISensorsEventCallback* callback)
+        : ScaledSensor("vdis_gyro_sensor", "VdisGyroSensor", "VDIS Gyroscope", info, callback) {
+        describePrivate(71, "com.tavrine.sensor.vdis_gyro", kPermission, kSpecial | kDirectReport,
+                        {ANDROID_LOG_ERROR, "VdisGyroSensor : Meta event"});
+        presetAccuracyHigh();
+    }
+};
+
+}  // namespace
+
+std::unique_ptr<SensorBase> makeVdisGyroSensor(const SensorInfo& info,
+                                               ISensorsEventCallback* callback) {
+    return std::make_unique<VdisGyroSensor>(info, callback);
 }
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -1,8 +1,6 @@
 #include "sensors/physical/AccSensor.h"
 
-#include <log/log.h>
-
-#include "sensors/physical/VectorRecords.h"
+#include "sensors/Drivers.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
@@ -11,15 +9,13 @@ AccSensor::AccSensor(const SensorInfo& info, ISensorsEventCallback* callback)
 
 AccSensor::AccSensor(const char* iioName, const char* tag, const char* displayName,
                      const SensorInfo& info, ISensorsEventCallback* callback)
-    : SensorBase(iioName, tag, displayName, info, callback, false), mScale(info.resolution) {
-    setType(1);
-    mPendingEvent.u.vec3.status = kAccuracyHigh;
+    : ScaledSensor(iioName, tag, displayName, info, callback) {
+    describe(SensorType::ACCELEROMETER, kContinuous, {ANDROID_LOG_ERROR, "AccSensor : Meta event"});
+    presetAccuracyHigh();
 }
 
-void AccSensor::readEvents() {
-    readFrame<VectorRecord>(
-        IsZeroVector(), [] { ALOGE("AccSensor : Meta event"); },
-        [this](const auto& record) { convertVector(record, mScale, &mPendingEvent); });
+std::unique_ptr<SensorBase> makeAccSensor(const SensorInfo& info, ISensorsEventCallback* callback) {
+    return std::make_unique<AccSensor>(info, callback);
 }
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -1,12 +1,26 @@
-#include "sensors/physical/AccSubSensor.h"
+#include "sensors/Drivers.h"
+#include "sensors/physical/AccSensor.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
-AccSubSensor::AccSubSensor(const SensorInfo& info, ISensorsEventCallback* callback)
-    : AccSensor("accelerometer_sub_sensor", "AccSubSensor", "Accelerometer-Sub", info, callback) {
-    setType(kPrivateType + 151);
-    setStringType("com.tavrine.sensor.accelerometer_sub");
-    requirePermission();
+namespace {
+
+/** AccSensor of the second display's half; logs its parent's flush line. */
+class AccSubSensor : public AccSensor {
+  public:
+    AccSubSensor(const SensorInfo& info, ISensorsEventCallback* callback)
+        : AccSensor("accelerometer_sub_sensor", "AccSubSensor", "Accelerometer-Sub", info,
+                    callback) {
+        describePrivate(151, "com.tavrine.sensor.accelerometer_sub", kPermission, kContinuous,
+                        {ANDROID_LOG_ERROR, "AccSensor : Meta event"});
+    }
+};
+
+}  // namespace
+
+std::unique_ptr<SensorBase> makeAccSubSensor(const SensorInfo& info,
+                                             ISensorsEventCallback* callback) {
+    return std::make_unique<AccSubSensor>(info, callback);
 }
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -1,8 +1,6 @@
 #include "sensors/physical/GyroSensor.h"
 
-#include <log/log.h>
-
-#include "sensors/physical/VectorRecords.h"
+#include "sensors/Drivers.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
@@ -11,15 +9,14 @@ GyroSensor::GyroSensor(const SensorInfo& info, ISensorsEventCallback* callback)
 
 GyroSensor::GyroSensor(const char* iioName, const char* tag, const char* displayName,
                        const SensorInfo& info, ISensorsEventCallback* callback)
-    : SensorBase(iioName, tag, displayName, info, callback, false), mScale(info.resolution) {
-    setType(4);
-    mPendingEvent.u.vec3.status = kAccuracyHigh;
+    : ScaledSensor(iioName, tag, displayName, info, callback) {
+    describe(SensorType::GYROSCOPE, kContinuous, {ANDROID_LOG_ERROR, "GyroSensor : Meta event"});
+    presetAccuracyHigh();
 }
 
-void GyroSensor::readEvents() {
-    readFrame<PaddedVectorRecord>(
-        IsZeroVector(), [] { ALOGE("GyroSensor : Meta event"); },
-        [this](const auto& record) { convertVector(record, mScale, &mPendingEvent); });
+std::unique_ptr<SensorBase> makeGyroSensor(const SensorInfo& info,
+                                           ISensorsEventCallback* callback) {
+    return std::make_unique<GyroSensor>(info, callback);
 }
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

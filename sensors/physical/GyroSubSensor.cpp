@@ -1,12 +1,25 @@
-#include "sensors/physical/GyroSubSensor.h"
+#include "sensors/Drivers.h"
+#include "sensors/physical/GyroSensor.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
-GyroSubSensor::GyroSubSensor(const SensorInfo& info, ISensorsEventCallback* callback)
-    : GyroSensor("gyro_sub_sensor", "GyroSubSensor", "Gyroscope-Sub", info, callback) {
-    setType(kPrivateType + 153);
-    setStringType("com.tavrine.sensor.gyroscope_sub");
-    requirePermission();
+namespace {
+
+/** GyroSensor of the second display's half; logs its parent's flush line. */
+class GyroSubSensor : public GyroSensor {
+  public:
+    GyroSubSensor(const SensorInfo& info, ISensorsEventCallback* callback)
+        : GyroSensor("gyro_sub_sensor", "GyroSubSensor", "Gyroscope-Sub", info, callback) {
+        describePrivate(153, "com.tavrine.sensor.gyroscope_sub", kPermission, kContinuous,
+                        {ANDROID_LOG_ERROR, "GyroSensor : Meta event"});
+    }
+};
+
+}  // namespace
+
+std::unique_ptr<SensorBase> makeGyroSubSensor(const SensorInfo& info,
+                                              ISensorsEventCallback* callback) {
+    return std::make_unique<GyroSubSensor>(info, callback);
 }
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

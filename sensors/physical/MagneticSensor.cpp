@@ -1,45 +1,66 @@
-#include "sensors/physical/MagneticSensor.h"
+#include <cstring>
 
-#include <log/log.h>
-
-#include "sensors/physical/VectorRecords.h"
+#include "sensors/Drivers.h"
+#include "sensors/physical/ScaledSensor.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
 namespace {
 
-template <typename Count>
-struct __attribute__((packed)) MagneticRecord {
-    Count x;
-    Count y;
-    Count z;
+/** What hubs with a 16-bit magnetometer send. */
+struct __attribute__((packed)) ShortRecord {
+    int16_t x;
+    int16_t y;
+    int16_t z;
     uint8_t accuracy;
-    uint64_t timestamp;  // ns
+    int64_t timestamp;  // ns
 };
-using ShortRecord = MagneticRecord<int16_t>;
-using LongRecord = MagneticRecord<int32_t>;
-static_assert(sizeof(ShortRecord) == 15 && sizeof(LongRecord) == 21);
+static_assert(sizeof(ShortRecord) == 15);
 
-constexpr ssize_t kLongForm = 16;  // bytes from which a record is taken as the long form
+constexpr size_t kFullForm = 16;  // bytes from which a record is taken as the long form
+
+struct __attribute__((packed)) Record {
+    int32_t x;
+    int32_t y;
+    int32_t z;
+    uint8_t accuracy;
+    int64_t timestamp;  // ns
+
+    bool isFlushMarker() const {
+        return timestamp == 0 && x == 0 && y == 0 && z == 0 && accuracy == 0;
+    }
+
+    void expandFrom(size_t count) {
+        if (count >= kFullForm) return;
+        ShortRecord form;
+        memcpy(&form, this, sizeof(form));
+        *this = {form.x, form.y, form.z, form.accuracy, form.timestamp};
+    }
+
+    void scaleTo(EventPayload& payload, float scale) const {
+        payload.vec3.x = scale * static_cast<float>(x);
+        payload.vec3.y = scale * static_cast<float>(y);
+        payload.vec3.z = scale * static_cast<float>(z);
+        payload.vec3.status = static_cast<SensorStatus>(accuracy);
+    }
+};
+static_assert(sizeof(Record) == 21);
+
+/** Magnetic field in µT, with the record's accuracy as status. */
+class MagneticSensor : public ScaledSensor<Record> {
+  public:
+    MagneticSensor(const SensorInfo& info, ISensorsEventCallback* callback)
+        : ScaledSensor("geomagnetic_sensor", "MagneticSensor", "Magnetometer", info, callback) {
+        describe(SensorType::MAGNETIC_FIELD, kContinuous,
+                 {ANDROID_LOG_ERROR, "MagneticSensor : Meta event"});
+    }
+};
 
 }  // namespace
 
-MagneticSensor::MagneticSensor(const SensorInfo& info, ISensorsEventCallback* callback)
-    : SensorBase("geomagnetic_sensor", "MagneticSensor", "Magnetometer", info, callback, false),
-      mScale(info.resolution) {
-    setType(2);
-}
-
-void MagneticSensor::readEvents() {
-    readEitherForm<LongRecord, ShortRecord>(kLongForm, [this](const auto& record) {
-        postRecord(
-            record, [](const auto& r) { return IsZeroVector()(r) && r.accuracy == 0; },
-            [] { ALOGE("MagneticSensor : Meta event"); },
-            [this](const auto& r) {
-                convertVector(r, mScale, &mPendingEvent);
-                mPendingEvent.u.vec3.status = static_cast<V1_0::SensorStatus>(r.accuracy);
-            });
-    });
+std::unique_ptr<SensorBase> makeMagneticSensor(const SensorInfo& info,
+                                               ISensorsEventCallback* callback) {
+    return std::make_unique<MagneticSensor>(info, callback);
 }
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -1,57 +1,53 @@
-#include "sensors/physical/ProximitySensor.h"
-
 #include <log/log.h>
 
-#include <cerrno>
-#include <cstring>
+#include "sensors/Drivers.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
 namespace {
 
-struct __attribute__((packed)) ProximityRecord {
-    uint8_t near;        // non-zero means near
-    uint64_t timestamp;  // ns
-};
-static_assert(sizeof(ProximityRecord) == 9);
+struct __attribute__((packed)) Record {
+    uint8_t near;       // non-zero means near
+    int64_t timestamp;  // ns
 
-constexpr float kCentimetresPerIndex = 8.0f;
-constexpr float kFarLux = 100.0f;
+    bool isFlushMarker() const { return timestamp == 0; }
+};
+static_assert(sizeof(Record) == 9);
+
+/** Distance in cm, near (0) or far (8), with a light figure of 0 or 100 in payload word 1. */
+class ProximitySensor : public SensorBase {
+  public:
+    ProximitySensor(const SensorInfo& info, ISensorsEventCallback* callback)
+        : SensorBase("proximity_sensor", "ProximitySensor", "Proximity", info, callback,
+                     kPlainIsWakeUp) {
+        describePrivate(56, "com.tavrine.sensor.physical_proximity", kPermission, kOnChange,
+                        {ANDROID_LOG_ERROR, "ProximitySensor : Meta event"});
+        setReadFailure("ProxSensor :input data file descriptor not available");
+    }
+
+    /** Distance in cm. */
+    static float indexToValue(unsigned index) { return static_cast<float>(index) * 8.0f; }
+
+    void readEvents() override {
+        Record record;
+        if (!readRecord(&record)) return;
+        const bool far = record.near == 0;
+        // Ahead of the flush test: every record shows up in the log.
+        ALOGI("ProximitySensor - lux %d", far ? 100 : 0);
+        postRecord(record, [far](const Record&, EventPayload& payload) {
+            const float distance = indexToValue(far ? 1 : 0);
+            payload.data[0] = distance;
+            payload.data[1] = far ? 100.0f : 0.0f;
+            ALOGI("ProximitySensor - %d(cm)", static_cast<int>(distance));
+        });
+    }
+};
 
 }  // namespace
 
-ProximitySensor::ProximitySensor(const SensorInfo& info, ISensorsEventCallback* callback)
-    : SensorBase("proximity_sensor", "ProximitySensor", "Proximity", info, callback, true) {
-    setType(kPrivateType + 56);
-    setStringType("com.tavrine.sensor.physical_proximity");
-    requirePermission();
-    addFlags(kOnChange);
-}
-
-float ProximitySensor::indexToValue(unsigned index) {
-    return static_cast<float>(index) * kCentimetresPerIndex;
-}
-
-void ProximitySensor::readEvents() {
-    ProximityRecord record;
-    if (readRecordQuietly(&record) < 0) {
-        ALOGE("ProxSensor :input data file descriptor not available - (%s)", strerror(errno));
-        return;
-    }
-    setTimestamp(record.timestamp);
-    // Ahead of the flush test: a flush marker, too, leaves its state in the pending payload.
-    const bool far = record.near == 0;
-    const float distance = indexToValue(far ? 1 : 0);
-    mPendingEvent.u.data[0] = distance;
-    mPendingEvent.u.data[1] = far ? kFarLux : 0.0f;
-    ALOGI("ProximitySensor - lux %d", far ? 100 : 0);
-    if (record.timestamp == 0) {
-        ALOGE("ProximitySensor : Meta event");
-        postMetaEvent();
-        return;
-    }
-    ALOGI("ProximitySensor - %d(cm)", static_cast<int>(distance));
-    postPendingEvent();
+std::unique_ptr<SensorBase> makeProximitySensor(const SensorInfo& info,
+                                                ISensorsEventCallback* callback) {
+    return std::make_unique<ProximitySensor>(info, callback);
 }
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

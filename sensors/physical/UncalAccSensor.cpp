@@ -1,8 +1,6 @@
 #include "sensors/physical/UncalAccSensor.h"
 
-#include <log/log.h>
-
-#include "sensors/physical/VectorRecords.h"
+#include "sensors/Drivers.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
@@ -12,15 +10,15 @@ UncalAccSensor::UncalAccSensor(const SensorInfo& info, ISensorsEventCallback* ca
 
 UncalAccSensor::UncalAccSensor(const char* iioName, const char* tag, const char* displayName,
                                const SensorInfo& info, ISensorsEventCallback* callback)
-    : SensorBase(iioName, tag, displayName, info, callback, false), mScale(info.resolution) {
-    setType(35);
-    mPendingEvent.u.vec3.status = kAccuracyHigh;
+    : ScaledSensor(iioName, tag, displayName, info, callback) {
+    describe(SensorType::ACCELEROMETER_UNCALIBRATED, kContinuous,
+             {ANDROID_LOG_ERROR, "UncalAccSensor : Meta event"});
+    presetAccuracyHigh();
 }
 
-void UncalAccSensor::readEvents() {
-    readFrame<UncalibratedRecord<int16_t>>(
-        IsZeroUncalibrated(), [] { ALOGE("UncalAccSensor : Meta event"); },
-        [this](const auto& record) { convertUncalibrated(record, mScale, &mPendingEvent); });
+std::unique_ptr<SensorBase> makeUncalAccSensor(const SensorInfo& info,
+                                               ISensorsEventCallback* callback) {
+    return std::make_unique<UncalAccSensor>(info, callback);
 }
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

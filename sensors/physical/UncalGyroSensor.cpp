@@ -1,8 +1,6 @@
 #include "sensors/physical/UncalGyroSensor.h"
 
-#include <log/log.h>
-
-#include "sensors/physical/VectorRecords.h"
+#include "sensors/Drivers.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
@@ -12,14 +10,14 @@ UncalGyroSensor::UncalGyroSensor(const SensorInfo& info, ISensorsEventCallback* 
 
 UncalGyroSensor::UncalGyroSensor(const char* iioName, const char* tag, const char* displayName,
                                  const SensorInfo& info, ISensorsEventCallback* callback)
-    : SensorBase(iioName, tag, displayName, info, callback, false), mScale(info.resolution) {
-    setType(16);
+    : ScaledSensor(iioName, tag, displayName, info, callback) {
+    describe(SensorType::GYROSCOPE_UNCALIBRATED, kContinuous,
+             {ANDROID_LOG_ERROR, "UncalGyroSensor : Meta event"});
 }
 
-void UncalGyroSensor::readEvents() {
-    readFrame<UncalibratedRecord<int16_t>>(
-        IsZeroUncalibrated(), [] { ALOGE("UncalGyroSensor : Meta event"); },
-        [this](const auto& record) { convertUncalibrated(record, mScale, &mPendingEvent); });
+std::unique_ptr<SensorBase> makeUncalGyroSensor(const SensorInfo& info,
+                                                ISensorsEventCallback* callback) {
+    return std::make_unique<UncalGyroSensor>(info, callback);
 }
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -4,6 +4,8 @@
 #include <cstring>
 #include <filesystem>
 
+#include "hub/QContextSensor.h"
+#include "hub/SensorHubSensor.h"
 #include "sensors/SensorList.h"
 #include "simulator/SimulatedHub.h"
 #include "tests/support/LogCapture.h"
@@ -12,6 +14,8 @@
 namespace {
 
 using android::hardware::sensors::V1_0::SensorInfo;
+using android::hardware::sensors::V2_0::zelva_sensorhub::QContextSensor;
+using android::hardware::sensors::V2_0::zelva_sensorhub::SensorHubSensor;
 using android::hardware::sensors::V2_0::zelva_sensorhub::SensorList;
 using simulator::RecordBuilder;
 using testing_support::LogCapture;
@@ -61,7 +65,9 @@ class CatalogueTest : public testing::Test {
         return build();
     }
     SensorList& build() {
-        mList = std::make_unique<SensorList>(&mCallback);
+        mList = std::make_unique<SensorList>(
+            &mCallback, [](auto* callback) { return std::make_unique<QContextSensor>(callback); },
+            [](auto* callback) { return std::make_unique<SensorHubSensor>(callback); });
         return *mList;
     }
     void expectHousekeepingOnly(const SensorList& list) {

@@ -30,7 +30,6 @@ class PlainSensor : public SensorBase {
                 bool wakeUpIsDefault = false)
         : SensorBase(iioName, "PlainSensor", "Plain", info, callback, wakeUpIsDefault) {}
     void readEvents() override {}
-    int device() const { return mDevNum; }
     using SensorBase::writeInjection;
 };
 
@@ -76,7 +75,6 @@ TEST_F(SensorBaseTest, ConstructionSizesEnablesAndDescribes) {
     mInfo.fifoMaxEventCount = 100;
     const auto sensor = make();
     EXPECT_GE(sensor->getFd(), 1);
-    EXPECT_EQ(sensor->device(), mHub.deviceNumber(1));
     EXPECT_EQ(mConstructionLog, (std::vector<LogLine>{
                                     {'I', "PlainSensor"},
                                     {'I', "sensor_name CHIP Plain mSensorInfo.name CHIP Plain"},
@@ -105,7 +103,6 @@ TEST_F(SensorBaseTest, MissingPiecesLeaveNoDescriptor) {
     EXPECT_EQ(nameless.getFd(), -1);
     PlainSensor unknown("no_such_sensor", mInfo, &mCallback);
     EXPECT_EQ(unknown.getFd(), -1);
-    EXPECT_EQ(unknown.device(), -ENODEV);
     LogCapture::take();
     EXPECT_EQ(unknown.enable(1, true), -EIO);
     EXPECT_EQ(LogCapture::take(),
