@@ -10,7 +10,7 @@
 #include <string>
 #include <utility>
 
-#include "sensors/Drivers.h"
+#include "sensors/DriverFactory.h"
 #include "sensors/HubPaths.h"
 #include "sensors/SensorHandles.h"
 #include "sensors/UniqueFd.h"
@@ -52,65 +52,73 @@ constexpr const char* kVendors[] = {
 };
 static_assert(std::size(kVendors) == 12);
 
+using DriverFactory = std::unique_ptr<SensorBase> (*)(const SensorInfo& info,
+                                                      ISensorsEventCallback* callback);
+
 struct CatalogueEntry {
     int32_t handle;
-    DriverFactory* make;
+    DriverFactory make;
 };
 
-// Handle to driver, by rising handle. The numbers are the hub's own.
+}  // namespace
+
+// Handle to driver, by rising handle. The numbers are the hub's own. The lines also declare the
+// classes, so the table must not stand in the unnamed namespace.
 constexpr CatalogueEntry kCatalogue[] = {
-    {1, makeAccSensor},
-    {2, makeMagneticSensor},
-    {4, makeGyroSensor},
-    {5, makeLightSensor},
-    {6, makePressureSensor},
-    {8, makeProximitySensor},
-    {11, makeRotationVector},
-    {14, makeUncalMagneticSensor},
-    {15, makeGameRotationVector},
-    {16, makeUncalGyroSensor},
-    {17, makeSigMotionSensor},
-    {18, makeStepDetectorSensor},
-    {19, makeStepCounterSensor},
-    {22, makeTiltDetector},
-    {25, makePickupGesture},
-    {27, makeDeviceOrientation},
-    {29, makeProximityRawSensor},
-    {31, makeIntGyroSensor},
-    {34, makeLightCCT_Sensor},
-    {35, makeCallGesture},
-    {36, makeWakeUpMotion},
-    {37, makeAutoBrightnessSensor},
-    {38, makeVdisGyroSensor},
-    {39, makePocketModeLiteSensor},
-    {41, makeProTosMotion},
-    {42, makeFlipCoverDetector},
-    {43, makeUncalAccSensor},
-    {45, makePocketModeSensor},
-    {46, makePocketPosModeSensor},
-    {47, makeSequentialStep},
-    {48, makeLight_IR_Sensor},
-    {49, makeAoisSensor},
-    {50, makeStillwaveGyroSensor},
-    {52, makeDeviceOrientation},
-    {53, makeHubDebuggerSensor},
-    {54, makeSarBackoffMotion},
-    {55, makeLightSeamless_Sensor},
-    {56, makeLedCoverEventSensor},
-    {57, makeDropClassifier},
-    {58, makeAccSubSensor},
-    {59, makeUncalAccSubSensor},
-    {60, makeGyroSubSensor},
-    {61, makeUncalGyroSubSensor},
-    {62, makeFoldingAngle},
-    {63, makeLidAngleFusion},
-    {64, makeHingeAngle},
-    {65, makeFoldingStateLpm},
-    {68, makeAngleSensorStatus},
-    {69, makeDeviceCommonInfo},
-    {70, makeSarFolding},
-    {71, makeBackTap},
+    {1, Driver<class AccSensor>::make},
+    {2, Driver<class MagneticSensor>::make},
+    {4, Driver<class GyroSensor>::make},
+    {5, Driver<class LightSensor>::make},
+    {6, Driver<class PressureSensor>::make},
+    {8, Driver<class ProximitySensor>::make},
+    {11, Driver<class RotationVector>::make},
+    {14, Driver<class UncalMagneticSensor>::make},
+    {15, Driver<class GameRotationVector>::make},
+    {16, Driver<class UncalGyroSensor>::make},
+    {17, Driver<class SigMotionSensor>::make},
+    {18, Driver<class StepDetectorSensor>::make},
+    {19, Driver<class StepCounterSensor>::make},
+    {22, Driver<class TiltDetector>::make},
+    {25, Driver<class PickupGesture>::make},
+    {27, Driver<class DeviceOrientation>::make},
+    {29, Driver<class ProximityRawSensor>::make},
+    {31, Driver<class IntGyroSensor>::make},
+    {34, Driver<class LightCCT_Sensor>::make},
+    {35, Driver<class CallGesture>::make},
+    {36, Driver<class WakeUpMotion>::make},
+    {37, Driver<class AutoBrightnessSensor>::make},
+    {38, Driver<class VdisGyroSensor>::make},
+    {39, Driver<class PocketModeLiteSensor>::make},
+    {41, Driver<class ProTosMotion>::make},
+    {42, Driver<class FlipCoverDetector>::make},
+    {43, Driver<class UncalAccSensor>::make},
+    {45, Driver<class PocketModeSensor>::make},
+    {46, Driver<class PocketPosModeSensor>::make},
+    {47, Driver<class SequentialStep>::make},
+    {48, Driver<class Light_IR_Sensor>::make},
+    {49, Driver<class AoisSensor>::make},
+    {50, Driver<class StillwaveGyroSensor>::make},
+    {52, Driver<class DeviceOrientation>::make},
+    {53, Driver<class HubDebuggerSensor>::make},
+    {54, Driver<class SarBackoffMotion>::make},
+    {55, Driver<class LightSeamless_Sensor>::make},
+    {56, Driver<class LedCoverEventSensor>::make},
+    {57, Driver<class DropClassifier>::make},
+    {58, Driver<class AccSubSensor>::make},
+    {59, Driver<class UncalAccSubSensor>::make},
+    {60, Driver<class GyroSubSensor>::make},
+    {61, Driver<class UncalGyroSubSensor>::make},
+    {62, Driver<class FoldingAngle>::make},
+    {63, Driver<class LidAngleFusion>::make},
+    {64, Driver<class HingeAngle>::make},
+    {65, Driver<class FoldingStateLpm>::make},
+    {68, Driver<class AngleSensorStatus>::make},
+    {69, Driver<class DeviceCommonInfo>::make},
+    {70, Driver<class SarFolding>::make},
+    {71, Driver<class BackTap>::make},
 };
+
+namespace {
 
 constexpr bool isStrictlySorted() {
     for (size_t i = 1; i < std::size(kCatalogue); ++i) {
@@ -121,7 +129,7 @@ constexpr bool isStrictlySorted() {
 }
 static_assert(isStrictlySorted(), "handles must rise, once each, within the hub's range");
 
-DriverFactory* findDriver(int handle) {
+DriverFactory findDriver(int handle) {
     const auto* entry =
         std::lower_bound(std::begin(kCatalogue), std::end(kCatalogue), handle,
                          [](const CatalogueEntry& left, int right) { return left.handle < right; });
@@ -216,7 +224,7 @@ void SensorList::makePollFds() {
 void SensorList::pushSensorList(const SensorInfo& info, ISensorsEventCallback* callback) {
     const int handle = info.sensorHandle;
     if (mHandleToIndex.count(handle) != 0) return;
-    DriverFactory* const make = findDriver(handle);
+    const DriverFactory make = findDriver(handle);
     if (make == nullptr) {
         ALOGE("pushSensorList invalid handle %d", handle);
         return;

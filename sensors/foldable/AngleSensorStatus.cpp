@@ -1,23 +1,17 @@
-#include <log/log.h>
-
-#include <cinttypes>
-
-#include "sensors/Drivers.h"
+#include "sensors/Driver.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
-namespace {
-
-struct __attribute__((packed)) Record {
-    int8_t status;
-    int64_t timestamp;  // ns
-
-    bool isFlushMarker() const { return timestamp == 0; }
-};
-static_assert(sizeof(Record) == 9);
-
 /** State of the angle sensor itself, as a signed code. */
 class AngleSensorStatus : public SensorBase {
+    struct __attribute__((packed)) Record {
+        int8_t status;
+        int64_t timestamp;  // ns
+
+        bool isFlushMarker() const { return timestamp == 0; }
+    };
+    static_assert(sizeof(Record) == 9);
+
   public:
     AngleSensorStatus(const SensorInfo& info, ISensorsEventCallback* callback)
         : SensorBase("angle_sensor_status", "AngleSensorStatus", "Angle Sensor Status", info,
@@ -35,11 +29,6 @@ class AngleSensorStatus : public SensorBase {
     }
 };
 
-}  // namespace
-
-std::unique_ptr<SensorBase> makeAngleSensorStatus(const SensorInfo& info,
-                                                  ISensorsEventCallback* callback) {
-    return std::make_unique<AngleSensorStatus>(info, callback);
-}
+template struct Driver<AngleSensorStatus>;
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

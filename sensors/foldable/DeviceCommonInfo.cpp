@@ -1,25 +1,19 @@
-#include <log/log.h>
-
-#include <cinttypes>
-
-#include "sensors/Drivers.h"
+#include "sensors/Driver.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
-namespace {
-
-struct __attribute__((packed)) Record {
-    uint8_t deviceType;
-    uint8_t tableMode;
-    uint8_t activeScreen;
-    int64_t timestamp;  // ns
-
-    bool isFlushMarker() const { return timestamp == 0; }
-};
-static_assert(sizeof(Record) == 11);
-
 /** The hub's codes for the device type, the table mode and the active screen. */
 class DeviceCommonInfo : public SensorBase {
+    struct __attribute__((packed)) Record {
+        uint8_t deviceType;
+        uint8_t tableMode;
+        uint8_t activeScreen;
+        int64_t timestamp;  // ns
+
+        bool isFlushMarker() const { return timestamp == 0; }
+    };
+    static_assert(sizeof(Record) == 11);
+
   public:
     DeviceCommonInfo(const SensorInfo& info, ISensorsEventCallback* callback)
         : SensorBase("device_common_info", "DeviceCommonInfo", "Device Common Info", info, callback,
@@ -40,11 +34,6 @@ class DeviceCommonInfo : public SensorBase {
     }
 };
 
-}  // namespace
-
-std::unique_ptr<SensorBase> makeDeviceCommonInfo(const SensorInfo& info,
-                                                 ISensorsEventCallback* callback) {
-    return std::make_unique<DeviceCommonInfo>(info, callback);
-}
+template struct Driver<DeviceCommonInfo>;
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

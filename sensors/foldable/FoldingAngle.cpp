@@ -1,13 +1,7 @@
-#include <log/log.h>
-
-#include <cinttypes>
-
-#include "sensors/Drivers.h"
+#include "sensors/Driver.h"
 #include "sensors/foldable/FoldingRecords.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
-
-namespace {
 
 /** Angle between the halves, in the whole degrees that the hub sends. */
 class FoldingAngle : public SensorBase {
@@ -28,11 +22,6 @@ class FoldingAngle : public SensorBase {
     }
 };
 
-}  // namespace
-
-std::unique_ptr<SensorBase> makeFoldingAngle(const SensorInfo& info,
-                                             ISensorsEventCallback* callback) {
-    return std::make_unique<FoldingAngle>(info, callback);
-}
+template struct Driver<FoldingAngle>;
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -1,27 +1,21 @@
-#include <log/log.h>
-
-#include <cinttypes>
-
-#include "sensors/Drivers.h"
+#include "sensors/Driver.h"
 #include "sensors/foldable/FoldingRecords.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
-namespace {
-
-/** LidAngleFusion's record without the gyroscopes. */
-struct __attribute__((packed)) Record {
-    FusionHead head;
-    HalfMotion accMain;
-    HalfMotion accSub;
-    int64_t timestamp;  // ns
-
-    bool isFlushMarker() const { return timestamp == 0; }
-};
-static_assert(sizeof(Record) == 46);
-
 /** Fold state while the application processor sleeps: fusion mode and angle. */
 class FoldingStateLpm : public SensorBase {
+    /** LidAngleFusion's record without the gyroscopes. */
+    struct __attribute__((packed)) Record {
+        FusionHead head;
+        HalfMotion accMain;
+        HalfMotion accSub;
+        int64_t timestamp;  // ns
+
+        bool isFlushMarker() const { return timestamp == 0; }
+    };
+    static_assert(sizeof(Record) == 46);
+
   public:
     FoldingStateLpm(const SensorInfo& info, ISensorsEventCallback* callback)
         : SensorBase("folding_state_lpm", "FoldingStateLpm", "Folding State Lpm", info, callback,
@@ -44,11 +38,6 @@ class FoldingStateLpm : public SensorBase {
     }
 };
 
-}  // namespace
-
-std::unique_ptr<SensorBase> makeFoldingStateLpm(const SensorInfo& info,
-                                                ISensorsEventCallback* callback) {
-    return std::make_unique<FoldingStateLpm>(info, callback);
-}
+template struct Driver<FoldingStateLpm>;
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -1,13 +1,7 @@
-#include <log/log.h>
-
-#include <cinttypes>
-
-#include "sensors/Drivers.h"
+#include "sensors/Driver.h"
 #include "sensors/foldable/FoldingRecords.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
-
-namespace {
 
 // The platform's hinge angle came after the 1.0 enumeration.
 constexpr auto kHingeAngle = static_cast<SensorType>(36);
@@ -28,11 +22,6 @@ class HingeAngle : public SensorBase {
     }
 };
 
-}  // namespace
-
-std::unique_ptr<SensorBase> makeHingeAngle(const SensorInfo& info,
-                                           ISensorsEventCallback* callback) {
-    return std::make_unique<HingeAngle>(info, callback);
-}
+template struct Driver<HingeAngle>;
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

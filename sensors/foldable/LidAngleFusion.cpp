@@ -1,28 +1,22 @@
-#include <log/log.h>
-
-#include <cinttypes>
-
-#include "sensors/Drivers.h"
+#include "sensors/Driver.h"
 #include "sensors/foldable/FoldingRecords.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
-namespace {
-
-struct __attribute__((packed)) Record {
-    FusionHead head;
-    HalfMotion accMain;
-    HalfMotion gyroMain;
-    HalfMotion accSub;
-    HalfMotion gyroSub;
-    int64_t timestamp;  // ns
-
-    bool isFlushMarker() const { return timestamp == 0; }
-};
-static_assert(sizeof(Record) == 70);
-
 /** The lid angle that the hub fuses: fusion mode and angle. The rest goes to the log alone. */
 class LidAngleFusion : public SensorBase {
+    struct __attribute__((packed)) Record {
+        FusionHead head;
+        HalfMotion accMain;
+        HalfMotion gyroMain;
+        HalfMotion accSub;
+        HalfMotion gyroSub;
+        int64_t timestamp;  // ns
+
+        bool isFlushMarker() const { return timestamp == 0; }
+    };
+    static_assert(sizeof(Record) == 70);
+
   public:
     LidAngleFusion(const SensorInfo& info, ISensorsEventCallback* callback)
         : SensorBase("lid_angle_fusion", "LidAngleFusion", "Lid Angle Fusion", info, callback,
@@ -47,11 +41,6 @@ class LidAngleFusion : public SensorBase {
     }
 };
 
-}  // namespace
-
-std::unique_ptr<SensorBase> makeLidAngleFusion(const SensorInfo& info,
-                                               ISensorsEventCallback* callback) {
-    return std::make_unique<LidAngleFusion>(info, callback);
-}
+template struct Driver<LidAngleFusion>;
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

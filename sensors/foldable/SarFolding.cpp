@@ -1,23 +1,17 @@
-#include <log/log.h>
-
-#include <cinttypes>
-
-#include "sensors/Drivers.h"
+#include "sensors/Driver.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
-namespace {
-
-struct __attribute__((packed)) Record {
-    uint8_t status;
-    int64_t timestamp;  // ns
-
-    bool isFlushMarker() const { return timestamp == 0; }
-};
-static_assert(sizeof(Record) == 9);
-
 /** The SAR detector's fold status, as an unsigned code. */
 class SarFolding : public SensorBase {
+    struct __attribute__((packed)) Record {
+        uint8_t status;
+        int64_t timestamp;  // ns
+
+        bool isFlushMarker() const { return timestamp == 0; }
+    };
+    static_assert(sizeof(Record) == 9);
+
   public:
     SarFolding(const SensorInfo& info, ISensorsEventCallback* callback)
         : SensorBase("sar_folding", "SarFolding", "Sar Folding", info, callback,
@@ -34,11 +28,6 @@ class SarFolding : public SensorBase {
     }
 };
 
-}  // namespace
-
-std::unique_ptr<SensorBase> makeSarFolding(const SensorInfo& info,
-                                           ISensorsEventCallback* callback) {
-    return std::make_unique<SarFolding>(info, callback);
-}
+template struct Driver<SarFolding>;
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -1,11 +1,8 @@
-#include <log/log.h>
-
 #include <algorithm>
 #include <cerrno>
-#include <cinttypes>
 #include <cstring>
 
-#include "sensors/Drivers.h"
+#include "sensors/Driver.h"
 #include "sensors/InjectedEvent.h"
 #include "sensors/LightBase.h"
 #include "sensors/RearLight.h"
@@ -13,31 +10,7 @@
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
-namespace {
-
 constexpr size_t kFormWithMinFlag = 13;  // bytes from which there is a minimum flag
-
-/** The newest hubs' record. Older ones end behind minFlag or lux, with the timestamp there. */
-struct __attribute__((packed)) Record {
-    int32_t lux;
-    uint8_t minFlag;
-    uint8_t ignored[4];
-    uint8_t flipState;
-    int64_t timestamp;  // ns
-
-    bool isFlushMarker() const { return timestamp == 0; }
-
-    void expandFrom(size_t count) {
-        // The last eight bytes; what a cut record lacks of them is zero.
-        const size_t offset = count < sizeof(timestamp) ? 0 : count - sizeof(timestamp);
-        int64_t last = 0;
-        memcpy(&last, reinterpret_cast<const uint8_t*>(this) + offset, sizeof(last));
-        if (count < kFormWithMinFlag) minFlag = 0;
-        if (count != sizeof(Record)) flipState = 0;
-        timestamp = last;
-    }
-};
-static_assert(sizeof(Record) == 18);
 
 // Lux values by which the hub reports the camera's light source.
 constexpr int32_t kCameraEnabled = -1;
@@ -53,6 +26,28 @@ constexpr uint8_t kMinimum = 2;  // minFlag that asks for the rear sensor and po
  * folded or the hub flags its minimum, and in the dark within the display's dark threshold.
  */
 class AutoBrightnessSensor : public LogsFirstRecords<LightBase> {
+    /** The newest hubs' record. Older ones end behind minFlag or lux, with the timestamp there. */
+    struct __attribute__((packed)) Record {
+        int32_t lux;
+        uint8_t minFlag;
+        uint8_t ignored[4];
+        uint8_t flipState;
+        int64_t timestamp;  // ns
+
+        bool isFlushMarker() const { return timestamp == 0; }
+
+        void expandFrom(size_t count) {
+            // The last eight bytes; what a cut record lacks of them is zero.
+            const size_t offset = count < sizeof(timestamp) ? 0 : count - sizeof(timestamp);
+            int64_t last = 0;
+            memcpy(&last, reinterpret_cast<const uint8_t*>(this) + offset, sizeof(last));
+            if (count < kFormWithMinFlag) minFlag = 0;
+            if (count != sizeof(Record)) flipState = 0;
+            timestamp = last;
+        }
+    };
+    static_assert(sizeof(Record) == 18);
+
   public:
     AutoBrightnessSensor(const SensorInfo& info, ISensorsEventCallback* callback)
         : LogsFirstRecords("auto_brightness", "AutoBrightnessSensor", "Auto Brightness Sensor",
@@ -129,11 +124,6 @@ class AutoBrightnessSensor : public LogsFirstRecords<LightBase> {
     RearLight mRear;
 };
 
-}  // namespace
-
-std::unique_ptr<SensorBase> makeAutoBrightnessSensor(const SensorInfo& info,
-                                                     ISensorsEventCallback* callback) {
-    return std::make_unique<AutoBrightnessSensor>(info, callback);
-}
+template struct Driver<AutoBrightnessSensor>;
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

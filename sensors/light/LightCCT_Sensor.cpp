@@ -1,37 +1,12 @@
-#include <log/log.h>
-
-#include <cinttypes>
-#include <cstddef>
 #include <cstring>
 
-#include "sensors/Drivers.h"
+#include "sensors/Driver.h"
 #include "sensors/light/LogsFirstRecords.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
-namespace {
-
-struct __attribute__((packed)) Record {
-    int32_t lux;
-    int32_t cct;  // K
-    int32_t rawLux;
-    int16_t roi;        // older hubs send none
-    int64_t timestamp;  // ns
-
-    bool isFlushMarker() const { return timestamp == 0; }
-
-    void expandFrom(size_t count) {
-        if (count == sizeof(Record)) return;
-        // It stands where the region would, and overlaps its place here.
-        memmove(&timestamp, reinterpret_cast<const uint8_t*>(this) + offsetof(Record, roi),
-                sizeof(timestamp));
-        roi = 0;
-    }
-};
-static_assert(sizeof(Record) == 22);
-
 // The last record's figures, for the process.
-struct {
+static struct {
     int64_t lux;
     int64_t cct;
     int64_t rawLux;
@@ -39,6 +14,25 @@ struct {
 
 /** Lux, colour temperature and region of interest in words 0 to 2, and the raw lux in word 4. */
 class LightCCT_Sensor : public LogsFirstRecords<SensorBase> {
+    struct __attribute__((packed)) Record {
+        int32_t lux;
+        int32_t cct;  // K
+        int32_t rawLux;
+        int16_t roi;        // older hubs send none
+        int64_t timestamp;  // ns
+
+        bool isFlushMarker() const { return timestamp == 0; }
+
+        void expandFrom(size_t count) {
+            if (count == sizeof(Record)) return;
+            // It stands where the region would, and overlaps its place here.
+            memmove(&timestamp, reinterpret_cast<const uint8_t*>(this) + offsetof(Record, roi),
+                    sizeof(timestamp));
+            roi = 0;
+        }
+    };
+    static_assert(sizeof(Record) == 22);
+
   public:
     LightCCT_Sensor(const SensorInfo& info, ISensorsEventCallback* callback)
         : LogsFirstRecords("light_cct_sensor", "LightCCT_Sensor", "Light CCT", info, callback,
@@ -64,11 +58,6 @@ class LightCCT_Sensor : public LogsFirstRecords<SensorBase> {
     }
 };
 
-}  // namespace
-
-std::unique_ptr<SensorBase> makeLightCCT_Sensor(const SensorInfo& info,
-                                                ISensorsEventCallback* callback) {
-    return std::make_unique<LightCCT_Sensor>(info, callback);
-}
+template struct Driver<LightCCT_Sensor>;
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

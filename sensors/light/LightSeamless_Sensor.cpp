@@ -1,28 +1,24 @@
 #include <cutils/properties.h>
-#include <log/log.h>
 
-#include <cinttypes>
 #include <cstring>
 
-#include "sensors/Drivers.h"
+#include "sensors/Driver.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
-
-namespace {
-
-struct __attribute__((packed)) Record {
-    int32_t event;
-    int64_t timestamp;  // ns
-
-    bool isFlushMarker() const { return timestamp == 0; }
-};
-static_assert(sizeof(Record) == 12);
 
 /**
  * The hub's event code for seamless refresh rates. A display property is sent to the hub at every
  * enable.
  */
 class LightSeamless_Sensor : public SensorBase {
+    struct __attribute__((packed)) Record {
+        int32_t event;
+        int64_t timestamp;  // ns
+
+        bool isFlushMarker() const { return timestamp == 0; }
+    };
+    static_assert(sizeof(Record) == 12);
+
   public:
     LightSeamless_Sensor(const SensorInfo& info, ISensorsEventCallback* callback)
         : SensorBase("light_seamless_sensor", "LightSeamless_Sensor", "Light Seamless Sensor", info,
@@ -61,11 +57,6 @@ class LightSeamless_Sensor : public SensorBase {
     }
 };
 
-}  // namespace
-
-std::unique_ptr<SensorBase> makeLightSeamless_Sensor(const SensorInfo& info,
-                                                     ISensorsEventCallback* callback) {
-    return std::make_unique<LightSeamless_Sensor>(info, callback);
-}
+template struct Driver<LightSeamless_Sensor>;
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -1,29 +1,17 @@
 #include <cutils/properties.h>
-#include <log/log.h>
 
 #include <array>
 #include <cerrno>
-#include <cinttypes>
 
-#include "sensors/Drivers.h"
+#include "sensors/Driver.h"
 #include "sensors/InjectedEvent.h"
 #include "sensors/LightBase.h"
 #include "sensors/light/LogsFirstRecords.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
-namespace {
-
-struct __attribute__((packed)) Record {
-    int32_t lux;
-    int64_t timestamp;  // ns
-
-    bool isFlushMarker() const { return timestamp == 0; }
-};
-static_assert(sizeof(Record) == 12);
-
 // The last record's lux, for the process.
-int64_t gLastLux = 0;
+static int64_t gLastLux = 0;
 
 /**
  * Ambient light in lux. Injection carries the display's brightness to the hub and keeps it, with
@@ -31,6 +19,14 @@ int64_t gLastLux = 0;
  * path off.
  */
 class LightSensor : public LogsFirstRecords<LightBase> {
+    struct __attribute__((packed)) Record {
+        int32_t lux;
+        int64_t timestamp;  // ns
+
+        bool isFlushMarker() const { return timestamp == 0; }
+    };
+    static_assert(sizeof(Record) == 12);
+
   public:
     LightSensor(const SensorInfo& info, ISensorsEventCallback* callback)
         : LogsFirstRecords("light_sensor", "LightSensor", "Light", info, callback,
@@ -76,11 +72,6 @@ class LightSensor : public LogsFirstRecords<LightBase> {
     }
 };
 
-}  // namespace
-
-std::unique_ptr<SensorBase> makeLightSensor(const SensorInfo& info,
-                                            ISensorsEventCallback* callback) {
-    return std::make_unique<LightSensor>(info, callback);
-}
+template struct Driver<LightSensor>;
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -1,34 +1,10 @@
-#include <log/log.h>
-
-#include <cinttypes>
-
-#include "sensors/Drivers.h"
+#include "sensors/Driver.h"
 #include "sensors/light/LogsFirstRecords.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
-namespace {
-
-struct __attribute__((packed)) Record {
-    int32_t irdata;
-    int32_t r;
-    int32_t g;
-    int32_t b;
-    int32_t c;  // clear
-    int16_t irAgain;
-    int16_t irAtime;    // also the infrared brightness
-    int64_t timestamp;  // ns
-
-    /** Unlike the other light sensors', a record without a timestamp may still be data. */
-    bool isFlushMarker() const {
-        return timestamp == 0 && irdata == 0 && r == 0 && g == 0 && b == 0 && c == 0 &&
-               irAgain == 0 && irAtime == 0;
-    }
-};
-static_assert(sizeof(Record) == 32);
-
 // The last record's figures, for the process.
-struct {
+static struct {
     int64_t irdata;
     int64_t r;
     int64_t g;
@@ -43,6 +19,24 @@ struct {
  * last two travel the other way round in the record.
  */
 class Light_IR_Sensor : public LogsFirstRecords<SensorBase> {
+    struct __attribute__((packed)) Record {
+        int32_t irdata;
+        int32_t r;
+        int32_t g;
+        int32_t b;
+        int32_t c;  // clear
+        int16_t irAgain;
+        int16_t irAtime;    // also the infrared brightness
+        int64_t timestamp;  // ns
+
+        /** Unlike the other light sensors', a record without a timestamp may still be data. */
+        bool isFlushMarker() const {
+            return timestamp == 0 && irdata == 0 && r == 0 && g == 0 && b == 0 && c == 0 &&
+                   irAgain == 0 && irAtime == 0;
+        }
+    };
+    static_assert(sizeof(Record) == 32);
+
   public:
     Light_IR_Sensor(const SensorInfo& info, ISensorsEventCallback* callback)
         : LogsFirstRecords("light_ir_sensor", "Light_IR_Sensor", "Light IR", info, callback,
@@ -75,11 +69,6 @@ class Light_IR_Sensor : public LogsFirstRecords<SensorBase> {
     }
 };
 
-}  // namespace
-
-std::unique_ptr<SensorBase> makeLight_IR_Sensor(const SensorInfo& info,
-                                                ISensorsEventCallback* callback) {
-    return std::make_unique<Light_IR_Sensor>(info, callback);
-}
+template struct Driver<Light_IR_Sensor>;
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

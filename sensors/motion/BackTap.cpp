@@ -1,24 +1,18 @@
-#include <log/log.h>
-
-#include <cinttypes>
-
-#include "sensors/Drivers.h"
+#include "sensors/Driver.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
-namespace {
-
-struct __attribute__((packed)) Record {
-    int8_t event;
-    uint64_t values[3];
-    int64_t timestamp;  // ns
-
-    bool isFlushMarker() const { return timestamp == 0; }
-};
-static_assert(sizeof(Record) == 33);
-
 /** Taps on the back of the device, with three 64-bit figures of the detector. */
 class BackTap : public SensorBase {
+    struct __attribute__((packed)) Record {
+        int8_t event;
+        uint64_t values[3];
+        int64_t timestamp;  // ns
+
+        bool isFlushMarker() const { return timestamp == 0; }
+    };
+    static_assert(sizeof(Record) == 33);
+
   public:
     BackTap(const SensorInfo& info, ISensorsEventCallback* callback)
         : SensorBase("back_tap", "BackTap", "Back Tap", info, callback, kPlainIsWakeUp) {
@@ -40,10 +34,6 @@ class BackTap : public SensorBase {
     }
 };
 
-}  // namespace
-
-std::unique_ptr<SensorBase> makeBackTap(const SensorInfo& info, ISensorsEventCallback* callback) {
-    return std::make_unique<BackTap>(info, callback);
-}
+template struct Driver<BackTap>;
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -1,13 +1,7 @@
-#include <log/log.h>
-
-#include <cinttypes>
-
-#include "sensors/Drivers.h"
+#include "sensors/Driver.h"
 #include "sensors/motion/EventCodeRecord.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
-
-namespace {
 
 /** Event code of the call gesture. */
 class CallGesture : public SensorBase {
@@ -27,11 +21,6 @@ class CallGesture : public SensorBase {
     }
 };
 
-}  // namespace
-
-std::unique_ptr<SensorBase> makeCallGesture(const SensorInfo& info,
-                                            ISensorsEventCallback* callback) {
-    return std::make_unique<CallGesture>(info, callback);
-}
+template struct Driver<CallGesture>;
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -1,28 +1,15 @@
 #include <cutils/properties.h>
-#include <log/log.h>
 
-#include <cinttypes>
 #include <cstring>
 
-#include "sensors/Drivers.h"
+#include "sensors/Driver.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
-namespace {
-
-struct __attribute__((packed)) Record {
-    int8_t event;  // negative for a trace
-    int32_t values[6];
-    int64_t timestamp;  // ns
-
-    bool isFlushMarker() const { return timestamp == 0; }
-};
-static_assert(sizeof(Record) == 33);
-
 // Written before the poll thread starts, which alone reads it afterwards.
-bool gDebugBuild = false;
+static bool gDebugBuild = false;
 
-bool startsWith(const char* text, const char* prefix) {
+static bool startsWith(const char* text, const char* prefix) {
     return strncmp(text, prefix, strlen(prefix)) == 0;
 }
 
@@ -31,6 +18,15 @@ bool startsWith(const char* text, const char* prefix) {
  * accelerometer, which leave this class on debug builds alone.
  */
 class DropClassifier : public SensorBase {
+    struct __attribute__((packed)) Record {
+        int8_t event;  // negative for a trace
+        int32_t values[6];
+        int64_t timestamp;  // ns
+
+        bool isFlushMarker() const { return timestamp == 0; }
+    };
+    static_assert(sizeof(Record) == 33);
+
   public:
     DropClassifier(const SensorInfo& info, ISensorsEventCallback* callback)
         : SensorBase("drop_classifier", "DropClassifier", "Drop Classifier", info, callback,
@@ -69,11 +65,6 @@ class DropClassifier : public SensorBase {
     }
 };
 
-}  // namespace
-
-std::unique_ptr<SensorBase> makeDropClassifier(const SensorInfo& info,
-                                               ISensorsEventCallback* callback) {
-    return std::make_unique<DropClassifier>(info, callback);
-}
+template struct Driver<DropClassifier>;
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

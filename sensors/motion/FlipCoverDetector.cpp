@@ -1,31 +1,26 @@
 #include <fcntl.h>
-#include <log/log.h>
 
-#include <cinttypes>
-
-#include "sensors/Drivers.h"
+#include "sensors/Driver.h"
 #include "sensors/HubPaths.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
-
-namespace {
-
-struct __attribute__((packed)) Record {
-    int8_t event;
-    int8_t detail;
-    int32_t values[4];
-    int16_t shortValues[3];
-    int64_t timestamp;  // ns
-
-    bool isFlushMarker() const { return timestamp == 0; }
-};
-static_assert(sizeof(Record) == 32);
 
 // 'd': a record that stays inside, neither data nor, without a timestamp, a flush marker.
 constexpr int8_t kSilentEvent = 100;
 
 /** Event code of a flip cover, with the detector's figures. */
 class FlipCoverDetector : public SensorBase {
+    struct __attribute__((packed)) Record {
+        int8_t event;
+        int8_t detail;
+        int32_t values[4];
+        int16_t shortValues[3];
+        int64_t timestamp;  // ns
+
+        bool isFlushMarker() const { return timestamp == 0; }
+    };
+    static_assert(sizeof(Record) == 32);
+
   public:
     FlipCoverDetector(const SensorInfo& info, ISensorsEventCallback* callback)
         : SensorBase("flip_cover_detector", "FlipCoverDetector", "Flip Cover Detector", info,
@@ -56,11 +51,6 @@ class FlipCoverDetector : public SensorBase {
     }
 };
 
-}  // namespace
-
-std::unique_ptr<SensorBase> makeFlipCoverDetector(const SensorInfo& info,
-                                                  ISensorsEventCallback* callback) {
-    return std::make_unique<FlipCoverDetector>(info, callback);
-}
+template struct Driver<FlipCoverDetector>;
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -1,21 +1,15 @@
-#include <log/log.h>
-
-#include <cinttypes>
-
-#include "sensors/Drivers.h"
+#include "sensors/Driver.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
-namespace {
-
-struct __attribute__((packed)) Record {
-    char text[256];     // ends with a NUL only when shorter
-    int64_t timestamp;  // ns
-};
-static_assert(sizeof(Record) == 264);
-
 /** The hub's debug text. It goes to the log alone: nothing is posted, nor is the sensor listed. */
 class HubDebuggerSensor : public SensorBase {
+    struct __attribute__((packed)) Record {
+        char text[256];     // ends with a NUL only when shorter
+        int64_t timestamp;  // ns
+    };
+    static_assert(sizeof(Record) == 264);
+
   public:
     HubDebuggerSensor(const SensorInfo& info, ISensorsEventCallback* callback)
         : SensorBase("hub_debugger", "HubDebuggerSensor", "Hub Debugger", info, callback,
@@ -34,11 +28,6 @@ class HubDebuggerSensor : public SensorBase {
     bool isShownSensorList() override { return false; }
 };
 
-}  // namespace
-
-std::unique_ptr<SensorBase> makeHubDebuggerSensor(const SensorInfo& info,
-                                                  ISensorsEventCallback* callback) {
-    return std::make_unique<HubDebuggerSensor>(info, callback);
-}
+template struct Driver<HubDebuggerSensor>;
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

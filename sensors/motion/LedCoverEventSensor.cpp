@@ -1,13 +1,7 @@
-#include <log/log.h>
-
-#include <cinttypes>
-
-#include "sensors/Drivers.h"
+#include "sensors/Driver.h"
 #include "sensors/motion/EventCodeRecord.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
-
-namespace {
 
 /** Event code of an LED cover case. */
 class LedCoverEventSensor : public SensorBase {
@@ -28,11 +22,6 @@ class LedCoverEventSensor : public SensorBase {
     }
 };
 
-}  // namespace
-
-std::unique_ptr<SensorBase> makeLedCoverEventSensor(const SensorInfo& info,
-                                                    ISensorsEventCallback* callback) {
-    return std::make_unique<LedCoverEventSensor>(info, callback);
-}
+template struct Driver<LedCoverEventSensor>;
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

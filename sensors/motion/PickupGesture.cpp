@@ -1,24 +1,18 @@
-#include <log/log.h>
-
-#include <cinttypes>
-
-#include "sensors/Drivers.h"
+#include "sensors/Driver.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
-namespace {
-
-struct __attribute__((packed)) Record {
-    uint8_t event;
-    int64_t timestamp;  // ns
-
-    /** Every record is an event, even without a timestamp. */
-    static bool isFlushMarker() { return false; }
-};
-static_assert(sizeof(Record) == 9);
-
 /** The device was picked up, once per activation. */
 class PickupGesture : public SensorBase {
+    struct __attribute__((packed)) Record {
+        uint8_t event;
+        int64_t timestamp;  // ns
+
+        /** Every record is an event, even without a timestamp. */
+        static bool isFlushMarker() { return false; }
+    };
+    static_assert(sizeof(Record) == 9);
+
   public:
     PickupGesture(const SensorInfo& info, ISensorsEventCallback* callback)
         : SensorBase("pickup_gesture", "PickupGesture", "Pick Up Gesture", info, callback,
@@ -34,11 +28,6 @@ class PickupGesture : public SensorBase {
     }
 };
 
-}  // namespace
-
-std::unique_ptr<SensorBase> makePickupGesture(const SensorInfo& info,
-                                              ISensorsEventCallback* callback) {
-    return std::make_unique<PickupGesture>(info, callback);
-}
+template struct Driver<PickupGesture>;
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -1,22 +1,18 @@
-#include <log/log.h>
-
-#include "sensors/Drivers.h"
+#include "sensors/Driver.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
-namespace {
-
-struct __attribute__((packed)) Record {
-    uint8_t state;
-    int32_t value;
-    int64_t timestamp;  // ns
-
-    bool isFlushMarker() const { return timestamp == 0; }
-};
-static_assert(sizeof(Record) == 13);
-
 /** The small form of PocketModeSensor: a state and one figure. */
 class PocketModeLiteSensor : public SensorBase {
+    struct __attribute__((packed)) Record {
+        uint8_t state;
+        int32_t value;
+        int64_t timestamp;  // ns
+
+        bool isFlushMarker() const { return timestamp == 0; }
+    };
+    static_assert(sizeof(Record) == 13);
+
   public:
     PocketModeLiteSensor(const SensorInfo& info, ISensorsEventCallback* callback)
         : SensorBase("pocket_mode_lite", "PocketModeLiteSensor", "Pocket Mode Lite", info, callback,
@@ -34,11 +30,6 @@ class PocketModeLiteSensor : public SensorBase {
     }
 };
 
-}  // namespace
-
-std::unique_ptr<SensorBase> makePocketModeLiteSensor(const SensorInfo& info,
-                                                     ISensorsEventCallback* callback) {
-    return std::make_unique<PocketModeLiteSensor>(info, callback);
-}
+template struct Driver<PocketModeLiteSensor>;
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -1,25 +1,19 @@
-#include <log/log.h>
-
-#include <cinttypes>
-
-#include "sensors/Drivers.h"
+#include "sensors/Driver.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
-namespace {
-
-struct __attribute__((packed)) Record {
-    uint8_t event;
-    uint8_t reason;
-    uint32_t words[14];  // base, current, three more, temp, eight more
-    int64_t timestamp;   // ns
-
-    bool isFlushMarker() const { return timestamp == 0; }
-};
-static_assert(sizeof(Record) == 66);
-
 /** Event code of the pocket mode, its reason, and the detector's fourteen figures. */
 class PocketModeSensor : public SensorBase {
+    struct __attribute__((packed)) Record {
+        uint8_t event;
+        uint8_t reason;
+        uint32_t words[14];  // base, current, three more, temp, eight more
+        int64_t timestamp;   // ns
+
+        bool isFlushMarker() const { return timestamp == 0; }
+    };
+    static_assert(sizeof(Record) == 66);
+
   public:
     PocketModeSensor(const SensorInfo& info, ISensorsEventCallback* callback)
         : SensorBase("pocket_mode", "PocketModeSensor", "Pocket Mode", info, callback,
@@ -45,11 +39,6 @@ class PocketModeSensor : public SensorBase {
     }
 };
 
-}  // namespace
-
-std::unique_ptr<SensorBase> makePocketModeSensor(const SensorInfo& info,
-                                                 ISensorsEventCallback* callback) {
-    return std::make_unique<PocketModeSensor>(info, callback);
-}
+template struct Driver<PocketModeSensor>;
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -1,28 +1,22 @@
-#include <log/log.h>
-
-#include <cinttypes>
-
-#include "sensors/Drivers.h"
+#include "sensors/Driver.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
-namespace {
-
-struct __attribute__((packed)) Record {
-    uint8_t totalState;
-    uint8_t positionState;
-    uint32_t positionCase;
-    uint8_t pedoState;
-    uint32_t pedoCase;
-    uint32_t version;
-    int64_t timestamp;  // ns
-
-    bool isFlushMarker() const { return timestamp == 0; }
-};
-static_assert(sizeof(Record) == 23);
-
 /** Pocket mode with the detector's position and pedometer states. */
 class PocketPosModeSensor : public SensorBase {
+    struct __attribute__((packed)) Record {
+        uint8_t totalState;
+        uint8_t positionState;
+        uint32_t positionCase;
+        uint8_t pedoState;
+        uint32_t pedoCase;
+        uint32_t version;
+        int64_t timestamp;  // ns
+
+        bool isFlushMarker() const { return timestamp == 0; }
+    };
+    static_assert(sizeof(Record) == 23);
+
   public:
     PocketPosModeSensor(const SensorInfo& info, ISensorsEventCallback* callback)
         : SensorBase("pocket_pos_mode", "PocketPosModeSensor", "Pocket Position Mode", info,
@@ -50,11 +44,6 @@ class PocketPosModeSensor : public SensorBase {
     }
 };
 
-}  // namespace
-
-std::unique_ptr<SensorBase> makePocketPosModeSensor(const SensorInfo& info,
-                                                    ISensorsEventCallback* callback) {
-    return std::make_unique<PocketPosModeSensor>(info, callback);
-}
+template struct Driver<PocketPosModeSensor>;
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

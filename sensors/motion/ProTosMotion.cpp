@@ -1,13 +1,7 @@
-#include <log/log.h>
-
-#include <cinttypes>
-
-#include "sensors/Drivers.h"
+#include "sensors/Driver.h"
 #include "sensors/motion/EventCodeRecord.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
-
-namespace {
 
 /** Event code of the hub's "Pro Tos" motion detector. */
 class ProTosMotion : public SensorBase {
@@ -27,11 +21,6 @@ class ProTosMotion : public SensorBase {
     }
 };
 
-}  // namespace
-
-std::unique_ptr<SensorBase> makeProTosMotion(const SensorInfo& info,
-                                             ISensorsEventCallback* callback) {
-    return std::make_unique<ProTosMotion>(info, callback);
-}
+template struct Driver<ProTosMotion>;
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -1,26 +1,22 @@
-#include <log/log.h>
-
-#include "sensors/Drivers.h"
+#include "sensors/Driver.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
-namespace {
-
-struct __attribute__((packed)) Record {
-    int16_t raw;
-    int16_t prox;
-    int16_t callmin;
-    int16_t baseline;
-    int16_t psoff;
-    int16_t ir;
-    int64_t timestamp;  // ns
-
-    bool isFlushMarker() const { return timestamp == 0; }
-};
-static_assert(sizeof(Record) == 20);
-
 /** Raw figures of the proximity chip. The payload begins with the record's second field. */
 class ProximityRawSensor : public SensorBase {
+    struct __attribute__((packed)) Record {
+        int16_t raw;
+        int16_t prox;
+        int16_t callmin;
+        int16_t baseline;
+        int16_t psoff;
+        int16_t ir;
+        int64_t timestamp;  // ns
+
+        bool isFlushMarker() const { return timestamp == 0; }
+    };
+    static_assert(sizeof(Record) == 20);
+
   public:
     ProximityRawSensor(const SensorInfo& info, ISensorsEventCallback* callback)
         : SensorBase("proximity_raw", "ProximityRawSensor", "Proximity Raw Sensor", info, callback,
@@ -44,11 +40,6 @@ class ProximityRawSensor : public SensorBase {
     }
 };
 
-}  // namespace
-
-std::unique_ptr<SensorBase> makeProximityRawSensor(const SensorInfo& info,
-                                                   ISensorsEventCallback* callback) {
-    return std::make_unique<ProximityRawSensor>(info, callback);
-}
+template struct Driver<ProximityRawSensor>;
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

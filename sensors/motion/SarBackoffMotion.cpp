@@ -1,15 +1,10 @@
-#include <log/log.h>
-
 #include <cerrno>
-#include <cinttypes>
 
-#include "sensors/Drivers.h"
+#include "sensors/Driver.h"
 #include "sensors/InjectedEvent.h"
 #include "sensors/motion/EventCodeRecord.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
-
-namespace {
 
 /** Event code of the SAR back-off motion. */
 class SarBackoffMotion : public SensorBase {
@@ -39,11 +34,6 @@ class SarBackoffMotion : public SensorBase {
     }
 };
 
-}  // namespace
-
-std::unique_ptr<SensorBase> makeSarBackoffMotion(const SensorInfo& info,
-                                                 ISensorsEventCallback* callback) {
-    return std::make_unique<SarBackoffMotion>(info, callback);
-}
+template struct Driver<SarBackoffMotion>;
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

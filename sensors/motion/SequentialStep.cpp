@@ -1,32 +1,26 @@
-#include <log/log.h>
-
-#include <cinttypes>
-
-#include "sensors/Drivers.h"
+#include "sensors/Driver.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
-
-namespace {
-
-struct __attribute__((packed)) Record {
-    int32_t steps;
-    int64_t timestamp;  // ns
-
-    bool isFlushMarker() const { return timestamp == 0; }
-};
-static_assert(sizeof(Record) == 12);
-
-struct __attribute__((packed)) ThresholdPacket {
-    uint8_t command;
-    int64_t threshold;  // ms
-};
-static_assert(sizeof(ThresholdPacket) == 9);
 
 constexpr uint8_t kSetThreshold = 0x80;
 constexpr int64_t kNsPerMs = 1000000;
 
 /** Steps taken in a sequence. */
 class SequentialStep : public SensorBase {
+    struct __attribute__((packed)) Record {
+        int32_t steps;
+        int64_t timestamp;  // ns
+
+        bool isFlushMarker() const { return timestamp == 0; }
+    };
+    static_assert(sizeof(Record) == 12);
+
+    struct __attribute__((packed)) ThresholdPacket {
+        uint8_t command;
+        int64_t threshold;  // ms
+    };
+    static_assert(sizeof(ThresholdPacket) == 9);
+
   public:
     SequentialStep(const SensorInfo& info, ISensorsEventCallback* callback)
         : SensorBase("sequential_step", "SequentialStep", "Sequential Step", info, callback,
@@ -51,11 +45,6 @@ class SequentialStep : public SensorBase {
     }
 };
 
-}  // namespace
-
-std::unique_ptr<SensorBase> makeSequentialStep(const SensorInfo& info,
-                                               ISensorsEventCallback* callback) {
-    return std::make_unique<SequentialStep>(info, callback);
-}
+template struct Driver<SequentialStep>;
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

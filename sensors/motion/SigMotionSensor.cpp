@@ -1,27 +1,21 @@
-#include <log/log.h>
-
-#include <cinttypes>
-
-#include "sensors/Drivers.h"
+#include "sensors/Driver.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
-
-namespace {
-
-struct __attribute__((packed)) Record {
-    uint8_t event;
-    int64_t timestamp;  // ns
-
-    /** Every record is an event, even without a timestamp. */
-    static bool isFlushMarker() { return false; }
-};
-static_assert(sizeof(Record) == 9);
 
 /**
  * Significant motion, once per activation. The event carries the time of its reading, not the
  * record's.
  */
 class SigMotionSensor : public SensorBase {
+    struct __attribute__((packed)) Record {
+        uint8_t event;
+        int64_t timestamp;  // ns
+
+        /** Every record is an event, even without a timestamp. */
+        static bool isFlushMarker() { return false; }
+    };
+    static_assert(sizeof(Record) == 9);
+
   public:
     SigMotionSensor(const SensorInfo& info, ISensorsEventCallback* callback)
         : SensorBase("sig_motion_sensor", "SigMotionSensor", "Significant Motion", info, callback,
@@ -41,11 +35,6 @@ class SigMotionSensor : public SensorBase {
     }
 };
 
-}  // namespace
-
-std::unique_ptr<SensorBase> makeSigMotionSensor(const SensorInfo& info,
-                                                ISensorsEventCallback* callback) {
-    return std::make_unique<SigMotionSensor>(info, callback);
-}
+template struct Driver<SigMotionSensor>;
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -1,24 +1,18 @@
-#include <log/log.h>
-
-#include <cinttypes>
-
-#include "sensors/Drivers.h"
+#include "sensors/Driver.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
-namespace {
-
-struct __attribute__((packed)) Record {
-    uint8_t ignored[4];
-    uint64_t stepCount;
-    int64_t timestamp;  // ns
-
-    bool isFlushMarker() const { return timestamp == 0; }
-};
-static_assert(sizeof(Record) == 20);
-
 /** Number of steps, as a 64-bit integer in the payload. */
 class StepCounterSensor : public SensorBase {
+    struct __attribute__((packed)) Record {
+        uint8_t ignored[4];
+        uint64_t stepCount;
+        int64_t timestamp;  // ns
+
+        bool isFlushMarker() const { return timestamp == 0; }
+    };
+    static_assert(sizeof(Record) == 20);
+
   public:
     StepCounterSensor(const SensorInfo& info, ISensorsEventCallback* callback)
         : SensorBase("step_cnt_sensor", "StepCounterSensor", "Step Counter", info, callback,
@@ -38,11 +32,6 @@ class StepCounterSensor : public SensorBase {
     }
 };
 
-}  // namespace
-
-std::unique_ptr<SensorBase> makeStepCounterSensor(const SensorInfo& info,
-                                                  ISensorsEventCallback* callback) {
-    return std::make_unique<StepCounterSensor>(info, callback);
-}
+template struct Driver<StepCounterSensor>;
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

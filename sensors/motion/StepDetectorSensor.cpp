@@ -1,20 +1,18 @@
-#include "sensors/Drivers.h"
+#include "sensors/Driver.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
-namespace {
-
-struct __attribute__((packed)) Record {
-    uint8_t event;
-    int64_t timestamp;  // ns
-
-    /** A step may carry no timestamp. */
-    bool isFlushMarker() const { return timestamp == 0 && event == 0; }
-};
-static_assert(sizeof(Record) == 9);
-
 /** One step taken. */
 class StepDetectorSensor : public SensorBase {
+    struct __attribute__((packed)) Record {
+        uint8_t event;
+        int64_t timestamp;  // ns
+
+        /** A step may carry no timestamp. */
+        bool isFlushMarker() const { return timestamp == 0 && event == 0; }
+    };
+    static_assert(sizeof(Record) == 9);
+
   public:
     StepDetectorSensor(const SensorInfo& info, ISensorsEventCallback* callback)
         : SensorBase("step_det_sensor", "StepDetectorSensor", "Step Detector", info, callback,
@@ -30,11 +28,6 @@ class StepDetectorSensor : public SensorBase {
     }
 };
 
-}  // namespace
-
-std::unique_ptr<SensorBase> makeStepDetectorSensor(const SensorInfo& info,
-                                                   ISensorsEventCallback* callback) {
-    return std::make_unique<StepDetectorSensor>(info, callback);
-}
+template struct Driver<StepDetectorSensor>;
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

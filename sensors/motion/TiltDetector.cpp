@@ -1,13 +1,7 @@
-#include <log/log.h>
-
-#include <cinttypes>
-
-#include "sensors/Drivers.h"
+#include "sensors/Driver.h"
 #include "sensors/motion/EventCodeRecord.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
-
-namespace {
 
 /** The device was tilted. */
 class TiltDetector : public SensorBase {
@@ -27,11 +21,6 @@ class TiltDetector : public SensorBase {
     }
 };
 
-}  // namespace
-
-std::unique_ptr<SensorBase> makeTiltDetector(const SensorInfo& info,
-                                             ISensorsEventCallback* callback) {
-    return std::make_unique<TiltDetector>(info, callback);
-}
+template struct Driver<TiltDetector>;
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -1,13 +1,7 @@
-#include <log/log.h>
-
-#include <cinttypes>
-
-#include "sensors/Drivers.h"
+#include "sensors/Driver.h"
 #include "sensors/motion/EventCodeRecord.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
-
-namespace {
 
 /** Event code of the wake-up motion; wakes the system whichever twin it comes from. */
 class WakeUpMotion : public SensorBase {
@@ -27,11 +21,6 @@ class WakeUpMotion : public SensorBase {
     }
 };
 
-}  // namespace
-
-std::unique_ptr<SensorBase> makeWakeUpMotion(const SensorInfo& info,
-                                             ISensorsEventCallback* callback) {
-    return std::make_unique<WakeUpMotion>(info, callback);
-}
+template struct Driver<WakeUpMotion>;
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

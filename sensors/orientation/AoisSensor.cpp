@@ -1,16 +1,14 @@
-#include "sensors/Drivers.h"
+#include "sensors/Driver.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
-namespace {
-
-struct __attribute__((packed)) Record {
-    uint8_t ignored[8];
-};
-static_assert(sizeof(Record) == 8);
-
 /** A signal without data: each record, whatever it holds, is answered by a flush-complete event. */
 class AoisSensor : public SensorBase {
+    struct __attribute__((packed)) Record {
+        uint8_t ignored[8];
+    };
+    static_assert(sizeof(Record) == 8);
+
   public:
     AoisSensor(const SensorInfo& info, ISensorsEventCallback* callback)
         : SensorBase("aois_sensor", "AoisSensor", "Aois Sensor", info, callback,
@@ -25,11 +23,6 @@ class AoisSensor : public SensorBase {
     }
 };
 
-}  // namespace
-
-std::unique_ptr<SensorBase> makeAoisSensor(const SensorInfo& info,
-                                           ISensorsEventCallback* callback) {
-    return std::make_unique<AoisSensor>(info, callback);
-}
+template struct Driver<AoisSensor>;
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

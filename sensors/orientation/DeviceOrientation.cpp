@@ -1,29 +1,10 @@
-#include <log/log.h>
-
 #include <cerrno>
-#include <cinttypes>
 
-#include "sensors/Drivers.h"
+#include "sensors/Driver.h"
 #include "sensors/InjectedEvent.h"
 #include "sensors/Relaxed.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
-
-namespace {
-
-struct __attribute__((packed)) Record {
-    uint8_t orientation;  // 0 to 3: quarter turns
-    int64_t timestamp;    // ns
-
-    bool isFlushMarker() const { return timestamp == 0; }
-};
-static_assert(sizeof(Record) == 9);
-
-struct __attribute__((packed)) ModePacket {
-    uint8_t mode;
-    uint8_t reserved[3];
-};
-static_assert(sizeof(ModePacket) == 4);
 
 /**
  * Which way up the screen is held: 0 to 3 in quarter turns, -1 for any other code of the hub.
@@ -32,6 +13,20 @@ static_assert(sizeof(ModePacket) == 4);
  * bit in the log lines tells the two objects apart.
  */
 class DeviceOrientation : public SensorBase {
+    struct __attribute__((packed)) Record {
+        uint8_t orientation;  // 0 to 3: quarter turns
+        int64_t timestamp;    // ns
+
+        bool isFlushMarker() const { return timestamp == 0; }
+    };
+    static_assert(sizeof(Record) == 9);
+
+    struct __attribute__((packed)) ModePacket {
+        uint8_t mode;
+        uint8_t reserved[3];
+    };
+    static_assert(sizeof(ModePacket) == 4);
+
   public:
     DeviceOrientation(const SensorInfo& info, ISensorsEventCallback* callback)
         : SensorBase("device_orientation", "DeviceOrientation", "Device Orientataion", info,
@@ -70,11 +65,6 @@ class DeviceOrientation : public SensorBase {
     Relaxed<uint8_t> mode = 0;
 };
 
-}  // namespace
-
-std::unique_ptr<SensorBase> makeDeviceOrientation(const SensorInfo& info,
-                                                  ISensorsEventCallback* callback) {
-    return std::make_unique<DeviceOrientation>(info, callback);
-}
+template struct Driver<DeviceOrientation>;
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

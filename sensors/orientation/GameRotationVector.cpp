@@ -1,9 +1,7 @@
-#include "sensors/Drivers.h"
+#include "sensors/Driver.h"
 #include "sensors/orientation/QuaternionRecord.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
-
-namespace {
 
 /** RotationVector without the magnetic field: its heading has no fixed zero. */
 class GameRotationVector : public SensorBase {
@@ -22,11 +20,6 @@ class GameRotationVector : public SensorBase {
     }
 };
 
-}  // namespace
-
-std::unique_ptr<SensorBase> makeGameRotationVector(const SensorInfo& info,
-                                                   ISensorsEventCallback* callback) {
-    return std::make_unique<GameRotationVector>(info, callback);
-}
+template struct Driver<GameRotationVector>;
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -1,9 +1,7 @@
-#include "sensors/Drivers.h"
+#include "sensors/Driver.h"
 #include "sensors/physical/ScaledSensor.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
-
-namespace {
 
 /** Rate of rotation in rad/s, from the device that the hub calls its interrupt gyroscope. */
 class IntGyroSensor : public ScaledSensor<PaddedVectorRecord> {
@@ -17,11 +15,6 @@ class IntGyroSensor : public ScaledSensor<PaddedVectorRecord> {
     }
 };
 
-}  // namespace
-
-std::unique_ptr<SensorBase> makeIntGyroSensor(const SensorInfo& info,
-                                              ISensorsEventCallback* callback) {
-    return std::make_unique<IntGyroSensor>(info, callback);
-}
+template struct Driver<IntGyroSensor>;
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

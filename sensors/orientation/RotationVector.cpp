@@ -1,9 +1,7 @@
-#include "sensors/Drivers.h"
+#include "sensors/Driver.h"
 #include "sensors/orientation/QuaternionRecord.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
-
-namespace {
 
 /**
  * The device's attitude as a unit quaternion x, y, z, w, with the estimated heading accuracy in
@@ -25,11 +23,6 @@ class RotationVector : public SensorBase {
     }
 };
 
-}  // namespace
-
-std::unique_ptr<SensorBase> makeRotationVector(const SensorInfo& info,
-                                               ISensorsEventCallback* callback) {
-    return std::make_unique<RotationVector>(info, callback);
-}
+template struct Driver<RotationVector>;
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

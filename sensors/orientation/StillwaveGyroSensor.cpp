@@ -1,9 +1,7 @@
-#include "sensors/Drivers.h"
+#include "sensors/Driver.h"
 #include "sensors/physical/ScaledSensor.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
-
-namespace {
 
 /** The gyroscope stream of still-picture stabilisation, in rad/s; for direct channels, too. */
 class StillwaveGyroSensor : public ScaledSensor<PaddedVectorRecord> {
@@ -18,11 +16,6 @@ class StillwaveGyroSensor : public ScaledSensor<PaddedVectorRecord> {
     }
 };
 
-}  // namespace
-
-std::unique_ptr<SensorBase> makeStillwaveGyroSensor(const SensorInfo& info,
-                                                    ISensorsEventCallback* callback) {
-    return std::make_unique<StillwaveGyroSensor>(info, callback);
-}
+template struct Driver<StillwaveGyroSensor>;
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

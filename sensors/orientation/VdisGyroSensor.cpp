@@ -1,9 +1,7 @@
-#include "sensors/Drivers.h"
+#include "sensors/Driver.h"
 #include "sensors/physical/ScaledSensor.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
-
-namespace {
 
 /** The gyroscope stream of digital video stabilisation, in rad/s; for direct channels, too. */
 class VdisGyroSensor : public ScaledSensor<PaddedVectorRecord> {
@@ -16,11 +14,6 @@ class VdisGyroSensor : public ScaledSensor<PaddedVectorRecord> {
     }
 };
 
-}  // namespace
-
-std::unique_ptr<SensorBase> makeVdisGyroSensor(const SensorInfo& info,
-                                               ISensorsEventCallback* callback) {
-    return std::make_unique<VdisGyroSensor>(info, callback);
-}
+template struct Driver<VdisGyroSensor>;
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -1,6 +1,6 @@
 #include "sensors/physical/AccSensor.h"
 
-#include "sensors/Drivers.h"
+#include "sensors/Driver.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
@@ -14,8 +14,6 @@ AccSensor::AccSensor(const char* iioName, const char* tag, const char* displayNa
     presetAccuracyHigh();
 }
 
-std::unique_ptr<SensorBase> makeAccSensor(const SensorInfo& info, ISensorsEventCallback* callback) {
-    return std::make_unique<AccSensor>(info, callback);
-}
+template struct Driver<AccSensor>;
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -1,9 +1,7 @@
-#include "sensors/Drivers.h"
+#include "sensors/Driver.h"
 #include "sensors/physical/AccSensor.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
-
-namespace {
 
 /** AccSensor of the second display's half; logs its parent's flush line. */
 class AccSubSensor : public AccSensor {
@@ -16,11 +14,6 @@ class AccSubSensor : public AccSensor {
     }
 };
 
-}  // namespace
-
-std::unique_ptr<SensorBase> makeAccSubSensor(const SensorInfo& info,
-                                             ISensorsEventCallback* callback) {
-    return std::make_unique<AccSubSensor>(info, callback);
-}
+template struct Driver<AccSubSensor>;
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -1,6 +1,6 @@
 #include "sensors/physical/GyroSensor.h"
 
-#include "sensors/Drivers.h"
+#include "sensors/Driver.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
@@ -14,9 +14,6 @@ GyroSensor::GyroSensor(const char* iioName, const char* tag, const char* display
     presetAccuracyHigh();
 }
 
-std::unique_ptr<SensorBase> makeGyroSensor(const SensorInfo& info,
-                                           ISensorsEventCallback* callback) {
-    return std::make_unique<GyroSensor>(info, callback);
-}
+template struct Driver<GyroSensor>;
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -1,9 +1,7 @@
-#include "sensors/Drivers.h"
+#include "sensors/Driver.h"
 #include "sensors/physical/GyroSensor.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
-
-namespace {
 
 /** GyroSensor of the second display's half; logs its parent's flush line. */
 class GyroSubSensor : public GyroSensor {
@@ -15,11 +13,6 @@ class GyroSubSensor : public GyroSensor {
     }
 };
 
-}  // namespace
-
-std::unique_ptr<SensorBase> makeGyroSubSensor(const SensorInfo& info,
-                                              ISensorsEventCallback* callback) {
-    return std::make_unique<GyroSubSensor>(info, callback);
-}
+template struct Driver<GyroSubSensor>;
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -1,25 +1,23 @@
 #include <cstring>
 
-#include "sensors/Drivers.h"
+#include "sensors/Driver.h"
 #include "sensors/physical/ScaledSensor.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
-namespace {
-
 /** What hubs with a 16-bit magnetometer send. */
-struct __attribute__((packed)) ShortRecord {
+struct __attribute__((packed)) ShortMagneticRecord {
     int16_t x;
     int16_t y;
     int16_t z;
     uint8_t accuracy;
     int64_t timestamp;  // ns
 };
-static_assert(sizeof(ShortRecord) == 15);
+static_assert(sizeof(ShortMagneticRecord) == 15);
 
 constexpr size_t kFullForm = 16;  // bytes from which a record is taken as the long form
 
-struct __attribute__((packed)) Record {
+struct __attribute__((packed)) MagneticRecord {
     int32_t x;
     int32_t y;
     int32_t z;
@@ -32,7 +30,7 @@ struct __attribute__((packed)) Record {
 
     void expandFrom(size_t count) {
         if (count >= kFullForm) return;
-        ShortRecord form;
+        ShortMagneticRecord form;
         memcpy(&form, this, sizeof(form));
         *this = {form.x, form.y, form.z, form.accuracy, form.timestamp};
     }
@@ -44,10 +42,10 @@ struct __attribute__((packed)) Record {
         payload.vec3.status = static_cast<SensorStatus>(accuracy);
     }
 };
-static_assert(sizeof(Record) == 21);
+static_assert(sizeof(MagneticRecord) == 21);
 
 /** Magnetic field in µT, with the record's accuracy as status. */
-class MagneticSensor : public ScaledSensor<Record> {
+class MagneticSensor : public ScaledSensor<MagneticRecord> {
   public:
     MagneticSensor(const SensorInfo& info, ISensorsEventCallback* callback)
         : ScaledSensor("geomagnetic_sensor", "MagneticSensor", "Magnetometer", info, callback) {
@@ -56,11 +54,6 @@ class MagneticSensor : public ScaledSensor<Record> {
     }
 };
 
-}  // namespace
-
-std::unique_ptr<SensorBase> makeMagneticSensor(const SensorInfo& info,
-                                               ISensorsEventCallback* callback) {
-    return std::make_unique<MagneticSensor>(info, callback);
-}
+template struct Driver<MagneticSensor>;
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

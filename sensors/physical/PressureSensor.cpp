@@ -1,26 +1,9 @@
-#include <log/log.h>
-
-#include "sensors/Drivers.h"
+#include "sensors/Driver.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
-namespace {
-
-struct __attribute__((packed)) Record {
-    int32_t pressure;
-    uint16_t temperature;
-    int32_t pressureOffset;
-    int32_t reserved;
-    int64_t timestamp;  // ns
-
-    bool isFlushMarker() const {
-        return timestamp == 0 && pressure == 0 && temperature == 0 && pressureOffset == 0;
-    }
-};
-static_assert(sizeof(Record) == 22);
-
 /** Difference that wraps as the hub's own 32-bit arithmetic does. */
-int32_t wrappingDifference(int32_t left, int32_t right) {
+static int32_t wrappingDifference(int32_t left, int32_t right) {
     return static_cast<int32_t>(static_cast<uint32_t>(left) - static_cast<uint32_t>(right));
 }
 
@@ -29,6 +12,19 @@ int32_t wrappingDifference(int32_t left, int32_t right) {
  * decides the scale.
  */
 class PressureSensor : public SensorBase {
+    struct __attribute__((packed)) Record {
+        int32_t pressure;
+        uint16_t temperature;
+        int32_t pressureOffset;
+        int32_t reserved;
+        int64_t timestamp;  // ns
+
+        bool isFlushMarker() const {
+            return timestamp == 0 && pressure == 0 && temperature == 0 && pressureOffset == 0;
+        }
+    };
+    static_assert(sizeof(Record) == 22);
+
   public:
     PressureSensor(const SensorInfo& info, ISensorsEventCallback* callback)
         : SensorBase("pressure_sensor", "PressureSensor", "Barometer", info, callback,
@@ -63,11 +59,6 @@ class PressureSensor : public SensorBase {
     [[maybe_unused]] float mTemperatureOffset = 0.0f;     // °C
 };
 
-}  // namespace
-
-std::unique_ptr<SensorBase> makePressureSensor(const SensorInfo& info,
-                                               ISensorsEventCallback* callback) {
-    return std::make_unique<PressureSensor>(info, callback);
-}
+template struct Driver<PressureSensor>;
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -1,21 +1,17 @@
-#include <log/log.h>
-
-#include "sensors/Drivers.h"
+#include "sensors/Driver.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
-namespace {
-
-struct __attribute__((packed)) Record {
-    uint8_t near;       // non-zero means near
-    int64_t timestamp;  // ns
-
-    bool isFlushMarker() const { return timestamp == 0; }
-};
-static_assert(sizeof(Record) == 9);
-
 /** Distance in cm, near (0) or far (8), with a light figure of 0 or 100 in payload word 1. */
 class ProximitySensor : public SensorBase {
+    struct __attribute__((packed)) Record {
+        uint8_t near;       // non-zero means near
+        int64_t timestamp;  // ns
+
+        bool isFlushMarker() const { return timestamp == 0; }
+    };
+    static_assert(sizeof(Record) == 9);
+
   public:
     ProximitySensor(const SensorInfo& info, ISensorsEventCallback* callback)
         : SensorBase("proximity_sensor", "ProximitySensor", "Proximity", info, callback,
@@ -43,11 +39,6 @@ class ProximitySensor : public SensorBase {
     }
 };
 
-}  // namespace
-
-std::unique_ptr<SensorBase> makeProximitySensor(const SensorInfo& info,
-                                                ISensorsEventCallback* callback) {
-    return std::make_unique<ProximitySensor>(info, callback);
-}
+template struct Driver<ProximitySensor>;
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -1,6 +1,6 @@
 #include "sensors/physical/UncalAccSensor.h"
 
-#include "sensors/Drivers.h"
+#include "sensors/Driver.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
@@ -16,9 +16,6 @@ UncalAccSensor::UncalAccSensor(const char* iioName, const char* tag, const char*
     presetAccuracyHigh();
 }
 
-std::unique_ptr<SensorBase> makeUncalAccSensor(const SensorInfo& info,
-                                               ISensorsEventCallback* callback) {
-    return std::make_unique<UncalAccSensor>(info, callback);
-}
+template struct Driver<UncalAccSensor>;
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -1,9 +1,7 @@
-#include "sensors/Drivers.h"
+#include "sensors/Driver.h"
 #include "sensors/physical/UncalAccSensor.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
-
-namespace {
 
 /** UncalAccSensor of the second display's half; logs its parent's flush line. */
 class UncalAccSubSensor : public UncalAccSensor {
@@ -16,11 +14,6 @@ class UncalAccSubSensor : public UncalAccSensor {
     }
 };
 
-}  // namespace
-
-std::unique_ptr<SensorBase> makeUncalAccSubSensor(const SensorInfo& info,
-                                                  ISensorsEventCallback* callback) {
-    return std::make_unique<UncalAccSubSensor>(info, callback);
-}
+template struct Driver<UncalAccSubSensor>;
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

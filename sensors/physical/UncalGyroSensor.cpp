@@ -1,6 +1,6 @@
 #include "sensors/physical/UncalGyroSensor.h"
 
-#include "sensors/Drivers.h"
+#include "sensors/Driver.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
@@ -15,9 +15,6 @@ UncalGyroSensor::UncalGyroSensor(const char* iioName, const char* tag, const cha
              {ANDROID_LOG_ERROR, "UncalGyroSensor : Meta event"});
 }
 
-std::unique_ptr<SensorBase> makeUncalGyroSensor(const SensorInfo& info,
-                                                ISensorsEventCallback* callback) {
-    return std::make_unique<UncalGyroSensor>(info, callback);
-}
+template struct Driver<UncalGyroSensor>;
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -1,9 +1,7 @@
-#include "sensors/Drivers.h"
+#include "sensors/Driver.h"
 #include "sensors/physical/UncalGyroSensor.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
-
-namespace {
 
 /** UncalGyroSensor of the second display's half; logs its parent's flush line. */
 class UncalGyroSubSensor : public UncalGyroSensor {
@@ -16,11 +14,6 @@ class UncalGyroSubSensor : public UncalGyroSensor {
     }
 };
 
-}  // namespace
-
-std::unique_ptr<SensorBase> makeUncalGyroSubSensor(const SensorInfo& info,
-                                                   ISensorsEventCallback* callback) {
-    return std::make_unique<UncalGyroSubSensor>(info, callback);
-}
+template struct Driver<UncalGyroSubSensor>;
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -1,29 +1,27 @@
 #include <cstring>
 
-#include "sensors/Drivers.h"
+#include "sensors/Driver.h"
 #include "sensors/physical/ScaledSensor.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
-namespace {
-
 /** What hubs with a 16-bit magnetometer send. */
-using ShortRecord = UncalibratedRecord<int16_t>;
+using ShortForm = UncalibratedRecord<int16_t>;
 
 constexpr size_t kFullForm = 21;  // bytes from which a record is taken as the long form
 
-struct Record : UncalibratedRecord<int32_t> {
+struct UncalMagneticRecord : UncalibratedRecord<int32_t> {
     void expandFrom(size_t count) {
         if (count >= kFullForm) return;
-        ShortRecord form;
+        ShortForm form;
         memcpy(&form, this, sizeof(form));
         *this = {{form.x, form.y, form.z, form.biasX, form.biasY, form.biasZ, form.timestamp}};
     }
 };
-static_assert(sizeof(Record) == 32);
+static_assert(sizeof(UncalMagneticRecord) == 32);
 
 /** Magnetic field in µT before hard-iron correction, with the bias. */
-class UncalMagneticSensor : public ScaledSensor<Record> {
+class UncalMagneticSensor : public ScaledSensor<UncalMagneticRecord> {
   public:
     UncalMagneticSensor(const SensorInfo& info, ISensorsEventCallback* callback)
         : ScaledSensor("uncal_geomagnetic_sensor", "UncalMagneticSensor",
@@ -33,11 +31,6 @@ class UncalMagneticSensor : public ScaledSensor<Record> {
     }
 };
 
-}  // namespace
-
-std::unique_ptr<SensorBase> makeUncalMagneticSensor(const SensorInfo& info,
-                                                    ISensorsEventCallback* callback) {
-    return std::make_unique<UncalMagneticSensor>(info, callback);
-}
+template struct Driver<UncalMagneticSensor>;
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub
