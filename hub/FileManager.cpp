@@ -20,9 +20,6 @@ namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
 namespace {
 
-constexpr char kClass[] = "SensorHubSensor";
-constexpr char kMethod[] = "fileManager";
-
 enum Operation { kRead, kWrite, kRemove };
 constexpr const char* kOperationNames[] = {"READ", "WRITE", "REMOVE"};
 
@@ -59,7 +56,7 @@ FileRequest split(const char* text, size_t length) {
 }
 
 int32_t refuse(const char* what, const std::string& text) {
-    ALOGE("%s::%s: invalid %s %s", kClass, kMethod, what, text.c_str());
+    ALOGE("SensorHubSensor::fileManager: invalid %s %s", what, text.c_str());
     return -EINVAL;
 }
 
@@ -68,7 +65,7 @@ int32_t openFile(const char* path, int flags, UniqueFd* file) {
     file->reset(open(path, flags | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC, 0660));
     if (file->ok()) return 0;
     const int error = errno;
-    ALOGI("%s::%s: %s open failed(%d) %s", kClass, kMethod, path, -error, strerror(error));
+    ALOGI("SensorHubSensor::fileManager: %s open failed(%d) %s", path, -error, strerror(error));
     return -error;
 }
 
@@ -76,7 +73,7 @@ int32_t openFile(const char* path, int flags, UniqueFd* file) {
 int32_t seekTo(int fd, int64_t offset) {
     if (lseek(fd, offset, SEEK_SET) >= 0 || errno == ESPIPE) return 0;
     const int error = errno;
-    ALOGE("%s::%s: seek to %" PRId64 " failed(%d) %s", kClass, kMethod, offset, -error,
+    ALOGE("SensorHubSensor::fileManager: seek to %" PRId64 " failed(%d) %s", offset, -error,
           strerror(error));
     return -error;
 }
@@ -86,7 +83,7 @@ int32_t readFile(const FileRequest& request, int32_t size, int64_t offset, Reply
     if (const int32_t error = openFile(request.path.c_str(), O_RDONLY, &file)) return error;
     if (size < 0) return refuse("size", request.size);
     LOG_ALWAYS_FATAL_IF(static_cast<size_t>(size) > sizeof(reply->data),
-                        "%s::%s: no reply holds %d bytes", kClass, kMethod, size);
+                        "SensorHubSensor::fileManager: no reply holds %d bytes", size);
     if (const int32_t error = seekTo(file.get(), offset)) return error;
     return static_cast<int32_t>(read(file.get(), reply->data, static_cast<size_t>(size)));
 }
@@ -105,7 +102,7 @@ int32_t writeFile(const FileRequest& request, int32_t size, int64_t offset) {
 
 int32_t removeFile(const char* path) {
     const int32_t result = remove(path);
-    ALOGI("%s::%s %s remove %d", kClass, kMethod, path, result);
+    ALOGI("SensorHubSensor::fileManager %s remove %d", path, result);
     return result;
 }
 
@@ -138,10 +135,10 @@ void send(int controlFd, const Reply& reply) {
         reply.operation == kRead && reply.result > 0 ? static_cast<size_t>(reply.result) : 0;
     const size_t length = kReplyHead + data;
     const int32_t result = reply.result;
-    ALOGI("%s::%s: result %d, sendLen %d", kClass, kMethod, result, static_cast<int>(length));
+    ALOGI("SensorHubSensor::fileManager: result %d, sendLen %d", result, static_cast<int>(length));
     if (write(controlFd, &reply, length) < 0) {
         const int error = errno;
-        ALOGE("%s::%s: error(%d) %s", kClass, kMethod, -error, strerror(error));
+        ALOGE("SensorHubSensor::fileManager: error(%d) %s", -error, strerror(error));
     }
 }
 
@@ -149,20 +146,21 @@ void send(int controlFd, const Reply& reply) {
 
 void SensorHubSensor::fileManager(int type) {
     if (type < 0 || static_cast<size_t>(type) >= std::size(kOperationNames)) {
-        ALOGI("%s::%s: invalid type %d  ", kClass, kMethod, type);
+        ALOGI("SensorHubSensor::fileManager: invalid type %d  ", type);
         return;
     }
-    ALOGI("%s::%s: %s", kClass, kMethod, kOperationNames[type]);
+    ALOGI("SensorHubSensor::fileManager: %s", kOperationNames[type]);
     const UniqueFd control(open(paths::kFileManager, O_RDWR | O_CLOEXEC));
     if (!control.ok()) {
         const int error = errno;
-        ALOGI("%s::%s: shub_file open failed(%d) %s", kClass, kMethod, -error, strerror(error));
+        ALOGI("SensorHubSensor::fileManager: shub_file open failed(%d) %s", -error,
+              strerror(error));
         return;
     }
     char text[kRequestSize];
     const ssize_t length = read(control.get(), text, sizeof(text));
     if (length < 0) {
-        ALOGI("%s::%s: shub_file read failed(%d)", kClass, kMethod, -errno);
+        ALOGI("SensorHubSensor::fileManager: shub_file read failed(%d)", -errno);
         return;
     }
     const FileRequest request = split(text, static_cast<size_t>(length));

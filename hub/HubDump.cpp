@@ -20,8 +20,6 @@ namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
 namespace {
 
-constexpr char kClass[] = "SensorHubSensor";
-
 constexpr int kStateDump = 0;
 constexpr int kStateDumpLimit = 2;
 
@@ -67,7 +65,7 @@ bool appendPart(char* path, size_t size, const char* part) {
 
 void removeDump(const std::string& name) {
     const std::string path = paths::kDumpDirectory + name;
-    ALOGI("%s::%s remove %s", kClass, "deletePrevDump", path.c_str());
+    ALOGI("SensorHubSensor::deletePrevDump remove %s", path.c_str());
     remove(path.c_str());
 }
 
@@ -89,7 +87,7 @@ void deleteNewestDump(DIR* directory, int type, const char* prefix, int limit) {
         const std::string stamp = name.size() > stampAt ? name.substr(stampAt) : "";
         time_t time = 0;
         if (!parseStamp(stamp.c_str(), &time)) {
-            ALOGE("%s: str time %s error: %s", "deletePrevDump", stamp.c_str(), strerror(errno));
+            ALOGE("deletePrevDump: str time %s error: %s", stamp.c_str(), strerror(errno));
             continue;
         }
         if (count == 0 || time > newestTime) {
@@ -107,12 +105,12 @@ void SensorHubSensor::dump(int type, int count) {
     const time_t now = time(nullptr);
     tm local = {};
     if (localtime_r(&now, &local) == nullptr) {
-        ALOGE("%s::%s: time conversion error: %s", kClass, "dump", strerror(errno));
+        ALOGE("SensorHubSensor::dump: time conversion error: %s", strerror(errno));
         return;
     }
     char stamp[32] = "";
     if (strftime(stamp, sizeof(stamp), kStampFormat, &local) == 0) {
-        ALOGE("%s::%s: time error: %s", kClass, "dump", strerror(errno));
+        ALOGE("SensorHubSensor::dump: time error: %s", strerror(errno));
     }
     char prefix[32];
     if (type == kStateDump) {
@@ -121,7 +119,7 @@ void SensorHubSensor::dump(int type, int count) {
         snprintf(prefix, sizeof(prefix), "%s_%03d_", kLatestName, type);
     }
     const int limit = type == kStateDump ? kStateDumpLimit : count;
-    ALOGI("%s::%s out %s%s, count %d", kClass, "dump", prefix, stamp, limit);
+    ALOGI("SensorHubSensor::dump out %s%s, count %d", prefix, stamp, limit);
 
     deletePrevDump(type, prefix, limit);
     copyFile(paths::kDumpSourceDirectory, kLatestName, paths::kDumpDirectory, prefix, stamp);
@@ -142,20 +140,20 @@ void SensorHubSensor::copyFile(const char* inDir, const char* inName, const char
                                const char* outName, const char* suffix) {
     char in[PATH_MAX] = "";
     if (!appendPart(in, sizeof(in), inDir) || !appendPart(in, sizeof(in), inName)) {
-        ALOGE("%s::%s: in path error: %s", kClass, "copyFile", strerror(errno));
+        ALOGE("SensorHubSensor::copyFile: in path error: %s", strerror(errno));
         return;
     }
     char out[PATH_MAX] = "";
     if (!appendPart(out, sizeof(out), outDir) || !appendPart(out, sizeof(out), outName) ||
         (suffix != nullptr && !appendPart(out, sizeof(out), suffix))) {
-        ALOGE("%s::%s: out path error: %s", kClass, "copyFile", strerror(errno));
+        ALOGE("SensorHubSensor::copyFile: out path error: %s", strerror(errno));
         return;
     }
     const UniqueFd inFd(open(in, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     // Not truncated: of a longer earlier dump the tail stays.
     const UniqueFd outFd(open(out, O_WRONLY | O_CREAT | O_CLOEXEC, 0664));
     if (inFd.get() < 1 || outFd.get() < 1) {
-        ALOGE("%s::%s: open error: %s, inFd(%d)=%s, outFd(%d)=%s", kClass, "copyFile",
+        ALOGE("SensorHubSensor::copyFile: open error: %s, inFd(%d)=%s, outFd(%d)=%s",
               strerror(errno), inFd.get(), in, outFd.get(), out);
         return;
     }
@@ -163,7 +161,7 @@ void SensorHubSensor::copyFile(const char* inDir, const char* inName, const char
     ssize_t count = 0;
     while ((count = read(inFd.get(), chunk, sizeof(chunk))) > 0) {
         if (write(outFd.get(), chunk, static_cast<size_t>(count)) < 0) {
-            ALOGE("%s::%s: write error: %s", kClass, "copyFile", strerror(errno));
+            ALOGE("SensorHubSensor::copyFile: write error: %s", strerror(errno));
         }
     }
 }

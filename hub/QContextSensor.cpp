@@ -54,12 +54,12 @@ int QContextSensor::enable(int handle, bool on) {
     if (on) {
         const UniqueFd file(open(paths::kContextList, O_RDONLY | O_CLOEXEC));
         if (!file.ok()) {
-            ALOGE("%s : qcontext list open failed - (%s)", "QContextSensor", strerror(errno));
+            ALOGE("QContextSensor : qcontext list open failed - (%s)", strerror(errno));
             return 0;
         }
         int32_t words[4] = {};
         if (read(file.get(), words, sizeof(words)) < 0) {
-            ALOGE("%s : qcontext list read failed - (%s)", "QContextSensor", strerror(errno));
+            ALOGE("QContextSensor : qcontext list read failed - (%s)", strerror(errno));
         } else {
             postList(words);
         }

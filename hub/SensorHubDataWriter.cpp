@@ -14,8 +14,6 @@ namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
 namespace {
 
-constexpr char kName[] = "SensorHubDataWriter";
-
 constexpr int32_t kStart = 0;
 constexpr int32_t kEnd = 1;
 constexpr int32_t kData = 0x42554853;  // "SHUB" in memory
@@ -31,7 +29,9 @@ static_assert(sizeof(Piece) == 64 && sizeof(Piece) == sizeof(Event::u));
 /** A descriptor, or negative with the failure logged. */
 int openDevice(const char* path) {
     const int fd = open(path, O_RDWR | O_CLOEXEC);
-    if (fd < 0) ALOGE("%s: open sensorhub device failed(%d) %s", kName, fd, strerror(errno));
+    if (fd < 0) {
+        ALOGE("SensorHubDataWriter: open sensorhub device failed(%d) %s", fd, strerror(errno));
+    }
     return fd;
 }
 
@@ -40,16 +40,16 @@ int openDevice(const char* path) {
 int hbx_data_injection_fd = 0;
 
 SensorHubDataWriter::SensorHubDataWriter() {
-    ALOGI("%s::%s()", kName, kName);
+    ALOGI("SensorHubDataWriter::SensorHubDataWriter()");
     hbx_data_injection_fd = openDevice(paths::kHubMessage);
     if (hbx_data_injection_fd < 0) hbx_data_injection_fd = openDevice(paths::kHubMessageFallback);
     if (hbx_data_injection_fd < 0) return;
     // At error level on purpose, success or not.
-    ALOGE("%s: open sensorhub device success(%d)", kName, hbx_data_injection_fd);
+    ALOGE("SensorHubDataWriter: open sensorhub device success(%d)", hbx_data_injection_fd);
 }
 
 SensorHubDataWriter::~SensorHubDataWriter() {
-    ALOGI("%s::%s()", kName, "~SensorHubDataWriter");
+    ALOGI("SensorHubDataWriter::~SensorHubDataWriter()");
 }
 
 int32_t SensorHubDataWriter::handleData(const Event& event) {
@@ -64,17 +64,17 @@ int32_t SensorHubDataWriter::handleData(const Event& event) {
         case kEnd:
             return end(piece.length);
         default:
-            ALOGI("%s: does not support this type %d", kName, piece.kind);
+            ALOGI("SensorHubDataWriter: does not support this type %d", piece.kind);
             return -1;
     }
 }
 
 int32_t SensorHubDataWriter::start(uint32_t length, int64_t timestamp, const uint8_t* chunk) {
-    if (mInjecting) ALOGD("%s: injection was not finished", kName);
+    if (mInjecting) ALOGD("SensorHubDataWriter: injection was not finished");
     clearBuffer();
     mInjecting = false;
     if (length > kCapacity) {
-        ALOGD("%s: too big data", kName);
+        ALOGD("SensorHubDataWriter: too big data");
         return -1;
     }
     if (length <= kMaxWholeMessage) {
@@ -96,7 +96,7 @@ int32_t SensorHubDataWriter::start(uint32_t length, int64_t timestamp, const uin
 
 int32_t SensorHubDataWriter::append(uint32_t length, const uint8_t* chunk, uint32_t chunkSize) {
     if (!mInjecting) {
-        ALOGE("%s: does not start injection", kName);
+        ALOGE("SensorHubDataWriter: does not start injection");
         return -1;
     }
     return appendBytes(length, chunk, chunkSize);
@@ -107,7 +107,8 @@ int32_t SensorHubDataWriter::appendBytes(uint32_t length, const void* bytes, uin
     // In 64 bits, and against the buffer too: no length and no order of calls gets past it.
     const int64_t filled = static_cast<int64_t>(position) + length;
     if (length > available || filled > mDataLength || filled > kCapacity) {
-        ALOGE("%s: SetHubData failed , Not enough buffer %zu", kName, static_cast<size_t>(length));
+        ALOGE("SensorHubDataWriter: SetHubData failed , Not enough buffer %zu",
+              static_cast<size_t>(length));
         return -1;
     }
     memcpy(mHubData + position, bytes, length);
@@ -117,14 +118,14 @@ int32_t SensorHubDataWriter::appendBytes(uint32_t length, const void* bytes, uin
 
 int32_t SensorHubDataWriter::end(uint32_t length) {
     if (!mInjecting) {
-        ALOGE("%s: does not start injection", kName);
+        ALOGE("SensorHubDataWriter: does not start injection");
         return -1;
     }
     mInjecting = false;
     if (length == static_cast<uint32_t>(mDataLength) && mDataLength == mDataPos) {
         writeData();
     } else {
-        ALOGE("%s: injection was not finished", kName);
+        ALOGE("SensorHubDataWriter: injection was not finished");
     }
     return -1;
 }
@@ -148,24 +149,24 @@ int32_t SensorHubDataWriter::writeData() {
 int32_t SensorHubDataWriter::inject_qcontext_data(const unsigned char* data, int len) {
     const int lastError = errno;
     const int fd = hbx_data_injection_fd;
-    ALOGD("%s: New hbx_data_injection_fd(%d)", "inject_qcontext_data", fd);
+    ALOGD("inject_qcontext_data: New hbx_data_injection_fd(%d)", fd);
     if (fd < 0) {
-        ALOGE("%s: invalid hbx_data_injection_fd(%d)", "inject_qcontext_data", fd);
+        ALOGE("inject_qcontext_data: invalid hbx_data_injection_fd(%d)", fd);
         return -lastError;
     }
     if (data == nullptr || len < 0) {
-        ALOGE("%s: error(%d) %s", "inject_qcontext_data", -EINVAL, strerror(EINVAL));
+        ALOGE("inject_qcontext_data: error(%d) %s", -EINVAL, strerror(EINVAL));
         return -EINVAL;
     }
     ssize_t written = 0;
     while ((written = write(fd, data, static_cast<size_t>(len))) < 0) {
         const int error = errno;
         if (error != EINTR) {
-            ALOGE("%s: error(%d) %s", "inject_qcontext_data", -error, strerror(error));
+            ALOGE("inject_qcontext_data: error(%d) %s", -error, strerror(error));
             ALOGD("QContext Data Injection return %d", static_cast<int>(written));
             return -error;
         }
-        ALOGE("%s: EINTR! retry to write", "inject_qcontext_data");
+        ALOGE("inject_qcontext_data: EINTR! retry to write");
     }
     ALOGD("QContext Data Injection return %d", static_cast<int>(written));
     return static_cast<int32_t>(written);
@@ -174,7 +175,7 @@ int32_t SensorHubDataWriter::inject_qcontext_data(const unsigned char* data, int
 void SensorHubDataWriter::initBuffers(int length, unsigned long timestamp, const int* data) {
     clearBuffer();
     if (length < 0 || length > kCapacity) {
-        ALOGE("%s: too big data", kName);
+        ALOGE("SensorHubDataWriter: too big data");
         return;
     }
     mDataLength = length;
@@ -184,7 +185,7 @@ void SensorHubDataWriter::initBuffers(int length, unsigned long timestamp, const
 
 int32_t SensorHubDataWriter::setHubData(int length, const int* data) {
     if (data == nullptr) {
-        ALOGE("%s: SetHubData failed ,wrong buffer", kName);
+        ALOGE("SensorHubDataWriter: SetHubData failed ,wrong buffer");
         return -1;
     }
     // The caller's buffer holds what it says; the message's room is what limits it.

@@ -20,7 +20,7 @@ constexpr int kPollThreadPriority = -8;
 
 void SensorsSubHal::startThread(SensorsSubHal* self) {
     const pid_t tid = gettid();
-    ALOGI("%s %d", "startThread", tid);
+    ALOGI("startThread %d", tid);
     androidSetThreadPriority(tid, kPollThreadPriority);
     self->run();
 }
@@ -55,7 +55,7 @@ void SensorsSubHal::drain(SensorBase& sensor) {
 void SensorsSubHal::postEvents(const std::vector<Event>& events, bool wakeup) {
     const sp<IHalProxyCallback> callback = mCallBack.get();
     if (callback == nullptr) {
-        ALOGI("%s: mCallBack is null", "postEvents");
+        ALOGI("postEvents: mCallBack is null");
         return;
     }
     if (events.empty()) return;

@@ -35,10 +35,10 @@ Return<Result> SensorsSubHal::activate(int32_t sensorHandle, bool enabled) {
 
 int SensorsSubHal::queueActivate(int32_t handle, bool enable) {
     SensorBase* sensor = mSensorList->get(handle);
-    ALOGI("%s: handle %d enable %d", "queueActivate", handle, enable);
+    ALOGI("queueActivate: handle %d enable %d", handle, enable);
     const std::lock_guard<std::mutex> lock(mActivateLock);
     if (sensor == nullptr) {
-        ALOGE("%s: unhandled handle=%d, enable=%d", "queueActivate", handle, enable);
+        ALOGE("queueActivate: unhandled handle=%d, enable=%d", handle, enable);
         return -EINVAL;
     }
     // The sensor object is switched first, the hub second, in both directions.
@@ -47,7 +47,7 @@ int SensorsSubHal::queueActivate(int32_t handle, bool enable) {
 
     const UniqueFd file(open(paths::kEnable, O_RDWR | O_CLOEXEC));
     if (!file.ok()) {
-        ALOGW("%s: fd open failed(%d)", "queueActivate", file.get());
+        ALOGW("queueActivate: fd open failed(%d)", file.get());
         return -EIO;
     }
     ALOGI("type : %d, enable : %d", handle, enable);
@@ -58,7 +58,7 @@ int SensorsSubHal::queueActivate(int32_t handle, bool enable) {
     // The driver expects the terminating NUL as part of the text.
     const ssize_t written = write(file.get(), text, static_cast<size_t>(length) + 1);
     if (written < 0) {
-        ALOGE("%s: write failed. ret=%zd, handle =%d, enable =%d", "queueActivate", written, handle,
+        ALOGE("queueActivate: write failed. ret=%zd, handle =%d, enable =%d", written, handle,
               enable);
         return static_cast<int>(written);
     }
@@ -73,7 +73,7 @@ Return<Result> SensorsSubHal::batch(int32_t sensorHandle, int64_t samplingPeriod
     int64_t periodNs = samplingPeriodNs;
     const int64_t minDelayNs = sensor->getSensorInfo().minDelay * kNsPerUs;
     if (minDelayNs > periodNs) {
-        ALOGI("%s: period=%" PRId64 " minDelay=%" PRId64, "batch", periodNs, minDelayNs);
+        ALOGI("batch: period=%" PRId64 " minDelay=%" PRId64, periodNs, minDelayNs);
         periodNs = minDelayNs;
     }
     row(sensorHandle).samplingPeriodNs = periodNs;
@@ -83,10 +83,9 @@ Return<Result> SensorsSubHal::batch(int32_t sensorHandle, int64_t samplingPeriod
 
 int SensorsSubHal::queueBatch(int32_t handle, int64_t periodNs, int64_t latencyNs) {
     SensorBase* sensor = mSensorList->get(handle);
-    ALOGI("%s: handle=%d period=%" PRId64 " timeout=%" PRId64, "queueBatch", handle, periodNs,
-          latencyNs);
+    ALOGI("queueBatch: handle=%d period=%" PRId64 " timeout=%" PRId64, handle, periodNs, latencyNs);
     if (sensor == nullptr) {
-        ALOGE("%s: unhandled handle=%d", "queueBatch", handle);
+        ALOGE("queueBatch: unhandled handle=%d", handle);
         return -EINVAL;
     }
     batch_config config = {latencyNs, periodNs, 0, 0};
@@ -94,14 +93,14 @@ int SensorsSubHal::queueBatch(int32_t handle, int64_t periodNs, int64_t latencyN
     {
         const UniqueFd device(open(paths::kBatch, O_RDONLY | O_CLOEXEC));
         if (!device.ok()) {
-            ALOGE("%s: open batch device failed(%d)\n", "queueBatch", device.get());
+            ALOGE("queueBatch: open batch device failed(%d)\n", device.get());
             return -1;
         }
         mergeDirectReportRequest(&config, handle);
         result = ioctl(device.get(), kBatchRequest | static_cast<unsigned long>(handle), &config);
     }
     if (result < 0) {
-        ALOGE("%s: batch ret %d %s\n", "queueBatch", result, strerror(errno));
+        ALOGE("queueBatch: batch ret %d %s\n", result, strerror(errno));
         return -EINVAL;
     }
     return sensor->batch(handle, config.delay, config.timeout);
@@ -109,9 +108,9 @@ int SensorsSubHal::queueBatch(int32_t handle, int64_t periodNs, int64_t latencyN
 
 Return<Result> SensorsSubHal::flush(int32_t sensorHandle) {
     SensorBase* sensor = mSensorList->get(sensorHandle);
-    ALOGI("%s: handle=%d", "flush", sensorHandle);
+    ALOGI("flush: handle=%d", sensorHandle);
     if (sensor == nullptr) {
-        ALOGE("%s: unhandled handle=%d", "flush", sensorHandle);
+        ALOGE("flush: unhandled handle=%d", sensorHandle);
         return Result::BAD_VALUE;
     }
     if (sensor->isOneShotSensor()) return Result::BAD_VALUE;

@@ -15,7 +15,7 @@ constexpr float kMaxLoadFactor = 1.0f;
 }  // namespace
 
 SensorsSubHal::SensorsSubHal() {
-    ALOGI("create %s", "SensorsSubHal");
+    ALOGI("create SensorsSubHal");
     mSensorToChannel.max_load_factor(kMaxLoadFactor);
     mDirectChannel.max_load_factor(kMaxLoadFactor);
     // Before the poll thread starts, which looks sensors up here.
@@ -41,7 +41,7 @@ SensorsSubHal::~SensorsSubHal() {
     mStopThread = true;
     if (mPollThread.joinable()) mPollThread.join();
     mSensorList.reset();
-    ALOGI("destroy %s", "SensorsSubHal");
+    ALOGI("destroy SensorsSubHal");
 }
 
 Return<void> SensorsSubHal::debug(const hidl_handle&, const hidl_vec<hidl_string>&) {
@@ -62,7 +62,7 @@ Return<Result> SensorsSubHal::setOperationMode(OperationMode) {
 }
 
 Return<Result> SensorsSubHal::initialize(const sp<IHalProxyCallback>& halProxyCallback) {
-    ALOGI("%s::%s", "SensorsSubHal", "initialize");
+    ALOGI("SensorsSubHal::initialize");
     mCallBack.set(halProxyCallback);
     setOperationMode(OperationMode::NORMAL);
     // Error level on purpose: a proxy restart has to stand out in a filtered log.
@@ -75,7 +75,7 @@ Return<Result> SensorsSubHal::initialize(const sp<IHalProxyCallback>& halProxyCa
             channelHandles.push_back(channel.first);
     }
     for (const int32_t channelHandle : channelHandles) {
-        ALOGE("%s: remove direct-channel handle=%d", "initialize", channelHandle);
+        ALOGE("initialize: remove direct-channel handle=%d", channelHandle);
         removeDirectChannel(channelHandle);
     }
     const std::lock_guard<std::mutex> lock(mDirectChannelLock);
@@ -89,7 +89,7 @@ Return<Result> SensorsSubHal::initialize(const sp<IHalProxyCallback>& halProxyCa
 Return<Result> SensorsSubHal::injectSensorData(const Event& event) {
     SensorBase* sensor = mSensorList->get(event.sensorHandle);
     if (sensor == nullptr) {
-        ALOGE("%s: unhandled handle=%d", "injectSensorData", event.sensorHandle);
+        ALOGE("injectSensorData: unhandled handle=%d", event.sensorHandle);
         return Result::BAD_VALUE;
     }
     return sensor->injectSensorData(event) < 0 ? Result::BAD_VALUE : Result::OK;
