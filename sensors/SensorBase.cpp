@@ -189,7 +189,7 @@ int64_t SensorBase::getTimestamp() {
 int SensorBase::getDataAvailable(uint64_t maxReportLatencyNs) {
     int count = 1;
     // The stabilisation gyroscopes outrun one wake-up per record: their queue is always asked for.
-    if (mHandle != kVdisGyroHandle && mHandle != kStillwaveGyroHandle) {
+    if (!reportsDirectly(mHandle)) {
         if (maxReportLatencyNs == 0 || mSensorInfo.fifoMaxEventCount == 0) return count;
     }
     readSysfsInt(mDataAvailablePath.c_str(), &count);

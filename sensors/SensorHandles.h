@@ -10,7 +10,13 @@ inline constexpr int32_t kQContextHandle = 32;
 inline constexpr int32_t kSensorHubHandle = 33;
 
 // The camera's stabilisation gyroscopes, the only sensors that direct channels carry.
-inline constexpr int32_t kVdisGyroHandle = 38;
-inline constexpr int32_t kStillwaveGyroHandle = 50;
+inline constexpr int32_t kDirectReportHandles[] = {38, 50};
+
+constexpr bool reportsDirectly(int32_t handle) {
+    for (const int32_t candidate : kDirectReportHandles) {
+        if (handle == candidate) return true;
+    }
+    return false;
+}
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

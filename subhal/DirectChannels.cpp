@@ -23,21 +23,17 @@ constexpr int32_t kAllSensors = -1;
 constexpr int32_t kNoChannel = -1;
 constexpr int32_t kMinReportHandle = 1;
 
-constexpr int32_t kRateStop = 0;
-constexpr int32_t kRateNormal = 1;
-constexpr int32_t kRateFast = 2;
-constexpr int32_t kRateVeryFast = 3;
 // The fastest that the hub samples for direct report; what asks for more gets this.
-constexpr int32_t kMaxStoredRate = kRateFast;
+constexpr int32_t kMaxStoredRate = SENSOR_DIRECT_RATE_FAST;
 
 /** Sampling period of a rate level in ns, 0 for a level without one. */
 int64_t periodOf(int32_t rateLevel) {
     switch (rateLevel) {
-        case kRateNormal:
+        case SENSOR_DIRECT_RATE_NORMAL:
             return 20'000'000;
-        case kRateFast:
+        case SENSOR_DIRECT_RATE_FAST:
             return 2'500'000;
-        case kRateVeryFast:
+        case SENSOR_DIRECT_RATE_VERY_FAST:
             return 2'000'000;
         default:
             return 0;
@@ -76,16 +72,11 @@ std::unique_ptr<DirectChannelBase> makeChannel(const sensors_direct_mem_t* mem) 
 
 void SensorsSubHal::DirectReport::setRateLevel(int32_t channelHandle, int32_t rateLevel) {
     channels.erase(channelHandle);
-    if (rateLevel != kRateStop) channels[channelHandle] = {0, rateLevel};
+    if (rateLevel != SENSOR_DIRECT_RATE_STOP) channels[channelHandle] = {0, rateLevel};
     int32_t highest = 0;
     for (const auto& channel : channels)
         highest = std::max(highest, channel.second.rateLevel);
     maxRateLevel = highest;
-}
-
-void SensorsSubHal::DirectReport::clear() {
-    channels.clear();
-    maxRateLevel = 0;
 }
 
 Return<void> SensorsSubHal::registerDirectChannel(const SharedMemInfo& mem,
@@ -143,9 +134,23 @@ Return<Result> SensorsSubHal::unregisterDirectChannel(int32_t channelHandle) {
 }
 
 int SensorsSubHal::removeDirectChannel(int32_t channelHandle) {
+    const std::lock_guard<std::mutex> lock(mDirectChannelLock);
+    removeLocked(channelHandle);
+    return 0;
+}
+
+void SensorsSubHal::removeAllDirectChannels() {
+    const std::lock_guard<std::mutex> lock(mDirectChannelLock);
+    while (!mDirectChannel.empty()) {
+        const int32_t channelHandle = mDirectChannel.begin()->first;
+        ALOGE("initialize: remove direct-channel handle=%d", channelHandle);
+        removeLocked(channelHandle);
+    }
+}
+
+void SensorsSubHal::removeLocked(int32_t channelHandle) {
     ALOGI("removeDirectChannel: %d", channelHandle);
-    std::vector<int32_t> stopped;
-    stopAllDirectReportOnChannel(channelHandle, &stopped);
+    const std::vector<int32_t> stopped = stopLocked(channelHandle);
     if (!stopped.empty()) {
         std::string sensors;
         for (const int32_t sensorHandle : stopped)
@@ -153,33 +158,30 @@ int SensorsSubHal::removeDirectChannel(int32_t channelHandle) {
         ALOGW("Removing channel %d when sensors (%s) are not stopped.", channelHandle,
               sensors.c_str());
     }
-    const std::lock_guard<std::mutex> lock(mDirectChannelLock);
-    // Another thread may have configured the channel again between the two locks.
-    for (auto& report : mSensorToChannel)
-        report.second.setRateLevel(channelHandle, kRateStop);
     mDirectChannel.erase(channelHandle);
+}
+
+int SensorsSubHal::stopAllDirectReportOnChannel(int32_t channelHandle) {
+    const std::lock_guard<std::mutex> lock(mDirectChannelLock);
+    if (mDirectChannel.count(channelHandle) == 0) return -EINVAL;
+    stopLocked(channelHandle);
     return 0;
 }
 
-int SensorsSubHal::stopAllDirectReportOnChannel(int32_t channelHandle,
-                                                std::vector<int32_t>* stopped) {
-    const std::lock_guard<std::mutex> lock(mDirectChannelLock);
-    if (mDirectChannel.count(channelHandle) == 0) return -EINVAL;
-
-    std::vector<int32_t> unused;  // sensors that this leaves without a channel
+std::vector<int32_t> SensorsSubHal::stopLocked(int32_t channelHandle) {
+    std::vector<int32_t> unused;
     for (auto& [sensorHandle, report] : mSensorToChannel) {
         if (report.channels.count(channelHandle) == 0) continue;
-        report.setRateLevel(channelHandle, kRateStop);
+        report.setRateLevel(channelHandle, SENSOR_DIRECT_RATE_STOP);
         if (report.channels.empty()) unused.push_back(sensorHandle);
     }
     std::sort(unused.begin(), unused.end());
-    if (stopped != nullptr) *stopped = unused;
 
     const std::lock_guard<std::mutex> configLock(mConfigLock);
     for (const int32_t sensorHandle : unused) {
         if (!row(sensorHandle).enabled) queueActivate(sensorHandle, false);
     }
-    return 0;
+    return unused;
 }
 
 Return<void> SensorsSubHal::configDirectReport(int32_t sensorHandle, int32_t channelHandle,
@@ -191,7 +193,7 @@ Return<void> SensorsSubHal::configDirectReport(int32_t sensorHandle, int32_t cha
     }
     ALOGI("configDirectReport %d %d %d", sensorHandle, channelHandle, level);
     const int result = configDirectChannel(sensorHandle, channelHandle, level);
-    const bool ok = result == 0 || (level != kRateStop && result >= 1);
+    const bool ok = result == 0 || (level != SENSOR_DIRECT_RATE_STOP && result >= 1);
     callback(ok ? Result::OK : toFailure(result), result);
     return Void();
 }
@@ -199,8 +201,8 @@ Return<void> SensorsSubHal::configDirectReport(int32_t sensorHandle, int32_t cha
 int SensorsSubHal::configDirectChannel(int32_t sensorHandle, int32_t channelHandle,
                                        int32_t rateLevel) {
     ALOGI("configDirectChannel %d %d %d", sensorHandle, channelHandle, rateLevel);
-    if (sensorHandle == kAllSensors && rateLevel == kRateStop) {
-        return stopAllDirectReportOnChannel(channelHandle, nullptr);
+    if (sensorHandle == kAllSensors && rateLevel == SENSOR_DIRECT_RATE_STOP) {
+        return stopAllDirectReportOnChannel(channelHandle);
     }
     if (sensorHandle < kMinReportHandle || sensorHandle > kMaxHandle) return -EINVAL;
     const SensorBase* sensor = mSensorList->get(sensorHandle);
@@ -220,7 +222,7 @@ int SensorsSubHal::configDirectChannel(int32_t sensorHandle, int32_t channelHand
 
     const std::lock_guard<std::mutex> configLock(mConfigLock);
     // Stopping leaves the sensor on: a client that stops often starts again. Removal switches off.
-    if (rateLevel == kRateStop) return 0;
+    if (rateLevel == SENSOR_DIRECT_RATE_STOP) return 0;
     SensorState& state = row(sensorHandle);
     if (!state.enabled) queueActivate(sensorHandle, true);
     queueBatch(sensorHandle, state.samplingPeriodNs, state.maxReportLatencyNs);
@@ -253,28 +255,28 @@ void SensorsSubHal::mergeDirectReportRequest(batch_config* request, int32_t sens
 }
 
 void SensorsSubHal::postDirectEvents(const std::vector<Event>& events) {
-    const size_t count = events.size();
-    const std::unique_ptr<sensors_event_t[]> converted(new sensors_event_t[count]);
-    for (size_t i = 0; i < count; ++i) {
-        V1_0::implementation::convertToSensorEvent(events[i], &converted[i]);
+    const bool isWanted = std::any_of(
+        mSensorToChannel.begin(), mSensorToChannel.end(),
+        [](const auto& report) { return report.second.maxRateLevel != SENSOR_DIRECT_RATE_STOP; });
+    if (!isWanted) return;
+    for (const Event& event : events) {
+        sensors_event_t converted;
+        V1_0::implementation::convertToSensorEvent(event, &converted);
+        sendDirectReportEvent(converted);
     }
-    sendDirectReportEvent(converted.get(), count);
 }
 
-void SensorsSubHal::sendDirectReportEvent(const sensors_event_t* events, size_t count) {
-    if (count == 0) return;
+void SensorsSubHal::sendDirectReportEvent(const sensors_event_t& event) {
     // A configuration call may write to the hub under this lock; events do not wait for that.
     const std::unique_lock<std::mutex> lock(mDirectChannelLock, std::try_to_lock);
     if (!lock.owns_lock()) return;
-    for (size_t i = 0; i < count; ++i) {
-        const auto report = mSensorToChannel.find(events[i].sensor);
-        if (report == mSensorToChannel.end()) continue;
-        for (auto& [channelHandle, timing] : report->second.channels) {
-            const auto channel = mDirectChannel.find(channelHandle);
-            if (channel == mDirectChannel.end()) continue;
-            channel->second->write(&events[i]);
-            timing.lastTimestamp = events[i].timestamp;
-        }
+    const auto report = mSensorToChannel.find(event.sensor);
+    if (report == mSensorToChannel.end()) return;
+    for (auto& [channelHandle, timing] : report->second.channels) {
+        const auto channel = mDirectChannel.find(channelHandle);
+        if (channel == mDirectChannel.end()) continue;
+        channel->second->write(&event);
+        timing.lastTimestamp = event.timestamp;
     }
 }
 

@@ -8,20 +8,11 @@
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
-namespace {
-
-constexpr float kMaxLoadFactor = 1.0f;
-
-}  // namespace
-
 SensorsSubHal::SensorsSubHal() {
     ALOGI("create SensorsSubHal");
-    mSensorToChannel.max_load_factor(kMaxLoadFactor);
-    mDirectChannel.max_load_factor(kMaxLoadFactor);
     // Before the poll thread starts, which looks sensors up here.
-    for (const int32_t handle : {kVdisGyroHandle, kStillwaveGyroHandle}) {
-        mSensorToChannel[handle].channels.max_load_factor(kMaxLoadFactor);
-    }
+    for (const int32_t handle : kDirectReportHandles)
+        mSensorToChannel[handle];
     mSensorList = std::make_unique<SensorList>(
         this, [](auto* callback) { return std::make_unique<QContextSensor>(callback); },
         [this](auto* callback) {
@@ -67,22 +58,7 @@ Return<Result> SensorsSubHal::initialize(const sp<IHalProxyCallback>& halProxyCa
     setOperationMode(OperationMode::NORMAL);
     // Error level on purpose: a proxy restart has to stand out in a filtered log.
     ALOGE("sensorhub initialize");
-
-    std::vector<int32_t> channelHandles;
-    {
-        const std::lock_guard<std::mutex> lock(mDirectChannelLock);
-        for (const auto& channel : mDirectChannel)
-            channelHandles.push_back(channel.first);
-    }
-    for (const int32_t channelHandle : channelHandles) {
-        ALOGE("initialize: remove direct-channel handle=%d", channelHandle);
-        removeDirectChannel(channelHandle);
-    }
-    const std::lock_guard<std::mutex> lock(mDirectChannelLock);
-    // What another thread has configured meanwhile goes, too.
-    for (auto& report : mSensorToChannel)
-        report.second.clear();
-    mDirectChannel.clear();
+    removeAllDirectChannels();
     return Result::OK;
 }
 

@@ -57,21 +57,49 @@ class SensorsSubHal : public ISensorsSubHal, public ISensorsEventCallback {
     Return<void> getSensorsList(getSensorsList_cb callback) override;
     /** Refuses every mode with BAD_VALUE; injection works whatever the mode. */
     Return<Result> setOperationMode(OperationMode mode) override;
+    /** Remembers the request even where it fails; BAD_VALUE for every failure. */
     Return<Result> activate(int32_t sensorHandle, bool enabled) override;
+    /**
+     * Raises the period to the sensor's minimum delay, and remembers and sends it whether or not
+     * the sensor is on. BAD_VALUE for every failure.
+     */
     Return<Result> batch(int32_t sensorHandle, int64_t samplingPeriodNs,
                          int64_t maxReportLatencyNs) override;
+    /** BAD_VALUE for one-shot sensors and every failure; whether the sensor is on is not asked. */
     Return<Result> flush(int32_t sensorHandle) override;
+    /** BAD_VALUE for unknown handles and what the sensor object refuses. */
     Return<Result> injectSensorData(const Event& event) override;
+    /**
+     * Answers a channel handle, 1 or more and never used again. Only ashmem is taken.
+     *
+     * The memory's descriptor, the first of its native handle, passes to the library, which closes
+     * it when the channel goes or could not be made; what is refused before that, by its type or
+     * format or for want of a handle, stays the caller's. The native handle itself is only
+     * borrowed.
+     */
     Return<void> registerDirectChannel(const SharedMemInfo& mem,
                                        registerDirectChannel_cb callback) override;
+    /**
+     * Zeroes and lets go of the channel's memory, and switches off the sensors that it leaves
+     * without a channel, except those that the proxy has switched on. OK for unknown handles too.
+     */
     Return<Result> unregisterDirectChannel(int32_t channelHandle) override;
+    /**
+     * Puts a sensor's report on a channel, or at RateLevel::STOP takes it off; STOP with sensor
+     * handle -1 takes every sensor off. VERY_FAST runs as FAST, the hub's fastest.
+     *
+     * Answers the sensor handle as the report token, 0 for STOP. A rate switches the sensor on;
+     * STOP of one sensor leaves it on, STOP of all switches it off as unregistering does.
+     */
     Return<void> configDirectReport(int32_t sensorHandle, int32_t channelHandle, RateLevel rate,
                                     configDirectReport_cb callback) override;
 
     // ISensorsSubHal
     const std::string getName() override;
     using ISensorsSubHal::initialize;
-    /** Takes over the proxy's callback and removes all direct channels; sensors stay as they are.
+    /**
+     * Takes over the proxy's callback and removes all direct channels. Sensors stay as they are,
+     * except those that only a channel had switched on.
      */
     Return<Result> initialize(const sp<IHalProxyCallback>& halProxyCallback) override;
 
@@ -82,8 +110,8 @@ class SensorsSubHal : public ISensorsSubHal, public ISensorsEventCallback {
   private:
     /** What was last asked for a handle; rows live as long as the process. */
     struct SensorState {
-        // Written on proxy threads, read on the poll thread: a stale value costs at most one
-        // forwarded or dropped vector.
+        // Written on proxy threads, read on the poll thread too: a stale value there costs at most
+        // one forwarded or dropped vector.
         Relaxed<int64_t> maxReportLatencyNs{0};
         Relaxed<int64_t> samplingPeriodNs{0};
         Relaxed<bool> enabled{false};
@@ -98,8 +126,6 @@ class SensorsSubHal : public ISensorsSubHal, public ISensorsEventCallback {
     struct DirectReport {
         /** Puts a channel on, moves it to, or at level 0 takes it off a rate level. */
         void setRateLevel(int32_t channelHandle, int32_t rateLevel);
-        /** Takes every channel off. */
-        void clear();
 
         std::unordered_map<int32_t, DirectChannelTimingInfo>
             channels;  // by channel handle; guarded by mDirectChannelLock
@@ -126,15 +152,24 @@ class SensorsSubHal : public ISensorsSubHal, public ISensorsEventCallback {
     int queueActivate(int32_t handle, bool enable);
     int queueBatch(int32_t handle, int64_t periodNs, int64_t latencyNs);
 
-    // Direct channels. Negative results are negative errno values.
+    // Direct channels. Negative results are negative errno values. What is called "Locked" runs
+    // under mDirectChannelLock.
     static bool isDirectReportSupported() { return true; }
     int32_t addDirectChannel(const sensors_direct_mem_t* mem);
     int removeDirectChannel(int32_t channelHandle);
-    int stopAllDirectReportOnChannel(int32_t channelHandle, std::vector<int32_t>* stopped);
+    void removeAllDirectChannels();
+    void removeLocked(int32_t channelHandle);
+    int stopAllDirectReportOnChannel(int32_t channelHandle);
+    /**
+     * Takes every sensor off a channel and switches off those that are now on none, unless the
+     * proxy uses them. Answers their handles, rising.
+     */
+    std::vector<int32_t> stopLocked(int32_t channelHandle);
     int configDirectChannel(int32_t sensorHandle, int32_t channelHandle, int32_t rateLevel);
+    /** Required, without a caller. */
     int64_t rateLevelToDeviceSamplingPeriodNs(int32_t sensorHandle, int32_t rateLevel) const;
     void mergeDirectReportRequest(batch_config* request, int32_t sensorHandle);
-    void sendDirectReportEvent(const sensors_event_t* events, size_t count);
+    void sendDirectReportEvent(const sensors_event_t& event);
 
     StrongPointerSlot<IHalProxyCallback> mCallBack;  // null until initialize
     pollfd* mPollFds = nullptr;                      // mSensorList's; poll thread only
