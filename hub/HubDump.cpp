@@ -53,16 +53,6 @@ bool parseStamp(const char* text, time_t* time) {
     return true;
 }
 
-/** Appends one part of a path; false with errno when it leaves no room. */
-bool appendPart(char* path, size_t size, const char* part) {
-    const size_t used = strlen(path);
-    const int printed = snprintf(path + used, size - used, "%s", part);
-    if (printed < 0) return false;
-    if (static_cast<size_t>(printed) < size - used) return true;
-    errno = ENAMETOOLONG;
-    return false;
-}
-
 void removeDump(const std::string& name) {
     const std::string path = paths::kDumpDirectory + name;
     ALOGI("SensorHubSensor::deletePrevDump remove %s", path.c_str());
@@ -138,23 +128,22 @@ void SensorHubSensor::deletePrevDump(int type, const char* prefix, int limit) {
 
 void SensorHubSensor::copyFile(const char* inDir, const char* inName, const char* outDir,
                                const char* outName, const char* suffix) {
-    char in[PATH_MAX] = "";
-    if (!appendPart(in, sizeof(in), inDir) || !appendPart(in, sizeof(in), inName)) {
-        ALOGE("SensorHubSensor::copyFile: in path error: %s", strerror(errno));
+    const std::string in = std::string(inDir) + inName;
+    if (in.size() >= PATH_MAX) {
+        ALOGE("SensorHubSensor::copyFile: in path error: %s", strerror(ENAMETOOLONG));
         return;
     }
-    char out[PATH_MAX] = "";
-    if (!appendPart(out, sizeof(out), outDir) || !appendPart(out, sizeof(out), outName) ||
-        (suffix != nullptr && !appendPart(out, sizeof(out), suffix))) {
-        ALOGE("SensorHubSensor::copyFile: out path error: %s", strerror(errno));
+    const std::string out = std::string(outDir) + outName + (suffix != nullptr ? suffix : "");
+    if (out.size() >= PATH_MAX) {
+        ALOGE("SensorHubSensor::copyFile: out path error: %s", strerror(ENAMETOOLONG));
         return;
     }
-    const UniqueFd inFd(open(in, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    const UniqueFd inFd(open(in.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     // Not truncated: of a longer earlier dump the tail stays.
-    const UniqueFd outFd(open(out, O_WRONLY | O_CREAT | O_CLOEXEC, 0664));
+    const UniqueFd outFd(open(out.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0664));
     if (inFd.get() < 1 || outFd.get() < 1) {
         ALOGE("SensorHubSensor::copyFile: open error: %s, inFd(%d)=%s, outFd(%d)=%s",
-              strerror(errno), inFd.get(), in, outFd.get(), out);
+              strerror(errno), inFd.get(), in.c_str(), outFd.get(), out.c_str());
         return;
     }
     char chunk[4096];

@@ -39,7 +39,7 @@ void SensorHubSensor::ready() {
     const UniqueFd file(open(paths::kFileManager, O_RDWR | O_CLOEXEC));
     if (!file.ok()) {
         const int error = errno;
-        mFmReady = false;
+        fmReady = false;
         ALOGI("SensorHubSensor::ready: shub_file open failed(%d) %s", -error, strerror(error));
         return;
     }
@@ -49,7 +49,7 @@ void SensorHubSensor::ready() {
         return;
     }
     ALOGI("SensorHubSensor::ready: send FM READY");
-    mFmReady = true;
+    fmReady = true;
 }
 
 void SensorHubSensor::readEvents() {
@@ -57,7 +57,7 @@ void SensorHubSensor::readEvents() {
     if (!readRecord(&record)) return;
     switch (record.command) {
         case kFileManagerRequest:
-            if (mFmReady) {
+            if (fmReady) {
                 fileManager(record.type);
             } else {
                 ALOGE("fm is not supported");

@@ -30,11 +30,11 @@ class SensorHubSensor : public SensorBase {
     void dump(int type, int count);
     /** Makes room for a dump when `limit` of the type are there. */
     void deletePrevDump(int type, const char* prefix, int limit);
-    /** Copies inDir + inName to outDir + outName + suffix, which may be null. */
+    /** Copies inDir + inName over the start of outDir + outName + suffix, which may be null. */
     void copyFile(const char* inDir, const char* inName, const char* outDir, const char* outName,
                   const char* suffix);
 
-    bool mFmReady = false;  // the hub took the ready signal
+    bool fmReady = false;  // the hub took the ready signal
 };
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -16,8 +16,8 @@ namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
 namespace {
 
-// The sensor handle is OR-ed in as the command number.
-constexpr unsigned long kBatchRequest = 0x8008FC00;
+// The sensor handle is OR-ed in as the command number. 32 bits: not every C library takes a long.
+constexpr uint32_t kBatchRequest = 0x8008FC00;
 
 constexpr int64_t kNsPerUs = 1000;
 
@@ -97,7 +97,7 @@ int SensorsSubHal::queueBatch(int32_t handle, int64_t periodNs, int64_t latencyN
             return -1;
         }
         mergeDirectReportRequest(&config, handle);
-        result = ioctl(device.get(), kBatchRequest | static_cast<unsigned long>(handle), &config);
+        result = ioctl(device.get(), kBatchRequest | static_cast<uint32_t>(handle), &config);
     }
     if (result < 0) {
         ALOGE("queueBatch: batch ret %d %s\n", result, strerror(errno));
