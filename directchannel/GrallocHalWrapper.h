@@ -33,17 +33,21 @@ class GrallocHalWrapper : public Singleton<GrallocHalWrapper> {
     /** Whether unregisterBuffer() also closes and frees the handle. */
     bool isReleaseImplyDelete() const { return mReleaseImplyDelete; }
 
+    /** Makes a buffer that another process allocated usable in this one, handle by handle. */
     int32_t registerBuffer(const native_handle_t* handle);
+    /** Ends registerBuffer(); where the allocator says so, also closes and frees the handle. */
     int32_t unregisterBuffer(const native_handle_t* handle);
 
     /**
-     * Maps a rectangle of the buffer for writing.
+     * Maps a rectangle of a registered buffer for writing, until unlock(). Does not wait for a
+     * fence.
      *
      * @param usage legacy usage bits; version 1 always locks for frequent writes by the CPU
      * @param vaddr receives the address
      */
     int32_t lock(const native_handle_t* handle, int usage, int left, int top, int width, int height,
                  void** vaddr);
+    /** Ends lock(): its address is no longer valid. The release fence, if any, is left unread. */
     int32_t unlock(const native_handle_t* handle);
 
     /** Whether both handles have the same backing store; the legacy interface cannot tell. */

@@ -8,7 +8,10 @@
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
-/** A bounded queue of events between any number of writing and reading threads. */
+/**
+ * A bounded queue of events between any number of writing and reading threads. Required, without a
+ * caller.
+ */
 class RingBuffer {
   public:
     /** @param capacity in events */

@@ -22,12 +22,16 @@ class QContextSensor : public SensorBase {
     /**
      * Announces the hub's context facilities before the device is enabled: three
      * additional-information events in one vector. Without the list file nothing is enabled, and
-     * the answer is still 0. Callers switch a sensor from one thread at a time.
+     * the answer is still 0. Callers switch a sensor from one thread at a time; the callback runs
+     * on the caller's thread, under the lock that the caller switches sensors under.
      */
     int enable(int handle, bool on) override;
 
     using SensorBase::batch;
-    /** A separate overload, not the request of the sensor interface. Does nothing; 0. */
+    /**
+     * A separate overload, not the request of the sensor interface. Does nothing; 0. Required,
+     * without a caller.
+     */
     virtual int batch(int handle, int flags, int64_t samplingPeriodNs, int64_t maxReportLatencyNs);
 
     /** Posts the flush-complete event at once; the hub sends no marker for this sensor. */
@@ -57,7 +61,8 @@ class QContextSensor : public SensorBase {
     void postList(const int32_t (&words)[4]);
     const Event& stampListEvent(int32_t kind);
 
-    // Touched by enable() alone, so apart from the poll thread's events. Keeps the last list.
+    // Keeps the last list. Touched by enable() alone: guarded by what the caller switches sensors
+    // under, mActivateLock.
     Event mListEvent = {};
     Record::Message mLastMessage = {};                    // poll thread only
     std::unique_ptr<SensorHubDataWriter> mHubDataWriter;  // made once the buffer runs

@@ -47,10 +47,16 @@ class SensorHubDataWriter {
      */
     static int32_t inject_qcontext_data(const unsigned char* data, int len);
 
-    /** Begins a message of `length` bytes (0 to 1,120), all of them at `data` unless it is null. */
+    /**
+     * Begins a message of `length` bytes (0 to 1,120), all of them at `data` unless it is null.
+     * Required, without a caller.
+     */
     void initBuffers(int length, unsigned long timestamp, const int* data);
 
-    /** Appends `length` bytes. The new fill level, or -1 without data or room. */
+    /**
+     * Appends `length` bytes. The new fill level, or -1 without data or room. Required, without a
+     * caller.
+     */
     int32_t setHubData(int length, const int* data);
 
     /** Forgets the message. */
