@@ -21,10 +21,8 @@ namespace {
 
 constexpr int32_t kPrivateNumber = 0x32;
 
-// Frame kinds of additional information; the list is a custom one.
-constexpr int32_t kFrameBegin = 0;
-constexpr int32_t kFrameEnd = 1;
-constexpr int32_t kFrameList = 0x10000002;
+// A custom kind of additional-information frame.
+constexpr auto kFrameList = static_cast<V1_0::AdditionalInfoType>(0x10000002);
 
 SensorInfo makeInfo() {
     SensorInfo info = {};
@@ -71,16 +69,16 @@ int QContextSensor::batch(int, int, int64_t, int64_t) {
     return 0;
 }
 
-const Event& QContextSensor::stampListEvent(int32_t kind) {
+const Event& QContextSensor::stampListEvent(V1_0::AdditionalInfoType kind) {
     mListEvent.timestamp = getTimestamp();
-    mListEvent.u.additional.type = static_cast<V1_0::AdditionalInfoType>(kind);
+    mListEvent.u.additional.type = kind;
     return mListEvent;
 }
 
 void QContextSensor::postList(const int32_t (&words)[4]) {
     std::vector<Event> frame;
     frame.reserve(3);
-    frame.push_back(stampListEvent(kFrameBegin));
+    frame.push_back(stampListEvent(V1_0::AdditionalInfoType::BEGIN));
     // The words stay behind: the end event and the next begin event carry them too.
     for (size_t i = 0; i < 4; ++i)
         mListEvent.u.additional.u.data_int32[i] = words[i];
@@ -88,7 +86,7 @@ void QContextSensor::postList(const int32_t (&words)[4]) {
     ALOGI("QContext List : 0x%x 0x%x 0x%x 0x%x", static_cast<uint32_t>(words[0]),
           static_cast<uint32_t>(words[1]), static_cast<uint32_t>(words[2]),
           static_cast<uint32_t>(words[3]));
-    frame.push_back(stampListEvent(kFrameEnd));
+    frame.push_back(stampListEvent(V1_0::AdditionalInfoType::END));
     postEvents(frame);
 }
 

@@ -59,7 +59,7 @@ class QContextSensor : public SensorBase {
 
     static void logMessage(const Record& record);
     void postList(const int32_t (&words)[4]);
-    const Event& stampListEvent(int32_t kind);
+    const Event& stampListEvent(V1_0::AdditionalInfoType kind);
 
     // Keeps the last list. Touched by enable() alone: guarded by what the caller switches sensors
     // under, mActivateLock.
