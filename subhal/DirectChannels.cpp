@@ -178,9 +178,8 @@ std::vector<int32_t> SensorsSubHal::stopLocked(int32_t channelHandle) {
     std::sort(unused.begin(), unused.end());
 
     const std::lock_guard<std::mutex> configLock(mConfigLock);
-    for (const int32_t sensorHandle : unused) {
-        if (!row(sensorHandle).enabled) queueActivate(sensorHandle, false);
-    }
+    for (const int32_t sensorHandle : unused)
+        activateForChannels(sensorHandle, false);
     return unused;
 }
 
@@ -223,9 +222,8 @@ int SensorsSubHal::configDirectChannel(int32_t sensorHandle, int32_t channelHand
     const std::lock_guard<std::mutex> configLock(mConfigLock);
     // Stopping leaves the sensor on: a client that stops often starts again. Removal switches off.
     if (rateLevel == SENSOR_DIRECT_RATE_STOP) return 0;
-    SensorState& state = row(sensorHandle);
-    if (!state.enabled) queueActivate(sensorHandle, true);
-    queueBatch(sensorHandle, state.samplingPeriodNs, state.maxReportLatencyNs);
+    activateForChannels(sensorHandle, true);
+    batchForChannels(sensorHandle);
     return sensorHandle;
 }
 

@@ -28,15 +28,20 @@ Result toResult(int status) {
 }  // namespace
 
 Return<Result> SensorsSubHal::activate(int32_t sensorHandle, bool enabled) {
+    const std::lock_guard<std::mutex> lock(mActivateLock);
     // The row follows the request even when the handle has no sensor.
     if (hasRow(sensorHandle)) row(sensorHandle).enabled = enabled;
     return toResult(queueActivate(sensorHandle, enabled));
 }
 
+void SensorsSubHal::activateForChannels(int32_t handle, bool enable) {
+    const std::lock_guard<std::mutex> lock(mActivateLock);
+    if (!row(handle).enabled) queueActivate(handle, enable);
+}
+
 int SensorsSubHal::queueActivate(int32_t handle, bool enable) {
     SensorBase* sensor = mSensorList->get(handle);
     ALOGI("queueActivate: handle %d enable %d", handle, enable);
-    const std::lock_guard<std::mutex> lock(mActivateLock);
     if (sensor == nullptr) {
         ALOGE("queueActivate: unhandled handle=%d, enable=%d", handle, enable);
         return -EINVAL;
@@ -76,9 +81,17 @@ Return<Result> SensorsSubHal::batch(int32_t sensorHandle, int64_t samplingPeriod
         ALOGI("batch: period=%" PRId64 " minDelay=%" PRId64, periodNs, minDelayNs);
         periodNs = minDelayNs;
     }
-    row(sensorHandle).samplingPeriodNs = periodNs;
-    row(sensorHandle).maxReportLatencyNs = maxReportLatencyNs;
+    SensorState& state = row(sensorHandle);
+    const std::lock_guard<std::mutex> lock(state.batchLock);
+    state.samplingPeriodNs = periodNs;
+    state.maxReportLatencyNs = maxReportLatencyNs;
     return toResult(queueBatch(sensorHandle, periodNs, maxReportLatencyNs));
+}
+
+void SensorsSubHal::batchForChannels(int32_t handle) {
+    SensorState& state = row(handle);
+    const std::lock_guard<std::mutex> lock(state.batchLock);
+    queueBatch(handle, state.samplingPeriodNs, state.maxReportLatencyNs);
 }
 
 int SensorsSubHal::queueBatch(int32_t handle, int64_t periodNs, int64_t latencyNs) {

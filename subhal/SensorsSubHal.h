@@ -38,7 +38,8 @@ class SensorHubSensor;
  *
  * One object per process, in static storage. A poll thread of its own runs every readEvents; the
  * proxy's threads carry the requests. Lock order, outermost first: mDirectChannelLock, mConfigLock,
- * mActivateLock. The poll thread only try-locks mDirectChannelLock.
+ * mActivateLock; a row's batchLock is innermost. The poll thread only try-locks mDirectChannelLock,
+ * and takes mActivateLock to switch off one-shot sensors.
  */
 class SensorsSubHal : public ISensorsSubHal, public ISensorsEventCallback {
   public:
@@ -110,11 +111,14 @@ class SensorsSubHal : public ISensorsSubHal, public ISensorsEventCallback {
   private:
     /** What was last asked for a handle; rows live as long as the process. */
     struct SensorState {
-        // Written on proxy threads, read on the poll thread too: a stale value there costs at most
-        // one forwarded or dropped vector.
-        Relaxed<int64_t> maxReportLatencyNs{0};
-        Relaxed<int64_t> samplingPeriodNs{0};
-        Relaxed<bool> enabled{false};
+        // From the row to the hub and the sensor object, one batch request at a time: the last one
+        // carries the latest row and rate level.
+        std::mutex batchLock;
+        // The poll thread reads them without a lock, where a stale value costs at most one
+        // forwarded or dropped vector.
+        Relaxed<int64_t> maxReportLatencyNs{0};  // written under batchLock
+        Relaxed<int64_t> samplingPeriodNs{0};    // written under batchLock
+        Relaxed<bool> enabled{false};            // written under mActivateLock
     };
 
     /** One sensor's report into one channel. */
@@ -129,8 +133,10 @@ class SensorsSubHal : public ISensorsSubHal, public ISensorsEventCallback {
 
         std::unordered_map<int32_t, DirectChannelTimingInfo>
             channels;  // by channel handle; guarded by mDirectChannelLock
-        // Highest level in channels, 0 when there are none. Written under mDirectChannelLock, and
-        // read without it by batch(), which must not hold up the event path.
+        // Highest level in channels, 0 when there are none. Written under mDirectChannelLock. Read
+        // without it by batch(), which must not hold up the event path: whoever raises the level
+        // sends a batch request of its own afterwards. And by the event path, where a stale value
+        // costs the events that arrive while a channel is being configured.
         Relaxed<int32_t> maxRateLevel{0};
     };
 
@@ -148,9 +154,14 @@ class SensorsSubHal : public ISensorsSubHal, public ISensorsEventCallback {
     void run();
     void drain(SensorBase& sensor);
 
-    // Requests.
+    // Requests. What is called "queue" runs under the lock of its kind, mActivateLock or the row's
+    // batchLock.
     int queueActivate(int32_t handle, bool enable);
     int queueBatch(int32_t handle, int64_t periodNs, int64_t latencyNs);
+    /** Switches a sensor, unless the proxy has it on. */
+    void activateForChannels(int32_t handle, bool enable);
+    /** Sends the row again, merged with the rate levels as they are now. */
+    void batchForChannels(int32_t handle);
 
     // Direct channels. Negative results are negative errno values. What is called "Locked" runs
     // under mDirectChannelLock.
@@ -173,8 +184,8 @@ class SensorsSubHal : public ISensorsSubHal, public ISensorsEventCallback {
 
     StrongPointerSlot<IHalProxyCallback> mCallBack;  // null until initialize
     pollfd* mPollFds = nullptr;                      // mSensorList's; poll thread only
-    std::mutex mConfigLock;    // around activation and batching by the direct-channel paths
-    std::mutex mActivateLock;  // keeps enable writes in the order of the sensor objects' switches
+    std::mutex mConfigLock;  // around activation and batching by the direct-channel paths
+    std::mutex mActivateLock;  // one switch at a time, from the row to the hub
     std::unique_ptr<SensorList> mSensorList;  // never changed after construction
     SensorHubSensor* mSensorHub = nullptr;    // mSensorList's; null without its device
     std::thread mPollThread;

@@ -18,6 +18,7 @@ std::mutex gLock;
 bool gCapturing = false;
 std::vector<LogLine> gTaken;  // kept for the report of a failing test
 std::vector<LogLine> gLines;
+std::function<void()> gObserver;
 
 char levelOf(int priority) {
     switch (priority) {
@@ -41,9 +42,14 @@ std::ostream& operator<<(std::ostream& stream, const LogLine& line) {
 }
 
 void record(int priority, const char* tag, const std::string& text) {
-    const std::lock_guard<std::mutex> lock(gLock);
-    if (!gCapturing || strcmp(tag, "SensorsHub") != 0) return;  // the platform logs, too
-    gLines.push_back({levelOf(priority), text});
+    std::function<void()> observer;
+    {
+        const std::lock_guard<std::mutex> lock(gLock);
+        if (!gCapturing || strcmp(tag, "SensorsHub") != 0) return;  // the platform logs, too
+        gLines.push_back({levelOf(priority), text});
+        observer = gObserver;
+    }
+    if (observer) observer();
 }
 
 LogCapture::LogCapture() {
@@ -82,6 +88,11 @@ bool LogCapture::contains(char level, const std::string& text) {
 int LogCapture::count(char level, const std::string& text) {
     const std::lock_guard<std::mutex> lock(gLock);
     return static_cast<int>(std::count(gLines.begin(), gLines.end(), LogLine{level, text}));
+}
+
+void LogCapture::setObserver(const std::function<void()>& observer) {
+    const std::lock_guard<std::mutex> lock(gLock);
+    gObserver = observer;
 }
 
 }  // namespace testing_support

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -34,6 +35,9 @@ class LogCapture {
     static std::vector<LogLine> lines();
     static bool contains(char level, const std::string& text);
     static int count(char level, const std::string& text);
+
+    /** Called for each of the product's lines, on the thread that logs; may wait. Null ends it. */
+    static void setObserver(const std::function<void()>& observer);
 };
 
 }  // namespace testing_support
