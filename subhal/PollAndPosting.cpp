@@ -1,5 +1,6 @@
 #include <log/log.h>
 #include <poll.h>
+#include <pthread.h>
 #include <unistd.h>
 #include <utils/AndroidThreads.h>
 
@@ -15,12 +16,14 @@ namespace {
 
 // As urgent as the display: a late sample is worth little.
 constexpr int kPollThreadPriority = -8;
+constexpr char kPollThreadName[] = "sensorhub_poll";  // at most 15 characters
 
 }  // namespace
 
 void SensorsSubHal::startThread(SensorsSubHal* self) {
     const pid_t tid = gettid();
     ALOGI("startThread %d", tid);
+    pthread_setname_np(pthread_self(), kPollThreadName);
     androidSetThreadPriority(tid, kPollThreadPriority);
     self->run();
 }

@@ -2,6 +2,8 @@
 
 #include <log/log.h>
 
+#include <cstring>
+
 #include "hub/QContextSensor.h"
 #include "hub/SensorHubSensor.h"
 #include "sensors/SensorHandles.h"
@@ -22,15 +24,20 @@ SensorsSubHal::SensorsSubHal() {
         });
     // The list drops a sensor whose device does not work.
     if (mSensorList->get(kSensorHubHandle) == nullptr) mSensorHub = nullptr;
-    if (mSensorList->size() >= 1) {
-        mPollFds = mSensorList->getFds();
-        mPollThread = std::thread(startThread, this);
-    }
+    if (mSensorList->size() < 1) return;
+    mPollFds = mSensorList->getFds();
+    const auto start = [](void* self) -> void* {
+        startThread(static_cast<SensorsSubHal*>(self));
+        return nullptr;
+    };
+    // Not std::thread, which throws: a caller that catches would keep half an object.
+    const int error = pthread_create(&mPollThread, nullptr, start, this);
+    LOG_ALWAYS_FATAL_IF(error != 0, "thread constructor failed: %s", strerror(error));
 }
 
 SensorsSubHal::~SensorsSubHal() {
     mStopThread = true;
-    if (mPollThread.joinable()) mPollThread.join();
+    if (mPollFds != nullptr) pthread_join(mPollThread, nullptr);
     mSensorList.reset();
     ALOGI("destroy SensorsSubHal");
 }

@@ -3,6 +3,7 @@
 #include <V2_0/SubHal.h>
 #include <hardware/sensors.h>
 #include <poll.h>
+#include <pthread.h>
 
 #include <array>
 #include <atomic>
@@ -11,7 +12,6 @@
 #include <memory>
 #include <mutex>
 #include <string>
-#include <thread>
 #include <unordered_map>
 #include <vector>
 
@@ -43,7 +43,10 @@ class SensorHubSensor;
  */
 class SensorsSubHal : public ISensorsSubHal, public ISensorsEventCallback {
   public:
-    /** Builds the catalogue and starts the poll thread, unless the catalogue is empty. */
+    /**
+     * Builds the catalogue and starts the poll thread, unless the catalogue is empty. Ends the
+     * process when there is no thread to be had.
+     */
     SensorsSubHal();
     SensorsSubHal(const SensorsSubHal&) = delete;
     SensorsSubHal& operator=(const SensorsSubHal&) = delete;
@@ -183,12 +186,12 @@ class SensorsSubHal : public ISensorsSubHal, public ISensorsEventCallback {
     void sendDirectReportEvent(const sensors_event_t& event);
 
     StrongPointerSlot<IHalProxyCallback> mCallBack;  // null until initialize
-    pollfd* mPollFds = nullptr;                      // mSensorList's; poll thread only
-    std::mutex mConfigLock;  // around activation and batching by the direct-channel paths
-    std::mutex mActivateLock;  // one switch at a time, from the row to the hub
+    pollfd* mPollFds = nullptr;  // mSensorList's; null without a poll thread, else its alone
+    std::mutex mConfigLock;      // around activation and batching by the direct-channel paths
+    std::mutex mActivateLock;    // one switch at a time, from the row to the hub
     std::unique_ptr<SensorList> mSensorList;  // never changed after construction
     SensorHubSensor* mSensorHub = nullptr;    // mSensorList's; null without its device
-    std::thread mPollThread;
+    pthread_t mPollThread = {};
     std::atomic<bool> mStopThread{false};
     std::array<SensorState, kMaxHandle + 1> mSensorState;  // by sensor handle
     std::mutex mDirectChannelLock;
