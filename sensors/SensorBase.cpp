@@ -93,7 +93,8 @@ void SensorBase::openDevice(const std::string& name, const SensorInfo& info) {
     mBufferEnablePath = deviceAttribute(mDevNum, "buffer/enable");
     mDataAvailablePath = deviceAttribute(mDevNum, "buffer/data_available");
 
-    mDataFd.reset(open(devicePath(mDevNum).c_str(), O_RDONLY | O_CLOEXEC));
+    // Not blocking: whoever believes a wrong count must not wait for a record that is not there.
+    mDataFd.reset(open(devicePath(mDevNum).c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     if (!mDataFd.ok()) {
         ALOGE("SensorBase, ERROR mDevNum = %d", mDevNum);
         return;
@@ -252,7 +253,13 @@ int SensorBase::readSysfsInt(const char* path, int* value) {
 }
 
 int SensorBase::writeSysfsInt(const char* path, int value) {
+    bool wasOpened = false;
+    return writeSysfsInt(path, value, &wasOpened);
+}
+
+int SensorBase::writeSysfsInt(const char* path, int value, bool* wasOpened) {
     UniqueFd file(open(path, O_WRONLY | O_TRUNC | O_CLOEXEC));
+    *wasOpened = file.ok();
     if (!file.ok()) return 0;
 
     const std::string text = std::to_string(value) + "\n";
@@ -264,7 +271,10 @@ int SensorBase::writeSysfsInt(const char* path, int value) {
 }
 
 int SensorBase::enableBuffer() {
-    return writeSysfsInt(mBufferEnablePath.c_str(), 1);
+    bool wasOpened = false;
+    const int result = writeSysfsInt(mBufferEnablePath.c_str(), 1, &wasOpened);
+    mBufferEnabled = wasOpened && result == 0;
+    return result;
 }
 
 void SensorBase::retryIioBufferEnable() {
@@ -325,6 +335,7 @@ void SensorBase::describePrivate(int32_t number, const char* stringType, const c
 ssize_t SensorBase::readBytes(void* record, size_t size) {
     memset(record, 0, size);
     const ssize_t count = read(mDataFd.get(), record, size);
+    if (count > 0) ++mRecordsRead;
     if (count >= 0) return count;
     if (mReadFailure != nullptr) {
         ALOGE("%s - (%s)", mReadFailure, strerror(errno));

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "sensors/ISensorsEventCallback.h"
+#include "sensors/Relaxed.h"
 #include "sensors/UniqueFd.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
@@ -121,6 +122,15 @@ class SensorBase {
      */
     int getDataAvailable(uint64_t maxReportLatencyNs);
 
+    /** How many records readEvents has taken from the device; wraps. Poll thread only. */
+    uint32_t recordsRead() const { return mRecordsRead; }
+
+    /**
+     * Whether the device's buffer could be switched on, the last time that was tried. Without it
+     * the sensor is listed and takes requests, but no record ever comes.
+     */
+    bool isBufferEnabled() const { return mBufferEnabled; }
+
     /** Number of the IIO device called `name`, or -ENODEV. */
     static int findTypeByName(const char* name, const char* prefix);
 
@@ -228,6 +238,7 @@ class SensorBase {
     void composeName(const char* displayName, bool wakeUpIsDefault);
     void prepareEvents();
     void chooseInjectionDevice();
+    static int writeSysfsInt(const char* path, int value, bool* wasOpened);
     void retryIioBufferEnable();
     /** Bytes read into the zeroed record, or -1 with the failure logged. */
     ssize_t readBytes(void* record, size_t size);
@@ -240,7 +251,9 @@ class SensorBase {
     std::string mSensorName;
     std::string mInputName;  // of the device that openIio() found last
     const char* mInjectionPath = "";
-    bool mIioBufferEnableFailed = false;  // guarded by whatever lock enable()'s callers hold
+    bool mIioBufferEnableFailed = false;   // guarded by whatever lock enable()'s callers hold
+    Relaxed<bool> mBufferEnabled = false;  // written as the one above, read anywhere
+    uint32_t mRecordsRead = 0;             // poll thread only
     std::string mBufferLengthPath;
     std::string mBufferEnablePath;
     std::string mDataAvailablePath;

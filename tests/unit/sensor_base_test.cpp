@@ -88,6 +88,7 @@ TEST_F(SensorBaseTest, ConstructionSizesEnablesAndDescribes) {
     ASSERT_EQ(enables.size(), 1u);
     EXPECT_EQ(enables[0].bytes, "1\n");
     EXPECT_EQ(enables[0].error, 0);
+    EXPECT_TRUE(sensor->isBufferEnabled());
 }
 
 TEST_F(SensorBaseTest, LongFifoAndNamelessChip) {
@@ -141,6 +142,7 @@ TEST_F(SensorBaseTest, FailedBufferEnableGetsOneMoreAttempt) {
     mHub.failWrite(path, EBUSY, 1, 2);
     mHub.failOpen(attribute("buffer/length"), EACCES);  // skipped without a word
     const auto sensor = make();
+    EXPECT_FALSE(sensor->isBufferEnabled());
     EXPECT_EQ(mConstructionLog.at(1),
               (LogLine{'E', "writeSysfsInt, ERROR open file " + path + " to write with error 16"}));
     EXPECT_EQ(sensor->enable(1, true), 0);
@@ -157,9 +159,11 @@ TEST_F(SensorBaseTest, FailedBufferEnableGetsOneMoreAttempt) {
 TEST_F(SensorBaseTest, RetryIsUsedUpEvenWhenTheFileIsGone) {
     mHub.failClose(attribute("buffer/enable"), EIO);
     const auto sensor = make();
+    EXPECT_FALSE(sensor->isBufferEnabled());
     mHub.failOpen(attribute("buffer/enable"), ENOENT);
     mHub.clearRequests();
     EXPECT_EQ(sensor->enable(1, true), 0);
+    EXPECT_FALSE(sensor->isBufferEnabled());
     EXPECT_EQ(sensor->enable(1, true), 0);
     EXPECT_TRUE(mHub.requests().empty());
     EXPECT_TRUE(LogCapture::take().empty());
