@@ -4,8 +4,11 @@
 #include <unistd.h>
 #include <utils/AndroidThreads.h>
 
+#include <algorithm>
 #include <cerrno>
-#include <utility>
+#include <chrono>
+#include <iterator>
+#include <thread>
 
 #include "hub/SensorHubSensor.h"
 #include "subhal/SensorsSubHal.h"
@@ -14,9 +17,25 @@ namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
 namespace {
 
+using namespace std::chrono_literals;
+
 // As urgent as the display: a late sample is worth little.
 constexpr int kPollThreadPriority = -8;
 constexpr char kPollThreadName[] = "sensorhub_poll";  // at most 15 characters
+
+// By wake-ups in a row that consumed nothing. The first costs nothing; a device that cannot be read
+// and keeps waking the thread costs 100 wake-ups a second.
+constexpr std::chrono::milliseconds kPauses[] = {0ms, 0ms, 1ms, 2ms, 4ms, 8ms, 10ms};
+
+// The largest buffer that a sensor's description can ask for; no true count is above it.
+constexpr int kMaxBatch = 65536;
+
+/** Whether there was a record. */
+bool readOne(SensorBase& sensor) {
+    const uint32_t before = sensor.recordsRead();
+    sensor.readEvents();
+    return sensor.recordsRead() != before;
+}
 
 }  // namespace
 
@@ -31,28 +50,35 @@ void SensorsSubHal::startThread(SensorsSubHal* self) {
 void SensorsSubHal::run() {
     ALOGI("thread run");
     if (mSensorHub != nullptr) mSensorHub->ready();
+    size_t idleWakeUps = 0;
     // No time-out and no wake-up descriptor: the thread stops at the first wake-up after the flag.
     while (!mStopThread.load(std::memory_order_acquire)) {
         const int count = mSensorList->size();
         while (poll(mPollFds, static_cast<nfds_t>(count), -1) < 0 && errno == EINTR) {
         }
+        bool consumed = false;
         for (int i = 0; i < count; ++i) {
             if ((mPollFds[i].revents & POLLIN) == 0) continue;
-            drain(*mSensorList->at(i));
+            consumed |= drain(*mSensorList->at(i));
             mPollFds[i].revents = 0;
         }
+        idleWakeUps = consumed ? 0 : std::min(idleWakeUps + 1, std::size(kPauses) - 1);
+        if (kPauses[idleWakeUps] > 0ms) std::this_thread::sleep_for(kPauses[idleWakeUps]);
     }
     ALOGI("thread stop");
 }
 
-void SensorsSubHal::drain(SensorBase& sensor) {
+bool SensorsSubHal::drain(SensorBase& sensor) {
     const int32_t handle = sensor.getHandle();
     const int64_t latencyNs = row(handle).maxReportLatencyNs;
-    const int records = sensor.getDataAvailable(static_cast<uint64_t>(latencyNs));
-    for (int i = 0; i < records; ++i)
-        sensor.readEvents();
+    const int available = sensor.getDataAvailable(static_cast<uint64_t>(latencyNs));
+    // The count may be wrong: a batch ends with the first read that finds no record.
+    int records = 0;
+    while (records < std::min(available, kMaxBatch) && readOne(sensor))
+        ++records;
     // A one-shot sensor is done once it has fired; the proxy does not switch it off.
     if (sensor.isOneShotSensor()) activate(handle, false);
+    return records > 0;
 }
 
 void SensorsSubHal::postEvents(const std::vector<Event>& events, bool wakeup) {

@@ -155,7 +155,8 @@ class SensorsSubHal : public ISensorsSubHal, public ISensorsEventCallback {
     // Poll and posting.
     static void startThread(SensorsSubHal* self);
     void run();
-    void drain(SensorBase& sensor);
+    /** Reads and posts what a sensor has; false when that was nothing. */
+    bool drain(SensorBase& sensor);
 
     // Requests. What is called "queue" runs under the lock of its kind, mActivateLock or the row's
     // batchLock.

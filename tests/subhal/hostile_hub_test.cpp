@@ -2,22 +2,36 @@
 
 #include <gtest/gtest.h>
 #include <pthread.h>
+#include <unistd.h>
 
-#include <cstdlib>
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <condition_variable>
+#include <cstring>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
+#include <functional>
+#include <mutex>
 #include <string>
+#include <thread>
+#include <utility>
+#include <vector>
 
+#include "simulator/RecordBuilder.h"
 #include "tests/support/LoadedSubHal.h"
 
 namespace {
 
+using android::hardware::sensors::V1_0::Result;
 using testing_support::ISensorsSubHal;
 using testing_support::LoadedSubHal;
+using testing_support::LogCapture;
 using testing_support::onlySensors;
 
 // A caller that catches must not be left with half an object.
-TEST(HostileHubDeathTest, WithoutAThreadTheProcessEnds) {
+TEST(PollThreadDeathTest, WithoutItTheProcessEnds) {
     const auto startWithoutThreads = [] {
         simulator::SimulatedHub hub(onlySensors({1}));
         simulator::HostedLibrary library(hub, SENSORHUB_LIBRARY);
@@ -35,7 +49,7 @@ TEST(HostileHubDeathTest, WithoutAThreadTheProcessEnds) {
     EXPECT_EXIT(startWithoutThreads(), testing::KilledBySignal(SIGABRT), "");
 }
 
-TEST(HostileHub, ThePollThreadHasAName) {
+TEST(PollThread, HasAName) {
     LoadedSubHal subHal(onlySensors({1}));
     ASSERT_TRUE(subHal.hub().waitIdle());
     int named = 0;
@@ -48,4 +62,163 @@ TEST(HostileHub, ThePollThreadHasAName) {
     EXPECT_EQ(named, 1);
 }
 
+// The pauses of the poll thread in ms, as it asked for them.
+std::mutex gLock;
+std::condition_variable gChanged;
+std::vector<long> gPauses;
+
+class HostileHub : public testing::Test {
+  protected:
+    static constexpr int kBad = 1;
+    static constexpr int kGood = 4;
+
+    static LoadedSubHal::Options sensors() {
+        auto options = onlySensors({kBad, kGood});
+        for (auto& sensor : options.sensors)
+            sensor.fifoMax = 100;
+        return options;
+    }
+
+    HostileHub() : subHal(sensors()), hub(subHal.hub()) {
+        subHal.initialize();
+        EXPECT_EQ(subHal.hal().activate(kGood, true), Result::OK);
+        EXPECT_EQ(subHal.hal().batch(kBad, 10000000, 1000000000), Result::OK);
+        LogCapture::take();
+        const std::lock_guard<std::mutex> lock(gLock);
+        gPauses.clear();
+    }
+    ~HostileHub() override { hub.clearFaults(); }
+
+    static std::string record() {
+        return simulator::RecordBuilder().i16(1).i16(2).i16(3).u64(4).bytes();
+    }
+
+    /** Whether the proxy gets the good sensor's next record. */
+    bool goodDelivers() {
+        subHal.proxy().take();
+        EXPECT_TRUE(hub.push(kGood, record()));
+        for (int i = 0; i < 500 && hub.queued(kGood) != 0; ++i)
+            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        return hub.queued(kGood) == 0;
+    }
+
+    static std::vector<long> waitForPauses(size_t count) {
+        std::unique_lock<std::mutex> lock(gLock);
+        EXPECT_TRUE(gChanged.wait_for(lock, std::chrono::seconds(5),
+                                      [count] { return gPauses.size() >= count; }));
+        gPauses.resize(std::min(count, gPauses.size()));
+        return std::exchange(gPauses, {});
+    }
+
+    static std::vector<long> takePauses() {
+        const std::lock_guard<std::mutex> lock(gLock);
+        return std::exchange(gPauses, {});
+    }
+
+    static int failedReads() {
+        int count = 0;
+        for (const auto& line : LogCapture::take())
+            count += line.level == 'E' && line.text.find("not available") != std::string::npos;
+        return count;
+    }
+
+    LoadedSubHal subHal;
+    simulator::SimulatedHub& hub;
+};
+
+TEST_F(HostileHub, WakeUpsWithNothingToConsumePauseTheThread) {
+    struct Case {
+        const char* name;
+        std::function<void()> begin;
+        std::function<void()> end;
+    };
+    const std::vector<Case> cases = {
+        {"failing read",
+         [this] {
+             hub.failRead(kBad, EIO, 1, simulator::SimulatedHub::kForever);
+             hub.push(kBad, record());
+         },
+         [this] { hub.clearFaults(); }},
+        {"count of 0",
+         [this] {
+             hub.setDataAvailable(kBad, "0\n");
+             hub.push(kBad, record());
+         },
+         [this] { hub.clearDataAvailable(kBad); }},
+        {"failing poll",
+         [this] {
+             hub.failPoll(ENOMEM, 1, simulator::SimulatedHub::kForever);
+             hub.push(kBad, record());
+         },
+         [this] { hub.clearFaults(); }},
+        // The kernel keeps it queued.
+        {"record longer than its read", [this] { hub.push(kBad, std::string(64, '\1')); },
+         [this] { hub.dropDevice(kBad); }},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        c.begin();
+        EXPECT_EQ(waitForPauses(7), (std::vector<long>{1, 2, 4, 8, 10, 10, 10}));
+        EXPECT_LE(failedReads(), 12);
+        c.end();
+        EXPECT_TRUE(hub.waitIdle());
+        takePauses();
+        // Back to none: neither a stream nor a single failure in it pauses.
+        for (int i = 0; i < 50; ++i) {
+            if (i % 5 == 4) hub.failRead(kGood, EIO);
+            EXPECT_TRUE(subHal.deliver(kGood, record()));
+        }
+        EXPECT_EQ(takePauses(), std::vector<long>{});
+        LogCapture::take();
+    }
+}
+
+TEST_F(HostileHub, APauseEndsWithTheFirstRecordOfAnySensor) {
+    hub.push(kBad, std::string(64, '\1'));
+    waitForPauses(7);
+    ASSERT_TRUE(goodDelivers());
+    // Anew from the shortest one, whatever pauses came before.
+    const std::vector<long> pauses = waitForPauses(8);
+    EXPECT_EQ(std::count(pauses.begin(), pauses.end(), 1), 1);
+    EXPECT_EQ(std::count(pauses.begin(), pauses.end(), 2), 1);
+    hub.dropDevice(kBad);
+}
+
+TEST_F(HostileHub, ACountThatIsTooHighHoldsUpNobody) {
+    for (const char* count : {"3\n", "1000000000\n"}) {
+        hub.setDataAvailable(kBad, count);
+        EXPECT_TRUE(hub.push(kBad, record()));
+        EXPECT_TRUE(goodDelivers()) << count;
+        EXPECT_TRUE(hub.waitIdle());
+        EXPECT_EQ(failedReads(), 1) << count;
+    }
+    // Records without an end.
+    simulator::NodeHandler endless;
+    endless.onRead = [](void* buffer, size_t size) {
+        memset(buffer, 1, size);
+        return static_cast<ssize_t>(size);
+    };
+    hub.setHandler("/dev/iio:device" + std::to_string(hub.deviceNumber(kBad)), endless);
+    EXPECT_TRUE(hub.push(kBad, record()));
+    EXPECT_TRUE(goodDelivers());
+    EXPECT_EQ(takePauses(), std::vector<long>{});
+    hub.setHandler("/dev/iio:device" + std::to_string(hub.deviceNumber(kBad)), {});
+}
+
 }  // namespace
+
+// In the C library's place: what the poll thread asks for.
+extern "C" __attribute__((visibility("default"))) int nanosleep(const struct timespec* time,
+                                                                struct timespec* left) {
+    char name[16] = "";
+    pthread_getname_np(pthread_self(), name, sizeof(name));
+    if (strcmp(name, "sensorhub_poll") == 0) {
+        const std::lock_guard<std::mutex> lock(gLock);
+        gPauses.push_back(time->tv_sec * 1000 + time->tv_nsec / 1000000);
+        gChanged.notify_all();
+    }
+    const int error = clock_nanosleep(CLOCK_MONOTONIC, 0, time, left);
+    if (error == 0) return 0;
+    errno = error;
+    return -1;
+}
