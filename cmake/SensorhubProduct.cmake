@@ -5,7 +5,6 @@ find_package(Threads REQUIRED)
 # sensorhub_product_library(NAME SOURCES...)
 function(sensorhub_product_library name)
     add_library(${name} STATIC ${ARGN})
-    target_compile_definitions(${name} PRIVATE LOG_TAG="SensorsHub")
     target_compile_options(${name} PRIVATE -fvisibility=hidden -fvisibility-inlines-hidden
                                            -fno-exceptions -fstack-protector-strong)
     # Fortified calls need the optimiser, and get in a sanitizer's way.

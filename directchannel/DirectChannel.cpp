@@ -2,10 +2,10 @@
 
 #include <cutils/ashmem.h>
 #include <hardware/gralloc.h>
-#include <log/log.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include "common/Log.h"
 #include "directchannel/GrallocHalWrapper.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {

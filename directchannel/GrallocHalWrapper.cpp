@@ -1,11 +1,11 @@
 #include "directchannel/GrallocHalWrapper.h"
 
-#include <log/log.h>
-
 #include <algorithm>
 #include <climits>
 #include <cstring>
 #include <iterator>
+
+#include "common/Log.h"
 
 using android::hardware::sensors::V2_0::zelva_sensorhub::GrallocHalWrapper;
 

@@ -1,6 +1,5 @@
 #include <fcntl.h>
 #include <inttypes.h>
-#include <log/log.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -10,6 +9,7 @@
 #include <iterator>
 #include <string>
 
+#include "common/Log.h"
 #include "hub/SensorHubSensor.h"
 #include "sensors/DecimalText.h"
 #include "sensors/HubPaths.h"

@@ -1,7 +1,6 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <limits.h>
-#include <log/log.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -10,6 +9,7 @@
 #include <ctime>
 #include <string>
 
+#include "common/Log.h"
 #include "hub/SensorHubSensor.h"
 #include "sensors/Directory.h"
 #include "sensors/HubPaths.h"

@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <inttypes.h>
-#include <log/log.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -11,6 +10,7 @@
 #include <cstring>
 #include <vector>
 
+#include "common/Log.h"
 #include "sensors/HubPaths.h"
 #include "sensors/SensorHandles.h"
 #include "sensors/UniqueFd.h"

@@ -1,13 +1,13 @@
 #include "hub/SensorHubDataWriter.h"
 
 #include <fcntl.h>
-#include <log/log.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 
+#include "common/Log.h"
 #include "sensors/HubPaths.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {

@@ -1,12 +1,12 @@
 #include "hub/SensorHubSensor.h"
 
 #include <fcntl.h>
-#include <log/log.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
 
+#include "common/Log.h"
 #include "sensors/HubPaths.h"
 #include "sensors/UniqueFd.h"
 

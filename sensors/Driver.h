@@ -1,13 +1,13 @@
 #pragma once
 
 // What the source of every driver needs: the base class, the log, and the way into the catalogue.
-#include <log/log.h>
 
 #include <cinttypes>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
 
+#include "common/Log.h"
 #include "sensors/DriverFactory.h"
 #include "sensors/SensorBase.h"
 

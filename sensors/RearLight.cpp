@@ -1,12 +1,12 @@
 #include "sensors/RearLight.h"
 
 #include <fcntl.h>
-#include <log/log.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
 
+#include "common/Log.h"
 #include "sensors/HubPaths.h"
 #include "sensors/InjectedEvent.h"
 #include "sensors/LightBase.h"

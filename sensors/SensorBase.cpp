@@ -2,7 +2,6 @@
 
 #include <dirent.h>
 #include <fcntl.h>
-#include <log/log.h>
 #include <sys/ioctl.h>
 #include <utils/SystemClock.h>
 
@@ -13,6 +12,7 @@
 #include <cstring>
 #include <utility>
 
+#include "common/Log.h"
 #include "sensors/DecimalText.h"
 #include "sensors/Directory.h"
 #include "sensors/HubPaths.h"

@@ -1,7 +1,6 @@
 #include "sensors/SensorList.h"
 
 #include <fcntl.h>
-#include <log/log.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -10,6 +9,7 @@
 #include <string>
 #include <utility>
 
+#include "common/Log.h"
 #include "sensors/DriverFactory.h"
 #include "sensors/HubPaths.h"
 #include "sensors/SensorHandles.h"

@@ -1,4 +1,3 @@
-#include <log/log.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -10,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "common/Log.h"
 #include "subhal/SensorsSubHal.h"
 #include "subhal/convert.h"
 

@@ -1,4 +1,3 @@
-#include <log/log.h>
 #include <poll.h>
 #include <pthread.h>
 #include <unistd.h>
@@ -10,6 +9,7 @@
 #include <iterator>
 #include <thread>
 
+#include "common/Log.h"
 #include "hub/SensorHubSensor.h"
 #include "subhal/SensorsSubHal.h"
 

@@ -1,6 +1,5 @@
 #include <fcntl.h>
 #include <inttypes.h>
-#include <log/log.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -8,6 +7,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "common/Log.h"
 #include "sensors/HubPaths.h"
 #include "sensors/UniqueFd.h"
 #include "subhal/SensorsSubHal.h"

@@ -1,9 +1,8 @@
 #include "subhal/SensorsSubHal.h"
 
-#include <log/log.h>
-
 #include <cstring>
 
+#include "common/Log.h"
 #include "hub/QContextSensor.h"
 #include "hub/SensorHubSensor.h"
 #include "sensors/SensorHandles.h"
