@@ -69,11 +69,11 @@ std::vector<long> gPauses;
 
 class HostileHub : public testing::Test {
   protected:
-    static constexpr int kBad = 1;
-    static constexpr int kGood = 4;
+    static constexpr int kBad = 4;  // behind the good one in the list
+    static constexpr int kGood = 1;
 
     static LoadedSubHal::Options sensors() {
-        auto options = onlySensors({kBad, kGood});
+        auto options = onlySensors({kGood, kBad});
         for (auto& sensor : options.sensors)
             sensor.fifoMax = 100;
         return options;
