@@ -35,7 +35,9 @@ Return<Result> SensorsSubHal::activate(int32_t sensorHandle, bool enabled) {
 }
 
 void SensorsSubHal::activateForChannels(int32_t handle, bool enable) {
+    if (row(handle).enabled) return;
     const std::lock_guard<std::mutex> lock(mActivateLock);
+    // Once more: the proxy may have switched it on while the lock was waited for.
     if (!row(handle).enabled) queueActivate(handle, enable);
 }
 
