@@ -1,31 +1,45 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <optional>
 #include <ostream>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
-#include "simulator/RecordBuilder.h"
 #include "tests/support/LogCapture.h"
 
 /**
- * What each driver must do with one exchange, written down by hand. The rows are the reference;
- * they are never derived from the product's tables.
+ * What each driver must do with each record, written down by hand. The rows are the reference: they
+ * are never derived from the product's tables, and they know nothing of the hub that they run on.
  */
 namespace golden {
 
 using testing_support::LogLine;
 using Lines = std::vector<LogLine>;
+using namespace std::string_literals;
 
-/** Timestamp of an event that is stamped with the time of its reading. */
-inline constexpr int64_t kNow = -1;
-/** What stands for such a timestamp in the text of a log line. */
-inline constexpr char kNowText[] = "%NOW%";
-/** A timestamp with eight different bytes: 1234605616436508552. */
-inline constexpr int64_t kTime = 0x1122334455667788;
+/** A timestamp with eight different bytes; "%T" stands for it in the text of a log line. */
+inline constexpr uint64_t kTime = 0x1122334455667788;
+inline constexpr char kTimeText[] = "1234605616436508552";
+/** Timestamp of an event that is stamped with the time of its reading; "%T" stands for that. */
+inline constexpr uint64_t kNow = ~uint64_t{0};
+
+/** A value of the wire: the low bytes of a number, or a float's bits. */
+struct Raw {
+    template <typename T>
+    Raw(T value) {
+        if constexpr (std::is_floating_point_v<T>) {
+            memcpy(&bits, &value, sizeof(value));
+        } else {
+            bits = static_cast<uint64_t>(value);
+        }
+    }
+    uint64_t bits = 0;
+};
 
 /** A payload word: a float (1.0F) or bits that are none (1U). */
 struct Word {
@@ -39,27 +53,17 @@ inline constexpr uint32_t kAccuracyHigh = 3;
 
 struct Posted {
     bool meta = false;
-    int64_t timestamp = 0;      // ns; flush-complete events carry 0
+    uint64_t timestamp = 0;     // ns; flush-complete events carry 0
     std::vector<Word> payload;  // the leading words; the rest are zero
 };
 
-inline Posted data(int64_t timestamp, std::vector<Word> payload) {
-    return {false, timestamp, std::move(payload)};
-}
 /** The flush-complete event: payload word 0 is 1. */
 inline Posted meta() {
     return {true, 0, {1U}};
 }
-inline LogLine info(std::string text) {
-    return {'I', std::move(text)};
-}
-inline LogLine error(std::string text) {
-    return {'E', std::move(text)};
-}
 
 /** One record, and what must come of it. A row's exchanges run in order on one object. */
 struct Exchange {
-    const char* what;
     std::string record;
     std::optional<Posted> posted;
     Lines log;
@@ -68,11 +72,26 @@ struct Exchange {
 /** Which twin has the device name without suffix. */
 enum PlainTwin { kNonWakeUp, kWakeUp };
 
+/** Which records report a completed flush. */
+enum class Marker { kNoTimestamp, kAllZero, kEveryRecord, kNone };
+
+/** A form of a driver's record: the fields' widths in bytes, in wire order, without the timestamp
+ *  behind them. From each the marker's exchanges are made: all zero, and one field at a time. */
+struct Form {
+    std::vector<size_t> widths;
+    Marker marker;
+    std::vector<size_t> ignored;  // fields that do not decide
+    std::string tail;             // bytes that the hub sends behind the timestamp
+
+    std::string pack(const std::vector<Raw>& values, uint64_t timestamp) const;
+};
+
 struct DriverRow {
     /** `flags` come beside the wake-up bit of the specification file; `failureOpening` is the log
      *  text of a failing read in front of "input data file ...". */
     DriverRow(const char* name, int number, PlainTwin twin, const char* display, int32_t typeNumber,
-              const char* typeName, const char* needed, uint32_t flags, const char* failureOpening)
+              const char* typeName, const char* needed, uint32_t flags, const char* failureOpening,
+              const char* meta)
         : className(name),
           handle(number),
           plainIsWakeUp(twin == kWakeUp),
@@ -81,24 +100,31 @@ struct DriverRow {
           stringType(typeName),
           permission(needed),
           addedFlags(flags),
-          readFailure(std::string(failureOpening) +
-                      "input data file descriptor not available - (Input/output error)") {}
+          readFailure(std::string("E ") + failureOpening +
+                      "input data file descriptor not available - (Input/output error)"),
+          metaLine(meta) {}
 
-    /** The first is a record with a distinct value in every field. Resolution is 0.5. */
-    DriverRow& on(const char* what, std::string record, std::optional<Posted> posted,
-                  Lines log = {}) {
-        exchanges.push_back({what, std::move(record), std::move(posted), std::move(log)});
+    /** The records that follow have this form. */
+    DriverRow& form(std::vector<size_t> widths, Marker marker = Marker::kNoTimestamp,
+                    std::vector<size_t> ignored = {}, std::string tail = {}) {
+        forms.push_back({std::move(widths), marker, std::move(ignored), std::move(tail)});
         return *this;
     }
-    DriverRow& flushMarker(std::string record, Lines log) {
-        return on("flush marker", std::move(record), meta(), std::move(log));
+    /** A record that is posted. The first has a distinct value in every field, and 32-bit counts
+     *  beyond a float's 24 bits. Resolution is 0.5. */
+    DriverRow& data(const std::vector<Raw>& values, std::vector<Word> payload, Lines log = {},
+                    uint64_t timestamp = kTime) {
+        return bytes(forms.back().pack(values, timestamp),
+                     Posted{false, timestamp, std::move(payload)}, std::move(log));
     }
-    DriverRow& postsDirectly() {
-        direct = true;
-        return *this;
+    /** The marker with data in its fields and lines in front of its own. */
+    DriverRow& marker(const std::vector<Raw>& values, Lines log = {}) {
+        log.emplace_back(metaLine);
+        return bytes(forms.back().pack(values, 0), meta(), std::move(log));
     }
-    DriverRow& hasNoOtherTwin() {
-        twinIsReachable = false;
+    /** Any record of any length. */
+    DriverRow& bytes(std::string record, std::optional<Posted> posted, Lines log = {}) {
+        exchanges.push_back({std::move(record), std::move(posted), std::move(log)});
         return *this;
     }
 
@@ -110,7 +136,9 @@ struct DriverRow {
     const char* stringType;
     const char* permission;
     uint32_t addedFlags;
-    std::string readFailure;
+    LogLine readFailure;
+    const char* metaLine;
+    std::vector<Form> forms;
     std::vector<Exchange> exchanges;
     bool shown = true;
     bool direct = false;  // posts every event to the direct channels as well
@@ -125,26 +153,11 @@ inline void PrintTo(const DriverRow& row, std::ostream* stream) {
 
 inline constexpr char kQSensor[] = "com.tavrine.permission.QSENSOR";
 
-/** Record fields in wire order. */
-inline simulator::RecordBuilder rec() {
-    return {};
-}
-
-/** The record of nine bytes that many drivers share. */
-inline std::string byteRecord(uint8_t value, uint64_t timestamp) {
-    return rec().u8(value).u64(timestamp).bytes();
-}
-inline std::string intRecord(int32_t value, uint64_t timestamp) {
-    return rec().i32(value).u64(timestamp).bytes();
-}
-inline std::string vectorRecord(int16_t x, int16_t y, int16_t z, uint64_t timestamp) {
-    return rec().i16(x).i16(y).i16(z).u64(timestamp).bytes();
-}
-
 std::vector<DriverRow> physicalRows();
 std::vector<DriverRow> lightRows();
 std::vector<DriverRow> motionRows();
 std::vector<DriverRow> orientationRows();
 std::vector<DriverRow> foldableRows();
+std::vector<DriverRow> allRows();
 
 }  // namespace golden

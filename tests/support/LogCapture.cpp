@@ -81,13 +81,9 @@ std::vector<LogLine> LogCapture::lines() {
     return gLines;
 }
 
-bool LogCapture::contains(char level, const std::string& text) {
-    return count(level, text) > 0;
-}
-
-int LogCapture::count(char level, const std::string& text) {
+int LogCapture::count(const LogLine& line) {
     const std::lock_guard<std::mutex> lock(gLock);
-    return static_cast<int>(std::count(gLines.begin(), gLines.end(), LogLine{level, text}));
+    return static_cast<int>(std::count(gLines.begin(), gLines.end(), line));
 }
 
 void LogCapture::setObserver(const std::function<void()>& observer) {

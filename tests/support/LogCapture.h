@@ -3,12 +3,18 @@
 #include <functional>
 #include <ostream>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace testing_support {
 
 /** One line that the product logged under its tag. */
 struct LogLine {
+    LogLine(char lineLevel, std::string lineText) : level(lineLevel), text(std::move(lineText)) {}
+    /** "I text" */
+    LogLine(const char* line) : LogLine(line[0], line + 2) {}
+    LogLine(const std::string& line) : LogLine(line.c_str()) {}
+
     char level;  ///< 'D', 'I', 'W', 'E'
     std::string text;
 
@@ -33,8 +39,10 @@ class LogCapture {
     /** What was logged since construction or the last take(). */
     static std::vector<LogLine> take();
     static std::vector<LogLine> lines();
-    static bool contains(char level, const std::string& text);
-    static int count(char level, const std::string& text);
+    static bool contains(const LogLine& line) { return count(line) > 0; }
+    static int count(const LogLine& line);
+    static bool contains(char level, const std::string& text) { return contains({level, text}); }
+    static int count(char level, const std::string& text) { return count({level, text}); }
 
     /** Called for each of the product's lines, on the thread that logs; may wait. Null ends it. */
     static void setObserver(const std::function<void()>& observer);
