@@ -67,11 +67,11 @@ TEST_F(LightTest, ConstructionLooksForTheRearSensor) {
     char value[PROPERTY_VALUE_MAX];
     property_get(kCameraLight, value, "");
     EXPECT_STREQ(value, "false");
-    EXPECT_TRUE(LogCapture::contains('E', "support rear flicker feature"));
+    EXPECT_TRUE(LogCapture::contains("E support rear flicker feature"));
 
     mHub.removeFile(RearLightSensor::kDataPath);
     rebuild();
-    EXPECT_TRUE(LogCapture::contains('E', "do not support rear flicker feature"));
+    EXPECT_TRUE(LogCapture::contains("E do not support rear flicker feature"));
     LogCapture::take();
     mHub.clearRequests();
     EXPECT_EQ(autoBrightness().enable(kAutoBrightness, true), 0);
@@ -123,11 +123,9 @@ TEST_F(LightTest, LightInjection) {
     EXPECT_EQ(takeWritten(),
               (Packets{RecordBuilder(head).i32(-2).bytes(),
                        RecordBuilder(head).i32(77).i32(100).i32(0).i32(0x7FFFFFFF).bytes()}));
-    EXPECT_EQ(LogCapture::take(),
-              (Lines{{'I', "LightSensor::injectSensorData: brightness -2"},
-                     {'I',
-                      "LightSensor::injectSensorData brightness 77 threshold_dark 100 lux 0 "
-                      "threshold_bright 2147483647"}}));
+    EXPECT_LOG("I LightSensor::injectSensorData: brightness -2",
+               "I LightSensor::injectSensorData brightness 77 threshold_dark 100 lux 0 "
+               "threshold_bright 2147483647");
 
     mHub.failWrite(kInjection, EIO);
     EXPECT_EQ(inject(kLight, 0x10000000, {1}), -EIO);
@@ -138,8 +136,7 @@ TEST_F(LightTest, CameraLuxInjection) {
     EXPECT_EQ(inject(kAutoBrightness, 0x10000000, {1}), -EINVAL);
     EXPECT_EQ(inject(kAutoBrightness, 0x10000001, {-500.7f}), 0);
     EXPECT_EQ(takeWritten(), Packets{RecordBuilder().u8(1).u8(37).i32(-500).bytes()});
-    EXPECT_EQ(LogCapture::take(),
-              (Lines{{'I', "AutoBrightnessSensor::injectSensorData: camLux -500"}}));
+    EXPECT_LOG("I AutoBrightnessSensor::injectSensorData: camLux -500");
 }
 
 TEST_F(LightTest, FlickerLux) {
@@ -188,11 +185,11 @@ TEST_F(LightTest, FlickerFileForms) {
     };
     for (const auto& tested : cases) {
         EXPECT_EQ(lineOf(tested.text),
-                  (LogLine{'I', std::string("getFlickerData: flicker lux: ") + tested.figures}));
+                  (LogLine(std::string("I getFlickerData: flicker lux: ") + tested.figures)));
     }
-    EXPECT_EQ(lineOf(""), (LogLine{'E', "AutoBrightnessSensor::getFlickerData: fread fail"}));
+    EXPECT_EQ(lineOf(""), (LogLine("E AutoBrightnessSensor::getFlickerData: fread fail")));
     mHub.failOpen(RearLightSensor::kDataPath, EACCES);
-    EXPECT_EQ(lineOf("1,1"), (LogLine{'E', "AutoBrightnessSensor::getFlickerData: fopen fail"}));
+    EXPECT_EQ(lineOf("1,1"), (LogLine("E AutoBrightnessSensor::getFlickerData: fopen fail")));
 }
 
 TEST_F(LightTest, NothingNewTakesTheLastAcceptedReading) {
@@ -201,7 +198,7 @@ TEST_F(LightTest, NothingNewTakesTheLastAcceptedReading) {
     EXPECT_EQ(flickerLine(-2, -2), "getFlickerData: flicker lux: 55 (1000000, 100000, dw: 0)");
     mRear.setChannels(-2, -2);
     brightness(0, 2, 0);
-    EXPECT_TRUE(LogCapture::contains('I', "getFlickerData: use prev als data"));
+    EXPECT_TRUE(LogCapture::contains("I getFlickerData: use prev als data"));
     autoBrightness().enable(kAutoBrightness, true);
     EXPECT_EQ(flickerLine(-2, -2), "getFlickerData: flicker lux: -1 (-1, -1, dw: 0)");
 }
@@ -209,35 +206,32 @@ TEST_F(LightTest, NothingNewTakesTheLastAcceptedReading) {
 TEST_F(LightTest, EnableSwitchesTheRearSensor) {
     SensorBase& tested = autoBrightness();
     const auto line = [](int enabled, int valid) -> LogLine {
-        return {'I', "AutoBrightnessSensor::enable: flicker enable: " + std::to_string(enabled) +
-                         ", flicker valid: " + std::to_string(valid) + " "};
+        return "I AutoBrightnessSensor::enable: flicker enable: " + std::to_string(enabled) +
+               ", flicker valid: " + std::to_string(valid) + " ";
     };
     EXPECT_EQ(tested.enable(kAutoBrightness, true), 0);
     EXPECT_TRUE(mRear.isEnabled());
     EXPECT_EQ(tested.enable(kAutoBrightness, false), 0);
     EXPECT_EQ(takeWritten(Request::Kind::kWrite),
               (Packets{std::string("1\0", 2), std::string("0\0", 2)}));
-    EXPECT_EQ(LogCapture::take(), (Lines{line(1, 1), line(0, 1)}));
+    EXPECT_LOG(line(1, 1), line(0, 1));
 
     mHub.failWrite(RearLightSensor::kEnablePath, EIO);
     tested.enable(kAutoBrightness, true);
-    EXPECT_EQ(LogCapture::take(),
-              (Lines{{'E', "AutoBrightnessSensor::enableFlicker: fwrite error."}, line(0, 1)}));
+    EXPECT_LOG("E AutoBrightnessSensor::enableFlicker: fwrite error.", line(0, 1));
     tested.enable(kAutoBrightness, true);
     mHub.failOpen(RearLightSensor::kEnablePath, EACCES);
     tested.enable(kAutoBrightness, false);
-    EXPECT_EQ(LogCapture::take(), (Lines{line(1, 1),
-                                         {'E', "AutoBrightnessSensor::enableFlicker: fopen error."},
-                                         line(1, 1)}));
+    EXPECT_LOG(line(1, 1), "E AutoBrightnessSensor::enableFlicker: fopen error.", line(1, 1));
 
     mHub.clearRequests();
     mRear.setChannels(-6, -6);
     brightness(5, 2, 0);
-    EXPECT_TRUE(LogCapture::contains('I', "flicker invalid data - read fail: -6, -6"));
+    EXPECT_TRUE(LogCapture::contains("I flicker invalid data - read fail: -6, -6"));
     LogCapture::take();
     tested.enable(kAutoBrightness, true);
     EXPECT_TRUE(mHub.requests().empty());
-    EXPECT_EQ(LogCapture::take(), (Lines{line(1, 0)}));
+    EXPECT_LOG(line(1, 0));
     mRear.setChannels(2000000, 0);
     LightBase::pmsInfo.threshold_dark = 1000;
     EXPECT_EQ(brightness(5, 0, 0), Pair(5, 0)) << "a sensor that has failed stays out for good";
@@ -246,7 +240,7 @@ TEST_F(LightTest, EnableSwitchesTheRearSensor) {
 TEST_F(LightTest, FoldedOrMinimumTakesTheBrighterSource) {
     mRear.setChannels(2458861, 0);  // 150 lux
     EXPECT_EQ(brightness(20, 2, 0), Pair(150, 1)) << "even when the rear sensor is off";
-    EXPECT_EQ(LogCapture::lines().back(), (LogLine{'I', "flip_state(0) minFlag(2) 150 20"}));
+    EXPECT_EQ(LogCapture::lines().back(), (LogLine("I flip_state(0) minFlag(2) 150 20")));
     EXPECT_EQ(brightness(20, 1, 1), Pair(150, 1));
     EXPECT_EQ(brightness(151, 0, 1), Pair(151, 0));
     EXPECT_EQ(mRear.reads(), 3);
@@ -291,12 +285,11 @@ TEST_F(LightTest, SeamlessConfigurationIsSentAtEachEnable) {
     EXPECT_EQ(takeWritten(), (Packets{"\x01\x37"
                                       "12,34",
                                       "\x01\x37" + longest}));
-    EXPECT_EQ(LogCapture::take(),
-              (Lines{{'I',
-                      "LightSeamless_Sensor::setConfig fail to get "
-                      "persist.dm.passive.ambient_brightness"},
-                     {'I', "LightSeamless_Sensor::setConfig seamless lux 12,34"},
-                     {'I', "LightSeamless_Sensor::setConfig seamless lux " + longest}}));
+    EXPECT_LOG(
+        "I LightSeamless_Sensor::setConfig fail to get "
+        "persist.dm.passive.ambient_brightness",
+        "I LightSeamless_Sensor::setConfig seamless lux 12,34",
+        "I LightSeamless_Sensor::setConfig seamless lux " + longest);
 }
 
 }  // namespace

@@ -47,7 +47,7 @@ TEST_F(BuildType, DecidesWhetherTracesAreDelivered) {
         LogCapture::take();
         property_set("ro.build.type", tested.property);
         rebuild();
-        EXPECT_EQ(LogCapture::count('I', tested.line), 1);
+        EXPECT_EQ(LogCapture::count("I " + tested.line), 1);
         property_set("ro.build.type", tested.delivered ? "user" : "eng");  // too late
 
         const auto values = RecordBuilder().i64(1).i64(2).i64(3).u64(9).bytes();
@@ -80,10 +80,10 @@ TEST_F(Motion, SarBackoffInjectsOneValue) {
     for (const uint32_t code : {2U, 0x10000001U, 0x40000000U})
         EXPECT_EQ(inject(kSarBackoff, code, {1}), -EINVAL);
     EXPECT_EQ(takeWritten(), Packets());
-    EXPECT_EQ(LogCapture::take(), Lines());
+    EXPECT_LOG();
 
     EXPECT_EQ(inject(kSarBackoff, 0x10000000, {-2.75F}), 0);
-    EXPECT_EQ(LogCapture::take(), (Lines{{'I', "SarBackoffMotion::injectSensorData: data -2"}}));
+    EXPECT_LOG("I SarBackoffMotion::injectSensorData: data -2");
     inject(kSarBackoff, 0x10000000, {1e20F});
     inject(kSarBackoff, 0x10000000, {std::numeric_limits<float>::quiet_NaN()});
     const RecordBuilder head = RecordBuilder().u8(1).u8(54);
@@ -111,13 +111,13 @@ TEST_F(Motion, SequentialStepSendsItsPeriodAsThreshold) {
         EXPECT_EQ(step.batch(kSequentialStep, tested.periodNs, 7000000), 0);
         EXPECT_EQ(takeWritten(),
                   Packets{RecordBuilder().u8(1).u8(47).u8(0x80).i64(tested.threshold).bytes()});
-        EXPECT_EQ(LogCapture::take(), (Lines{{'I', tested.line}}));
+        EXPECT_LOG("I " + tested.line);
     }
 
     mHub.failWrite(kInjection, EIO);
     EXPECT_EQ(step.batch(kSequentialStep, 2500000, 0), 0);
-    EXPECT_EQ(
-        LogCapture::count('E', "SequentialStep::writeInjection: error(-5) Input/output error"), 1);
+    EXPECT_EQ(LogCapture::count("E SequentialStep::writeInjection: error(-5) Input/output error"),
+              1);
 }
 
 }  // namespace

@@ -32,7 +32,7 @@ TEST_F(DeviceOrientation, InjectedModeLowersTheAccuracyOfItsOwnObject) {
         SCOPED_TRACE(tested.logged);
         EXPECT_EQ(inject(52, kSetMode, {tested.mode}), 0);
         const std::string line = "DeviceOrientation::injectSensorData: mode ";
-        EXPECT_EQ(LogCapture::take(), (Lines{{'I', line + tested.logged}}));
+        EXPECT_LOG("I " + line + tested.logged);
         const auto packet = RecordBuilder().u8(1).u8(52).u8(tested.byte).u8(0).u16(0);
         EXPECT_EQ(takeWritten(), Packets{packet.bytes()});
         EXPECT_EQ(accuracy(52), tested.accuracy);
@@ -59,11 +59,10 @@ TEST_F(DeviceOrientation, LogTellsTheWakeUpTwin) {
     read(52, RecordBuilder().u8(0).u64(0).bytes());
     mHub.failRead(52, EIO);
     sensor(52).readEvents();
-    EXPECT_EQ(LogCapture::take(), (Lines{{'I', "DeviceOrientation(1): event = 255, time = 7"},
-                                         {'I', "DeviceOrientation(1): Meta event"},
-                                         {'E',
-                                          "DeviceOrientation(1) :input data file descriptor not "
-                                          "available - (Input/output error)"}}));
+    EXPECT_LOG("I DeviceOrientation(1): event = 255, time = 7",
+               "I DeviceOrientation(1): Meta event",
+               "E DeviceOrientation(1) :input data file descriptor not "
+               "available - (Input/output error)");
 }
 
 }  // namespace

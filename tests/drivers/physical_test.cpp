@@ -10,7 +10,7 @@ TEST(PressureSensor, ScaleFollowsTheVendor) {
     const auto hectopascals = [&](int vendor) {
         DriverBench bench({{kPressure, false, vendor}});
         bench.rebuild();
-        EXPECT_EQ(LogCapture::contains('W', "PressureSensor : There is no vendor name"),
+        EXPECT_EQ(LogCapture::contains("W PressureSensor : There is no vendor name"),
                   vendor != 3 && vendor != 8);
         return bench.read(kPressure, record).at(0).events.at(0).u.scalar;
     };

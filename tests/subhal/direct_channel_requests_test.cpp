@@ -1,24 +1,16 @@
-#include <cutils/ashmem.h>
 #include <gtest/gtest.h>
-#include <sys/mman.h>
-#include <unistd.h>
 
-#include <algorithm>
 #include <atomic>
-#include <cstring>
 #include <future>
-#include <iterator>
-#include <memory>
 #include <string>
 #include <thread>
 #include <utility>
 #include <vector>
 
 #include "simulator/RecordBuilder.h"
+#include "tests/support/ClientMemory.h"
 #include "tests/support/LoadedSubHal.h"
 
-using android::hardware::hidl_handle;
-using android::hardware::sensors::V1_0::Event;
 using android::hardware::sensors::V1_0::RateLevel;
 using android::hardware::sensors::V1_0::Result;
 using android::hardware::sensors::V1_0::SharedMemFormat;
@@ -28,6 +20,7 @@ using simulator::Request;
 using simulator::SimulatedHub;
 using testing_support::LoadedSubHal;
 using testing_support::LogCapture;
+using Client = testing_support::ClientMemory;
 
 namespace {
 
@@ -40,43 +33,7 @@ constexpr RateLevel kNormal = RateLevel::NORMAL;
 constexpr RateLevel kFast = RateLevel::FAST;
 constexpr RateLevel kVeryFast = RateLevel::VERY_FAST;
 
-constexpr int64_t kNormalPeriodNs = 20000000;
-constexpr int64_t kFastPeriodNs = 2500000;
-
 using Answer = std::pair<Result, int32_t>;
-
-/** The client's side of a region. */
-class Client {
-  public:
-    explicit Client(size_t size = 1000) : mSize(size), mFd(ashmem_create_region("client", size)) {
-        mBase = static_cast<uint8_t*>(mmap(nullptr, size, PROT_READ, MAP_SHARED, mFd, 0));
-    }
-    ~Client() {
-        munmap(mBase, mSize);
-        close(mFd);
-    }
-    Client(const Client&) = delete;
-    Client& operator=(const Client&) = delete;
-
-    /** A descriptor of its own for the library, which closes it. */
-    int share() const { return dup(mFd); }
-    size_t size() const { return mSize; }
-
-    uint32_t word(size_t slot, size_t offset) const {
-        uint32_t value = 0;
-        memcpy(&value, mBase + slot * 104 + offset, sizeof(value));
-        return value;
-    }
-    uint32_t counter(size_t slot) const { return word(slot, 12); }
-    bool isZero() const {
-        return std::all_of(mBase, mBase + mSize, [](uint8_t byte) { return byte == 0; });
-    }
-
-  private:
-    const size_t mSize;
-    const int mFd;
-    uint8_t* mBase;
-};
 
 class DirectChannels : public testing::Test {
   protected:
@@ -89,10 +46,9 @@ class DirectChannels : public testing::Test {
 
     DirectChannels() : subHal(sensors()), hub(subHal.hub()) { subHal.initialize(); }
 
-    Answer registerMemory(int32_t type, int32_t format, uint32_t size,
-                          const native_handle_t* handle) {
-        const SharedMemInfo mem{static_cast<SharedMemType>(type),
-                                static_cast<SharedMemFormat>(format), size, handle};
+    Answer registerMemory(int32_t type, uint32_t size, const native_handle_t* handle) {
+        const SharedMemInfo mem{static_cast<SharedMemType>(type), static_cast<SharedMemFormat>(1),
+                                size, handle};
         Answer answer(Result::OK, -100);
         subHal.hal().registerDirectChannel(mem, [&](Result result, int32_t channel) {
             answer = {result, channel};
@@ -100,17 +56,10 @@ class DirectChannels : public testing::Test {
         return answer;
     }
 
-    Answer registerFd(int fd, uint32_t size) {
-        native_handle_t* handle = native_handle_create(1, 0);
-        handle->data[0] = fd;
-        const Answer answer = registerMemory(1, 1, size, handle);
-        native_handle_delete(handle);
-        return answer;
-    }
-
     int32_t open(const Client& client) {
+        const auto handle = testing_support::handleOf(client.share());
         const auto [result, channel] =
-            registerFd(client.share(), static_cast<uint32_t>(client.size()));
+            registerMemory(1, static_cast<uint32_t>(client.size()), handle.get());
         EXPECT_EQ(result, Result::OK);
         return channel;
     }
@@ -172,34 +121,22 @@ TEST_F(DirectChannels, HandlesGrowAndAreNeverReused) {
 
 TEST_F(DirectChannels, RegistrationLogsWhatItWasGiven) {
     const Client client;
-    native_handle_t* handle = native_handle_create(1, 0);
-    handle->data[0] = client.share();
-    EXPECT_EQ(registerMemory(1, 1, 1000, handle), Answer(Result::OK, 1));
+    const auto handle = testing_support::handleOf(client.share());
+    EXPECT_EQ(registerMemory(1, 1000, handle.get()), Answer(Result::OK, 1));
     char line[160];
     snprintf(line, sizeof(line),
-             "convertFromSharedMemInfo type: 1 format: 1 memout size: 1000 handle: %p",
-             static_cast<void*>(handle));
-    EXPECT_EQ(LogCapture::take(),
-              (std::vector<testing_support::LogLine>{{'I', "registerDirectChannel++"},
-                                                     {'I', line},
-                                                     {'I', "addDirectChannel++"},
-                                                     {'I', "mem->type 1"},
-                                                     {'I', "mem->type ASHMEM"},
-                                                     {'I', "addDirectChannel 1"}}));
-    native_handle_delete(handle);
-}
+             "I convertFromSharedMemInfo type: 1 format: 1 memout size: 1000 handle: %p",
+             static_cast<void*>(handle.get()));
+    EXPECT_LOG("I registerDirectChannel++", line, "I addDirectChannel++", "I mem->type 1",
+               "I mem->type ASHMEM", "I addDirectChannel 1");
 
-TEST_F(DirectChannels, HostileMemoryIsRefused) {
-    const Client client;
     const Answer refused(Result::BAD_VALUE, -1);
-    EXPECT_EQ(registerMemory(2, 1, 1000, nullptr), refused);
-    EXPECT_TRUE(LogCapture::contains('E', "type is not supported: 2"));
-    EXPECT_EQ(registerMemory(1, 1, 1000, nullptr), refused);
-    EXPECT_EQ(registerFd(-1, 1000), refused);
-    LogCapture::take();
-    EXPECT_EQ(registerFd(client.share(), 0xFFFFFFFF), refused);
-    EXPECT_EQ(LogCapture::count('W', "Direct channel object(type:1) has error -22 upon init"), 1);
-    EXPECT_EQ(open(client), 1);
+    EXPECT_EQ(registerMemory(2, 1000, handle.get()), refused);
+    EXPECT_TRUE(LogCapture::contains("E type is not supported: 2"));
+    EXPECT_EQ(registerMemory(1, 1000, nullptr), refused);
+    handle->data[0] = client.share();
+    EXPECT_EQ(registerMemory(1, 0xFFFFFFFF, handle.get()), refused);
+    EXPECT_TRUE(LogCapture::contains("W Direct channel object(type:1) has error -22 upon init"));
 }
 
 TEST_F(DirectChannels, ConfigurationAnswers) {
@@ -212,9 +149,9 @@ TEST_F(DirectChannels, ConfigurationAnswers) {
     }
     LogCapture::take();
     EXPECT_EQ(config(kVdis, 9, kNormal), bad);
-    EXPECT_TRUE(LogCapture::contains('I', "configDirectReport 38 9 1"));
-    EXPECT_TRUE(LogCapture::contains('I', "configDirectChannel 38 9 1"));
-    EXPECT_TRUE(LogCapture::contains('I', "mDirectChannel not found"));
+    EXPECT_TRUE(LogCapture::contains("I configDirectReport 38 9 1"));
+    EXPECT_TRUE(LogCapture::contains("I configDirectChannel 38 9 1"));
+    EXPECT_TRUE(LogCapture::contains("I mDirectChannel not found"));
     EXPECT_EQ(config(kVdis, 9, kStop), bad);
     EXPECT_EQ(config(-1, 9, kStop), bad);
     EXPECT_EQ(told(), Lines{});
@@ -222,53 +159,48 @@ TEST_F(DirectChannels, ConfigurationAnswers) {
     EXPECT_EQ(config(kVdis, channel, kNormal), Answer(Result::OK, kVdis));
     EXPECT_EQ(config(kStillwave, channel, kFast), Answer(Result::OK, kStillwave));
     EXPECT_EQ(config(kVdis, channel, kStop), Answer(Result::OK, 0));
-    EXPECT_EQ(config(kVdis, channel, kStop), Answer(Result::OK, 0));
     EXPECT_EQ(config(-1, channel, kStop), Answer(Result::OK, 0));
 }
 
 TEST_F(DirectChannels, RatesMergeIntoTheBatchRequest) {
-    struct Case {
+    // Whether the proxy has the sensor on, the period in µs that it asked for, the channels' rates,
+    // and the period that comes of it.
+    const struct {
         bool enabled;
-        int64_t periodNs;  // asked for by the proxy
+        int64_t period;
         std::vector<RateLevel> rates;
-        int64_t mergedNs;
+        int64_t merged;
+    } cases[] = {
+        {true, 50000, {kNormal}, 20000},
+        {true, 5000, {kNormal}, 5000},
+        {true, 5000, {kFast}, 2500},
+        {true, 5000, {kVeryFast}, 2500},
+        {true, 1000, {kVeryFast}, 1000},
+        {true, 2500, {kFast}, 2500},
+        {true, 50000, {kNormal, kVeryFast}, 2500},
+        {true, 50000, {kFast, kNormal}, 2500},
+        {true, 50000, {kFast, kStop}, 2500},
+        {true, 50000, {kStop, kNormal}, 20000},
+        {true, 50000, {kStop, kStop}, 50000},
+        {false, 50000, {kNormal}, 20000},
+        {false, 5000, {kNormal}, 20000},
+        {false, 1000, {kFast}, 2500},
+        {false, 1000, {kNormal, kFast}, 2500},
+        {false, 1000, {}, 1000},
     };
-    constexpr int64_t kSlow = 50000000;
-    constexpr int64_t kMiddle = 5000000;
-    constexpr int64_t kQuick = 1000000;
-    constexpr int64_t kLatency = 300000000;
-    const std::vector<Case> cases = {
-        {true, kSlow, {kNormal}, kNormalPeriodNs},
-        {true, kMiddle, {kNormal}, kMiddle},
-        {true, kMiddle, {kFast}, kFastPeriodNs},
-        {true, kMiddle, {kVeryFast}, kFastPeriodNs},
-        {true, kQuick, {kVeryFast}, kQuick},
-        {true, kFastPeriodNs, {kFast}, kFastPeriodNs},
-        {true, kSlow, {kNormal, kVeryFast}, kFastPeriodNs},
-        {true, kSlow, {kFast, kNormal}, kFastPeriodNs},
-        {true, kSlow, {kFast, kStop}, kFastPeriodNs},
-        {true, kSlow, {kStop, kNormal}, kNormalPeriodNs},
-        {true, kSlow, {kStop, kStop}, kSlow},
-        {false, kSlow, {kNormal}, kNormalPeriodNs},
-        {false, kMiddle, {kNormal}, kNormalPeriodNs},
-        {false, kQuick, {kFast}, kFastPeriodNs},
-        {false, kQuick, {kNormal, kFast}, kFastPeriodNs},
-        {false, kQuick, {}, kQuick},
-    };
+    const Client client;
     for (const int sensor : {kVdis, kStillwave}) {
-        for (size_t i = 0; i < cases.size(); ++i) {
-            SCOPED_TRACE(i);
-            const Case& c = cases[i];
-            const auto expectBatch = [&](int64_t periodNs, int64_t latencyNs) {
+        for (const auto& c : cases) {
+            SCOPED_TRACE(&c - cases);
+            const auto expectBatch = [&](int64_t period, bool isReporting) {
                 told();
-                EXPECT_EQ(subHal.hal().batch(sensor, c.periodNs, kLatency), Result::OK);
-                EXPECT_EQ(told(),
-                          Lines{"batch " + std::to_string(sensor) + " " + std::to_string(periodNs) +
-                                " " + std::to_string(latencyNs)});
+                EXPECT_EQ(subHal.hal().batch(sensor, c.period * 1000, 300000000), Result::OK);
+                EXPECT_EQ(told(), Lines{"batch " + std::to_string(sensor) + " " +
+                                        std::to_string(period * 1000) +
+                                        (isReporting ? " 0" : " 300000000")});
             };
-            const Client client;
             EXPECT_EQ(subHal.hal().activate(sensor, c.enabled), Result::OK);
-            expectBatch(c.periodNs, kLatency);
+            expectBatch(c.period, false);
             bool isReporting = false;
             std::vector<int32_t> channels;
             for (const RateLevel rate : c.rates) {
@@ -276,11 +208,10 @@ TEST_F(DirectChannels, RatesMergeIntoTheBatchRequest) {
                 config(sensor, channels.back(), rate);
                 isReporting |= rate != kStop;
             }
-            // Whoever asks next, the hub gets the same.
-            expectBatch(c.mergedNs, isReporting ? 0 : kLatency);
+            expectBatch(c.merged, isReporting);
             for (const int32_t channel : channels)
                 remove(channel);
-            expectBatch(c.periodNs, kLatency);
+            expectBatch(c.period, false);
         }
     }
 }
@@ -336,15 +267,14 @@ TEST_F(DirectChannels, StopLeavesTheSensorOnAndRemovalSwitchesItOff) {
     LogCapture::take();
     remove(third);  // 38 is still on the fourth
     EXPECT_EQ(told(), Lines{"enable 50 0"});
-    EXPECT_TRUE(LogCapture::contains('I', "removeDirectChannel: 3"));
-    EXPECT_TRUE(
-        LogCapture::contains('W', "Removing channel 3 when sensors (50,) are not stopped."));
+    EXPECT_TRUE(LogCapture::contains("I removeDirectChannel: 3"));
+    EXPECT_TRUE(LogCapture::contains("W Removing channel 3 when sensors (50,) are not stopped."));
     config(kStillwave, fourth, kNormal);
     told();
     remove(fourth);
     EXPECT_EQ(told(), (Lines{"enable 38 0", "enable 50 0"}));
     EXPECT_TRUE(
-        LogCapture::contains('W', "Removing channel 4 when sensors (38,50,) are not stopped."));
+        LogCapture::contains("W Removing channel 4 when sensors (38,50,) are not stopped."));
 }
 
 TEST_F(DirectChannels, RemovalAndStopOfAllSpareSensorsThatTheProxyUses) {
@@ -374,8 +304,8 @@ TEST_F(DirectChannels, InitializeRemovesEveryChannel) {
     told();
     LogCapture::take();
     EXPECT_EQ(subHal.hal().initialize(&subHal.proxy()), Result::OK);
-    EXPECT_EQ(LogCapture::count('E', "initialize: remove direct-channel handle=1"), 1);
-    EXPECT_EQ(LogCapture::count('E', "initialize: remove direct-channel handle=2"), 1);
+    EXPECT_EQ(LogCapture::count("E initialize: remove direct-channel handle=1"), 1);
+    EXPECT_EQ(LogCapture::count("E initialize: remove direct-channel handle=2"), 1);
     EXPECT_EQ(told(), Lines{"enable 38 0"});
     EXPECT_TRUE(client.isZero());
     EXPECT_EQ(config(kVdis, first, kNormal), Answer(Result::BAD_VALUE, -22));
@@ -447,40 +377,6 @@ TEST_F(DirectChannels, EventsDuringAConfigurationAreDroppedWithoutWaiting) {
     EXPECT_TRUE(deliver(kVdis, 1, 222));
     EXPECT_EQ(client.counter(0), 1U);
     EXPECT_EQ(client.word(0, 16), 222U);
-}
-
-TEST_F(DirectChannels, ConfigurationAndEventsAtOnce) {
-    const Client client(104 * 64);
-    const int32_t kept = open(client);
-    config(kVdis, kept, kNormal);
-    std::atomic<bool> done{false};
-    std::thread batching([&] {
-        while (!done)
-            subHal.hal().batch(kVdis, 5000000, 0);
-    });
-    std::thread configuring([&] {
-        const Client other;
-        for (int i = 0; i < 50; ++i) {
-            const int32_t channel = open(other);
-            config(kVdis, channel, i % 2 == 0 ? kFast : kNormal);
-            config(kStillwave, channel, kNormal);
-            remove(channel);
-        }
-    });
-    for (int i = 0; i < 50; ++i)
-        EXPECT_TRUE(deliver(kVdis, 1, 100));
-    configuring.join();
-    done = true;
-    batching.join();
-    ASSERT_TRUE(deliver(kVdis, 1, 999));
-    size_t last = 0;
-    while (last + 1 < 64 && client.counter(last + 1) != 0)
-        ++last;
-    EXPECT_EQ(client.counter(last), last + 1);
-    EXPECT_EQ(client.word(last, 16), 999U);
-    hub.clearRequests();
-    subHal.hal().batch(kVdis, 50000000, 0);
-    EXPECT_EQ(told(), Lines{"batch 38 20000000 0"});
 }
 
 }  // namespace

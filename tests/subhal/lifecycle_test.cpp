@@ -35,14 +35,14 @@ TEST(Lifecycle, OneObjectWithItsVersionAndName) {
 TEST(Lifecycle, StartAndStopAreLogged) {
     LoadedSubHal subHal(onlySensors({1}));
     ASSERT_TRUE(subHal.hub().waitIdle());
-    EXPECT_EQ(LogCapture::lines().front(), (LogLine{'I', "create SensorsSubHal"}));
-    EXPECT_TRUE(LogCapture::contains('I', "thread run"));
+    EXPECT_EQ(LogCapture::lines().front(), (LogLine("I create SensorsSubHal")));
+    EXPECT_TRUE(LogCapture::contains("I thread run"));
     LogCapture::take();
     ASSERT_TRUE(subHal.unload());
     const auto log = LogCapture::take();
     ASSERT_GE(log.size(), 2u);
-    const auto stop = std::find(log.begin(), log.end(), LogLine{'I', "thread stop"});
-    const auto destroy = std::find(log.begin(), log.end(), LogLine{'I', "destroy SensorsSubHal"});
+    const auto stop = std::find(log.begin(), log.end(), LogLine("I thread stop"));
+    const auto destroy = std::find(log.begin(), log.end(), LogLine("I destroy SensorsSubHal"));
     EXPECT_LT(stop, destroy);
     EXPECT_NE(destroy, log.end());
 }
@@ -64,14 +64,12 @@ TEST(Lifecycle, EmptyCatalogueStartsNoThread) {
     LoadedSubHal subHal({}, [](simulator::SimulatedHub& hub) {
         hub.removeFile("/sys/class/sensors/hbx_sensor/sensor_spec");
     });
-    EXPECT_EQ(
-        LogCapture::take(),
-        (std::vector<LogLine>{{'I', "create SensorsSubHal"},
-                              {'E', "makeSensorList: open failed. No such file or directory"}}));
+    EXPECT_LOG("I create SensorsSubHal",
+               "E makeSensorList: open failed. No such file or directory");
     EXPECT_EQ(subHal.hal().activate(1, true), Result::BAD_VALUE);
     LogCapture::take();
     EXPECT_TRUE(subHal.unload());
-    EXPECT_EQ(LogCapture::take(), (std::vector<LogLine>{{'I', "destroy SensorsSubHal"}}));
+    EXPECT_LOG("I destroy SensorsSubHal");
 }
 
 TEST(Lifecycle, InitializeKeepsSensorsAndReplacesTheCallback) {
@@ -80,8 +78,7 @@ TEST(Lifecycle, InitializeKeepsSensorsAndReplacesTheCallback) {
     LogCapture::take();
     const android::sp<IHalProxyCallback> first = new testing_support::HalProxyCallback;
     EXPECT_EQ(subHal.hal().initialize(first), Result::OK);
-    EXPECT_EQ(LogCapture::take(), (std::vector<LogLine>{{'I', "SensorsSubHal::initialize"},
-                                                        {'E', "sensorhub initialize"}}));
+    EXPECT_LOG("I SensorsSubHal::initialize", "E sensorhub initialize");
     EXPECT_EQ(subHal.hal().activate(1, true), Result::OK);
     subHal.initialize();
     EXPECT_TRUE(subHal.hub().requests().empty());
@@ -96,9 +93,7 @@ TEST(Lifecycle, InjectionGoesToTheSensorOrIsRefused) {
     for (const int handle : {0, -1, 5, 73, INT32_MAX, INT32_MIN}) {
         event.sensorHandle = handle;
         EXPECT_EQ(subHal.hal().injectSensorData(event), Result::BAD_VALUE);
-        EXPECT_EQ(LogCapture::take(),
-                  (std::vector<LogLine>{
-                      {'E', "injectSensorData: unhandled handle=" + std::to_string(handle)}}));
+        EXPECT_LOG("E injectSensorData: unhandled handle=" + std::to_string(handle));
     }
     event.sensorHandle = 1;
     EXPECT_EQ(subHal.hal().injectSensorData(event), Result::OK);

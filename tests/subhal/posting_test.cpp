@@ -31,7 +31,7 @@ TEST(Posting, ThePollThreadIsUrgent) {
     LoadedSubHal subHal(onlySensors({1}));
     ASSERT_TRUE(subHal.hub().waitIdle());
     EXPECT_EQ(gPriority.value, -8);
-    EXPECT_TRUE(LogCapture::contains('I', "startThread " + std::to_string(gPriority.thread)));
+    EXPECT_TRUE(LogCapture::contains("I startThread " + std::to_string(gPriority.thread)));
 }
 
 TEST(Posting, WithoutAProxyEventsAreDroppedWithALine) {
@@ -40,7 +40,7 @@ TEST(Posting, WithoutAProxyEventsAreDroppedWithALine) {
     ASSERT_TRUE(subHal.hub().waitIdle());
     LogCapture::take();
     ASSERT_TRUE(subHal.deliver(1, acceleration(1, 5)));
-    EXPECT_EQ(LogCapture::take(), (std::vector<LogLine>{{'I', "postEvents: mCallBack is null"}}));
+    EXPECT_LOG("I postEvents: mCallBack is null");
 }
 
 TEST(Posting, OnlyEnabledSensorsReachTheProxy) {
@@ -110,7 +110,7 @@ TEST(Posting, AOneShotSensorIsSwitchedOffOnceItHasFired) {
     }
     const std::string off("170", 4);
     EXPECT_EQ(writes, (std::vector<std::string>{std::string("171", 4), off, off}));
-    EXPECT_TRUE(LogCapture::contains('I', "queueActivate: handle 17 enable 0"));
+    EXPECT_TRUE(LogCapture::contains("I queueActivate: handle 17 enable 0"));
 }
 
 TEST(Posting, AOneShotSensorIsSwitchedOffEvenWithoutARecordToRead) {

@@ -43,25 +43,21 @@ TEST_F(Requests, ActivateWritesHandleAndDigitWithTheirNul) {
     EXPECT_EQ(requests[1].bytes, std::string("60\0", 3));
     EXPECT_EQ(requests[0].error, 0);
     EXPECT_EQ(requests[1].error, 0);
-    expectLog({{'I', "queueActivate: handle 17 enable 1"},
-               {'I', "type : 17, enable : 1"},
-               {'I', "queueActivate: handle 6 enable 0"},
-               {'I', "type : 6, enable : 0"}});
+    expectLog({"I queueActivate: handle 17 enable 1", "I type : 17, enable : 1",
+               "I queueActivate: handle 6 enable 0", "I type : 6, enable : 0"});
 }
 
 TEST_F(Requests, ActivateFailures) {
     EXPECT_EQ(mHal.activate(2, true), Result::BAD_VALUE);
-    expectLog({{'I', "queueActivate: handle 2 enable 1"},
-               {'E', "queueActivate: unhandled handle=2, enable=1"}});
+    expectLog(
+        {"I queueActivate: handle 2 enable 1", "E queueActivate: unhandled handle=2, enable=1"});
     mHub.failOpen(kEnablePath, EACCES);
     EXPECT_EQ(mHal.activate(1, true), Result::BAD_VALUE);
-    expectLog(
-        {{'I', "queueActivate: handle 1 enable 1"}, {'W', "queueActivate: fd open failed(-1)"}});
+    expectLog({"I queueActivate: handle 1 enable 1", "W queueActivate: fd open failed(-1)"});
     mHub.failWrite(kEnablePath, EIO);
     EXPECT_EQ(mHal.activate(1, true), Result::BAD_VALUE);
-    expectLog({{'I', "queueActivate: handle 1 enable 1"},
-               {'I', "type : 1, enable : 1"},
-               {'E', "queueActivate: write failed. ret=-1, handle =1, enable =1"}});
+    expectLog({"I queueActivate: handle 1 enable 1", "I type : 1, enable : 1",
+               "E queueActivate: write failed. ret=-1, handle =1, enable =1"});
     // The row followed the request although the hub refused it: events pass.
     ASSERT_TRUE(mSubHal.deliver(1, std::string(14, '\1')));
     EXPECT_EQ(mSubHal.proxy().take().size(), 1u);
@@ -86,14 +82,14 @@ TEST_F(Requests, BatchSendsTheWholeRecord) {
     EXPECT_EQ(requests[0].access, O_RDONLY);
     EXPECT_EQ(requests[0].bytes,
               simulator::RecordBuilder().i64(3000000000).i64(20000000).i32(0).i32(0).bytes());
-    expectLog({{'I', "queueBatch: handle=1 period=20000000 timeout=3000000000"}});
+    expectLog({"I queueBatch: handle=1 period=20000000 timeout=3000000000"});
 }
 
 TEST_F(Requests, BatchClampsToTheMinimumDelayOnly) {
     // The simulated accelerometer's minimum delay is 2,000 µs.
     EXPECT_EQ(mHal.batch(1, 1000, 0), Result::OK);
-    expectLog({{'I', "batch: period=1000 minDelay=2000000"},
-               {'I', "queueBatch: handle=1 period=2000000 timeout=0"}});
+    expectLog({"I batch: period=1000 minDelay=2000000",
+               "I queueBatch: handle=1 period=2000000 timeout=0"});
     EXPECT_EQ(mHub.periodNs(1), 2000000);
     EXPECT_EQ(mHal.batch(1, INT64_MAX, INT64_MAX), Result::OK);
     EXPECT_EQ(mHub.periodNs(1), INT64_MAX);
@@ -120,12 +116,12 @@ TEST_F(Requests, BatchFailures) {
     expectLog({});
     mHub.failOpen(kBatchPath, ENODEV);
     EXPECT_EQ(mHal.batch(1, 5000000, 7), Result::BAD_VALUE);
-    expectLog({{'I', "queueBatch: handle=1 period=5000000 timeout=7"},
-               {'E', "queueBatch: open batch device failed(-1)\n"}});
+    expectLog({"I queueBatch: handle=1 period=5000000 timeout=7",
+               "E queueBatch: open batch device failed(-1)\n"});
     mHub.failIoctl(kBatchPath, EIO);
     EXPECT_EQ(mHal.batch(1, 5000000, 7), Result::BAD_VALUE);
-    expectLog({{'I', "queueBatch: handle=1 period=5000000 timeout=7"},
-               {'E', "queueBatch: batch ret -1 Input/output error\n"}});
+    expectLog({"I queueBatch: handle=1 period=5000000 timeout=7",
+               "E queueBatch: batch ret -1 Input/output error\n"});
 }
 
 TEST_F(Requests, FlushWritesTheHandleWithItsNul) {
@@ -135,21 +131,21 @@ TEST_F(Requests, FlushWritesTheHandleWithItsNul) {
     EXPECT_EQ(requests[0].path, kFlushPath);
     EXPECT_EQ(requests[0].access, O_WRONLY);
     EXPECT_EQ(requests[0].bytes, std::string("6\0", 2));
-    expectLog({{'I', "flush: handle=6"}});
+    expectLog({"I flush: handle=6"});
 }
 
 TEST_F(Requests, FlushFailures) {
     EXPECT_EQ(mHal.flush(2), Result::BAD_VALUE);
-    expectLog({{'I', "flush: handle=2"}, {'E', "flush: unhandled handle=2"}});
+    expectLog({"I flush: handle=2", "E flush: unhandled handle=2"});
     EXPECT_EQ(mHal.flush(17), Result::BAD_VALUE);  // one-shot
-    expectLog({{'I', "flush: handle=17"}});
+    expectLog({"I flush: handle=17"});
     mHub.failOpen(kFlushPath, ENOENT);
     EXPECT_EQ(mHal.flush(1), Result::BAD_VALUE);
-    expectLog({{'I', "flush: handle=1"}});
+    expectLog({"I flush: handle=1"});
     EXPECT_TRUE(taken().empty());
     mHub.failWrite(kFlushPath, EIO);
     EXPECT_EQ(mHal.flush(1), Result::BAD_VALUE);
-    expectLog({{'I', "flush: handle=1"}, {'I', "flush write failed"}});
+    expectLog({"I flush: handle=1", "I flush write failed"});
 }
 
 }  // namespace

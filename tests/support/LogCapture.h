@@ -23,6 +23,12 @@ struct LogLine {
     }
 };
 
+using Lines = std::vector<LogLine>;
+
+/** Exactly these lines were logged since the last look. */
+#define EXPECT_LOG(...) \
+    EXPECT_EQ(testing_support::LogCapture::take(), (testing_support::Lines{__VA_ARGS__}))
+
 std::ostream& operator<<(std::ostream& stream, const LogLine& line);
 
 /**

@@ -22,9 +22,7 @@ class HubFixture : public testing::Test {
         options.sensors.clear();
         return options;
     }
-    static bool logged(char level, const std::string& text) {
-        return LogCapture::contains(level, text);
-    }
+    static bool logged(const LogLine& line) { return LogCapture::contains(line); }
 
     LogCapture mLog;
     simulator::SimulatedHub mHub{noSensors()};

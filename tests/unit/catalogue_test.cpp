@@ -99,24 +99,24 @@ TEST_F(CatalogueTest, EveryFieldOfARecord) {
     EXPECT_EQ(info.flags, 0u);
 
     const auto log = LogCapture::lines();
-    const std::vector<LogLine> expected = {{'I', "SensorList size 46 num 1 unitsize 46"},
-                                           {'I', "handle 1"},
-                                           {'I', "name CHIP"},
-                                           {'I', "vendor Haechitech"},
-                                           {'I', "version 11"},
-                                           {'I', "maxRage 78.500000"},
-                                           {'I', "resolution 0.250000"},
-                                           {'I', "Delay min 5000 Max -200000"},
-                                           {'I', "fifo 300 65535"},
-                                           {'I', "wakeup 0 flags 0"}};
+    const std::vector<LogLine> expected = {"I SensorList size 46 num 1 unitsize 46",
+                                           "I handle 1",
+                                           "I name CHIP",
+                                           "I vendor Haechitech",
+                                           "I version 11",
+                                           "I maxRage 78.500000",
+                                           "I resolution 0.250000",
+                                           "I Delay min 5000 Max -200000",
+                                           "I fifo 300 65535",
+                                           "I wakeup 0 flags 0"};
     ASSERT_GE(log.size(), expected.size());
     EXPECT_EQ(std::vector<LogLine>(log.begin(), log.begin() + 10), expected);
-    EXPECT_TRUE(LogCapture::contains('I', "index 0, CHIP"));
-    EXPECT_TRUE(LogCapture::contains('I', "index 1, Qcontext"));
-    EXPECT_TRUE(LogCapture::contains('I', "index 2, SensorHub"));
-    EXPECT_TRUE(LogCapture::contains('I', "(AccSensor)SensorBase::isShownSensorList()"));
-    EXPECT_TRUE(LogCapture::contains('I', "index 0, ishown 1"));
-    EXPECT_TRUE(LogCapture::contains('I', "index 2, ishown 0"));
+    EXPECT_TRUE(LogCapture::contains("I index 0, CHIP"));
+    EXPECT_TRUE(LogCapture::contains("I index 1, Qcontext"));
+    EXPECT_TRUE(LogCapture::contains("I index 2, SensorHub"));
+    EXPECT_TRUE(LogCapture::contains("I (AccSensor)SensorBase::isShownSensorList()"));
+    EXPECT_TRUE(LogCapture::contains("I index 0, ishown 1"));
+    EXPECT_TRUE(LogCapture::contains("I index 2, ishown 0"));
 }
 
 TEST_F(CatalogueTest, VendorsByIndex) {
@@ -156,13 +156,13 @@ TEST_F(CatalogueTest, BadRecordsLeaveNoGap) {
     EXPECT_EQ(std::string(list.at(0)->getSensorInfo().name), "FIRST Accelerometer");
     EXPECT_EQ(list.get(72), nullptr);
     EXPECT_EQ(list.get(71), nullptr);
-    EXPECT_FALSE(LogCapture::contains('I', "handle 0"));
-    EXPECT_FALSE(LogCapture::contains('I', "SECOND fd error"));
+    EXPECT_FALSE(LogCapture::contains("I handle 0"));
+    EXPECT_FALSE(LogCapture::contains("I SECOND fd error"));
     for (const int handle : {72, 3, 32, 255}) {
-        EXPECT_EQ(LogCapture::count('E', "pushSensorList invalid handle " + std::to_string(handle)),
+        EXPECT_EQ(LogCapture::count("E pushSensorList invalid handle " + std::to_string(handle)),
                   1);
     }
-    EXPECT_TRUE(LogCapture::contains('I', "index 1, BARO"));
+    EXPECT_TRUE(LogCapture::contains("I index 1, BARO"));
     for (int i = 0; i < list.size(); ++i) {
         EXPECT_EQ(list.getFds()[i].fd, list.at(i)->getFd());
         EXPECT_EQ(list.getFds()[i].events, POLLIN);
@@ -173,7 +173,7 @@ TEST_F(CatalogueTest, BadRecordsLeaveNoGap) {
 TEST_F(CatalogueTest, DeviceThatDoesNotOpenIsDropped) {
     mHub.failOpen("/dev/iio:device" + std::to_string(mHub.deviceNumber(1)), EBUSY);
     const SensorList& list = build(handleRecord(1, "FIRST") + handleRecord(4, "GYRO"));
-    EXPECT_TRUE(LogCapture::contains('I', "FIRST fd error"));
+    EXPECT_TRUE(LogCapture::contains("I FIRST fd error"));
     EXPECT_EQ(list.get(1), nullptr);
     EXPECT_EQ(list.at(0), list.get(4));
 }
@@ -195,7 +195,7 @@ TEST_F(CatalogueTest, OneReadOf4096BytesIsAllThereIs) {
     spec += handleRecord(1, "LAST");
     spec += handleRecord(4, "BEYOND");
     const SensorList& list = build(spec);
-    EXPECT_TRUE(LogCapture::contains('I', "SensorList size 4096 num 89 unitsize 46"));
+    EXPECT_TRUE(LogCapture::contains("I SensorList size 4096 num 89 unitsize 46"));
     EXPECT_NE(list.get(1), nullptr);
     EXPECT_EQ(list.get(4), nullptr);
 }
@@ -218,14 +218,12 @@ TEST_F(CatalogueTest, UnreadableFile) {
     mHub.failOpen("/sys/class/sensors/hbx_sensor/sensor_spec", ENOENT);
     EXPECT_EQ(build().size(), 0);
     EXPECT_EQ(mList->getFds(), nullptr);
-    EXPECT_EQ(LogCapture::take(),
-              (std::vector<LogLine>{{'E',
-                                     "makeSensorList: open failed. No such file or "
-                                     "directory"}}));
+    EXPECT_LOG(
+        "E makeSensorList: open failed. No such file or "
+        "directory");
     mHub.failRead("/sys/class/sensors/hbx_sensor/sensor_spec", EIO);
     EXPECT_EQ(build().size(), 0);
-    EXPECT_EQ(LogCapture::take(),
-              (std::vector<LogLine>{{'E', "makeSensorList: read failed. ret=-1"}}));
+    EXPECT_LOG("E makeSensorList: read failed. ret=-1");
 }
 
 TEST_F(CatalogueTest, EveryDescriptorIsClosedInTheEnd) {
@@ -244,8 +242,8 @@ TEST_F(CatalogueTest, ContextSensorAbsent) {
     const SensorList& list = build("");
     ASSERT_EQ(list.size(), 1);
     EXPECT_EQ(list.at(0), list.get(33));
-    EXPECT_TRUE(LogCapture::contains('I', "Qcontext fd error"));
-    EXPECT_TRUE(LogCapture::contains('I', "index 0, SensorHub"));
+    EXPECT_TRUE(LogCapture::contains("I Qcontext fd error"));
+    EXPECT_TRUE(LogCapture::contains("I index 0, SensorHub"));
 }
 
 TEST_F(CatalogueTest, ListIsLoggedWithDoubleSeparatorsBetweenEntries) {
@@ -253,18 +251,10 @@ TEST_F(CatalogueTest, ListIsLoggedWithDoubleSeparatorsBetweenEntries) {
     LogCapture::take();
     const auto infos = list.getSensorInfoList();
     ASSERT_EQ(infos.size(), 2u);
-    const LogLine separator = {'I', "==============================="};
-    EXPECT_EQ(LogCapture::take(), (std::vector<LogLine>{{'I', "getSensorInfoList"},
-                                                        separator,
-                                                        {'I', "name = CHIP Accelerometer"},
-                                                        {'I', "handle = 1"},
-                                                        {'I', "type = 1"},
-                                                        separator,
-                                                        separator,
-                                                        {'I', "name = Qcontext"},
-                                                        {'I', "handle = 32"},
-                                                        {'I', "type = 65586"},
-                                                        separator}));
+    const LogLine separator = "I ===============================";
+    EXPECT_LOG("I getSensorInfoList", separator, "I name = CHIP Accelerometer", "I handle = 1",
+               "I type = 1", separator, separator, "I name = Qcontext", "I handle = 32",
+               "I type = 65586", separator);
 }
 
 }  // namespace

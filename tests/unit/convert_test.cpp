@@ -42,16 +42,6 @@ Event eventOf(int32_t type) {
     return event;
 }
 
-sensors_event_t recordOf(int32_t type) {
-    sensors_event_t record;
-    memset(&record, 0xEE, sizeof(record));
-    record.timestamp = 0x0102030405060708;
-    record.sensor = 38;
-    record.type = type;
-    memcpy(record.data, distinctPayload().data(), 64);
-    return record;
-}
-
 Payload payloadOf(const void* bytes) {
     Payload payload;
     memcpy(payload.data(), bytes, payload.size());
@@ -86,17 +76,25 @@ TEST(Convert, EventsKeepWhatTheirTypeUses) {
             EXPECT_EQ(record.sensor, 38);
             EXPECT_EQ(record.type, type);
             EXPECT_EQ(record.reserved0, 0);
-            EXPECT_EQ(record.timestamp, 0x0102030405060708);
             EXPECT_EQ(record.flags, 0U);
             EXPECT_EQ(payloadOf(record.data), leading(group.bytes));
 
-            Event event;
-            memset(&event, 0xDD, sizeof(event));
-            convertFromSensorEvent(recordOf(type), &event);
-            EXPECT_EQ(event.timestamp, 0x0102030405060708);
-            EXPECT_EQ(event.sensorHandle, 38);
-            EXPECT_EQ(static_cast<int32_t>(event.sensorType), type);
-            EXPECT_EQ(payloadOf(&event.u), leading(group.bytes));
+            memcpy(record.data, distinctPayload().data(), 64);
+            // An application's event is the same record.
+            ASensorEvent application;
+            memcpy(&application, &record, sizeof(record));
+            const sensors_event_t same = convertASensorEvent(application);
+            EXPECT_EQ(memcmp(&same, &record, sizeof(record)), 0);
+            Event events[2];
+            memset(events, 0xDD, sizeof(events));
+            convertFromSensorEvent(record, &events[0]);
+            convertFromASensorEvent(application, &events[1]);
+            for (const Event& event : events) {
+                EXPECT_EQ(event.timestamp, 0x0102030405060708);
+                EXPECT_EQ(event.sensorHandle, 38);
+                EXPECT_EQ(static_cast<int32_t>(event.sensorType), type);
+                EXPECT_EQ(payloadOf(&event.u), leading(group.bytes));
+            }
         }
     }
 }
@@ -140,48 +138,32 @@ TEST(Convert, DynamicSensorsAreRearranged) {
     EXPECT_EQ(back.u.dynamic.uuid, event.u.dynamic.uuid);
 }
 
-TEST(Convert, ApplicationEventsAreTheSameRecord) {
-    const sensors_event_t record = recordOf(14);
-    ASensorEvent application;
-    memcpy(&application, &record, sizeof(record));
-    const sensors_event_t same = convertASensorEvent(application);
-    EXPECT_EQ(memcmp(&same, &record, sizeof(record)), 0);
-
-    Event event;
-    convertFromASensorEvent(application, &event);
-    EXPECT_EQ(event.sensorHandle, 38);
-    EXPECT_EQ(payloadOf(&event.u), leading(24));
-}
-
-TEST(Convert, SensorRecords) {
+TEST(Convert, SensorsComeBackAsTheyWere) {
     constexpr auto kType = static_cast<SensorType>(65607);
     const SensorInfo info = {38,       "a name", "a vendor",   3,      kType,
                              "a.type", 34.9F,    0.001F,       0.555F, -1,
                              300,      3000,     "permission", -2,     0x80000C86};
-    const sensor_t expected = {"a name",     "a vendor", 3,          38,  65607, 34.9F,
-                               0.001F,       0.555F,     -1,         300, 3000,  "a.type",
-                               "permission", -2,         0x80000C86, {}};
-    const auto numbers = [](const sensor_t& s) {
-        return std::make_tuple(s.version, s.handle, s.type, s.maxRange, s.resolution, s.power,
-                               s.minDelay, s.fifoReservedEventCount, s.fifoMaxEventCount,
-                               s.maxDelay, s.flags, s.reserved[0], s.reserved[1]);
-    };
     sensor_t sensor;
     memset(&sensor, 0xEE, sizeof(sensor));
     convertToSensor(info, &sensor);
+    EXPECT_EQ(sensor.reserved[0], nullptr);
+    EXPECT_EQ(sensor.reserved[1], nullptr);
+    EXPECT_STREQ(sensor.requiredPermission, "permission");
+    EXPECT_EQ(sensor.fifoMaxEventCount, 3000U);
+    EXPECT_EQ(sensor.maxDelay, -2);
     SensorInfo back = {};
     convertFromSensor(sensor, &back);
-    sensor_t again;
-    convertToSensor(back, &again);
-    for (const sensor_t* converted : {&sensor, &again}) {
-        EXPECT_EQ(numbers(*converted), numbers(expected));
-        for (const auto text : {&sensor_t::name, &sensor_t::vendor, &sensor_t::stringType,
-                                &sensor_t::requiredPermission}) {
-            EXPECT_STREQ(converted->*text, expected.*text);
-            // The caller's copy, as plain heap memory.
-            free(const_cast<char*>(converted->*text));
-        }
-    }
+    for (const char* text :
+         {sensor.name, sensor.vendor, sensor.stringType, sensor.requiredPermission})
+        free(const_cast<char*>(text));  // the caller's copies, as plain heap memory
+    const auto fields = [](const SensorInfo& s) {
+        return std::make_tuple(s.sensorHandle, std::string(s.name), std::string(s.vendor),
+                               s.version, s.type, std::string(s.typeAsString), s.maxRange,
+                               s.resolution, s.power, s.minDelay, s.fifoReservedEventCount,
+                               s.fifoMaxEventCount, std::string(s.requiredPermission), s.maxDelay,
+                               s.flags);
+    };
+    EXPECT_EQ(fields(back), fields(info));
 
     sensor = {};
     sensor.maxDelay = 0x100000005;
@@ -195,9 +177,10 @@ TEST(Convert, SensorRecords) {
 
 TEST(Convert, SharedMemory) {
     native_handle_t* handle = native_handle_create(0, 0);
+    native_handle_t* const none = nullptr;
     for (const int32_t type : {-1, 0, 1, 2, 3}) {
         for (const int32_t format : {0, 1, 2}) {
-            for (const native_handle_t* memory : {handle, static_cast<native_handle_t*>(nullptr)}) {
+            for (const native_handle_t* memory : {handle, none}) {
                 const SharedMemInfo info{static_cast<SharedMemType>(type),
                                          static_cast<SharedMemFormat>(format), 0xFFFFFFFF, memory};
                 const bool good = (type == 1 || type == 2) && format == 1 && memory != nullptr;

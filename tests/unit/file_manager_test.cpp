@@ -62,8 +62,7 @@ class FileManagerTest : public testing_support::HubFixture {
 TEST_F(FileManagerTest, ReadsFromAnOffset) {
     mHub.setFile(kFile, std::string("0123\0,789", 9));
     expectRead(kFile + ",4,2", 4, std::string("23\0,", 4));
-    EXPECT_EQ(LogCapture::take(),
-              (Log{{'I', kLead + ": READ"}, {'I', kLead + ": result 4, sendLen 9"}}));
+    EXPECT_LOG("I " + kLead + ": READ", "I " + kLead + ": result 4, sendLen 9");
     expectRead(kFile + ", +100xyz,7", 2, "89");
     expectRead(kFile + ",4,9", 0);
     expectRead(kFile + ",0,0", 0);
@@ -90,7 +89,7 @@ TEST_F(FileManagerTest, WritesAtAnOffset) {
     // Without a reply, and into the middle of a file that keeps its tail.
     LogCapture::take();
     EXPECT_EQ(ask(HubServices::kWrite, kFile + ",2,1,0,XY"), std::nullopt);
-    EXPECT_EQ(LogCapture::take(), (Log{{'I', kLead + ": WRITE"}}));
+    EXPECT_LOG("I " + kLead + ": WRITE");
     EXPECT_EQ(mHub.readFile(kFile), std::string("aXY\0c,", 6));
 }
 
@@ -105,7 +104,7 @@ TEST_F(FileManagerTest, WritesNoMoreThanAFieldHolds) {
     for (const std::string size : {"4097", "2147483647", "-1"}) {
         expectWrite(kFile + "," + size + ",0,1,ab", -22);
         EXPECT_EQ(ask(HubServices::kWrite, kFile + "," + size + ",0,0,ab"), std::nullopt) << size;
-        EXPECT_TRUE(logged('E', kLead + ": invalid size " + size));
+        EXPECT_TRUE(logged("E " + kLead + ": invalid size " + size));
     }
     EXPECT_FALSE(mHub.hasFile(kFile));
 }
@@ -113,9 +112,8 @@ TEST_F(FileManagerTest, WritesNoMoreThanAFieldHolds) {
 TEST_F(FileManagerTest, Removes) {
     mHub.setFile(kFile, "x");
     expectRemove(kFile, 0);
-    EXPECT_EQ(LogCapture::take(), (Log{{'I', kLead + ": REMOVE"},
-                                       {'I', kLead + " " + kFile + " remove 0"},
-                                       {'I', kLead + ": result 0, sendLen 5"}}));
+    EXPECT_LOG("I " + kLead + ": REMOVE", "I " + kLead + " " + kFile + " remove 0",
+               "I " + kLead + ": result 0, sendLen 5");
     EXPECT_FALSE(mHub.hasFile(kFile));
     expectRemove(kFile + ",1,2,3,4", -1);
 }
@@ -131,20 +129,19 @@ TEST_F(FileManagerTest, RefusesWhatIsNoNumberOrNoPlaceInAFile) {
     }
     for (const char* fields : {",2,0", ",2,0,", ",2,0,yes,ab", ",2,-1,1,ab"})
         expectWrite(kFile + fields, -22);
-    EXPECT_TRUE(logged('E', kLead + ": invalid flag yes"));
+    EXPECT_TRUE(logged("E " + kLead + ": invalid flag yes"));
     expectRead(kFile + ",-1,0", -22);
     expectRead(kFile + ",4,-1", -22);
-    EXPECT_TRUE(logged('E', kLead + ": seek to -1 failed(-22) Invalid argument"));
+    EXPECT_TRUE(logged("E " + kLead + ": seek to -1 failed(-22) Invalid argument"));
     EXPECT_EQ(mHub.readFile(kFile), "content");
 }
 
 TEST_F(FileManagerTest, RepliesWithTheErrorOfTheOpen) {
     const std::string directory = "/data/vendor/sensorhub/";
     expectRead(kFile + ",4,0", -ENOENT);
-    EXPECT_EQ(LogCapture::take(),
-              (Log{{'I', kLead + ": READ"},
-                   {'I', kLead + ": " + kFile + " open failed(-2) No such file or directory"},
-                   {'I', kLead + ": result -2, sendLen 5"}}));
+    EXPECT_LOG("I " + kLead + ": READ",
+               "I " + kLead + ": " + kFile + " open failed(-2) No such file or directory",
+               "I " + kLead + ": result -2, sendLen 5");
     mHub.setFile(kFile, "x");
     const std::string link = directory + "link";
     ASSERT_EQ(symlink((mHub.root() + kFile).c_str(), (mHub.root() + link).c_str()), 0);
@@ -160,19 +157,19 @@ TEST_F(FileManagerTest, RepliesWithTheErrorOfTheOpen) {
 }
 
 TEST_F(FileManagerTest, ControlFileFailures) {
-    const auto giveUp = [this](int operation, char level, const std::string& line) {
+    const auto giveUp = [this](int operation, const std::string& level, const std::string& line) {
         EXPECT_EQ(ask(operation, kFile), std::nullopt);
-        EXPECT_TRUE(logged(level, kLead + ": " + line));
+        EXPECT_TRUE(logged(level + " " + kLead + ": " + line));
     };
     mHub.setFile(kFile, "x");
     mHub.failOpen(kControl, EBUSY);
-    giveUp(HubServices::kRemove, 'I', "shub_file open failed(-16) Device or resource busy");
+    giveUp(HubServices::kRemove, "I", "shub_file open failed(-16) Device or resource busy");
     mHub.failRead(kControl, EIO);
-    giveUp(HubServices::kRemove, 'I', "shub_file read failed(-5)");
-    giveUp(3, 'I', "invalid type 3  ");
+    giveUp(HubServices::kRemove, "I", "shub_file read failed(-5)");
+    giveUp(3, "I", "invalid type 3  ");
     EXPECT_TRUE(mHub.hasFile(kFile));
     mHub.failWrite(kControl, ENODEV);
-    giveUp(HubServices::kRemove, 'E', "error(-19) No such device");
+    giveUp(HubServices::kRemove, "E", "error(-19) No such device");
     EXPECT_FALSE(mHub.hasFile(kFile));
 }
 
@@ -182,7 +179,7 @@ class HousekeepingTest : public testing_support::HubFixture {
     bool isServed() {
         EXPECT_TRUE(mServices.postRequest(HubServices::kRemove, "/data/vendor/sensorhub/none"));
         mSensor.readEvents();
-        const bool refused = logged('E', "fm is not supported");
+        const bool refused = logged("E fm is not supported");
         EXPECT_NE(mServices.takeReply().has_value(), refused);
         LogCapture::take();
         return !refused;
@@ -196,11 +193,11 @@ TEST_F(HousekeepingTest, ServesNothingBeforeTheHubTookTheReadySignal) {
     EXPECT_FALSE(isServed());
     mHub.failWrite(kControl, EIO);
     mSensor.ready();
-    EXPECT_TRUE(logged('E', "SensorHubSensor::ready: error(-5) Input/output error"));
+    EXPECT_TRUE(logged("E SensorHubSensor::ready: error(-5) Input/output error"));
     EXPECT_FALSE(isServed());
 
     mSensor.ready();
-    EXPECT_TRUE(logged('I', "SensorHubSensor::ready: send FM READY"));
+    EXPECT_TRUE(logged("I SensorHubSensor::ready: send FM READY"));
     EXPECT_TRUE(mServices.waitReady(HubServices::Milliseconds(0)));
     EXPECT_TRUE(isServed());
 
@@ -212,7 +209,7 @@ TEST_F(HousekeepingTest, ServesNothingBeforeTheHubTookTheReadySignal) {
     mHub.failOpen(kControl, ENOENT);
     mSensor.ready();
     EXPECT_TRUE(
-        logged('I', "SensorHubSensor::ready: shub_file open failed(-2) No such file or directory"));
+        logged("I SensorHubSensor::ready: shub_file open failed(-2) No such file or directory"));
     EXPECT_FALSE(isServed());
 }
 
@@ -222,13 +219,13 @@ TEST_F(HousekeepingTest, IgnoresOtherCommandsAndReportsAFailedRead) {
         mHub.push(kHandle, std::string(11, command));
         mSensor.readEvents();
     }
-    EXPECT_EQ(LogCapture::take(), Log{});
+    EXPECT_LOG();
     mHub.push(kHandle, std::string(11, '\xFB'));
     mHub.failRead(kHandle, ENODEV);
     mSensor.readEvents();
-    EXPECT_EQ(LogCapture::take(), (Log{{'E',
-                                        "SensorHubSensor input data file descriptor not "
-                                        "available - (No such device)"}}));
+    EXPECT_LOG(
+        "E SensorHubSensor input data file descriptor not "
+        "available - (No such device)");
 }
 
 }  // namespace

@@ -80,8 +80,8 @@ TEST_F(HubDumpTest, WritesTheStampedAndTheLatestFile) {
     EXPECT_LE(name, "shub_dump_005_" + stampOf(end));
     EXPECT_EQ(mHub.readFile(kDirectory + name), content);
     EXPECT_EQ(mHub.readFile(kLatest), content);
-    EXPECT_TRUE(logged('I', "SensorHubSensor dump type 5, count 3"));
-    EXPECT_TRUE(logged('I', "SensorHubSensor::dump out " + name + ", count 3"));
+    EXPECT_TRUE(logged("I SensorHubSensor dump type 5, count 3"));
+    EXPECT_TRUE(logged("I SensorHubSensor::dump out " + name + ", count 3"));
 }
 
 TEST_F(HubDumpTest, LatestFileKeepsTheTailOfALongerOne) {
@@ -152,8 +152,8 @@ TEST_F(HubDumpTest, PreviousDumpsGiveWay) {
 TEST_F(HubDumpTest, NamesWithoutAStampAreReported) {
     keep({"shub_dump_003_", "shub_dump_003_2024"});
     dump(3, 2);
-    EXPECT_TRUE(logged('E', "deletePrevDump: str time 2024 error: Invalid argument"));
-    EXPECT_TRUE(logged('E', "deletePrevDump: str time  error: Invalid argument"));
+    EXPECT_TRUE(logged("E deletePrevDump: str time 2024 error: Invalid argument"));
+    EXPECT_TRUE(logged("E deletePrevDump: str time  error: Invalid argument"));
 }
 
 TEST_F(HubDumpTest, CopyFailures) {
@@ -177,7 +177,7 @@ TEST_F(HubDumpTest, CopyFailures) {
     mServices.setDumpContent(std::string(4096, 'a') + std::string(4096, 'b') + "c");
     mHub.failWrite(kLatest, ENOSPC);
     dump(4, 9);
-    EXPECT_TRUE(logged('E', "SensorHubSensor::copyFile: write error: No space left on device"));
+    EXPECT_TRUE(logged("E SensorHubSensor::copyFile: write error: No space left on device"));
     EXPECT_EQ(mHub.readFile(kLatest), std::string(4096, 'b') + "c");
 }
 

@@ -78,17 +78,17 @@ TEST_F(QContextSensorTest, PostsRecordsAsTheyAre) {
     words[1] = 0x00020000;
     words[2] = 0x04FF0201;
     EXPECT_EQ(wordsOf(event), words);
-    EXPECT_EQ(LogCapture::take(), (Log{{'I', "context 100 0 2 1,2,255, 123456789012"}}));
+    EXPECT_LOG("I context 100 0 2 1,2,255, 123456789012");
 
     EXPECT_EQ(pass(4, 0, 0, "x", 0).timestamp, 0);
-    EXPECT_EQ(LogCapture::take(), (Log{{'I', "QContextSensor: SensorHub reset"}}));
+    EXPECT_LOG("I QContextSensor: SensorHub reset");
 
     mServices.pushContext(1, 0, 0, "", 1);
     mHub.failRead(kHandle, EIO);
     mSensor.readEvents();
-    EXPECT_EQ(LogCapture::take(), (Log{{'E',
-                                        "QContextSensor :input data file descriptor not "
-                                        "available - (Input/output error)"}}));
+    EXPECT_LOG(
+        "E QContextSensor :input data file descriptor not "
+        "available - (Input/output error)");
     EXPECT_EQ(mCallback.take().size(), 0u);
 }
 
@@ -117,7 +117,7 @@ TEST_F(QContextSensorTest, RendersOnlyPlausibleRangesAndStoredBytes) {
     };
     for (const Case& c : cases) {
         pass(c.size, c.begin, c.end, std::string(56, '\7'), 9);
-        EXPECT_EQ(LogCapture::take(), c.line.empty() ? Log{} : (Log{{'I', c.line}}));
+        EXPECT_EQ(LogCapture::take(), c.line.empty() ? Log{} : (Log{"I " + c.line}));
     }
 }
 
@@ -145,7 +145,7 @@ TEST_F(QContextSensorTest, AnnouncesTheContextListWhenEnabled) {
     EXPECT_EQ(wordsOf(frame[1]), words);
     words[0] = 1;
     EXPECT_EQ(wordsOf(frame[2]), words);
-    EXPECT_TRUE(logged('I', "QContext List : 0x11 0xffffffff 0x0 0x40000000"));
+    EXPECT_TRUE(logged("I QContext List : 0x11 0xffffffff 0x0 0x40000000"));
 
     // The last list is still there when the next frame begins.
     mServices.setContextList({5, 6, 7, 8});
@@ -161,11 +161,11 @@ TEST_F(QContextSensorTest, AnnouncesTheContextListWhenEnabled) {
 TEST_F(QContextSensorTest, EnablesWithoutAReadableListButNotWithoutTheFile) {
     mHub.failRead(kList, EIO);
     EXPECT_EQ(mSensor.enable(kHandle, true), 0);
-    EXPECT_TRUE(logged('E', "QContextSensor : qcontext list read failed - (Input/output error)"));
+    EXPECT_TRUE(logged("E QContextSensor : qcontext list read failed - (Input/output error)"));
     mHub.removeFile(kList);
     EXPECT_EQ(mSensor.enable(kHandle, true), 0);
     EXPECT_TRUE(
-        logged('E', "QContextSensor : qcontext list open failed - (No such file or directory)"));
+        logged("E QContextSensor : qcontext list open failed - (No such file or directory)"));
     EXPECT_EQ(mCallback.take().size(), 0u);
 
     // A second object finds the device taken, but does not get as far as to notice.

@@ -20,74 +20,75 @@ namespace {
 using namespace android::hardware::sensors::V2_0::zelva_sensorhub;
 using simulator::Request;
 using testing_support::LogCapture;
-using testing_support::LogLine;
 using testing_support::RecordingCallback;
+
+constexpr char kInjection[] = "/dev/shub_data_injection";
 
 /** A driver that adds nothing: the base as it is. */
 class PlainSensor : public SensorBase {
   public:
-    PlainSensor(const char* iioName, const SensorInfo& info, ISensorsEventCallback* callback,
-                bool wakeUpIsDefault = false)
-        : SensorBase(iioName, "PlainSensor", "Plain", info, callback, wakeUpIsDefault) {}
+    PlainSensor(const char* iioName, const SensorInfo& info, ISensorsEventCallback* callback)
+        : SensorBase(iioName, "PlainSensor", "Plain", info, callback, false) {}
     void readEvents() override {}
+    int batch(int handle, int64_t period, int64_t latency) override {
+        mBatch = {handle, period, latency};
+        return 9;
+    }
     using SensorBase::writeInjection;
-};
 
-simulator::SensorSpec accelerometer(bool wakeUp = false) {
-    simulator::SensorSpec spec;
-    spec.handle = 1;
-    spec.chipName = "CHIP";
-    spec.wakeUp = wakeUp;
-    return spec;
-}
+    std::vector<int64_t> mBatch;
+};
 
 class SensorBaseTest : public testing::Test {
   protected:
-    explicit SensorBaseTest(bool wakeUp = false) : mHub(options(wakeUp)) {
+    SensorBaseTest() : mHub(options()) {
         mInfo.sensorHandle = 1;
         mInfo.name = "CHIP";
     }
 
-    static simulator::SimulatedHub::Options options(bool wakeUp) {
+    static simulator::SimulatedHub::Options options() {
         simulator::SimulatedHub::Options options;
-        options.sensors = {accelerometer(wakeUp)};
+        options.sensors.resize(1);  // the accelerometer
         return options;
     }
 
-    std::unique_ptr<PlainSensor> make() {
-        auto sensor = std::make_unique<PlainSensor>("accelerometer_sensor", mInfo, &mCallback);
+    std::unique_ptr<PlainSensor> make(const char* iioName = "accelerometer_sensor") {
+        auto sensor = std::make_unique<PlainSensor>(iioName, mInfo, &mCallback);
         mConstructionLog = LogCapture::take();
         return sensor;
     }
+    std::string device() const { return "/dev/iio:device" + std::to_string(mHub.deviceNumber(1)); }
     std::string attribute(const char* name) const {
         return "/sys/bus/iio/devices/iio:device" + std::to_string(mHub.deviceNumber(1)) + "/" +
                name;
+    }
+    /** What was written to a buffer attribute, accepted by the driver. */
+    std::string written(Request::Kind kind) const {
+        std::string all;
+        for (const Request& request : mHub.requests(kind)) {
+            EXPECT_EQ(request.error, 0);
+            all += request.bytes;
+        }
+        return all;
     }
 
     LogCapture mLog;
     simulator::SimulatedHub mHub;
     RecordingCallback mCallback;
     SensorInfo mInfo = {};
-    std::vector<LogLine> mConstructionLog;
+    testing_support::Lines mConstructionLog;
 };
 
 TEST_F(SensorBaseTest, ConstructionSizesEnablesAndDescribes) {
     mInfo.fifoMaxEventCount = 100;
     const auto sensor = make();
     EXPECT_GE(sensor->getFd(), 1);
-    EXPECT_EQ(mConstructionLog, (std::vector<LogLine>{
-                                    {'I', "PlainSensor"},
-                                    {'I', "sensor_name CHIP Plain mSensorInfo.name CHIP Plain"},
-                                    {'I', "injection path /dev/shub_data_injection"},
-                                }));
-    const auto lengths = mHub.requests(Request::Kind::kBufferLength);
-    ASSERT_EQ(lengths.size(), 1u);
-    EXPECT_EQ(lengths[0].bytes, "600\n");
-    EXPECT_EQ(lengths[0].error, 0);
-    const auto enables = mHub.requests(Request::Kind::kBufferEnable);
-    ASSERT_EQ(enables.size(), 1u);
-    EXPECT_EQ(enables[0].bytes, "1\n");
-    EXPECT_EQ(enables[0].error, 0);
+    EXPECT_EQ(mConstructionLog,
+              (testing_support::Lines{"I PlainSensor",
+                                      "I sensor_name CHIP Plain mSensorInfo.name CHIP Plain",
+                                      "I injection path /dev/shub_data_injection"}));
+    EXPECT_EQ(written(Request::Kind::kBufferLength), "600\n");
+    EXPECT_EQ(written(Request::Kind::kBufferEnable), "1\n");
     EXPECT_TRUE(sensor->isBufferEnabled());
 }
 
@@ -95,34 +96,25 @@ TEST_F(SensorBaseTest, LongFifoAndNamelessChip) {
     mInfo.fifoMaxEventCount = 2000;
     mInfo.name = "";
     const auto sensor = make();
-    EXPECT_EQ(mHub.requests(Request::Kind::kBufferLength).at(0).bytes, "2000\n");
+    EXPECT_EQ(written(Request::Kind::kBufferLength), "2000\n");
     EXPECT_EQ(std::string(sensor->getSensorInfo().name), "Plain");
 }
 
 TEST_F(SensorBaseTest, MissingPiecesLeaveNoDescriptor) {
-    PlainSensor nameless(nullptr, mInfo, &mCallback);
-    EXPECT_EQ(nameless.getFd(), -1);
-    PlainSensor unknown("no_such_sensor", mInfo, &mCallback);
-    EXPECT_EQ(unknown.getFd(), -1);
-    LogCapture::take();
-    EXPECT_EQ(unknown.enable(1, true), -EIO);
-    EXPECT_EQ(LogCapture::take(),
-              (std::vector<LogLine>{{'E', "PlainSensor::enable, data fd -1, handle 1, enable 1"}}));
+    EXPECT_EQ(make(nullptr)->getFd(), -1);
+    const auto unknown = make("no_such_sensor");
+    EXPECT_EQ(unknown->getFd(), -1);
+    EXPECT_EQ(unknown->enable(1, true), -EIO);
+    EXPECT_LOG("E PlainSensor::enable, data fd -1, handle 1, enable 1");
 
-    const std::string device = "/dev/iio:device" + std::to_string(mHub.deviceNumber(1));
-    mHub.failOpen(device, EBUSY);
-    const auto busy = make();
-    EXPECT_EQ(busy->getFd(), -1);
-    EXPECT_EQ(mConstructionLog.at(0).text,
-              "SensorBase, ERROR mDevNum = " + std::to_string(mHub.deviceNumber(1)));
-    EXPECT_TRUE(mHub.requests(Request::Kind::kBufferLength).empty());
-}
-
-TEST_F(SensorBaseTest, NoIioDirectory) {
+    mHub.failOpen(device(), EBUSY);
+    EXPECT_EQ(make()->getFd(), -1);
+    EXPECT_EQ(mConstructionLog.at(0),
+              "E SensorBase, ERROR mDevNum = " + std::to_string(mHub.deviceNumber(1)));
+    EXPECT_EQ(written(Request::Kind::kBufferLength), "");
     mHub.failOpen("/sys/bus/iio/devices/", ENOENT);
-    const auto sensor = make();
-    EXPECT_EQ(mConstructionLog.at(0), (LogLine{'E', "No industrialio devices available"}));
-    EXPECT_EQ(sensor->getFd(), -1);
+    EXPECT_EQ(make()->getFd(), -1);
+    EXPECT_EQ(mConstructionLog.at(0), "E No industrialio devices available");
 }
 
 TEST_F(SensorBaseTest, DeviceNamesAreComparedAsTheFirstWordOfAtMost29Characters) {
@@ -139,68 +131,66 @@ TEST_F(SensorBaseTest, DeviceNamesAreComparedAsTheFirstWordOfAtMost29Characters)
 
 TEST_F(SensorBaseTest, FailedBufferEnableGetsOneMoreAttempt) {
     const std::string path = attribute("buffer/enable");
+    const std::string line = "E writeSysfsInt, ERROR open file " + path + " to write with error ";
     mHub.failWrite(path, EBUSY, 1, 2);
     mHub.failOpen(attribute("buffer/length"), EACCES);  // skipped without a word
-    const auto sensor = make();
+    auto sensor = make();
+    EXPECT_EQ(mConstructionLog.at(1), line + "16");
     EXPECT_FALSE(sensor->isBufferEnabled());
-    EXPECT_EQ(mConstructionLog.at(1),
-              (LogLine{'E', "writeSysfsInt, ERROR open file " + path + " to write with error 16"}));
     EXPECT_EQ(sensor->enable(1, true), 0);
-    EXPECT_EQ(LogCapture::take(),
-              (std::vector<LogLine>{
-                  {'E', "writeSysfsInt, ERROR open file " + path + " to write with error 16"},
-                  {'E', "iio buffer/enable failed again -16"}}));
+    EXPECT_LOG(line + "16", "E iio buffer/enable failed again -16");
     mHub.clearRequests();
     EXPECT_EQ(sensor->enable(1, true), 0);
-    EXPECT_TRUE(mHub.requests().empty());
-    EXPECT_TRUE(LogCapture::take().empty());
-}
 
-TEST_F(SensorBaseTest, RetryIsUsedUpEvenWhenTheFileIsGone) {
-    mHub.failClose(attribute("buffer/enable"), EIO);
-    const auto sensor = make();
+    // The attempt is used up even when the file is gone.
+    sensor.reset();
+    mHub.failClose(path, EIO);
+    sensor = make();
+    EXPECT_EQ(mConstructionLog.at(1), line + "5");
     EXPECT_FALSE(sensor->isBufferEnabled());
-    mHub.failOpen(attribute("buffer/enable"), ENOENT);
+    mHub.failOpen(path, ENOENT);
     mHub.clearRequests();
     EXPECT_EQ(sensor->enable(1, true), 0);
     EXPECT_FALSE(sensor->isBufferEnabled());
     EXPECT_EQ(sensor->enable(1, true), 0);
     EXPECT_TRUE(mHub.requests().empty());
-    EXPECT_TRUE(LogCapture::take().empty());
+    EXPECT_LOG();
 }
 
 TEST_F(SensorBaseTest, DataAvailable) {
-    mInfo.fifoMaxEventCount = 100;
+    const std::string failed = "E SensorBase::readSysfsInt: read failed: ";
+    const std::string range = failed + "-34(Numerical result out of range)";
+    const std::string invalid = failed + "-22(Invalid argument)";
+    const struct {
+        int handle;
+        uint32_t fifo;
+        uint64_t latencyNs;
+        const char* text;
+        int records;
+        testing_support::Lines lines;
+    } cases[] = {
+        {1, 100, 0, "17\n", 1, {}},
+        {1, 100, 1, "17\n", 17, {}},
+        {1, 0, 1, "17\n", 1, {}},
+        {38, 0, 0, "17\n", 17, {}},
+        {50, 0, 0, "17\n", 17, {}},
+        {1, 100, 1, "0\n", 0, {}},
+        {1, 100, 1, "-3\n", 1, {}},
+        {1, 100, 1, "99999999999\n", 1, {range}},
+        {1, 100, 1, "many\n", 1, {invalid}},
+    };
+    for (const auto& c : cases) {
+        mInfo.sensorHandle = c.handle;
+        mInfo.fifoMaxEventCount = c.fifo;
+        mHub.setDataAvailable(1, c.text);
+        const auto sensor = make();
+        EXPECT_EQ(sensor->getDataAvailable(c.latencyNs), c.records) << &c - cases;
+        EXPECT_EQ(LogCapture::take(), c.lines) << &c - cases;
+    }
     const auto sensor = make();
-    mHub.setDataAvailable(1, "17\n");
-    EXPECT_EQ(sensor->getDataAvailable(0), 1);
-    EXPECT_EQ(sensor->getDataAvailable(1), 17);
-    mHub.setDataAvailable(1, "0\n");
-    EXPECT_EQ(sensor->getDataAvailable(1), 0);
-    mHub.setDataAvailable(1, "-3\n");
-    EXPECT_EQ(sensor->getDataAvailable(1), 1);
-    EXPECT_TRUE(LogCapture::take().empty());
-
-    mHub.setDataAvailable(1, "99999999999\n");
-    EXPECT_EQ(sensor->getDataAvailable(1), 1);
-    mHub.setDataAvailable(1, "many\n");
-    EXPECT_EQ(sensor->getDataAvailable(1), 1);
-    EXPECT_EQ(
-        LogCapture::take(),
-        (std::vector<LogLine>{
-            {'E', "SensorBase::readSysfsInt: read failed: -34(Numerical result out of range)"},
-            {'E', "SensorBase::readSysfsInt: read failed: -22(Invalid argument)"}}));
     mHub.failOpen(attribute("buffer/data_available"), ENOENT);
     EXPECT_EQ(sensor->getDataAvailable(1), 1);
-    EXPECT_TRUE(LogCapture::take().empty());
-
-    mInfo.fifoMaxEventCount = 0;
-    mHub.setDataAvailable(1, "17\n");
-    EXPECT_EQ(PlainSensor("accelerometer_sensor", mInfo, &mCallback).getDataAvailable(1), 1);
-    mInfo.sensorHandle = 38;
-    EXPECT_EQ(PlainSensor("accelerometer_sensor", mInfo, &mCallback).getDataAvailable(0), 17);
-    mInfo.sensorHandle = 50;
-    EXPECT_EQ(PlainSensor("accelerometer_sensor", mInfo, &mCallback).getDataAvailable(0), 17);
+    EXPECT_LOG();
 }
 
 TEST_F(SensorBaseTest, SysfsNumbers) {
@@ -220,30 +210,25 @@ TEST_F(SensorBaseTest, SysfsNumbers) {
     EXPECT_EQ(SensorBase::readSysfsInt(path.c_str(), &value), -EIO);
     mHub.failRead(path, EACCES);
     EXPECT_EQ(SensorBase::readSysfsInt(path.c_str(), &value), -EACCES);
-    EXPECT_EQ(LogCapture::take(),
-              (std::vector<LogLine>{
-                  {'E', "SensorBase::readSysfsInt: close failed: -5(Input/output error)"},
-                  {'E', "SensorBase::readSysfsInt: read failed: -13(Permission denied)"}}));
+    EXPECT_LOG("E SensorBase::readSysfsInt: close failed: -5(Input/output error)",
+               "E SensorBase::readSysfsInt: read failed: -13(Permission denied)");
 }
 
 TEST_F(SensorBaseTest, InjectionWriter) {
     const auto sensor = make();
     const uint8_t packet[] = {1, 1, 42};
-    mHub.failWrite("/dev/shub_data_injection", EINTR, 1, 2);
+    mHub.failWrite(kInjection, EINTR, 1, 2);
     EXPECT_EQ(sensor->writeInjection(packet, 3), 0);
-    EXPECT_EQ(
-        LogCapture::take(),
-        (std::vector<LogLine>(2, {'E', "PlainSensor::writeInjection: EINTR! retry to write"})));
-    mHub.failWrite("/dev/shub_data_injection", ENOSPC);
-    EXPECT_EQ(sensor->writeInjection(packet, 3), -ENOSPC);
-    mHub.failOpen("/dev/shub_data_injection", EACCES);
-    EXPECT_EQ(sensor->writeInjection(packet, 3), -ENODEV);
     EXPECT_EQ(LogCapture::take(),
-              (std::vector<LogLine>{
-                  {'E', "PlainSensor::writeInjection: error(-28) No space left on device"},
-                  {'E', "PlainSensor::writeInjection: open failed(-13) Permission denied"}}));
+              (testing_support::Lines(2, "E PlainSensor::writeInjection: EINTR! retry to write")));
+    mHub.failWrite(kInjection, ENOSPC);
+    EXPECT_EQ(sensor->writeInjection(packet, 3), -ENOSPC);
+    mHub.failOpen(kInjection, EACCES);
+    EXPECT_EQ(sensor->writeInjection(packet, 3), -ENODEV);
+    EXPECT_LOG("E PlainSensor::writeInjection: error(-28) No space left on device",
+               "E PlainSensor::writeInjection: open failed(-13) Permission denied");
 
-    mHub.failOpen("/dev/shub_data_injection", ENOENT);
+    mHub.failOpen(kInjection, ENOENT);
     const auto fallback = make();
     EXPECT_EQ(mConstructionLog.back().text, "injection path /dev/hbx_data_injection");
 }
@@ -262,10 +247,9 @@ TEST_F(SensorBaseTest, DefaultInjectionSkipsPayloadWordOne) {
     ASSERT_EQ(mHub.requests().size(), 1u);
     EXPECT_EQ(mHub.requests()[0].bytes, expected);
     EXPECT_EQ(mHub.requests()[0].access, O_RDWR);
-    EXPECT_EQ(LogCapture::take(),
-              (std::vector<LogLine>{{'I',
-                                     "SensorBase::injectSensorData: CHIP Plain default injection, "
-                                     "type=268435463"}}));
+    EXPECT_LOG(
+        "I SensorBase::injectSensorData: CHIP Plain default injection, "
+        "type=268435463");
     for (const uint32_t code : {0u, 1u}) {
         memcpy(&event.u, &code, sizeof(code));
         EXPECT_EQ(sensor->injectSensorData(event), 0);
@@ -274,86 +258,65 @@ TEST_F(SensorBaseTest, DefaultInjectionSkipsPayloadWordOne) {
 }
 
 TEST_F(SensorBaseTest, ReportingModeTestsAreNarrow) {
-    for (const uint32_t flags : {4u, 5u, 0xCu}) {
-        mInfo.flags = flags;
-        EXPECT_TRUE(PlainSensor(nullptr, mInfo, &mCallback).isOneShotSensor()) << flags;
+    const struct {
+        uint32_t flags;
+        bool oneShot;
+        bool direct;
+    } cases[] = {{0, false, false},    {2, false, false},     {6, false, false},
+                 {7, false, false},    {4, true, false},      {5, true, false},
+                 {0xC, true, false},   {0x380, false, false}, {0x400, false, true},
+                 {0x800, false, true}, {0xC04, true, true}};
+    for (const auto& c : cases) {
+        mInfo.flags = c.flags;
+        EXPECT_EQ(make(nullptr)->isOneShotSensor(), c.oneShot) << c.flags;
+        EXPECT_EQ(make(nullptr)->isDirectReportSensor(), c.direct) << c.flags;
     }
-    for (const uint32_t flags : {0u, 2u, 6u, 7u}) {
-        mInfo.flags = flags;
-        EXPECT_FALSE(PlainSensor(nullptr, mInfo, &mCallback).isOneShotSensor()) << flags;
-    }
-    mInfo.flags = 0x380;
-    EXPECT_FALSE(PlainSensor(nullptr, mInfo, &mCallback).isDirectReportSensor());
-    mInfo.flags = 0x800;
-    EXPECT_TRUE(PlainSensor(nullptr, mInfo, &mCallback).isDirectReportSensor());
 }
 
 TEST_F(SensorBaseTest, EventDescriptorOfADevice) {
-    PlainSensor closed(nullptr, mInfo, &mCallback);  // leaves the device to be opened
-    PlainSensor* sensor = &closed;
-    LogCapture::take();
+    const auto sensor = make(nullptr);  // leaves the device to be opened
     EXPECT_EQ(sensor->openIio("absent"), -1);
     EXPECT_EQ(sensor->openIio("accelerometer_sensor"), -1);  // the hub's driver has no event queue
-    const std::string path = "/dev/iio:device" + std::to_string(mHub.deviceNumber(1));
-    EXPECT_EQ(LogCapture::take(),
-              (std::vector<LogLine>{{'E', "couldn't find the device absent"},
-                                    {'E', "couldn't get a event fd from " + path}}));
-}
+    mHub.failOpen(device(), EACCES);
+    EXPECT_EQ(sensor->openIio("accelerometer_sensor"), -1);
+    EXPECT_LOG("E couldn't find the device absent", "E couldn't get a event fd from " + device(),
+               "E couldn't open " + device() + " (Permission denied)");
 
-TEST_F(SensorBaseTest, EventDescriptorThatTheDriverHandsOut) {
-    PlainSensor sensor(nullptr, mInfo, &mCallback);
     simulator::NodeHandler handler;
     handler.onIoctl = [](unsigned long request, void* argument) {
         EXPECT_EQ(static_cast<uint32_t>(request), 0x80046990u);
         *static_cast<int*>(argument) = 77;
         return 0;
     };
-    mHub.setHandler("/dev/iio:device" + std::to_string(mHub.deviceNumber(1)), handler);
-    EXPECT_EQ(sensor.openIio("accelerometer_sensor"), 77);
+    mHub.setHandler(device(), handler);
+    EXPECT_EQ(sensor->openIio("accelerometer_sensor"), 77);
 }
 
 TEST_F(SensorBaseTest, DelayIsABatchWithoutLatency) {
-    struct Batched : PlainSensor {
-        using PlainSensor::PlainSensor;
-        int batch(int handle, int64_t period, int64_t latency) override {
-            seen = {handle, period, latency};
-            return 9;
-        }
-        std::vector<int64_t> seen;
-    } sensor(nullptr, mInfo, &mCallback);
-    EXPECT_EQ(sensor.setDelay(1, 20), 9);
-    EXPECT_EQ(sensor.seen, (std::vector<int64_t>{1, 20, 0}));
-}
-
-TEST(BootTime, CountsFromBootWithSleepIncluded) {
-    const auto now = [] {
-        timespec time = {};
-        clock_gettime(CLOCK_BOOTTIME, &time);
-        return time.tv_sec * int64_t{1000000000} + time.tv_nsec;
-    };
-    const int64_t before = now();
-    const int64_t stamp = SensorBase::getTimestamp();
-    EXPECT_GE(stamp, before);
-    EXPECT_LE(stamp, now());
+    const auto sensor = make(nullptr);
+    EXPECT_EQ(sensor->setDelay(1, 20), 9);
+    EXPECT_EQ(sensor->mBatch, (std::vector<int64_t>{1, 20, 0}));
 }
 
 TEST(DecimalText, Atou) {
-    EXPECT_EQ(SensorBase::atou("42abc"), 42u);
-    EXPECT_EQ(SensorBase::atou("x1"), 0u);
-    EXPECT_EQ(SensorBase::atou("-1"), 0u);
-    EXPECT_EQ(SensorBase::atou(""), 0u);
-    EXPECT_EQ(SensorBase::atou("4294967297"), 1u);
+    const std::pair<const char*, unsigned> cases[] = {
+        {"42abc", 42}, {"x1", 0}, {"-1", 0}, {"", 0}, {"4294967297", 1}};
+    for (const auto& [text, number] : cases)
+        EXPECT_EQ(SensorBase::atou(text), number) << text;
 }
 
 TEST(InjectedArguments, TruncateAndSaturate) {
-    EXPECT_EQ(truncateToInt32(2.9F), 2);
-    EXPECT_EQ(truncateToInt32(-2.9F), -2);
-    EXPECT_EQ(truncateToInt32(std::nanf("")), 0);
-    EXPECT_EQ(truncateToInt32(std::numeric_limits<float>::infinity()), INT32_MAX);
-    EXPECT_EQ(truncateToInt32(-std::numeric_limits<float>::infinity()), INT32_MIN);
-    EXPECT_EQ(truncateToInt32(2147483648.0F), INT32_MAX);
-    EXPECT_EQ(truncateToInt32(2147483520.0F), 2147483520);
-    EXPECT_EQ(truncateToInt32(-2147483648.0F), INT32_MIN);
+    constexpr float kInfinity = std::numeric_limits<float>::infinity();
+    const std::pair<float, int32_t> cases[] = {{2.9F, 2},
+                                               {-2.9F, -2},
+                                               {std::nanf(""), 0},
+                                               {kInfinity, INT32_MAX},
+                                               {-kInfinity, INT32_MIN},
+                                               {2147483648.0F, INT32_MAX},
+                                               {2147483520.0F, 2147483520},
+                                               {-2147483648.0F, INT32_MIN}};
+    for (const auto& [value, truncated] : cases)
+        EXPECT_EQ(truncateToInt32(value), truncated) << value;
 }
 
 }  // namespace
