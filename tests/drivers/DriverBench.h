@@ -21,10 +21,10 @@ using android::hardware::sensors::V2_0::zelva_sensorhub::SensorBase;
 using android::hardware::sensors::V2_0::zelva_sensorhub::SensorList;
 using simulator::RecordBuilder;
 using simulator::Request;
+using testing_support::Lines;
 using testing_support::LogCapture;
 using testing_support::LogLine;
 using testing_support::RecordingCallback;
-using Lines = std::vector<LogLine>;
 using Packets = std::vector<std::string>;
 
 constexpr char kInjection[] = "/dev/shub_data_injection";

@@ -18,8 +18,8 @@
  */
 namespace golden {
 
+using testing_support::Lines;
 using testing_support::LogLine;
-using Lines = std::vector<LogLine>;
 using namespace std::string_literals;
 
 /** A timestamp with eight different bytes; "%T" stands for it in the text of a log line. */

@@ -77,6 +77,20 @@ bool LoadedSubHal::deliver(int handle, const std::string& record) {
     return mHub.push(handle, record) && mHub.waitIdle();
 }
 
+std::vector<int64_t> LoadedSubHal::timestamps() {
+    std::vector<int64_t> all;
+    for (const auto& post : mProxy->take()) {
+        for (const auto& event : post.events)
+            all.push_back(event.timestamp);
+    }
+    return all;
+}
+
+std::vector<int64_t> LoadedSubHal::timestamps(int handle, const std::string& record) {
+    EXPECT_TRUE(deliver(handle, record));
+    return timestamps();
+}
+
 bool LoadedSubHal::unload() {
     return mLibrary.unload();
 }

@@ -78,6 +78,11 @@ class LoadedSubHal {
     /** Queues a record and waits until the library has dealt with it. */
     bool deliver(int handle, const std::string& record);
 
+    /** Timestamps of the events that the proxy got since the last call, and of what is delivered.
+     */
+    std::vector<int64_t> timestamps();
+    std::vector<int64_t> timestamps(int handle, const std::string& record);
+
     /** Ends the library; its destructor's log can be read afterwards. */
     bool unload();
 

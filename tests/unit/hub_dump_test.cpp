@@ -95,55 +95,40 @@ TEST_F(HubDumpTest, LatestFileKeepsTheTailOfALongerOne) {
 
 // From two on it is the newest previous dump that gives way; one removes all of the type.
 TEST_F(HubDumpTest, PreviousDumpsGiveWay) {
-    struct Case {
+    const struct {
         int type;
         int limit;
         Names before;
         Names removed;
-    };
-    const std::vector<Case> cases = {
-        {5, 3, {"shub_dump_005_20240229_235959", "shub_dump_005_20240301_000000"}, {}},
-        {5,
-         3,
-         {"shub_dump_005_20240229_235959", "shub_dump_005_20991231_235959",
-          "shub_dump_005_20240301_000000"},
-         {"shub_dump_005_20991231_235959"}},
-        {5,
-         1,
-         {"shub_dump_005_20240101_000000", "shub_dump_005_", "shub_dump_005_junk"},
-         {"shub_dump_005_", "shub_dump_005_20240101_000000", "shub_dump_005_junk"}},
+    } cases[] = {
+        {5, 3, {"20240229_235959", "20240301_000000"}, {}},
+        {5, 3, {"20240229_235959", "20991231_235959", "20240301_000000"}, {"20991231_235959"}},
+        {5, 1, {"", "20240101_000000", "junk"}, {"", "20240101_000000", "junk"}},
         // Reached from the start: without a file of the type there is nothing to remove.
         {5, 0, {}, {}},
-        {5,
-         0,
-         {"shub_dump_005_20240101_000000", "shub_dump_005_20250101_000000"},
-         {"shub_dump_005_20250101_000000"}},
+        {5, 0, {"20240101_000000", "20250101_000000"}, {"20250101_000000"}},
         // Names without a stamp neither count nor go.
-        {5,
-         2,
-         {"shub_dump_005_", "shub_dump_005_2024", "shub_dump_005_20241301_000000",
-          "shub_dump_005_20240101_000000.old"},
-         {}},
+        {5, 2, {"", "2024", "20241301_000000", "20240101_000000.old"}, {}},
         // State dumps keep two, whatever is asked.
-        {0, 1, {"shub_dumpstate_20240101_000000"}, {}},
-        {0,
-         9,
-         {"shub_dumpstate_20240101_000000", "shub_dumpstate_20240101_000001",
-          "shub_dumpstate_20231231_000000"},
-         {"shub_dumpstate_20240101_000001"}},
+        {0, 1, {"20240101_000000"}, {}},
+        {0, 9, {"20240101_000000", "20240101_000001", "20231231_000000"}, {"20240101_000001"}},
     };
     const Names others = {"shub_dump_006_20300101_000000", "shub_dumpstat_20300101_000000",
                           "shub_dump_0055", "shub_dump_00", "s"};
-    for (size_t i = 0; i < cases.size(); ++i) {
-        SCOPED_TRACE(i);
-        const Case& c = cases[i];
+    for (const auto& c : cases) {
+        SCOPED_TRACE(&c - cases);
+        const std::string prefix = c.type == 0 ? "shub_dumpstate_" : "shub_dump_005_";
         keep(others);
-        keep(c.before);
+        for (const std::string& stamp : c.before)
+            keep({prefix + stamp});
+        Names expected;
+        for (const std::string& stamp : c.removed)
+            expected.push_back(prefix + stamp);
         Names removed = dump(c.type, c.limit);
         std::sort(removed.begin(), removed.end());
-        EXPECT_EQ(removed, c.removed);
+        EXPECT_EQ(removed, expected);
         // The new dump and the latest one have come.
-        EXPECT_EQ(kept().size(), others.size() + c.before.size() - c.removed.size() + 2);
+        EXPECT_EQ(kept().size(), others.size() + c.before.size() - expected.size() + 2);
         for (const std::string& name : kept())
             mHub.removeFile(kDirectory + name);
     }

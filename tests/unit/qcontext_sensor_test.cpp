@@ -20,31 +20,49 @@ using testing_support::LogCapture;
 constexpr int kHandle = 32;
 constexpr char kList[] = "/sys/class/sensors/hbx_sensor/qcontext_list";
 
+using Words = std::vector<uint32_t>;
+
+/** An event's type and payload without the zeros at the end. */
+struct Seen {
+    int32_t type;
+    Words words;
+    bool operator==(const Seen& other) const { return type == other.type && words == other.words; }
+};
+
 class QContextSensorTest : public testing_support::HubFixture {
   protected:
     QContextSensorTest() { LogCapture::take(); }
 
-    /** Sends one record through; the event that comes of it. */
-    Event pass(int32_t size, uint16_t begin, uint16_t end, const std::string& data,
-               int64_t timestamp) {
+    /** The events of the one post since the last call. */
+    std::vector<Seen> posted(int64_t* timestamp = nullptr) {
+        std::vector<Seen> all;
+        const auto posts = mCallback.take();
+        EXPECT_EQ(posts.size(), 1u);
+        for (const auto& post : posts) {
+            EXPECT_FALSE(post.wakeup);
+            for (const Event& event : post.events) {
+                EXPECT_EQ(event.sensorHandle, kHandle);
+                Words words(16);
+                memcpy(words.data(), &event.u, sizeof(event.u));
+                while (!words.empty() && words.back() == 0)
+                    words.pop_back();
+                all.push_back({static_cast<int32_t>(event.sensorType), words});
+                if (timestamp != nullptr) *timestamp = event.timestamp;
+            }
+        }
+        return all;
+    }
+
+    /** Sends one record through. */
+    void pass(int32_t size, uint16_t begin, uint16_t end, const std::string& data,
+              int64_t timestamp) {
         EXPECT_TRUE(mServices.pushContext(size, begin, end, data, timestamp));
         LogCapture::take();
         mSensor.readEvents();
-        const auto posts = mCallback.take();
-        EXPECT_EQ(posts.size(), 1u);
-        if (posts.size() != 1 || posts[0].events.size() != 1) return {};
-        EXPECT_FALSE(posts[0].wakeup);
-        return posts[0].events[0];
     }
 
     QContextSensor mSensor{&mCallback};
 };
-
-std::vector<uint32_t> wordsOf(const Event& event) {
-    std::vector<uint32_t> words(16);
-    memcpy(words.data(), &event.u, sizeof(event.u));
-    return words;
-}
 
 TEST_F(QContextSensorTest, DescribesItself) {
     const SensorInfo& info = mSensor.getSensorInfo();
@@ -54,33 +72,29 @@ TEST_F(QContextSensorTest, DescribesItself) {
     EXPECT_EQ(info.version, 2);
     EXPECT_EQ(static_cast<int32_t>(info.type), 65586);
     EXPECT_EQ(std::string(info.typeAsString), "com.tavrine.sensor.sensorhubs");
-    EXPECT_EQ(info.maxRange, 1.0f);
-    EXPECT_EQ(info.resolution, 0.0f);
-    EXPECT_EQ(info.power, 0.0f);
+    EXPECT_EQ((std::vector<float>{info.maxRange, info.resolution, info.power}),
+              (std::vector<float>{1, 0, 0}));
     EXPECT_EQ(info.minDelay, 0);
-    EXPECT_EQ(info.fifoReservedEventCount, 0u);
-    EXPECT_EQ(info.fifoMaxEventCount, 0u);
+    EXPECT_EQ(info.fifoReservedEventCount + info.fifoMaxEventCount, 0u);
     EXPECT_EQ(std::string(info.requiredPermission), "com.tavrine.permission.QSENSOR");
     EXPECT_EQ(info.maxDelay, 20000);
     EXPECT_EQ(info.flags, 6u);
     // The base's enable and this class's own.
     EXPECT_EQ(mHub.requests(simulator::Request::Kind::kBufferEnable).size(), 2u);
     EXPECT_EQ(mSensor.batch(kHandle, 1, 2), 0);
+    EXPECT_EQ(mSensor.batch(kHandle, 1, 2, 3), 0);
 }
 
 TEST_F(QContextSensorTest, PostsRecordsAsTheyAre) {
-    const Event event = pass(100, 0, 2, std::string("\1\2\377\4", 4), 123456789012);
-    EXPECT_EQ(event.timestamp, 123456789012);
-    EXPECT_EQ(event.sensorHandle, kHandle);
-    EXPECT_EQ(static_cast<int32_t>(event.sensorType), 65586);
-    std::vector<uint32_t> words(16);
-    words[0] = 100;
-    words[1] = 0x00020000;
-    words[2] = 0x04FF0201;
-    EXPECT_EQ(wordsOf(event), words);
+    int64_t timestamp = 0;
+    pass(100, 0, 2, std::string("\1\2\377\4", 4), 123456789012);
+    EXPECT_EQ(posted(&timestamp), (std::vector<Seen>{{65586, {100, 0x00020000, 0x04FF0201}}}));
+    EXPECT_EQ(timestamp, 123456789012);
     EXPECT_LOG("I context 100 0 2 1,2,255, 123456789012");
 
-    EXPECT_EQ(pass(4, 0, 0, "x", 0).timestamp, 0);
+    pass(4, 0, 0, "x", 0);
+    EXPECT_EQ(posted(&timestamp).size(), 1u);
+    EXPECT_EQ(timestamp, 0);
     EXPECT_LOG("I QContextSensor: SensorHub reset");
 
     mServices.pushContext(1, 0, 0, "", 1);
@@ -98,13 +112,12 @@ TEST_F(QContextSensorTest, RendersOnlyPlausibleRangesAndStoredBytes) {
         sevens += "7,";
     // Behind the data are the bytes of the timestamp, 9 and seven times 0; behind the record, 0.
     const std::string all = sevens + "9,0,0,0,0,0,0,0,";
-    struct Case {
+    const struct {
         int32_t size;
         uint16_t begin;
         uint16_t end;
         std::string line;
-    };
-    const std::vector<Case> cases = {
+    } cases[] = {
         {2, 0, 2, ""},
         {2, 1, 1, ""},
         {-1, 0, 1, ""},
@@ -115,7 +128,7 @@ TEST_F(QContextSensorTest, RendersOnlyPlausibleRangesAndStoredBytes) {
         {100, 0, 63, "context 100 0 63 " + all + " 9"},
         {100, 1, 65, "context 100 1 65 " + all + "0, 9"},
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         pass(c.size, c.begin, c.end, std::string(56, '\7'), 9);
         EXPECT_EQ(LogCapture::take(), c.line.empty() ? Log{} : (Log{"I " + c.line}));
     }
@@ -123,37 +136,21 @@ TEST_F(QContextSensorTest, RendersOnlyPlausibleRangesAndStoredBytes) {
 
 TEST_F(QContextSensorTest, AnnouncesTheContextListWhenEnabled) {
     mServices.setContextList({0x11, 0xFFFFFFFF, 0, 0x40000000});
-    const auto enabled = [this] {
-        const int64_t begin = SensorBase::getTimestamp();
-        EXPECT_EQ(mSensor.enable(kHandle, true), 0);
-        auto posts = mCallback.take();
-        EXPECT_EQ(posts.size(), 1u);
-        EXPECT_FALSE(posts[0].wakeup);
-        for (const Event& event : posts[0].events) {
-            EXPECT_EQ(event.sensorHandle, kHandle);
-            EXPECT_EQ(static_cast<int32_t>(event.sensorType), 33);
-            EXPECT_GE(event.timestamp, begin);
-        }
-        return posts[0].events;
-    };
-    std::vector<Event> frame = enabled();
-    ASSERT_EQ(frame.size(), 3u);
-    std::vector<uint32_t> words(16);
-    EXPECT_EQ(wordsOf(frame[0]), words);
-    words = {0x10000002, 0, 0x11, 0xFFFFFFFF, 0, 0x40000000};
-    words.resize(16);
-    EXPECT_EQ(wordsOf(frame[1]), words);
-    words[0] = 1;
-    EXPECT_EQ(wordsOf(frame[2]), words);
+    const int64_t begin = SensorBase::getTimestamp();
+    int64_t timestamp = 0;
+    EXPECT_EQ(mSensor.enable(kHandle, true), 0);
+    EXPECT_EQ(posted(&timestamp),
+              (std::vector<Seen>{{33, {}},
+                                 {33, {0x10000002, 0, 0x11, 0xFFFFFFFF, 0, 0x40000000}},
+                                 {33, {1, 0, 0x11, 0xFFFFFFFF, 0, 0x40000000}}}));
+    EXPECT_GE(timestamp, begin);
     EXPECT_TRUE(logged("I QContext List : 0x11 0xffffffff 0x0 0x40000000"));
-
     // The last list is still there when the next frame begins.
     mServices.setContextList({5, 6, 7, 8});
-    frame = enabled();
-    words[0] = 0;
-    EXPECT_EQ(wordsOf(frame[0]), words);
-    EXPECT_EQ(wordsOf(frame[1])[2], 5u);
-
+    EXPECT_EQ(mSensor.enable(kHandle, true), 0);
+    EXPECT_EQ(posted(), (std::vector<Seen>{{33, {0, 0, 0x11, 0xFFFFFFFF, 0, 0x40000000}},
+                                           {33, {0x10000002, 0, 5, 6, 7, 8}},
+                                           {33, {1, 0, 5, 6, 7, 8}}}));
     EXPECT_EQ(mSensor.enable(kHandle, false), 0);
     EXPECT_EQ(mCallback.take().size(), 0u);
 }
@@ -177,13 +174,7 @@ TEST_F(QContextSensorTest, EnablesWithoutAReadableListButNotWithoutTheFile) {
 
 TEST_F(QContextSensorTest, FlushCompletesAtOnce) {
     EXPECT_EQ(mSensor.flush(kHandle), 0);
-    const auto posts = mCallback.take();
-    ASSERT_EQ(posts.size(), 1u);
-    ASSERT_EQ(posts[0].events.size(), 1u);
-    EXPECT_FALSE(posts[0].wakeup);
-    EXPECT_EQ(static_cast<int32_t>(posts[0].events[0].sensorType), 0);
-    EXPECT_EQ(posts[0].events[0].sensorHandle, kHandle);
-    EXPECT_EQ(wordsOf(posts[0].events[0])[0], 1u);
+    EXPECT_EQ(posted(), (std::vector<Seen>{{0, {1}}}));
 }
 
 }  // namespace

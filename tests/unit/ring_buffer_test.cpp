@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <atomic>
 #include <thread>
 #include <vector>
 
@@ -46,34 +44,15 @@ TEST(RingBuffer, DropsTheSurplusAndWrapsOnce) {
     EXPECT_EQ(RingBuffer(0).write(eventsFrom(1, 3).data(), 3), 0U);
 }
 
-TEST(RingBuffer, ReadersWaitAndEveryEventArrivesOnce) {
-    constexpr int64_t kPerWriter = 5000;
-    constexpr int64_t kEnd = 0;
-    RingBuffer ring(16);
-    std::atomic<int64_t> received{0};
-    std::atomic<int64_t> sum{0};
-    const auto writeAll = [&ring](const std::vector<sensors_event_t>& events) {
-        for (size_t done = 0; done < events.size(); std::this_thread::yield()) {
-            done += ring.write(&events[done], std::min<size_t>(7, events.size() - done));
-        }
-    };
-    const auto readToEnd = [&] {
-        for (int64_t number = read(ring, 1)[0]; number != kEnd; number = read(ring, 1)[0]) {
-            ++received;
-            sum += number;
-        }
-    };
-    std::thread readers[] = {std::thread(readToEnd), std::thread(readToEnd)};
-    std::thread writers[] = {std::thread(writeAll, eventsFrom(1, kPerWriter)),
-                             std::thread(writeAll, eventsFrom(1 + kPerWriter, kPerWriter))};
-    for (auto& writer : writers)
-        writer.join();
-    writeAll(eventsFrom(kEnd, 1));
-    writeAll(eventsFrom(kEnd, 1));
-    for (auto& reader : readers)
-        reader.join();
-    EXPECT_EQ(received, 2 * kPerWriter);
-    EXPECT_EQ(sum, kPerWriter * (2 * kPerWriter + 1));
+TEST(RingBuffer, ReadersWaitForAnEvent) {
+    RingBuffer ring(4);
+    std::thread writer([&ring] {
+        for (int64_t number = 1; number <= 2000; std::this_thread::yield())
+            number += static_cast<int64_t>(ring.write(eventsFrom(number, 1).data(), 1));
+    });
+    for (int64_t number = 1; number <= 2000; ++number)
+        EXPECT_EQ(read(ring, 1), Numbers{number});
+    writer.join();
 }
 
 }  // namespace
