@@ -78,18 +78,18 @@ TEST_F(LightTest, ConstructionLooksForTheRearSensor) {
 }
 
 TEST_F(LightTest, EachEnableLogsTheFirstRecordsAgain) {
-    const std::pair<int, size_t> cases[] = {
-        {kLight, 3}, {kCct, 3}, {kAutoBrightness, 3}, {kInfrared, 5}};
-    for (const auto& [handle, logged] : cases) {
+    const std::tuple<int, size_t, size_t> cases[] = {
+        {kLight, 12, 3}, {kCct, 22, 3}, {kAutoBrightness, 18, 3}, {kInfrared, 32, 5}};
+    std::string record(32, '\0');
+    for (const size_t byte : {0, 11, 17, 31})  // data and a timestamp for each of them
+        record[byte] = '\1';
+    for (const auto& [handle, size, logged] : cases) {
         SCOPED_TRACE(handle);
-        const auto linesOfSix = [this, handle = handle] {
+        const auto linesOfSix = [&, handle = handle, size = size] {
             LogCapture::take();
             for (int i = 0; i < 6; ++i)
-                read(handle, std::string("\1\0\0\0", 4) + std::string(28, '\0'));
-            size_t lines = 0;
-            for (const LogLine& line : LogCapture::take())
-                lines += line.text.find("Meta event") == std::string::npos;
-            return lines;
+                read(handle, record.substr(0, size));
+            return LogCapture::take().size();
         };
         EXPECT_EQ(linesOfSix(), logged);
         EXPECT_EQ(sensor(handle).enable(handle, false), 0);

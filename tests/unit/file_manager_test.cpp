@@ -109,15 +109,6 @@ TEST_F(FileManagerTest, WritesNoMoreThanAFieldHolds) {
     EXPECT_FALSE(mHub.hasFile(kFile));
 }
 
-TEST_F(FileManagerTest, Removes) {
-    mHub.setFile(kFile, "x");
-    expectRemove(kFile, 0);
-    EXPECT_LOG("I " + kLead + ": REMOVE", "I " + kLead + " " + kFile + " remove 0",
-               "I " + kLead + ": result 0, sendLen 5");
-    EXPECT_FALSE(mHub.hasFile(kFile));
-    expectRemove(kFile + ",1,2,3,4", -1);
-}
-
 TEST_F(FileManagerTest, RefusesWhatIsNoNumberOrNoPlaceInAFile) {
     mHub.setFile(kFile, "content");
     expectRead("", -22);
@@ -156,21 +147,30 @@ TEST_F(FileManagerTest, RepliesWithTheErrorOfTheOpen) {
     expectWrite("/data/vendor/pipe,1,0,1,y", -ENXIO);
 }
 
-TEST_F(FileManagerTest, ControlFileFailures) {
-    const auto giveUp = [this](int operation, const std::string& level, const std::string& line) {
+TEST_F(FileManagerTest, RemovesUnlessTheControlFileFails) {
+    const auto giveUp = [this](int operation, const std::string& line) {
         EXPECT_EQ(ask(operation, kFile), std::nullopt);
-        EXPECT_TRUE(logged(level + " " + kLead + ": " + line));
+        EXPECT_TRUE(logged(line)) << line;
     };
     mHub.setFile(kFile, "x");
     mHub.failOpen(kControl, EBUSY);
-    giveUp(HubServices::kRemove, "I", "shub_file open failed(-16) Device or resource busy");
+    giveUp(HubServices::kRemove,
+           "I " + kLead + ": shub_file open failed(-16) Device or resource busy");
     mHub.failRead(kControl, EIO);
-    giveUp(HubServices::kRemove, "I", "shub_file read failed(-5)");
-    giveUp(3, "I", "invalid type 3  ");
+    giveUp(HubServices::kRemove, "I " + kLead + ": shub_file read failed(-5)");
+    giveUp(3, "I " + kLead + ": invalid type 3  ");
     EXPECT_TRUE(mHub.hasFile(kFile));
     mHub.failWrite(kControl, ENODEV);
-    giveUp(HubServices::kRemove, "E", "error(-19) No such device");
+    giveUp(HubServices::kRemove, "E " + kLead + ": error(-19) No such device");
     EXPECT_FALSE(mHub.hasFile(kFile));
+
+    mHub.setFile(kFile, "x");
+    LogCapture::take();
+    expectRemove(kFile, 0);
+    EXPECT_LOG("I " + kLead + ": REMOVE", "I " + kLead + " " + kFile + " remove 0",
+               "I " + kLead + ": result 0, sendLen 5");
+    EXPECT_FALSE(mHub.hasFile(kFile));
+    expectRemove(kFile + ",1,2,3,4", -1);
 }
 
 /** Without the handshake, which each test does for itself. */
@@ -189,28 +189,23 @@ class HousekeepingTest : public testing_support::HubFixture {
 };
 
 TEST_F(HousekeepingTest, ServesNothingBeforeTheHubTookTheReadySignal) {
+    const std::string lead = "SensorHubSensor::ready: ";
+    const auto becomesReady = [&](const std::string& line) {
+        LogCapture::take();
+        mSensor.ready();
+        EXPECT_TRUE(logged(line)) << line;
+        return isServed();
+    };
     EXPECT_FALSE(mSensor.isShownSensorList());
     EXPECT_FALSE(isServed());
-    mHub.failWrite(kControl, EIO);
-    mSensor.ready();
-    EXPECT_TRUE(logged("E SensorHubSensor::ready: error(-5) Input/output error"));
-    EXPECT_FALSE(isServed());
-
-    mSensor.ready();
-    EXPECT_TRUE(logged("I SensorHubSensor::ready: send FM READY"));
-    EXPECT_TRUE(mServices.waitReady(HubServices::Milliseconds(0)));
-    EXPECT_TRUE(isServed());
-
+    mHub.failWrite(kControl, EIO, 1);
+    EXPECT_FALSE(becomesReady("E " + lead + "error(-5) Input/output error"));
+    EXPECT_TRUE(becomesReady("I " + lead + "send FM READY"));
     // A refused signal leaves the state, a control file that is gone does not.
     mHub.failWrite(kControl, EIO);
-    mSensor.ready();
-    LogCapture::take();
-    EXPECT_TRUE(isServed());
+    EXPECT_TRUE(becomesReady("E " + lead + "error(-5) Input/output error"));
     mHub.failOpen(kControl, ENOENT);
-    mSensor.ready();
-    EXPECT_TRUE(
-        logged("I SensorHubSensor::ready: shub_file open failed(-2) No such file or directory"));
-    EXPECT_FALSE(isServed());
+    EXPECT_FALSE(becomesReady("I " + lead + "shub_file open failed(-2) No such file or directory"));
 }
 
 TEST_F(HousekeepingTest, IgnoresOtherCommandsAndReportsAFailedRead) {

@@ -24,69 +24,44 @@ sensors_event_t eventOf(uint8_t fill) {
     return event;
 }
 
-class Region {
-  public:
-    explicit Region(size_t size) : mBytes(size, 0xAA) {}
-
-    uint8_t* base() { return mBytes.data(); }
-    std::string bytes(size_t begin, size_t end) const {
-        return {mBytes.begin() + static_cast<ptrdiff_t>(begin),
-                mBytes.begin() + static_cast<ptrdiff_t>(end)};
-    }
-    uint32_t counter(size_t slot) const {
-        uint32_t value = 0;
-        memcpy(&value, mBytes.data() + slot * kRecord + 12, sizeof(value));
-        return value;
-    }
-    /** The slot without its counter word. */
-    std::string body(size_t slot) const {
-        return bytes(slot * kRecord, slot * kRecord + 12) +
-               bytes(slot * kRecord + 16, (slot + 1) * kRecord);
-    }
-
-  private:
-    std::vector<uint8_t> mBytes;
-};
-
 std::string filled(size_t count, uint8_t value) {
     return std::string(count, static_cast<char>(value));
 }
 
+/** What a slot holds when it was written as the nth record. */
+std::string slotOf(uint32_t counter, uint8_t fill) {
+    return filled(12, fill) + std::string(reinterpret_cast<const char*>(&counter), 4) +
+           filled(kRecord - 16, fill);
+}
+
 TEST(LockfreeBuffer, WrapsAroundAndNeverTouchesTheTail) {
-    Region region(1000);  // 9 slots and 64 bytes
-    auto buffer = std::make_unique<LockfreeBuffer>(region.base(), 1000);
-    EXPECT_EQ(region.bytes(0, 1000), filled(1000, 0));
-    memset(region.base() + 936, 0x55, 64);
+    std::string region(1000, '\xAA');  // 9 slots and 64 bytes
+    auto buffer = std::make_unique<LockfreeBuffer>(region.data(), 1000);
+    EXPECT_EQ(region, filled(1000, 0));
+    const std::string tail = filled(64, 0x55);
+    region.replace(936, 64, tail);
 
     std::vector<sensors_event_t> events;
-    for (uint8_t i = 1; i <= 8; ++i)
+    std::string expected;
+    for (uint8_t i = 1; i <= 8; ++i) {
         events.push_back(eventOf(i));
-    buffer->write(events.data(), 0);
-    EXPECT_EQ(region.counter(0), 0U);
-    buffer->write(events.data(), events.size());
-    for (uint32_t slot = 0; slot < 8; ++slot) {
-        EXPECT_EQ(region.counter(slot), slot + 1);
-        EXPECT_EQ(region.body(slot), filled(100, static_cast<uint8_t>(slot + 1)));
+        expected += slotOf(i, i);
     }
-    EXPECT_EQ(region.bytes(8 * kRecord, 9 * kRecord), filled(kRecord, 0));
-
+    buffer->write(events.data(), 0);
+    EXPECT_EQ(region, filled(936, 0) + tail);
+    buffer->write(events.data(), events.size());
+    EXPECT_EQ(region, expected + filled(kRecord, 0) + tail);
     // The ninth fills the last slot, the tenth replaces the oldest record.
     const sensors_event_t more[] = {eventOf(0x99), eventOf(0xBB)};
     buffer->write(more, 2);
-    EXPECT_EQ(region.counter(8), 9U);
-    EXPECT_EQ(region.body(8), filled(100, 0x99));
-    EXPECT_EQ(region.counter(0), 10U);
-    EXPECT_EQ(region.body(0), filled(100, 0xBB));
-    EXPECT_EQ(region.counter(1), 2U);
-    EXPECT_EQ(region.body(1), filled(100, 2));
-
+    expected = slotOf(10, 0xBB) + expected.substr(kRecord) + slotOf(9, 0x99);
+    EXPECT_EQ(region, expected + tail);
     buffer.reset();
-    EXPECT_EQ(region.bytes(0, 936), filled(936, 0));
-    EXPECT_EQ(region.bytes(936, 1000), filled(64, 0x55));
+    EXPECT_EQ(region, filled(936, 0) + tail);
 
     // A region without a whole slot stays zero.
-    LockfreeBuffer(region.base(), 103).write(events.data(), 1);
-    EXPECT_EQ(region.bytes(0, 103), filled(103, 0));
+    LockfreeBuffer(region.data(), 103).write(events.data(), 1);
+    EXPECT_EQ(region.substr(0, 103), filled(103, 0));
 }
 
 /** Follows a ring of `slots` until it sees `last`; 0 when every record taken was whole. */
