@@ -11,6 +11,7 @@
 #include <functional>
 #include <map>
 #include <set>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -143,7 +144,22 @@ using Calls = std::vector<std::string>;
 
 /** A graphics allocator of either version: notes every call, and answers 0 unless told. */
 struct FakeGralloc {
-    uint16_t version = GRALLOC_MODULE_API_VERSION_1_0;
+    FakeGralloc() = default;
+    /** The major version, then a call's answer ("lock=6") or what is missing ("-device"). */
+    explicit FakeGralloc(const std::string& arrangement) {
+        std::istringstream words(arrangement);
+        int major = 0;
+        words >> major;
+        version = static_cast<uint16_t>(major << 8);
+        for (std::string word; words >> word;) {
+            const size_t equals = word.find('=');
+            if (equals == std::string::npos) missing.insert(word.substr(1));
+            if (equals != std::string::npos)
+                answers[word.substr(0, equals)] = std::stoi(word.substr(equals + 1));
+        }
+    }
+
+    uint16_t version = 1 << 8;
     std::map<std::string, int> answers;  // by the call's first word
     std::set<std::string> missing;       // "module", "device", "address" or a function's number
     std::vector<int32_t> capabilities;
@@ -152,10 +168,10 @@ struct FakeGralloc {
     Calls calls;
     const native_handle_t* handle = nullptr;  // of the last register
     uint8_t buffer[kSize] = {};
-    hw_module_methods_t methods;
-    gralloc_module_t module;
-    gralloc1_device_t gralloc1;
-    alloc_device_t alloc;
+    hw_module_methods_t methods = {};
+    gralloc_module_t module = {};
+    gralloc1_device_t gralloc1 = {};
+    alloc_device_t alloc = {};
 };
 
 FakeGralloc* gFake = nullptr;
@@ -172,55 +188,66 @@ int noteWithCounter(const std::string& call) {
     return note(call + " " + std::to_string(counter));
 }
 
-bool has(const char* what) {
+bool has(const std::string& what) {
     return gFake->missing.count(what) == 0;
 }
+
+// Of either version. -------------------------------------------------------------------------
 
 int registerBuffer(buffer_handle_t handle) {
     gFake->handle = handle;
     return note("register");
 }
 
-int lockBuffer(const std::string& usage, int left, int top, int width, int height, void** address) {
+int lockBuffer(const char* usage, const gralloc1_rect_t& region, void** address) {
     if (has("address")) *address = gFake->buffer;
-    const Calls parts = {usage, std::to_string(left), std::to_string(top), std::to_string(width),
-                         std::to_string(height)};
-    std::string call = "lock";
-    for (const std::string& part : parts)
-        call += " " + part;
+    char call[80];
+    snprintf(call, sizeof(call), "lock %s %d,%d,%d,%d", usage, region.left, region.top,
+             region.width, region.height);
     return note(call);
 }
 
+int closeDevice(hw_device_t*) {
+    return note("close");
+}
+
+// Of version 1. ------------------------------------------------------------------------------
+
+int32_t backingStore(gralloc1_device_t*, buffer_handle_t handle, uint64_t* store) {
+    const bool own = handle == gFake->handle;
+    *store = own ? gFake->storeOfOwn : 7;
+    return note(own ? "own" : "other");
+}
+
+int32_t retain(gralloc1_device_t*, buffer_handle_t handle) {
+    return registerBuffer(handle);
+}
+
+int32_t release(gralloc1_device_t*, buffer_handle_t handle) {
+    EXPECT_TRUE(handle == nullptr || isOpen(handle->data[0]));
+    return noteWithCounter("release");
+}
+
+int32_t lock1(gralloc1_device_t*, buffer_handle_t, uint64_t producer, uint64_t consumer,
+              const gralloc1_rect_t* region, void** address, int32_t fence) {
+    EXPECT_EQ(fence, -1);
+    return lockBuffer((std::to_string(producer) + "+" + std::to_string(consumer)).c_str(), *region,
+                      address);
+}
+
+int32_t unlock1(gralloc1_device_t*, buffer_handle_t, int32_t* fence) {
+    *fence = 99;
+    return noteWithCounter("unlock");
+}
+
 gralloc1_function_pointer_t getFunction(gralloc1_device_t*, int32_t number) {
-    using Device = gralloc1_device_t*;
     using Pointer = gralloc1_function_pointer_t;
     static const std::map<int32_t, Pointer> functions = {
-        {8, reinterpret_cast<Pointer>(
-                +[](Device, buffer_handle_t handle, gralloc1_backing_store_t* store) -> int32_t {
-                    const bool own = handle == gFake->handle;
-                    *store = own ? gFake->storeOfOwn : 7;
-                    return note(own ? "own" : "other");
-                })},
-        {15, reinterpret_cast<Pointer>(+[](Device, buffer_handle_t handle) -> int32_t {
-             return registerBuffer(handle);
-         })},
-        {16, reinterpret_cast<Pointer>(+[](Device, buffer_handle_t handle) -> int32_t {
-             EXPECT_TRUE(handle == nullptr || isOpen(handle->data[0]));
-             return noteWithCounter("release");
-         })},
-        {18, reinterpret_cast<Pointer>(+[](Device, buffer_handle_t, uint64_t producer,
-                                           uint64_t consumer, const gralloc1_rect_t* r,
-                                           void** address, int32_t fence) -> int32_t {
-             return lockBuffer(std::to_string(producer) + " " + std::to_string(consumer) + " " +
-                                   std::to_string(fence),
-                               r->left, r->top, r->width, r->height, address);
-         })},
-        {20, reinterpret_cast<Pointer>(+[](Device, buffer_handle_t, int32_t* fence) -> int32_t {
-             *fence = 99;
-             return noteWithCounter("unlock");
-         })},
+        {8, reinterpret_cast<Pointer>(backingStore)}, {15, reinterpret_cast<Pointer>(retain)},
+        {16, reinterpret_cast<Pointer>(release)},     {18, reinterpret_cast<Pointer>(lock1)},
+        {20, reinterpret_cast<Pointer>(unlock1)},
     };
-    return has(std::to_string(number).c_str()) ? functions.at(number) : nullptr;
+    return has(std::to_string(number)) ? functions.at(number) : nullptr;
 }
 
 class Gralloc : public testing::Test {
@@ -235,47 +262,27 @@ class Gralloc : public testing::Test {
 /** The wrapper as an object of its own; the product has it as a singleton only. */
 class OpenedWrapper : public GrallocHalWrapper {};
 
-constexpr uint16_t kVersion1 = GRALLOC_MODULE_API_VERSION_1_0;
-constexpr uint16_t kLegacy = HARDWARE_MAKE_API_VERSION(0, 3);
-constexpr uint16_t kVersion2 = HARDWARE_MAKE_API_VERSION(2, 0);
-
 TEST_F(Gralloc, DoesNotOpen) {
     const std::string none = " returns no error, but result is nullptr";
+    const std::string load = "E couldn't load gralloc module ";
     const struct {
-        uint16_t version;
-        std::map<std::string, int> answers;
-        std::set<std::string> missing;
+        const char* arrangement;
         int error;
         testing_support::Lines lines;
     } cases[] = {
-        {kVersion1,
-         {{"load", -2}},
-         {"module"},
-         -2,
-         {"E couldn't load gralloc module (No such file or directory)"}},
-        {kVersion1, {}, {"module"}, -19, {}},
-        {kVersion2, {}, {}, 0, {"E Unknown version, not supported"}},
-        {kVersion2,
-         {{"load", -5}},
-         {},
-         -5,
-         {"E couldn't load gralloc module (Input/output error)",
-          "E Unknown version, not supported"}},
-        {kVersion1,
-         {{"open", -13}},
-         {},
-         -13,
-         {"E cannot open gralloc1 device (Permission denied)"}},
-        {kVersion1, {}, {"getFunction"}, -38, {"E gralloc1_open" + none}},
-        {kVersion1, {}, {"device"}, -38, {"E gralloc1_open" + none}},
-        {kLegacy, {}, {"device"}, -38, {"E gralloc_open" + none}},
-        {kLegacy, {{"open", -5}}, {}, -5, {"E cannot open alloc device (Input/output error)"}},
+        {"1 load=-2 -module", -2, {load + "(No such file or directory)"}},
+        {"1 -module", -19, {}},
+        {"2", 0, {"E Unknown version, not supported"}},
+        {"2 load=-5", -5, {load + "(Input/output error)", "E Unknown version, not supported"}},
+        {"1 open=-13", -13, {"E cannot open gralloc1 device (Permission denied)"}},
+        {"1 -getFunction", -38, {"E gralloc1_open" + none}},
+        {"1 -device", -38, {"E gralloc1_open" + none}},
+        {"0 -device", -38, {"E gralloc_open" + none}},
+        {"0 open=-5", -5, {"E cannot open alloc device (Input/output error)"}},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(&c - cases);
-        fake.version = c.version;
-        fake.answers = c.answers;
-        fake.missing = c.missing;
+        SCOPED_TRACE(c.arrangement);
+        fake = FakeGralloc(c.arrangement);
         OpenedWrapper wrapper;
         EXPECT_EQ(wrapper.getError(), c.error);
         EXPECT_EQ(wrapper.getVersion(), -1);
@@ -286,9 +293,8 @@ TEST_F(Gralloc, DoesNotOpen) {
         EXPECT_EQ(wrapper.unlock(nullptr), -19);
         EXPECT_FALSE(wrapper.isSameMemory(nullptr, nullptr));
     }
-    fake = {};
-    for (const char* missing : {"15", "16", "18", "20", "8"}) {
-        fake.missing = {missing};
+    for (const char* arrangement : {"1 -15", "1 -16", "1 -18", "1 -20", "1 -8"}) {
+        fake = FakeGralloc(arrangement);
         EXPECT_EQ(OpenedWrapper().getError(), -22);
         EXPECT_EQ(log.take().at(0).text.find("Function pointer for retain, release, lock, unlock "
                                              "and getBackingStore are "),
@@ -321,9 +327,7 @@ TEST_F(Gralloc, Opens) {
         EXPECT_EQ(GrallocHalWrapper::mapGralloc1Error(-1), INT32_MIN);
     }
     // Legacy statuses pass as they are.
-    fake = {};
-    fake.version = kLegacy;
-    fake.answers["register"] = -3;
+    fake = FakeGralloc("0 register=-3");
     {
         OpenedWrapper legacy;
         EXPECT_EQ(legacy.getError(), 0);
@@ -357,18 +361,19 @@ void inChild(const std::function<void(const sensors_direct_mem_t& memory)>& body
 }
 
 TEST_F(Gralloc, ChannelWritesIntoAClonedBuffer) {
+    const Calls calls1 = {"register", "lock 96+0 0,0,1000,1", "unlock 0", "release 0"};
     const struct {
-        uint16_t version;
+        const char* arrangement;
         std::vector<int32_t> capabilities;
         Calls calls;
         bool cloneLeft;
     } cases[] = {
-        {kVersion1, {3}, {"register", "lock 96 0 -1 0 0 1000 1", "unlock 0", "release 0"}, true},
-        {kVersion1, {}, {"register", "lock 96 0 -1 0 0 1000 1", "unlock 0", "release 0"}, false},
-        {kLegacy, {}, {"register", "lock 48 0 0 1000 1", "unlock 0", "unregister"}, false},
+        {"1", {3}, calls1, true},
+        {"1", {}, calls1, false},
+        {"0", {}, {"register", "lock 48 0,0,1000,1", "unlock 0", "unregister"}, false},
     };
     for (const auto& c : cases) {
-        fake.version = c.version;
+        fake = FakeGralloc(c.arrangement);
         fake.capabilities = c.capabilities;
         inChild([&](const sensors_direct_mem_t& memory) {
             auto channel = std::make_unique<GrallocDirectChannel>(&memory);
@@ -388,11 +393,11 @@ TEST_F(Gralloc, ChannelWritesIntoAClonedBuffer) {
 }
 
 TEST_F(Gralloc, ChannelsMatchByBackingStore) {
-    fake.version = kLegacy;
+    fake = FakeGralloc("0");
     inChild([](const sensors_direct_mem_t& memory) {
         EXPECT_FALSE(GrallocDirectChannel(&memory).memoryMatches(&memory));
     });
-    fake.version = kVersion1;
+    fake = FakeGralloc("1");
     inChild([this](sensors_direct_mem_t memory) {
         const GrallocDirectChannel channel(&memory);
         fake.calls.clear();
@@ -412,8 +417,8 @@ TEST_F(Gralloc, ChannelsMatchByBackingStore) {
 }
 
 TEST_F(Gralloc, ChannelFailures) {
-    const auto expectFailure = [this](const sensors_direct_mem_t& mem, int error,
-                                      const char* line) {
+    const auto expectFailure = [this](const sensors_direct_mem_t& mem, int error, const char* line,
+                                      const std::string& lastCall) {
         fake.calls.clear();
         {
             const GrallocDirectChannel channel(&mem);
@@ -421,26 +426,25 @@ TEST_F(Gralloc, ChannelFailures) {
             EXPECT_EQ(channel.getError(), error);
             EXPECT_EQ(log.take().back(), line);
         }
-        return fake.calls.empty() ? "" : fake.calls.back();
+        EXPECT_EQ(fake.calls.empty() ? "" : fake.calls.back(), lastCall);
     };
-    inChild([&](const sensors_direct_mem_t& memory) {
-        sensors_direct_mem_t broken = memory;
-        broken.handle = nullptr;
-        EXPECT_EQ(expectFailure(broken, -22, "E mem->handle == nullptr"), "");
-        const auto closed = handleOf(-1);
-        broken.handle = closed.get();
-        EXPECT_EQ(expectFailure(broken, -12, "E clone mem->handle failed..."), "");
+    inChild([&](sensors_direct_mem_t memory) {
         fake.answers = {{"register", 4}};
-        EXPECT_EQ(expectFailure(memory, -12, "E registerBuffer failed"), "release 0");
+        expectFailure(memory, -12, "E registerBuffer failed", "release 0");
         fake.answers = {{"lock", 6}};
         fake.missing = {"address"};
-        EXPECT_EQ(expectFailure(memory, -38, "E lock buffer failed"), "release 0");
+        expectFailure(memory, -38, "E lock buffer failed", "release 0");
         fake.answers.clear();
-        EXPECT_EQ(expectFailure(memory, -12, "E lock buffer => nullptr"), "release 0");
+        expectFailure(memory, -12, "E lock buffer => nullptr", "release 0");
+        const auto closed = handleOf(-1);
+        memory.handle = closed.get();
+        expectFailure(memory, -12, "E clone mem->handle failed...", "");
+        memory.handle = nullptr;
+        expectFailure(memory, -22, "E mem->handle == nullptr", "");
     });
-    fake.missing = {"module"};
+    fake = FakeGralloc("1 -module");
     inChild([&](const sensors_direct_mem_t& memory) {
-        EXPECT_EQ(expectFailure(memory, -19, "E registerBuffer failed"), "load gralloc");
+        expectFailure(memory, -19, "E registerBuffer failed", "load gralloc");
     });
 }
 
@@ -451,13 +455,11 @@ extern "C" __attribute__((visibility("default"))) int hw_get_module(const char* 
                                                                     const hw_module_t** module) {
     if (gFake == nullptr) return -ENOENT;
     FakeGralloc& fake = *gFake;
-    const auto close = [](hw_device_t*) { return note("close"); };
     fake.methods.open = [](const hw_module_t*, const char* device, hw_device_t** opened) {
         const bool isLegacy = strcmp(device, "gpu0") == 0;
         if (has("device")) *opened = isLegacy ? &gFake->alloc.common : &gFake->gralloc1.common;
         return note(std::string("open ") + device);
     };
-    fake.module = {};
     fake.module.common.module_api_version = fake.version;
     fake.module.common.methods = &fake.methods;
     fake.module.registerBuffer = [](const gralloc_module_t*, buffer_handle_t handle) {
@@ -468,22 +470,20 @@ extern "C" __attribute__((visibility("default"))) int hw_get_module(const char* 
     };
     fake.module.lock = [](const gralloc_module_t*, buffer_handle_t, int usage, int left, int top,
                           int width, int height, void** address) {
-        return lockBuffer(std::to_string(usage), left, top, width, height, address);
+        return lockBuffer(std::to_string(usage).c_str(), {left, top, width, height}, address);
     };
     fake.module.unlock = [](const gralloc_module_t*, buffer_handle_t) {
         return noteWithCounter("unlock");
     };
-    fake.gralloc1 = {};
-    fake.gralloc1.common.close = close;
+    fake.gralloc1.common.close = closeDevice;
     if (has("getFunction")) fake.gralloc1.getFunction = getFunction;
     fake.gralloc1.getCapabilities = [](gralloc1_device_t*, uint32_t* count, int32_t* answer) {
-        const auto& own = gFake->capabilities;
         EXPECT_EQ(*count, 3U);
+        const auto& own = gFake->capabilities;
         std::copy_n(own.begin(), std::min<size_t>(*count, own.size()), answer);
         *count = static_cast<uint32_t>(own.size());
     };
-    fake.alloc = {};
-    fake.alloc.common.close = close;
+    fake.alloc.common.close = closeDevice;
     if (has("module")) *module = &fake.module.common;
     return note(std::string("load ") + id);
 }
