@@ -1,7 +1,11 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <future>
+#include <map>
+#include <random>
+#include <set>
 #include <string>
 #include <thread>
 #include <utility>
@@ -28,12 +32,15 @@ constexpr int kAccelerometer = 1;
 constexpr int kVdis = 38;
 constexpr int kStillwave = 50;
 
-constexpr RateLevel kStop = RateLevel::STOP;
-constexpr RateLevel kNormal = RateLevel::NORMAL;
-constexpr RateLevel kFast = RateLevel::FAST;
-constexpr RateLevel kVeryFast = RateLevel::VERY_FAST;
+// Rate levels.
+constexpr int32_t kStop = 0;
+constexpr int32_t kNormal = 1;
+constexpr int32_t kFast = 2;
+constexpr int32_t kVeryFast = 3;
 
 using Answer = std::pair<Result, int32_t>;
+
+using Lines = std::vector<std::string>;
 
 class DirectChannels : public testing::Test {
   protected:
@@ -64,21 +71,18 @@ class DirectChannels : public testing::Test {
         return channel;
     }
 
-    Answer config(int32_t sensor, int32_t channel, RateLevel rate) {
+    Answer config(int32_t sensor, int32_t channel, int32_t rate) {
         Answer answer(Result::OK, -100);
-        subHal.hal().configDirectReport(sensor, channel, rate, [&](Result result, int32_t token) {
-            answer = {result, token};
-        });
+        subHal.hal().configDirectReport(sensor, channel, static_cast<RateLevel>(rate),
+                                        [&](Result result, int32_t token) {
+                                            answer = {result, token};
+                                        });
         return answer;
     }
 
-    void remove(int32_t channel) {
-        EXPECT_EQ(subHal.hal().unregisterDirectChannel(channel), Result::OK);
-    }
-
     /** "enable H V" and "batch H period latency" lines since the last call. */
-    std::vector<std::string> told() {
-        std::vector<std::string> lines;
+    Lines told() {
+        Lines lines;
         for (const Request& request : hub.requests()) {
             EXPECT_EQ(request.error, 0);
             const std::string handle = std::to_string(request.handle);
@@ -104,21 +108,6 @@ class DirectChannels : public testing::Test {
     SimulatedHub& hub;
 };
 
-using Lines = std::vector<std::string>;
-
-TEST_F(DirectChannels, HandlesGrowAndAreNeverReused) {
-    const Client client;
-    EXPECT_EQ(open(client), 1);
-    EXPECT_EQ(open(client), 2);  // the same region again
-    remove(2);
-    remove(1);
-    EXPECT_EQ(open(client), 3);
-    remove(77);
-    remove(-1);
-    EXPECT_EQ(open(client), 4);
-    EXPECT_EQ(told(), Lines{});
-}
-
 TEST_F(DirectChannels, RegistrationLogsWhatItWasGiven) {
     const Client client;
     const auto handle = testing_support::handleOf(client.share());
@@ -143,88 +132,138 @@ TEST_F(DirectChannels, ConfigurationAnswers) {
     const Client client;
     const int32_t channel = open(client);
     const Answer bad(Result::BAD_VALUE, -22);
-    EXPECT_EQ(config(kVdis, channel, static_cast<RateLevel>(4)), Answer(Result::BAD_VALUE, 0));
-    for (const int32_t sensor : {0, -1, -2, 73, 12345, 2, kAccelerometer}) {
+    for (const int32_t level : {-1, 4})
+        EXPECT_EQ(config(kVdis, channel, level), Answer(Result::BAD_VALUE, 0));
+    for (const int32_t sensor : {0, -1, -2, 73, 12345, 2, kAccelerometer})
         EXPECT_EQ(config(sensor, channel, kNormal), bad) << sensor;
-    }
     LogCapture::take();
     EXPECT_EQ(config(kVdis, 9, kNormal), bad);
-    EXPECT_TRUE(LogCapture::contains("I configDirectReport 38 9 1"));
-    EXPECT_TRUE(LogCapture::contains("I configDirectChannel 38 9 1"));
-    EXPECT_TRUE(LogCapture::contains("I mDirectChannel not found"));
-    EXPECT_EQ(config(kVdis, 9, kStop), bad);
-    EXPECT_EQ(config(-1, 9, kStop), bad);
+    EXPECT_LOG("I configDirectReport 38 9 1", "I configDirectChannel 38 9 1",
+               "I mDirectChannel not found");
     EXPECT_EQ(told(), Lines{});
-
-    EXPECT_EQ(config(kVdis, channel, kNormal), Answer(Result::OK, kVdis));
-    EXPECT_EQ(config(kStillwave, channel, kFast), Answer(Result::OK, kStillwave));
-    EXPECT_EQ(config(kVdis, channel, kStop), Answer(Result::OK, 0));
-    EXPECT_EQ(config(-1, channel, kStop), Answer(Result::OK, 0));
 }
 
-TEST_F(DirectChannels, RatesMergeIntoTheBatchRequest) {
-    // Whether the proxy has the sensor on, the period in µs that it asked for, the channels' rates,
-    // and the period that comes of it.
-    const struct {
-        bool enabled;
-        int64_t period;
-        std::vector<RateLevel> rates;
-        int64_t merged;
-    } cases[] = {
-        {true, 50000, {kNormal}, 20000},
-        {true, 5000, {kNormal}, 5000},
-        {true, 5000, {kFast}, 2500},
-        {true, 5000, {kVeryFast}, 2500},
-        {true, 1000, {kVeryFast}, 1000},
-        {true, 2500, {kFast}, 2500},
-        {true, 50000, {kNormal, kVeryFast}, 2500},
-        {true, 50000, {kFast, kNormal}, 2500},
-        {true, 50000, {kFast, kStop}, 2500},
-        {true, 50000, {kStop, kNormal}, 20000},
-        {true, 50000, {kStop, kStop}, 50000},
-        {false, 50000, {kNormal}, 20000},
-        {false, 5000, {kNormal}, 20000},
-        {false, 1000, {kFast}, 2500},
-        {false, 1000, {kNormal, kFast}, 2500},
-        {false, 1000, {}, 1000},
+/** What the sub-HAL has to tell the hub and to answer, by rules of its own. */
+struct Model {
+    struct Sensor {
+        bool enabled = false;
+        int64_t periodNs = 0;
+        int64_t latencyNs = 0;
+        std::map<int32_t, int32_t> rates;  // by channel
     };
-    const Client client;
-    for (const int sensor : {kVdis, kStillwave}) {
-        for (const auto& c : cases) {
-            SCOPED_TRACE(&c - cases);
-            const auto expectBatch = [&](int64_t period, bool isReporting) {
-                told();
-                EXPECT_EQ(subHal.hal().batch(sensor, c.period * 1000, 300000000), Result::OK);
-                EXPECT_EQ(told(), Lines{"batch " + std::to_string(sensor) + " " +
-                                        std::to_string(period * 1000) +
-                                        (isReporting ? " 0" : " 300000000")});
-            };
-            EXPECT_EQ(subHal.hal().activate(sensor, c.enabled), Result::OK);
-            expectBatch(c.period, false);
-            bool isReporting = false;
-            std::vector<int32_t> channels;
-            for (const RateLevel rate : c.rates) {
-                channels.push_back(open(client));
-                config(sensor, channels.back(), rate);
-                isReporting |= rate != kStop;
-            }
-            expectBatch(c.merged, isReporting);
-            for (const int32_t channel : channels)
-                remove(channel);
-            expectBatch(c.period, false);
-        }
-    }
-}
 
-TEST_F(DirectChannels, NeverBatchedSensorRunsAtItsOwnPeriodOnlyWhenEnabled) {
+    std::string enable(int32_t handle, bool on) {
+        return "enable " + std::to_string(handle) + (on ? " 1" : " 0");
+    }
+    std::string batch(int32_t handle) {
+        const Sensor& sensor = sensors[handle];
+        int64_t periodNs = sensor.periodNs;
+        int64_t latencyNs = sensor.latencyNs;
+        int32_t fastest = kStop;
+        for (const auto& [channel, rate] : sensor.rates)
+            fastest = std::max(fastest, rate);
+        if (fastest != kStop) {
+            const int64_t directNs = fastest == kNormal ? 20000000 : 2500000;
+            periodNs = sensor.enabled ? std::min(periodNs, directNs) : directNs;
+            latencyNs = 0;
+        }
+        return "batch " + std::to_string(handle) + " " + std::to_string(periodNs) + " " +
+               std::to_string(latencyNs);
+    }
+    /** Handles of the sensors that this leaves without a channel, as a removal logs them. */
+    std::string stopAll(int32_t channel, Lines* told) {
+        std::string handles;
+        for (auto& [handle, sensor] : sensors) {
+            if (sensor.rates.erase(channel) == 0 || !sensor.rates.empty()) continue;
+            handles += std::to_string(handle) + ",";
+            if (!sensor.enabled) told->push_back(enable(handle, false));
+        }
+        return handles;
+    }
+
+    std::map<int32_t, Sensor> sensors = {{kVdis, {}}, {kStillwave, {}}};
+    std::set<int32_t> channels;
+    int32_t next = 1;
+};
+
+TEST_F(DirectChannels, RandomRequestsAgainstAModel) {
+    Model model;
     const Client client;
-    const int32_t channel = open(client);
-    config(kVdis, channel, kNormal);
-    EXPECT_EQ(told(), (Lines{"enable 38 1", "batch 38 20000000 0"}));
-    EXPECT_EQ(subHal.hal().activate(kVdis, true), Result::OK);
-    told();
-    config(kVdis, channel, kNormal);
-    EXPECT_EQ(told(), (Lines{"batch 38 0 0"}));
+    std::mt19937 random(1);
+    const auto pick = [&random](const std::vector<int32_t>& from) {
+        return from[random() % from.size()];
+    };
+    for (int step = 0; step < 2000; ++step) {
+        SCOPED_TRACE(step);
+        const int32_t handle = pick({kVdis, kStillwave});
+        const int32_t channel = model.next - 1 - static_cast<int32_t>(random() % 4);
+        const bool isKnown = model.channels.count(channel) != 0;
+        Model::Sensor& sensor = model.sensors[handle];
+        Lines expected;
+        LogCapture::take();
+        switch (random() % 14) {
+            case 0:
+                sensor.enabled = random() % 2 == 0;
+                EXPECT_EQ(subHal.hal().activate(handle, sensor.enabled), Result::OK);
+                expected = {model.enable(handle, sensor.enabled)};
+                break;
+            case 1:
+                sensor.periodNs = pick({1000000, 2500000, 5000000, 50000000});
+                sensor.latencyNs = pick({0, 300000000});
+                EXPECT_EQ(subHal.hal().batch(handle, sensor.periodNs, sensor.latencyNs),
+                          Result::OK);
+                expected = {model.batch(handle)};
+                break;
+            case 2:
+            case 3:
+            case 4:
+                EXPECT_EQ(open(client), model.next);  // the same region again and again
+                model.channels.insert(model.next++);
+                break;
+            case 5: {
+                EXPECT_EQ(subHal.hal().unregisterDirectChannel(channel), Result::OK);
+                const std::string stopped = model.stopAll(channel, &expected);
+                model.channels.erase(channel);
+                const std::string line = "W Removing channel " + std::to_string(channel) +
+                                         " when sensors (" + stopped + ") are not stopped.";
+                EXPECT_EQ(LogCapture::contains(line), !stopped.empty()) << line;
+                break;
+            }
+            case 6:
+                EXPECT_EQ(config(-1, channel, kStop),
+                          isKnown ? Answer(Result::OK, 0) : Answer(Result::BAD_VALUE, -22));
+                model.stopAll(channel, &expected);
+                break;
+            case 7:
+                if (random() % 8 != 0) break;
+                EXPECT_EQ(subHal.hal().initialize(&subHal.proxy()), Result::OK);
+                for (const int32_t removed : model.channels) {
+                    EXPECT_EQ(LogCapture::count("E initialize: remove direct-channel handle=" +
+                                                std::to_string(removed)),
+                              1);
+                    model.stopAll(removed, &expected);
+                }
+                model.channels.clear();
+                EXPECT_TRUE(client.isZero());
+                break;
+            default: {
+                const int32_t rate = pick({kStop, kNormal, kFast, kVeryFast});
+                const Answer good(Result::OK, rate == kStop ? 0 : handle);
+                EXPECT_EQ(config(handle, channel, rate),
+                          isKnown ? good : Answer(Result::BAD_VALUE, -22));
+                if (!isKnown) break;
+                sensor.rates.erase(channel);
+                if (rate == kStop) break;  // leaves the sensor on
+                sensor.rates[channel] = rate;
+                if (!sensor.enabled) expected = {model.enable(handle, true)};
+                expected.push_back(model.batch(handle));
+            }
+        }
+        Lines actual = told();
+        std::sort(actual.begin(), actual.end());  // initialize removes in any order
+        std::sort(expected.begin(), expected.end());
+        ASSERT_EQ(actual, expected);
+    }
 }
 
 TEST_F(DirectChannels, RowsKeepWhatTheDriverRefused) {
@@ -235,81 +274,6 @@ TEST_F(DirectChannels, RowsKeepWhatTheDriverRefused) {
     ASSERT_EQ(subHal.hal().batch(kVdis, 10000000, 0), Result::BAD_VALUE);
     ASSERT_EQ(config(kVdis, channel, kNormal), Answer(Result::OK, kVdis));
     EXPECT_EQ(hub.periodNs(kVdis), 10000000);  // shorter than the channel's 20 ms
-}
-
-TEST_F(DirectChannels, StopLeavesTheSensorOnAndRemovalSwitchesItOff) {
-    const Client client;
-    const int32_t first = open(client);
-    const int32_t second = open(client);
-    config(kVdis, first, kVeryFast);
-    config(kVdis, second, kNormal);
-    EXPECT_EQ(told(),
-              (Lines{"enable 38 1", "batch 38 2500000 0", "enable 38 1", "batch 38 2500000 0"}));
-    // The slower channel alone: the next request slows down.
-    config(kVdis, first, kStop);
-    EXPECT_EQ(told(), Lines{});
-    config(kVdis, second, kNormal);
-    EXPECT_EQ(told(), (Lines{"enable 38 1", "batch 38 20000000 0"}));
-    config(kVdis, second, kStop);
-    EXPECT_EQ(told(), Lines{});
-    // A channel that no sensor is on any more switches nothing off.
-    remove(first);
-    remove(second);
-    EXPECT_EQ(told(), Lines{});
-    EXPECT_TRUE(hub.isEnabled(kVdis));
-
-    const int32_t third = open(client);
-    const int32_t fourth = open(client);
-    config(kVdis, third, kNormal);
-    config(kStillwave, third, kNormal);
-    config(kVdis, fourth, kNormal);
-    told();
-    LogCapture::take();
-    remove(third);  // 38 is still on the fourth
-    EXPECT_EQ(told(), Lines{"enable 50 0"});
-    EXPECT_TRUE(LogCapture::contains("I removeDirectChannel: 3"));
-    EXPECT_TRUE(LogCapture::contains("W Removing channel 3 when sensors (50,) are not stopped."));
-    config(kStillwave, fourth, kNormal);
-    told();
-    remove(fourth);
-    EXPECT_EQ(told(), (Lines{"enable 38 0", "enable 50 0"}));
-    EXPECT_TRUE(
-        LogCapture::contains("W Removing channel 4 when sensors (38,50,) are not stopped."));
-}
-
-TEST_F(DirectChannels, RemovalAndStopOfAllSpareSensorsThatTheProxyUses) {
-    const Client client;
-    const int32_t channel = open(client);
-    EXPECT_EQ(subHal.hal().activate(kStillwave, true), Result::OK);
-    config(kVdis, channel, kFast);
-    config(kStillwave, channel, kFast);
-    told();
-    LogCapture::take();
-    EXPECT_EQ(config(-1, channel, kStop), Answer(Result::OK, 0));
-    EXPECT_EQ(told(), Lines{"enable 38 0"});
-    remove(channel);
-    EXPECT_EQ(told(), Lines{});
-    for (const auto& line : LogCapture::take())
-        EXPECT_NE(line.level, 'W') << line;
-}
-
-TEST_F(DirectChannels, InitializeRemovesEveryChannel) {
-    const Client client;
-    const int32_t first = open(client);
-    const int32_t second = open(client);
-    config(kVdis, first, kNormal);
-    config(kVdis, second, kNormal);
-    ASSERT_TRUE(deliver(kVdis, 1, 100));
-    EXPECT_FALSE(client.isZero());
-    told();
-    LogCapture::take();
-    EXPECT_EQ(subHal.hal().initialize(&subHal.proxy()), Result::OK);
-    EXPECT_EQ(LogCapture::count("E initialize: remove direct-channel handle=1"), 1);
-    EXPECT_EQ(LogCapture::count("E initialize: remove direct-channel handle=2"), 1);
-    EXPECT_EQ(told(), Lines{"enable 38 0"});
-    EXPECT_TRUE(client.isZero());
-    EXPECT_EQ(config(kVdis, first, kNormal), Answer(Result::BAD_VALUE, -22));
-    EXPECT_EQ(open(client), 3);
 }
 
 TEST_F(DirectChannels, EventsReachEveryChannelOfTheirSensor) {
@@ -342,7 +306,7 @@ TEST_F(DirectChannels, EventsReachEveryChannelOfTheirSensor) {
     // Not enabled by the proxy, so it saw none of them.
     EXPECT_TRUE(subHal.proxy().take().empty());
     config(kVdis, bothChannel, kStop);
-    remove(vdisChannel);
+    subHal.hal().unregisterDirectChannel(vdisChannel);
     ASSERT_TRUE(deliver(kVdis, 10, 444));
     EXPECT_EQ(both.counter(2), 0U);
     EXPECT_TRUE(vdisOnly.isZero());

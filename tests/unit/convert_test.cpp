@@ -117,25 +117,23 @@ TEST(Convert, MetaEventsCarryTheHandleInThePayload) {
 }
 
 TEST(Convert, DynamicSensorsAreRearranged) {
-    Event event = eventOf(32);
-    event.u.dynamic.connected = true;
-    event.u.dynamic.sensorHandle = 0x11223344;
-    sensors_event_t record;
-    convertToSensorEvent(event, &record);
-    EXPECT_EQ(record.dynamic_sensor_meta.connected, 1);
-    EXPECT_EQ(record.dynamic_sensor_meta.handle, 0x11223344);
-    EXPECT_EQ(record.dynamic_sensor_meta.sensor, nullptr);
-    EXPECT_EQ(memcmp(record.dynamic_sensor_meta.uuid, event.u.dynamic.uuid.data(), 16), 0);
-
-    event.u.dynamic.connected = false;
-    convertToSensorEvent(event, &record);
-    EXPECT_EQ(record.dynamic_sensor_meta.connected, 0);
-    record.dynamic_sensor_meta.connected = 2;
-    Event back;
-    convertFromSensorEvent(record, &back);
-    EXPECT_TRUE(back.u.dynamic.connected);
-    EXPECT_EQ(back.u.dynamic.sensorHandle, 0x11223344);
-    EXPECT_EQ(back.u.dynamic.uuid, event.u.dynamic.uuid);
+    for (const bool connected : {true, false}) {
+        Event event = eventOf(32);
+        event.u.dynamic.connected = connected;
+        event.u.dynamic.sensorHandle = 0x11223344;
+        sensors_event_t record;
+        convertToSensorEvent(event, &record);
+        EXPECT_EQ(record.dynamic_sensor_meta.connected, connected ? 1 : 0);
+        EXPECT_EQ(record.dynamic_sensor_meta.handle, 0x11223344);
+        EXPECT_EQ(record.dynamic_sensor_meta.sensor, nullptr);
+        if (connected) record.dynamic_sensor_meta.connected = 2;
+        Event back;
+        convertFromSensorEvent(record, &back);
+        EXPECT_EQ(back.u.dynamic.connected, connected);
+        EXPECT_EQ(back.u.dynamic.sensorHandle, 0x11223344);
+        EXPECT_EQ(back.u.dynamic.uuid, event.u.dynamic.uuid);
+        EXPECT_EQ(memcmp(record.dynamic_sensor_meta.uuid, event.u.dynamic.uuid.data(), 16), 0);
+    }
 }
 
 TEST(Convert, SensorsComeBackAsTheyWere) {
@@ -176,32 +174,24 @@ TEST(Convert, SensorsComeBackAsTheyWere) {
 }
 
 TEST(Convert, SharedMemory) {
-    native_handle_t* handle = native_handle_create(0, 0);
-    native_handle_t* const none = nullptr;
+    native_handle_t handle = {};
+    const auto convert = [&](int32_t type, int32_t format, const native_handle_t* memory) {
+        const SharedMemInfo info{static_cast<SharedMemType>(type),
+                                 static_cast<SharedMemFormat>(format), 0xFFFFFFFF, memory};
+        sensors_direct_mem_t mem = {};
+        EXPECT_FALSE(convertFromSharedMemInfo(info, nullptr));
+        if (!convertFromSharedMemInfo(info, &mem)) return false;
+        EXPECT_EQ(mem.type, type);
+        EXPECT_EQ(mem.format, format);
+        EXPECT_EQ(mem.size, 0xFFFFFFFFU);
+        EXPECT_EQ(mem.handle, memory);
+        return true;
+    };
     for (const int32_t type : {-1, 0, 1, 2, 3}) {
-        for (const int32_t format : {0, 1, 2}) {
-            for (const native_handle_t* memory : {handle, none}) {
-                const SharedMemInfo info{static_cast<SharedMemType>(type),
-                                         static_cast<SharedMemFormat>(format), 0xFFFFFFFF, memory};
-                const bool good = (type == 1 || type == 2) && format == 1 && memory != nullptr;
-                sensors_direct_mem_t mem = {};
-                EXPECT_EQ(convertFromSharedMemInfo(info, &mem), good) << type << format;
-                EXPECT_FALSE(convertFromSharedMemInfo(info, nullptr));
-                if (!good) continue;
-                EXPECT_EQ(mem.type, type);
-                EXPECT_EQ(mem.format, 1);
-                EXPECT_EQ(mem.size, 0xFFFFFFFFU);
-                EXPECT_EQ(mem.handle, handle);
-            }
-        }
+        for (const int32_t format : {0, 1, 2})
+            EXPECT_EQ(convert(type, format, &handle), (type == 1 || type == 2) && format == 1);
+        EXPECT_FALSE(convert(type, 1, nullptr));
     }
-    native_handle_delete(handle);
-}
-
-TEST(Convert, RateLevels) {
-    for (const int32_t level : {-1, 0, 1, 2, 3})
-        EXPECT_EQ(convertFromRateLevel(static_cast<RateLevel>(level)), level);
-    EXPECT_EQ(convertFromRateLevel(static_cast<RateLevel>(4)), -1);
 }
 
 }  // namespace
