@@ -1,5 +1,7 @@
 #pragma once
 
+#include <android/hardware/sensors/1.0/types.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -18,6 +20,7 @@
  */
 namespace golden {
 
+using android::hardware::sensors::V1_0::Event;
 using testing_support::Lines;
 using testing_support::LogLine;
 using namespace std::string_literals;
@@ -159,5 +162,23 @@ std::vector<DriverRow> motionRows();
 std::vector<DriverRow> orientationRows();
 std::vector<DriverRow> foldableRows();
 std::vector<DriverRow> allRows();
+
+/** What came of one record. */
+struct Outcome {
+    std::vector<Event> events;
+    Lines log;
+};
+
+/** Drivers behind some hub, simulated or real. */
+class RecordPath {
+  public:
+    virtual ~RecordPath() = default;
+
+    /** Has the driver of `handle` read one record. */
+    virtual Outcome pass(int handle, const std::string& record) = 0;
+};
+
+/** Runs a row's exchanges in order, then those made from its forms. */
+void checkRecords(const DriverRow& row, RecordPath& path);
 
 }  // namespace golden

@@ -1,9 +1,9 @@
-#include "tests/drivers/RowCheck.h"
-
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <ctime>
+
+#include "tests/drivers/Golden.h"
 
 namespace golden {
 

@@ -1,7 +1,7 @@
 #include <algorithm>
 
 #include "tests/drivers/DriverBench.h"
-#include "tests/drivers/RowCheck.h"
+#include "tests/drivers/Golden.h"
 
 namespace driver_tests {
 namespace {

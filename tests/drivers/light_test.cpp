@@ -21,6 +21,8 @@ constexpr int kSeamless = 55;
 constexpr char kCameraLight[] = "persist.sns.camera_light";
 constexpr char kAmbientBrightness[] = "persist.dm.passive.ambient_brightness";
 
+using Pair = std::pair<float, float>;
+
 /** All light sensors, with the rear one. */
 class LightTest : public testing::Test, protected DriverBench {
   protected:
@@ -38,7 +40,7 @@ class LightTest : public testing::Test, protected DriverBench {
     SensorBase& autoBrightness() { return sensor(kAutoBrightness); }
 
     /** Payload words 0 and 1 of what a record makes the auto-brightness sensor post. */
-    std::pair<float, float> brightness(int32_t lux, uint8_t minFlag, uint8_t flipState) {
+    Pair brightness(int32_t lux, uint8_t minFlag, uint8_t flipState) {
         const auto record = RecordBuilder().i32(lux).u8(minFlag).u32(0).u8(flipState).u64(1);
         const auto posts = read(kAutoBrightness, record.bytes());
         if (posts.size() != 1) return {NAN, NAN};
@@ -56,8 +58,6 @@ class LightTest : public testing::Test, protected DriverBench {
 
     RearLightSensor mRear;
 };
-
-using Pair = std::pair<float, float>;
 
 TEST_F(LightTest, ConstructionLooksForTheRearSensor) {
     property_set(kCameraLight, "true");
@@ -186,38 +186,47 @@ TEST_F(LightTest, EnableSwitchesTheRearSensor) {
     EXPECT_EQ(brightness(5, 0, 0), Pair(5, 0)) << "a sensor that has failed stays out for good";
 }
 
-TEST_F(LightTest, FoldedOrMinimumTakesTheBrighterSource) {
-    mRear.setChannels(2458861, 0);  // 150 lux
-    EXPECT_EQ(brightness(20, 2, 0), Pair(150, 1)) << "even when the rear sensor is off";
-    EXPECT_EQ(LogCapture::lines().back(), (LogLine("I flip_state(0) minFlag(2) 150 20")));
-    EXPECT_EQ(brightness(20, 1, 1), Pair(150, 1));
-    EXPECT_EQ(brightness(151, 0, 1), Pair(151, 0));
-    EXPECT_EQ(mRear.reads(), 3);
-    EXPECT_EQ(brightness(20, 1, 0), Pair(20, 1));
-    EXPECT_EQ(mRear.reads(), 3);
-}
-
-TEST_F(LightTest, DarkIsRaisedWithinTheThreshold) {
-    autoBrightness().enable(kAutoBrightness, true);
-    inject(kLight, 0x10000002, {50, 100, 20, 900});
-    mRear.setChannels(2458861, 0);  // 150 lux
-    EXPECT_EQ(brightness(20, 1, 0), Pair(101, 0));
-    LightBase::pmsInfo.threshold_dark = 150;
-    EXPECT_EQ(brightness(20, 1, 0), Pair(150, 1));
-    LightBase::pmsInfo.threshold_dark = 100;
-    mRear.setChannels(1315000, 0);  // 80 lux
-    EXPECT_EQ(brightness(20, 1, 0), Pair(80, 1));
-    EXPECT_EQ(brightness(80, 1, 0), Pair(80, 1));
-    EXPECT_EQ(brightness(-2, 0, 0), Pair(80, 0));
-    EXPECT_EQ(mRear.reads(), 5);
-    EXPECT_EQ(brightness(100, 1, 0), Pair(100, 1)) << "not darker than the threshold";
-    EXPECT_EQ(mRear.reads(), 5);
-
-    mRear.setChannels(-3, 5);
-    EXPECT_EQ(brightness(-2, 0, 0), Pair(-2, 0)) << "no reading is not the camera's light";
-    autoBrightness().enable(kAutoBrightness, false);
-    EXPECT_EQ(brightness(20, 1, 0), Pair(20, 1));
-    EXPECT_EQ(mRear.reads(), 6);
+TEST_F(LightTest, TheRearSensorRaisesTheLight) {
+    const char* const lux150 = "2458861,0";
+    const char* const lux80 = "1315000,0";
+    const struct {
+        bool enabled;  // and with it the rear sensor
+        int32_t dark;  // threshold
+        const char* rear;
+        int32_t lux;
+        uint8_t minFlag;
+        uint8_t flipState;
+        Pair posted;
+        bool reads;
+    } cases[] = {
+        // Folded or at the minimum: the brighter of the two, even when the rear sensor is off.
+        {false, 0, lux150, 20, 2, 0, {150, 1}, true},
+        {false, 0, lux150, 20, 1, 1, {150, 1}, true},
+        {false, 0, lux150, 151, 0, 1, {151, 0}, true},
+        {false, 100, lux150, 20, 1, 0, {20, 1}, false},
+        // In the dark: up to one lux beyond the threshold.
+        {true, 100, lux150, 20, 1, 0, {101, 0}, true},
+        {true, 150, lux150, 20, 1, 0, {150, 1}, true},
+        {true, 100, lux80, 20, 1, 0, {80, 1}, true},
+        {true, 100, lux80, 80, 1, 0, {80, 1}, true},
+        {true, 100, lux80, 81, 1, 0, {81, 1}, true},
+        {true, 100, lux80, -2, 0, 0, {80, 0}, true},
+        {true, 100, lux150, 99, 1, 0, {101, 0}, true},
+        {true, 100, lux150, 100, 1, 0, {100, 1}, false},
+        {true, 100, "-3,5", -2, 0, 0, {-2, 0}, true},  // no reading is not the camera's light
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(&c - cases);
+        autoBrightness().enable(kAutoBrightness, c.enabled);
+        LightBase::pmsInfo.threshold_dark = c.dark;
+        mRear.setText(c.rear);
+        const int reads = mRear.reads();
+        EXPECT_EQ(brightness(c.lux, c.minFlag, c.flipState), c.posted);
+        EXPECT_EQ(mRear.reads() - reads, c.reads ? 1 : 0);
+    }
+    mRear.setText(lux150);
+    brightness(20, 2, 3);
+    EXPECT_EQ(LogCapture::lines().back(), "I flip_state(3) minFlag(2) 150 20");
 }
 
 TEST_F(LightTest, SeamlessConfigurationIsSentAtEachEnable) {
