@@ -144,7 +144,6 @@ using Calls = std::vector<std::string>;
 
 /** A graphics allocator of either version: notes every call, and answers 0 unless told. */
 struct FakeGralloc {
-    FakeGralloc() = default;
     /** The major version, then a call's answer ("lock=6") or what is missing ("-device"). */
     explicit FakeGralloc(const std::string& arrangement) {
         std::istringstream words(arrangement);
@@ -250,107 +249,26 @@ gralloc1_function_pointer_t getFunction(gralloc1_device_t*, int32_t number) {
     return has(std::to_string(number)) ? functions.at(number) : nullptr;
 }
 
-class Gralloc : public testing::Test {
-  protected:
-    Gralloc() { gFake = &fake; }
-    ~Gralloc() override { gFake = nullptr; }
-
-    FakeGralloc fake;
-    LogCapture log;
-};
-
-/** The wrapper as an object of its own; the product has it as a singleton only. */
-class OpenedWrapper : public GrallocHalWrapper {};
-
-TEST_F(Gralloc, DoesNotOpen) {
-    const std::string none = " returns no error, but result is nullptr";
-    const std::string load = "E couldn't load gralloc module ";
-    const struct {
-        const char* arrangement;
-        int error;
-        testing_support::Lines lines;
-    } cases[] = {
-        {"1 load=-2 -module", -2, {load + "(No such file or directory)"}},
-        {"1 -module", -19, {}},
-        {"2", 0, {"E Unknown version, not supported"}},
-        {"2 load=-5", -5, {load + "(Input/output error)", "E Unknown version, not supported"}},
-        {"1 open=-13", -13, {"E cannot open gralloc1 device (Permission denied)"}},
-        {"1 -getFunction", -38, {"E gralloc1_open" + none}},
-        {"1 -device", -38, {"E gralloc1_open" + none}},
-        {"0 -device", -38, {"E gralloc_open" + none}},
-        {"0 open=-5", -5, {"E cannot open alloc device (Input/output error)"}},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.arrangement);
-        fake = FakeGralloc(c.arrangement);
-        OpenedWrapper wrapper;
-        EXPECT_EQ(wrapper.getError(), c.error);
-        EXPECT_EQ(wrapper.getVersion(), -1);
-        EXPECT_EQ(log.take(), c.lines);
-        EXPECT_EQ(wrapper.registerBuffer(nullptr), -19);
-        EXPECT_EQ(wrapper.unregisterBuffer(nullptr), -19);
-        EXPECT_EQ(wrapper.lock(nullptr, 0, 0, 0, 1, 1, nullptr), -19);
-        EXPECT_EQ(wrapper.unlock(nullptr), -19);
-        EXPECT_FALSE(wrapper.isSameMemory(nullptr, nullptr));
-    }
-    for (const char* arrangement : {"1 -15", "1 -16", "1 -18", "1 -20", "1 -8"}) {
-        fake = FakeGralloc(arrangement);
-        EXPECT_EQ(OpenedWrapper().getError(), -22);
-        EXPECT_EQ(log.take().at(0).text.find("Function pointer for retain, release, lock, unlock "
-                                             "and getBackingStore are "),
-                  0U);
-    }
-}
-
-TEST_F(Gralloc, Opens) {
-    // Of more capabilities than there was room for, the first three count.
-    for (const std::vector<int32_t>& capabilities :
-         {std::vector<int32_t>{1, 2, 3}, {1, 2}, {1, 2, 4, 3}}) {
-        fake.capabilities = capabilities;
-        const bool implied = capabilities.back() == 3 && capabilities.size() == 3;
-        OpenedWrapper wrapper;
-        EXPECT_EQ(wrapper.getError(), 0);
-        EXPECT_EQ(wrapper.getVersion(), 1);
-        EXPECT_EQ(wrapper.isReleaseImplyDelete(), implied);
-        EXPECT_LOG(implied ? "I gralloc hal support RELEASE_IMPLY_DELETE"
-                           : "I gralloc hal does not support RELEASE_IMPLY_DELETE");
-        const int32_t expected[] = {0, -22, -22, -22, -12, -12, -38, -38, INT32_MIN, INT32_MIN};
-        for (int error = 0; error < 10; ++error) {
-            fake.answers = {
-                {"register", error}, {"release", error}, {"lock", error}, {"unlock", error}};
-            void* address = nullptr;
-            EXPECT_EQ(wrapper.registerBuffer(nullptr), expected[error]) << error;
-            EXPECT_EQ(wrapper.unregisterBuffer(nullptr), expected[error]) << error;
-            EXPECT_EQ(wrapper.lock(nullptr, 0, 0, 0, 1, 1, &address), expected[error]) << error;
-            EXPECT_EQ(wrapper.unlock(nullptr), expected[error]) << error;
-        }
-        EXPECT_EQ(GrallocHalWrapper::mapGralloc1Error(-1), INT32_MIN);
-    }
-    // Legacy statuses pass as they are.
-    fake = FakeGralloc("0 register=-3");
-    {
-        OpenedWrapper legacy;
-        EXPECT_EQ(legacy.getError(), 0);
-        EXPECT_EQ(legacy.getVersion(), 0);
-        EXPECT_FALSE(legacy.isReleaseImplyDelete());
-        EXPECT_EQ(legacy.registerBuffer(nullptr), -3);
-    }
-    EXPECT_EQ(fake.calls, (Calls{"load gralloc", "open gpu0", "register", "close"}));
-    EXPECT_LOG();
-}
-
-/** Runs in a process of its own, because the wrapper of a process is made only once. */
-void inChild(const std::function<void(const sensors_direct_mem_t& memory)>& body) {
+/**
+ * Lets a body have a channel on a buffer of such an allocator, in a process of its own, because the
+ * wrapper of a process is made only once.
+ */
+void onGralloc(const std::string& arrangement,
+               const std::function<void(FakeGralloc& fake, sensors_direct_mem_t memory)>& body) {
+    SCOPED_TRACE(arrangement);
     fflush(nullptr);
     const pid_t child = fork();
     ASSERT_GE(child, 0);
     if (child == 0) {
         EXPECT_FALSE(GrallocHalWrapper::hasInstance());
+        LogCapture log;
+        FakeGralloc fake(arrangement);
+        gFake = &fake;
         const testing_support::Handle handle(native_handle_create(1, 1));
         handle->data[0] = open("/dev/null", O_RDONLY);
         handle->data[1] = 4711;
-        body(
-            {SENSOR_DIRECT_MEM_TYPE_GRALLOC, SENSOR_DIRECT_FMT_SENSORS_EVENT, kSize, handle.get()});
+        body(fake, {SENSOR_DIRECT_MEM_TYPE_GRALLOC, SENSOR_DIRECT_FMT_SENSORS_EVENT, kSize,
+                    handle.get()});
         EXPECT_TRUE(isOpen(handle->data[0]));
         fflush(nullptr);
         _exit(testing::Test::HasFailure() ? 1 : 0);
@@ -360,25 +278,33 @@ void inChild(const std::function<void(const sensors_direct_mem_t& memory)>& body
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
 }
 
-TEST_F(Gralloc, ChannelWritesIntoAClonedBuffer) {
+TEST(GrallocDirectChannel, WritesIntoAClonedBuffer) {
+    const std::string support = "I gralloc hal ";
+    const std::string kept = " RELEASE_IMPLY_DELETE";
     const Calls calls1 = {"register", "lock 96+0 0,0,1000,1", "unlock 0", "release 0"};
     const struct {
         const char* arrangement;
         std::vector<int32_t> capabilities;
         Calls calls;
         bool cloneLeft;
+        testing_support::Lines lines;
     } cases[] = {
-        {"1", {3}, calls1, true},
-        {"1", {}, calls1, false},
-        {"0", {}, {"register", "lock 48 0,0,1000,1", "unlock 0", "unregister"}, false},
+        {"1", {1, 2, 3}, calls1, true, {support + "support" + kept}},
+        {"1", {1, 2}, calls1, false, {support + "does not support" + kept}},
+        // More than there was room for.
+        {"1", {1, 2, 4, 3}, calls1, false, {support + "does not support" + kept}},
+        {"0", {}, {"register", "lock 48 0,0,1000,1", "unlock 0", "unregister"}, false, {}},
     };
     for (const auto& c : cases) {
-        fake = FakeGralloc(c.arrangement);
-        fake.capabilities = c.capabilities;
-        inChild([&](const sensors_direct_mem_t& memory) {
+        onGralloc(c.arrangement, [&c](FakeGralloc& fake, const sensors_direct_mem_t& memory) {
+            fake.capabilities = c.capabilities;
             auto channel = std::make_unique<GrallocDirectChannel>(&memory);
             EXPECT_TRUE(channel->isValid());
             EXPECT_EQ(channel->getError(), 0);
+            auto& gralloc = GrallocHalWrapper::getInstance();
+            EXPECT_EQ(gralloc.getError(), 0);
+            EXPECT_EQ(gralloc.getVersion(), fake.version >> 8);
+            EXPECT_EQ(LogCapture::take(), c.lines);
             ASSERT_NE(fake.handle, memory.handle);
             const int cloneFd = fake.handle->data[0];
             EXPECT_EQ(fake.handle->data[1], 4711);
@@ -392,17 +318,19 @@ TEST_F(Gralloc, ChannelWritesIntoAClonedBuffer) {
     }
 }
 
-TEST_F(Gralloc, ChannelsMatchByBackingStore) {
-    fake = FakeGralloc("0");
-    inChild([](const sensors_direct_mem_t& memory) {
+TEST(GrallocDirectChannel, MatchesByBackingStore) {
+    onGralloc("0", [](FakeGralloc& fake, const sensors_direct_mem_t& memory) {
         EXPECT_FALSE(GrallocDirectChannel(&memory).memoryMatches(&memory));
-    });
-    fake = FakeGralloc("1");
-    inChild([this](sensors_direct_mem_t memory) {
-        const GrallocDirectChannel channel(&memory);
         fake.calls.clear();
+        {
+            class : public GrallocHalWrapper {
+            } closing;
+        }  // the product never ends its own
+        EXPECT_EQ(fake.calls, (Calls{"load gralloc", "open gpu0", "close"}));
+    });
+    onGralloc("1", [](FakeGralloc& fake, sensors_direct_mem_t memory) {
+        const GrallocDirectChannel channel(&memory);
         EXPECT_TRUE(channel.memoryMatches(&memory));
-        EXPECT_EQ(fake.calls, (Calls{"other", "own"}));
         fake.storeOfOwn = 8;
         EXPECT_FALSE(channel.memoryMatches(&memory));
         fake.storeOfOwn = 7;
@@ -416,36 +344,73 @@ TEST_F(Gralloc, ChannelsMatchByBackingStore) {
     });
 }
 
-TEST_F(Gralloc, ChannelFailures) {
-    const auto expectFailure = [this](const sensors_direct_mem_t& mem, int error, const char* line,
-                                      const std::string& lastCall) {
-        fake.calls.clear();
-        {
-            const GrallocDirectChannel channel(&mem);
-            EXPECT_FALSE(channel.isValid());
-            EXPECT_EQ(channel.getError(), error);
-            EXPECT_EQ(log.take().back(), line);
-        }
-        EXPECT_EQ(fake.calls.empty() ? "" : fake.calls.back(), lastCall);
+TEST(GrallocDirectChannel, Failures) {
+    const std::string load = "E couldn't load gralloc module ";
+    const std::string none = " returns no error, but result is nullptr";
+    const struct {
+        const char* arrangement;
+        int wrapperError;
+        std::string line;  // of the wrapper
+    } unopened[] = {
+        {"1 load=-2 -module", -2, load + "(No such file or directory)"},
+        {"1 -module", -19, ""},
+        {"2", 0, "E Unknown version, not supported"},
+        {"2 load=-5", -5, load + "(Input/output error)"},
+        {"1 open=-13", -13, "E cannot open gralloc1 device (Permission denied)"},
+        {"1 -getFunction", -38, "E gralloc1_open" + none},
+        {"1 -device", -38, "E gralloc1_open" + none},
+        {"0 -device", -38, "E gralloc_open" + none},
+        {"0 open=-5", -5, "E cannot open alloc device (Input/output error)"},
+        {"1 -8", -22, "E Function pointer for"},
+        {"1 -15", -22, "E Function pointer for"},
+        {"1 -16", -22, "E Function pointer for"},
+        {"1 -18", -22, "E Function pointer for"},
+        {"1 -20", -22, "E Function pointer for"},
     };
-    inChild([&](sensors_direct_mem_t memory) {
-        fake.answers = {{"register", 4}};
-        expectFailure(memory, -12, "E registerBuffer failed", "release 0");
-        fake.answers = {{"lock", 6}};
-        fake.missing = {"address"};
-        expectFailure(memory, -38, "E lock buffer failed", "release 0");
-        fake.answers.clear();
-        expectFailure(memory, -12, "E lock buffer => nullptr", "release 0");
+    for (const auto& c : unopened) {
+        onGralloc(c.arrangement, [&c](FakeGralloc&, const sensors_direct_mem_t& memory) {
+            EXPECT_EQ(GrallocDirectChannel(&memory).getError(), -19);
+            const auto log = LogCapture::take();
+            EXPECT_EQ(("E " + log.front().text).find(c.line), 0U);
+            EXPECT_EQ(log.back(), "E registerBuffer failed");
+            auto& gralloc = GrallocHalWrapper::getInstance();
+            EXPECT_EQ(gralloc.getError(), c.wrapperError);
+            EXPECT_EQ(gralloc.getVersion(), -1);
+            EXPECT_EQ(gralloc.lock(memory.handle, 0, 0, 0, 1, 1, nullptr), -19);
+            EXPECT_EQ(gralloc.unlock(memory.handle), -19);
+        });
+    }
+    const struct {
+        const char* arrangement;
+        int error;
+        const char* line;
+        const char* lastCall;
+    } cases[] = {
+        {"0 register=-3", -3, "E registerBuffer failed", "unregister"},  // passes as it is
+        {"1 register=4", -12, "E registerBuffer failed", "release 0"},
+        {"1 lock=6 -address", -38, "E lock buffer failed", "release 0"},
+        {"1 -address", -12, "E lock buffer => nullptr", "release 0"},
+    };
+    for (const auto& c : cases) {
+        onGralloc(c.arrangement, [&c](FakeGralloc& fake, const sensors_direct_mem_t& memory) {
+            EXPECT_EQ(GrallocDirectChannel(&memory).getError(), c.error);
+            EXPECT_EQ(LogCapture::take().back(), c.line);
+            EXPECT_EQ(fake.calls.back(), c.lastCall);
+        });
+    }
+    onGralloc("1", [](FakeGralloc& fake, sensors_direct_mem_t memory) {
         const auto closed = handleOf(-1);
         memory.handle = closed.get();
-        expectFailure(memory, -12, "E clone mem->handle failed...", "");
+        EXPECT_EQ(GrallocDirectChannel(&memory).getError(), -12);
         memory.handle = nullptr;
-        expectFailure(memory, -22, "E mem->handle == nullptr", "");
+        EXPECT_EQ(GrallocDirectChannel(&memory).getError(), -22);
+        EXPECT_LOG("E clone mem->handle failed...", "E mem->handle == nullptr");
+        EXPECT_EQ(fake.calls, Calls{});
     });
-    fake = FakeGralloc("1 -module");
-    inChild([&](const sensors_direct_mem_t& memory) {
-        expectFailure(memory, -19, "E registerBuffer failed", "load gralloc");
-    });
+    const int32_t expected[] = {0, -22, -22, -22, -12, -12, -38, -38, INT32_MIN, INT32_MIN};
+    for (int error = 0; error < 10; ++error)
+        EXPECT_EQ(GrallocHalWrapper::mapGralloc1Error(error), expected[error]) << error;
+    EXPECT_EQ(GrallocHalWrapper::mapGralloc1Error(-1), INT32_MIN);
 }
 
 }  // namespace
