@@ -15,6 +15,7 @@
 #include "simulator/SimulatedHub.h"
 #include "subhal/SensorsSubHal.h"
 #include "subhal/convert.h"
+#include "tools/proxy/SubHalLibrary.h"
 
 namespace {
 
@@ -129,14 +130,15 @@ class Channels {
     void add() {
         native_handle_t* handle = native_handle_create(1, 0);
         handle->data[0] = ashmem_create_region("bench", kSlots * kRecord);
-        int32_t channel = -1;
-        mSubHal->registerDirectChannel(
-            {SharedMemType::ASHMEM, SharedMemFormat::SENSORS_EVENT, kSlots * kRecord, handle},
-            [&](Result, int32_t added) { channel = added; });
+        const int32_t channel =
+            host_proxy::registerDirectChannel(
+                *mSubHal,
+                {SharedMemType::ASHMEM, SharedMemFormat::SENSORS_EVENT, kSlots * kRecord, handle})
+                .value;
         native_handle_delete(handle);
-        mSubHal->configDirectReport(kVdis, channel, RateLevel::FAST, [](Result result, int32_t) {
-            if (result != Result::OK) abort();
-        });
+        const auto configured =
+            host_proxy::configDirectReport(*mSubHal, kVdis, channel, RateLevel::FAST);
+        if (configured.result != Result::OK) abort();
     }
 
     simulator::SimulatedHub mHub;

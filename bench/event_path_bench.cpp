@@ -2,7 +2,6 @@
 // the system calls that no implementation can do without. All reads, the floor's too, pass through
 // the simulator's redirection.
 
-#include <V2_0/SubHal.h>
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
 #include <log/log.h>
@@ -22,8 +21,8 @@
 #include <thread>
 #include <vector>
 
-#include "simulator/HostedLibrary.h"
 #include "simulator/SimulatedHub.h"
+#include "tools/proxy/SubHalLibrary.h"
 
 namespace {
 
@@ -51,28 +50,28 @@ extern "C" __attribute__((visibility("default"))) int __android_log_print(int, c
     return 0;
 }
 
-namespace android::hardware::sensors::V2_0::implementation {
+namespace {
 
-class WakelockCounter : public IScopedWakelockRefCounter {
-  public:
-    bool incrementRefCountAndMaybeAcquireWakelock(size_t, int64_t*) override { return true; }
-    void decrementRefCountAndMaybeReleaseWakelock(size_t, int64_t) override {}
-};
+using host_proxy::HalProxyCallback;
+using host_proxy::ISensorsSubHal;
+using host_proxy::SubHalLibrary;
+using Clock = std::chrono::steady_clock;
+
+constexpr int kAccelerometer = 1;
+constexpr int kBatch = 16;  // packets that a FIFO holds without being enlarged
+constexpr size_t kRecordSize = 14;
+
+const std::string kRecord(kRecordSize, '\1');
 
 /** Notes when the first and the last event of a batch came. */
-class HalProxyCallback : public IHalProxyCallback {
+class Arrivals {
   public:
-    using Clock = std::chrono::steady_clock;
-
-    ScopedWakelock createScopedWakelock(bool lock) override {
-        return ScopedWakelock(&mWakelock, lock);
-    }
-    void postEvents(const std::vector<Event>& events, ScopedWakelock) override {
+    void add(int events) {
         if (mCount == 0) {
             mFirst = Clock::now();
             mFirstAllocations = gAllocations.load(std::memory_order_relaxed);
         }
-        mCount += static_cast<int>(events.size());
+        mCount += events;
         if (mCount < mExpected) return;
         const std::lock_guard<std::mutex> lock(mLock);
         mLast = Clock::now();
@@ -80,8 +79,6 @@ class HalProxyCallback : public IHalProxyCallback {
         mComplete = true;
         mChanged.notify_one();
     }
-    Return<void> onDynamicSensorsConnected(const hidl_vec<SensorInfo>&) override { return Void(); }
-    Return<void> onDynamicSensorsDisconnected(const hidl_vec<int32_t>&) override { return Void(); }
 
     /** Forgets the past; call it before the records of the batch are released. */
     void expect(int count) {
@@ -103,7 +100,6 @@ class HalProxyCallback : public IHalProxyCallback {
     Clock::time_point last() const { return mLast; }
 
   private:
-    WakelockCounter mWakelock;
     int mCount = 0;  // poll thread only, but for expect() while no record is under way
     int mExpected = 0;
     Clock::time_point mFirst;
@@ -115,42 +111,30 @@ class HalProxyCallback : public IHalProxyCallback {
     bool mComplete = false;  // guarded by mLock
 };
 
-}  // namespace android::hardware::sensors::V2_0::implementation
-
-namespace {
-
-using android::hardware::sensors::V2_0::implementation::HalProxyCallback;
-using android::hardware::sensors::V2_0::implementation::IHalProxyCallback;
-using android::hardware::sensors::V2_0::implementation::ISensorsSubHal;
-using Clock = std::chrono::steady_clock;
-
-constexpr int kAccelerometer = 1;
-constexpr int kBatch = 16;  // packets that a FIFO holds without being enlarged
-constexpr size_t kRecordSize = 14;
-
-const std::string kRecord(kRecordSize, '\1');
+void unload(simulator::SimulatedHub& hub, SubHalLibrary& library) {
+    const simulator::ShutdownHelper helper(hub);
+    library.unload();
+}
 
 /** The shipped library on a simulated hub, the accelerometer enabled and batching. */
 class Loaded {
   public:
-    explicit Loaded(int64_t latencyNs)
-        : mProxy(new HalProxyCallback), mLibrary(mHub, SENSORHUB_LIBRARY) {
-        if (mLibrary.entryPoint() == nullptr) abort();
-        uint32_t version = 0;
-        mHal = reinterpret_cast<ISensorsSubHal* (*)(uint32_t*)>(mLibrary.entryPoint())(&version);
-        const android::sp<IHalProxyCallback> callback = mProxy;
-        mHal->initialize(callback);
-        mHal->batch(kAccelerometer, 10000000, latencyNs);
-        mHal->activate(kAccelerometer, true);
+    explicit Loaded(int64_t latencyNs) : mLibrary(SENSORHUB_LIBRARY) {
+        if (mLibrary.subHal() == nullptr) abort();
+        ISensorsSubHal& subHal = *mLibrary.subHal();
+        subHal.initialize(new HalProxyCallback(
+            [this](const auto& events, bool) { mArrivals.add(static_cast<int>(events.size())); }));
+        subHal.batch(kAccelerometer, 10000000, latencyNs);
+        subHal.activate(kAccelerometer, true);
     }
+    ~Loaded() { unload(mHub, mLibrary); }
     simulator::SimulatedHub& hub() { return mHub; }
-    HalProxyCallback& proxy() { return *mProxy; }
+    Arrivals& arrivals() { return mArrivals; }
 
   private:
+    Arrivals mArrivals;
     simulator::SimulatedHub mHub;
-    android::sp<HalProxyCallback> mProxy;
-    simulator::HostedLibrary mLibrary;
-    ISensorsSubHal* mHal = nullptr;
+    SubHalLibrary mLibrary;
 };
 
 /** The record device alone, opened by the benchmark in the library's place. */
@@ -216,13 +200,13 @@ void drainLibrary(benchmark::State& state) {
     for (auto _ : state) {
         loaded.hub().setDataAvailable(kAccelerometer, "0\n");
         pushBatch(loaded.hub());
-        loaded.proxy().expect(kBatch);
+        loaded.arrivals().expect(kBatch);
         loaded.hub().setDataAvailable(kAccelerometer, std::to_string(kBatch) + "\n");
-        loaded.proxy().wait();
+        loaded.arrivals().wait();
         loaded.hub().waitIdle();
-        perEvent.add(loaded.proxy().secondsPerEvent());
-        state.SetIterationTime(loaded.proxy().secondsPerEvent());
-        allocations += loaded.proxy().allocationsPerEvent();
+        perEvent.add(loaded.arrivals().secondsPerEvent());
+        state.SetIterationTime(loaded.arrivals().secondsPerEvent());
+        allocations += loaded.arrivals().allocationsPerEvent();
     }
     perEvent.report(state);
     state.counters["allocs/event"] = allocations / static_cast<double>(state.iterations());
@@ -296,11 +280,11 @@ void wakeUpLibrary(benchmark::State& state) {
     loaded.hub().waitIdle();
     Percentiles latencies;
     for (auto _ : state) {
-        loaded.proxy().expect(1);
+        loaded.arrivals().expect(1);
         const Clock::time_point written = Clock::now();
         push(loaded.hub());
-        loaded.proxy().wait();
-        const double latency = secondsOf(loaded.proxy().last() - written);
+        loaded.arrivals().wait();
+        const double latency = secondsOf(loaded.arrivals().last() - written);
         latencies.add(latency);
         state.SetIterationTime(latency);
         loaded.hub().waitIdle();
@@ -353,10 +337,9 @@ void startUpLibrary(benchmark::State& state) {
     for (auto _ : state) {
         simulator::SimulatedHub hub;
         const Clock::time_point begin = Clock::now();
-        simulator::HostedLibrary library(hub, SENSORHUB_LIBRARY);
-        uint32_t version = 0;
-        reinterpret_cast<ISensorsSubHal* (*)(uint32_t*)>(library.entryPoint())(&version);
+        SubHalLibrary library(SENSORHUB_LIBRARY);
         state.SetIterationTime(secondsOf(Clock::now() - begin));
+        unload(hub, library);
     }
 }
 BENCHMARK(startUpLibrary)->UseManualTime()->Iterations(50)->Unit(benchmark::kMillisecond);

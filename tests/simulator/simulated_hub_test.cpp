@@ -1,6 +1,7 @@
 #include "simulator/SimulatedHub.h"
 
 #include <dirent.h>
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
@@ -17,7 +18,6 @@
 #include <thread>
 #include <vector>
 
-#include "simulator/HostedLibrary.h"
 #include "simulator/World.h"
 
 namespace simulator {
@@ -232,15 +232,16 @@ TEST_F(SimulatedHubTest, IdleMeansReadAndWaitingAgain) {
 TEST_F(SimulatedHubTest, LoadedLibraryIsRedirectedAndUnloads) {
     ASSERT_EQ(1, mHub.deviceNumber(kAcc));
     ASSERT_EQ(0, writeTo(attribute(kAcc, "buffer/enable"), "1\n"));
-    HostedLibrary library(mHub, WAITING_LIBRARY);
-    ASSERT_NE(nullptr, library.entryPoint()) << library.error();
-    auto* recordsRead = reinterpret_cast<int (*)()>(library.entryPoint());
+    void* library = dlopen(WAITING_LIBRARY, RTLD_NOW);
+    ASSERT_NE(nullptr, library) << dlerror();
+    auto* recordsRead = reinterpret_cast<int (*)()>(dlsym(library, "sensorsHalGetSubHal"));
     EXPECT_EQ(0, recordsRead());
     EXPECT_TRUE(mHub.push(kAcc, kRecord));
     EXPECT_TRUE(mHub.waitIdle());
     EXPECT_EQ(1, recordsRead());
-    EXPECT_TRUE(library.unload());
-    EXPECT_FALSE(HostedLibrary(mHub, "/nonexistent.so").loaded());
+    const ShutdownHelper helper(mHub);
+    EXPECT_EQ(0, dlclose(library));
+    EXPECT_EQ(nullptr, dlopen(WAITING_LIBRARY, RTLD_NOW | RTLD_NOLOAD));
 }
 
 class SignalsTest : public SimulatedHubTest {

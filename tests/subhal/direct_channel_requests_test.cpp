@@ -56,11 +56,8 @@ class DirectChannels : public testing::Test {
     Answer registerMemory(int32_t type, uint32_t size, const native_handle_t* handle) {
         const SharedMemInfo mem{static_cast<SharedMemType>(type), static_cast<SharedMemFormat>(1),
                                 size, handle};
-        Answer answer(Result::OK, -100);
-        subHal.hal().registerDirectChannel(mem, [&](Result result, int32_t channel) {
-            answer = {result, channel};
-        });
-        return answer;
+        const auto answer = host_proxy::registerDirectChannel(subHal.hal(), mem);
+        return {answer.result, answer.value};
     }
 
     int32_t open(const Client& client) {
@@ -72,12 +69,9 @@ class DirectChannels : public testing::Test {
     }
 
     Answer config(int32_t sensor, int32_t channel, int32_t rate) {
-        Answer answer(Result::OK, -100);
-        subHal.hal().configDirectReport(sensor, channel, static_cast<RateLevel>(rate),
-                                        [&](Result result, int32_t token) {
-                                            answer = {result, token};
-                                        });
-        return answer;
+        const auto answer = host_proxy::configDirectReport(subHal.hal(), sensor, channel,
+                                                           static_cast<RateLevel>(rate));
+        return {answer.result, answer.value};
     }
 
     /** "enable H V" and "batch H period latency" lines since the last call. */

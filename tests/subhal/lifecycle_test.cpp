@@ -12,7 +12,6 @@ using android::hardware::sensors::V1_0::OperationMode;
 using android::hardware::sensors::V1_0::Result;
 using android::hardware::sensors::V1_0::SensorInfo;
 using android::hardware::sensors::V2_0::implementation::IHalProxyCallback;
-using testing_support::ISensorsSubHal;
 using testing_support::LoadedSubHal;
 using testing_support::LogCapture;
 using testing_support::LogLine;
@@ -20,10 +19,8 @@ using testing_support::onlySensors;
 
 TEST(Lifecycle, OneObjectWithItsVersionAndName) {
     LoadedSubHal subHal(onlySensors({1}));
-    const auto again =
-        reinterpret_cast<ISensorsSubHal* (*)(uint32_t*)>(subHal.library().entryPoint());
     uint32_t version = 0;
-    EXPECT_EQ(again(&version), &subHal.hal());
+    EXPECT_EQ(subHal.library().entryPoint()(&version), &subHal.hal());
     EXPECT_EQ(version, 0x02000000u);
     EXPECT_EQ(subHal.hal().getName(), "sensorhub");
     EXPECT_EQ(subHal.hal().setOperationMode(OperationMode::NORMAL), Result::BAD_VALUE);

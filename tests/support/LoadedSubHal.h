@@ -1,62 +1,17 @@
 #pragma once
 
-#include <V2_0/SubHal.h>
-
-#include <atomic>
 #include <functional>
-#include <mutex>
+#include <string>
 #include <vector>
 
-#include "simulator/HostedLibrary.h"
 #include "simulator/SimulatedHub.h"
 #include "tests/support/LogCapture.h"
-
-// The platform lets only its own HalProxyCallback make wakelocks, so the tests' proxy is one.
-namespace android::hardware::sensors::V2_0::implementation {
-
-/** Counts the proxy's wakelock. */
-class WakelockCounter : public IScopedWakelockRefCounter {
-  public:
-    bool incrementRefCountAndMaybeAcquireWakelock(size_t delta, int64_t* timeoutStart) override;
-    void decrementRefCountAndMaybeReleaseWakelock(size_t delta, int64_t timeoutStart) override;
-
-    int taken() const { return mTaken; }
-    int held() const { return mHeld; }
-
-  private:
-    std::atomic<int> mTaken{0};
-    std::atomic<int> mHeld{0};
-};
-
-class HalProxyCallback : public IHalProxyCallback {
-  public:
-    struct Post {
-        std::vector<Event> events;
-        bool wakelock;
-    };
-
-    ScopedWakelock createScopedWakelock(bool lock) override {
-        return ScopedWakelock(&mWakelock, lock);
-    }
-    void postEvents(const std::vector<Event>& events, ScopedWakelock wakelock) override;
-    Return<void> onDynamicSensorsConnected(const hidl_vec<SensorInfo>& infos) override;
-    Return<void> onDynamicSensorsDisconnected(const hidl_vec<int32_t>& handles) override;
-
-    std::vector<Post> take();
-    const WakelockCounter& wakelock() const { return mWakelock; }
-
-  private:
-    std::mutex mLock;
-    std::vector<Post> mPosts;
-    WakelockCounter mWakelock;
-};
-
-}  // namespace android::hardware::sensors::V2_0::implementation
+#include "tools/proxy/SubHalLibrary.h"
 
 namespace testing_support {
 
-using android::hardware::sensors::V2_0::implementation::HalProxyCallback;
-using android::hardware::sensors::V2_0::implementation::ISensorsSubHal;
+using host_proxy::HalProxyCallback;
+using host_proxy::ISensorsSubHal;
 
 /** The shipped library, loaded as the proxy loads it, on a hub without signals of its own. */
 class LoadedSubHal {
@@ -66,11 +21,12 @@ class LoadedSubHal {
     /** @param prepare runs on the hub before the library is loaded */
     explicit LoadedSubHal(const Options& options = {},
                           const std::function<void(simulator::SimulatedHub&)>& prepare = {});
+    ~LoadedSubHal();
 
     simulator::SimulatedHub& hub() { return mHub; }
-    ISensorsSubHal& hal() { return *mHal; }
+    ISensorsSubHal& hal() { return *mLibrary.subHal(); }
     HalProxyCallback& proxy() { return *mProxy; }
-    simulator::HostedLibrary& library() { return mLibrary; }
+    host_proxy::SubHalLibrary& library() { return mLibrary; }
 
     /** Hands the proxy's callback over and forgets the log so far. */
     void initialize();
@@ -90,8 +46,7 @@ class LoadedSubHal {
     LogCapture mLog;
     simulator::SimulatedHub mHub;
     android::sp<HalProxyCallback> mProxy;
-    simulator::HostedLibrary mLibrary;
-    ISensorsSubHal* mHal = nullptr;
+    host_proxy::SubHalLibrary mLibrary;
 };
 
 /** A hub that has only these sensors, with plausible values in every field. */

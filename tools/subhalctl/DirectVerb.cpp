@@ -41,21 +41,14 @@ class Channel {
         handle->data[0] = dup(regionFd);  // the library takes it over
         const SharedMemInfo memory{SharedMemType::ASHMEM, SharedMemFormat::SENSORS_EVENT, bytes,
                                    android::hardware::hidl_handle(handle)};
-        Result answer = Result::INVALID_OPERATION;
-        mProxy.subHal().registerDirectChannel(memory, [&](Result result, int32_t channel) {
-            answer = result;
-            mHandle = channel;
-        });
+        const auto answer = host_proxy::registerDirectChannel(mProxy.subHal(), memory);
         native_handle_delete(handle);
-        return answer;
+        mHandle = answer.value;
+        return answer.result;
     }
 
     Result setRate(int32_t sensorHandle, RateLevel level) {
-        Result answer = Result::INVALID_OPERATION;
-        mProxy.subHal().configDirectReport(
-            sensorHandle, mHandle, level,
-            [&](Result result, int32_t /*reportToken*/) { answer = result; });
-        return answer;
+        return host_proxy::configDirectReport(mProxy.subHal(), sensorHandle, mHandle, level).result;
     }
 
   private:
@@ -130,7 +123,7 @@ ExitCode refused(const char* what, Result result) {
 /** Events that have come through the proxy's callback so far. */
 size_t proxyEvents(Proxy& proxy) {
     size_t count = 0;
-    proxy.callback().events().receive(EventQueue::Clock::now(), [&count](const ReceivedEvent&) {
+    proxy.events().receive(EventQueue::Clock::now(), [&count](const ReceivedEvent&) {
         ++count;
         return false;
     });

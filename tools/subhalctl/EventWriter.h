@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/subhalctl/ProxyCallback.h"
+#include "tools/subhalctl/EventQueue.h"
 #include "tools/subhalctl/Statistics.h"
 
 namespace subhalctl {

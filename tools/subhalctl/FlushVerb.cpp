@@ -19,13 +19,12 @@ ExitCode waitForCompletion(Proxy& proxy, const SensorInfo& sensor, Clock::time_p
     const auto deadline =
         begin + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
     int64_t events = 0;
-    const auto end =
-        proxy.callback().events().receive(deadline, [&](const ReceivedEvent& received) {
-            if (received.event.sensorHandle != sensor.sensorHandle) return false;
-            if (kindOf(received.event) == EventKind::kFlushComplete) return true;
-            ++events;
-            return false;
-        });
+    const auto end = proxy.events().receive(deadline, [&](const ReceivedEvent& received) {
+        if (received.event.sensorHandle != sensor.sensorHandle) return false;
+        if (kindOf(received.event) == EventKind::kFlushComplete) return true;
+        ++events;
+        return false;
+    });
     if (end != EventQueue::End::kDone) {
         std::fprintf(stderr, "subhalctl: no completion of the flush\n");
         return kNoData;

@@ -1,6 +1,5 @@
 #include "tools/subhalctl/Proxy.h"
 
-#include <dlfcn.h>
 #include <unistd.h>
 
 #include <cinttypes>
@@ -52,53 +51,39 @@ std::string resultName(Result result) {
 }
 
 ExitCode Proxy::open() {
-    std::string error;
-    const EntryPoint entryPoint = load(&error);
-    if (entryPoint == nullptr) {
-        std::fprintf(stderr, "subhalctl: cannot load the library: %s\n", error.c_str());
+    if (mOptions.sim) makeHub();
+    mLibrary.emplace(mOptions.library.empty() ? defaultLibrary() : mOptions.library);
+    if (mLibrary->subHal() == nullptr) {
+        std::fprintf(stderr, "subhalctl: cannot load the library: %s\n", mLibrary->error().c_str());
         return kCannotLoad;
     }
-    return initialize(entryPoint);
+    return initialize();
 }
 
-Proxy::EntryPoint Proxy::load(std::string* error) {
-    const std::string path = mOptions.library.empty() ? defaultLibrary() : mOptions.library;
-    void* entryPoint = nullptr;
-    if (mOptions.sim) {
-        simulator::SimulatedHub::Options hubOptions;
-        hubOptions.seed = mOptions.seed;
-        hubOptions.generateSignals = true;
-        mHub.emplace(hubOptions);
-        mHubServices.emplace(*mHub);
-        mRearLight.emplace(*mHub);
-        mHub->setFile(kNfcCoverStatus, "0\n");  // or the flip cover detector stays hidden
-        mHosted = std::make_unique<simulator::HostedLibrary>(*mHub, path);
-        *error = mHosted->error();
-        entryPoint = mHosted->entryPoint();
-    } else {
-        mLibrary = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-        if (mLibrary != nullptr) entryPoint = dlsym(mLibrary, "sensorsHalGetSubHal");
-        if (entryPoint == nullptr) *error = dlerror();
-    }
-    return reinterpret_cast<EntryPoint>(entryPoint);
+void Proxy::makeHub() {
+    simulator::SimulatedHub::Options hubOptions;
+    hubOptions.seed = mOptions.seed;
+    hubOptions.generateSignals = true;
+    mHub.emplace(hubOptions);
+    mHubServices.emplace(*mHub);
+    mRearLight.emplace(*mHub);
+    mHub->setFile(kNfcCoverStatus, "0\n");  // or the flip cover detector stays hidden
 }
 
-ExitCode Proxy::initialize(EntryPoint entryPoint) {
-    uint32_t version = 0;
-    ISensorsSubHal* subHal = entryPoint(&version);
-    if (subHal == nullptr || version != SUB_HAL_2_0_VERSION) {
+ExitCode Proxy::initialize() {
+    if (mLibrary->version() != SUB_HAL_2_0_VERSION) {
         std::fprintf(stderr, "subhalctl: the library speaks version 0x%08" PRIx32 ", not 0x%08x\n",
-                     version, SUB_HAL_2_0_VERSION);
+                     mLibrary->version(), SUB_HAL_2_0_VERSION);
         return kCannotLoad;
     }
-    mCallback = new HalProxyCallback();
-    const Result result = subHal->initialize(mCallback);
+    mCallback = new HalProxyCallback(
+        [this](const auto& events, bool wakelock) { mEvents.push(events, wakelock); });
+    const Result result = subHal().initialize(mCallback);
     if (result != Result::OK) {
         std::fprintf(stderr, "subhalctl: initialize: %s\n", resultName(result).c_str());
         return kRefused;
     }
-    subHal->getSensorsList([this](const auto& list) { mSensors = list; });
-    mSubHal = subHal;
+    mSensors = host_proxy::sensorsOf(subHal());
     return kOk;
 }
 
@@ -115,9 +100,10 @@ const SensorInfo* Proxy::find(const std::string& text) const {
 }
 
 bool Proxy::close() {
-    mSubHal = nullptr;
-    if (mHosted) return mHosted->unload();
-    return mLibrary == nullptr;
+    if (!mLibrary) return true;
+    if (!mHub) return mLibrary->subHal() == nullptr;
+    const simulator::ShutdownHelper helper(*mHub);
+    return mLibrary->unload();
 }
 
 ActiveSensor::ActiveSensor(Proxy& proxy, const SensorInfo& sensor, int64_t periodNs,

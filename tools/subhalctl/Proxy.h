@@ -1,25 +1,22 @@
 #pragma once
 
-#include <V2_0/SubHal.h>
-
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "simulator/HostedLibrary.h"
 #include "simulator/HubServices.h"
 #include "simulator/RearLightSensor.h"
 #include "simulator/SimulatedHub.h"
+#include "tools/proxy/SubHalLibrary.h"
+#include "tools/subhalctl/EventQueue.h"
 #include "tools/subhalctl/ExitCode.h"
-#include "tools/subhalctl/ProxyCallback.h"
 
 namespace subhalctl {
 
-using android::hardware::sensors::V1_0::Result;
-using android::hardware::sensors::V2_0::implementation::HalProxyCallback;
-using android::hardware::sensors::V2_0::implementation::ISensorsSubHal;
+using host_proxy::HalProxyCallback;
+using host_proxy::ISensorsSubHal;
+using host_proxy::Result;
 
 struct GlobalOptions {
     bool sim = false;
@@ -48,8 +45,8 @@ class Proxy {
     ExitCode open();
 
     /** These need a successful open(). */
-    ISensorsSubHal& subHal() { return *mSubHal; }
-    HalProxyCallback& callback() { return *mCallback; }
+    ISensorsSubHal& subHal() { return *mLibrary->subHal(); }
+    EventQueue& events() { return mEvents; }
     const std::vector<SensorInfo>& sensors() const { return mSensors; }
 
     /** The one sensor that `text` names; null when it names none or several, which is told. */
@@ -66,22 +63,19 @@ class Proxy {
     bool close();
 
     /** Wakelocks not given back; of use once the library is unloaded. */
-    size_t wakelocksHeld() const { return mCallback ? mCallback->wakelocks().held() : 0; }
+    int wakelocksHeld() const { return mCallback ? mCallback->wakelock().held() : 0; }
 
   private:
-    using EntryPoint = ISensorsSubHal* (*)(uint32_t*);
-
-    EntryPoint load(std::string* error);
-    ExitCode initialize(EntryPoint entryPoint);
+    void makeHub();
+    ExitCode initialize();
 
     const GlobalOptions& mOptions;
     std::optional<simulator::SimulatedHub> mHub;
     std::optional<simulator::HubServices> mHubServices;
     std::optional<simulator::RearLightSensor> mRearLight;
+    EventQueue mEvents;
     android::sp<HalProxyCallback> mCallback;
-    std::unique_ptr<simulator::HostedLibrary> mHosted;  // with "--sim"
-    void* mLibrary = nullptr;                           // without; never closed
-    ISensorsSubHal* mSubHal = nullptr;                  // the library's
+    std::optional<host_proxy::SubHalLibrary> mLibrary;
     std::vector<SensorInfo> mSensors;
 };
 

@@ -123,7 +123,7 @@ ExitCode Watch::run() {
             EventQueue::Clock::now() + std::chrono::duration_cast<EventQueue::Clock::duration>(
                                            std::chrono::duration<double>(mOptions.seconds));
     }
-    const auto end = mProxy.callback().events().receive(
+    const auto end = mProxy.events().receive(
         deadline, [this](const ReceivedEvent& received) { return handle(received); });
     mActive.clear();
     if (!quiet) mWriter->summary(mWatched);

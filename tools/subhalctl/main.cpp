@@ -30,6 +30,6 @@ int main(int argc, char** argv) {
     std::fflush(stdout);
     if (!mayExit) _exit(exitCode);
     if (proxy.wakelocksHeld() == 0) return exitCode;
-    std::fprintf(stderr, "subhalctl: %zu wakelocks were not given back\n", proxy.wakelocksHeld());
+    std::fprintf(stderr, "subhalctl: %d wakelocks were not given back\n", proxy.wakelocksHeld());
     return exitCode == subhalctl::kOk ? subhalctl::kCheckFailed : exitCode;
 }

@@ -1,6 +1,4 @@
-#include "tools/subhalctl/ProxyCallback.h"
-
-#include <utils/SystemClock.h>
+#include "tools/subhalctl/EventQueue.h"
 
 #include <algorithm>
 #include <utility>
@@ -44,42 +42,4 @@ EventQueue::End EventQueue::receive(Clock::time_point deadline,
     }
 }
 
-bool WakelockCounter::incrementRefCountAndMaybeAcquireWakelock(size_t delta,
-                                                               int64_t* timeoutStart) {
-    if (timeoutStart != nullptr) *timeoutStart = android::elapsedRealtimeNano();
-    const std::lock_guard<std::mutex> lock(mLock);
-    mHeld += delta;
-    return true;
-}
-
-void WakelockCounter::decrementRefCountAndMaybeReleaseWakelock(size_t delta, int64_t) {
-    const std::lock_guard<std::mutex> lock(mLock);
-    mHeld -= std::min(mHeld, delta);
-}
-
-size_t WakelockCounter::held() const {
-    const std::lock_guard<std::mutex> lock(mLock);
-    return mHeld;
-}
-
 }  // namespace subhalctl
-
-namespace android::hardware::sensors::V2_0::implementation {
-
-ScopedWakelock HalProxyCallback::createScopedWakelock(bool lock) {
-    return ScopedWakelock(&mWakelocks, lock);
-}
-
-void HalProxyCallback::postEvents(const std::vector<Event>& events, ScopedWakelock wakelock) {
-    mEvents.push(events, wakelock.isLocked());
-}
-
-Return<void> HalProxyCallback::onDynamicSensorsConnected(const hidl_vec<SensorInfo>&) {
-    return Void();
-}
-
-Return<void> HalProxyCallback::onDynamicSensorsDisconnected(const hidl_vec<int32_t>&) {
-    return Void();
-}
-
-}  // namespace android::hardware::sensors::V2_0::implementation

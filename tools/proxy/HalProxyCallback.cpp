@@ -1,0 +1,49 @@
+#include "tools/proxy/HalProxyCallback.h"
+
+#include <utils/SystemClock.h>
+
+#include <utility>
+
+namespace android::hardware::sensors::V2_0::implementation {
+
+bool WakelockCounter::incrementRefCountAndMaybeAcquireWakelock(size_t delta,
+                                                               int64_t* timeoutStart) {
+    if (timeoutStart != nullptr) *timeoutStart = android::elapsedRealtimeNano();
+    mTaken += static_cast<int>(delta);
+    mHeld += static_cast<int>(delta);
+    return true;
+}
+
+void WakelockCounter::decrementRefCountAndMaybeReleaseWakelock(size_t delta, int64_t) {
+    mHeld -= static_cast<int>(delta);
+}
+
+HalProxyCallback::HalProxyCallback(Handler handler) : mHandler(std::move(handler)) {}
+
+ScopedWakelock HalProxyCallback::createScopedWakelock(bool lock) {
+    return ScopedWakelock(&mWakelock, lock);
+}
+
+void HalProxyCallback::postEvents(const std::vector<Event>& events, ScopedWakelock wakelock) {
+    if (mHandler) {
+        mHandler(events, wakelock.isLocked());
+        return;
+    }
+    const std::lock_guard<std::mutex> lock(mLock);
+    mPosts.push_back({events, wakelock.isLocked()});
+}
+
+Return<void> HalProxyCallback::onDynamicSensorsConnected(const hidl_vec<SensorInfo>&) {
+    return Void();
+}
+
+Return<void> HalProxyCallback::onDynamicSensorsDisconnected(const hidl_vec<int32_t>&) {
+    return Void();
+}
+
+std::vector<HalProxyCallback::Post> HalProxyCallback::take() {
+    const std::lock_guard<std::mutex> lock(mLock);
+    return std::exchange(mPosts, {});
+}
+
+}  // namespace android::hardware::sensors::V2_0::implementation

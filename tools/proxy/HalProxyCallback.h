@@ -1,0 +1,59 @@
+#pragma once
+
+#include <V2_0/SubHal.h>
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <mutex>
+#include <vector>
+
+// The platform lets only its own HalProxyCallback make wakelocks, so a host program's proxy is one.
+namespace android::hardware::sensors::V2_0::implementation {
+
+/** Counts the shares in the proxy's one wakelock. Any thread. */
+class WakelockCounter : public IScopedWakelockRefCounter {
+  public:
+    bool incrementRefCountAndMaybeAcquireWakelock(size_t delta, int64_t* timeoutStart) override;
+    void decrementRefCountAndMaybeReleaseWakelock(size_t delta, int64_t timeoutStart) override;
+
+    /** Shares ever given out, and those that have not come back. */
+    int taken() const { return mTaken; }
+    int held() const { return mHeld; }
+
+  private:
+    std::atomic<int> mTaken{0};
+    std::atomic<int> mHeld{0};
+};
+
+/** What a library sees of the proxy. Any thread. */
+class HalProxyCallback : public IHalProxyCallback {
+  public:
+    /** Events that came in one call. */
+    struct Post {
+        std::vector<Event> events;
+        bool wakelock;
+    };
+    using Handler = std::function<void(const std::vector<Event>& events, bool wakelock)>;
+
+    /** Keeps all posts for take(). */
+    HalProxyCallback() = default;
+    /** Keeps none: `handler` gets each on the library's thread, while its wakelock is held. */
+    explicit HalProxyCallback(Handler handler);
+
+    ScopedWakelock createScopedWakelock(bool lock) override;
+    void postEvents(const std::vector<Event>& events, ScopedWakelock wakelock) override;
+    Return<void> onDynamicSensorsConnected(const hidl_vec<SensorInfo>& sensorInfos) override;
+    Return<void> onDynamicSensorsDisconnected(const hidl_vec<int32_t>& sensorHandles) override;
+
+    std::vector<Post> take();
+    const WakelockCounter& wakelock() const { return mWakelock; }
+
+  private:
+    const Handler mHandler;
+    WakelockCounter mWakelock;
+    std::mutex mLock;
+    std::vector<Post> mPosts;  // guarded by mLock
+};
+
+}  // namespace android::hardware::sensors::V2_0::implementation
