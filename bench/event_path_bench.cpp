@@ -141,11 +141,9 @@ class Loaded {
 class BareDevice {
   public:
     BareDevice() {
-        const std::string number = std::to_string(mHub.deviceNumber(kAccelerometer));
-        const std::string buffer = "/sys/bus/iio/devices/iio:device" + number + "/buffer/";
-        mFd = open(("/dev/iio:device" + number).c_str(), O_RDONLY | O_CLOEXEC);
-        set(buffer + "length", "600\n");
-        set(buffer + "enable", "1\n");
+        mFd = open(mHub.devicePath(kAccelerometer).c_str(), O_RDONLY | O_CLOEXEC);
+        set(mHub.attributePath(kAccelerometer, "buffer/length"), "600\n");
+        set(mHub.attributePath(kAccelerometer, "buffer/enable"), "1\n");
         if (mFd < 0) abort();
     }
     ~BareDevice() { close(mFd); }
@@ -361,14 +359,11 @@ void startUpFloor(benchmark::State& state) {
         std::vector<int> fds;
         const Clock::time_point begin = Clock::now();
         for (int handle = 1; handle <= 71; ++handle) {
-            const int number = hub.deviceNumber(handle);
-            if (number < 0) continue;
-            const std::string device = "/sys/bus/iio/devices/iio:device" + std::to_string(number);
-            touch(device + "/name", O_RDONLY, nullptr);
-            fds.push_back(
-                open(("/dev/iio:device" + std::to_string(number)).c_str(), O_RDONLY | O_CLOEXEC));
-            touch(device + "/buffer/length", O_WRONLY, "600\n");
-            touch(device + "/buffer/enable", O_WRONLY, "1\n");
+            if (hub.device(handle).number < 0) continue;
+            touch(hub.attributePath(handle, "name"), O_RDONLY, nullptr);
+            fds.push_back(open(hub.devicePath(handle).c_str(), O_RDONLY | O_CLOEXEC));
+            touch(hub.attributePath(handle, "buffer/length"), O_WRONLY, "600\n");
+            touch(hub.attributePath(handle, "buffer/enable"), O_WRONLY, "1\n");
         }
         state.SetIterationTime(secondsOf(Clock::now() - begin));
         for (const int fd : fds)

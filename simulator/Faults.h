@@ -20,8 +20,6 @@ class Faults {
     /** Counts one call; the errno with which it is to fail, or 0. */
     int next(Call call, const std::string& path);
 
-    void clear() { mFaults.clear(); }
-
   private:
     struct Fault {
         int error;

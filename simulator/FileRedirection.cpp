@@ -16,10 +16,9 @@
 #include <atomic>
 #include <cerrno>
 #include <cstdarg>
-#include <cstdio>
 #include <cstring>
 
-#include "simulator/HubPaths.h"
+#include "simulator/NodePaths.h"
 
 namespace simulator {
 namespace {
@@ -55,8 +54,6 @@ class Next {
 
 Next<int(const char*, int, ...)> gOpen("open");
 Next<int(int, const char*, int, ...)> gOpenAt("openat");
-Next<FILE*(const char*, const char*)> gFopen("fopen");
-Next<int(FILE*)> gFclose("fclose");
 Next<DIR*(const char*)> gOpendir("opendir");
 Next<int(const char*)> gRemove("remove");
 Next<int(const char*)> gUnlink("unlink");
@@ -75,8 +72,6 @@ Next<int(struct pollfd*, nfds_t, int)> gPoll("poll");
 __attribute__((constructor)) void resolveAll() {
     gOpen.get();
     gOpenAt.get();
-    gFopen.get();
-    gFclose.get();
     gOpendir.get();
     gRemove.get();
     gUnlink.get();
@@ -135,29 +130,6 @@ int openFileAt(int directory, const char* path, int flags, mode_t mode) {
         if (!inHub.empty()) return openInHub(*hub, inHub, flags, mode);
     }
     return ordinary(gOpenAt.get()(directory, path, flags, mode));
-}
-
-int flagsOfMode(const char* mode) {
-    int flags = std::strchr(mode, '+') != nullptr ? O_RDWR : O_WRONLY;
-    if (mode[0] == 'r' && flags == O_WRONLY) flags = O_RDONLY;
-    if (mode[0] == 'w') flags |= O_CREAT | O_TRUNC;
-    if (mode[0] == 'a') flags |= O_CREAT | O_APPEND;
-    if (std::strchr(mode, 'x') != nullptr) flags |= O_EXCL;
-    if (std::strchr(mode, 'e') != nullptr) flags |= O_CLOEXEC;
-    return flags;
-}
-
-FILE* openStream(const char* path, const char* mode) {
-    if (FileBackend* hub = backend()) {
-        const std::string inHub = hubPath(path);
-        if (!inHub.empty()) {
-            const int fd = openInHub(*hub, inHub, flagsOfMode(mode), 0666);
-            return fd < 0 ? nullptr : fdopen(fd, mode);
-        }
-    }
-    FILE* stream = gFopen.get()(path, mode);
-    if (stream != nullptr) ordinary(fileno(stream));
-    return stream;
 }
 
 /** Runs `call` on the path that `path` stands for. */
@@ -235,6 +207,9 @@ ssize_t write(int fd, const void* buffer, size_t size) {
 int open(const char* path, int flags, mode_t mode) {
     return gOpen.get()(path, flags, mode);
 }
+int close(int fd) {
+    return gClose.get()(fd);
+}
 }  // namespace real
 
 }  // namespace simulator
@@ -289,22 +264,6 @@ int __open64_2(const char* path, int flags) {
 
 int creat(const char* path, mode_t mode) {
     return simulator::openFile(path, O_WRONLY | O_CREAT | O_TRUNC, mode);
-}
-
-FILE* fopen(const char* path, const char* mode) {
-    return simulator::openStream(path, mode);
-}
-
-FILE* fopen64(const char* path, const char* mode) {
-    return simulator::openStream(path, mode);
-}
-
-int fclose(FILE* stream) {
-    const int error = simulator::forget(fileno(stream));
-    const int result = simulator::gFclose.get()(stream);
-    if (error == 0) return result;
-    errno = error;
-    return EOF;
 }
 
 DIR* opendir(const char* path) {

@@ -45,6 +45,7 @@ namespace real {
 ssize_t read(int fd, void* buffer, size_t size);
 ssize_t write(int fd, const void* buffer, size_t size);
 int open(const char* path, int flags, mode_t mode);
+int close(int fd);
 }  // namespace real
 
 }  // namespace simulator

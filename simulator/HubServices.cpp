@@ -9,15 +9,11 @@
 #include <mutex>
 #include <utility>
 
+#include "simulator/NodePaths.h"
 #include "simulator/RecordBuilder.h"
 
 namespace simulator {
 namespace {
-
-constexpr char kFileManagerPath[] = "/sys/class/sensors/hbx_sensor/shub_file";
-constexpr char kDumpPath[] = "/sys/class/sensors/hbx_sensor/shub_dump";
-constexpr char kContextListPath[] = "/sys/class/sensors/hbx_sensor/qcontext_list";
-constexpr char kMessagePath[] = "/dev/hbx_sensorhub";
 
 constexpr int kContextHandle = 32;
 constexpr int kHousekeepingHandle = 33;

@@ -8,13 +8,21 @@
 #include <cstring>
 
 #include "simulator/FileRedirection.h"
-#include "simulator/HubPaths.h"
+#include "simulator/NodePaths.h"
 
 namespace simulator {
 namespace {
 
-constexpr size_t kMaxRecord = 4096;  // one packet of a FIFO
-constexpr int kMaxLength = 1 << 20;
+constexpr size_t kMaxRecord = 4096;       // one packet of a FIFO
+constexpr uint64_t kMaxBuffer = 4 << 20;  // the most that the kernel allocates in one piece
+
+/** Records for which a kfifo of this length has room. */
+uint64_t capacityOf(uint32_t length) {
+    uint64_t capacity = 2;
+    while (capacity < length)
+        capacity *= 2;
+    return capacity;
+}
 
 }  // namespace
 
@@ -33,73 +41,92 @@ bool IioDevice::attach(const std::string& path) {
 }
 
 std::string IioDevice::devicePath() const {
-    return "/dev/iio:device" + std::to_string(mNumber);
+    return recordDevicePath(mNumber);
 }
 
 std::string IioDevice::attributePath(const std::string& attribute) const {
-    return kIioDirectory + ("iio:device" + std::to_string(mNumber)) + "/" + attribute;
+    return iioAttributePath(mNumber, attribute);
 }
 
-int IioDevice::setLength(int length) {
+DeviceState IioDevice::state() const {
+    return {mNumber, enabled, mBufferEnabled, periodNs, latencyNs, mRecords.size()};
+}
+
+int IioDevice::setLength(uint32_t length) {
     if (length == mLength) return 0;
     if (mBufferEnabled) return EBUSY;
-    if (length < 1 || length > kMaxLength) return EINVAL;
-    mLength = length;
-    mCapacity = 1;
-    while (mCapacity < static_cast<size_t>(length))
-        mCapacity *= 2;
+    mLength = std::max(length, 2U);
+    mWatermark = std::min(mWatermark, mLength);
     return 0;
 }
 
-void IioDevice::setBufferEnabled(bool enable) {
-    if (enable && !mBufferEnabled) drain();
+int IioDevice::setWatermark(uint32_t watermark) {
+    if (watermark == 0 || watermark > mLength) return EINVAL;
+    if (mBufferEnabled) return EBUSY;
+    mWatermark = watermark;
+    return 0;
+}
+
+int IioDevice::setBufferEnabled(bool enable) {
+    if (enable == mBufferEnabled) return 0;
+    if (enable && capacityOf(mLength) * mProfile.recordSize > kMaxBuffer) return ENOMEM;
+    if (enable) mRecords.clear();
     mBufferEnabled = enable;
-    mEverEnabled = mEverEnabled || enable;
+    mEverEnabled = true;
+    settle();
+    return 0;
 }
 
-bool IioDevice::push(const std::string& record, bool force) {
-    if (record.empty() || record.size() > kMaxRecord) return false;
-    if (!force && (!mBufferEnabled || mRecords.size() >= mCapacity)) return false;
-    mRecords.push_back(record);
-    refill();
-    return true;
-}
-
-ssize_t IioDevice::take(int fd, void* buffer, size_t size) {
-    if (size < mRecords.front().size()) return -EINVAL;
-    char record[kMaxRecord];
-    const ssize_t got = real::read(fd, record, sizeof(record));
-    if (got < 0) return -errno;
-    taken();
-    size_t count = std::min(static_cast<size_t>(got), size);
-    if (cutNext) {
-        count = std::min(count, *cutNext);
-        cutNext.reset();
-    }
-    std::memcpy(buffer, record, count);
-    return static_cast<ssize_t>(count);
-}
-
-void IioDevice::taken() {
-    if (mRecords.empty()) return;
-    mRecords.pop_front();
-    if (mInFifo > 0) --mInFifo;
-    refill();
-}
-
-void IioDevice::drain() {
-    mRecords.clear();
-    mInFifo = 0;
-    char record[kMaxRecord];
-    while (real::read(mFifo, record, sizeof(record)) > 0) {
-    }
-}
-
-std::string IioDevice::dataAvailable() const {
+std::string IioDevice::dataAvailableText() const {
     return fixedDataAvailable ? *fixedDataAvailable : std::to_string(mRecords.size()) + "\n";
 }
 
-void IioDevice::refill() {
+bool IioDevice::push(const std::string& record, bool force) {
+    if (record.empty() || record.size() > kMaxRecord || mRemoved) return false;
+    if (!force && (!mBufferEnabled || mRecords.size() >= capacityOf(mLength))) return false;
+    mRecords.push_back(record);
+    settle();
+    return true;
+}
+
+ssize_t IioDevice::take(void* buffer, size_t size) {
+    if (size < mRecords.front().size()) return -EINVAL;
+    const size_t most = std::max<size_t>(1, size / mProfile.recordSize);
+    size_t filled = 0;
+    for (size_t i = 0; i < most && !mRecords.empty(); ++i) {
+        size_t count = mRecords.front().size();
+        if (count > size - filled) break;
+        if (cutNext) count = std::min(count, *cutNext);
+        cutNext.reset();
+        std::memcpy(static_cast<char*>(buffer) + filled, mRecords.front().data(), count);
+        filled += count;
+        mRecords.pop_front();
+        char packet;
+        if (mInFifo > 0 && real::read(mFifo, &packet, 1) == 1) --mInFifo;
+    }
+    settle();
+    return static_cast<ssize_t>(filled);
+}
+
+void IioDevice::remove() {
+    mRemoved = true;
+    mRecords.clear();
+    settle();
+}
+
+void IioDevice::emptyFifo() {
+    mInFifo = 0;
+    char packet;
+    while (real::read(mFifo, &packet, 1) > 0) {
+    }
+}
+
+void IioDevice::settle() {
+    // The watermark holds only while the buffer is on.
+    const size_t wanted = mBufferEnabled ? mWatermark : 1;
+    const bool ready = mRecords.size() >= wanted;
+    if (mInFifo > (ready ? mRecords.size() : 0)) emptyFifo();
+    if (!ready) return;
     while (mInFifo < mRecords.size()) {
         const std::string& record = mRecords[mInFifo];
         if (real::write(mFifo, record.data(), record.size()) < 0) return;

@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 
+#include "simulator/NodePaths.h"
 #include "simulator/SimulatedHub.h"
 
 namespace simulator {
@@ -15,8 +16,8 @@ namespace simulator {
  */
 class RearLightSensor {
   public:
-    static constexpr char kEnablePath[] = "/sys/class/sensors/als_rear/als_enable";
-    static constexpr char kDataPath[] = "/sys/class/sensors/als_rear/als_data";
+    static constexpr const char* kEnablePath = kRearEnablePath;
+    static constexpr const char* kDataPath = kRearDataPath;
 
     explicit RearLightSensor(SimulatedHub& hub);
     ~RearLightSensor();

@@ -8,27 +8,30 @@ namespace simulator {
 /** One thing that the library asked of the hub's driver, accepted or rejected. */
 struct Request {
     enum class Kind {
-        kEnable,        ///< enable file: `handle`, `enable`
-        kFlush,         ///< flush file: `handle`
-        kBatch,         ///< batch ioctl: `handle`, `periodNs`, `latencyNs`, `flag`
-        kBufferLength,  ///< IIO buffer/length: `handle`; the number is in `bytes`
-        kBufferEnable,  ///< IIO buffer/enable: `handle`, `enable`
-        kInjection,     ///< data injection device: `handle`, the whole packet in `bytes`
-        kWrite,         ///< write to any other node below /sys or /dev: `bytes`
-        kIoctl,         ///< any other ioctl on a hub node: its number in `ioctlNumber`
+        kEnable,           ///< enable file: `handle`, `enable`
+        kFlush,            ///< flush file: `handle`
+        kBatch,            ///< batch ioctl: `handle`, `periodNs`, `latencyNs`, `flag`
+        kBufferLength,     ///< IIO buffer/length: `handle`, `value`
+        kBufferWatermark,  ///< IIO buffer/watermark: `handle`, `value`
+        kBufferEnable,     ///< IIO buffer/enable: `handle`, `enable`
+        kInjection,        ///< data injection device: `handle`, the whole packet in `bytes`
+        kWrite,            ///< write to any other node below /sys or /dev: `bytes`
+        kIoctl,            ///< any other ioctl on a hub node: its number in `ioctlNumber`
     };
 
     Kind kind = Kind::kWrite;
     int error = 0;    ///< errno with which the driver refused it, 0 when it was accepted
     int handle = -1;  ///< sensor handle, -1 when there is none or it could not be told
     int enable = -1;  ///< 0 or 1, -1 where it has no meaning
+    uint32_t value = 0;
     int64_t periodNs = 0;
     int64_t latencyNs = 0;
     int32_t flag = 0;
     unsigned long ioctlNumber = 0;
-    int access = -1;    ///< O_RDONLY, O_WRONLY or O_RDWR, as the node was opened
-    std::string path;   ///< path as the library names it ("/sys/class/sensors/...")
-    std::string bytes;  ///< what was written, or the record handed to the ioctl
+    int access = -1;     ///< O_RDONLY, O_WRONLY or O_RDWR, as the node was opened
+    int64_t offset = 0;  ///< position of the attribute's descriptor before the write
+    std::string path;    ///< path as the library names it ("/sys/class/sensors/...")
+    std::string bytes;   ///< what was written, or the record handed to the ioctl
 };
 
 }  // namespace simulator

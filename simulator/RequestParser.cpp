@@ -1,6 +1,8 @@
 #include "simulator/RequestParser.h"
 
+#include <cctype>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 
 namespace simulator {
@@ -37,6 +39,11 @@ bool takeTerminator(std::string* text, char terminator) {
     if (text->empty() || text->back() != terminator) return false;
     text->pop_back();
     return true;
+}
+
+/** The part of a write that the kernel's text functions see. */
+std::string upToNul(const std::string& bytes) {
+    return bytes.substr(0, bytes.find('\0'));
 }
 
 Request make(Request::Kind kind, const std::string& bytes) {
@@ -91,17 +98,33 @@ Request parseBatch(unsigned long ioctlNumber, const void* record, const std::set
     return sound ? request : refused(request);
 }
 
-Request parseBufferLength(const std::string& bytes, int* length) {
-    Request request = make(Request::Kind::kBufferLength, bytes);
-    std::string text = bytes;
-    *length = takeTerminator(&text, '\n') ? decimal(text) : -1;
-    return *length >= 0 ? request : refused(request);
+Request parseBufferNumber(Request::Kind kind, const std::string& bytes) {
+    Request request = make(kind, bytes);
+    std::string text = upToNul(bytes);
+    takeTerminator(&text, '\n');
+    if (!text.empty() && text[0] == '+') text.erase(0, 1);
+    const bool isNumber =
+        !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
+    if (!isNumber) return refused(request);
+    const uint64_t value = std::strtoull(text.c_str(), nullptr, 10);  // saturates
+    request.value = static_cast<uint32_t>(value);
+    if (value > UINT32_MAX) request.error = ERANGE;
+    return request;
 }
 
 Request parseBufferEnable(const std::string& bytes) {
     Request request = make(Request::Kind::kBufferEnable, bytes);
-    if (bytes != "0\n" && bytes != "1\n") return refused(request);
-    request.enable = bytes[0] - '0';
+    std::string text = upToNul(bytes).substr(0, 2);
+    for (char& c : text)
+        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    const char first = text.empty() ? '\0' : text[0];
+    if (text == "on" || first == '1' || first == 'y' || first == 't') {
+        request.enable = 1;
+    } else if (text == "of" || first == '0' || first == 'n' || first == 'f') {
+        request.enable = 0;
+    } else {
+        request.error = EINVAL;
+    }
     return request;
 }
 

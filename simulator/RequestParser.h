@@ -22,10 +22,10 @@ Request parseFlush(const std::string& bytes, const std::set<int>& handles);
 /** ioctl 0x8008FC00 | handle on the batch device, with a 24-byte record. */
 Request parseBatch(unsigned long ioctlNumber, const void* record, const std::set<int>& handles);
 
-/** Decimal and newline; the number goes to `*length`. */
-Request parseBufferLength(const std::string& bytes, int* length);
+/** A buffer's length or watermark as the kernel reads numbers: "600", "+600\n", "600\0". */
+Request parseBufferNumber(Request::Kind kind, const std::string& bytes);
 
-/** "0\n" or "1\n". */
+/** A truth value as the kernel reads it: by its first letters, as in "1", "y", "on". */
 Request parseBufferEnable(const std::string& bytes);
 
 /** Byte 0 is 1, byte 1 a handle, data behind them. */

@@ -48,9 +48,9 @@ SignalGenerator::~SignalGenerator() {
 void SignalGenerator::addSensor(const DeviceProfile& profile, const SensorSpec& spec) {
     std::lock_guard<std::mutex> lock(mMutex);
     Stream stream;
-    stream.profile = profile;
+    stream.profile = &profile;
     stream.spec = spec;
-    mStreams.emplace(profile.handle, std::move(stream));
+    mStreams.emplace(spec.handle, std::move(stream));
 }
 
 void SignalGenerator::setEnabled(int handle, bool enabled) {
@@ -71,7 +71,7 @@ void SignalGenerator::setRate(int handle, int64_t periodNs, int64_t latencyNs) {
     if (stream == nullptr) return;
     stream->periodNs = periodNs;
     stream->latencyNs = latencyNs;
-    const int64_t period = effectivePeriodNs(stream->profile, stream->spec, periodNs);
+    const int64_t period = effectivePeriodNs(*stream->profile, stream->spec, periodNs);
     stream->nextSampleNs = std::min(stream->nextSampleNs, bootTimeNs() + period);
     mWoken = true;
     mChanged.notify_all();
@@ -82,7 +82,7 @@ void SignalGenerator::flush(int handle) {
     Stream* stream = find(handle);
     if (stream == nullptr) return;
     release(*stream);
-    mSink(handle, std::string(stream->profile.recordSize, '\0'));
+    mSink(handle, std::string(stream->profile->recordSize, '\0'));
 }
 
 SignalGenerator::Stream* SignalGenerator::find(int handle) {
@@ -104,15 +104,15 @@ void SignalGenerator::run() {
 }
 
 int64_t SignalGenerator::serve(Stream& stream, int64_t nowNs) {
-    if (!stream.enabled || stream.profile.signal == nullptr) return kNever;
-    const int64_t period = effectivePeriodNs(stream.profile, stream.spec, stream.periodNs);
+    if (!stream.enabled || stream.profile->signal == nullptr) return kNever;
+    const int64_t period = effectivePeriodNs(*stream.profile, stream.spec, stream.periodNs);
     if (nowNs - stream.nextSampleNs > kMaxLagNs) stream.nextSampleNs = nowNs;
     while (stream.enabled && stream.nextSampleNs <= nowNs) {
         sample(stream, stream.nextSampleNs);
         stream.nextSampleNs += period;
     }
     const bool batching = stream.latencyNs > 0 && stream.spec.fifoMax > 0 &&
-                          stream.profile.reporting != Reporting::kOneShot;
+                          stream.profile->reporting != Reporting::kOneShot;
     const int64_t dueNs = batching ? stream.heldSinceNs + stream.latencyNs : nowNs;
     if (dueNs <= nowNs || stream.held.size() >= stream.spec.fifoMax) release(stream);
     if (!stream.enabled) return kNever;
@@ -121,8 +121,8 @@ int64_t SignalGenerator::serve(Stream& stream, int64_t nowNs) {
 
 void SignalGenerator::sample(Stream& stream, int64_t timeNs) {
     RecordBuilder data;
-    stream.profile.signal(mWorld, stream.spec, static_cast<double>(timeNs - mStartNs) / 1e9, data);
-    const Reporting reporting = stream.profile.reporting;
+    stream.profile->signal(mWorld, stream.spec, static_cast<double>(timeNs - mStartNs) / 1e9, data);
+    const Reporting reporting = stream.profile->reporting;
     const bool first = !stream.hasLast;
     const bool changed = first || data.bytes() != stream.lastData;
     stream.lastData = data.bytes();
@@ -139,7 +139,7 @@ void SignalGenerator::sample(Stream& stream, int64_t timeNs) {
 
 void SignalGenerator::release(Stream& stream) {
     for (const std::string& record : stream.held)
-        mSink(stream.profile.handle, record);
+        mSink(stream.spec.handle, record);
     stream.held.clear();
 }
 

@@ -36,7 +36,7 @@ class SignalGenerator {
 
   private:
     struct Stream {
-        DeviceProfile profile;
+        const DeviceProfile* profile = nullptr;
         SensorSpec spec;
         bool enabled = false;
         int64_t periodNs = 0;

@@ -1,44 +1,118 @@
 #include "simulator/SimulatedHub.h"
 
 #include <algorithm>
-#include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
-#include <mutex>
+#include <iterator>
 #include <thread>
 #include <utility>
 
-#include "simulator/HubDriver.h"
-#include "simulator/HubPaths.h"
+#include "simulator/IioDevice.h"
+#include "simulator/NodePaths.h"
+#include "simulator/SignalGenerator.h"
 
 namespace simulator {
+namespace {
 
-class SimulatedHub::Impl {
-  public:
-    explicit Impl(const Options& options) : driver(options) {
-        if (installBackend(&driver)) return;
-        std::fprintf(stderr, "simulator: another hub is still there\n");
-        std::abort();
+constexpr int kQContextHandle = 32;
+constexpr int kSensorHubHandle = 33;
+
+[[noreturn]] void fail(const std::string& message) {
+    std::fprintf(stderr, "simulator: %s\n", message.c_str());
+    std::abort();
+}
+
+}  // namespace
+
+SimulatedHub::SimulatedHub(const Options& options) {
+    buildDevices(options);
+    describe(kEnablePath, NodeKind::kEnable);
+    describe(kFlushPath, NodeKind::kFlush);
+    describe(kBatchPath, NodeKind::kBatch);
+    describe(kShubInjectionPath, NodeKind::kInjection);
+    describe(kHbxInjectionPath, NodeKind::kInjection);
+    mTree.makeDirectory(kDataDirectory);
+    if (options.generateSignals) {
+        mGenerator = std::make_unique<SignalGenerator>(
+            options.seed, [this](int handle, const std::string& record) { push(handle, record); });
+        for (const auto& device : mDevices)
+            mGenerator->addSensor(device->profile(), device->spec());
     }
-    ~Impl() { removeBackend(); }
+    if (!installBackend(this)) fail("another hub is still there");
+}
 
-    HubDriver driver;
-};
+SimulatedHub::~SimulatedHub() {
+    removeBackend();
+}
 
-SimulatedHub::SimulatedHub() : SimulatedHub(Options()) {}
-SimulatedHub::SimulatedHub(const Options& options) : mImpl(std::make_unique<Impl>(options)) {}
-SimulatedHub::~SimulatedHub() = default;
+void SimulatedHub::buildDevices(const Options& options) {
+    // Neighbours of the hub's devices, as every phone has them.
+    mTree.write(kIioDirectory + std::string("iio:device0/name"), "pmic-adc\n");
+    mTree.write(kIioDirectory + std::string("trigger0/name"), "timer\n");
+    std::string specFile;
+    for (const SensorSpec& spec : options.sensors) {
+        specFile += encodeSpec(spec);
+        buildDevice(spec);
+    }
+    mTree.write(kSpecPath, specFile);
+    SensorSpec own;
+    own.handle = kQContextHandle;
+    buildDevice(own);
+    own.handle = kSensorHubHandle;
+    if (options.hasSensorHub) buildDevice(own);
+}
 
-const std::string& SimulatedHub::root() const {
-    return mImpl->driver.tree().root();
+void SimulatedHub::buildDevice(const SensorSpec& spec) {
+    const DeviceProfile* profile = findProfile(spec.handle);
+    if (profile == nullptr) {
+        fail("sensor " + std::to_string(spec.handle) +
+             " has no row in the table of simulator/DeviceProfile.cpp");
+    }
+    if (mByHandle.count(spec.handle) != 0) return;
+    const int number = static_cast<int>(mDevices.size()) + 1;
+    mDevices.push_back(std::make_unique<IioDevice>(*profile, spec, number));
+    IioDevice* device = mDevices.back().get();
+    mByHandle[spec.handle] = device;
+    mHandles.insert(spec.handle);
+
+    mTree.write(device->attributePath("name"), deviceName(*profile, spec.wakeUp) + "\n");
+    describe(device->attributePath("buffer/length"), NodeKind::kBufferLength, device);
+    describe(device->attributePath("buffer/watermark"), NodeKind::kBufferWatermark, device);
+    describe(device->attributePath("buffer/enable"), NodeKind::kBufferEnable, device);
+    describe(device->attributePath("buffer/data_available"), NodeKind::kDataAvailable, device);
+    mTree.makeFifo(device->devicePath());
+    describe(device->devicePath(), NodeKind::kRecords, device);
+    if (!device->attach(mTree.real(device->devicePath()))) fail("a FIFO cannot be opened");
+}
+
+void SimulatedHub::describe(const std::string& path, NodeKind kind, IioDevice* device) {
+    if (!mTree.exists(path)) mTree.write(path, "");
+    Node& node = mNodes[nodeNumber(path) - 1];
+    node.kind = kind;
+    node.device = device;
+}
+
+uint32_t SimulatedHub::nodeNumber(const std::string& path) {
+    const auto found = mNodeNumbers.find(path);
+    if (found != mNodeNumbers.end()) return found->second;
+    mNodes.emplace_back();
+    mNodes.back().path = path;
+    const auto number = static_cast<uint32_t>(mNodes.size());
+    mNodeNumbers[path] = number;
+    return number;
+}
+
+IioDevice* SimulatedHub::find(int handle) const {
+    const auto found = mByHandle.find(handle);
+    return found != mByHandle.end() ? found->second : nullptr;
 }
 
 bool SimulatedHub::push(int handle, const std::string& record) {
-    return mImpl->driver.push(handle, record);
-}
-
-bool SimulatedHub::push(int handle, const void* record, size_t size) {
-    return push(handle, std::string(static_cast<const char*>(record), size));
+    std::lock_guard<std::mutex> lock(mMutex);
+    IioDevice* device = find(handle);
+    if (device == nullptr || !device->push(record)) return false;
+    mReadable.notify_all();
+    return true;
 }
 
 bool SimulatedHub::pushFlushMarker(int handle) {
@@ -46,86 +120,71 @@ bool SimulatedHub::pushFlushMarker(int handle) {
     return profile != nullptr && push(handle, std::string(profile->recordSize, '\0'));
 }
 
-size_t SimulatedHub::queued(int handle) const {
-    size_t count = 0;
-    mImpl->driver.withDevice(handle, [&](const IioDevice& device) { count = device.queued(); });
-    return count;
+bool SimulatedHub::allRead() const {
+    return std::none_of(mDevices.begin(), mDevices.end(), [](const auto& device) {
+        return device->openCount > 0 && device->isReadable();
+    });
 }
 
 bool SimulatedHub::waitIdle(Milliseconds timeout) {
-    return mImpl->driver.waitIdle(timeout);
+    std::unique_lock<std::mutex> lock(mMutex);
+    return mChanged.wait_for(lock, timeout, [this] { return mPolling > 0 && allRead(); });
 }
 
-int SimulatedHub::deviceNumber(int handle) const {
-    int number = -1;
-    mImpl->driver.withDevice(handle, [&](const IioDevice& device) { number = device.number(); });
-    return number;
+void SimulatedHub::wakeLibrary() {
+    constexpr size_t kEnough = 4;  // unread, so there is no point in adding to them
+    std::lock_guard<std::mutex> lock(mMutex);
+    IioDevice* target = nullptr;
+    for (const auto& device : mDevices) {
+        if (device->openCount == 0 || device->isRemoved()) continue;
+        // The housekeeping device takes an all-zero record for nothing at all.
+        if (target == nullptr || device->handle() == kSensorHubHandle) target = device.get();
+    }
+    if (target == nullptr || target->queued() >= kEnough) return;
+    target->push(std::string(target->profile().recordSize, '\0'), true);
+    mReadable.notify_all();
+}
+
+DeviceState SimulatedHub::device(int handle) const {
+    std::lock_guard<std::mutex> lock(mMutex);
+    const IioDevice* device = find(handle);
+    return device != nullptr ? device->state() : DeviceState();
+}
+
+std::string SimulatedHub::devicePath(int handle) const {
+    const IioDevice* device = find(handle);
+    return device != nullptr ? device->devicePath() : "";
+}
+
+std::string SimulatedHub::attributePath(int handle, const std::string& attribute) const {
+    const IioDevice* device = find(handle);
+    return device != nullptr ? device->attributePath(attribute) : "";
 }
 
 std::vector<Request> SimulatedHub::requests() const {
-    return mImpl->driver.requests();
+    std::lock_guard<std::mutex> lock(mMutex);
+    return mRequests;
 }
 
 std::vector<Request> SimulatedHub::requests(Request::Kind kind) const {
-    std::vector<Request> all = requests();
-    all.erase(std::remove_if(all.begin(), all.end(),
-                             [kind](const Request& request) { return request.kind != kind; }),
-              all.end());
-    return all;
+    std::lock_guard<std::mutex> lock(mMutex);
+    std::vector<Request> chosen;
+    std::copy_if(mRequests.begin(), mRequests.end(), std::back_inserter(chosen),
+                 [kind](const Request& request) { return request.kind == kind; });
+    return chosen;
 }
 
 void SimulatedHub::clearRequests() {
-    mImpl->driver.clearRequests();
+    std::lock_guard<std::mutex> lock(mMutex);
+    mRequests.clear();
 }
 
 bool SimulatedHub::waitForRequest(const std::function<bool(const Request&)>& predicate,
                                   Milliseconds timeout) {
-    return mImpl->driver.waitForRequest(predicate, timeout);
-}
-
-bool SimulatedHub::isEnabled(int handle) const {
-    bool enabled = false;
-    mImpl->driver.withDevice(handle, [&](const IioDevice& device) { enabled = device.enabled; });
-    return enabled;
-}
-
-bool SimulatedHub::isBufferEnabled(int handle) const {
-    bool enabled = false;
-    mImpl->driver.withDevice(handle,
-                             [&](const IioDevice& device) { enabled = device.bufferEnabled(); });
-    return enabled;
-}
-
-int64_t SimulatedHub::periodNs(int handle) const {
-    int64_t period = 0;
-    mImpl->driver.withDevice(handle, [&](const IioDevice& device) { period = device.periodNs; });
-    return period;
-}
-
-int64_t SimulatedHub::latencyNs(int handle) const {
-    int64_t latency = 0;
-    mImpl->driver.withDevice(handle, [&](const IioDevice& device) { latency = device.latencyNs; });
-    return latency;
-}
-
-void SimulatedHub::setFile(const std::string& path, const std::string& contents) {
-    mImpl->driver.tree().write(path, contents);
-}
-
-void SimulatedHub::removeFile(const std::string& path) {
-    mImpl->driver.tree().remove(path);
-}
-
-bool SimulatedHub::hasFile(const std::string& path) const {
-    return mImpl->driver.tree().exists(path);
-}
-
-std::string SimulatedHub::readFile(const std::string& path) const {
-    return mImpl->driver.tree().read(path);
-}
-
-std::vector<std::string> SimulatedHub::listDirectory(const std::string& path) const {
-    return mImpl->driver.tree().list(path);
+    std::unique_lock<std::mutex> lock(mMutex);
+    return mChanged.wait_for(lock, timeout, [this, &predicate] {
+        return std::any_of(mRequests.begin(), mRequests.end(), predicate);
+    });
 }
 
 void SimulatedHub::setRawSpec(const std::string& bytes) {
@@ -133,61 +192,40 @@ void SimulatedHub::setRawSpec(const std::string& bytes) {
 }
 
 void SimulatedHub::setHandler(const std::string& path, NodeHandler handler) {
-    mImpl->driver.setHandler(path, std::move(handler));
+    if (!mTree.exists(path)) mTree.write(path, "");
+    std::lock_guard<std::mutex> lock(mMutex);
+    mNodes[nodeNumber(path) - 1].handler = std::make_shared<const NodeHandler>(std::move(handler));
 }
 
-void SimulatedHub::failOpen(const std::string& path, int error, int nth, int count) {
-    mImpl->driver.addFault(Call::kOpen, path, error, nth, count);
-}
-
-void SimulatedHub::failRead(const std::string& path, int error, int nth, int count) {
-    mImpl->driver.addFault(Call::kRead, path, error, nth, count);
-}
-
-void SimulatedHub::failWrite(const std::string& path, int error, int nth, int count) {
-    mImpl->driver.addFault(Call::kWrite, path, error, nth, count);
-}
-
-void SimulatedHub::failIoctl(const std::string& path, int error, int nth, int count) {
-    mImpl->driver.addFault(Call::kIoctl, path, error, nth, count);
-}
-
-void SimulatedHub::failClose(const std::string& path, int error, int nth, int count) {
-    mImpl->driver.addFault(Call::kClose, path, error, nth, count);
-}
-
-void SimulatedHub::failRead(int handle, int error, int nth, int count) {
-    std::string path;
-    mImpl->driver.withDevice(handle, [&](const IioDevice& device) { path = device.devicePath(); });
-    failRead(path, error, nth, count);
-}
-
-void SimulatedHub::failPoll(int error, int nth, int count) {
-    mImpl->driver.addFault(Call::kPoll, "", error, nth, count);
+void SimulatedHub::addFault(Call call, const std::string& path, int error, int nth, int count) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    mFaults.add(call, path, error, nth, count);
 }
 
 void SimulatedHub::cutNextRecord(int handle, size_t bytes) {
-    mImpl->driver.withDevice(handle, [&](IioDevice& device) { device.cutNext = bytes; });
+    std::lock_guard<std::mutex> lock(mMutex);
+    if (IioDevice* device = find(handle)) device->cutNext = bytes;
 }
 
 void SimulatedHub::dropDevice(int handle) {
-    mImpl->driver.withDevice(handle, [](IioDevice& device) { device.dropped = true; });
+    std::lock_guard<std::mutex> lock(mMutex);
+    IioDevice* device = find(handle);
+    if (device == nullptr) return;
+    device->remove();
+    mTree.remove(device->devicePath());
+    mTree.remove(device->attributePath(""));
+    mReadable.notify_all();
+    mChanged.notify_all();
 }
 
 void SimulatedHub::setDataAvailable(int handle, const std::string& text) {
-    mImpl->driver.withDevice(handle, [&](IioDevice& device) { device.fixedDataAvailable = text; });
+    std::lock_guard<std::mutex> lock(mMutex);
+    if (IioDevice* device = find(handle)) device->fixedDataAvailable = text;
 }
 
 void SimulatedHub::clearDataAvailable(int handle) {
-    mImpl->driver.withDevice(handle, [](IioDevice& device) { device.fixedDataAvailable.reset(); });
-}
-
-void SimulatedHub::clearFaults() {
-    mImpl->driver.clearFaults();
-}
-
-void SimulatedHub::wakeLibrary() {
-    mImpl->driver.wake();
+    std::lock_guard<std::mutex> lock(mMutex);
+    if (IioDevice* device = find(handle)) device->fixedDataAvailable.reset();
 }
 
 class ShutdownHelper::Worker {

@@ -3,28 +3,30 @@
 #include <sys/types.h>
 
 #include <chrono>
+#include <condition_variable>
 #include <cstdint>
+#include <deque>
 #include <functional>
+#include <map>
 #include <memory>
+#include <mutex>
+#include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
-#include "simulator/DeviceProfile.h"
+#include "simulator/DeviceState.h"
+#include "simulator/Faults.h"
+#include "simulator/FileRedirection.h"
+#include "simulator/HubOptions.h"
+#include "simulator/NodeHandler.h"
 #include "simulator/Request.h"
+#include "simulator/TempTree.h"
 
 namespace simulator {
 
-/** Answers calls on one node in the driver's place. A function left empty leaves the call alone. */
-struct NodeHandler {
-    /** Before the node is opened with `flags`: 0 to let it pass, else the errno of the open. */
-    std::function<int(int flags)> onOpen;
-    /** Bytes put into `buffer` (0 at the end), or a negative errno. */
-    std::function<ssize_t(void* buffer, size_t size)> onRead;
-    /** Bytes taken, or a negative errno. */
-    std::function<ssize_t(const std::string& bytes)> onWrite;
-    /** Non-negative result, or a negative errno. */
-    std::function<int(unsigned long request, void* argument)> onIoctl;
-};
+class IioDevice;
+class SignalGenerator;
 
 /**
  * A sensor hub and its kernel driver, played on a temporary directory.
@@ -36,30 +38,15 @@ struct NodeHandler {
  * open. All methods may be called from any thread; handlers run on the calling product thread with
  * no lock of the hub held.
  */
-class SimulatedHub {
+class SimulatedHub : private FileBackend {
   public:
     using Milliseconds = std::chrono::milliseconds;
+    using Options = HubOptions;
 
-    struct Options {
-        uint64_t seed = 1;
-        std::vector<SensorSpec> sensors = standardCatalogue();
-        /** On: enabled sensors send records of their own, and a flush is answered by its marker.
-         *  Off: records come only from push() and pushFlushMarker(). */
-        bool generateSignals = false;
-        bool hasQContext = true;       ///< the device of handle 32
-        bool hasSensorHub = true;      ///< the device of handle 33
-        bool hasShubInjection = true;  ///< "/dev/shub_data_injection"
-        bool hasHbxInjection = true;   ///< "/dev/hbx_data_injection"
-    };
-
-    SimulatedHub();
-    explicit SimulatedHub(const Options& options);
-    ~SimulatedHub();
+    explicit SimulatedHub(const Options& options = {});
+    ~SimulatedHub() override;
     SimulatedHub(const SimulatedHub&) = delete;
     SimulatedHub& operator=(const SimulatedHub&) = delete;
-
-    /** The directory that stands for "/" of the device. */
-    const std::string& root() const;
 
     // Records. -------------------------------------------------------------------------------
 
@@ -68,22 +55,27 @@ class SimulatedHub {
      * is lost as on a real device: unknown handle, buffer not enabled, or buffer full.
      */
     bool push(int handle, const std::string& record);
-    bool push(int handle, const void* record, size_t size);
 
     /** Queues the all-zero record by which the hub reports a completed flush. */
     bool pushFlushMarker(int handle);
 
-    /** Records queued and not yet read. */
-    size_t queued(int handle) const;
-
     /**
-     * Waits until every queued record has been read and the library's poll thread waits in poll()
-     * again, so that everything it makes of the records has been posted. False on time-out.
+     * Waits until every record that poll() reports has been read and the library's poll thread
+     * waits in poll() again, so that everything it makes of the records has been posted. False on
+     * time-out.
      */
     bool waitIdle(Milliseconds timeout = Milliseconds(5000));
 
-    /** Number N of the sensor's "/dev/iio:deviceN", -1 for a handle without device. */
-    int deviceNumber(int handle) const;
+    /** Makes the library's poll() return once more, by a record that it ignores. */
+    void wakeLibrary();
+
+    // Devices. -------------------------------------------------------------------------------
+
+    DeviceState device(int handle) const;
+    /** "/dev/iio:deviceN"; empty for a handle without device. */
+    std::string devicePath(int handle) const;
+    /** "/sys/bus/iio/devices/iio:deviceN/" and `attribute`, for example "buffer/length". */
+    std::string attributePath(int handle, const std::string& attribute) const;
 
     // Requests. ------------------------------------------------------------------------------
 
@@ -96,64 +88,145 @@ class SimulatedHub {
     bool waitForRequest(const std::function<bool(const Request&)>& predicate,
                         Milliseconds timeout = Milliseconds(5000));
 
-    /** State that the accepted requests have left. */
-    bool isEnabled(int handle) const;
-    bool isBufferEnabled(int handle) const;
-    int64_t periodNs(int handle) const;
-    int64_t latencyNs(int handle) const;
-
     // Nodes. Paths are the device's own, for example "/sys/class/sensors/als_rear/als_data". ----
 
+    /** The directory that stands for "/" of the device. */
+    const std::string& root() const { return mTree.root(); }
     /** Creates or replaces a file, with the directories above it. */
-    void setFile(const std::string& path, const std::string& contents);
-    void removeFile(const std::string& path);
-    bool hasFile(const std::string& path) const;
+    void setFile(const std::string& path, const std::string& contents) {
+        mTree.write(path, contents);
+    }
+    void removeFile(const std::string& path) { mTree.remove(path); }
+    bool hasFile(const std::string& path) const { return mTree.exists(path); }
     /** Whole contents, empty when there is no such file. */
-    std::string readFile(const std::string& path) const;
+    std::string readFile(const std::string& path) const { return mTree.read(path); }
     /** Names in a directory, sorted. */
-    std::vector<std::string> listDirectory(const std::string& path) const;
+    std::vector<std::string> listDirectory(const std::string& path) const {
+        return mTree.list(path);
+    }
 
     /** Replaces the specification file by raw bytes; the devices stay. */
     void setRawSpec(const std::string& bytes);
 
     /** Lets a handler answer for a node, which is created empty when absent. An own handler
-     *  replaces the driver's. Streams of the C library bypass onRead and onWrite. */
+     *  replaces the driver's. */
     void setHandler(const std::string& path, NodeHandler handler);
 
     // Faults. The nth matching call from now fails with `error`, and so do the `count` - 1 calls
     // behind it; kForever for all of them. -------------------------------------------------------
 
-    static constexpr int kForever = -1;
+    static constexpr int kForever = Faults::kForever;
 
     /** Of a file, or of a directory named as the library names it. */
-    void failOpen(const std::string& path, int error, int nth = 1, int count = 1);
-    void failRead(const std::string& path, int error, int nth = 1, int count = 1);
-    void failWrite(const std::string& path, int error, int nth = 1, int count = 1);
-    void failIoctl(const std::string& path, int error, int nth = 1, int count = 1);
-    /** The descriptor is closed all the same. */
-    void failClose(const std::string& path, int error, int nth = 1, int count = 1);
+    void failOpen(const std::string& path, int error, int nth = 1, int count = 1) {
+        addFault(Call::kOpen, path, error, nth, count);
+    }
+    void failRead(const std::string& path, int error, int nth = 1, int count = 1) {
+        addFault(Call::kRead, path, error, nth, count);
+    }
     /** Reads of the sensor's record device; the record stays queued. */
-    void failRead(int handle, int error, int nth = 1, int count = 1);
+    void failRead(int handle, int error, int nth = 1, int count = 1) {
+        addFault(Call::kRead, devicePath(handle), error, nth, count);
+    }
+    void failWrite(const std::string& path, int error, int nth = 1, int count = 1) {
+        addFault(Call::kWrite, path, error, nth, count);
+    }
+    void failIoctl(const std::string& path, int error, int nth = 1, int count = 1) {
+        addFault(Call::kIoctl, path, error, nth, count);
+    }
+    /** The descriptor is closed all the same. */
+    void failClose(const std::string& path, int error, int nth = 1, int count = 1) {
+        addFault(Call::kClose, path, error, nth, count);
+    }
     /** poll() calls that watch a record device. */
-    void failPoll(int error, int nth = 1, int count = 1);
+    void failPoll(int error, int nth = 1, int count = 1) {
+        addFault(Call::kPoll, "", error, nth, count);
+    }
     /** The next record read from the sensor ends after `bytes`; the rest of it is lost. */
     void cutNextRecord(int handle, size_t bytes);
-    /** Unregisters the device: each read gives ENODEV and empties the queue. A later push() still
-     *  wakes poll(), so that a read can be provoked. */
+    /** Unregisters the device: its files and all that is queued are gone, what has it open gets
+     *  ENODEV from read() and nothing more from poll(). */
     void dropDevice(int handle);
     /** Fixed text for the data_available attribute instead of the true count. */
     void setDataAvailable(int handle, const std::string& text);
     void clearDataAvailable(int handle);
-    void clearFaults();
-
-    // Ending. --------------------------------------------------------------------------------
-
-    /** Makes the library's poll() return once more, by a record that it ignores. */
-    void wakeLibrary();
 
   private:
-    class Impl;
-    std::unique_ptr<Impl> mImpl;
+    enum class NodeKind {
+        kPlain,
+        kEnable,
+        kFlush,
+        kBatch,
+        kInjection,
+        kBufferLength,
+        kBufferWatermark,
+        kBufferEnable,
+        kDataAvailable,
+        kRecords,
+    };
+
+    /** One path that has been opened or described. Never removed, so its number stays good. */
+    struct Node {
+        std::string path;
+        NodeKind kind = NodeKind::kPlain;
+        IioDevice* device = nullptr;
+        std::shared_ptr<const NodeHandler> handler;  // guarded by mMutex
+    };
+
+    void buildDevices(const Options& options);
+    void buildDevice(const SensorSpec& spec);
+    void describe(const std::string& path, NodeKind kind, IioDevice* device = nullptr);
+    uint32_t nodeNumber(const std::string& path);
+    /** Null for a handle without device. */
+    IioDevice* find(int handle) const;
+    bool allRead() const;
+
+    // The driver's side, in DriverCalls.cpp. Handlers and the generator are called without mMutex,
+    // since both call back.
+    std::string realPath(const std::string& path) const override;
+    int enterDirectory(const std::string& path) override;
+    int open(const std::string& path, int flags, mode_t mode, uint32_t* number) override;
+    ssize_t read(uint32_t number, int fd, void* buffer, size_t size) override;
+    ssize_t write(uint32_t number, int fd, const void* buffer, size_t size) override;
+    int ioctl(uint32_t number, int fd, unsigned long ioctlNumber, void* argument) override;
+    int close(uint32_t number) override;
+    int enterPoll() override;
+    void leavePoll() override;
+
+    /** One call on a node begins. */
+    struct Visit {
+        const Node& node;  // stays good: nodes do not move, and only their handler changes
+        int fault;         // errno with which the call is to fail, or 0
+        std::shared_ptr<const NodeHandler> handler;
+    };
+    Visit visit(Call call, uint32_t number);
+
+    int prepareOpen(const Visit& visit, int flags) const;
+    ssize_t readRecords(IioDevice& device, int fd, void* buffer, size_t size);
+    /** The text of an attribute that shows the device's state; none for other nodes. */
+    std::optional<std::string> stateText(const Node& node) const;
+    Request parse(const Node& node, const std::string& bytes) const;
+    /** Carries an accepted request out, which may still refuse it. */
+    void apply(const Node& node, Request* request);
+    void notifyGenerator(const Request& request);
+    void keep(Request request);
+    void addFault(Call call, const std::string& path, int error, int nth, int count);
+
+    TempTree mTree;
+    std::vector<std::unique_ptr<IioDevice>> mDevices;  // fixed after construction
+    std::map<int, IioDevice*> mByHandle;               // fixed after construction
+    std::set<int> mHandles;                            // fixed after construction
+
+    mutable std::mutex mMutex;  // guards the devices' state and all that follows
+    std::condition_variable mChanged;
+    std::condition_variable mReadable;  // for reads that wait
+    std::deque<Node> mNodes;
+    std::map<std::string, uint32_t> mNodeNumbers;
+    Faults mFaults;
+    std::vector<Request> mRequests;
+    int mPolling = 0;  // threads inside poll()
+
+    std::unique_ptr<SignalGenerator> mGenerator;  // null without signals; first to go
 };
 
 /**

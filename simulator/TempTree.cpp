@@ -75,7 +75,7 @@ std::string TempTree::read(const std::string& path) const {
 
 void TempTree::remove(const std::string& path) const {
     std::error_code ignored;
-    fs::remove(real(path), ignored);
+    fs::remove_all(real(path), ignored);
 }
 
 std::vector<std::string> TempTree::list(const std::string& path) const {

@@ -23,6 +23,7 @@ class TempTree {
     /** Creates or replaces a file, with the directories above it. */
     void write(const std::string& path, const std::string& contents) const;
     std::string read(const std::string& path) const;
+    /** A directory goes with all that is in it. */
     void remove(const std::string& path) const;
     std::vector<std::string> list(const std::string& path) const;
 

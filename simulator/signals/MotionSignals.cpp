@@ -1,9 +1,8 @@
-#include "simulator/signals/MotionSignals.h"
-
 #include <cmath>
 #include <string>
 
 #include "simulator/World.h"
+#include "simulator/signals/Signals.h"
 
 namespace simulator::signals {
 namespace {

@@ -1,8 +1,7 @@
-#include "simulator/signals/OrientationSignals.h"
-
 #include <cmath>
 
 #include "simulator/World.h"
+#include "simulator/signals/Signals.h"
 
 namespace simulator::signals {
 namespace {

@@ -267,7 +267,7 @@ TEST_F(DirectChannels, RowsKeepWhatTheDriverRefused) {
     hub.failIoctl("/dev/batch_io", EIO);
     ASSERT_EQ(subHal.hal().batch(kVdis, 10000000, 0), Result::BAD_VALUE);
     ASSERT_EQ(config(kVdis, channel, kNormal), Answer(Result::OK, kVdis));
-    EXPECT_EQ(hub.periodNs(kVdis), 10000000);  // shorter than the channel's 20 ms
+    EXPECT_EQ(hub.device(kVdis).periodNs, 10000000);  // shorter than the channel's 20 ms
 }
 
 TEST_F(DirectChannels, EventsReachEveryChannelOfTheirSensor) {

@@ -97,9 +97,9 @@ class HostileHub : public testing::Test {
     bool goodDelivers() {
         subHal.proxy().take();
         EXPECT_TRUE(hub.push(kGood, record()));
-        for (int i = 0; i < 500 && hub.queued(kGood) != 0; ++i)
+        for (int i = 0; i < 500 && hub.device(kGood).queued != 0; ++i)
             std::this_thread::sleep_for(std::chrono::milliseconds(2));
-        return hub.queued(kGood) == 0;
+        return hub.device(kGood).queued == 0;
     }
 
     static std::vector<long> waitForPauses(size_t count) {
@@ -198,11 +198,11 @@ TEST_F(HostileHub, ACountThatIsTooHighHoldsUpNobody) {
         memset(buffer, 1, size);
         return static_cast<ssize_t>(size);
     };
-    hub.setHandler("/dev/iio:device" + std::to_string(hub.deviceNumber(kBad)), endless);
+    hub.setHandler(hub.devicePath(kBad), endless);
     EXPECT_TRUE(hub.push(kBad, record()));
     EXPECT_TRUE(goodDelivers());
     EXPECT_EQ(takePauses(), std::vector<long>{});
-    hub.setHandler("/dev/iio:device" + std::to_string(hub.deviceNumber(kBad)), {});
+    hub.setHandler(hub.devicePath(kBad), {});
 }
 
 }  // namespace

@@ -86,13 +86,13 @@ TEST_F(Requests, BatchClampsToTheMinimumDelayOnly) {
     EXPECT_EQ(mHal.batch(1, 1000, 0), Result::OK);
     EXPECT_LOG("I batch: period=1000 minDelay=2000000",
                "I queueBatch: handle=1 period=2000000 timeout=0");
-    EXPECT_EQ(mHub.periodNs(1), 2000000);
+    EXPECT_EQ(mHub.device(1).periodNs, 2000000);
     EXPECT_EQ(mHal.batch(1, INT64_MAX, INT64_MAX), Result::OK);
-    EXPECT_EQ(mHub.periodNs(1), INT64_MAX);
-    EXPECT_EQ(mHub.latencyNs(1), INT64_MAX);
+    EXPECT_EQ(mHub.device(1).periodNs, INT64_MAX);
+    EXPECT_EQ(mHub.device(1).latencyNs, INT64_MAX);
     // On-change: never clamped.
     EXPECT_EQ(mHal.batch(8, 1, 0), Result::OK);
-    EXPECT_EQ(mHub.periodNs(8), 1);
+    EXPECT_EQ(mHub.device(8).periodNs, 1);
 }
 
 // The sequential step detector takes its period as a threshold, which shows what reached it.

@@ -143,7 +143,7 @@ TEST_F(CatalogueTest, BadRecordsLeaveNoGap) {
 
 TEST_F(CatalogueTest, DevicesThatDoNotOpenAreDropped) {
     for (const int handle : {1, 32})
-        mHub.failOpen("/dev/iio:device" + std::to_string(mHub.deviceNumber(handle)), EBUSY);
+        mHub.failOpen(mHub.devicePath(handle), EBUSY);
     EXPECT_EQ(handlesOf(record(1, "FIRST") + record(4)), (std::vector<int>{4, 33}));
     EXPECT_TRUE(LogCapture::contains("I FIRST fd error"));
     EXPECT_TRUE(LogCapture::contains("I Qcontext fd error"));

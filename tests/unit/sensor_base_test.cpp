@@ -57,9 +57,9 @@ class SensorBaseTest : public testing::Test {
         mConstructionLog = LogCapture::take();
         return sensor;
     }
-    std::string device() const { return "/dev/iio:device" + std::to_string(mHub.deviceNumber(1)); }
+    std::string device() const { return mHub.devicePath(1); }
     std::string attribute(const char* name) const {
-        return "/sys/bus/iio/devices/iio:device" + std::to_string(mHub.deviceNumber(1)) + "/" +
+        return "/sys/bus/iio/devices/iio:device" + std::to_string(mHub.device(1).number) + "/" +
                name;
     }
     /** What was written to a buffer attribute, accepted by the driver. */
@@ -110,7 +110,7 @@ TEST_F(SensorBaseTest, MissingPiecesLeaveNoDescriptor) {
     mHub.failOpen(device(), EBUSY);
     EXPECT_EQ(make()->getFd(), -1);
     EXPECT_EQ(mConstructionLog.at(0),
-              "E SensorBase, ERROR mDevNum = " + std::to_string(mHub.deviceNumber(1)));
+              "E SensorBase, ERROR mDevNum = " + std::to_string(mHub.device(1).number));
     EXPECT_EQ(written(Request::Kind::kBufferLength), "");
     mHub.failOpen("/sys/bus/iio/devices/", ENOENT);
     EXPECT_EQ(make()->getFd(), -1);

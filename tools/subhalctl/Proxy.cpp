@@ -5,12 +5,11 @@
 #include <cinttypes>
 #include <cstdio>
 
+#include "simulator/NodePaths.h"
 #include "tools/subhalctl/SensorLookup.h"
 
 namespace subhalctl {
 namespace {
-
-constexpr char kNfcCoverStatus[] = "/sys/class/sensors/flip_cover_detector_sensor/nfc_cover_status";
 
 constexpr char kFromBuildTree[] = "/../../subhal/" SUBHALCTL_LIBRARY_NAME;
 
@@ -67,7 +66,7 @@ void Proxy::makeHub() {
     mHub.emplace(hubOptions);
     mHubServices.emplace(*mHub);
     mRearLight.emplace(*mHub);
-    mHub->setFile(kNfcCoverStatus, "0\n");  // or the flip cover detector stays hidden
+    mHub->setFile(simulator::kNfcCoverPath, "0\n");  // or the flip cover detector stays hidden
 }
 
 ExitCode Proxy::initialize() {

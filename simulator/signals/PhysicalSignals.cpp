@@ -1,9 +1,8 @@
-#include "simulator/Signals.h"
-
 #include <algorithm>
 #include <cmath>
 
 #include "simulator/World.h"
+#include "simulator/signals/Signals.h"
 
 namespace simulator::signals {
 namespace {

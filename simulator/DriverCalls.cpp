@@ -1,0 +1,295 @@
+// SimulatedHub's answers to the redirected calls.
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+#include "simulator/IioDevice.h"
+#include "simulator/NodePaths.h"
+#include "simulator/RequestParser.h"
+#include "simulator/SignalGenerator.h"
+#include "simulator/SimulatedHub.h"
+
+namespace simulator {
+namespace {
+
+constexpr size_t kSysfsPage = 4096;  // one read or write of an attribute moves no more
+
+int accessOf(int fd) {
+    return fcntl(fd, F_GETFL) & O_ACCMODE;
+}
+
+/** The kernel looks at an attribute's mode even for root. */
+bool permits(mode_t mode, int flags) {
+    const int access = flags & O_ACCMODE;
+    return (access == O_WRONLY || (mode & 0444) != 0) && (access == O_RDONLY || (mode & 0222) != 0);
+}
+
+ssize_t readText(int fd, const std::string& text, void* buffer, size_t size) {
+    const auto begin = static_cast<size_t>(lseek(fd, 0, SEEK_CUR));
+    if (begin >= text.size()) return 0;
+    const size_t count = std::min(size, text.size() - begin);
+    std::memcpy(buffer, text.data() + begin, count);
+    lseek(fd, static_cast<off_t>(count), SEEK_CUR);
+    return static_cast<ssize_t>(count);
+}
+
+}  // namespace
+
+std::string SimulatedHub::realPath(const std::string& path) const {
+    return mTree.real(path);
+}
+
+int SimulatedHub::enterDirectory(const std::string& path) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    return mFaults.next(Call::kOpen, path);
+}
+
+SimulatedHub::Visit SimulatedHub::visit(Call call, uint32_t number) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    const Node& node = mNodes[number - 1];
+    return {node, mFaults.next(call, node.path), node.handler};
+}
+
+int SimulatedHub::open(const std::string& path, int flags, mode_t mode, uint32_t* number) {
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        *number = nodeNumber(path);
+    }
+    const Visit opened = visit(Call::kOpen, *number);
+    if (opened.fault != 0) return -opened.fault;
+    if (const int error = prepareOpen(opened, flags)) return -error;
+    if (isKernelNode(path)) flags &= ~(O_CREAT | O_TRUNC | O_EXCL);
+    const int fd = real::open(mTree.real(path).c_str(), flags, mode);
+    if (fd < 0) return -errno;
+    if (opened.node.kind != NodeKind::kRecords) return fd;
+    // A lock on the open file binds other processes too, and goes with its last descriptor.
+    if (flock(fd, LOCK_EX | LOCK_NB) != 0) {
+        real::close(fd);
+        return -EBUSY;
+    }
+    std::lock_guard<std::mutex> lock(mMutex);
+    ++opened.node.device->openCount;
+    return fd;
+}
+
+int SimulatedHub::prepareOpen(const Visit& visit, int flags) const {
+    const std::string& path = visit.node.path;
+    if (isKernelNode(path)) {
+        const bool exists = mTree.exists(path);
+        const bool creates = (flags & O_CREAT) != 0;
+        if (creates && exists && (flags & O_EXCL) != 0) return EEXIST;
+        if (creates && !exists && mTree.exists(path.substr(0, path.rfind('/')))) return EACCES;
+        if (!exists) return ENOENT;
+        if (isAttribute(path) && !permits(attributeMode(path), flags)) return EACCES;
+    }
+    return visit.handler != nullptr && visit.handler->onOpen ? visit.handler->onOpen(flags) : 0;
+}
+
+ssize_t SimulatedHub::read(uint32_t number, int fd, void* buffer, size_t size) {
+    const Visit visited = visit(Call::kRead, number);
+    if (visited.fault != 0) return -visited.fault;
+    const bool attribute = isAttribute(visited.node.path);
+    if (attribute) size = std::min(size, kSysfsPage);
+    if (visited.handler != nullptr && visited.handler->onRead) {
+        const ssize_t got = visited.handler->onRead(buffer, size);
+        if (attribute && got > 0) lseek(fd, got, SEEK_CUR);
+        return got;
+    }
+    if (visited.node.kind == NodeKind::kRecords) {
+        return readRecords(*visited.node.device, fd, buffer, size);
+    }
+    if (const auto text = stateText(visited.node)) return readText(fd, *text, buffer, size);
+    const ssize_t got = real::read(fd, buffer, size);
+    return got < 0 ? -errno : got;
+}
+
+std::optional<std::string> SimulatedHub::stateText(const Node& node) const {
+    std::lock_guard<std::mutex> lock(mMutex);
+    switch (node.kind) {
+        case NodeKind::kBufferLength:
+            return node.device->lengthText();
+        case NodeKind::kBufferWatermark:
+            return node.device->watermarkText();
+        case NodeKind::kBufferEnable:
+            return node.device->bufferEnabledText();
+        case NodeKind::kDataAvailable:
+            return node.device->dataAvailableText();
+        default:
+            return std::nullopt;
+    }
+}
+
+ssize_t SimulatedHub::readRecords(IioDevice& device, int fd, void* buffer, size_t size) {
+    std::unique_lock<std::mutex> lock(mMutex);
+    const auto ready = [&device] { return device.isRemoved() || device.queued() > 0; };
+    if (!ready()) {
+        if (!device.wasEverEnabled()) return 0;
+        if (size < device.profile().recordSize) return -EINVAL;
+        if ((fcntl(fd, F_GETFL) & O_NONBLOCK) != 0) return -EAGAIN;
+        mReadable.wait(lock, ready);
+    }
+    if (device.isRemoved()) return -ENODEV;
+    const ssize_t result = device.take(buffer, size);
+    mChanged.notify_all();
+    return result;
+}
+
+ssize_t SimulatedHub::write(uint32_t number, int fd, const void* buffer, size_t size) {
+    const Visit visited = visit(Call::kWrite, number);
+    const bool attribute = isAttribute(visited.node.path);
+    if (attribute) size = std::min(size, kSysfsPage);
+    Request request = parse(visited.node, std::string(static_cast<const char*>(buffer), size));
+    request.access = accessOf(fd);
+    if (attribute) request.offset = lseek(fd, 0, SEEK_CUR);
+    ssize_t result = static_cast<ssize_t>(size);
+    if (request.access == O_RDONLY) {
+        request.error = EBADF;
+    } else if (visited.fault != 0) {
+        request.error = visited.fault;
+    } else if (attribute && size == 0) {
+        return 0;  // does not get as far as the driver
+    } else if (visited.handler != nullptr && visited.handler->onWrite) {
+        result = visited.handler->onWrite(request.bytes);
+        request.error = result < 0 ? static_cast<int>(-result) : 0;
+    } else if (visited.node.kind == NodeKind::kPlain) {
+        result = real::write(fd, buffer, size);
+        request.error = result < 0 ? errno : 0;
+    } else if (request.error == 0) {
+        apply(visited.node, &request);
+    }
+    const int error = request.error;
+    if (attribute && error == 0) lseek(fd, request.offset + result, SEEK_SET);
+    if (isKernelNode(visited.node.path)) keep(std::move(request));
+    return error != 0 ? -error : result;
+}
+
+Request SimulatedHub::parse(const Node& node, const std::string& bytes) const {
+    Request request;
+    switch (node.kind) {
+        case NodeKind::kEnable:
+            request = parseEnable(bytes, mHandles);
+            break;
+        case NodeKind::kFlush:
+            request = parseFlush(bytes, mHandles);
+            break;
+        case NodeKind::kInjection:
+            request = parseInjection(bytes, mHandles);
+            break;
+        case NodeKind::kBufferLength:
+            request = parseBufferNumber(Request::Kind::kBufferLength, bytes);
+            break;
+        case NodeKind::kBufferWatermark:
+            request = parseBufferNumber(Request::Kind::kBufferWatermark, bytes);
+            break;
+        case NodeKind::kBufferEnable:
+            request = parseBufferEnable(bytes);
+            break;
+        case NodeKind::kPlain:
+            request.bytes = bytes;
+            break;
+        default:
+            request.bytes = bytes;
+            request.error = EINVAL;
+            break;
+    }
+    if (node.device != nullptr) request.handle = node.device->handle();
+    request.path = node.path;
+    return request;
+}
+
+void SimulatedHub::apply(const Node& node, Request* request) {
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        switch (request->kind) {
+            case Request::Kind::kEnable:
+                find(request->handle)->enabled = request->enable == 1;
+                break;
+            case Request::Kind::kBatch:
+                find(request->handle)->periodNs = request->periodNs;
+                find(request->handle)->latencyNs = request->latencyNs;
+                break;
+            case Request::Kind::kBufferLength:
+                request->error = node.device->setLength(request->value);
+                break;
+            case Request::Kind::kBufferWatermark:
+                request->error = node.device->setWatermark(request->value);
+                break;
+            case Request::Kind::kBufferEnable:
+                request->error = node.device->setBufferEnabled(request->enable == 1);
+                break;
+            default:
+                break;
+        }
+    }
+    if (mGenerator != nullptr && request->error == 0) notifyGenerator(*request);
+}
+
+void SimulatedHub::notifyGenerator(const Request& request) {
+    if (request.kind == Request::Kind::kEnable) {
+        mGenerator->setEnabled(request.handle, request.enable == 1);
+    } else if (request.kind == Request::Kind::kBatch) {
+        mGenerator->setRate(request.handle, request.periodNs, request.latencyNs);
+    } else if (request.kind == Request::Kind::kFlush) {
+        mGenerator->flush(request.handle);
+    }
+}
+
+int SimulatedHub::ioctl(uint32_t number, int fd, unsigned long ioctlNumber, void* argument) {
+    const Visit visited = visit(Call::kIoctl, number);
+    const Node& node = visited.node;
+    Request request;
+    request.kind = Request::Kind::kIoctl;
+    request.ioctlNumber = static_cast<uint32_t>(ioctlNumber);  // the kernel sees 32 bits of it
+    if (node.kind == NodeKind::kBatch) request = parseBatch(ioctlNumber, argument, mHandles);
+    if (node.device != nullptr) request.handle = node.device->handle();
+    request.path = node.path;
+    request.access = accessOf(fd);
+    int result = 0;
+    if (visited.fault != 0) {
+        request.error = visited.fault;
+    } else if (visited.handler != nullptr && visited.handler->onIoctl) {
+        result = visited.handler->onIoctl(ioctlNumber, argument);
+        request.error = result < 0 ? -result : 0;
+    } else if (node.kind == NodeKind::kBatch) {
+        if (request.error == 0) apply(node, &request);
+    } else {
+        request.error = node.kind == NodeKind::kRecords ? ENODEV : ENOTTY;
+    }
+    const int error = request.error;
+    keep(std::move(request));
+    return error != 0 ? -error : result;
+}
+
+int SimulatedHub::close(uint32_t number) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    const Node& closed = mNodes[number - 1];
+    if (closed.kind == NodeKind::kRecords) --closed.device->openCount;
+    return mFaults.next(Call::kClose, closed.path);
+}
+
+int SimulatedHub::enterPoll() {
+    std::lock_guard<std::mutex> lock(mMutex);
+    if (const int error = mFaults.next(Call::kPoll, "")) return error;
+    ++mPolling;
+    mChanged.notify_all();
+    return 0;
+}
+
+void SimulatedHub::leavePoll() {
+    std::lock_guard<std::mutex> lock(mMutex);
+    --mPolling;
+}
+
+void SimulatedHub::keep(Request request) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    mRequests.push_back(std::move(request));
+    mChanged.notify_all();
+}
+
+}  // namespace simulator

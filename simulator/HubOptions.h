@@ -1,0 +1,20 @@
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "simulator/DeviceProfile.h"
+
+namespace simulator {
+
+/** What kind of hub a program wants. */
+struct HubOptions {
+    uint64_t seed = 1;
+    std::vector<SensorSpec> sensors = standardCatalogue();
+    /** On: enabled sensors send records of their own, and a flush is answered by its marker.
+     *  Off: records come only from push() and pushFlushMarker(). */
+    bool generateSignals = false;
+    bool hasSensorHub = true;  ///< the device of handle 33
+};
+
+}  // namespace simulator
