@@ -14,6 +14,7 @@ struct HubOptions {
     /** On: enabled sensors send records of their own, and a flush is answered by its marker.
      *  Off: records come only from push() and pushFlushMarker(). */
     bool generateSignals = false;
+    bool still = false;        ///< the device lies on a table, untouched
     bool hasSensorHub = true;  ///< the device of handle 33
 };
 

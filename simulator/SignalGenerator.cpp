@@ -25,13 +25,14 @@ int64_t bootTimeNs() {
 int64_t effectivePeriodNs(const DeviceProfile& profile, const SensorSpec& spec, int64_t asked) {
     if (profile.reporting != Reporting::kContinuous) return kLookPeriodNs;
     const int64_t shortest = std::max<int64_t>(int64_t{spec.minDelayUs} * 1000, kMillisecond);
-    return std::max(asked, shortest);
+    const int64_t longest = spec.maxDelayUs > 0 ? int64_t{spec.maxDelayUs} * 1000 : kNever;
+    return std::clamp(asked, shortest, std::max(shortest, longest));
 }
 
 }  // namespace
 
-SignalGenerator::SignalGenerator(uint64_t seed, Sink sink)
-    : mWorld(seed),
+SignalGenerator::SignalGenerator(const World& world, Sink sink)
+    : mWorld(world),
       mSink(std::move(sink)),
       mStartNs(bootTimeNs()),
       mThread(&SignalGenerator::run, this) {}

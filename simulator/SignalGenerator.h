@@ -23,7 +23,7 @@ class SignalGenerator {
     /** Takes one finished record; called with the generator's lock held. */
     using Sink = std::function<void(int handle, const std::string& record)>;
 
-    SignalGenerator(uint64_t seed, Sink sink);
+    SignalGenerator(const World& world, Sink sink);
     ~SignalGenerator();
     SignalGenerator(const SignalGenerator&) = delete;
     SignalGenerator& operator=(const SignalGenerator&) = delete;

@@ -34,7 +34,8 @@ SimulatedHub::SimulatedHub(const Options& options) {
     mTree.makeDirectory(kDataDirectory);
     if (options.generateSignals) {
         mGenerator = std::make_unique<SignalGenerator>(
-            options.seed, [this](int handle, const std::string& record) { push(handle, record); });
+            World(options.seed, options.still),
+            [this](int handle, const std::string& record) { push(handle, record); });
         for (const auto& device : mDevices)
             mGenerator->addSensor(device->profile(), device->spec());
     }

@@ -23,7 +23,7 @@ double unit(uint64_t value) {
 
 }  // namespace
 
-World::World(uint64_t seed) : mSeed(mix(seed)) {}
+World::World(uint64_t seed, bool still) : mSeed(mix(seed)), mStill(still) {}
 
 double World::phase(uint32_t channel) const {
     return kTwoPi * unit(mSeed ^ channel);
@@ -35,6 +35,7 @@ double World::noise(uint32_t channel, double seconds) const {
 }
 
 World::Attitude World::attitude(double seconds) const {
+    if (mStill) return {};
     const auto swing = [&](double amplitude, double hertz, uint32_t channel) {
         const double omega = kTwoPi * hertz;
         const double angle = omega * seconds + phase(channel);
@@ -59,8 +60,8 @@ Vector3 World::toDevice(const Vector3& world, double seconds) const {
 Vector3 World::acceleration(double seconds) const {
     Vector3 result = toDevice({0.0, 0.0, kGravity}, seconds);
     for (uint32_t axis = 0; axis < 3; ++axis) {
-        result[axis] += 0.2 * std::sin(kTwoPi * 1.8 * seconds + phase(10 + axis)) +
-                        0.02 * noise(10 + axis, seconds);
+        const double shake = std::sin(kTwoPi * 1.8 * seconds + phase(10 + axis));
+        result[axis] += (mStill ? 0.0 : 0.2 * shake) + 0.02 * noise(10 + axis, seconds);
     }
     return result;
 }
@@ -93,7 +94,8 @@ Quaternion World::rotation(double seconds, double headingZero) const {
 
 double World::hingeAngle(double seconds) const {
     // Overshoots on purpose, so that the hinge rests at both ends.
-    return std::clamp(90.0 + 130.0 * std::sin(kTwoPi * seconds / 12.0 + phase(60)), 0.0, 180.0);
+    return std::clamp(90.0 + 130.0 * std::sin(kTwoPi * handled(seconds) / 12.0 + phase(60)), 0.0,
+                      180.0);
 }
 
 double World::pressure(double seconds) const {
@@ -107,7 +109,7 @@ double World::temperature(double seconds) const {
 
 bool World::near(double seconds) const {
     const double slot = 2.5 + 2.0 * unit(mSeed ^ 50);
-    return static_cast<int64_t>(seconds / slot) % 2 != 0;
+    return static_cast<int64_t>(handled(seconds) / slot) % 2 != 0;
 }
 
 }  // namespace simulator

@@ -15,7 +15,11 @@ using Quaternion = std::array<double, 4>;  ///< x, y, z, w
  */
 class World {
   public:
-    explicit World(uint64_t seed);
+    /** @param still nobody touches the device, which lies flat on its back */
+    explicit World(uint64_t seed, bool still = false);
+
+    /** The time for which the device has been handled: stands at 0 while it lies still. */
+    double handled(double seconds) const { return mStill ? 0.0 : seconds; }
 
     Vector3 acceleration(double seconds) const;   ///< m/s², gravity included
     Vector3 rotationRate(double seconds) const;   ///< rad/s
@@ -32,8 +36,8 @@ class World {
 
   private:
     struct Angle {
-        double value;
-        double rate;
+        double value = 0.0;
+        double rate = 0.0;
     };
 
     struct Attitude {
@@ -47,6 +51,7 @@ class World {
     double phase(uint32_t channel) const;
 
     const uint64_t mSeed;
+    const bool mStill;
 };
 
 }  // namespace simulator

@@ -18,11 +18,11 @@ constexpr uint32_t kFigureChannel = 62;
 /** How often something has happened that happens every `period` seconds, with the seed's phase. */
 int32_t countOf(const World& world, uint32_t channel, double period, double seconds) {
     const double phase = 0.5 * (1.0 + world.noise(channel, 0.0));
-    return static_cast<int32_t>(std::floor(seconds / period + phase));
+    return static_cast<int32_t>(std::floor(world.handled(seconds) / period + phase));
 }
 
-int32_t steps(double seconds) {
-    return static_cast<int32_t>(seconds * kStepsPerSecond);
+int32_t steps(const World& world, double seconds) {
+    return static_cast<int32_t>(world.handled(seconds) * kStepsPerSecond);
 }
 
 bool coverClosed(const World& world, double seconds) {
@@ -36,16 +36,16 @@ int32_t figure(const World& world, int32_t nth, int32_t which, double range) {
 
 }  // namespace
 
-void step(const World&, const SensorSpec&, double seconds, RecordBuilder& record) {
-    record.u8(static_cast<uint8_t>(1 + steps(seconds) % 2));
+void step(const World& world, const SensorSpec&, double seconds, RecordBuilder& record) {
+    record.u8(static_cast<uint8_t>(1 + steps(world, seconds) % 2));
 }
 
-void stepCount(const World&, const SensorSpec&, double seconds, RecordBuilder& record) {
-    record.u32(0).u64(static_cast<uint64_t>(steps(seconds)));
+void stepCount(const World& world, const SensorSpec&, double seconds, RecordBuilder& record) {
+    record.u32(0).u64(static_cast<uint64_t>(steps(world, seconds)));
 }
 
-void sequentialStep(const World&, const SensorSpec&, double seconds, RecordBuilder& record) {
-    record.i32(steps(seconds) % 120);  // every so often the person stands still
+void sequentialStep(const World& world, const SensorSpec&, double seconds, RecordBuilder& record) {
+    record.i32(steps(world, seconds) % 120);  // every so often the person stands still
 }
 
 void gesture(const World& world, const SensorSpec&, double seconds, RecordBuilder& record) {

@@ -238,8 +238,36 @@ TEST_F(SimulatedHubTest, LoadedLibraryIsRedirectedAndUnloads) {
 
 class SignalsTest : public SimulatedHubTest {
   protected:
-    SignalsTest() : SimulatedHubTest({1, standardCatalogue(), true}) {}
+    SignalsTest() : SimulatedHubTest(options()) {}
+
+    static HubOptions options() {
+        HubOptions options;
+        options.generateSignals = true;
+        return options;
+    }
+    static int64_t timestampOf(const std::string& record) {
+        int64_t timestamp = 0;
+        std::memcpy(&timestamp, record.data() + record.size() - sizeof(timestamp),
+                    sizeof(timestamp));
+        return timestamp;
+    }
 };
+
+TEST_F(SignalsTest, PeriodStaysWithinTheChipsLimits) {
+    constexpr std::pair<int64_t, int64_t> kAskedAndKept[] = {
+        {500000000, 160000000}, {1, 2000000}, {20000000, 20000000}};
+    const int fd = startDevice(kAcc);
+    for (const auto& [asked, kept] : kAskedAndKept) {
+        ASSERT_EQ(0, batch(0x8008FC01, 0, asked, 0));
+        ASSERT_EQ(0, writeTo(kEnable, "11\0"s));
+        const int64_t first = timestampOf(readRecord(fd));
+        EXPECT_EQ(kept, timestampOf(readRecord(fd)) - first) << asked;
+        ASSERT_EQ(0, writeTo(kEnable, "10\0"s));
+        ASSERT_EQ(0, writeTo(attribute(kAcc, "buffer/enable"), "0"));
+        ASSERT_EQ(0, writeTo(attribute(kAcc, "buffer/enable"), "1"));  // empties it
+    }
+    close(fd);
+}
 
 TEST_F(SignalsTest, FlushReleasesTheBatchBeforeItsMarker) {
     const int fd = startDevice(kAcc);
@@ -254,9 +282,8 @@ TEST_F(SignalsTest, FlushReleasesTheBatchBeforeItsMarker) {
     for (std::string record = readRecord(fd); record != marker; record = readRecord(fd)) {
         ASSERT_EQ(14U, record.size());
         int16_t counts[3];
-        int64_t timestamp = 0;
+        const int64_t timestamp = timestampOf(record);
         std::memcpy(counts, record.data(), sizeof(counts));
-        std::memcpy(&timestamp, record.data() + 6, sizeof(timestamp));
         if (count++ > 0) {
             EXPECT_EQ(2000000, timestamp - last);
         }
@@ -279,6 +306,22 @@ TEST(Signals, FillTheirRecords) {
             RecordBuilder record;
             profile->signal(world, spec, t, record);
             EXPECT_EQ(profile->recordSize, record.bytes().size() + kTimestampSize) << spec.handle;
+        }
+    }
+}
+
+TEST(Signals, AreCalmWhileTheDeviceLiesStill) {
+    const World world(5, true);
+    for (const double seconds : {0.0, 3.3, 1234.5}) {
+        const Vector3 a = world.acceleration(seconds);
+        const Vector3 w = world.rotationRate(seconds);
+        EXPECT_NEAR(9.81, std::hypot(a[0], a[1], a[2]), 0.05);
+        EXPECT_LT(std::hypot(w[0], w[1], w[2]), 0.01);
+        for (const int handle : {8, 17, 18, 19, 22, 27, 42, 45, 47, 56, 57, 64, 71}) {
+            RecordBuilder atFirst, now;
+            findProfile(handle)->signal(world, {}, 0.0, atFirst);
+            findProfile(handle)->signal(world, {}, seconds, now);
+            EXPECT_EQ(atFirst.bytes(), now.bytes()) << handle;
         }
     }
 }
