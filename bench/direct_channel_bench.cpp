@@ -1,17 +1,18 @@
-// What one event costs on its way into direct channels. "Floor" is the same record by hand: two
-// copies, two fences and a store.
+// What one event costs on its way into direct channels. The floor writes the same record by hand:
+// two copies, two fences and a store for each region.
 
 #include <benchmark/benchmark.h>
 #include <cutils/ashmem.h>
 #include <sys/mman.h>
 
 #include <atomic>
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <vector>
 
-#include "directchannel/LockfreeBuffer.h"
+#include "bench/Pairs.h"
 #include "simulator/SimulatedHub.h"
 #include "subhal/SensorsSubHal.h"
 #include "subhal/convert.h"
@@ -42,53 +43,46 @@ sensors_event_t converted() {
     return event;
 }
 
-void reportPerChannel(benchmark::State& state) {
-    if (state.range(0) == 0) return;
-    state.counters["per_channel"] =
-        benchmark::Counter(static_cast<double>(state.iterations() * state.range(0)),
-                           benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
-}
+/** Regions such as channels have, written by hand. */
+class BareRegions {
+  public:
+    explicit BareRegions(int64_t count) {
+        for (int64_t i = 0; i < count; ++i) {
+            void* region = mmap(nullptr, kSlots * kRecord, PROT_READ | PROT_WRITE,
+                                MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+            if (region == MAP_FAILED) abort();
+            mRegions.push_back({static_cast<uint8_t*>(region), 1, 0});
+        }
+    }
+    ~BareRegions() {
+        for (const Region& region : mRegions)
+            munmap(region.base, kSlots * kRecord);
+    }
+    BareRegions(const BareRegions&) = delete;
+    BareRegions& operator=(const BareRegions&) = delete;
 
-void floorByHand(benchmark::State& state) {
-    alignas(64) static uint8_t region[kSlots * kRecord];
-    const sensors_event_t event = converted();
-    const auto* source = reinterpret_cast<const uint8_t*>(&event);
-    uint32_t counter = 1;
-    size_t position = 0;
-    for (auto _ : state) {
+    void write(const sensors_event_t& event) {
+        const auto* source = reinterpret_cast<const uint8_t*>(&event);
         benchmark::DoNotOptimize(source);
-        uint8_t* slot = region + position * kRecord;
-        memcpy(slot, source, 12);
-        memcpy(slot + 16, source + 16, 88);
-        std::atomic_thread_fence(std::memory_order_seq_cst);
-        *reinterpret_cast<volatile uint32_t*>(slot + 12) = counter++;
-        std::atomic_thread_fence(std::memory_order_seq_cst);
-        if (++position == kSlots) position = 0;
+        for (Region& region : mRegions) {
+            uint8_t* slot = region.base + region.position * kRecord;
+            memcpy(slot, source, 12);
+            memcpy(slot + 16, source + 16, 88);
+            std::atomic_thread_fence(std::memory_order_seq_cst);
+            *reinterpret_cast<volatile uint32_t*>(slot + 12) = region.counter++;
+            std::atomic_thread_fence(std::memory_order_seq_cst);
+            if (++region.position == kSlots) region.position = 0;
+        }
     }
-}
-BENCHMARK(floorByHand);
 
-/**
- * One record into each of several regions. Regions start at pages, so that records of the same slot
- * compete for the same cache lines: the time per region grows with their number.
- */
-void bufferWrite(benchmark::State& state) {
-    const auto count = static_cast<size_t>(state.range(0));
-    std::vector<std::unique_ptr<LockfreeBuffer>> buffers;
-    for (size_t i = 0; i < count; ++i) {
-        void* region = mmap(nullptr, kSlots * kRecord, PROT_READ | PROT_WRITE,
-                            MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-        if (region == MAP_FAILED) abort();
-        buffers.push_back(std::make_unique<LockfreeBuffer>(region, kSlots * kRecord));
-    }
-    const sensors_event_t event = converted();
-    for (auto _ : state) {
-        for (const auto& buffer : buffers)
-            buffer->write(&event, 1);
-    }
-    reportPerChannel(state);
-}
-BENCHMARK(bufferWrite)->Arg(1)->Arg(4)->Arg(16);
+  private:
+    struct Region {
+        uint8_t* base;
+        uint32_t counter;
+        size_t position;
+    };
+    std::vector<Region> mRegions;
+};
 
 void conversion(benchmark::State& state) {
     const Event event = sample();
@@ -145,15 +139,39 @@ class Channels {
     std::unique_ptr<SensorsSubHal> mSubHal;
 };
 
-/** Per event; the counter gives the time per channel, conversion and allocation included. */
+/** Per event into so many channels; the floor writes as many regions by hand. */
 void postToChannels(benchmark::State& state) {
+    constexpr int kPosts = 200;
     Channels channels(state.range(0));
+    BareRegions regions(state.range(0));
     const std::vector<Event> events(1, sample());
-    for (auto _ : state)
-        channels.subHal().postDirectEvents(events);
-    reportPerChannel(state);
+    const sensors_event_t record = converted();
+    const auto nsPerPost = [](auto post) {
+        const auto begin = std::chrono::steady_clock::now();
+        for (int i = 0; i < kPosts; ++i)
+            post();
+        const std::chrono::duration<double, std::nano> took =
+            std::chrono::steady_clock::now() - begin;
+        return took.count() / kPosts;
+    };
+    bench::Pairs pairs;
+    for (auto _ : state) {
+        const double library = nsPerPost([&] { channels.subHal().postDirectEvents(events); });
+        pairs.add(library, nsPerPost([&] { regions.write(record); }));
+        state.SetIterationTime(library * 1e-9);
+    }
+    pairs.report(state);
 }
-BENCHMARK(postToChannels)->Arg(0)->Arg(1)->Arg(4)->Arg(16);
+BENCHMARK(postToChannels)
+    ->UseManualTime()
+    ->Iterations(2000)
+    ->Arg(0)
+    ->Arg(1)
+    ->Arg(2)
+    ->Arg(4)
+    ->Arg(8)
+    ->Arg(16)
+    ->Arg(64);
 
 }  // namespace
 

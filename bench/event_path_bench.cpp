@@ -7,7 +7,6 @@
 #include <unistd.h>
 #include <utils/AndroidThreads.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -15,6 +14,7 @@
 #include <thread>
 #include <vector>
 
+#include "bench/Pairs.h"
 #include "bench/RealHub.h"
 
 namespace {
@@ -146,35 +146,6 @@ void runFloor(int count) {
     runBurst(gStage->floor.arrivals, count,
              [](int handle, const std::string& record) { gStage->hub->pushTwin(handle, record); });
 }
-
-/** Pairs of the library's figure and the floor's, in ns. */
-class Pairs {
-  public:
-    void add(double library, double floor) {
-        mLibrary.push_back(library);
-        mFloor.push_back(floor);
-        mRatios.push_back(library / floor);
-    }
-    void report(benchmark::State& state, bool tails = false) {
-        state.counters["lib_ns"] = part(mLibrary, 0.5);
-        state.counters["floor_ns"] = part(mFloor, 0.5);
-        state.counters["ratio"] = part(mRatios, 0.5);
-        state.counters["ratio_q1"] = part(mRatios, 0.25);
-        state.counters["ratio_q3"] = part(mRatios, 0.75);
-        if (!tails) return;
-        state.counters["lib_p99"] = part(mLibrary, 0.99);
-        state.counters["floor_p99"] = part(mFloor, 0.99);
-    }
-
-  private:
-    static double part(std::vector<double>& values, double part) {
-        std::sort(values.begin(), values.end());
-        return values[static_cast<size_t>(part * static_cast<double>(values.size() - 1))];
-    }
-    std::vector<double> mLibrary;
-    std::vector<double> mFloor;
-    std::vector<double> mRatios;
-};
 
 /** Per record, from the first of a batch to its last. */
 void drain(benchmark::State& state) {
