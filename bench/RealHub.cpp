@@ -61,6 +61,13 @@ RealHub::RealHub(const std::vector<int>& handles, int strangers) {
         mNumberOf[sensor.handle] = number;
         mNumbers.push_back(number++);
     }
+    // The hub's own two, which the library asks for whatever the specification lists.
+    for (const int handle : {32, 33}) {
+        const simulator::DeviceProfile& profile = *simulator::findProfile(handle);
+        makeDevice(number, simulator::deviceName(profile, profile.plainNameIsWakeUp));
+        mWriters[handle] = makeFifo("/dev/iio:device" + std::to_string(number));
+        mNumbers.push_back(number++);
+    }
     for (int i = 0; i < strangers; ++i, ++number)
         makeDevice(number, "stranger" + std::to_string(i));
     write(kHubDirectory + std::string("/sensor_spec"), spec);

@@ -25,7 +25,7 @@ using EntryPoint =
 class RealHub {
   public:
     /**
-     * @param handles the sensors that the specification file lists
+     * @param handles the sensors that the specification file lists; the hub's own two come along
      * @param strangers further IIO devices, which no sensor asks for
      */
     explicit RealHub(const std::vector<int>& handles, int strangers = 0);
@@ -47,7 +47,7 @@ class RealHub {
     int openTwin(int handle);
     void pushTwin(int handle, const std::string& record);
 
-    /** IIO device numbers of the sensors, in the order of the specification file. */
+    /** IIO device numbers of all sensors. */
     const std::vector<int>& numbers() const { return mNumbers; }
 
   private:

@@ -54,7 +54,7 @@ constexpr int kReaderPriority = -8;
 class BareReader {
   public:
     BareReader(RealHub& hub, size_t devices) : mEntries(devices) {
-        const std::vector<int> handles = someHandles(devices, {kGate, kMeasured});
+        const std::vector<int> handles = someHandles(devices, {kGate, kMeasured, 32, 33});
         for (size_t i = 0; i < devices; ++i)
             mEntries[i] = {hub.openTwin(handles[i]), POLLIN, 0};
         mThread = std::thread([this] { run(); });
@@ -105,7 +105,7 @@ class BareReader {
 struct Stage {
     explicit Stage(size_t devices)
         : hub(std::make_unique<RealHub>(someHandles(devices, {kGate, kMeasured}))),
-          floor(*hub, devices),
+          floor(*hub, devices + 2),
           proxy(new MeteringProxy(kGate)) {
         const EntryPoint entry = loadLibrary();
         hub->enter();

@@ -1,6 +1,5 @@
 #include "sensors/SensorBase.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/ioctl.h>
 #include <utils/SystemClock.h>
@@ -14,8 +13,8 @@
 
 #include "common/Log.h"
 #include "sensors/DecimalText.h"
-#include "sensors/Directory.h"
 #include "sensors/HubPaths.h"
+#include "sensors/IioDevices.h"
 #include "sensors/InjectedEvent.h"
 #include "sensors/SensorHandles.h"
 
@@ -44,25 +43,6 @@ std::string devicePath(int number) {
     char path[64];
     snprintf(path, sizeof(path), paths::kIioDeviceFormat, number);
     return path;
-}
-
-/** Reads the start of a text file; an empty text when it cannot be read. */
-template <size_t Size>
-ssize_t readText(int fd, char (&text)[Size]) {
-    const ssize_t count = read(fd, text, Size - 1);
-    text[count > 0 ? count : 0] = '\0';
-    return count;
-}
-
-bool hasName(const char* prefix, int number, const char* name) {
-    const std::string path =
-        std::string(paths::kIioDirectory) + prefix + std::to_string(number) + "/name";
-    const UniqueFd file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
-    if (!file.ok()) return false;
-    char text[256];
-    char word[30];
-    return readText(file.get(), text) > 0 && sscanf(text, "%29s", word) == 1 &&
-           strcmp(word, name) == 0;
 }
 
 }  // namespace
@@ -198,20 +178,7 @@ int SensorBase::getDataAvailable(uint64_t maxReportLatencyNs) {
 }
 
 int SensorBase::findTypeByName(const char* name, const char* prefix) {
-    const Directory directory(opendir(paths::kIioDirectory));
-    if (directory == nullptr) {
-        ALOGE("No industrialio devices available");
-        return -ENODEV;
-    }
-    const size_t prefixLength = strlen(prefix);
-    while (const dirent* entry = readdir(directory.get())) {
-        if (strlen(entry->d_name) <= prefixLength) continue;
-        if (strncmp(entry->d_name, prefix, prefixLength) != 0) continue;
-        int number = 0;
-        if (sscanf(entry->d_name + prefixLength, "%9d", &number) != 1) continue;
-        if (hasName(prefix, number, name)) return number;
-    }
-    return -ENODEV;
+    return findIioDevice(name, prefix);
 }
 
 int SensorBase::openIio(const char* name) {
@@ -240,8 +207,8 @@ int SensorBase::readSysfsInt(const char* path, int* value) {
     if (!file.ok()) return -errno;
 
     int result = 0;
-    char text[64];
-    if (readText(file.get(), text) < 0 || !parseDecimal(text, value)) {
+    char text[64] = {};
+    if (read(file.get(), text, sizeof(text) - 1) < 0 || !parseDecimal(text, value)) {
         result = -errno;
         ALOGE("SensorBase::readSysfsInt: read failed: %d(%s)", result, strerror(-result));
     }
@@ -349,11 +316,16 @@ void SensorBase::postFlushComplete() {
     if (mFlushLine.text != nullptr) {
         __android_log_print(mFlushLine.level, LOG_TAG, "%s", mFlushLine.text);
     }
-    postEvent(mMetaEvent);
+    // Not through mPosted: some sensors answer a flush on the thread that asks for it.
+    postToAll(std::vector<Event>(1, mMetaEvent));
 }
 
-void SensorBase::postEvent(const Event& event) {
-    const std::vector<Event> events(1, event);
+void SensorBase::postPendingEvent() {
+    mPosted.front() = mPendingEvent;
+    postToAll(mPosted);
+}
+
+void SensorBase::postToAll(const std::vector<Event>& events) {
     postEvents(events);
     if (isDirectReportSensor()) mEventCallback->postDirectEvents(events);
 }

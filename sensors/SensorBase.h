@@ -203,7 +203,7 @@ class SensorBase {
         }
         mPendingEvent.timestamp = record.timestamp;
         fill(record, mPendingEvent.u);
-        postEvent(mPendingEvent);
+        postPendingEvent();
     }
 
     /** Logs the flush line and posts the flush-complete event. */
@@ -242,7 +242,8 @@ class SensorBase {
     void retryIioBufferEnable();
     /** Bytes read into the zeroed record, or -1 with the failure logged. */
     ssize_t readBytes(void* record, size_t size);
-    void postEvent(const Event& event);
+    void postPendingEvent();
+    void postToAll(const std::vector<Event>& events);
 
     const char* const mTag;
     UniqueFd mDataFd;
@@ -258,7 +259,8 @@ class SensorBase {
     std::string mBufferEnablePath;
     std::string mDataAvailablePath;
     Event mPendingEvent;  // after construction written on the poll thread alone
-    Event mMetaEvent;     // fixed after construction, as are the members below
+    std::vector<Event> mPosted = std::vector<Event>(1);  // the posted copy; poll thread alone
+    Event mMetaEvent;  // fixed after construction, as are the members below
     SensorInfo mSensorInfo;
     ISensorsEventCallback* const mEventCallback;
     FlushLine mFlushLine = kNoFlushLine;

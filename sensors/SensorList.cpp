@@ -12,6 +12,7 @@
 #include "common/Log.h"
 #include "sensors/DriverFactory.h"
 #include "sensors/HubPaths.h"
+#include "sensors/IioDevices.h"
 #include "sensors/SensorHandles.h"
 #include "sensors/UniqueFd.h"
 
@@ -196,6 +197,7 @@ void SensorList::makeSensorList(ISensorsEventCallback* callback,
     const size_t records = static_cast<size_t>(size) / sizeof(SpecRecord);
     ALOGI("SensorList size %zd num %zu unitsize %zu", size, records, sizeof(SpecRecord));
 
+    const IioNamesSeen names;  // each sensor looks for a device of its own
     for (size_t i = 0; i < records; ++i) {
         SpecRecord record;
         memcpy(&record, buffer + i * sizeof(record), sizeof(record));
