@@ -20,7 +20,7 @@ void WakelockCounter::decrementRefCountAndMaybeReleaseWakelock(size_t delta, int
 
 HalProxyCallback::HalProxyCallback(Handler handler) : mHandler(std::move(handler)) {}
 
-ScopedWakelock HalProxyCallback::createScopedWakelock(bool lock) {
+ScopedWakelock HalProxyCallbackBase::createScopedWakelock(bool lock) {
     return ScopedWakelock(&mWakelock, lock);
 }
 

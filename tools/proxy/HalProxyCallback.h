@@ -8,7 +8,7 @@
 #include <mutex>
 #include <vector>
 
-// The platform lets only its own HalProxyCallback make wakelocks, so a host program's proxy is one.
+// The platform lets only its own HalProxyCallbackBase make wakelocks, so a host program's proxy has one.
 namespace android::hardware::sensors::V2_0::implementation {
 
 /** Counts the shares in the proxy's one wakelock. Any thread. */
@@ -26,8 +26,18 @@ class WakelockCounter : public IScopedWakelockRefCounter {
     std::atomic<int> mHeld{0};
 };
 
+/** The maker of the proxy's wakelocks. Any thread. */
+class HalProxyCallbackBase : public IHalProxyCallback {
+  public:
+    ScopedWakelock createScopedWakelock(bool lock) override;
+    const WakelockCounter& wakelock() const { return mWakelock; }
+
+  private:
+    WakelockCounter mWakelock;
+};
+
 /** What a library sees of the proxy. Any thread. */
-class HalProxyCallback : public IHalProxyCallback {
+class HalProxyCallback : public HalProxyCallbackBase {
   public:
     /** Events that came in one call. */
     struct Post {
@@ -41,17 +51,14 @@ class HalProxyCallback : public IHalProxyCallback {
     /** Keeps none: `handler` gets each on the library's thread, while its wakelock is held. */
     explicit HalProxyCallback(Handler handler);
 
-    ScopedWakelock createScopedWakelock(bool lock) override;
     void postEvents(const std::vector<Event>& events, ScopedWakelock wakelock) override;
     Return<void> onDynamicSensorsConnected(const hidl_vec<SensorInfo>& sensorInfos) override;
     Return<void> onDynamicSensorsDisconnected(const hidl_vec<int32_t>& sensorHandles) override;
 
     std::vector<Post> take();
-    const WakelockCounter& wakelock() const { return mWakelock; }
 
   private:
     const Handler mHandler;
-    WakelockCounter mWakelock;
     std::mutex mLock;
     std::vector<Post> mPosts;  // guarded by mLock
 };

@@ -20,9 +20,25 @@ std::string Status::description() const {
 
 namespace details {
 
+return_status& return_status::operator=(return_status&& other) noexcept {
+    if (this != &other) {
+        assertChecked();
+        mStatus = std::move(other.mStatus);
+        mChecked = std::exchange(other.mChecked, true);
+    }
+    return *this;
+}
+
 void return_status::assertOk() const {
     if (!isOk()) {
         __android_log_assert(nullptr, "libhidl", "value of a failed call taken: %s",
+                             description().c_str());
+    }
+}
+
+void return_status::assertChecked() const {
+    if (!mChecked && !mStatus.isOk()) {
+        __android_log_assert(nullptr, "libhidl", "failed call not looked at: %s",
                              description().c_str());
     }
 }

@@ -38,13 +38,25 @@ class Status final {
 
 namespace details {
 
+/// A failed call that nobody asked about ends the process when its result is dropped.
 class return_status {
   public:
     return_status() = default;
     return_status(Status status) : mStatus(std::move(status)) {}
+    return_status(const return_status&) = default;
+    return_status(return_status&& other) noexcept
+        : mStatus(std::move(other.mStatus)), mChecked(std::exchange(other.mChecked, true)) {}
+    return_status& operator=(return_status&& other) noexcept;
+    ~return_status() { assertChecked(); }
 
-    bool isOk() const { return mStatus.isOk(); }
-    bool isDeadObject() const { return false; }
+    bool isOk() const {
+        mChecked = true;
+        return mStatus.isOk();
+    }
+    bool isDeadObject() const {
+        mChecked = true;
+        return false;
+    }
     std::string description() const { return mStatus.description(); }
 
   protected:
@@ -52,7 +64,10 @@ class return_status {
     void assertOk() const;
 
   private:
+    void assertChecked() const;
+
     Status mStatus;
+    mutable bool mChecked = false;  // the value of a Return follows in the padding behind it
 };
 
 }  // namespace details

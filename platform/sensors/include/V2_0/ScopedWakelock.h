@@ -22,7 +22,8 @@ class IScopedWakelockRefCounter : public RefBase {
                                                           int64_t timeoutStart = -1) = 0;
 };
 
-class HalProxyCallback;
+class HalProxyCallbackBase;
+class ScopedWakelockTest;
 
 /// A share in the wakelock, or an empty one (not locked). Only the proxy's callback makes them;
 /// destruction gives the share back. The counter outlives it.
@@ -37,7 +38,8 @@ class ScopedWakelock {
     bool isLocked() const { return mLocked; }
 
   private:
-    friend class HalProxyCallback;
+    friend class HalProxyCallbackBase;
+    friend class ScopedWakelockTest;
 
     ScopedWakelock(IScopedWakelockRefCounter* refCounter, bool locked);
     void release();

@@ -22,17 +22,17 @@ using ::android::hardware::sensors::V1_0::Result;
 using ::android::hardware::sensors::V1_0::SensorInfo;
 using ::android::hardware::sensors::V1_0::SharedMemInfo;
 
-/// The proxy, as a sub-HAL sees it. Any thread may call.
+/// The proxy, as a sub-HAL sees it. Any thread may call. Declaration order is virtual-table order.
 class IHalProxyCallback : public ISensorsCallback {
   public:
-    /// lock: true when the events to be posted include one of a wake-up sensor.
-    virtual ScopedWakelock createScopedWakelock(bool lock) = 0;
-
     /// Passes events on. The wakelock must be locked when one of them is of a wake-up sensor.
     virtual void postEvents(const std::vector<Event>& events, ScopedWakelock wakelock) = 0;
+
+    /// lock: true when the events to be posted include one of a wake-up sensor.
+    virtual ScopedWakelock createScopedWakelock(bool lock) = 0;
 };
 
-/// A sub-HAL, as the proxy sees it.
+/// A sub-HAL, as the proxy sees it. Declaration order is virtual-table order here too.
 class ISensorsSubHal : public ISensors {
   public:
     /// The message queues are the proxy's business, so this form is refused here for good. An
@@ -42,6 +42,9 @@ class ISensorsSubHal : public ISensors {
                               const sp<ISensorsCallback>& /*sensorsCallback*/) final {
         return Result::INVALID_OPERATION;
     }
+
+    /// Writes the sub-HAL's state to the handle's descriptor; every sub-HAL answers this itself.
+    Return<void> debug(const hidl_handle& fd, const hidl_vec<hidl_string>& options) override = 0;
 
     /// A short unique name, for messages.
     virtual const std::string getName() = 0;
