@@ -71,7 +71,7 @@ int32_t openFile(const char* path, int flags, UniqueFd* file) {
 
 /** 0, or -errno with the failure logged. What cannot seek is read and written as it comes. */
 int32_t seekTo(int fd, int64_t offset) {
-    if (lseek(fd, offset, SEEK_SET) >= 0 || errno == ESPIPE) return 0;
+    if (lseek64(fd, offset, SEEK_SET) >= 0 || errno == ESPIPE) return 0;
     const int error = errno;
     ALOGE("SensorHubSensor::fileManager: seek to %" PRId64 " failed(%d) %s", offset, -error,
           strerror(error));
