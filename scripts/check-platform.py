@@ -1,0 +1,152 @@
+"""Compares platform/ with what it stands in for: check-platform.py FOLDER
+
+FOLDER holds "dump", the compiler's print of tests/platform/shape.cpp, and "generated", the headers
+that the interface compiler makes of platform/hidl. Prints every difference; exit code 1 if any.
+"""
+import pathlib
+import re
+import sys
+
+folder = pathlib.Path(sys.argv[1])
+root = pathlib.Path(__file__).resolve().parent.parent
+differences = []
+
+
+def short(text):
+    """Names without their namespaces, types without their class keys, single blanks."""
+    text = re.sub(r"(?<![\w:])(?!std::)(?:::)?(?:\w+::)+(?=~?\w)", "", text)
+    text = re.sub(r"\b(?:class|struct|enum|union) ", "", text)
+    return re.sub(r"\s+", " ", text).strip()
+
+
+def compare(what, expected, found):
+    for line in expected:
+        if line not in found:
+            differences.append(f"{what}: missing: {line}")
+    for line in found:
+        if line not in expected:
+            differences.append(f"{what}: not expected: {line}")
+    if sorted(expected) == sorted(found) and expected != found:
+        differences.append(f"{what}: in another order: {found}, expected {expected}")
+
+
+# The compiler's print against the expectation.
+
+def dumped_slots(dump):
+    tables = {}
+    for name, body in re.findall(r"^Vtable for '(?:\w+::)*(\w+)' .*?\n(.*?)\n\n", dump, re.S | re.M):
+        lines = re.findall(r"^ +(\d+) \| (.*\).*)$", body, re.M)
+        tables[name] = [f"{n} {short(text)}" for n, text in lines if "offset" not in text]
+    return tables
+
+
+def dumped_records(dump):
+    records = {}
+    for body in dump.split("*** Dumping AST Record Layout\n")[1:]:
+        lines = body.splitlines()
+        name = short(lines[0].split("|")[1])
+        members = set()
+        for line in lines[1:]:
+            size = re.match(r" +\| \[sizeof=(\d+)", line)
+            if size:
+                records[name] = (int(size[1]), members)
+                break
+            member = re.match(r" *(\d+) \| .* (\w+)$", line)
+            if member:
+                members.add((member[2], int(member[1])))
+    return records
+
+
+dump = (folder / "dump").read_text()
+slots, records = dumped_slots(dump), dumped_records(dump)
+expectation = re.sub(r"^#.*\n", "", (root / "tests/platform/shape.txt").read_text(), flags=re.M)
+checked = 0
+for paragraph in expectation.strip().split("\n\n"):
+    lines = paragraph.splitlines()
+    if lines[0].startswith("slots "):
+        compare(lines[0], lines[1:], slots.get(lines[0].split()[1], []))
+        checked += len(lines) - 1
+        continue
+    for line in lines:
+        name, size, members = re.match(r"record (.*?) (\d+)(?:: (.*))?$", line).groups()
+        found_size, found_members = records.get(name, (None, set()))
+        if found_size != int(size):
+            differences.append(f"{name}: {found_size} bytes, expected {size}")
+        for member in (members or "").split(", ") if members else []:
+            member_name, offset = member.split()
+            checked += 1
+            if (member_name, int(offset)) not in found_members:
+                differences.append(f"{name}: {member_name} is not at {offset}")
+
+
+# The interface compiler's headers against the stand-ins' own.
+
+def without_comments(path):
+    return re.sub(r"//[^\n]*|/\*.*?\*/|static_assert.*?;", "", path.read_text(), flags=re.S)
+
+
+def enumerations(text):
+    result = {}
+    for name, kind, body in re.findall(r"enum class (\w+) : (\w+) \{(.*?)\}", text, re.S):
+        values, last = [], -1
+        for item in filter(None, (entry.strip() for entry in body.split(","))):
+            enumerator, _, value = (part.strip() for part in item.partition("="))
+            last = eval(value.replace("u", "").replace("ll", "")) if value else last + 1
+            values.append((enumerator, last))
+        result[f"{name} : {kind}"] = values
+    return result
+
+
+def structures(text):
+    result = {}
+    text = re.sub(r"enum class \w+ : \w+(?: \{.*?\})?;", "", text, flags=re.S)
+    text = re.sub(r"__attribute__ ?\(\(aligned\(\d+\)\)\)", "", text)
+    # Innermost first, so that a nested record is gone when its outer one is read.
+    pattern = re.compile(r"(?:struct|union) (\w+)(?: final)? \{([^{}]*)\};")
+    while match := pattern.search(text):
+        members = [short(member) for member in match[2].split(";")]
+        result[match[1]] = [member for member in members if " " in member]
+        text = text[:match.start()] + text[match.end():]
+    return result
+
+
+def methods(text):
+    result = {}
+    for name, body in re.findall(r"struct (\w+) : [^{;]*\{(.*?)\n\};", text, re.S):
+        body = body.split("static ::android::hardware::Return<")[0]  # castFrom and what follows
+        found = []
+        for type_, method in re.findall(
+                r"\n    (?:virtual )?((?:::)?[\w:]*Return<[^;{]*?>|bool)\s+(\w+\([^;{]*\))", body):
+            found.append(short(type_ + " " + method).replace("( ", "("))
+        result[name] = found
+        result[name + " callbacks"] = [short(using) for using in
+                                       re.findall(r"using (\w+ =\s[^;]*);", body)
+                                       if "_cb" in using and
+                                       (name == "IBase" or using.split()[0] not in base_callbacks)]
+    return result
+
+
+# Every generated interface names these again.
+base_callbacks = ["interfaceChain_cb", "interfaceDescriptor_cb", "getHashChain_cb",
+                  "getDebugInfo_cb"]
+headers = {"libhidl/include/android/hidl/base/1.0": ["types.h", "IBase.h"],
+           "sensors/include/android/hardware/sensors/1.0": ["types.h"],
+           "sensors/include/android/hardware/sensors/2.0": ["types.h", "ISensorsCallback.h",
+                                                            "ISensors.h"]}
+for path, names in headers.items():
+    generated = folder / "generated" / path.split("include/")[1]
+    texts = []
+    for directory in (generated, root / "platform" / path):
+        texts.append("".join(without_comments(directory / name) for name in names
+                             if (directory / name).exists()))
+    for read in (enumerations, structures, methods):
+        wanted, found = read(texts[0]), read(texts[1])
+        compare(f"{path}: {read.__name__}", sorted(wanted), sorted(found))
+        for name in wanted:
+            compare(name, wanted[name], found.get(name, []))
+            checked += len(wanted[name])
+
+for difference in differences:
+    print(difference)
+print(f"{checked} slots, members, enumerators and methods compared, {len(differences)} differ")
+sys.exit(1 if differences else 0)

@@ -1,0 +1,30 @@
+#!/bin/bash
+# That the stand-ins have the platform's names, values, layouts and virtual tables: the compiler's own
+# print of them against an expectation, and the interface compiler's headers against ours.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+scripts/install-packages.sh clang hidl-gen python3
+
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+includes=()
+for folder in platform/*/include; do includes+=(-isystem "$folder"); done
+clang++ -std=c++17 "${includes[@]}" -S -emit-llvm -o /dev/null \
+    -Xclang -fdump-vtable-layouts -Xclang -fdump-record-layouts \
+    tests/platform/shape.cpp >"$work/dump"
+
+interfaces=(android.hidl.base@1.0 android.hardware.sensors@1.0 android.hardware.sensors@2.0)
+roots=(-p platform/hidl -r android.hidl:hidl -r android.hardware:hardware)
+for interface in "${interfaces[@]}"; do
+    hidl-gen -Lcheck "${roots[@]}" "$interface"
+    hidl-gen -Lc++-headers -o "$work/generated" "${roots[@]}" "$interface"
+done
+# The interface compiler computes layouts of its own and asserts them; they have to hold for ours.
+{
+    echo '#include <android/hardware/sensors/2.0/ISensors.h>'
+    find "$work/generated" -name types.h -exec grep -h '^static_assert' {} +
+} >"$work/layouts.cpp"
+clang++ -std=c++17 "${includes[@]}" -fsyntax-only "$work/layouts.cpp"
+
+python3 scripts/check-platform.py "$work"
