@@ -164,8 +164,9 @@ TEST(Convert, SensorsComeBackAsTheyWere) {
     EXPECT_EQ(fields(back), fields(info));
 
     sensor = {};
-    sensor.maxDelay = 0x100000005;
-    sensor.flags = 0x300000001;
+    // These two have 32 bits on a 32-bit target, where the low words are all there is.
+    sensor.maxDelay = static_cast<decltype(sensor.maxDelay)>(0x100000005);
+    sensor.flags = static_cast<decltype(sensor.flags)>(0x300000001);
     convertFromSensor(sensor, &back);
     EXPECT_EQ(back.name, "");
     EXPECT_EQ(back.requiredPermission, "");
