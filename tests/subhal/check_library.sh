@@ -10,6 +10,7 @@ exported=$(nm -D --defined-only "$library" | awk '{print $3}')
 readelf -dW "$library" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p' | while read -r needed; do
     case $needed in
         libplatform_standin.so | liblog.so.0 | libutils.so.0 | libcutils.so.0) ;;
+        libc++.so.1 | libc++abi.so.1 | libunwind.so.1) ;;
         libstdc++.so.6 | libgcc_s.so.1 | libm.so.6 | libc.so.6 | ld-linux-*) ;;
         lib*san.so.*) ;;
         *) echo "needs $needed"; exit 1 ;;

@@ -1,0 +1,37 @@
+#!/bin/bash
+# Builds for targets nearer to a device than the host is, and runs the tests there: 32-bit and 64-bit
+# ARM under user-mode emulation, and the host with clang's C++ library.
+# Arguments: names of files in cmake/toolchains/, when not all three.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+[ $# -gt 0 ] || set -- clang-libcxx arm-linux-gnueabihf aarch64-linux-gnu
+packages=(cmake ninja-build googletest binutils)
+for target in "$@"; do
+    case $target in
+        clang-libcxx) packages+=(clang libc++-dev libc++abi-dev) ;;
+        *) packages+=(qemu-user "g++-$target") ;;
+    esac
+done
+scripts/install-packages.sh "${packages[@]}"
+
+for target in "$@"; do
+    began=$SECONDS
+    build=$PWD/build-$target
+    # Optimised a little, so that fortified and inlined calls are there; emulation is the slow part.
+    options=(-DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/toolchains/$target.cmake"
+             -DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_FLAGS_RELEASE="-O1 -DNDEBUG")
+    # The packaged GoogleTest is built for the host and its usual library.
+    googletest=$build/googletest
+    mkdir -p "$googletest"
+    {
+        cmake -G Ninja -S /usr/src/googletest -B "$googletest" "${options[@]}" -DBUILD_GMOCK=OFF \
+            -DCMAKE_INSTALL_PREFIX="$googletest/installed" && ninja -C "$googletest" install
+    } >"$googletest.log" 2>&1 || { cat "$googletest.log"; exit 1; }
+
+    scripts/build.sh "$build" "${options[@]}" -DSENSORHUB_WERROR=ON \
+        -DCMAKE_PREFIX_PATH="$googletest/installed" \
+        -DCMAKE_DISABLE_FIND_PACKAGE_benchmark=ON -DCMAKE_DISABLE_FIND_PACKAGE_CLI11=ON
+    ctest --test-dir "$build" --output-on-failure -j"$(nproc)" --timeout 120 >"$build/ctest.log" ||
+        { cat "$build/ctest.log"; exit 1; }
+    echo "$target: $(grep 'tests passed' "$build/ctest.log") in $((SECONDS - began)) s"
+done
