@@ -59,6 +59,10 @@ Next<int(const char*)> gRemove("remove");
 Next<int(const char*)> gUnlink("unlink");
 Next<int(const char*, int)> gAccess("access");
 Next<int(const char*, struct stat*)> gStat("stat");
+Next<int(const char*, struct stat64*)> gStat64("stat64");
+#if __TIMESIZE == 32
+Next<int(const char*, void*)> gStat64Time64("__stat64_time64");
+#endif
 Next<ssize_t(int, void*, size_t)> gRead("read");
 Next<ssize_t(int, const void*, size_t)> gWrite("write");
 Next<int(int, unsigned long, ...)> gIoctl("ioctl");
@@ -77,6 +81,10 @@ __attribute__((constructor)) void resolveAll() {
     gUnlink.get();
     gAccess.get();
     gStat.get();
+    gStat64.get();
+#if __TIMESIZE == 32
+    gStat64Time64.get();
+#endif
     gRead.get();
     gWrite.get();
     gIoctl.get();
@@ -147,6 +155,13 @@ ssize_t readFile(int fd, void* buffer, size_t size) {
     FileBackend* hub = node != 0 ? backend() : nullptr;
     if (hub == nullptr) return gRead.get()(fd, buffer, size);
     return withErrno(hub->read(node, fd, buffer, size));
+}
+
+int controlFile(int fd, unsigned long request, void* argument) {
+    const uint32_t node = nodeOf(fd);
+    FileBackend* hub = node != 0 ? backend() : nullptr;
+    if (hub == nullptr) return gIoctl.get()(fd, request, argument);
+    return withErrno(hub->ioctl(node, fd, request, argument));
 }
 
 /** Forgets the descriptor and returns the errno with which its close is to fail, or 0. */
@@ -296,6 +311,11 @@ int stat(const char* path, struct stat* status) noexcept {
         path, [status](const char* p) { return simulator::gStat.get()(p, status); });
 }
 
+int stat64(const char* path, struct stat64* status) noexcept {
+    return simulator::onRealPath(
+        path, [status](const char* p) { return simulator::gStat64.get()(p, status); });
+}
+
 ssize_t read(int fd, void* buffer, size_t size) {
     return simulator::readFile(fd, buffer, size);
 }
@@ -318,11 +338,26 @@ int ioctl(int fd, unsigned long request, ...) noexcept {
     va_start(arguments, request);
     void* argument = va_arg(arguments, void*);
     va_end(arguments);
-    const uint32_t node = simulator::nodeOf(fd);
-    simulator::FileBackend* hub = node != 0 ? simulator::backend() : nullptr;
-    if (hub == nullptr) return simulator::gIoctl.get()(fd, request, argument);
-    return simulator::withErrno(hub->ioctl(node, fd, request, argument));
+    return simulator::controlFile(fd, request, argument);
 }
+
+#if __TIMESIZE == 32
+// The names that programs built for late times call on 32-bit targets.
+int __ioctl_time64(int fd, unsigned long request, ...) noexcept;
+int __ioctl_time64(int fd, unsigned long request, ...) noexcept {
+    va_list arguments;
+    va_start(arguments, request);
+    void* argument = va_arg(arguments, void*);
+    va_end(arguments);
+    return simulator::controlFile(fd, request, argument);
+}
+
+int __stat64_time64(const char* path, void* status) noexcept;
+int __stat64_time64(const char* path, void* status) noexcept {
+    return simulator::onRealPath(
+        path, [status](const char* p) { return simulator::gStat64Time64.get()(p, status); });
+}
+#endif
 
 int close(int fd) {
     const int error = simulator::forget(fd);
