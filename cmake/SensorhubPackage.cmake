@@ -12,9 +12,9 @@ set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "sensors sub-HAL on a simulated sensor hub")
 set(CPACK_PACKAGE_DESCRIPTION
 "The sub-HAL library of a sensor hub, stand-ins for the platform's libraries
-that it needs, and subhalctl, which loads the library as the sensors proxy does
-and shows what it delivers: events, flushes, batches, direct channels. No device
-is needed, a hub can be simulated.
+that it needs, and subhalctl, which loads the library as the sensors proxy
+does and shows what it delivers: events, flushes, batches, direct channels.
+No device is needed, a hub can be simulated.
 .
 The simulated hub comes as a CMake package too, sensorhub_simulator, by which
 other programs test their own use of the library.")

@@ -1,0 +1,52 @@
+#!/bin/bash
+# Installs what a build directory holds, in three ways, and uses it: into a prefix, from which a project
+# of its own links the simulator; as a Debian package into a clean root; and by lintian's eyes.
+# check-package.sh [BUILD DIRECTORY]
+set -euo pipefail
+cd "$(dirname "$0")/.."
+build=${1:-build}
+scripts/install-packages.sh cmake ninja-build dpkg-dev file lintian mmdebstrap
+
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+# quietly NAME COMMAND...: shows the output only of a failure.
+quietly() {
+    local name=$1
+    shift
+    if ! "$@" >"$work/log" 2>&1; then
+        cat "$work/log"
+        echo "$name: failed"
+        exit 1
+    fi
+    echo "$name: fine"
+}
+
+sees_sensors() { "$@" --sim list | grep -q accelerometer; }
+
+# The prefix moves before it is used: nothing in it may know where it was made.
+cmake --install "$build" --prefix "$work/made" >/dev/null
+mv "$work/made" "$work/prefix"
+quietly "subhalctl from a prefix" sees_sensors "$work/prefix/bin/subhalctl"
+if grep -rlF -e "$PWD" -e "$work" "$work/prefix"; then
+    echo "these files know a path of the build"
+    exit 1
+fi
+client() {
+    cmake -G Ninja -S examples/client -B "$work/client" -DCMAKE_PREFIX_PATH="$work/prefix" &&
+        cmake --build "$work/client" && ctest --test-dir "$work/client" --output-on-failure
+}
+quietly "another project's test on the installed simulator" client
+
+quietly "package" cpack -G DEB --config "$build/CPackConfig.cmake" -B "$work"
+package=$(echo "$work"/*.deb)
+quietly "lintian" lintian --allow-root --fail-on error --tag-display-limit 0 "$package"
+
+# Only what the package depends on is in this root, beside what every Debian has.
+clean_root() {
+    mmdebstrap --variant=essential --include="$package" \
+        --hook-dir=/usr/share/mmdebstrap/hooks/file-mirror-automount \
+        --customize-hook='chroot "$1" subhalctl --sim list | grep accelerometer' \
+        "$(. /etc/os-release && echo "$VERSION_CODENAME")" /dev/null
+}
+quietly "installed into a clean root, subhalctl --sim list" clean_root
