@@ -23,7 +23,6 @@ namespace {
 constexpr int kStateDump = 0;
 constexpr int kStateDumpLimit = 2;
 
-constexpr char kLatestName[] = "shub_dump";
 constexpr char kStateName[] = "shub_dumpstate";
 constexpr char kStampFormat[] = "%Y%m%d_%H%M%S";
 
@@ -106,14 +105,15 @@ void SensorHubSensor::dump(int type, int count) {
     if (type == kStateDump) {
         snprintf(prefix, sizeof(prefix), "%s_", kStateName);
     } else {
-        snprintf(prefix, sizeof(prefix), "%s_%03d_", kLatestName, type);
+        snprintf(prefix, sizeof(prefix), "%s_%03d_", paths::kDumpName, type);
     }
     const int limit = type == kStateDump ? kStateDumpLimit : count;
     ALOGI("SensorHubSensor::dump out %s%s, count %d", prefix, stamp, limit);
 
     deletePrevDump(type, prefix, limit);
-    copyFile(paths::kDumpSourceDirectory, kLatestName, paths::kDumpDirectory, prefix, stamp);
-    copyFile(paths::kDumpSourceDirectory, kLatestName, paths::kDumpDirectory, kLatestName, nullptr);
+    copyFile(paths::kDumpSourceDirectory, paths::kDumpName, paths::kDumpDirectory, prefix, stamp);
+    copyFile(paths::kDumpSourceDirectory, paths::kDumpName, paths::kDumpDirectory, paths::kDumpName,
+             nullptr);
 }
 
 void SensorHubSensor::deletePrevDump(int type, const char* prefix, int limit) {

@@ -9,9 +9,14 @@ inline constexpr char kEnable[] = "/sys/class/sensors/hbx_sensor/enable";
 inline constexpr char kFlush[] = "/sys/class/sensors/hbx_sensor/hbx_flush";
 inline constexpr char kBatch[] = "/dev/batch_io";
 
-// Industrial I/O: one device per sensor. The formats take the device number.
+// Industrial I/O: one device per sensor. The formats take the device number; the attributes lie in
+// the device's own directory.
 inline constexpr char kIioDirectory[] = "/sys/bus/iio/devices/";
 inline constexpr char kIioPrefix[] = "iio:device";
+inline constexpr char kIioName[] = "name";
+inline constexpr char kIioBufferLength[] = "buffer/length";
+inline constexpr char kIioBufferEnable[] = "buffer/enable";
+inline constexpr char kIioDataAvailable[] = "buffer/data_available";
 inline constexpr char kIioDeviceFormat[] = "/dev/iio:device%d";
 
 // Data injection; the first that opens is used.
@@ -34,6 +39,7 @@ inline constexpr char kHubMessageFallback[] = "/dev/shub_sensorhub";
 // Housekeeping: the file manager's control file, the dump's source and where dumps are kept.
 inline constexpr char kFileManager[] = "/sys/class/sensors/hbx_sensor/shub_file";
 inline constexpr char kDumpSourceDirectory[] = "/sys/class/sensors/hbx_sensor/";
+inline constexpr char kDumpName[] = "shub_dump";
 inline constexpr char kDumpDirectory[] = "/data/vendor/sensorhub/";
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub::paths

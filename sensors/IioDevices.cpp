@@ -21,7 +21,7 @@ thread_local IioNamesSeen* tSeen = nullptr;
 /** First word of a device's name attribute, of at most 29 characters; empty without one. */
 std::string readName(const char* prefix, int number) {
     const std::string path =
-        std::string(paths::kIioDirectory) + prefix + std::to_string(number) + "/name";
+        std::string(paths::kIioDirectory) + prefix + std::to_string(number) + "/" + paths::kIioName;
     const UniqueFd file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
     if (!file.ok()) return "";
     char text[256];

@@ -69,9 +69,9 @@ void SensorBase::openDevice(const std::string& name, const SensorInfo& info) {
     mDevNum = findTypeByName(name.c_str(), paths::kIioPrefix);
     if (mDevNum < 0) return;
 
-    mBufferLengthPath = deviceAttribute(mDevNum, "buffer/length");
-    mBufferEnablePath = deviceAttribute(mDevNum, "buffer/enable");
-    mDataAvailablePath = deviceAttribute(mDevNum, "buffer/data_available");
+    mBufferLengthPath = deviceAttribute(mDevNum, paths::kIioBufferLength);
+    mBufferEnablePath = deviceAttribute(mDevNum, paths::kIioBufferEnable);
+    mDataAvailablePath = deviceAttribute(mDevNum, paths::kIioDataAvailable);
 
     // Not blocking: whoever believes a wrong count must not wait for a record that is not there.
     mDataFd.reset(open(devicePath(mDevNum).c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
