@@ -1,0 +1,8 @@
+#!/bin/sh
+# The kit for a device's tree against the sources, and that the check finds what may go wrong with it.
+set -eu
+cd "$(dirname "$0")/.."
+scripts/install-packages.sh git m4 blueprint-tools checkpolicy selinux-utils python3-setools
+export PATH="$PATH:/usr/sbin" PYTHONDONTWRITEBYTECODE=1
+/usr/bin/python3 scripts/kit/check.py
+/usr/bin/python3 scripts/kit/planted.py
