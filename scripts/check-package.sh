@@ -22,12 +22,22 @@ quietly() {
     echo "$name: fine"
 }
 
-sees_sensors() { "$@" --sim list | grep -q accelerometer; }
+# Not grep -q, which would end the program it listens to.
+sees_sensors() { "$@" --sim list | grep accelerometer; }
+finds_all() { ! ldd "$@" | grep "not found"; }
 
 # The prefix moves before it is used: nothing in it may know where it was made.
 cmake --install "$build" --prefix "$work/made" >/dev/null
 mv "$work/made" "$work/prefix"
 quietly "subhalctl from a prefix" sees_sensors "$work/prefix/bin/subhalctl"
+quietly "libraries find each other" finds_all "$work"/prefix/lib/*/*.so
+completes() {
+    local COMP_WORDS=("$work/prefix/bin/subhalctl" --sim watch accelerometer_u) COMP_CWORD=3 COMPREPLY
+    . "$work/prefix/share/bash-completion/completions/subhalctl"
+    _subhalctl "${COMP_WORDS[0]}"
+    [[ ${COMPREPLY[0]} == accelerometer_uncalibrated ]]
+}
+quietly "completion" completes
 if grep -rlF -e "$PWD" -e "$work" "$work/prefix"; then
     echo "these files know a path of the build"
     exit 1
@@ -44,6 +54,7 @@ quietly "lintian" lintian --allow-root --fail-on error --tag-display-limit 0 "$p
 
 # Only what the package depends on is in this root, beside what every Debian has.
 clean_root() {
+    # shellcheck disable=SC2016 # the hook's own argument
     mmdebstrap --variant=essential --include="$package" \
         --hook-dir=/usr/share/mmdebstrap/hooks/file-mirror-automount \
         --customize-hook='chroot "$1" subhalctl --sim list | grep accelerometer' \
