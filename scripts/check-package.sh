@@ -33,6 +33,7 @@ quietly "subhalctl from a prefix" sees_sensors "$work/prefix/bin/subhalctl"
 quietly "libraries find each other" finds_all "$work"/prefix/lib/*/*.so
 completes() {
     local COMP_WORDS=("$work/prefix/bin/subhalctl" --sim watch accelerometer_u) COMP_CWORD=3 COMPREPLY
+    # shellcheck disable=SC1091 # installed a moment ago
     . "$work/prefix/share/bash-completion/completions/subhalctl"
     _subhalctl "${COMP_WORDS[0]}"
     [[ ${COMPREPLY[0]} == accelerometer_uncalibrated ]]

@@ -3,7 +3,7 @@
 
 _subhalctl() {
     local word=${COMP_WORDS[COMP_CWORD]} last=${COMP_WORDS[COMP_CWORD - 1]}
-    local help verbs choices i command=("$1") hub=()
+    local help verbs choices="" i command=("$1") hub=()
 
     # Down to the innermost verb on the line.
     for ((i = 1; i <= COMP_CWORD; ++i)); do
