@@ -88,9 +88,18 @@ def check_build_files(tree, scratch, report):
         if module.kind in ("cc_library_shared", "cc_binary", "cc_test_host"):
             check_flags(tree, build, module, report)
 
-    sources, product = set(build.sources(library)), set(tree.product(".cpp"))
-    for name in sorted(sources ^ product):
-        report(f"{name} is {'not a source' if name in sources else 'missing from the library'}")
+    check_sources(build, library, set(tree.product(".cpp")), report)
+    tool = build.get("subhalctl", "cc_binary")
+    sources, defined = project.device_tool(tree.root)
+    check_sources(build, tool, sources, report)
+    flags = " ".join(build.list(tool, "cflags"))
+    for name in sorted(name for name in defined if f"-D{name}" not in flags):
+        report(f"subhalctl: {name} is not defined")
+    version = re.search(r"project\(\S+ VERSION (\S+)", tree.read("CMakeLists.txt")).group(1)
+    if f'-DSUBHALCTL_VERSION="{version}"' not in flags:
+        report(f"subhalctl: not version {version}")
+    if f"({version})" not in tree.read("cmake/debian/changelog").splitlines()[0]:
+        report(f"cmake/debian/changelog: its first entry is not {version}")
     scripts = build.files(library, [library.get("version_script", "?")])
     if scripts != ["subhal/sensorhub_subhal.map"]:
         report(f"the library's version script is {scripts}")
@@ -105,10 +114,11 @@ def check_build_files(tree, scratch, report):
         report("hals.conf does not name the library")
     check_libraries(tree, build, library, report)
 
-    tool = build.get("subhalctl", "cc_binary")
-    reached = project.reached(tree, build.sources(tool))
-    for name in sorted(name for name in reached if name.startswith(("simulator/", "tests/"))):
-        report(f"subhalctl for the device includes {name}")
+
+def check_sources(build, module, expected, report):
+    sources = set(build.sources(module))
+    for name in sorted(sources ^ expected):
+        report(f"{name} is {'not a source of' if name in sources else 'missing from'} {module['name']}")
 
 
 def check_flags(tree, build, module, report):

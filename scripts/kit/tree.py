@@ -1,9 +1,12 @@
 """The files of the project, and what its C++ sources say."""
 
 import copy
+import functools
+import json
 import pathlib
 import re
 import subprocess
+import tempfile
 
 PRODUCT = ("directchannel/", "hub/", "sensors/", "subhal/")
 PATHS_HEADER = "sensors/HubPaths.h"
@@ -105,7 +108,7 @@ def properties(tree):
 
 def handles(tree):
     """Handles that the proxy can name: the catalogue's, and the context sensor's."""
-    table = re.findall(r"\{(\d+), make", code(tree.read("sensors/SensorList.cpp")))
+    table = re.findall(r"\{(\d+), \w+<", code(tree.read("sensors/SensorList.cpp")))
     own = re.search(r"kQContextHandle = (\d+)", tree.read("sensors/SensorHandles.h"))
     return {int(handle) for handle in table} | {int(own.group(1))}
 
@@ -123,15 +126,20 @@ def includes(tree, names):
     return {header for header in found if header in platform}
 
 
-def reached(tree, names):
-    """`names` and the project's own headers that they include, at any depth."""
-    found, waiting = set(), list(names)
-    while waiting:
-        name = waiting.pop()
-        if name not in found and name in tree.files:
-            found.add(name)
-            waiting += re.findall(r'#include "([^"]*)"', tree.read(name))
-    return found
+@functools.lru_cache
+def device_tool(root):
+    """What CMake builds subhalctl from for a device, apart from the library and the platform: sources,
+    and names that are defined for them."""
+    with tempfile.TemporaryDirectory() as build:
+        subprocess.run(["cmake", "-G", "Ninja", "-S", root, "-B", build, "-DSUBHALCTL_SIMULATOR=OFF"],
+                       check=True, capture_output=True)
+        listed = subprocess.run(["ninja", "-C", build, "-t", "inputs", "subhalctl"], check=True,
+                                capture_output=True, text=True).stdout
+        commands = json.loads(pathlib.Path(build, "compile_commands.json").read_text())
+    names = re.findall(rf"^{re.escape(str(root.resolve()))}/(.*\.cpp)$", listed, re.M)
+    defined = {name for command in commands if "/tools/subhalctl/" in command["file"]
+               for name in re.findall(r"-D(SUBHALCTL_\w+)", command["command"])}
+    return {name for name in names if not name.startswith((*PRODUCT, "platform/"))}, defined
 
 
 def _arguments(text):
