@@ -78,7 +78,7 @@ const Event& QContextSensor::stampListEvent(V1_0::AdditionalInfoType kind) {
 void QContextSensor::postList(const int32_t (&words)[4]) {
     std::vector<Event> frame;
     frame.reserve(3);
-    frame.push_back(stampListEvent(V1_0::AdditionalInfoType::BEGIN));
+    frame.push_back(stampListEvent(V1_0::AdditionalInfoType::AINFO_BEGIN));
     // The words stay behind: the end event and the next begin event carry them too.
     for (size_t i = 0; i < 4; ++i)
         mListEvent.u.additional.u.data_int32[i] = words[i];
@@ -86,7 +86,7 @@ void QContextSensor::postList(const int32_t (&words)[4]) {
     ALOGI("QContext List : 0x%x 0x%x 0x%x 0x%x", static_cast<uint32_t>(words[0]),
           static_cast<uint32_t>(words[1]), static_cast<uint32_t>(words[2]),
           static_cast<uint32_t>(words[3]));
-    frame.push_back(stampListEvent(V1_0::AdditionalInfoType::END));
+    frame.push_back(stampListEvent(V1_0::AdditionalInfoType::AINFO_END));
     postEvents(frame);
 }
 

@@ -303,13 +303,15 @@ ssize_t SensorBase::readBytes(void* record, size_t size) {
     memset(record, 0, size);
     const ssize_t count = read(mDataFd.get(), record, size);
     if (count > 0) ++mRecordsRead;
-    if (count >= 0) return count;
+    return count;
+}
+
+void SensorBase::logReadFailure() const {
     if (mReadFailure != nullptr) {
         ALOGE("%s - (%s)", mReadFailure, strerror(errno));
     } else {
         ALOGE("%s :input data file descriptor not available - (%s)", mTag, strerror(errno));
     }
-    return count;
 }
 
 void SensorBase::postFlushComplete() {

@@ -188,13 +188,15 @@ class SensorBase {
     template <typename Record>
     bool readRecord(Record* record) {
         const ssize_t count = readBytes(record, sizeof(Record));
-        if (count < 0) return false;
+        if (count < 0) {
+            logReadFailure();
+            return false;
+        }
         if constexpr (HasForms<Record>::value) record->expandFrom(static_cast<size_t>(count));
         return true;
     }
 
-    /** Posts the flush-complete event for the hub's flush marker, else a data event; see
-     *  readAndPost(). */
+    /** Posts the flush-complete event for the hub's flush marker, else readAndPost()'s event. */
     template <typename Record, typename Fill>
     void postRecord(const Record& record, Fill fill) {
         if (record.isFlushMarker()) {
@@ -240,8 +242,9 @@ class SensorBase {
     void chooseInjectionDevice();
     static int writeSysfsInt(const char* path, int value, bool* wasOpened);
     void retryIioBufferEnable();
-    /** Bytes read into the zeroed record, or -1 with the failure logged. */
+    /** Bytes read into the zeroed record, or -1 with errno. */
     ssize_t readBytes(void* record, size_t size);
+    void logReadFailure() const;
     void postPendingEvent();
     void postToAll(const std::vector<Event>& events);
 

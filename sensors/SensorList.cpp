@@ -206,8 +206,8 @@ void SensorList::makeSensorList(ISensorsEventCallback* callback,
         logRecord(info, record.wakeUp);
         pushSensorList(info, callback);
     }
-    pushHubSensor(kQContextHandle, makeContext, callback);
-    pushHubSensor(kSensorHubHandle, makeHousekeeping, callback);
+    pushSensorList(kQContextHandle, makeContext, callback);
+    pushSensorList(kSensorHubHandle, makeHousekeeping, callback);
     makePollFds();
 }
 
@@ -234,8 +234,8 @@ void SensorList::pushSensorList(const SensorInfo& info, ISensorsEventCallback* c
     addSensor(make(info, callback), handle, info.name);
 }
 
-void SensorList::pushHubSensor(int handle, const HubSensorFactory& make,
-                               ISensorsEventCallback* callback) {
+void SensorList::pushSensorList(int handle, const HubSensorFactory& make,
+                                ISensorsEventCallback* callback) {
     if (make == nullptr) return;
     std::unique_ptr<SensorBase> sensor = make(callback);
     const std::string name = sensor->getSensorInfo().name;

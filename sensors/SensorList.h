@@ -61,7 +61,7 @@ class SensorList {
                         const HubSensorFactory& makeHousekeeping);
     void makePollFds();
     void pushSensorList(const SensorInfo& info, ISensorsEventCallback* callback);
-    void pushHubSensor(int handle, const HubSensorFactory& make, ISensorsEventCallback* callback);
+    void pushSensorList(int handle, const HubSensorFactory& make, ISensorsEventCallback* callback);
     void addSensor(std::unique_ptr<SensorBase> sensor, int handle, const std::string& name);
 
     std::map<int32_t, int32_t> mHandleToIndex;

@@ -198,6 +198,11 @@ void SimulatedHub::setHandler(const std::string& path, NodeHandler handler) {
     mNodes[nodeNumber(path) - 1].handler = std::make_shared<const NodeHandler>(std::move(handler));
 }
 
+void SimulatedHub::clearFaults() {
+    const std::lock_guard<std::mutex> lock(mMutex);
+    mFaults.clear();
+}
+
 void SimulatedHub::addFault(Call call, const std::string& path, int error, int nth, int count) {
     std::lock_guard<std::mutex> lock(mMutex);
     mFaults.add(call, path, error, nth, count);

@@ -142,6 +142,8 @@ class SimulatedHub : private FileBackend {
     void failPoll(int error, int nth = 1, int count = 1) {
         addFault(Call::kPoll, "", error, nth, count);
     }
+    /** Lets all calls pass again. */
+    void clearFaults();
     /** The next record read from the sensor ends after `bytes`; the rest of it is lost. */
     void cutNextRecord(int handle, size_t bytes);
     /** Unregisters the device: its files and all that is queued are gone, what has it open gets

@@ -25,7 +25,6 @@
 namespace {
 
 using android::hardware::sensors::V1_0::Result;
-using testing_support::ISensorsSubHal;
 using testing_support::LoadedSubHal;
 using testing_support::LogCapture;
 using testing_support::onlySensors;
@@ -34,14 +33,12 @@ using testing_support::onlySensors;
 TEST(PollThreadDeathTest, WithoutItTheProcessEnds) {
     const auto startWithoutThreads = [] {
         simulator::SimulatedHub hub(onlySensors({1}));
-        simulator::HostedLibrary library(hub, SENSORHUB_LIBRARY);
         pthread_attr_t attributes;
         pthread_attr_init(&attributes);
         pthread_attr_setstacksize(&attributes, size_t{1} << 46);
         pthread_setattr_default_np(&attributes);
         try {
-            uint32_t version = 0;
-            reinterpret_cast<ISensorsSubHal* (*)(uint32_t*)>(library.entryPoint())(&version);
+            host_proxy::SubHalLibrary library(SENSORHUB_LIBRARY);
         } catch (...) {
         }
         _exit(0);
