@@ -5,6 +5,11 @@ cd "$(dirname "$0")/.."
 
 git ls-files '*.h' '*.cpp' | xargs clang-format --dry-run -Werror
 
+if git grep -n '<log/log.h>' -- subhal sensors directchannel hub; then
+    echo "the log comes from common/Log.h, which gives it the library's tag"
+    exit 1
+fi
+
 includes=()
 for folder in platform/*/include; do includes+=(-isystem "$folder"); done
 check_header() {

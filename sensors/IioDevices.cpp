@@ -1,13 +1,13 @@
 #include "sensors/IioDevices.h"
 
 #include <fcntl.h>
-#include <log/log.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 
+#include "common/Log.h"
 #include "sensors/Directory.h"
 #include "sensors/HubPaths.h"
 #include "sensors/UniqueFd.h"

@@ -30,11 +30,21 @@ constexpr std::chrono::milliseconds kPauses[] = {0ms, 0ms, 1ms, 2ms, 4ms, 8ms, 1
 // The largest buffer that a sensor's description can ask for; no true count is above it.
 constexpr int kMaxBatch = 65536;
 
+// A record that a read cannot take stays where it is: no use in trying as often as there are
+// records.
+constexpr int kMaxFailedReads = 3;
+
 /** Whether there was a record. */
 bool readOne(SensorBase& sensor) {
     const uint32_t before = sensor.recordsRead();
     sensor.readEvents();
     return sensor.recordsRead() != before;
+}
+
+/** Whether a read would find something now. */
+bool isReadable(const SensorBase& sensor) {
+    pollfd entry = {sensor.getFd(), POLLIN, 0};
+    return poll(&entry, 1, 0) == 1 && (entry.revents & POLLIN) != 0;
 }
 
 }  // namespace
@@ -72,10 +82,17 @@ bool SensorsSubHal::drain(SensorBase& sensor) {
     const int32_t handle = sensor.getHandle();
     const int64_t latencyNs = row(handle).maxReportLatencyNs;
     const int available = sensor.getDataAvailable(static_cast<uint64_t>(latencyNs));
-    // The count may be wrong: a batch ends with the first read that finds no record.
+    const int tries = std::min(available, kMaxBatch);
     int records = 0;
-    while (records < std::min(available, kMaxBatch) && readOne(sensor))
-        ++records;
+    int failed = 0;  // in a row
+    for (int i = 0; i < tries; ++i) {
+        if (readOne(sensor)) {
+            ++records;
+            failed = 0;
+        } else if (++failed == kMaxFailedReads || (i + 1 < tries && !isReadable(sensor))) {
+            break;  // the count was wrong, or what is there cannot be read
+        }
+    }
     // A one-shot sensor is done once it has fired; the proxy does not switch it off.
     if (sensor.isOneShotSensor()) activate(handle, false);
     return records > 0;

@@ -18,7 +18,7 @@ class NoWakelock : public IScopedWakelockRefCounter {
     void decrementRefCountAndMaybeReleaseWakelock(size_t, int64_t) override {}
 };
 
-class HalProxyCallback : public IHalProxyCallback {
+class HalProxyCallbackBase : public IHalProxyCallbackBase {
   public:
     bool isFaceUp() const { return mFaceUp; }
 
@@ -44,7 +44,7 @@ class HalProxyCallback : public IHalProxyCallback {
 namespace {
 
 using android::sp;
-using android::hardware::sensors::V2_0::implementation::HalProxyCallback;
+using android::hardware::sensors::V2_0::implementation::HalProxyCallbackBase;
 using android::hardware::sensors::V2_0::implementation::ISensorsSubHal;
 
 constexpr int kAccelerometer = 1;
@@ -65,7 +65,7 @@ int main() {
     uint32_t version = 0;
     ISensorsSubHal* subHal =
         reinterpret_cast<ISensorsSubHal* (*)(uint32_t*)>(library.entryPoint())(&version);
-    const sp<HalProxyCallback> client = new HalProxyCallback();
+    const sp<HalProxyCallbackBase> client = new HalProxyCallbackBase();
     subHal->initialize(client);
     subHal->batch(kAccelerometer, 20'000'000, 0);
     subHal->activate(kAccelerometer, true);
