@@ -6,6 +6,7 @@ import json
 import pathlib
 import re
 import subprocess
+import sys
 import tempfile
 
 PRODUCT = ("directchannel/", "hub/", "sensors/", "subhal/")
@@ -131,8 +132,10 @@ def device_tool(root):
     """What CMake builds subhalctl from for a device, apart from the library and the platform: sources,
     and names that are defined for them."""
     with tempfile.TemporaryDirectory() as build:
-        subprocess.run(["cmake", "-G", "Ninja", "-S", root, "-B", build, "-DSUBHALCTL_SIMULATOR=OFF"],
-                       check=True, capture_output=True)
+        done = subprocess.run(["cmake", "-G", "Ninja", "-S", root, "-B", build,
+                               "-DSUBHALCTL_SIMULATOR=OFF"], capture_output=True, text=True)
+        if done.returncode:
+            sys.exit(done.stderr)
         listed = subprocess.run(["ninja", "-C", build, "-t", "inputs", "subhalctl"], check=True,
                                 capture_output=True, text=True).stdout
         commands = json.loads(pathlib.Path(build, "compile_commands.json").read_text())
