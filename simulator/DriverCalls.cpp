@@ -132,7 +132,9 @@ ssize_t SimulatedHub::readRecords(IioDevice& device, int fd, void* buffer, size_
         if (!device.wasEverEnabled()) return 0;
         if (size < device.profile().recordSize) return -EINVAL;
         if ((fcntl(fd, F_GETFL) & O_NONBLOCK) != 0) return -EAGAIN;
+        ++device.waitingReads;
         mReadable.wait(lock, ready);
+        --device.waitingReads;
     }
     if (device.isRemoved()) return -ENODEV;
     const ssize_t result = device.take(buffer, size);

@@ -62,6 +62,7 @@ class IioDevice {
     std::optional<size_t> cutNext;
     std::optional<std::string> fixedDataAvailable;
     int openCount = 0;
+    int waitingReads = 0;
     bool enabled = false;
     int64_t periodNs = 0;
     int64_t latencyNs = 0;

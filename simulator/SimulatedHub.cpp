@@ -138,8 +138,11 @@ void SimulatedHub::wakeLibrary() {
     IioDevice* target = nullptr;
     for (const auto& device : mDevices) {
         if (device->openCount == 0 || device->isRemoved()) continue;
-        // The housekeeping device takes an all-zero record for nothing at all.
-        if (target == nullptr || device->handle() == kSensorHubHandle) target = device.get();
+        // The housekeeping device takes an all-zero record for nothing at all. A thread that waits
+        // in read() sees nothing but its own device.
+        const bool preferred = device->handle() == kSensorHubHandle || device->waitingReads > 0;
+        if (target == nullptr || preferred) target = device.get();
+        if (device->waitingReads > 0) break;
     }
     if (target == nullptr || target->queued() >= kEnough) return;
     target->push(std::string(target->profile().recordSize, '\0'), true);
