@@ -77,6 +77,12 @@ TEST_P(Conformance, Records) {
     bench.sensor(row.handle).readEvents();
     EXPECT_LOG(row.readFailure);
     EXPECT_TRUE(bench.mCallback.take().empty());
+
+    // A read with room for more than one record would take more than one from a kernel's device.
+    const std::string& record = row.exchanges.front().record;
+    EXPECT_TRUE(bench.mHub.push(row.handle, record) && bench.mHub.push(row.handle, record));
+    bench.sensor(row.handle).readEvents();
+    EXPECT_EQ(bench.mHub.device(row.handle).queued, 1U);
 }
 
 INSTANTIATE_TEST_SUITE_P(Drivers, Conformance, testing::ValuesIn(golden::allRows()),

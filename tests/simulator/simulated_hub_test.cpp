@@ -148,6 +148,10 @@ TEST_F(SimulatedHubTest, FaultsStrikeTheChosenCall) {
     EXPECT_EQ("EIO", readRecord(fd));
     mHub.cutNextRecord(kAcc, 5);
     EXPECT_EQ("aaaaa", readRecord(fd));
+    const std::string longer(20, 'b');
+    EXPECT_TRUE(mHub.push(kAcc, longer) && mHub.push(kAcc, longer));
+    EXPECT_EQ("EINVAL", readRecord(fd));
+    EXPECT_EQ(longer, readRecord(fd, 39));
     mHub.failClose(mHub.devicePath(kAcc), EIO);
     EXPECT_EQ(-1, close(fd));
     EXPECT_EQ(EIO, errno);
