@@ -17,11 +17,10 @@ class Faults {
     /** From the nth matching call on, `count` calls fail with `error`. */
     void add(Call call, const std::string& path, int error, int nth, int count);
 
-    /** Lets everything pass again. */
-    void clear() { mFaults.clear(); }
-
     /** Counts one call; the errno with which it is to fail, or 0. */
     int next(Call call, const std::string& path);
+
+    void clear() { mFaults.clear(); }
 
   private:
     struct Fault {

@@ -142,7 +142,7 @@ class SimulatedHub : private FileBackend {
     void failPoll(int error, int nth = 1, int count = 1) {
         addFault(Call::kPoll, "", error, nth, count);
     }
-    /** Lets all calls pass again. */
+    /** All of the above end. */
     void clearFaults();
     /** The next record read from the sensor ends after `bytes`; the rest of it is lost. */
     void cutNextRecord(int handle, size_t bytes);
