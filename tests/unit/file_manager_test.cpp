@@ -65,6 +65,7 @@ TEST_F(FileManagerTest, ReadsFromAnOffset) {
     EXPECT_LOG("I " + kLead + ": READ", "I " + kLead + ": result 4, sendLen 9");
     expectRead(kFile + ", +100xyz,7", 2, "89");
     expectRead(kFile + ",4,9", 0);
+    expectRead(kFile + ",4,4294967296", 0);
     expectRead(kFile + ",0,0", 0);
 
     const std::string large(5000, 'x');
