@@ -21,9 +21,6 @@ using testing_support::LogCapture;
 
 constexpr int kLastHandle = 71;
 
-/** Sources that several drivers share. */
-const std::set<std::string> kShared = {"DirectGyroSensor"};
-
 /** Handles of the catalogue's table: those that it does not call invalid. */
 std::set<int> handlesOfTheTable() {
     const LogCapture log;
@@ -78,7 +75,7 @@ TEST(Coverage, EveryStepOfAddingADriver) {
     for (const auto& file : std::filesystem::recursive_directory_iterator(DRIVERS_DIR)) {
         const std::string name = file.path().stem();
         if (file.path().extension() != ".cpp" || file.path().parent_path() == DRIVERS_DIR) continue;
-        EXPECT_EQ(classes.count(name) + kShared.count(name), 1U)
+        EXPECT_EQ(classes.count(name), 1U)
             << "no golden row of " << file.path() << " in tests/drivers";
     }
 }
