@@ -195,4 +195,10 @@ TEST(Convert, SharedMemory) {
     }
 }
 
+TEST(Convert, RateLevels) {
+    for (const int32_t level : {-1, 0, 1, 2, 3})
+        EXPECT_EQ(convertFromRateLevel(static_cast<RateLevel>(level)), level);
+    EXPECT_EQ(convertFromRateLevel(static_cast<RateLevel>(4)), -1);
+}
+
 }  // namespace
