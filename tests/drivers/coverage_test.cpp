@@ -68,7 +68,7 @@ TEST(Coverage, EveryStepOfAddingADriver) {
                                          [](const auto& e) { return e.posted && !e.posted->meta; });
         const auto values = subhalctl::decode(row.type, {}).values;
         EXPECT_EQ(hasData, !values.empty() && values[0].form != subhalctl::Value::Form::kWord)
-            << "values of type " << row.type << " in tools/subhalctl/SensorValues.cpp";
+            << "no values of type " << row.type << " in tools/subhalctl/SensorValues.cpp";
     }
     for (const int handle : table)
         EXPECT_EQ(handles.count(handle), 1U) << "no golden row of handle " << handle;

@@ -81,7 +81,7 @@ TEST_F(LightTest, EachEnableLogsTheFirstRecordsAgain) {
     const std::tuple<int, size_t, size_t> cases[] = {
         {kLight, 12, 3}, {kCct, 22, 3}, {kAutoBrightness, 18, 3}, {kInfrared, 32, 5}};
     std::string record(32, '\0');
-    for (const size_t byte : {0, 11, 17, 31})  // data and a timestamp for each of them
+    for (const size_t byte : {0U, 11U, 17U, 31U})  // data and a timestamp for each of them
         record[byte] = '\1';
     for (const auto& [handle, size, logged] : cases) {
         SCOPED_TRACE(handle);
