@@ -1,14 +1,11 @@
 // Two requests at once: wherever the first one stands still, what is left in the end is what one of
 // the two orders leaves. A request can stand still at each of its log lines and hub accesses.
 
-#include <cutils/ashmem.h>
 #include <gtest/gtest.h>
-#include <sys/mman.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <condition_variable>
-#include <cstring>
 #include <fstream>
 #include <functional>
 #include <mutex>
@@ -17,6 +14,7 @@
 #include <vector>
 
 #include "simulator/RecordBuilder.h"
+#include "tests/support/ClientMemory.h"
 #include "tests/support/LoadedSubHal.h"
 
 namespace {
@@ -99,8 +97,6 @@ class Crossing : public testing::Test {
 
     Crossing() : subHal(testing_support::onlySensors({kVdis})) {
         subHal.initialize();
-        region = ashmem_create_region("client", kRegion);
-        base = static_cast<uint8_t*>(mmap(nullptr, kRegion, PROT_READ, MAP_SHARED, region, 0));
         simulator::NodeHandler enable;
         enable.onOpen = [this](int) { return gate.pass(), 0; };
         enable.onWrite = [this](const std::string& bytes) {
@@ -114,19 +110,13 @@ class Crossing : public testing::Test {
         subHal.hub().setHandler("/dev/batch_io", batch);
         LogCapture::setObserver([this] { gate.pass(); });
     }
-    ~Crossing() override {
-        LogCapture::setObserver(nullptr);
-        munmap(base, kRegion);
-        close(region);
-    }
+    ~Crossing() override { LogCapture::setObserver(nullptr); }
 
     void open() {
-        native_handle_t* handle = native_handle_create(1, 0);
-        handle->data[0] = dup(region);
+        const auto handle = testing_support::handleOf(client.share());
         const SharedMemInfo mem{SharedMemType::ASHMEM, SharedMemFormat::SENSORS_EVENT, kRegion,
-                                handle};
+                                handle.get()};
         subHal.hal().registerDirectChannel(mem, [this](Result, int32_t made) { channel = made; });
-        native_handle_delete(handle);
     }
     void config(RateLevel rate) {
         subHal.hal().configDirectReport(kVdis, channel, rate, [](Result, int32_t) {});
@@ -168,9 +158,7 @@ class Crossing : public testing::Test {
 
     bool isInRegion() const {
         for (size_t slot = 0; slot < kRegion / 104; ++slot) {
-            uint64_t stamp = 0;
-            memcpy(&stamp, base + slot * 104 + 16, sizeof(stamp));
-            if (stamp == timestamp) return true;
+            if (client.word(slot, 16) == timestamp) return true;
         }
         return false;
     }
@@ -202,8 +190,7 @@ class Crossing : public testing::Test {
 
     LoadedSubHal subHal;
     Gate gate;
-    int region = -1;
-    uint8_t* base = nullptr;
+    testing_support::ClientMemory client{kRegion};
     int32_t channel = 0;
     uint64_t timestamp = 0;
 };

@@ -1,13 +1,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <atomic>
-#include <future>
 #include <map>
 #include <random>
 #include <set>
 #include <string>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -304,37 +301,6 @@ TEST_F(DirectChannels, EventsReachEveryChannelOfTheirSensor) {
     ASSERT_TRUE(deliver(kVdis, 10, 444));
     EXPECT_EQ(both.counter(2), 0U);
     EXPECT_TRUE(vdisOnly.isZero());
-}
-
-TEST_F(DirectChannels, EventsDuringAConfigurationAreDroppedWithoutWaiting) {
-    const Client client;
-    const int32_t channel = open(client);
-    EXPECT_EQ(subHal.hal().activate(kVdis, true), Result::OK);
-    config(kVdis, channel, kNormal);
-
-    std::promise<void> reached;
-    std::promise<void> release;
-    std::shared_future<void> released = release.get_future().share();
-    simulator::NodeHandler blocking;
-    std::atomic<bool> first{true};
-    blocking.onIoctl = [&, released](unsigned long, void*) {
-        if (first.exchange(false)) {
-            reached.set_value();
-            released.wait();
-        }
-        return 0;
-    };
-    hub.setHandler("/dev/batch_io", blocking);
-    std::thread configuration([&] { config(kVdis, channel, kFast); });
-    reached.get_future().wait();
-    EXPECT_TRUE(deliver(kVdis, 1, 111));
-    EXPECT_TRUE(client.isZero());
-    EXPECT_EQ(subHal.proxy().take().size(), 1U);
-    release.set_value();
-    configuration.join();
-    EXPECT_TRUE(deliver(kVdis, 1, 222));
-    EXPECT_EQ(client.counter(0), 1U);
-    EXPECT_EQ(client.word(0, 16), 222U);
 }
 
 }  // namespace
