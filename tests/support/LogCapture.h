@@ -47,8 +47,6 @@ class LogCapture {
     static std::vector<LogLine> lines();
     static bool contains(const LogLine& line) { return count(line) > 0; }
     static int count(const LogLine& line);
-    static bool contains(char level, const std::string& text) { return contains({level, text}); }
-    static int count(char level, const std::string& text) { return count({level, text}); }
 
     /** Called for each of the product's lines, on the thread that logs; may wait. Null ends it. */
     static void setObserver(const std::function<void()>& observer);
