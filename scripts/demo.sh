@@ -2,7 +2,7 @@
 # Builds the library and shows it at work on the simulated hub, as the proxy would use it.
 set -eu
 root=$(cd "$(dirname "$0")/.." && pwd)
-"$root/scripts/install-packages.sh" g++ cmake ninja-build libcli11-dev
+"$root/scripts/install-packages.sh" g++ cmake ninja-build libcli11-dev nlohmann-json3-dev
 echo "Building..."
 "$root/scripts/build.sh" "$root/build"
 subhalctl="$root/build/tools/subhalctl/subhalctl --sim"

@@ -1,10 +1,12 @@
 #include "simulator/TempTree.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
-
+#include <time.h>
 #include <unistd.h>
-#include <algorithm>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -31,17 +33,57 @@ const char* baseDirectory() {
     return access(kMemory, W_OK | X_OK) == 0 ? kMemory : "/tmp";
 }
 
+constexpr char kPrefix[] = "hub.";
+constexpr size_t kNameSize = sizeof("hub.XXXXXX") - 1;
+constexpr time_t kFreshSeconds = 10;  // younger ones may be waiting for their lock
+
+int openDirectory(const std::string& path) {
+    return open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+}
+
+/** Removes a tree whose process is gone. */
+void removeIfStale(const std::string& path) {
+    const int fd = openDirectory(path);
+    if (fd < 0) return;
+    struct stat status {};
+    const bool stale = fstat(fd, &status) == 0 && status.st_uid == geteuid() &&
+                       status.st_mtime + kFreshSeconds < time(nullptr) &&
+                       flock(fd, LOCK_EX | LOCK_NB) == 0;
+    std::error_code ignored;
+    if (stale) fs::remove_all(path, ignored);
+    close(fd);
+}
+
+void removeStaleTrees(const char* base) {
+    std::vector<std::string> found;
+    std::error_code error;
+    for (const auto& entry : fs::directory_iterator(base, error)) {
+        const std::string name = entry.path().filename();
+        if (name.size() == kNameSize && name.compare(0, sizeof(kPrefix) - 1, kPrefix) == 0) {
+            found.push_back(entry.path());
+        }
+    }
+    for (const std::string& path : found) {
+        removeIfStale(path);
+    }
+}
+
 }  // namespace
 
 TempTree::TempTree() {
-    std::string name = std::string(baseDirectory()) + "/hub.XXXXXX";
+    const char* base = baseDirectory();
+    removeStaleTrees(base);
+    std::string name = std::string(base) + "/" + kPrefix + "XXXXXX";
     if (mkdtemp(name.data()) == nullptr) fail("create", name);
     mRoot = name;
+    mLock = openDirectory(mRoot);
+    if (mLock < 0 || flock(mLock, LOCK_SH) != 0) fail("lock", mRoot);
 }
 
 TempTree::~TempTree() {
     std::error_code ignored;
     fs::remove_all(mRoot, ignored);
+    close(mLock);
 }
 
 bool TempTree::exists(const std::string& path) const {

@@ -5,7 +5,10 @@
 
 namespace simulator {
 
-/** A fresh temporary directory that stands for "/" of the device, removed at the end. */
+/**
+ * A fresh temporary directory that stands for "/" of the device, removed at the end. What a killed
+ * process could not remove goes when the next one starts.
+ */
 class TempTree {
   public:
     TempTree();
@@ -29,6 +32,7 @@ class TempTree {
 
   private:
     std::string mRoot;
+    int mLock = -1;  // of the directory itself; tells others that it is in use
 };
 
 }  // namespace simulator

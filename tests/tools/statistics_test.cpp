@@ -48,6 +48,20 @@ TEST(IntervalStatistics, CountsLostAndBackwardTimestamps) {
     EXPECT_DOUBLE_EQ(backward.rateHz(), 100.0) << "only intervals in order count";
 }
 
+TEST(DurationStatistics, QuantilesAreTrueToAFewPercent) {
+    DurationStatistics durations;
+    EXPECT_EQ(durations.quantileNs(0.5), 0);
+    for (int64_t i = 1; i <= 10000; ++i)
+        durations.add(i * 1000);
+    EXPECT_NEAR(static_cast<double>(durations.quantileNs(0.5)), 5e6, 0.03 * 5e6);
+    EXPECT_NEAR(static_cast<double>(durations.quantileNs(0.99)), 9.9e6, 0.03 * 9.9e6);
+    durations.add(-5);
+    durations.add(INT64_MAX);
+    EXPECT_EQ(durations.quantileNs(0), 0) << "before its time is no time";
+    EXPECT_EQ(durations.longestNs(), INT64_MAX);
+    EXPECT_GT(durations.quantileNs(1), INT64_MAX / 100 * 97);
+}
+
 SensorInfo sensor(int32_t handle, int32_t type, const char* name, const char* stringType) {
     SensorInfo info{};
     info.sensorHandle = handle;
@@ -79,6 +93,7 @@ TEST(SensorLookup, PrefersHandleThenTypeThenPart) {
     EXPECT_EQ(handles("com.tavrine.sensor.Accelerometer_Sub"), Handles{58});
     EXPECT_EQ(handles("ACCELEROMETER_SUB"), Handles{58});
     EXPECT_EQ(handles("-sub"), Handles{58});
+    EXPECT_EQ(handles("LSM6 accelerometer"), Handles{1}) << "a whole name beats a longer one";
     EXPECT_EQ(handles("lsm6"), (Handles{1, 43, 58}));
     EXPECT_EQ(handles("device_orientation"), (Handles{27, 52}));
     EXPECT_EQ(handles("type 70001"), Handles{99});
@@ -89,7 +104,8 @@ TEST(SensorLookup, SelectorCarriesARate) {
     EXPECT_EQ(parseSelector("gyroscope@12.5")->sensor, "gyroscope");
     EXPECT_EQ(parseSelector("gyroscope@12.5")->rateHz, 12.5);
     EXPECT_FALSE(parseSelector("gyroscope")->rateHz);
-    for (const char* wrong : {"1@", "1@fast", "1@0", "1@-5", "1@inf", "1@nan", "1@5Hz"}) {
+    for (const char* wrong :
+         {"1@", "1@fast", "1@0", "1@-5", "1@inf", "1@nan", "1@5Hz", "1@1e-300"}) {
         EXPECT_FALSE(parseSelector(wrong)) << wrong;
     }
 }

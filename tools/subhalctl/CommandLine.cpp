@@ -1,9 +1,14 @@
 #include "tools/subhalctl/CommandLine.h"
 
 #include <CLI/CLI.hpp>
-#include <map>
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
 #include <memory>
+#include <sstream>
 
+#include "tools/subhalctl/Output.h"
+#include "tools/subhalctl/SensorLookup.h"
 #include "tools/subhalctl/Verbs.h"
 
 namespace subhalctl {
@@ -17,18 +22,50 @@ constexpr char kFooter[] =
     "  0  fine\n"
     "  1  a check failed\n"
     "  2  usage\n"
-    "  3  the library cannot be loaded\n"
+    "  3  the library cannot be loaded, or the simulated hub not made\n"
     "  4  no such sensor, or the name is ambiguous\n"
     "  5  refused by the library\n"
-    "  6  no data in time";
+    "  6  no data in time, or fewer than asked for\n"
+    "  7  no sensor hub here\n"
+    "  8  output was lost";
 
 constexpr size_t kLargestPayload = 16;
 constexpr uint32_t kSmallestRing = 2 * 104;
 constexpr uint32_t kLargestRing = 16 * 1024 * 1024;
 constexpr int kLargestFileRead = 4091;
+constexpr double kLongestSeconds = 1e6;
+constexpr double kLargestCount = 1e15;  // a period of that many ns is eleven days
 
-CLI::Range secondsRange() {
-    return {0.001, 1e6};
+/** A number, and finite: CLI11's own checks let NaN pass, and name bounds of hundreds of digits. */
+CLI::Validator number(double from, double to) {
+    const auto check = [from, to](const std::string& text) -> std::string {
+        char* end = nullptr;
+        const double value = std::strtod(text.c_str(), &end);
+        const bool whole = !text.empty() && *end == '\0';
+        if (whole && value >= from && value <= to) return {};
+        return quoted(text) + " is not a number from " + formatted("%g to %g", from, to);
+    };
+    return CLI::Validator(check, "", "number");
+}
+
+CLI::Validator seconds() {
+    return number(0.001, kLongestSeconds);
+}
+
+CLI::Validator hertz() {
+    return number(kLowestRateHz, kHighestRateHz);
+}
+
+/** The program leaves its directory, so what the user names relative to it is written out. */
+CLI::Validator path(bool loaderSearches = false) {
+    const auto resolve = [loaderSearches](std::string& text) -> std::string {
+        if (text.empty()) return "a path is not empty";
+        if (loaderSearches && text.find('/') == std::string::npos) return {};
+        std::error_code error;
+        text = std::filesystem::absolute(text, error).string();
+        return error ? error.message() : "";
+    };
+    return CLI::Validator(resolve, "", "path");
 }
 
 /** Adds a verb; its options live as long as the parser needs them. */
@@ -48,45 +85,49 @@ struct Verb {
 };
 
 void addGlobalOptions(CLI::App& app, GlobalOptions& options) {
-    app.add_flag("--sim", options.sim, "Run on a simulated hub whose sensors send signals");
-    app.add_option("--seed", options.seed, "Seed of the simulated signals")->capture_default_str();
+    app.add_flag("--sim", options.hub.sim, "Run on a simulated hub whose sensors send signals");
+    app.add_option("--seed", options.hub.seed, "Seed of the simulated signals")
+        ->check(number(0, kLargestCount))
+        ->capture_default_str();
     app.add_option("--library", options.library,
-                   "Path of the sub-HAL library (default: the build tree's, else the loader's)");
+                   "Path of the sub-HAL library (default: the build tree's, else the loader's)")
+        ->transform(path(true));
     app.add_option("--log", options.logLevel,
-                   "Show the library's log on stderr from this level (default: silent with --sim, "
-                   "else warning)")
+                   "Show the library's log on standard error from this level (default: silent with "
+                   "--sim, else warning)")
         ->check(CLI::IsMember({"verbose", "debug", "info", "warning", "error", "silent"}));
     app.add_flag("--quiet", options.quiet,
                  "No headers and notes, no summary of watch, no records of direct");
 }
 
 void addList(CLI::App& app, Command& command) {
-    app.add_subcommand("list", "List the sensors; delays in µs")->callback([&command] {
-        command.run = runList;
-    });
+    const Verb<ListOptions> verb(app, command, "list", "List the sensors, one a line", runList);
+    verb.app->add_flag("-v,--verbose", verb.options->details, "All that is known of each");
+    verb.app->add_option("--format", verb.options->format, "text or json")
+        ->check(CLI::IsMember({"text", "json"}))
+        ->capture_default_str();
 }
 
 void addWatch(CLI::App& app, Command& command) {
-    const Verb<WatchOptions> verb(app, command, "watch",
-                                  "Activate sensors and print their events (W: with a wakelock)",
+    const Verb<WatchOptions> verb(app, command, "watch", "Activate sensors and print their events",
                                   runWatch);
     WatchOptions& options = *verb.options;
     verb.app->add_option("SENSOR", options.sensors, "Sensors, each with @HZ for its own rate")
         ->required();
-    auto* rate = verb.app->add_option("--rate", options.rateHz, "Rate in Hz (default: 50)")
-                     ->check(CLI::PositiveNumber);
+    auto* rate =
+        verb.app->add_option("--rate", options.rateHz, "Rate in Hz (default: 50)")->check(hertz());
     verb.app->add_option("--period", options.periodNs, "Sampling period in ns")
-        ->check(CLI::PositiveNumber)
+        ->check(number(1, kLargestCount))
         ->excludes(rate);
     verb.app->add_option("--latency", options.latencyMs, "Maximum report latency in ms")
-        ->check(CLI::Range(int64_t{0}, int64_t{86'400'000}));
-    verb.app->add_option("--count", options.count, "End after that many data events")
-        ->check(CLI::PositiveNumber);
+        ->check(number(0, 86'400'000));
+    verb.app->add_option("--count", options.count, "End after that many events")
+        ->check(number(1, kLargestCount));
     verb.app
         ->add_option("--seconds", options.seconds,
-                     "End after that time (default: at Ctrl-C). Exit code 6 without any event, "
-                     "or with fewer than --count")
-        ->check(secondsRange());
+                     "End after that time (default: at Ctrl-C). Exit code 6 with fewer events than "
+                     "--count, or when a sensor that reports by itself stayed silent")
+        ->check(seconds());
     verb.app->add_option("--format", options.format, "text, csv, or json (an object per line)")
         ->check(CLI::IsMember({"text", "csv", "json"}))
         ->capture_default_str();
@@ -97,7 +138,7 @@ void addFlush(CLI::App& app, Command& command) {
         app, command, "flush", "Activate a sensor, flush it and wait for the completion", runFlush);
     verb.app->add_option("SENSOR", verb.options->sensor, "Sensor")->required();
     verb.app->add_option("--seconds", verb.options->seconds, "Time to wait")
-        ->check(secondsRange())
+        ->check(seconds())
         ->capture_default_str();
 }
 
@@ -119,23 +160,21 @@ void addDirect(CLI::App& app, Command& command) {
     const Verb<DirectOptions> verb(
         app, command, "direct", "Open a direct channel and read its memory in a process of its own",
         runDirect);
-    static const std::map<std::string, int> kLevels = {
-        {"normal", 1}, {"fast", 2}, {"very-fast", 3}};
     verb.app->add_option("SENSOR", verb.options->sensor, "Sensor")->required();
-    verb.app->add_option("--rate", verb.options->level, "normal, fast or very-fast")
+    verb.app->add_option("--rate", verb.options->rate, "normal, fast or very-fast")
         ->required()
-        ->transform(CLI::CheckedTransformer(kLevels));
+        ->check(CLI::IsMember({"normal", "fast", "very-fast"}));
     verb.app->add_option("--size", verb.options->bytes, "Bytes of the memory, 104 per record")
-        ->check(CLI::Range(kSmallestRing, kLargestRing))
+        ->check(number(kSmallestRing, kLargestRing))
         ->capture_default_str();
     verb.app->add_option("--seconds", verb.options->seconds, "Time to read")
-        ->check(secondsRange())
+        ->check(seconds())
         ->capture_default_str();
     verb.app
         ->add_option("--events", verb.options->eventsHz,
                      "Rate in Hz to ask for the sensor's events through the proxy, beside the "
                      "channel")
-        ->check(CLI::PositiveNumber);
+        ->check(hertz());
     verb.app->add_flag("--check", verb.options->check, "Exit code 1 when a record was torn");
 }
 
@@ -145,29 +184,25 @@ void addMessage(CLI::App& app, Command& command) {
     auto* group = verb.app->add_option_group("message");
     group->add_option("--hex", verb.options->hex, "Bytes as pairs of hexadecimal digits");
     group->add_option("--text", verb.options->text, "Bytes of the text");
-    group->add_option("--file", verb.options->file, "Bytes of a file");
+    group->add_option("--file", verb.options->file, "Bytes of a file")->transform(path());
     group->require_option(1);
 }
 
 void addHubFile(CLI::App& hub, Command& command) {
     const Verb<HubFileOptions> verb(hub, command, "file", "Ask for a file operation", runHubFile);
-    static const std::map<std::string, int> kOperations = {
-        {"read", simulator::HubServices::kRead},
-        {"write", simulator::HubServices::kWrite},
-        {"remove", simulator::HubServices::kRemove}};
     verb.app->add_option("OPERATION", verb.options->operation, "read, write or remove")
         ->required()
-        ->transform(CLI::CheckedTransformer(kOperations));
+        ->check(CLI::IsMember({"read", "write", "remove"}));
     verb.app
         ->add_option("PATH", verb.options->path,
                      "Path on the host; beside the hub's own paths, a real file of this machine")
         ->required();
     verb.app->add_option("TEXT", verb.options->text, "What to write");
     verb.app->add_option("--size", verb.options->size, "Bytes to read")
-        ->check(CLI::Range(0, kLargestFileRead))
+        ->check(number(0, kLargestFileRead))
         ->capture_default_str();
     verb.app->add_option("--offset", verb.options->offset, "Position in the file")
-        ->check(CLI::NonNegativeNumber);
+        ->check(number(0, kLargestCount));
 }
 
 void addHub(CLI::App& app, Command& command) {
@@ -177,11 +212,39 @@ void addHub(CLI::App& app, Command& command) {
                                     runHubDump);
     dump.app->add_option("TYPE", dump.options->type, "Type of dump")
         ->required()
-        ->check(CLI::Range(0, 255));
+        ->check(number(0, 255));
     dump.app->add_option("COUNT", dump.options->count, "Dumps of the type to keep")
         ->required()
-        ->check(CLI::Range(0, 255));
+        ->check(number(0, 255));
     addHubFile(*hub, command);
+}
+
+/** What parsing stopped at, in words that help. */
+ExitCode tell(const CLI::App& app, const CLI::ParseError& error) {
+    if (error.get_exit_code() == 0) {
+        std::ostringstream text;  // help or version
+        app.exit(error, text, text);
+        printText(text.str());
+        return kOk;
+    }
+    const auto verbs = app.get_subcommands([](const CLI::App*) { return true; });
+    const std::vector<std::string> rest = app.remaining();
+    const auto isOption = [](const std::string& text) { return text[0] == '-'; };
+    const auto unknown = std::find_if_not(rest.begin(), rest.end(), isOption);
+    std::string names;
+    for (const CLI::App* verb : verbs) {
+        names += (names.empty() ? "" : ", ") + verb->get_name();
+    }
+    if (!app.get_subcommands().empty() || (unknown == rest.end() && !rest.empty())) {
+        complain("%s; see --help", error.what());
+    } else if (unknown != rest.end()) {
+        complain("%s is no verb; the verbs are %s", quoted(*unknown).c_str(), names.c_str());
+    } else if (dynamic_cast<const CLI::RequiredError*>(&error) != nullptr) {
+        complain("say what to do: %s; see --help", names.c_str());
+    } else {
+        complain("%s; see --help", error.what());
+    }
+    return kUsage;
 }
 
 }  // namespace
@@ -190,6 +253,7 @@ Command parseCommandLine(int argc, char** argv, ExitCode* exitCode) {
     Command command;
     CLI::App app("Plays the sensors proxy to a sub-HAL library.", "subhalctl");
     app.footer(kFooter);
+    app.set_version_flag("--version", "subhalctl " SUBHALCTL_VERSION);
     app.require_subcommand(1);
     app.fallthrough();
     addGlobalOptions(app, command.options);
@@ -204,7 +268,7 @@ Command parseCommandLine(int argc, char** argv, ExitCode* exitCode) {
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        *exitCode = app.exit(error) == 0 ? kOk : kUsage;
+        *exitCode = tell(app, error);
         command.run = nullptr;
     }
     return command;

@@ -4,13 +4,12 @@
 #include <algorithm>
 #include <chrono>
 #include <cinttypes>
-#include <cmath>
-#include <cstdio>
 #include <cstring>
 #include <optional>
 
 #include "tools/subhalctl/EventWriter.h"
 #include "tools/subhalctl/Interrupt.h"
+#include "tools/subhalctl/Output.h"
 #include "tools/subhalctl/RingReader.h"
 #include "tools/subhalctl/SensorLookup.h"
 #include "tools/subhalctl/Verbs.h"
@@ -56,6 +55,24 @@ class Channel {
     int32_t mHandle = -1;
 };
 
+RateLevel levelOf(const std::string& rate) {
+    if (rate == "normal") return RateLevel::NORMAL;
+    return rate == "fast" ? RateLevel::FAST : RateLevel::VERY_FAST;
+}
+
+/** Switches the sensor off at the end. */
+class Off {
+  public:
+    Off(Proxy& proxy, const SensorInfo& sensor) : mProxy(proxy), mHandle(sensor.sensorHandle) {}
+    ~Off() { mProxy.subHal().activate(mHandle, false); }
+    Off(const Off&) = delete;
+    Off& operator=(const Off&) = delete;
+
+  private:
+    Proxy& mProxy;
+    int32_t mHandle;
+};
+
 /** Prints and judges what the reader finds. */
 class Client {
   public:
@@ -63,33 +80,33 @@ class Client {
         : mSensor(sensor),
           mQuiet(quiet),
           mCheck(sensor.sensorHandle, static_cast<int32_t>(sensor.type)) {
-        if (!quiet) std::printf("%10s  %20s  %s\n", "counter", "timestamp/s", "values");
+        if (quiet) return;
+        print("%10s  %20s  %s\n", "counter", "timestamp/s", valueLegend(sensor).c_str());
     }
 
     void add(const sensors_event_t& record) {
         const bool whole = mCheck.add(record);
         if (whole && record.type != SENSOR_TYPE_META_DATA) mStatistics.add(record.timestamp);
-        if (!mQuiet) print(record, whole);
+        if (!mQuiet) printRecord(record, whole);
     }
 
     void summary() const {
-        std::printf("%" PRId64 " records, %.3f Hz, jitter %.3f ms; %" PRId64 " missed, %" PRId64
-                    " torn\n",
-                    mCheck.records(), mStatistics.rateHz(), mStatistics.jitterNs() / 1e6,
-                    mCheck.missed(), mCheck.torn());
+        print("%" PRId64 " records, %.3f Hz, jitter %.3f ms; %" PRId64 " missed, %" PRId64
+              " torn\n",
+              mCheck.records(), mStatistics.rateHz(), mStatistics.jitterNs() / 1e6, mCheck.missed(),
+              mCheck.torn());
     }
 
     const RingCheck& check() const { return mCheck; }
 
   private:
-    void print(const sensors_event_t& record, bool whole) const {
+    void printRecord(const sensors_event_t& record, bool whole) const {
         Event event{};
         std::memcpy(&event.u, &record.u64, sizeof(event.u));
         const std::string values =
             record.type == SENSOR_TYPE_META_DATA ? "flush complete" : valueColumns(mSensor, event);
-        std::printf("%10" PRIu32 "  %10" PRId64 ".%09" PRId64 "  %s%s\n",
-                    static_cast<uint32_t>(record.reserved0), record.timestamp / 1000000000,
-                    std::abs(record.timestamp % 1000000000), values.c_str(), whole ? "" : "  TORN");
+        print("%10" PRIu32 "  %s  %s%s\n", static_cast<uint32_t>(record.reserved0),
+              timeText(record.timestamp).c_str(), values.c_str(), whole ? "" : "  TORN");
     }
 
     const SensorInfo& mSensor;
@@ -115,34 +132,46 @@ void receiveRest(RingReader& reader, Client& client) {
     }
 }
 
-ExitCode refused(const char* what, Result result) {
-    std::fprintf(stderr, "subhalctl: %s: %s\n", what, resultName(result).c_str());
-    return kRefused;
+/** Names the sensors that can, when this one cannot. */
+bool mayReportDirectly(Proxy& proxy, const SensorInfo& sensor) {
+    if (canReportDirectly(sensor)) return true;
+    std::string able;
+    for (const SensorInfo& other : proxy.sensors()) {
+        if (!canReportDirectly(other)) continue;
+        able += (able.empty() ? "" : ", ") + typeName(other) + " (" +
+                std::to_string(other.sensorHandle) + ")";
+    }
+    complain("%s does not report into direct channels; %s", typeName(sensor).c_str(),
+             able.empty() ? "no sensor here does" : ("these do: " + able).c_str());
+    return false;
 }
 
 /** Events that have come through the proxy's callback so far. */
 size_t proxyEvents(Proxy& proxy) {
     size_t count = 0;
-    proxy.events().receive(EventQueue::Clock::now(), [&count](const ReceivedEvent&) {
-        ++count;
-        return false;
-    });
-    return count;
+    proxy.events().drain([&count](const ReceivedEvent&) { ++count; });
+    return count + proxy.events().overflowed();
 }
 
 ExitCode play(Proxy& proxy, const DirectOptions& options, int regionFd, RingReader& reader) {
     const SensorInfo* sensor = proxy.find(options.sensor);
     if (sensor == nullptr) return kNoSuchSensor;
+    if (!mayReportDirectly(proxy, *sensor)) return kRefused;
+    // A stopped report leaves its sensor on, and so does a channel that goes with it stopped.
+    const Off off(proxy, *sensor);
     Channel channel(proxy);
     const Result registered = channel.registerMemory(regionFd, options.bytes);
-    if (registered != Result::OK) return refused("registerDirectChannel", registered);
-    const Result configured =
-        channel.setRate(sensor->sensorHandle, static_cast<RateLevel>(options.level));
-    if (configured != Result::OK) return refused("configDirectReport", configured);
+    if (registered != Result::OK) {
+        return refused(typeName(*sensor), "registerDirectChannel", registered);
+    }
+    const Result configured = channel.setRate(sensor->sensorHandle, levelOf(options.rate));
+    if (configured != Result::OK) {
+        return refused(typeName(*sensor), "configDirectReport", configured);
+    }
 
     std::optional<ActiveSensor> beside;
     if (options.eventsHz > 0) {
-        beside.emplace(proxy, *sensor, std::llround(1e9 / options.eventsHz), 0);
+        beside.emplace(proxy, *sensor, periodOfRate(options.eventsHz), 0);
         if (!beside->active()) return kRefused;
     }
 
@@ -151,8 +180,11 @@ ExitCode play(Proxy& proxy, const DirectOptions& options, int regionFd, RingRead
     channel.setRate(sensor->sensorHandle, RateLevel::STOP);
     receiveRest(reader, client);
     client.summary();
-    if (beside) std::printf("%zu events through the proxy\n", proxyEvents(proxy));
-    if (client.check().records() == 0) return kNoData;
+    if (beside) print("%zu events through the proxy\n", proxyEvents(proxy));
+    if (client.check().records() == 0) {
+        complain("%s: no records", typeName(*sensor).c_str());
+        return kNoData;
+    }
     return options.check && client.check().torn() > 0 ? kCheckFailed : kOk;
 }
 
@@ -163,7 +195,7 @@ ExitCode runDirect(Proxy& proxy, const DirectOptions& options) {
     // Forked before the library starts threads.
     RingReader reader(regionFd, options.bytes);
     if (regionFd < 0 || !reader.running()) {
-        std::fprintf(stderr, "subhalctl: no shared memory: %s\n", std::strerror(errno));
+        complain("no shared memory of %" PRIu32 " bytes: %s", options.bytes, std::strerror(errno));
         return kCheckFailed;
     }
     const ExitCode opened = proxy.open();

@@ -1,5 +1,7 @@
 #include "tools/subhalctl/EventQueue.h"
 
+#include <utils/SystemClock.h>
+
 #include <algorithm>
 #include <utility>
 
@@ -14,11 +16,17 @@ constexpr std::chrono::milliseconds kSlice{50};
 }  // namespace
 
 void EventQueue::push(const std::vector<Event>& events, bool wakelock) {
+    const int64_t now = android::elapsedRealtimeNano();
     {
         const std::lock_guard<std::mutex> lock(mLock);
         bool first = true;
         for (const Event& event : events) {
-            mEvents.push_back({event, wakelock, wakelock && std::exchange(first, false)});
+            if (mEvents.size() < kCapacity) {
+                mEvents.push_back({event, now, wakelock, wakelock && first});
+            } else {
+                ++mOverflowed;
+            }
+            first = false;
         }
     }
     mPushed.notify_one();
@@ -36,10 +44,30 @@ EventQueue::End EventQueue::receive(Clock::time_point deadline,
     for (;;) {
         for (const ReceivedEvent& received : take(deadline)) {
             if (handle(received)) return End::kDone;
+            if (interrupted()) return End::kInterrupted;
         }
         if (interrupted()) return End::kInterrupted;
         if (Clock::now() >= deadline) return End::kTimeout;
     }
+}
+
+EventQueue::End EventQueue::receiveFor(double seconds,
+                                       const std::function<bool(const ReceivedEvent&)>& handle) {
+    if (seconds <= 0) return receive(Clock::time_point::max(), handle);
+    const auto length =
+        std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
+    return receive(Clock::now() + length, handle);
+}
+
+void EventQueue::drain(const std::function<void(const ReceivedEvent&)>& handle) {
+    for (const ReceivedEvent& received : take(Clock::now())) {
+        handle(received);
+    }
+}
+
+size_t EventQueue::overflowed() const {
+    const std::lock_guard<std::mutex> lock(mLock);
+    return mOverflowed;
 }
 
 }  // namespace subhalctl

@@ -1,9 +1,10 @@
 #pragma once
 
-#include <android/hardware/sensors/1.0/types.h>
+#include <V2_0/SubHal.h>
 
 #include <chrono>
 #include <condition_variable>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <mutex>
@@ -17,31 +18,44 @@ using android::hardware::sensors::V1_0::SensorInfo;
 /** One event on its way from the library's poll thread to the command's main thread. */
 struct ReceivedEvent {
     Event event;
-    bool wakelock;     ///< a wakelock was held for it
-    bool ownWakelock;  ///< and this event is the first of those it was taken for
+    int64_t receivedNs;  ///< when the proxy got it, on the clock of the events' time stamps
+    bool wakelock;       ///< a wakelock was held for it
+    bool ownWakelock;    ///< and this event is the first of those it was taken for
 };
 
-/** Unbounded queue between the library's threads and the main thread. */
+/** Queue between the library's threads and the main thread. */
 class EventQueue {
   public:
     using Clock = std::chrono::steady_clock;
     enum class End { kDone, kTimeout, kInterrupted };
 
+    /** More than this are not kept, so that a reader that stands still costs no memory. */
+    static constexpr size_t kCapacity = 65536;
+
     void push(const std::vector<Event>& events, bool wakelock);
 
     /**
      * Hands events to `handle`, on the calling thread, until it returns true, the deadline has
-     * passed or Ctrl-C was pressed. Events behind the one that ended it are dropped.
+     * passed or the verb is to end. Events behind the one that ended it are dropped.
      */
     End receive(Clock::time_point deadline,
                 const std::function<bool(const ReceivedEvent&)>& handle);
+    /** The same with a time from now in seconds, 0 for no limit. */
+    End receiveFor(double seconds, const std::function<bool(const ReceivedEvent&)>& handle);
+
+    /** Hands over what is there. */
+    void drain(const std::function<void(const ReceivedEvent&)>& handle);
+
+    /** Events for which there was no room. */
+    size_t overflowed() const;
 
   private:
     std::vector<ReceivedEvent> take(Clock::time_point deadline);
 
-    std::mutex mLock;
+    mutable std::mutex mLock;
     std::condition_variable mPushed;
     std::vector<ReceivedEvent> mEvents;  // guarded by mLock
+    size_t mOverflowed = 0;              // guarded by mLock
 };
 
 }  // namespace subhalctl

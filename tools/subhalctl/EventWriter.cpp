@@ -5,6 +5,8 @@
 #include <cmath>
 #include <cstdio>
 
+#include "tools/subhalctl/Json.h"
+#include "tools/subhalctl/Output.h"
 #include "tools/subhalctl/SensorLookup.h"
 #include "tools/subhalctl/SensorValues.h"
 
@@ -15,10 +17,6 @@ using android::hardware::sensors::V1_0::SensorType;
 
 int32_t typeOf(const SensorInfo& sensor) {
     return static_cast<int32_t>(sensor.type);
-}
-
-bool isWakeUp(const SensorInfo& sensor) {
-    return (sensor.flags & static_cast<uint32_t>(SensorFlagBits::WAKE_UP)) != 0;
 }
 
 const char* kindName(EventKind kind) {
@@ -66,56 +64,42 @@ std::string infoText(const Payload& payload) {
     return line;
 }
 
+/** A rate as it stands in a table, "-" for a sensor without one. */
+std::string rateText(double hertz) {
+    return hertz > 0 ? formatted("%.3f", hertz) : "-";
+}
+
+std::string millisecondsText(const DurationStatistics& durations, double share) {
+    if (durations.count() == 0) return "-";
+    return formatted("%.3f", static_cast<double>(durations.quantileNs(share)) / 1e6);
+}
+
 class TextWriter : public EventWriter {
   public:
     void begin(const std::vector<Watched>& watched) override {
         for (const Watched& one : watched) {
-            std::printf("%6" PRId32 "  %s: %s\n", one.sensor->sensorHandle,
-                        typeName(*one.sensor).c_str(), legend(*one.sensor).c_str());
+            print("%6" PRId32 "  %s: %s%s\n", one.sensor->sensorHandle,
+                  typeName(*one.sensor).c_str(), valueLegend(*one.sensor).c_str(),
+                  isWakeUp(*one.sensor) ? "; wake-up" : "");
         }
         const std::string values = watched.size() == 1 ? header(*watched.front().sensor) : "values";
-        std::printf("\n%20s  %6s     %-30s  %s\n", "timestamp/s", "handle", "sensor",
-                    values.c_str());
+        print("\n%20s  %6s     %-30s  %s\n", "timestamp/s", "handle",
+              "sensor (W: wakelock, S: stale)", values.c_str());
     }
 
-    void event(const SensorInfo& sensor, const ReceivedEvent& received) override {
+    void event(const Watched& watched, const ReceivedEvent& received) override {
         const Event& event = received.event;
-        std::printf("%10" PRId64 ".%09" PRId64 "  %6" PRId32 "  %c  %-30s  %s\n",
-                    event.timestamp / 1000000000, std::abs(event.timestamp % 1000000000),
-                    event.sensorHandle, received.wakelock ? 'W' : ' ', typeName(sensor).c_str(),
-                    contents(sensor, event).c_str());
+        print("%s  %6" PRId32 " %c%c  %-30s  %s\n", timeText(event.timestamp).c_str(),
+              event.sensorHandle, received.wakelock ? 'W' : ' ',
+              watched.isStale(received) ? 'S' : ' ', typeName(*watched.sensor).c_str(),
+              contents(*watched.sensor, event).c_str());
     }
 
     void summary(const std::vector<Watched>& watched) override {
-        std::printf("\n%6s  %-30s %9s %8s %10s %11s %10s %10s %10s %6s %8s %9s\n", "handle",
-                    "sensor", "events", "flushes", "asked/Hz", "measured/Hz", "jitter/ms", "min/ms",
-                    "max/ms", "lost", "backward", "wakelocks");
-        for (const Watched& one : watched) {
-            const IntervalStatistics& statistics = one.statistics;
-            std::printf(
-                "%6" PRId32 "  %-30s %9" PRId64 " %8" PRId64
-                " %10.3f %11.3f %10.3f %10.3f %10.3f %6" PRId64 " %8" PRId64 " %9" PRId64 "\n",
-                one.sensor->sensorHandle, typeName(*one.sensor).c_str(), statistics.events(),
-                one.flushes, one.askedHz, statistics.rateHz(), statistics.jitterNs() / 1e6,
-                static_cast<double>(statistics.shortestNs()) / 1e6,
-                static_cast<double>(statistics.longestNs()) / 1e6, statistics.lost(),
-                statistics.backward(), one.wakelocks);
-        }
+        print("\n%s", summaryTable(watched).c_str());
     }
 
   private:
-    static std::string legend(const SensorInfo& sensor) {
-        std::string text;
-        const Reading reading = decode(typeOf(sensor), Payload{});
-        for (const Value& value : reading.values) {
-            if (!text.empty()) text += ", ";
-            text += value.name;
-            if (value.unit[0] != '\0') text += std::string(" [") + value.unit + "]";
-        }
-        if (reading.accuracy[0] != '\0') text += ", accuracy";
-        return isWakeUp(sensor) ? text + "; wake-up" : text;
-    }
-
     static std::string header(const SensorInfo& sensor) {
         const std::vector<Value> values = decode(typeOf(sensor), Payload{}).values;
         const std::string unit = commonUnit(values);
@@ -139,6 +123,13 @@ class TextWriter : public EventWriter {
     }
 };
 
+/** The values of an event; none for a flush marker. */
+Reading readingOf(const SensorInfo& sensor, const Event& event) {
+    const EventKind kind = kindOf(event);
+    if (kind == EventKind::kFlushComplete) return {{}, "", ""};
+    return decode(kind == EventKind::kData ? typeOf(sensor) : -1, payloadOf(event));
+}
+
 class CsvWriter : public EventWriter {
   public:
     void begin(const std::vector<Watched>& watched) override {
@@ -147,31 +138,31 @@ class CsvWriter : public EventWriter {
         }
         const auto names =
             watched.size() == 1 ? namesOf(*watched.front().sensor) : std::vector<std::string>{};
-        std::printf("timestamp_ns,handle,sensor,kind,wakeup,accuracy");
+        std::string line = "timestamp_ns,received_ns,handle,sensor,kind,stale,wakeup,accuracy";
         for (size_t i = 0; i < mColumns; ++i) {
-            std::printf(",%s",
-                        names.empty() ? ("v" + std::to_string(i)).c_str() : names[i].c_str());
+            line += ',' + (names.empty() ? "v" + std::to_string(i) : names[i]);
         }
-        std::printf("\n");
+        print("%s\n", line.c_str());
     }
 
-    void event(const SensorInfo& sensor, const ReceivedEvent& received) override {
+    void event(const Watched& watched, const ReceivedEvent& received) override {
         const Event& event = received.event;
-        Reading reading{{}, "", ""};
-        if (kindOf(event) == EventKind::kData) reading = decode(typeOf(sensor), payloadOf(event));
-        if (kindOf(event) == EventKind::kAdditionalInfo) reading = decode(-1, payloadOf(event));
-        std::printf("%" PRId64 ",%" PRId32 ",%s,%s,%d,%s", event.timestamp, event.sensorHandle,
-                    typeName(sensor).c_str(), kindName(kindOf(event)), received.wakelock ? 1 : 0,
-                    reading.accuracy);
+        const Reading reading = readingOf(*watched.sensor, event);
+        std::string line =
+            formatted("%" PRId64 ",%" PRId64 ",%" PRId32 ",%s,%s,%d,%d,%s", event.timestamp,
+                      received.receivedNs, event.sensorHandle, typeName(*watched.sensor).c_str(),
+                      kindName(kindOf(event)), watched.isStale(received) ? 1 : 0,
+                      received.wakelock ? 1 : 0, reading.accuracy);
         for (size_t i = 0; i < mColumns; ++i) {
-            std::printf(",%s",
-                        i < reading.values.size() ? reading.values[i].exactText().c_str() : "");
+            line += ',' + (i < reading.values.size() ? reading.values[i].exactText() : "");
         }
-        std::printf("\n");
+        print("%s\n", line.c_str());
     }
 
     // A summary has other columns, and a file of one table is easier to read in.
-    void summary(const std::vector<Watched>&) override {}
+    void summary(const std::vector<Watched>& watched) override {
+        std::fputs(summaryTable(watched).c_str(), stderr);
+    }
 
   private:
     static std::vector<std::string> namesOf(const SensorInfo& sensor) {
@@ -189,55 +180,55 @@ class JsonWriter : public EventWriter {
   public:
     void begin(const std::vector<Watched>&) override {}
 
-    void event(const SensorInfo& sensor, const ReceivedEvent& received) override {
+    void event(const Watched& watched, const ReceivedEvent& received) override {
         const Event& event = received.event;
-        std::printf("{\"kind\":\"%s\",\"timestamp_ns\":%" PRId64 ",\"handle\":%" PRId32
-                    ",\"sensor\":\"%s\",\"wakeup\":%s",
-                    kindName(kindOf(event)), event.timestamp, event.sensorHandle,
-                    typeName(sensor).c_str(), received.wakelock ? "true" : "false");
-        if (kindOf(event) == EventKind::kData) {
-            writeReading(decode(typeOf(sensor), payloadOf(event)));
-        } else if (kindOf(event) == EventKind::kAdditionalInfo) {
-            writeReading(decode(-1, payloadOf(event)));
+        Json line = {{"kind", kindName(kindOf(event))},     {"timestamp_ns", event.timestamp},
+                     {"received_ns", received.receivedNs},  {"handle", event.sensorHandle},
+                     {"sensor", typeName(*watched.sensor)}, {"wakeup", received.wakelock}};
+        if (watched.isStale(received)) line["stale"] = true;
+        if (kindOf(event) != EventKind::kFlushComplete) {
+            add(line, readingOf(*watched.sensor, event));
         }
-        std::printf("}\n");
+        printText(jsonText(line) + "\n");
     }
 
     void summary(const std::vector<Watched>& watched) override {
         for (const Watched& one : watched) {
-            const IntervalStatistics& statistics = one.statistics;
-            std::printf(
-                "{\"kind\":\"summary\",\"handle\":%" PRId32 ",\"sensor\":\"%s\",\"events\":%" PRId64
-                ",\"flushes\":%" PRId64
-                ",\"asked_hz\":%.9g,\"measured_hz\":%.9g,\"jitter_ns\":%.9g,\"min_ns\":%" PRId64
-                ",\"max_ns\":%" PRId64 ",\"lost\":%" PRId64 ",\"backward\":%" PRId64
-                ",\"wakelocks\":%" PRId64 "}\n",
-                one.sensor->sensorHandle, typeName(*one.sensor).c_str(), statistics.events(),
-                one.flushes, one.askedHz, statistics.rateHz(), statistics.jitterNs(),
-                statistics.shortestNs(), statistics.longestNs(), statistics.lost(),
-                statistics.backward(), one.wakelocks);
+            const IntervalStatistics& intervals = one.intervals;
+            const Json line = {{"kind", "summary"},
+                               {"handle", one.sensor->sensorHandle},
+                               {"sensor", typeName(*one.sensor)},
+                               {"events", one.events},
+                               {"flushes", one.flushes},
+                               {"asked_hz", rate(one.askedHz)},
+                               {"granted_hz", rate(one.grantedHz)},
+                               {"measured_hz", rate(intervals.rateHz())},
+                               {"jitter_ns", intervals.jitterNs()},
+                               {"min_ns", intervals.shortestNs()},
+                               {"max_ns", intervals.longestNs()},
+                               {"latency_p50_ns", one.latency.quantileNs(0.5)},
+                               {"latency_p99_ns", one.latency.quantileNs(0.99)},
+                               {"latency_max_ns", one.latency.longestNs()},
+                               {"lost", intervals.lost()},
+                               {"backward", intervals.backward()},
+                               {"stale", one.stale},
+                               {"wakelocks", one.wakelocks}};
+            printText(jsonText(line) + "\n");
         }
     }
 
   private:
-    static void writeReading(const Reading& reading) {
-        const char* separator = "";
-        std::printf(",\"values\":{");
-        for (const Value& value : reading.values) {
-            std::printf("%s\"%s\":%s", separator, value.name, jsonText(value).c_str());
-            separator = ",";
-        }
-        std::printf("}");
-        if (reading.accuracy[0] != '\0') std::printf(",\"accuracy\":\"%s\"", reading.accuracy);
-        if (reading.meaning[0] != '\0') std::printf(",\"meaning\":\"%s\"", reading.meaning);
-        const std::string unit = commonUnit(reading.values);
-        if (!unit.empty()) std::printf(",\"unit\":\"%s\"", unit.c_str());
-    }
+    static Json rate(double hertz) { return hertz > 0 ? Json(hertz) : Json(nullptr); }
 
-    static std::string jsonText(const Value& value) {
-        if (value.form == Value::Form::kWord) return "\"" + value.exactText() + "\"";
-        const bool isNumber = value.form == Value::Form::kCount || std::isfinite(value.number);
-        return isNumber ? value.exactText() : "null";
+    static void add(Json& line, const Reading& reading) {
+        Json& values = line["values"] = Json::object();
+        for (const Value& value : reading.values) {
+            values[value.name] = value.json();
+        }
+        if (reading.accuracy[0] != '\0') line["accuracy"] = reading.accuracy;
+        if (reading.meaning[0] != '\0') line["meaning"] = reading.meaning;
+        const std::string unit = commonUnit(reading.values);
+        if (!unit.empty()) line["unit"] = unit;
     }
 };
 
@@ -247,6 +238,59 @@ EventKind kindOf(const Event& event) {
     if (event.sensorType == SensorType::META_DATA) return EventKind::kFlushComplete;
     return event.sensorType == SensorType::ADDITIONAL_INFO ? EventKind::kAdditionalInfo
                                                            : EventKind::kData;
+}
+
+bool Watched::isStale(const ReceivedEvent& received) const {
+    return kindOf(received.event) == EventKind::kData && received.event.timestamp < startNs;
+}
+
+void Watched::add(const ReceivedEvent& received) {
+    if (received.ownWakelock) ++wakelocks;
+    const EventKind kind = kindOf(received.event);
+    if (kind == EventKind::kFlushComplete) {
+        ++flushes;
+    } else if (isStale(received)) {
+        ++stale;
+    } else {
+        ++events;
+        if (kind != EventKind::kData) return;
+        intervals.add(received.event.timestamp);
+        latency.add(received.receivedNs - received.event.timestamp);
+    }
+}
+
+std::string timeText(int64_t timestampNs) {
+    return formatted("%10" PRId64 ".%09" PRId64, timestampNs / 1000000000,
+                     std::abs(timestampNs % 1000000000));
+}
+
+std::string valueLegend(const SensorInfo& sensor) {
+    std::string text;
+    const Reading reading = decode(typeOf(sensor), Payload{});
+    for (const Value& value : reading.values) {
+        if (!text.empty()) text += ", ";
+        text += value.name;
+        if (value.unit[0] != '\0') text += std::string(" [") + value.unit + "]";
+    }
+    return reading.accuracy[0] != '\0' ? text + ", accuracy" : text;
+}
+
+std::string summaryTable(const std::vector<Watched>& watched) {
+    std::string table =
+        formatted("%6s  %-30s %8s %10s %10s %11s %8s %8s %6s %8s %6s %7s %9s\n", "handle", "sensor",
+                  "events", "asked/Hz", "granted/Hz", "measured/Hz", "p50/ms", "p99/ms", "lost",
+                  "backward", "stale", "flushes", "wakelocks");
+    for (const Watched& one : watched) {
+        const double measuredHz = one.grantedHz > 0 ? one.intervals.rateHz() : 0;
+        table += formatted("%6" PRId32 "  %-30s %8" PRId64 " %10s %10s %11s %8s %8s %6" PRId64
+                           " %8" PRId64 " %6" PRId64 " %7" PRId64 " %9" PRId64 "\n",
+                           one.sensor->sensorHandle, typeName(*one.sensor).c_str(), one.events,
+                           rateText(one.askedHz).c_str(), rateText(one.grantedHz).c_str(),
+                           rateText(measuredHz).c_str(), millisecondsText(one.latency, 0.5).c_str(),
+                           millisecondsText(one.latency, 0.99).c_str(), one.intervals.lost(),
+                           one.intervals.backward(), one.stale, one.flushes, one.wakelocks);
+    }
+    return table;
 }
 
 std::string valueColumns(const SensorInfo& sensor, const Event& event) {

@@ -11,6 +11,8 @@ enum ExitCode : int {
     kNoSuchSensor = 4,
     kRefused = 5,
     kNoData = 6,
+    kNoHub = 7,
+    kOutputLost = 8,
 };
 
 }  // namespace subhalctl

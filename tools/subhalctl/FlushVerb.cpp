@@ -1,8 +1,8 @@
 #include <cinttypes>
-#include <cstdio>
 #include <optional>
 
 #include "tools/subhalctl/EventWriter.h"
+#include "tools/subhalctl/Output.h"
 #include "tools/subhalctl/SensorLookup.h"
 #include "tools/subhalctl/Verbs.h"
 
@@ -16,22 +16,20 @@ constexpr int64_t kLatencyNs = 10'000'000'000;  // so that there is something to
 
 ExitCode waitForCompletion(Proxy& proxy, const SensorInfo& sensor, Clock::time_point begin,
                            double seconds) {
-    const auto deadline =
-        begin + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
     int64_t events = 0;
-    const auto end = proxy.events().receive(deadline, [&](const ReceivedEvent& received) {
+    const auto end = proxy.events().receiveFor(seconds, [&](const ReceivedEvent& received) {
         if (received.event.sensorHandle != sensor.sensorHandle) return false;
         if (kindOf(received.event) == EventKind::kFlushComplete) return true;
         ++events;
         return false;
     });
     if (end != EventQueue::End::kDone) {
-        std::fprintf(stderr, "subhalctl: no completion of the flush\n");
+        complain("%s: no completion of the flush", typeName(sensor).c_str());
         return kNoData;
     }
     const double tookMs = std::chrono::duration<double, std::milli>(Clock::now() - begin).count();
-    std::printf("%s: flush complete after %.3f ms, %" PRId64 " events before it\n",
-                typeName(sensor).c_str(), tookMs, events);
+    print("%s: flush complete after %.3f ms, %" PRId64 " events before it\n",
+          typeName(sensor).c_str(), tookMs, events);
     return kOk;
 }
 
@@ -51,9 +49,10 @@ ExitCode runFlush(Proxy& proxy, const FlushOptions& options) {
     const Clock::time_point begin = Clock::now();
     const Result result = proxy.subHal().flush(sensor->sensorHandle);
     if (result != Result::OK) {
-        std::fprintf(stderr, "subhalctl: %s: flush: %s\n", typeName(*sensor).c_str(),
-                     resultName(result).c_str());
-        return kRefused;
+        if (reportingMode(*sensor) == SensorFlagBits::ONE_SHOT_MODE) {
+            complain("a one-shot sensor has nothing to flush");
+        }
+        return refused(typeName(*sensor), "flush", result);
     }
     return waitForCompletion(proxy, *sensor, begin, options.seconds);
 }

@@ -1,48 +1,51 @@
 #include <cinttypes>
-#include <cstdio>
 #include <cstring>
-#include <optional>
 
+#include "tools/subhalctl/Output.h"
 #include "tools/subhalctl/Verbs.h"
 
 namespace subhalctl {
 namespace {
 
-using simulator::HubServices;
-
-constexpr char kDumpDirectory[] = "/data/vendor/sensorhub";
-
 ExitCode openWithServices(Proxy& proxy) {
-    if (!proxy.options().sim) {
-        std::fprintf(stderr, "subhalctl: only a simulated hub can be made to ask: --sim\n");
+    if (!proxy.options().hub.sim) {
+        complain("only a simulated hub can be made to ask: --sim");
         return kUsage;
     }
     const ExitCode opened = proxy.open();
     if (opened != kOk) return opened;
-    if (proxy.hubServices()->waitReady()) return kOk;
-    std::fprintf(stderr, "subhalctl: the library did not tell the hub that it is ready\n");
+    if (proxy.hub()->waitReady()) return kOk;
+    complain("the library did not tell the hub that it is ready");
     return kNoData;
 }
 
-ExitCode checkViolations(const HubServices& services) {
-    const auto violations = services.violations();
+ExitCode checkViolations(Hub& hub) {
+    const auto violations = hub.violations();
     for (const std::string& violation : violations) {
-        std::fprintf(stderr, "subhalctl: %s\n", violation.c_str());
+        complain("%s", violation.c_str());
     }
     return violations.empty() ? kOk : kCheckFailed;
 }
 
-void printReply(const HubServices::FileReply& reply) {
-    // -1 is a call's bare failure; only what is below it is an error number.
-    if (reply.result < -1) {
-        std::printf("result %" PRId32 " (%s)\n", reply.result, std::strerror(-reply.result));
+FileOperation operationOf(const std::string& name) {
+    if (name == "read") return FileOperation::kRead;
+    return name == "write" ? FileOperation::kWrite : FileOperation::kRemove;
+}
+
+void printReply(FileOperation operation, const FileReply& reply) {
+    if (reply.result < 0) {
+        // -1 is a call's bare failure; only what is below it is an error number.
+        print("the library answered %" PRId32 "%s%s\n", reply.result,
+              reply.result < -1 ? ": " : ", it failed",
+              reply.result < -1 ? std::strerror(-reply.result) : "");
+    } else if (operation == FileOperation::kRemove) {
+        print("the library removed it\n");
     } else {
-        std::printf("result %" PRId32 "\n", reply.result);
+        print("the library %s %" PRId32 " bytes\n",
+              operation == FileOperation::kRead ? "read" : "wrote", reply.result);
     }
-    if (!reply.data.empty()) {
-        std::fwrite(reply.data.data(), 1, reply.data.size(), stdout);
-        std::printf("\n");
-    }
+    if (reply.data.empty()) return;
+    printText(reply.data.back() == '\n' ? reply.data : reply.data + "\n");
 }
 
 }  // namespace
@@ -50,37 +53,38 @@ void printReply(const HubServices::FileReply& reply) {
 ExitCode runHubDump(Proxy& proxy, const HubDumpOptions& options) {
     const ExitCode opened = openWithServices(proxy);
     if (opened != kOk) return opened;
-    proxy.hubServices()->setDumpContent("dump of the simulated hub\n");
-    if (!proxy.hubServices()->requestDump(options.type, options.count) ||
-        !proxy.hub()->waitIdle()) {
-        std::fprintf(stderr, "subhalctl: the request was not read\n");
+    Hub& hub = *proxy.hub();
+    if (!hub.requestDump(options.type, options.count)) {
+        complain("the library did not read the request");
         return kNoData;
     }
-    for (const std::string& name : proxy.hub()->listDirectory(kDumpDirectory)) {
-        const std::string path = std::string(kDumpDirectory) + "/" + name;
-        std::printf("%8zu  %s\n", proxy.hub()->readFile(path).size(), path.c_str());
+    if (!proxy.options().quiet) {
+        print(
+            "the hub asked to save a dump of type %d and to keep %d; files now, bytes and path on "
+            "the hub:\n",
+            options.type, options.count);
     }
-    return checkViolations(*proxy.hubServices());
+    for (const auto& [path, size] : hub.dumpFiles()) {
+        print("%8zu  %s\n", size, quoted(path).c_str());
+    }
+    return checkViolations(hub);
 }
 
 ExitCode runHubFile(Proxy& proxy, const HubFileOptions& options) {
     const ExitCode opened = openWithServices(proxy);
     if (opened != kOk) return opened;
-    HubServices& services = *proxy.hubServices();
-    std::optional<HubServices::FileReply> reply;
-    if (options.operation == HubServices::kRead) {
-        reply = services.readFile(options.path, options.size, options.offset);
-    } else if (options.operation == HubServices::kWrite) {
-        reply = services.writeFile(options.path, options.text, options.offset);
-    } else {
-        reply = services.removeFile(options.path);
+    const FileOperation operation = operationOf(options.operation);
+    if (!proxy.options().quiet) {
+        print("the hub asked to %s %s\n", options.operation.c_str(), quoted(options.path).c_str());
     }
+    const auto reply = proxy.hub()->requestFile(operation, options.path, options.text, options.size,
+                                                options.offset);
     if (!reply) {
-        std::fprintf(stderr, "subhalctl: no reply\n");
+        complain("the library gave no reply");
         return kNoData;
     }
-    printReply(*reply);
-    return reply->result < 0 ? kRefused : checkViolations(services);
+    printReply(operation, *reply);
+    return reply->result < 0 ? kRefused : checkViolations(*proxy.hub());
 }
 
 }  // namespace subhalctl

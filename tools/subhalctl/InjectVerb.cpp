@@ -2,11 +2,11 @@
 
 #include <cerrno>
 #include <cinttypes>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <optional>
 
+#include "tools/subhalctl/Output.h"
 #include "tools/subhalctl/SensorLookup.h"
 #include "tools/subhalctl/SensorValues.h"
 #include "tools/subhalctl/Verbs.h"
@@ -14,6 +14,7 @@
 namespace subhalctl {
 namespace {
 
+constexpr uint32_t kFirstSubCommand = 2;
 constexpr size_t kFirstArgument = 2;  // payload word behind the sub-command and a word left alone
 
 std::optional<uint32_t> parseWord(const std::string& text) {
@@ -43,9 +44,8 @@ std::optional<Payload> payloadFor(const InjectOptions& options) {
         const bool isWord = options.words || position == 0;
         const auto word = isWord ? parseWord(text) : parseFloat(text);
         if (!word || position >= payload.size()) {
-            std::fprintf(stderr, "subhalctl: %s \"%s\"\n",
-                         word ? "no room for" : (isWord ? "not a word:" : "not a number:"),
-                         text.c_str());
+            complain("%s %s", word ? "no room for" : (isWord ? "not a word:" : "not a number:"),
+                     quoted(text).c_str());
             return {};
         }
         payload[position] = *word;
@@ -54,14 +54,15 @@ std::optional<Payload> payloadFor(const InjectOptions& options) {
     return payload;
 }
 
-void printReceived(simulator::SimulatedHub& hub) {
-    for (const auto& request : hub.requests(simulator::Request::Kind::kInjection)) {
-        std::printf("the hub received%s:", request.error == 0 ? "" : " and refused");
-        for (const char byte : request.bytes) {
-            std::printf(" %02x", static_cast<unsigned>(static_cast<unsigned char>(byte)));
+void printReceived(const std::vector<Injection>& injections) {
+    for (const Injection& injection : injections) {
+        std::string bytes;
+        for (const char byte : injection.bytes) {
+            bytes += formatted(" %02x", static_cast<unsigned>(static_cast<unsigned char>(byte)));
         }
-        std::printf("\n");
+        print("the hub received%s:%s\n", injection.refused ? " and refused" : "", bytes.c_str());
     }
+    if (injections.empty()) print("the hub received nothing\n");
 }
 
 }  // namespace
@@ -78,13 +79,19 @@ ExitCode runInject(Proxy& proxy, const InjectOptions& options) {
     event.sensorHandle = sensor->sensorHandle;
     event.sensorType = sensor->type;
     std::memcpy(&event.u, payload->data(), sizeof(event.u));
-    if (proxy.hub() != nullptr) proxy.hub()->clearRequests();
+    if (proxy.hub() != nullptr) proxy.hub()->forgetInjections();
     const Result result = proxy.subHal().injectSensorData(event);
-    if (proxy.hub() != nullptr) printReceived(*proxy.hub());
-    if (result == Result::OK) return kOk;
-    std::fprintf(stderr, "subhalctl: %s: inject: %s\n", typeName(*sensor).c_str(),
-                 resultName(result).c_str());
-    return kRefused;
+    if (proxy.hub() != nullptr) printReceived(proxy.hub()->injections());
+    if (result != Result::OK) return refused(typeName(*sensor), "inject", result);
+    if (proxy.options().quiet) return kOk;
+    if (payload->front() < kFirstSubCommand) {
+        print("%s: sub-command %" PRIu32 " stands for nothing to do\n", typeName(*sensor).c_str(),
+              payload->front());
+    } else {
+        print("%s: the library took sub-command 0x%" PRIx32 "\n", typeName(*sensor).c_str(),
+              payload->front());
+    }
+    return kOk;
 }
 
 }  // namespace subhalctl

@@ -1,6 +1,9 @@
 #include <cinttypes>
 #include <cstdio>
 
+#include "tools/subhalctl/EventWriter.h"
+#include "tools/subhalctl/Json.h"
+#include "tools/subhalctl/Output.h"
 #include "tools/subhalctl/SensorLookup.h"
 #include "tools/subhalctl/Verbs.h"
 
@@ -43,7 +46,7 @@ std::string otherFlags(uint32_t flags) {
 
 std::string rates(const SensorInfo& sensor) {
     if (sensor.minDelay < 0) return "one event, then off";
-    if (sensor.minDelay == 0) return "when there is something to tell";
+    if (sensor.minDelay == 0) return "when it has news";
     char text[64];
     const double fastest = 1e6 / sensor.minDelay;
     if (sensor.maxDelay <= 0) {
@@ -54,41 +57,79 @@ std::string rates(const SensorInfo& sensor) {
     return text;
 }
 
-void printNumbers(const SensorInfo& sensor) {
-    const auto number = [](float value) { return static_cast<double>(value); };
-    std::printf("%6" PRId32 "  %-30s %6" PRId32 " %4" PRId32 " %12.6g %12.6g %8.3f %9" PRId32
-                " %9" PRId32 " %6" PRIu32 " %6" PRIu32 "  0x%03" PRIx32 "\n",
-                sensor.sensorHandle, typeName(sensor).c_str(), static_cast<int32_t>(sensor.type),
-                sensor.version, number(sensor.maxRange), number(sensor.resolution),
-                number(sensor.power), sensor.minDelay, sensor.maxDelay, sensor.fifoMaxEventCount,
-                sensor.fifoReservedEventCount, sensor.flags);
+double numberOf(float value) {
+    return static_cast<double>(value);
 }
 
-void printWords(const SensorInfo& sensor) {
-    const auto orNone = [](const auto& text) { return text.empty() ? "-" : text.c_str(); };
-    std::printf("%8sname        %s\n", "", orNone(sensor.name));
-    std::printf("%8svendor      %s\n", "", orNone(sensor.vendor));
-    std::printf("%8sstring type %s\n", "", orNone(sensor.typeAsString));
-    std::printf("%8spermission  %s\n", "", orNone(sensor.requiredPermission));
-    std::printf("%8sreporting   %s; %s; %s\n", "", modeName(reportingMode(sensor)),
-                rates(sensor).c_str(), otherFlags(sensor.flags).c_str());
+const char* orNone(const android::hardware::hidl_string& text) {
+    return text.empty() ? "-" : text.c_str();
+}
+
+void printLine(const SensorInfo& sensor) {
+    print("%6" PRId32 "  %-30s %-10s  %-7s  %-24s %6" PRIu32 "  %s\n", sensor.sensorHandle,
+          typeName(sensor).c_str(), modeName(reportingMode(sensor)),
+          isWakeUp(sensor) ? "wake-up" : "", rates(sensor).c_str(), sensor.fifoMaxEventCount,
+          orNone(sensor.name));
+}
+
+void printDetails(const SensorInfo& sensor) {
+    print("%8svendor      %s\n", "", orNone(sensor.vendor));
+    print("%8stype        %" PRId32 ", %s, version %" PRId32 "\n", "",
+          static_cast<int32_t>(sensor.type), orNone(sensor.typeAsString), sensor.version);
+    print("%8spermission  %s\n", "", orNone(sensor.requiredPermission));
+    print("%8sflags       0x%03" PRIx32 ": %s; %s\n", "", sensor.flags,
+          modeName(reportingMode(sensor)), otherFlags(sensor.flags).c_str());
+    print("%8srange       %.6g in steps of %.6g, %.3f mA\n", "", numberOf(sensor.maxRange),
+          numberOf(sensor.resolution), numberOf(sensor.power));
+    print("%8sdelays      %" PRId32 " to %" PRId32 " µs; FIFO %" PRIu32 ", reserved %" PRIu32 "\n",
+          "", sensor.minDelay, sensor.maxDelay, sensor.fifoMaxEventCount,
+          sensor.fifoReservedEventCount);
+    print("%8svalues      %s\n", "", valueLegend(sensor).c_str());
+}
+
+Json jsonOf(const SensorInfo& sensor) {
+    return {{"handle", sensor.sensorHandle},
+            {"sensor", typeName(sensor)},
+            {"name", sensor.name},
+            {"vendor", sensor.vendor},
+            {"version", sensor.version},
+            {"type", static_cast<int32_t>(sensor.type)},
+            {"string_type", sensor.typeAsString},
+            {"permission", sensor.requiredPermission},
+            {"mode", modeName(reportingMode(sensor))},
+            {"wakeup", isWakeUp(sensor)},
+            {"direct", canReportDirectly(sensor)},
+            {"flags", sensor.flags},
+            {"min_delay_us", sensor.minDelay},
+            {"max_delay_us", sensor.maxDelay},
+            {"fifo_max", sensor.fifoMaxEventCount},
+            {"fifo_reserved", sensor.fifoReservedEventCount},
+            {"range", numberOf(sensor.maxRange)},
+            {"resolution", numberOf(sensor.resolution)},
+            {"power_ma", numberOf(sensor.power)}};
 }
 
 }  // namespace
 
-ExitCode runList(Proxy& proxy) {
+ExitCode runList(Proxy& proxy, const ListOptions& options) {
     const ExitCode opened = proxy.open();
     if (opened != kOk) return opened;
+    if (options.format == "json") {
+        Json list = Json::array();
+        for (const SensorInfo& sensor : proxy.sensors()) {
+            list.push_back(jsonOf(sensor));
+        }
+        printText(list.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
+        return kOk;
+    }
     if (!proxy.options().quiet) {
-        std::printf("%6s  %-30s %6s %4s %12s %12s %8s %9s %9s %6s %6s  %s\n", "handle", "sensor",
-                    "type", "ver", "range", "resolution", "power/mA", "minDelay", "maxDelay",
-                    "fifo", "resvd", "flags");
+        print("%6s  %-30s %-10s  %-7s  %-24s %6s  %s\n", "handle", "sensor", "mode", "", "rates",
+              "FIFO", "name");
     }
     for (const SensorInfo& sensor : proxy.sensors()) {
-        printNumbers(sensor);
-        if (!proxy.options().quiet) printWords(sensor);
+        printLine(sensor);
+        if (options.details) printDetails(sensor);
     }
-    if (proxy.sensors().empty()) std::fprintf(stderr, "subhalctl: the library has no sensors\n");
     return kOk;
 }
 

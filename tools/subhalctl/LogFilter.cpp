@@ -2,6 +2,10 @@
 
 #include "tools/subhalctl/LogFilter.h"
 
+#include <sys/syscall.h>
+#include <time.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <atomic>
 #include <cstdarg>
@@ -38,7 +42,11 @@ extern "C" {
 int __android_log_write(int prio, const char* tag, const char* text) {
     if (prio < subhalctl::gLevel) return 0;
     const char letter = subhalctl::kLetters[std::clamp<int>(prio, 0, ANDROID_LOG_SILENT)];
-    return std::fprintf(stderr, "%c %s: %s\n", letter, tag == nullptr ? "" : tag, text);
+    timespec now{};
+    clock_gettime(CLOCK_BOOTTIME, &now);  // the clock of the events' time stamps
+    return std::fprintf(stderr, "%6lld.%06ld %5d %c %s: %s\n", static_cast<long long>(now.tv_sec),
+                        now.tv_nsec / 1000, static_cast<int>(syscall(SYS_gettid)), letter,
+                        tag == nullptr ? "" : tag, text);
 }
 
 int __android_log_vprint(int prio, const char* tag, const char* fmt, va_list ap) {

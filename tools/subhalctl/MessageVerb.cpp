@@ -1,12 +1,13 @@
+#include <fcntl.h>
+#include <unistd.h>
 #include <utils/SystemClock.h>
 
 #include <algorithm>
-#include <cstdio>
+#include <cerrno>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <optional>
 
+#include "tools/subhalctl/Output.h"
 #include "tools/subhalctl/Verbs.h"
 
 namespace subhalctl {
@@ -44,26 +45,37 @@ std::optional<std::string> parseHex(const std::string& hex) {
     return bytes;
 }
 
-std::optional<std::string> readWhole(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    if (!file) return {};
-    return std::string(std::istreambuf_iterator<char>(file), {});
+/** At most one byte more than a message may have, so that a file without end does not matter. */
+std::optional<std::string> readMessage(const std::string& path) {
+    const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    ssize_t got = fd < 0 ? -1 : 0;
+    std::string bytes;
+    char piece[kLargestMessage + 1];
+    while (got >= 0 && bytes.size() <= kLargestMessage) {
+        got = read(fd, piece, sizeof(piece) - bytes.size());
+        if (got <= 0) break;
+        bytes.append(piece, static_cast<size_t>(got));
+    }
+    const int error = errno;
+    if (fd >= 0) close(fd);
+    if (got >= 0) return bytes;
+    complain("%s: %s", quoted(path).c_str(), std::strerror(error));
+    return {};
 }
 
 /** The bytes to send; nothing, and told, when there are none or too many. */
 std::optional<std::string> messageOf(const MessageOptions& options) {
     auto message = std::optional<std::string>(options.text);
-    if (!options.hex.empty()) message = parseHex(options.hex);
-    if (!options.file.empty()) message = readWhole(options.file);
-    if (!message) {
-        std::fprintf(stderr, "subhalctl: %s\n",
-                     options.file.empty() ? "--hex takes pairs of digits" : "cannot read the file");
-    } else if (message->empty() || message->size() > kLargestMessage) {
-        std::fprintf(stderr, "subhalctl: a message has 1 to %zu bytes, not %zu\n", kLargestMessage,
-                     message->size());
-        message.reset();
+    if (!options.hex.empty()) {
+        message = parseHex(options.hex);
+        if (!message) complain("--hex takes pairs of hexadecimal digits");
     }
-    return message;
+    if (!options.file.empty()) message = readMessage(options.file);
+    if (!message) return {};
+    if (!message->empty() && message->size() <= kLargestMessage) return message;
+    complain("a message has 1 to %zu bytes, not %s", kLargestMessage,
+             message->empty() ? "none" : "more");
+    return {};
 }
 
 class Sender {
@@ -80,7 +92,7 @@ class Sender {
         std::memcpy(&event.u, &payload, sizeof(payload));
         const Result result = mProxy.subHal().injectSensorData(event);
         if (result == Result::OK) return true;
-        std::fprintf(stderr, "subhalctl: message: %s\n", resultName(result).c_str());
+        refused("qcontext", "message", result);
         return false;
     }
 
@@ -100,10 +112,10 @@ class Sender {
 };
 
 /** The library does not tell whether a message got through; the simulated hub does. */
-ExitCode compareReceived(simulator::HubServices& hub, const std::string& message) {
+ExitCode compareReceived(Hub& hub, const std::string& message) {
     const std::vector<std::string> received = hub.messages();
     const bool whole = received.size() == 1 && received.front() == message;
-    std::printf("the hub received %s\n", whole ? "the whole message" : "something else");
+    print("the hub received %s\n", whole ? "the whole message" : "something else");
     return whole ? kOk : kCheckFailed;
 }
 
@@ -115,8 +127,8 @@ ExitCode runMessage(Proxy& proxy, const MessageOptions& options) {
     const ExitCode opened = proxy.open();
     if (opened != kOk) return opened;
     if (!Sender(proxy).sendMessage(*message)) return kRefused;
-    if (!proxy.options().quiet) std::printf("%zu bytes sent\n", message->size());
-    return proxy.hubServices() == nullptr ? kOk : compareReceived(*proxy.hubServices(), *message);
+    if (!proxy.options().quiet) print("%zu bytes sent\n", message->size());
+    return proxy.hub() == nullptr ? kOk : compareReceived(*proxy.hub(), *message);
 }
 
 }  // namespace subhalctl

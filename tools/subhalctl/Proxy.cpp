@@ -1,11 +1,16 @@
 #include "tools/subhalctl/Proxy.h"
 
+#include <fcntl.h>
 #include <unistd.h>
+#include <utils/SystemClock.h>
 
+#include <cerrno>
 #include <cinttypes>
 #include <cstdio>
+#include <cstring>
 
-#include "simulator/NodePaths.h"
+#include "tools/subhalctl/DevicePaths.h"
+#include "tools/subhalctl/Output.h"
 #include "tools/subhalctl/SensorLookup.h"
 
 namespace subhalctl {
@@ -24,13 +29,6 @@ std::string defaultLibrary() {
     return SUBHALCTL_LIBRARY_NAME;
 }
 
-void printCandidates(const std::vector<const SensorInfo*>& candidates) {
-    for (const SensorInfo* sensor : candidates) {
-        std::fprintf(stderr, "%8" PRId32 "  %s (%s)\n", sensor->sensorHandle,
-                     typeName(*sensor).c_str(), sensor->name.c_str());
-    }
-}
-
 }  // namespace
 
 std::string resultName(Result result) {
@@ -46,80 +44,101 @@ std::string resultName(Result result) {
         case Result::INVALID_OPERATION:
             return "INVALID_OPERATION";
     }
-    return std::to_string(static_cast<int32_t>(result));
+    return "result " + std::to_string(static_cast<int32_t>(result));
+}
+
+ExitCode refused(const std::string& sensor, const char* what, Result result) {
+    complain("%s: %s: %s", sensor.c_str(), what, resultName(result).c_str());
+    return kRefused;
+}
+
+ExitCode Proxy::openHub() {
+    if (!mOptions.hub.sim || mHub != nullptr) return kOk;
+    std::string error;
+    mHub = makeSimulatedHub(mOptions.hub, &error);
+    if (mHub != nullptr) return kOk;
+    complain("%s", error.c_str());
+    return kCannotLoad;
 }
 
 ExitCode Proxy::open() {
-    if (mOptions.sim) makeHub();
-    mLibrary.emplace(mOptions.library.empty() ? defaultLibrary() : mOptions.library);
+    const ExitCode made = openHub();
+    if (made != kOk) return made;
+    const std::string path = mOptions.library.empty() ? defaultLibrary() : mOptions.library;
+    mLibrary = std::make_unique<host_proxy::SubHalLibrary>(path);
     if (mLibrary->subHal() == nullptr) {
-        std::fprintf(stderr, "subhalctl: cannot load the library: %s\n", mLibrary->error().c_str());
+        complain("%s: %s", path.c_str(), mLibrary->error().c_str());
         return kCannotLoad;
     }
-    return initialize();
-}
-
-void Proxy::makeHub() {
-    simulator::SimulatedHub::Options hubOptions;
-    hubOptions.seed = mOptions.seed;
-    hubOptions.generateSignals = true;
-    mHub.emplace(hubOptions);
-    mHubServices.emplace(*mHub);
-    mRearLight.emplace(*mHub);
-    mHub->setFile(simulator::kNfcCoverPath, "0\n");  // or the flip cover detector stays hidden
+    const ExitCode initialized = initialize();
+    if (initialized != kOk) return initialized;
+    return mSensors.empty() ? tellNoSensors() : kOk;
 }
 
 ExitCode Proxy::initialize() {
     if (mLibrary->version() != SUB_HAL_2_0_VERSION) {
-        std::fprintf(stderr, "subhalctl: the library speaks version 0x%08" PRIx32 ", not 0x%08x\n",
-                     mLibrary->version(), SUB_HAL_2_0_VERSION);
+        complain("the library speaks version 0x%08" PRIx32 ", not 0x%08x", mLibrary->version(),
+                 SUB_HAL_2_0_VERSION);
         return kCannotLoad;
     }
-    mCallback = new HalProxyCallback(
-        [this](const auto& events, bool wakelock) { mEvents.push(events, wakelock); });
+    mCallback = new HalProxyCallback([this](const std::vector<Event>& events, bool wakelock) {
+        mEvents.push(events, wakelock);
+    });
     const Result result = subHal().initialize(mCallback);
-    if (result != Result::OK) {
-        std::fprintf(stderr, "subhalctl: initialize: %s\n", resultName(result).c_str());
-        return kRefused;
-    }
+    if (result != Result::OK) return refused("library", "initialize", result);
     mSensors = host_proxy::sensorsOf(subHal());
     return kOk;
+}
+
+ExitCode Proxy::tellNoSensors() const {
+    const int fd = ::open(kSpecPath, O_RDONLY | O_CLOEXEC);
+    if (fd >= 0) {
+        ::close(fd);
+        complain(
+            "there is a sensor hub, but none of its sensors works; \"subhalctl doctor\" tells why");
+        return kNoSuchSensor;
+    }
+    const int error = errno;
+    complain("no sensor hub here: %s: %s", kSpecPath, std::strerror(error));
+    if (error == ENOENT) {
+        complain("on a machine without one, --sim runs the library on a simulated hub");
+    } else {
+        complain("\"subhalctl doctor\" tells what is needed");
+    }
+    return kNoHub;
 }
 
 const SensorInfo* Proxy::find(const std::string& text) const {
     const std::vector<const SensorInfo*> found = findSensors(mSensors, text);
     if (found.size() == 1) return found.front();
     if (found.empty()) {
-        std::fprintf(stderr, "subhalctl: no sensor is called \"%s\"\n", text.c_str());
-    } else {
-        std::fprintf(stderr, "subhalctl: \"%s\" may be one of these:\n", text.c_str());
-        printCandidates(found);
+        complain("no sensor is called %s; \"subhalctl list\" shows them all", quoted(text).c_str());
+        return nullptr;
+    }
+    complain("%s may be one of these; name it by its handle:", quoted(text).c_str());
+    for (const SensorInfo* sensor : found) {
+        std::fprintf(stderr, "%8" PRId32 "  %s (%s)\n", sensor->sensorHandle,
+                     typeName(*sensor).c_str(), sensor->name.c_str());
     }
     return nullptr;
 }
 
 bool Proxy::close() {
-    if (!mLibrary) return true;
-    if (!mHub) return mLibrary->subHal() == nullptr;
-    const simulator::ShutdownHelper helper(*mHub);
-    return mLibrary->unload();
+    if (mLibrary == nullptr || mLibrary->entryPoint() == nullptr) return true;
+    return mHub != nullptr && mHub->unload(*mLibrary);
 }
 
 ActiveSensor::ActiveSensor(Proxy& proxy, const SensorInfo& sensor, int64_t periodNs,
                            int64_t latencyNs)
-    : mProxy(proxy), mHandle(sensor.sensorHandle) {
+    : mProxy(proxy), mHandle(sensor.sensorHandle), mStartNs(android::elapsedRealtimeNano()) {
     const Result batched = mProxy.subHal().batch(mHandle, periodNs, latencyNs);
     if (batched != Result::OK) {
-        std::fprintf(stderr, "subhalctl: %s: batch: %s\n", typeName(sensor).c_str(),
-                     resultName(batched).c_str());
+        refused(typeName(sensor), "batch", batched);
         return;
     }
     const Result activated = mProxy.subHal().activate(mHandle, true);
     mActive = activated == Result::OK;
-    if (!mActive) {
-        std::fprintf(stderr, "subhalctl: %s: activate: %s\n", typeName(sensor).c_str(),
-                     resultName(activated).c_str());
-    }
+    if (!mActive) refused(typeName(sensor), "activate", activated);
 }
 
 ActiveSensor::~ActiveSensor() {

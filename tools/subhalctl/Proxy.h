@@ -1,33 +1,36 @@
 #pragma once
 
+#include <V2_0/SubHal.h>
+
 #include <cstdint>
-#include <optional>
+#include <memory>
 #include <string>
 #include <vector>
 
-#include "simulator/HubServices.h"
-#include "simulator/RearLightSensor.h"
-#include "simulator/SimulatedHub.h"
+#include "tools/proxy/HalProxyCallback.h"
 #include "tools/proxy/SubHalLibrary.h"
 #include "tools/subhalctl/EventQueue.h"
 #include "tools/subhalctl/ExitCode.h"
+#include "tools/subhalctl/Hub.h"
 
 namespace subhalctl {
 
-using host_proxy::HalProxyCallback;
-using host_proxy::ISensorsSubHal;
-using host_proxy::Result;
+using android::hardware::sensors::V1_0::Result;
+using android::hardware::sensors::V2_0::implementation::HalProxyCallback;
+using android::hardware::sensors::V2_0::implementation::ISensorsSubHal;
 
 struct GlobalOptions {
-    bool sim = false;
-    uint64_t seed = 1;
+    HubOptions hub;
     std::string library;   ///< empty: the build tree's, else what the loader finds
-    std::string logLevel;  ///< empty: silent with `sim`, else warnings
+    std::string logLevel;  ///< empty: silent with a hub of this process, else warnings
     bool quiet = false;
 };
 
 /** Text of a library's answer, as in "BAD_VALUE". */
 std::string resultName(Result result);
+
+/** "SENSOR: WHAT: RESULT" on standard error. */
+ExitCode refused(const std::string& sensor, const char* what, Result result);
 
 /** The sensors proxy: loads the library and initialises it. Main thread only. */
 class Proxy {
@@ -38,9 +41,12 @@ class Proxy {
 
     const GlobalOptions& options() const { return mOptions; }
 
+    /** Makes the hub that was asked for, if one was. Its threads run from now on. */
+    ExitCode openHub();
+
     /**
-     * Loads the library, on a simulated hub with "--sim". Other threads run from now on. Anything
-     * but kOk has been told on stderr.
+     * Loads the library on the hub. Other threads run from now on. Anything but kOk has been told
+     * on standard error; having no sensors at all is such a thing.
      */
     ExitCode open();
 
@@ -49,12 +55,14 @@ class Proxy {
     EventQueue& events() { return mEvents; }
     const std::vector<SensorInfo>& sensors() const { return mSensors; }
 
+    /** Hands the callback over once more, as a proxy that was started anew does. */
+    Result initializeAgain() { return subHal().initialize(mCallback); }
+
     /** The one sensor that `text` names; null when it names none or several, which is told. */
     const SensorInfo* find(const std::string& text) const;
 
-    /** Null without "--sim". */
-    simulator::SimulatedHub* hub() { return mHub ? &*mHub : nullptr; }
-    simulator::HubServices* hubServices() { return mHubServices ? &*mHubServices : nullptr; }
+    /** Null on the machine's own hub. */
+    Hub* hub() { return mHub.get(); }
 
     /**
      * Unloads the library. False when it stays: its destructor would wait in exit() for a sensor to
@@ -66,16 +74,14 @@ class Proxy {
     int wakelocksHeld() const { return mCallback ? mCallback->wakelock().held() : 0; }
 
   private:
-    void makeHub();
     ExitCode initialize();
+    ExitCode tellNoSensors() const;
 
     const GlobalOptions& mOptions;
-    std::optional<simulator::SimulatedHub> mHub;
-    std::optional<simulator::HubServices> mHubServices;
-    std::optional<simulator::RearLightSensor> mRearLight;
     EventQueue mEvents;
+    std::unique_ptr<Hub> mHub;
     android::sp<HalProxyCallback> mCallback;
-    std::optional<host_proxy::SubHalLibrary> mLibrary;
+    std::unique_ptr<host_proxy::SubHalLibrary> mLibrary;
     std::vector<SensorInfo> mSensors;
 };
 
@@ -88,12 +94,15 @@ class ActiveSensor {
     ActiveSensor(const ActiveSensor&) = delete;
     ActiveSensor& operator=(const ActiveSensor&) = delete;
 
-    /** False when the library refused, which has been told on stderr. */
+    /** False when the library refused, which has been told on standard error. */
     bool active() const { return mActive; }
+    /** Before it was switched on. What is stamped earlier was left by whoever used it before. */
+    int64_t startNs() const { return mStartNs; }
 
   private:
     Proxy& mProxy;
     int32_t mHandle;
+    int64_t mStartNs;
     bool mActive = false;
 };
 

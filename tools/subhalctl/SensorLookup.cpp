@@ -46,6 +46,26 @@ SensorFlagBits reportingMode(const SensorInfo& sensor) {
                                        static_cast<uint32_t>(SensorFlagBits::MASK_REPORTING_MODE));
 }
 
+bool isWakeUp(const SensorInfo& sensor) {
+    return (sensor.flags & static_cast<uint32_t>(SensorFlagBits::WAKE_UP)) != 0;
+}
+
+bool canReportDirectly(const SensorInfo& sensor) {
+    constexpr auto kMemory = static_cast<uint32_t>(SensorFlagBits::DIRECT_CHANNEL_ASHMEM) |
+                             static_cast<uint32_t>(SensorFlagBits::DIRECT_CHANNEL_GRALLOC);
+    return (sensor.flags & kMemory) != 0;
+}
+
+int64_t grantedPeriodNs(const SensorInfo& sensor, int64_t askedNs) {
+    // Only a sensor with a shortest period keeps one, whatever its mode is called.
+    const SensorFlagBits mode = reportingMode(sensor);
+    const bool periodic = mode == SensorFlagBits::CONTINUOUS_MODE || canReportDirectly(sensor);
+    if (!periodic || sensor.minDelay <= 0) return 0;
+    const int64_t shortestNs = sensor.minDelay * int64_t{1000};
+    const int64_t longestNs = sensor.maxDelay * int64_t{1000};
+    return std::clamp(askedNs, shortestNs, std::max(shortestNs, longestNs));
+}
+
 std::vector<const SensorInfo*> findSensors(const std::vector<SensorInfo>& sensors,
                                            const std::string& text) {
     if (isNumber(text)) {
@@ -55,6 +75,9 @@ std::vector<const SensorInfo*> findSensors(const std::vector<SensorInfo>& sensor
     }
     const std::string wanted = lowerCase(text);
     if (wanted.empty()) return {};
+    auto named =
+        select(sensors, [&](const SensorInfo& sensor) { return lowerCase(sensor.name) == wanted; });
+    if (!named.empty()) return named;
     auto exact = select(sensors, [&](const SensorInfo& sensor) {
         return lowerCase(typeName(sensor)) == wanted || lowerCase(sensor.typeAsString) == wanted;
     });
@@ -65,13 +88,20 @@ std::vector<const SensorInfo*> findSensors(const std::vector<SensorInfo>& sensor
     });
 }
 
+int64_t periodOfRate(double hertz) {
+    return std::max<int64_t>(1, std::llround(1e9 / hertz));
+}
+
 std::optional<SensorSelector> parseSelector(const std::string& text) {
     const size_t at = text.rfind('@');
     if (at == std::string::npos) return SensorSelector{text, {}};
     const std::string rate = text.substr(at + 1);
     char* end = nullptr;
     const double hertz = std::strtod(rate.c_str(), &end);
-    if (rate.empty() || *end != '\0' || !std::isfinite(hertz) || hertz <= 0) return {};
+    if (rate.empty() || std::isspace(static_cast<unsigned char>(rate[0])) || *end != '\0' ||
+        !std::isfinite(hertz) || hertz < kLowestRateHz || hertz > kHighestRateHz) {
+        return {};
+    }
     return SensorSelector{text.substr(0, at), hertz};
 }
 

@@ -17,10 +17,17 @@ std::string typeName(const SensorInfo& sensor);
 /** CONTINUOUS_MODE and so on. */
 SensorFlagBits reportingMode(const SensorInfo& sensor);
 
+/** Of the sensor's flags. */
+bool isWakeUp(const SensorInfo& sensor);
+bool canReportDirectly(const SensorInfo& sensor);
+
+/** What the sensor makes of a period that it is asked for, 0 for one that keeps no period. */
+int64_t grantedPeriodNs(const SensorInfo& sensor, int64_t askedNs);
+
 /**
  * Sensors that the user may mean, from the first of these that finds any: the handle; the whole
- * type name, short or long; a part of the sensor's or the type's name. Case does not matter. More
- * than one: the text is ambiguous. The pointers point into `sensors`.
+ * display name; the whole type name, short or long; a part of the sensor's or the type's name. Case
+ * does not matter. More than one: the text is ambiguous. The pointers point into `sensors`.
  */
 std::vector<const SensorInfo*> findSensors(const std::vector<SensorInfo>& sensors,
                                            const std::string& text);
@@ -30,6 +37,12 @@ struct SensorSelector {
     std::string sensor;
     std::optional<double> rateHz;
 };
+
+/** In Hz; the bounds keep the period within what a clock of nanoseconds can count. */
+constexpr double kLowestRateHz = 1e-6;
+constexpr double kHighestRateHz = 1e9;
+
+int64_t periodOfRate(double hertz);
 
 /** Splits at the last "@"; nothing when what is behind it is not a rate. */
 std::optional<SensorSelector> parseSelector(const std::string& text);

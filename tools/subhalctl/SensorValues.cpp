@@ -4,6 +4,7 @@
 #include <cinttypes>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <iterator>
 
@@ -240,6 +241,13 @@ std::string Value::text() const {
 std::string Value::exactText() const {
     if (form == Form::kNumber) return format("%.9g", static_cast<double>(number));
     return form == Form::kCount ? format("%" PRIu64, count) : format("0x%08" PRIx64, count);
+}
+
+Json Value::json() const {
+    if (form == Form::kCount) return count;
+    if (form == Form::kWord) return exactText();
+    // By way of the short text, or each float would come with the digits of a double.
+    return std::isfinite(number) ? Json(std::strtod(exactText().c_str(), nullptr)) : Json(nullptr);
 }
 
 Reading decode(int32_t type, const Payload& payload) {

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "tools/subhalctl/Json.h"
+
 namespace subhalctl {
 
 using android::hardware::sensors::V1_0::Event;
@@ -30,6 +32,7 @@ struct Value {
     std::string text() const;
     /** As many digits as the value has, for other programs; never a comma. */
     std::string exactText() const;
+    Json json() const;
 };
 
 /** What a data event says. */

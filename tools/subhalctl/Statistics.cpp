@@ -37,4 +37,36 @@ double IntervalStatistics::jitterNs() const {
     return mIntervals == 0 ? 0 : std::sqrt(mSquares / static_cast<double>(mIntervals));
 }
 
+size_t DurationStatistics::stepOf(int64_t durationNs) {
+    const auto duration = static_cast<uint64_t>(durationNs);
+    if (duration < kSteps) return static_cast<size_t>(duration);
+    const int shift = 63 - __builtin_clzll(duration) - kStepBits;
+    return static_cast<size_t>(shift + 1) * kSteps +
+           static_cast<size_t>((duration >> shift) - kSteps);
+}
+
+int64_t DurationStatistics::middleOf(size_t step) {
+    if (step < kSteps) return static_cast<int64_t>(step);
+    const size_t shift = step / kSteps - 1;
+    const uint64_t low = uint64_t{step % kSteps + kSteps} << shift;
+    return static_cast<int64_t>(low + (uint64_t{1} << shift) / 2);
+}
+
+void DurationStatistics::add(int64_t durationNs) {
+    durationNs = std::max<int64_t>(durationNs, 0);
+    ++mCounts[stepOf(durationNs)];
+    ++mCount;
+    mLongestNs = std::max(mLongestNs, durationNs);
+}
+
+int64_t DurationStatistics::quantileNs(double share) const {
+    const auto wanted = static_cast<int64_t>(std::ceil(share * static_cast<double>(mCount)));
+    int64_t seen = 0;
+    for (size_t step = 0; step < mCounts.size(); ++step) {
+        seen += mCounts[step];
+        if (seen >= std::max<int64_t>(wanted, 1)) return std::min(middleOf(step), mLongestNs);
+    }
+    return 0;
+}
+
 }  // namespace subhalctl

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 
 namespace subhalctl {
@@ -33,11 +35,34 @@ class IntervalStatistics {
     int64_t mLastNs = 0;
     int64_t mIntervals = 0;
     double mMeanNs = 0;
-    double mSquares = 0;  // sum of squared deviations from the mean, kept up per interval
+    double mSquares = 0;  // sum of squared deviations from the mean
     int64_t mShortestNs = 0;
     int64_t mLongestNs = 0;
     int64_t mLost = 0;
     int64_t mBackward = 0;
+};
+
+/** Quantiles of durations, each true to about 3 %, in memory that does not grow. */
+class DurationStatistics {
+  public:
+    /** A negative duration counts as none at all. */
+    void add(int64_t durationNs);
+
+    int64_t count() const { return mCount; }
+    /** @param share 0.5 for the median; 0 without durations */
+    int64_t quantileNs(double share) const;
+    int64_t longestNs() const { return mLongestNs; }
+
+  private:
+    static constexpr int kStepBits = 4;  // so many steps, as a power of two, between powers of two
+    static constexpr size_t kSteps = size_t{1} << kStepBits;
+
+    static size_t stepOf(int64_t durationNs);
+    static int64_t middleOf(size_t step);
+
+    std::array<int64_t, (64 - kStepBits) * kSteps> mCounts{};
+    int64_t mCount = 0;
+    int64_t mLongestNs = 0;
 };
 
 }  // namespace subhalctl

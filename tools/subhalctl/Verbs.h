@@ -9,10 +9,14 @@
 
 namespace subhalctl {
 
-// Each verb opens the Proxy itself, prints to stdout, tells errors on stderr, and leaves all
-// sensors switched off.
+// Each verb opens the Proxy itself, prints to standard output, tells errors on standard error, and
+// leaves all sensors switched off.
 
-ExitCode runList(Proxy& proxy);
+struct ListOptions {
+    bool details = false;
+    std::string format = "text";
+};
+ExitCode runList(Proxy& proxy, const ListOptions& options);
 
 struct WatchOptions {
     std::vector<std::string> sensors;  ///< SENSOR or SENSOR@HZ
@@ -40,7 +44,7 @@ ExitCode runInject(Proxy& proxy, const InjectOptions& options);
 
 struct DirectOptions {
     std::string sensor;
-    int level = 1;  ///< RateLevel
+    std::string rate;  ///< "normal", "fast" or "very-fast"
     uint32_t bytes = 256 * 104;
     double seconds = 2;
     double eventsHz = 0;  ///< rate of the sensor's events through the proxy; 0: none
@@ -62,7 +66,7 @@ struct HubDumpOptions {
 ExitCode runHubDump(Proxy& proxy, const HubDumpOptions& options);
 
 struct HubFileOptions {
-    int operation = 0;  ///< HubServices::kRead and so on
+    std::string operation;  ///< "read", "write" or "remove"
     std::string path;
     int size = 4091;
     int64_t offset = 0;

@@ -1,8 +1,8 @@
 #include <algorithm>
-#include <cstdio>
 #include <deque>
 
 #include "tools/subhalctl/EventWriter.h"
+#include "tools/subhalctl/Output.h"
 #include "tools/subhalctl/SensorLookup.h"
 #include "tools/subhalctl/Verbs.h"
 
@@ -11,25 +11,14 @@ namespace {
 
 constexpr int64_t kDefaultPeriodNs = 20'000'000;
 
-constexpr double kLongestPeriodNs = 1e15;
-
-int64_t periodOfRate(double hertz) {
-    return static_cast<int64_t>(std::clamp(1e9 / hertz, 1.0, kLongestPeriodNs));
-}
-
 int64_t periodOf(const WatchOptions& options, const SensorSelector& selector) {
     if (selector.rateHz) return periodOfRate(*selector.rateHz);
     if (options.rateHz > 0) return periodOfRate(options.rateHz);
     return options.periodNs > 0 ? options.periodNs : kDefaultPeriodNs;
 }
 
-/** The period that the sensor can be expected to keep, 0 for one that has none. */
-int64_t expectedPeriod(const SensorInfo& sensor, int64_t periodNs) {
-    const bool continuous = reportingMode(sensor) == SensorFlagBits::CONTINUOUS_MODE;
-    if (!continuous || sensor.minDelay <= 0) return 0;
-    const int64_t shortestNs = sensor.minDelay * int64_t{1000};
-    const int64_t longestNs = sensor.maxDelay * int64_t{1000};
-    return std::clamp(periodNs, shortestNs, std::max(shortestNs, longestNs));
+double hertzOf(int64_t periodNs) {
+    return periodNs > 0 ? 1e9 / static_cast<double>(periodNs) : 0;
 }
 
 class Watch {
@@ -44,9 +33,11 @@ class Watch {
 
   private:
     ExitCode selectSensors();
+    ExitCode select(const std::string& text);
     bool activateSensors();
     bool handle(const ReceivedEvent& received);
     bool allSpent() const;
+    ExitCode judge(EventQueue::End end) const;
 
     Proxy& mProxy;
     const WatchOptions& mOptions;
@@ -54,26 +45,37 @@ class Watch {
     std::vector<Watched> mWatched;
     std::vector<int64_t> mPeriods;  // by index of mWatched
     std::deque<ActiveSensor> mActive;
-    int64_t mLeft;  // data events
-    bool mAny = false;
+    int64_t mLeft;  // events
 };
+
+ExitCode Watch::select(const std::string& text) {
+    const auto selector = parseSelector(text);
+    if (!selector) {
+        complain("%s: behind the \"@\" stands a rate in Hz, from %g to %g, as in 1@50",
+                 quoted(text).c_str(), kLowestRateHz, kHighestRateHz);
+        return kUsage;
+    }
+    const SensorInfo* sensor = mProxy.find(selector->sensor);
+    if (sensor == nullptr) return kNoSuchSensor;
+    const int64_t periodNs = periodOf(mOptions, *selector);
+    for (size_t i = 0; i < mWatched.size(); ++i) {
+        if (mWatched[i].sensor != sensor) continue;
+        if (mPeriods[i] == periodNs) return kOk;
+        complain("%s is asked for at %g Hz and at %g Hz; a sensor has one rate",
+                 typeName(*sensor).c_str(), hertzOf(mPeriods[i]), hertzOf(periodNs));
+        return kUsage;
+    }
+    const int64_t grantedNs = grantedPeriodNs(*sensor, periodNs);
+    const double askedHz = grantedNs > 0 ? hertzOf(periodNs) : 0;
+    mWatched.push_back({sensor, askedHz, hertzOf(grantedNs), IntervalStatistics(grantedNs)});
+    mPeriods.push_back(periodNs);
+    return kOk;
+}
 
 ExitCode Watch::selectSensors() {
     for (const std::string& text : mOptions.sensors) {
-        const auto selector = parseSelector(text);
-        if (!selector) {
-            std::fprintf(stderr, "subhalctl: \"%s\" has no rate behind the \"@\"\n", text.c_str());
-            return kUsage;
-        }
-        const SensorInfo* sensor = mProxy.find(selector->sensor);
-        if (sensor == nullptr) return kNoSuchSensor;
-        const auto same = [&](const Watched& one) { return one.sensor == sensor; };
-        if (std::any_of(mWatched.begin(), mWatched.end(), same)) continue;
-        const int64_t periodNs = periodOf(mOptions, *selector);
-        const int64_t expectedNs = expectedPeriod(*sensor, periodNs);
-        const double askedHz = expectedNs > 0 ? 1e9 / static_cast<double>(periodNs) : 0;
-        mWatched.push_back({sensor, askedHz, IntervalStatistics(expectedNs)});
-        mPeriods.push_back(periodNs);
+        const ExitCode selected = select(text);
+        if (selected != kOk) return selected;
     }
     return kOk;
 }
@@ -83,6 +85,7 @@ bool Watch::activateSensors() {
         mActive.emplace_back(mProxy, *mWatched[i].sensor, mPeriods[i],
                              mOptions.latencyMs * 1'000'000);
         if (!mActive.back().active()) return false;
+        mWatched[i].startNs = mActive.back().startNs();
     }
     return true;
 }
@@ -92,22 +95,41 @@ bool Watch::handle(const ReceivedEvent& received) {
         return one.sensor->sensorHandle == received.event.sensorHandle;
     });
     if (found == mWatched.end()) return false;
-    mWriter->event(*found->sensor, received);
-    if (received.ownWakelock) ++found->wakelocks;
-    const EventKind kind = kindOf(received.event);
-    if (kind == EventKind::kFlushComplete) ++found->flushes;
-    mAny = true;
-    if (kind != EventKind::kData) return false;
-    found->statistics.add(received.event.timestamp);
+    mWriter->event(*found, received);
+    const int64_t before = found->events;
+    found->add(received);
+    if (found->events == before) return false;
     return --mLeft == 0 || allSpent();
 }
 
 /** A one-shot sensor is off after its event. */
 bool Watch::allSpent() const {
     return std::all_of(mWatched.begin(), mWatched.end(), [](const Watched& one) {
-        return reportingMode(*one.sensor) == SensorFlagBits::ONE_SHOT_MODE &&
-               one.statistics.events() > 0;
+        return reportingMode(*one.sensor) == SensorFlagBits::ONE_SHOT_MODE && one.events > 0;
     });
+}
+
+/** Sensors that report by themselves, and did not, make a failure; so does no event at all. */
+ExitCode Watch::judge(EventQueue::End end) const {
+    if (const size_t overflowed = mProxy.events().overflowed()) {
+        complain("%zu events were dropped, because the output could not take them", overflowed);
+        return kOutputLost;
+    }
+    if (mOptions.count > 0) return mLeft > 0 ? kNoData : kOk;
+    if (end == EventQueue::End::kInterrupted) return kOk;
+    bool any = false;
+    ExitCode result = kOk;
+    for (const Watched& one : mWatched) {
+        any = any || one.events > 0;
+        const SensorFlagBits mode = reportingMode(*one.sensor);
+        const bool talks =
+            mode == SensorFlagBits::CONTINUOUS_MODE || mode == SensorFlagBits::ON_CHANGE_MODE;
+        if (one.events > 0 || !talks) continue;
+        complain("%s stayed silent", typeName(*one.sensor).c_str());
+        result = kNoData;
+    }
+    if (!any && result == kOk) complain("no events");
+    return any ? result : kNoData;
 }
 
 ExitCode Watch::run() {
@@ -117,18 +139,11 @@ ExitCode Watch::run() {
     // The header is part of a CSV file, not a courtesy.
     if (!quiet || mOptions.format == "csv") mWriter->begin(mWatched);
     if (!activateSensors()) return kRefused;
-    auto deadline = EventQueue::Clock::time_point::max();
-    if (mOptions.seconds > 0) {
-        deadline =
-            EventQueue::Clock::now() + std::chrono::duration_cast<EventQueue::Clock::duration>(
-                                           std::chrono::duration<double>(mOptions.seconds));
-    }
-    const auto end = mProxy.events().receive(
-        deadline, [this](const ReceivedEvent& received) { return handle(received); });
+    const auto end = mProxy.events().receiveFor(
+        mOptions.seconds, [this](const ReceivedEvent& received) { return handle(received); });
     mActive.clear();
     if (!quiet) mWriter->summary(mWatched);
-    const bool tooFew = mOptions.count > 0 ? mLeft > 0 : !mAny;
-    return end != EventQueue::End::kInterrupted && tooFew ? kNoData : kOk;
+    return judge(end);
 }
 
 }  // namespace

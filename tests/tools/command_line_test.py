@@ -1,0 +1,221 @@
+#!/usr/bin/env python3
+"""Runs subhalctl as a user would: command_line_test.py PROGRAM NOT_A_SUB_HAL GROUP
+
+A row is a command line and how it has to end. Whatever happens, no sensor stays on and no file of
+the simulated hub stays behind."""
+
+import concurrent.futures
+import fcntl
+import json
+import os
+import re
+import signal
+import subprocess
+import sys
+import tempfile
+import time
+
+PROGRAM, NOT_A_SUB_HAL, GROUP = sys.argv[1:4]
+TIMEOUT = 50
+F_SETPIPE_SZ = 1031  # fcntl has the name from Python 3.10 on
+LONGEST = "5a" * 1119
+NUMBER = r"-?[0-9.]+(e[-+][0-9]+)?"
+EVENT = (r'^{"kind":"data","timestamp_ns":[0-9]+,"received_ns":[0-9]+,"handle":4,'
+         r'"sensor":"gyroscope","wakeup":false,"values":{"x":%s,"y":%s,"z":%s},'
+         r'"accuracy":"high","unit":"rad/s"}$' % (NUMBER, NUMBER, NUMBER))
+
+
+class Row:
+    """`out` and `err` are searched for, `lines` has to fit every line of standard output, `judge`
+    gets that output; `stdout` is "full", "closed", "head" (leaves after a line) or "blocked"."""
+
+    def __init__(self, args, code=0, out="", err="", lines="", judge=None, stdout="pipe",
+                 signals=(), hub="--sim", env=None, watched=True):
+        self.__dict__.update(locals())
+        self.args = args if isinstance(args, list) else args.split()
+
+    def run(self):
+        with tempfile.TemporaryDirectory() as directory:
+            command = [PROGRAM] + self.hub.split() + self.args
+            if self.watched:
+                command += ["--log", "info"]
+            output = {"full": lambda: open("/dev/full", "w"), "pipe": lambda: subprocess.PIPE,
+                      "head": lambda: subprocess.PIPE, "blocked": lambda: subprocess.PIPE,
+                      "closed": lambda: None}[self.stdout]()
+            process = subprocess.Popen(
+                command, stdout=output, stderr=subprocess.PIPE, stdin=subprocess.DEVNULL,
+                env={**os.environ, "TMPDIR": directory, "LC_ALL": "C", **(self.env or {})},
+                preexec_fn=(lambda: os.close(1)) if self.stdout == "closed" else None)
+            if self.stdout == "head":
+                process.stdout.readline()
+                process.stdout.close()
+                process.stdout = None
+            if self.stdout == "blocked":
+                fcntl.fcntl(process.stdout, F_SETPIPE_SZ, 4096)
+            begin = process.stdout.readline() if self.signals and self.stdout == "pipe" else b""
+            for number in self.signals:
+                time.sleep(0.5)
+                process.send_signal(number)
+            if self.stdout == "blocked":
+                process.wait(TIMEOUT)
+            out, err = process.communicate(timeout=TIMEOUT)
+            return self.faults(process.returncode, (begin + (out or b"")).decode(), err.decode(),
+                               os.listdir(directory))
+
+    def faults(self, code, out, err, left):
+        found = []
+        if code != self.code:
+            found.append("exit code %d instead of %d" % (code, self.code))
+        if not re.search(self.out, out):
+            found.append("standard output lacks %r" % self.out)
+        if not re.search(self.err, err):
+            found.append("standard error lacks %r" % self.err)
+        if self.lines:
+            found += ["line %r" % line for line in out.splitlines()
+                      if not re.search(self.lines, line)]
+        if self.judge and not self.judge(out):
+            found.append("the output is not as it should be")
+        if code >= 0 and left:
+            found.append("left behind: %s" % left)
+        on = dict(re.findall(r"type : ([0-9]+), enable : ([01])\n", err))
+        if "1" in on.values() and self.code != 137:
+            found.append("left on: %s" % on)
+        if found:
+            found += ["--- standard output", out[-3000:], "--- standard error"]
+            found += [line for line in err.splitlines()[-300:] if " SensorsHub: " not in line]
+        return found
+
+
+def figures(column, low, high):
+    """The column of the one sensor's summary lies between two numbers."""
+    return lambda out: low <= float(out.rstrip().splitlines()[-1].split()[column]) <= high
+
+
+def stale_tree_is_swept():
+    """What a killed process left goes at the next start, but not what another one uses."""
+    with tempfile.TemporaryDirectory() as directory:
+        env = dict(os.environ, TMPDIR=directory)
+        long_run = [PROGRAM, "--sim", "watch", "1"]
+        with subprocess.Popen(long_run, env=env, stdout=subprocess.PIPE) as killed, \
+                subprocess.Popen(long_run, env=env, stdout=subprocess.PIPE) as living:
+            killed.stdout.readline()
+            living.stdout.readline()
+            killed.kill()
+            killed.wait()
+            for name in os.listdir(directory):
+                os.utime(os.path.join(directory, name), (0, 0))
+            subprocess.run([PROGRAM, "--sim", "list"], env=env, stdout=subprocess.DEVNULL)
+            left = os.listdir(directory)
+            living.terminate()
+        return [] if len(left) == 1 and not os.listdir(directory) else ["left: %s" % left]
+
+
+def six_at_once():
+    """Each has a hub of its own."""
+    command = [PROGRAM, "--sim", "--quiet", "watch", "1@100", "--count", "30"]
+    runs = [subprocess.Popen(command, stdout=subprocess.PIPE) for _ in range(6)]
+    ends = [(run.communicate()[0].count(b"\n"), run.returncode) for run in runs]
+    return [] if ends == [(30, 0)] * 6 else [str(ends)]
+
+
+ROWS = {
+    "verbs": [
+        Row("list", out=r"\n +1  accelerometer +continuous +6.25 to 500 Hz ",
+            lines=r"^handle |^ +[0-9]+  \w+ +(continuous|on change|one-shot|special) "),
+        Row("list -v", out="\n +flags +0x786: special; non-wake-up, direct in memory up to very"),
+        Row("list --format json",
+            judge=lambda out: json.loads(out)[0]["name"] == "LSM6DSO Accelerometer"),
+        Row("--version", out=r"^subhalctl [0-9.]+\n$", hub=""),
+        Row("watch 1 --rate 100 --count 20", out="1  accelerometer: x .m/s²], y .m/s²",
+            judge=figures(2, 20, 20)),
+        Row("watch accelerometer@100 pressure@50 --seconds 1",
+            out=r"accelerometer +[0-9]+ +100.000 +100.000 +(9[0-9]|100)\.[0-9]+ +[0-9.]+ +[0-9.]+ "
+                r"+0 (.|\n)*pressure +[0-9]+ +50.000 +25.000 +2[0-9]\."),
+        Row("watch 1 5 --rate 50 --count 20 --format csv", lines=r"^([^,]*,){10}[^,]*$",
+            out="^timestamp_ns,received_ns,handle,sensor,kind,stale,wakeup,accuracy,v0,v1,v2\n",
+            err="accelerometer +[0-9]+ +50.000 +50.000 "),
+        Row("--quiet watch 4 --count 10 --format json", lines=EVENT),
+        Row("watch 8 --count 1 --seconds 20", out=r" 8 W   physical_proximity (.|\n)* 1\n$"),
+        Row("watch significant_motion", out=r"significant_motion +1 +- +- +- (.|\n)* 1\n$"),
+        Row("watch sensorhubs --seconds 0.3", judge=figures(2, 3, 3),
+            out="additional info begin\n.*info 0x10000002.*\n.*additional info end\n"),
+        Row(["--quiet", "watch", "LSM6DSO Accelerometer", "--count", "1"], lines="accelerometer  "),
+        Row("flush accelerometer", out="flush complete after "),
+        Row("inject light 0x10000002 100 5 20 500",
+            out="received: 01 05 64 00 00 00 05 00 00 00 14 00 00 00 f4 01 00 00\n"),
+        Row("inject 5 --words 0x10000000 0 0x42c80000", out="received: 01 05 64 00 00 00\n"),
+        Row("--quiet direct vdis_gyro --rate fast --seconds 0.5 --check",
+            lines=r"^[0-9]+ records, [34][0-9][0-9].[0-9]+ Hz, .* 0 torn$"),
+        Row("direct 38 --rate normal --events 100 --seconds 0.3", out="events through the proxy"),
+        Row("message --text hello", out="received the whole message"),
+        Row("message --hex " + LONGEST, out="^1119 bytes sent\nthe hub received the whole message"),
+        Row("hub dump 5 1", out=r"/shub_dump\n.*/data/vendor/sensorhub/shub_dump_005_[0-9]+_"),
+        Row("hub file write /data/vendor/sensorhub/note hello", out="library wrote 5 bytes\n$"),
+        Row("hub file read /data/vendor/sensorhub/note", 5, out="No such file"),
+    ],
+    "refusals": [
+        Row("", 2, err="say what to do: list, watch"),
+        Row("lst", 2, err="lst is no verb; the verbs are list, "),
+        Row("watch 1 --rate 5 --period 5", 2, err="excludes"),
+        Row("message --hex " + LONGEST + "00", 2, err="has 1 to 1119 bytes, not more"),
+        Row("message --file /dev/zero", 2, err="not more"),
+        Row("message --file /", 2, err="Is a directory"),
+        Row("hub dump 0 1", 2, err="--sim", hub=""),
+        Row("--seed -1 list", 2, err="-1 is not a number"),
+        Row("watch 1 --period 9223372036854775807", 2, err="from 1 to 1e.15;"),
+        Row("watch 1 --rate 0", 2, err="0 is not a number from 1e-06 to 1e.09;"),
+        *[Row("watch 1@" + rate, 2, err='a rate in Hz')
+          for rate in ("", "0", "-5", "nan", "inf", "fast", "5Hz", "1e-300")],
+        *[Row(args + " " + number, 2, err=number + " is not a number from ")
+          for number in ("nan", "inf", "-1")
+          for args in ("watch 1 --seconds", "direct 38 --rate fast --seconds", "watch 1 --rate",
+                       "direct 38 --rate fast --events", "flush 1 --seconds", "watch 1 --count")],
+        Row("direct 38 --rate nan", 2, err="nan not in {normal,fast,very-fast}"),
+        Row("watch 1@10 accelerometer@20", 2, err="at 10 Hz and at 20 Hz"),
+        Row("--library /no/such/library.so list", 3, err="/no/such/library.so", hub=""),
+        Row("--library " + NOT_A_SUB_HAL + " list", 3, err="sensorsHalGetSubHal", hub=""),
+        Row("list", 3, err="TMPDIR=/nonexistent: No such file", env={"TMPDIR": "/nonexistent"}),
+        Row("watch 70000", 4, err="no sensor is called 70000"),
+        Row("watch uncal", 4, err=r" 16  gyroscope_uncalibrated .*\n +43  accelerometer_uncalibrated "),
+        Row("inject light 0x20000000", 5, err="light: inject: BAD_VALUE"),
+        Row("inject 1 0", out="sub-command 0 stands for nothing to do"),
+        Row("direct 1 --rate normal", 5, err=r"these do: vdis_gyro \(38\), stillwave_gyro \(50\)"),
+        Row("flush significant_motion", 5, err="significant_motion: flush: BAD_VALUE"),
+        Row("watch 1@10 --count 1000 --seconds 0.3", 6),
+        Row("watch 1@100 aois_sensor@1 --seconds 0.3", 4),
+        Row("list", 7, err="no sensor hub here: /sys/.*: No such file.*\n.*--sim", hub=""),
+    ],
+    "endings": [
+        Row("list", 8, stdout="full", err="output was lost: No space left"),
+        Row("list", 8, stdout="closed", err="output was lost: Bad file"),
+        Row("watch 1@100", 8, stdout="full"),
+        Row("watch 1@500", 8, stdout="head"),
+        Row("direct 38 --rate fast --seconds 30", 8, stdout="head"),
+        Row("watch 1@500 4@500 --seconds 20", 8, stdout="blocked", err="does not read",
+            signals=[signal.SIGTERM]),
+        *[Row("watch 1 38", signals=[number], out=" 38  vdis_gyro +[1-9]")
+          for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP)],
+        Row("direct 38 --rate fast --seconds 30", signals=[signal.SIGINT], out="records, "),
+        Row("watch 1 --count 100000", 6, signals=[signal.SIGINT]),
+        Row("watch 1 --count 100000", -signal.SIGKILL, signals=[signal.SIGKILL], watched=False),
+        stale_tree_is_swept,
+        six_at_once,
+    ],
+}
+
+
+def main():
+    failed = 0
+    with concurrent.futures.ThreadPoolExecutor(max_workers=4) as pool:
+        runs = [(row, pool.submit(row if callable(row) else row.run)) for row in ROWS[GROUP]]
+        for row, run in runs:
+            faults = run.result()
+            if faults:
+                failed += 1
+                name = row.__name__ if callable(row) else " ".join([row.hub] + row.args)
+                print("FAILED: %s\n%s\n" % (name, "\n".join(faults)))
+    print("%d of %d rows failed" % (failed, len(ROWS[GROUP])))
+    return failed > 0
+
+
+sys.exit(main())

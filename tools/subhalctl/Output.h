@@ -1,0 +1,54 @@
+#pragma once
+
+#include <string>
+
+#include "tools/subhalctl/ExitCode.h"
+
+namespace subhalctl {
+
+// Standard output and standard error of all verbs. Main thread only.
+
+/**
+ * Opens something harmless for a closed standard descriptor, before the number can go to one of the
+ * hub's files. Writing to a standard output that was closed still fails.
+ */
+void keepStandardDescriptors();
+
+/** To standard output, line by line. Once a write has failed, nothing more is written. */
+void print(const char* format, ...) __attribute__((format(printf, 1, 2)));
+void printText(const std::string& text);
+void flushOutput();
+
+/** "subhalctl: ", the text and a newline, to standard error. */
+void complain(const char* format, ...) __attribute__((format(printf, 1, 2)));
+
+/**
+ * What to end with, given what the verb ended with: lost output is no success. Tells on standard
+ * error what was lost, unless its reader just went away.
+ */
+ExitCode afterOutput(ExitCode verb);
+
+/** Text of printf's arguments. */
+std::string formatted(const char* format, ...) __attribute__((format(printf, 1, 2)));
+
+/** `text` as a shell takes it for one word. */
+std::string quoted(const std::string& text);
+
+/** One line on a terminal that tells how far long work is, written over and over. */
+class Progress {
+  public:
+    /** Silent when standard error is no terminal, or when `wanted` is false. */
+    explicit Progress(bool wanted);
+    ~Progress() { clear(); }
+    Progress(const Progress&) = delete;
+    Progress& operator=(const Progress&) = delete;
+
+    void show(const std::string& text);
+    void clear();
+
+  private:
+    bool mWanted;
+    bool mShown = false;
+};
+
+}  // namespace subhalctl
