@@ -4,6 +4,7 @@
 A row is a command line and how it has to end. Whatever happens, no sensor stays on and no file of
 the simulated hub stays behind."""
 
+import atexit
 import concurrent.futures
 import fcntl
 import json
@@ -118,6 +119,14 @@ def six_at_once():
     return [] if ends == [(30, 0)] * 6 else [str(ends)]
 
 
+def chips_file(chips):
+    """A file with this catalogue."""
+    with tempfile.NamedTemporaryFile("w", suffix=".json", delete=False) as file:
+        json.dump(chips, file)
+    atexit.register(os.remove, file.name)
+    return file.name
+
+
 ROWS = {
     "verbs": [
         Row("list", out=r"\n +1  accelerometer +continuous +6.25 to 500 Hz ",
@@ -184,6 +193,32 @@ ROWS = {
         Row("watch 1@10 --count 1000 --seconds 0.3", 6),
         Row("watch 1@100 aois_sensor@1 --seconds 0.3", 4),
         Row("list", 7, err="no sensor hub here: /sys/.*: No such file.*\n.*--sim", hub=""),
+    ],
+    "doctor": [
+        Row("doctor", lines="^51 sensors, 0 failures, 0 notes$"),
+        Row("doctor -v", out=r"ok +record 2, handle 4: Gyroscope .*\n(.|\n)*"
+                             r"ok .*handle 4: a buffer of 3000 records starts\n"),
+        Row("doctor", 7, hub="", out="No sensor hub here"),
+        *[Row("--fault %s doctor" % fault, code, out="(^|\n)" + says)
+          for fault, code, says in (
+              ("open:/sys/class/sensors/hbx_sensor/sensor_spec:EACCES", 7, "FAIL .*Permission"),
+              ("absent:/dev/batch_io", 1, "FAIL  /dev/batch_io: No such file.*no rate can be set"),
+              ("open:1:EACCES", 1, "FAIL  accelerometer_sensor, handle 1: .*Permission denied, -rw"),
+              ("open:1:EBUSY", 0, "note .*handle 1: .* is held by"),
+              ("write:/sys/bus/iio/devices/iio:device3/buffer/enable:ENOMEM", 1,
+               "FAIL .*handle 4: no memory for a buffer of 3000 records of 14 bytes; lower"),
+              ("open:/sys/bus/iio/devices/iio:device3/buffer/length:EACCES", 1,
+               "FAIL .*handle 4: .*/length: Permission denied.*without a word"),
+              ("absent:/sys/bus/iio/devices/iio:device3/name", 1,
+               'FAIL .*handle 4: no IIO device is called "gyro_sensor"'),
+              ("open:1:EFOO", 2, ""))],
+        Row(["--chips", chips_file([
+            {"handle": 1, "chip": "TWO", "min_delay_us": 2000, "max_delay_us": 1000, "range": 5,
+             "fifo_max": 10, "fifo_reserved": 20, "resolution": -1},
+            {"handle": 3}, {"handle": 1}]), "doctor"], 1,
+            out="handle 1: delays from 2000 to 1000(.|\n)*handle 1: 20 events reserved(.|\n)*handle "
+                "1: resolution -1(.|\n)*handle 3: no driver(.|\n)*handle 1: the handle stands in an "
+                "earlier(.|\n)*2 sensors, 5 failures"),
     ],
     "endings": [
         Row("list", 8, stdout="full", err="output was lost: No space left"),

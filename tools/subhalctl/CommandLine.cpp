@@ -89,6 +89,11 @@ void addGlobalOptions(CLI::App& app, GlobalOptions& options) {
     app.add_option("--seed", options.hub.seed, "Seed of the simulated signals")
         ->check(number(0, kLargestCount))
         ->capture_default_str();
+    app.add_option("--chips", options.hub.chips,
+                   "Another catalogue for the simulated hub: a device's sensor_spec, or JSON as in "
+                   "the manual")
+        ->transform(path());
+    app.add_option("--fault", options.hub.faults, kFaultHelp)->allow_extra_args(false);
     app.add_option("--library", options.library,
                    "Path of the sub-HAL library (default: the build tree's, else the loader's)")
         ->transform(path(true));
@@ -106,6 +111,13 @@ void addList(CLI::App& app, Command& command) {
     verb.app->add_option("--format", verb.options->format, "text or json")
         ->check(CLI::IsMember({"text", "json"}))
         ->capture_default_str();
+}
+
+void addDoctor(CLI::App& app, Command& command) {
+    const Verb<DoctorOptions> verb(app, command, "doctor",
+                                   "Find out why sensors are missing or silent, and what to do",
+                                   runDoctor);
+    verb.app->add_flag("-v,--verbose", verb.options->details, "Also what is as it should be");
 }
 
 void addWatch(CLI::App& app, Command& command) {
@@ -258,6 +270,7 @@ Command parseCommandLine(int argc, char** argv, ExitCode* exitCode) {
     app.fallthrough();
     addGlobalOptions(app, command.options);
     addList(app, command);
+    addDoctor(app, command);
     addWatch(app, command);
     addFlush(app, command);
     addInject(app, command);

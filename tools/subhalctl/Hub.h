@@ -4,9 +4,11 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tools/proxy/SubHalLibrary.h"
+#include "tools/subhalctl/ExitCode.h"
 
 namespace subhalctl {
 
@@ -15,7 +17,16 @@ struct HubOptions {
     bool sim = false;
     bool still = false;  ///< nothing moves and no light changes
     uint64_t seed = 1;
+    std::vector<std::string> faults;  ///< see kFaultHelp
+    std::string chips;                ///< file with another catalogue, empty for the usual one
 };
+
+constexpr char kFaultHelp[] =
+    "Let the simulated hub fail: CALL:WHERE:ERRNO with CALL open, read, write, ioctl or close and "
+    "WHERE a path or a handle, as in read:1:EIO; poll:ERRNO; drop:HANDLE; cut:HANDLE:BYTES; "
+    "available:HANDLE:TEXT; absent:PATH; push:HANDLE:HEX. Behind it *N for no more than N times "
+    "and "
+    "@5s for the time, as in drop:4@5s";
 
 /** A packet that came to an injection device. */
 struct Injection {
@@ -56,7 +67,7 @@ class Hub {
     virtual std::vector<std::string> violations() = 0;
 };
 
-/** Null, and the reason in `*error`, when it cannot be made or is not part of this build. */
-std::unique_ptr<Hub> makeSimulatedHub(const HubOptions& options, std::string* error);
+/** Anything but kOk has been told on standard error. */
+ExitCode makeSimulatedHub(const HubOptions& options, std::unique_ptr<Hub>* hub);
 
 }  // namespace subhalctl

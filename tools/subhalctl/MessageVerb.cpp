@@ -7,6 +7,7 @@
 #include <cstring>
 #include <optional>
 
+#include "tools/subhalctl/Hex.h"
 #include "tools/subhalctl/Output.h"
 #include "tools/subhalctl/Verbs.h"
 
@@ -26,24 +27,6 @@ struct MessagePayload {
     char chunk[kChunkSize];
 };
 static_assert(sizeof(MessagePayload) == 64);
-
-int digit(char letter) {
-    if (letter >= '0' && letter <= '9') return letter - '0';
-    if (letter >= 'a' && letter <= 'f') return letter - 'a' + 10;
-    return letter >= 'A' && letter <= 'F' ? letter - 'A' + 10 : -1;
-}
-
-std::optional<std::string> parseHex(const std::string& hex) {
-    std::string bytes;
-    if (hex.size() % 2 != 0) return {};
-    for (size_t i = 0; i < hex.size(); i += 2) {
-        const int high = digit(hex[i]);
-        const int low = digit(hex[i + 1]);
-        if (high < 0 || low < 0) return {};
-        bytes.push_back(static_cast<char>(high * 16 + low));
-    }
-    return bytes;
-}
 
 /** At most one byte more than a message may have, so that a file without end does not matter. */
 std::optional<std::string> readMessage(const std::string& path) {
@@ -67,7 +50,7 @@ std::optional<std::string> readMessage(const std::string& path) {
 std::optional<std::string> messageOf(const MessageOptions& options) {
     auto message = std::optional<std::string>(options.text);
     if (!options.hex.empty()) {
-        message = parseHex(options.hex);
+        message = bytesOfHex(options.hex);
         if (!message) complain("--hex takes pairs of hexadecimal digits");
     }
     if (!options.file.empty()) message = readMessage(options.file);

@@ -1,12 +1,13 @@
 // In place of SimulatedHub.cpp where the program is built for a device.
 
 #include "tools/subhalctl/Hub.h"
+#include "tools/subhalctl/Output.h"
 
 namespace subhalctl {
 
-std::unique_ptr<Hub> makeSimulatedHub(const HubOptions&, std::string* error) {
-    *error = "this subhalctl was built without the simulator";
-    return nullptr;
+ExitCode makeSimulatedHub(const HubOptions&, std::unique_ptr<Hub>*) {
+    complain("this subhalctl was built without the simulator");
+    return kCannotLoad;
 }
 
 }  // namespace subhalctl

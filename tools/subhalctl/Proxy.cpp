@@ -54,11 +54,7 @@ ExitCode refused(const std::string& sensor, const char* what, Result result) {
 
 ExitCode Proxy::openHub() {
     if (!mOptions.hub.sim || mHub != nullptr) return kOk;
-    std::string error;
-    mHub = makeSimulatedHub(mOptions.hub, &error);
-    if (mHub != nullptr) return kOk;
-    complain("%s", error.c_str());
-    return kCannotLoad;
+    return makeSimulatedHub(mOptions.hub, &mHub);
 }
 
 ExitCode Proxy::open() {

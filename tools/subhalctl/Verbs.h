@@ -18,6 +18,11 @@ struct ListOptions {
 };
 ExitCode runList(Proxy& proxy, const ListOptions& options);
 
+struct DoctorOptions {
+    bool details = false;
+};
+ExitCode runDoctor(Proxy& proxy, const DoctorOptions& options);
+
 struct WatchOptions {
     std::vector<std::string> sensors;  ///< SENSOR or SENSOR@HZ
     double rateHz = 0;                 ///< 0: see periodNs
