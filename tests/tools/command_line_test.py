@@ -163,7 +163,7 @@ ROWS = {
         Row("hub file read /data/vendor/sensorhub/note", 5, out="No such file"),
     ],
     "refusals": [
-        Row("", 2, err="say what to do: list, watch"),
+        Row("", 2, err="say what to do: list, doctor"),
         Row("lst", 2, err="lst is no verb; the verbs are list, "),
         Row("watch 1 --rate 5 --period 5", 2, err="excludes"),
         Row("message --hex " + LONGEST + "00", 2, err="has 1 to 1119 bytes, not more"),
@@ -218,7 +218,31 @@ ROWS = {
             {"handle": 3}, {"handle": 1}]), "doctor"], 1,
             out="handle 1: delays from 2000 to 1000(.|\n)*handle 1: 20 events reserved(.|\n)*handle "
                 "1: resolution -1(.|\n)*handle 3: no driver(.|\n)*handle 1: the handle stands in an "
-                "earlier(.|\n)*2 sensors, 5 failures"),
+                "earlier(.|\n)*1 sensors, 5 failures"),
+    ],
+    "check": [
+        Row("check --seconds 0.4", lines="^(PASS|SKIP) |^[0-9]+ rules: .* 0 failed", watched=False,
+            out="PASS  accelerometer +rate-fastest +500.000 Hz(.|\n)*on purpose: very fast is as "),
+        Row("check 5 --seconds 0.1 --format tap", lines="^(TAP version 13|ok [0-9]+ - .*|1..[0-9]+)$"),
+        Row("check 5 --seconds 0.1 --format json",
+            judge=lambda out: [json.loads(line) for line in out.splitlines()][-1]["failed"] == 0),
+        Row("check 5 --seconds nan", 2),
+        Row(["--chips", chips_file([{"handle": 1, "chip": "A", "min_delay_us": 2000, "range": 3,
+                                     "max_delay_us": 1000, "resolution": 0.002}]),
+             "check", "1", "--seconds", "0.1"], 1, out="FAIL  accelerometer +listing +delays 2000 to "
+                                                     "1000(.|\n)*FAIL  accelerometer +values +. is"),
+        *[Row("--fault %s check %s --seconds 0.3 --quiet" % (fault, sensor), 1, watched=False,
+              out="(^|\n)FAIL  %s +(%s) " % (name, rule), lines="^FAIL .* (%s) |rules: " % rule)
+          for fault, sensor, name, rule in (
+              ("drop:1@0.2s", 1, "accelerometer", "first-event|rate-.*|flush|batching"),
+              ("write:/sys/class/sensors/hbx_sensor/enable:EIO", 5, "light",
+               "activate|deactivate|first-event|flush"),
+              ("ioctl:/dev/batch_io:EINVAL*1", 5, "light", "activate"),
+              ("write:/sys/class/sensors/hbx_sensor/hbx_flush:EIO", 1, "accelerometer", "flush"),
+              ("available:1:0", 1, "accelerometer", "batching"),
+              # Three values, and a stamp of the year 2262.
+              ("push:1:000100010010ffffffffffffff7f@0.25s", 1, "accelerometer",
+               "timestamps|rate-middle"))],
     ],
     "endings": [
         Row("list", 8, stdout="full", err="output was lost: No space left"),

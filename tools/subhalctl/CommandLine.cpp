@@ -120,6 +120,18 @@ void addDoctor(CLI::App& app, Command& command) {
     verb.app->add_flag("-v,--verbose", verb.options->details, "Also what is as it should be");
 }
 
+void addCheck(CLI::App& app, Command& command) {
+    const Verb<CheckOptions> verb(app, command, "check",
+                                  "Prove that the sensors keep the platform's rules", runCheck);
+    verb.app->add_option("SENSOR", verb.options->sensors, "Sensors (default: all)");
+    verb.app->add_option("--seconds", verb.options->seconds, "Time for each of the phases")
+        ->check(number(0.1, 3600))
+        ->capture_default_str();
+    verb.app->add_option("--format", verb.options->format, "text, json (an object per line) or tap")
+        ->check(CLI::IsMember({"text", "json", "tap"}))
+        ->capture_default_str();
+}
+
 void addWatch(CLI::App& app, Command& command) {
     const Verb<WatchOptions> verb(app, command, "watch", "Activate sensors and print their events",
                                   runWatch);
@@ -271,6 +283,7 @@ Command parseCommandLine(int argc, char** argv, ExitCode* exitCode) {
     addGlobalOptions(app, command.options);
     addList(app, command);
     addDoctor(app, command);
+    addCheck(app, command);
     addWatch(app, command);
     addFlush(app, command);
     addInject(app, command);

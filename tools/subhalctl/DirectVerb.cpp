@@ -7,6 +7,7 @@
 #include <cstring>
 #include <optional>
 
+#include "tools/subhalctl/DirectChannel.h"
 #include "tools/subhalctl/EventWriter.h"
 #include "tools/subhalctl/Interrupt.h"
 #include "tools/subhalctl/Output.h"
@@ -17,61 +18,14 @@
 namespace subhalctl {
 namespace {
 
-using android::hardware::sensors::V1_0::RateLevel;
-using android::hardware::sensors::V1_0::SharedMemFormat;
-using android::hardware::sensors::V1_0::SharedMemInfo;
-using android::hardware::sensors::V1_0::SharedMemType;
 using Clock = std::chrono::steady_clock;
 
 constexpr int kSliceMs = 50;  // a signal does not end a wait
-
-/** A direct channel, registered while it lives. */
-class Channel {
-  public:
-    explicit Channel(Proxy& proxy) : mProxy(proxy) {}
-    ~Channel() {
-        if (mHandle > 0) mProxy.subHal().unregisterDirectChannel(mHandle);
-    }
-    Channel(const Channel&) = delete;
-    Channel& operator=(const Channel&) = delete;
-
-    Result registerMemory(int regionFd, uint32_t bytes) {
-        native_handle_t* handle = native_handle_create(1, 0);
-        handle->data[0] = dup(regionFd);  // the library takes it over
-        const SharedMemInfo memory{SharedMemType::ASHMEM, SharedMemFormat::SENSORS_EVENT, bytes,
-                                   android::hardware::hidl_handle(handle)};
-        const auto answer = host_proxy::registerDirectChannel(mProxy.subHal(), memory);
-        native_handle_delete(handle);
-        mHandle = answer.value;
-        return answer.result;
-    }
-
-    Result setRate(int32_t sensorHandle, RateLevel level) {
-        return host_proxy::configDirectReport(mProxy.subHal(), sensorHandle, mHandle, level).result;
-    }
-
-  private:
-    Proxy& mProxy;
-    int32_t mHandle = -1;
-};
 
 RateLevel levelOf(const std::string& rate) {
     if (rate == "normal") return RateLevel::NORMAL;
     return rate == "fast" ? RateLevel::FAST : RateLevel::VERY_FAST;
 }
-
-/** Switches the sensor off at the end. */
-class Off {
-  public:
-    Off(Proxy& proxy, const SensorInfo& sensor) : mProxy(proxy), mHandle(sensor.sensorHandle) {}
-    ~Off() { mProxy.subHal().activate(mHandle, false); }
-    Off(const Off&) = delete;
-    Off& operator=(const Off&) = delete;
-
-  private:
-    Proxy& mProxy;
-    int32_t mHandle;
-};
 
 /** Prints and judges what the reader finds. */
 class Client {
@@ -159,7 +113,7 @@ ExitCode play(Proxy& proxy, const DirectOptions& options, int regionFd, RingRead
     if (!mayReportDirectly(proxy, *sensor)) return kRefused;
     // A stopped report leaves its sensor on, and so does a channel that goes with it stopped.
     const Off off(proxy, *sensor);
-    Channel channel(proxy);
+    DirectChannel channel(proxy);
     const Result registered = channel.registerMemory(regionFd, options.bytes);
     if (registered != Result::OK) {
         return refused(typeName(*sensor), "registerDirectChannel", registered);

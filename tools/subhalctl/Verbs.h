@@ -23,6 +23,13 @@ struct DoctorOptions {
 };
 ExitCode runDoctor(Proxy& proxy, const DoctorOptions& options);
 
+struct CheckOptions {
+    std::vector<std::string> sensors;  ///< none: all
+    double seconds = 2;                ///< for each of the phases
+    std::string format = "text";       ///< or "json" or "tap"
+};
+ExitCode runCheck(Proxy& proxy, const CheckOptions& options);
+
 struct WatchOptions {
     std::vector<std::string> sensors;  ///< SENSOR or SENSOR@HZ
     double rateHz = 0;                 ///< 0: see periodNs
