@@ -231,17 +231,17 @@ ROWS = {
                                      "max_delay_us": 1000, "resolution": 0.002}]),
              "check", "1", "--seconds", "0.1"], 1, out="FAIL  accelerometer +listing +delays 2000 to "
                                                      "1000(.|\n)*FAIL  accelerometer +values +. is"),
-        *[Row("--fault %s check %s --seconds 0.3 --quiet" % (fault, sensor), 1, watched=False,
+        *[Row("--fault %s check --seconds %s --quiet %s" % (fault, time_each, sensor), 1, watched=False,
               out="(^|\n)FAIL  %s +(%s) " % (name, rule), lines="^FAIL .* (%s) |rules: " % rule)
-          for fault, sensor, name, rule in (
-              ("drop:1@0.2s", 1, "accelerometer", "first-event|rate-.*|flush|batching"),
-              ("write:/sys/class/sensors/hbx_sensor/enable:EIO", 5, "light",
+          for fault, time_each, sensor, name, rule in (
+              ("drop:1@0.2s", 0.3, 1, "accelerometer", "first-event|rate-.*|flush|batching"),
+              ("write:/sys/class/sensors/hbx_sensor/enable:EIO", 0.3, 5, "light",
                "activate|deactivate|first-event|flush"),
-              ("ioctl:/dev/batch_io:EINVAL*1", 5, "light", "activate"),
-              ("write:/sys/class/sensors/hbx_sensor/hbx_flush:EIO", 1, "accelerometer", "flush"),
-              ("available:1:0", 1, "accelerometer", "batching"),
+              ("ioctl:/dev/batch_io:EINVAL*1", 0.3, 5, "light", "activate"),
+              ("write:/sys/class/sensors/hbx_sensor/hbx_flush:EIO", 0.3, 1, "accelerometer", "flush"),
+              ("available:1:0", 0.3, 1, "accelerometer", "batching"),
               # Three values, and a stamp of the year 2262.
-              ("push:1:000100010010ffffffffffffff7f@0.25s", 1, "accelerometer",
+              ("push:1:000100010010ffffffffffffff7f@0.6s", 1.5, 1, "accelerometer",
                "timestamps|rate-middle"))],
     ],
     "endings": [
