@@ -32,6 +32,18 @@ FileBackend* backend() {
     return gBackend.load(std::memory_order_acquire);
 }
 
+std::atomic<CallObserver*> gObserver{nullptr};
+
+/** Runs `tell` on the observer, if there is one, without touching errno. */
+template <typename Tell>
+void tellObserver(Tell tell) {
+    CallObserver* observer = gObserver.load(std::memory_order_acquire);
+    if (observer == nullptr) return;
+    const int saved = errno;
+    tell(*observer);
+    errno = saved;
+}
+
 /** The next definition of a C library function behind ours, looked up once. */
 template <typename Function>
 class Next {
@@ -119,6 +131,7 @@ int openInHub(FileBackend& hub, const std::string& path, int flags, mode_t mode)
     uint32_t node = 0;
     const int fd = hub.open(path, flags, mode, &node);
     if (fd >= 0) setNode(fd, node);
+    tellObserver([&](CallObserver& observer) { observer.opened(path, flags, fd); });
     return withErrno(fd);
 }
 
@@ -154,20 +167,26 @@ ssize_t readFile(int fd, void* buffer, size_t size) {
     const uint32_t node = nodeOf(fd);
     FileBackend* hub = node != 0 ? backend() : nullptr;
     if (hub == nullptr) return gRead.get()(fd, buffer, size);
-    return withErrno(hub->read(node, fd, buffer, size));
+    const ssize_t result = hub->read(node, fd, buffer, size);
+    tellObserver([&](CallObserver& observer) { observer.wasRead(fd, buffer, size, result); });
+    return withErrno(result);
 }
 
 int controlFile(int fd, unsigned long request, void* argument) {
     const uint32_t node = nodeOf(fd);
     FileBackend* hub = node != 0 ? backend() : nullptr;
     if (hub == nullptr) return gIoctl.get()(fd, request, argument);
-    return withErrno(hub->ioctl(node, fd, request, argument));
+    const int result = hub->ioctl(node, fd, request, argument);
+    tellObserver(
+        [&](CallObserver& observer) { observer.controlled(fd, request, argument, result); });
+    return withErrno(result);
 }
 
 /** Forgets the descriptor and returns the errno with which its close is to fail, or 0. */
 int forget(int fd) {
     const uint32_t node = nodeOf(fd);
     if (node == 0) return 0;
+    tellObserver([&](CallObserver& observer) { observer.closing(fd); });
     setNode(fd, 0);
     FileBackend* hub = backend();
     return hub != nullptr ? hub->close(node) : 0;
@@ -210,6 +229,10 @@ void removeBackend() {
     gBackend.store(nullptr);
     for (auto& node : gNodes)
         node.store(0, std::memory_order_release);
+}
+
+void observeCalls(CallObserver* observer) {
+    gObserver.store(observer);
 }
 
 namespace real {
@@ -330,7 +353,10 @@ ssize_t write(int fd, const void* buffer, size_t size) {
     const uint32_t node = simulator::nodeOf(fd);
     simulator::FileBackend* hub = node != 0 ? simulator::backend() : nullptr;
     if (hub == nullptr) return simulator::gWrite.get()(fd, buffer, size);
-    return simulator::withErrno(hub->write(node, fd, buffer, size));
+    const ssize_t result = hub->write(node, fd, buffer, size);
+    simulator::tellObserver(
+        [&](simulator::CallObserver& observer) { observer.written(fd, buffer, size, result); });
+    return simulator::withErrno(result);
 }
 
 int ioctl(int fd, unsigned long request, ...) noexcept {

@@ -40,6 +40,26 @@ bool installBackend(FileBackend* backend);
 /** Ends the redirection; descriptors still open become ordinary ones. */
 void removeBackend();
 
+/**
+ * Sees every redirected call right after it was made, on the thread that made it; results as above.
+ * Its own calls on ordinary files are free.
+ */
+class CallObserver {
+  public:
+    virtual ~CallObserver() = default;
+
+    /** @param result the descriptor */
+    virtual void opened(const std::string& hubPath, int flags, int result) = 0;
+    virtual void wasRead(int fd, const void* buffer, size_t size, ssize_t result) = 0;
+    virtual void written(int fd, const void* buffer, size_t size, ssize_t result) = 0;
+    virtual void controlled(int fd, unsigned long request, const void* argument, int result) = 0;
+    /** Just before the descriptor's number can be given away anew. */
+    virtual void closing(int fd) = 0;
+};
+
+/** Shows the calls to `observer` from now on; null for none. It outlives all threads that call. */
+void observeCalls(CallObserver* observer);
+
 /** The C library's own functions, for the backend's use on redirected descriptors. */
 namespace real {
 ssize_t read(int fd, void* buffer, size_t size);

@@ -10,6 +10,7 @@ import fcntl
 import json
 import os
 import re
+import shutil
 import signal
 import subprocess
 import sys
@@ -125,6 +126,94 @@ def chips_file(chips):
         json.dump(chips, file)
     atexit.register(os.remove, file.name)
     return file.name
+
+
+def run(*args, code=0, env=None):
+    """What a command prints on both outputs; raises when it ends otherwise."""
+    done = subprocess.run([PROGRAM, *args], capture_output=True, text=True, timeout=TIMEOUT, env=env)
+    if done.returncode != code:
+        raise AssertionError("%s: exit code %d\n%s%s" % (args, done.returncode, done.stdout,
+                                                         done.stderr))
+    return done.stdout + done.stderr
+
+
+def recordings():
+    """A recording plays as it came, also under another verb; a spoilt one says where."""
+    faults = []
+    with tempfile.TemporaryDirectory() as directory:
+        path = os.path.join(directory, "run.jsonl")
+        run("--sim", "record", "-o", path, "1@100", "4@200", "5", "8", "17", "32", "38@100",
+            "--seconds", "1.2")
+        lines = open(path).read().splitlines(True)
+        kinds = [json.loads(line)["kind"] for line in lines]
+
+        def spoilt(index, code, says, *changes):
+            """The recording with line `index` changed has to be found out."""
+            text = lines[index]
+            for old, new in changes:
+                text = re.sub(old, new, text, count=1)
+            other = os.path.join(directory, "spoilt.jsonl")
+            open(other, "w").write("".join(lines[:index] + [text] + lines[index + 1:]))
+            said = run("replay", other, "--fast", code=code)
+            if not re.search(says % {"line": index + 1}, said):
+                faults.append("%s not in %r" % (says, said))
+
+        if not re.search(r"^[0-9]+ events of 7 sensors came as", run("replay", path, "--fast")):
+            faults.append("not the same")
+        raw = kinds.index("raw", 200)
+        event = kinds.index("event", 200)
+        spoilt(event, 1, "the first is line %(line)d: .*, event [0-9]+: payload ",
+               ('hex":"..', 'hex":"5a'))
+        spoilt(event, 1, "time stamp", ('stamp_ns":', 'stamp_ns":1'))
+        spoilt(kinds.index("request"), 1, "line %(line)d: batch of .* gave OK instead of BAD",
+               ('result":"OK', 'result":"BAD'))
+        spoilt(raw, 2, "line %(line)d: .hex. is not in hex", ('hex":"', 'hex":"x'))
+        spoilt(raw, 2, "line %(line)d: this is no JSON object", ("}", ""))
+        spoilt(raw, 2, "line %(line)d: .handle. is out of range", ('handle":', 'handle":99999'))
+        spoilt(raw, 2, "line %(line)d: .kind. is none that is known", ("raw", "row"))
+        spoilt(event, 2, "line %(line)d: .hex. has 65 bytes instead of 64", ('hex":"', 'hex":"00'))
+        spoilt(0, 2, "line 1: .version. is out of range", ('version":1', 'version":2'))
+        spoilt(len(lines) - 1, 2, "line [0-9]+: the recording breaks off", (".*\n", ""))
+        spoilt(len(lines) - 1, 2, "line [0-9]+: the recording breaks off in", ("}\n", ""))
+
+        csv = run("--replay", path, "--fast", "watch", "1", "--format", "csv", "--quiet")
+        stamps = [int(line.split(",")[0]) for line in csv.splitlines()[1:] if line[0].isdigit()]
+        events = [json.loads(line) for line in lines if '"event"' in line]
+        if stamps != [one["timestamp_ns"] for one in events if one["handle"] == 1]:
+            faults.append("watch shows other events than were recorded")
+        faults += pictures(path, directory)
+    return faults
+
+
+def pictures(recording, directory):
+    """Each kind is what it says; the page is complete in a real browser."""
+    faults = []
+    env = {"PATH": "/nonexistent"}
+    if "gnuplot-nox" not in run("plot", recording, code=3, env=env):
+        faults.append("nothing said of the missing gnuplot")
+    if not shutil.which("gnuplot"):
+        print("no gnuplot: pictures are left out")
+        return faults
+    if not re.search(r"(?s)accelerometer.*m/s.*vdis_gyro", run("plot", recording)):
+        faults.append("no picture as text")
+    for kind, magic in (("svg", b"<?xml"), ("png", b"\x89PNG"), ("html", b"<!DOCTYPE html>")):
+        path = os.path.join(directory, "picture." + kind)
+        run("plot", recording, "-o", path)
+        if not open(path, "rb").read().startswith(magic):
+            faults.append("no " + kind)
+    run("plot", recording, "-o", os.path.join(directory, "picture.bmp"), code=2)
+    browser = next(filter(None, map(shutil.which, ("chromium-headless-shell", "chromium"))), None)
+    if browser is None:
+        print("no browser: the page is not opened")
+        return faults
+    # The page as the browser has understood it, and what it drew in it.
+    dom = subprocess.run(
+        [browser, "--headless", "--no-sandbox", "--disable-gpu", "--dump-dom",
+         "--user-data-dir=" + directory, "file://" + os.path.join(directory, "picture.html")],
+        capture_output=True, text=True, timeout=TIMEOUT).stdout
+    if not re.search(r"(?s)<td>1</td><td>accelerometer</td>.*</table>.*<svg .*<path .*</svg>", dom):
+        faults.append("the browser shows: " + dom[:500])
+    return faults
 
 
 ROWS = {
@@ -243,6 +332,23 @@ ROWS = {
               # Three values, and a stamp of the year 2262.
               ("push:1:000100010010ffffffffffffff7f@0.6s", 1.5, 1, "accelerometer",
                "timestamps|rate-middle"))],
+    ],
+    "recordings": [
+        recordings,
+        Row("record 1 --seconds 0.3 -o /dev/full", 8, err="/dev/full: No space left"),
+        Row("record 1 -o /nonexistent/run", 2, err="/nonexistent/run: No such file"),
+        Row("--replay /nonexistent list", 2, err="/nonexistent: No such", hub=""),
+        Row("replay /dev/zero", 2, err="line 1: ", hub=""),
+        Row("replay /dev/null", 2, err="line 0: the file is empty", hub=""),
+        Row("watch 1@100 8 --stats 0.2 --seconds 0.5 --require lost=0,backward=0,rate>90,rate<110",
+            out=r"time/s .*\n.* accelerometer +(19|2[01]) +100.000 +(9[0-9]|100)\.(.|\n)*handle "),
+        Row("watch 1@100 --seconds 0.3 --require events>5,latency.p99<1us", 1,
+            err="accelerometer: latency.p99 is .* ms, required is latency.p99<1us"),
+        *[Row("watch 1 --require " + text, 2, err="--require: ")
+          for text in ("lost", "lost=", "lost=x", "foo=1", "latency.p99<20", "lost=0,", "rate<nan")],
+        Row("--trace watch 1 --count 1 --quiet",
+            err=r"ioctl /dev/batch_io 0x8008fc01 0{16}002d3101\w+ = 0\n(.|\n)* read  /dev/iio:device1"
+                r" \w{28} = 14\n"),
     ],
     "endings": [
         Row("list", 8, stdout="full", err="output was lost: No space left"),

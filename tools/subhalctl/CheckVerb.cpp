@@ -1,4 +1,3 @@
-#include <utils/SystemClock.h>
 
 #include <algorithm>
 #include <chrono>
@@ -12,6 +11,7 @@
 #include "tools/subhalctl/Interrupt.h"
 #include "tools/subhalctl/KnownSensors.h"
 #include "tools/subhalctl/Output.h"
+#include "tools/subhalctl/PlatformHooks.h"
 #include "tools/subhalctl/RingReader.h"
 #include "tools/subhalctl/SensorLookup.h"
 #include "tools/subhalctl/Statistics.h"
@@ -123,7 +123,7 @@ void Check::receive(double seconds) {
         }
         return false;
     });
-    const int64_t now = android::elapsedRealtimeNano();
+    const int64_t now = hubNowNs();
     for (Subject& subject : mSubjects) {
         subject.observed.endNs = now;
     }
@@ -136,10 +136,10 @@ void Check::start(const Subjects& subjects, const std::function<int64_t(const Se
     for (Subject* subject : subjects) {
         subject->observed = {};
         subject->observed.periodNs = period(*subject->sensor);
-        subject->observed.startNs = android::elapsedRealtimeNano();
+        subject->observed.startNs = hubNowNs();
         const int32_t handle = subject->sensor->sensorHandle;
-        const Result batched = mProxy.subHal().batch(handle, subject->observed.periodNs, latencyNs);
-        const Result activated = mProxy.subHal().activate(handle, true);
+        const Result batched = mProxy.batch(handle, subject->observed.periodNs, latencyNs);
+        const Result activated = mProxy.activate(handle, true);
         if (batched == Result::OK && activated == Result::OK) continue;
         subject->results.fail(
             "activate", "batch: " + resultName(batched) + ", activate: " + resultName(activated));
@@ -148,7 +148,7 @@ void Check::start(const Subjects& subjects, const std::function<int64_t(const Se
 
 void Check::stop(const Subjects& subjects) {
     for (Subject* subject : subjects) {
-        const Result result = mProxy.subHal().activate(subject->sensor->sensorHandle, false);
+        const Result result = mProxy.activate(subject->sensor->sensorHandle, false);
         if (result == Result::OK) continue;
         subject->results.fail("deactivate", resultName(result));
     }
@@ -232,13 +232,13 @@ void Check::checkFlushes() {
         const int32_t handle = subject.sensor->sensorHandle;
         subject.observed.completions = 0;
         if (subject.oneShot()) {
-            const Result result = mProxy.subHal().flush(handle);
+            const Result result = mProxy.flush(handle);
             subject.results.judge(result == Result::BAD_VALUE, "flush",
                                   "a one-shot sensor's: " + resultName(result));
             continue;
         }
         for (int i = 0; i < kFlushes; ++i) {
-            const Result result = mProxy.subHal().flush(handle);
+            const Result result = mProxy.flush(handle);
             if (result != Result::OK) subject.results.fail("flush", resultName(result));
         }
     }
@@ -330,7 +330,7 @@ void Check::checkBatches() {
         subjects, [](const SensorInfo&) { return kMiddlePeriodNs; }, latencyNs);
     receive(mOptions.seconds * 1.4);
     for (const Subject* subject : subjects) {  // what is still held back is to come now
-        mProxy.subHal().flush(subject->sensor->sensorHandle);
+        mProxy.flush(subject->sensor->sensorHandle);
     }
     receive(kSilenceSeconds);
     stop(subjects);

@@ -8,6 +8,7 @@
 #include <sstream>
 
 #include "tools/subhalctl/Output.h"
+#include "tools/subhalctl/Requirement.h"
 #include "tools/subhalctl/SensorLookup.h"
 #include "tools/subhalctl/Verbs.h"
 
@@ -85,7 +86,15 @@ struct Verb {
 };
 
 void addGlobalOptions(CLI::App& app, GlobalOptions& options) {
-    app.add_flag("--sim", options.hub.sim, "Run on a simulated hub whose sensors send signals");
+    auto* sim =
+        app.add_flag("--sim", options.hub.sim, "Run on a simulated hub whose sensors send signals");
+    app.add_option("--replay", options.hub.recording,
+                   "Run on a hub that a recording plays, from when a sensor is first switched on")
+        ->transform(path())
+        ->excludes(sim);
+    app.add_flag("--fast", options.hub.fast, "Play a recording in no time instead of its own");
+    app.add_flag("--trace", options.trace,
+                 "Show each call of the library on the hub's files on standard error");
     app.add_option("--seed", options.hub.seed, "Seed of the simulated signals")
         ->check(number(0, kLargestCount))
         ->capture_default_str();
@@ -132,29 +141,69 @@ void addCheck(CLI::App& app, Command& command) {
         ->capture_default_str();
 }
 
+/** What watch and record have in common. */
+void addWatched(CLI::App& verb, WatchOptions& options) {
+    verb.add_option("SENSOR", options.sensors, "Sensors, each with @HZ for its own rate")
+        ->required();
+    auto* rate =
+        verb.add_option("--rate", options.rateHz, "Rate in Hz (default: 50)")->check(hertz());
+    verb.add_option("--period", options.periodNs, "Sampling period in ns")
+        ->check(number(1, kLargestCount))
+        ->excludes(rate);
+    verb.add_option("--latency", options.latencyMs, "Maximum report latency in ms")
+        ->check(number(0, 86'400'000));
+    verb.add_option("--count", options.count, "End after that many events")
+        ->check(number(1, kLargestCount));
+    verb.add_option("--seconds", options.seconds,
+                    "End after that time (default: at Ctrl-C). Exit code 6 with fewer events than "
+                    "--count, or when a sensor that reports by itself stayed silent")
+        ->check(seconds());
+    verb.add_option("--require", options.requirement, kRequirementHelp)
+        ->check([](const std::string& text) { return requirementFault(text); });
+}
+
 void addWatch(CLI::App& app, Command& command) {
     const Verb<WatchOptions> verb(app, command, "watch", "Activate sensors and print their events",
                                   runWatch);
-    WatchOptions& options = *verb.options;
-    verb.app->add_option("SENSOR", options.sensors, "Sensors, each with @HZ for its own rate")
-        ->required();
-    auto* rate =
-        verb.app->add_option("--rate", options.rateHz, "Rate in Hz (default: 50)")->check(hertz());
-    verb.app->add_option("--period", options.periodNs, "Sampling period in ns")
-        ->check(number(1, kLargestCount))
-        ->excludes(rate);
-    verb.app->add_option("--latency", options.latencyMs, "Maximum report latency in ms")
-        ->check(number(0, 86'400'000));
-    verb.app->add_option("--count", options.count, "End after that many events")
-        ->check(number(1, kLargestCount));
+    addWatched(*verb.app, *verb.options);
     verb.app
-        ->add_option("--seconds", options.seconds,
-                     "End after that time (default: at Ctrl-C). Exit code 6 with fewer events than "
-                     "--count, or when a sensor that reports by itself stayed silent")
-        ->check(seconds());
-    verb.app->add_option("--format", options.format, "text, csv, or json (an object per line)")
+        ->add_option("--format", verb.options->format, "text, csv, or json (an object per line)")
         ->check(CLI::IsMember({"text", "csv", "json"}))
         ->capture_default_str();
+    verb.app
+        ->add_option("--stats", verb.options->statsSeconds,
+                     "Instead of events, the figures of each so many seconds")
+        ->check(seconds());
+}
+
+void addRecord(CLI::App& app, Command& command) {
+    const Verb<WatchOptions> verb(app, command, "record",
+                                  "Keep what crosses the library's borders in a file", runWatch);
+    verb.app->add_option("-o,--output", verb.options->recording, "File to be written")
+        ->required()
+        ->transform(path());
+    addWatched(*verb.app, *verb.options);
+}
+
+void addReplay(CLI::App& app, Command& command) {
+    CLI::App* replay = app.add_subcommand(
+        "replay", "Play a recording, requests and all, and compare the events bit by bit");
+    replay->add_option("FILE", command.options.hub.recording, "Recording")
+        ->required()
+        ->transform(path());
+    replay->callback([&command] { command.run = runReplay; });
+}
+
+void addPlot(CLI::App& app, Command& command) {
+    const Verb<PlotOptions> verb(
+        app, command, "plot", "Draw a recording: values, intervals, latencies, wakelocks", runPlot);
+    verb.app->add_option("FILE", verb.options->recording, "Recording")
+        ->required()
+        ->transform(path());
+    verb.app
+        ->add_option("-o,--output", verb.options->output,
+                     "File to be drawn into, .svg, .png or .html (default: text on the terminal)")
+        ->transform(path());
 }
 
 void addFlush(CLI::App& app, Command& command) {
@@ -285,6 +334,9 @@ Command parseCommandLine(int argc, char** argv, ExitCode* exitCode) {
     addDoctor(app, command);
     addCheck(app, command);
     addWatch(app, command);
+    addRecord(app, command);
+    addReplay(app, command);
+    addPlot(app, command);
     addFlush(app, command);
     addInject(app, command);
     addDirect(app, command);

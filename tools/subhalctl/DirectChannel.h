@@ -32,7 +32,7 @@ class DirectChannel {
 class Off {
   public:
     Off(Proxy& proxy, const SensorInfo& sensor) : mProxy(proxy), mHandle(sensor.sensorHandle) {}
-    ~Off() { mProxy.subHal().activate(mHandle, false); }
+    ~Off() { mProxy.activate(mHandle, false); }
     Off(const Off&) = delete;
     Off& operator=(const Off&) = delete;
 

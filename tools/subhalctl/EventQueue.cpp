@@ -1,11 +1,10 @@
 #include "tools/subhalctl/EventQueue.h"
 
-#include <utils/SystemClock.h>
-
 #include <algorithm>
 #include <utility>
 
 #include "tools/subhalctl/Interrupt.h"
+#include "tools/subhalctl/PlatformHooks.h"
 
 namespace subhalctl {
 namespace {
@@ -16,9 +15,10 @@ constexpr std::chrono::milliseconds kSlice{50};
 }  // namespace
 
 void EventQueue::push(const std::vector<Event>& events, bool wakelock) {
-    const int64_t now = android::elapsedRealtimeNano();
+    const int64_t now = hubNowNs();
     {
-        const std::lock_guard<std::mutex> lock(mLock);
+        std::unique_lock<std::mutex> lock(mLock);
+        mTaken.wait(lock, [this] { return !mWait || mEvents.size() < kCapacity; });
         bool first = true;
         for (const Event& event : events) {
             if (mEvents.size() < kCapacity) {
@@ -36,17 +36,25 @@ std::vector<ReceivedEvent> EventQueue::take(Clock::time_point deadline) {
     std::unique_lock<std::mutex> lock(mLock);
     mPushed.wait_until(lock, std::min(deadline, Clock::now() + kSlice),
                        [this] { return !mEvents.empty(); });
+    mTaken.notify_all();
     return std::exchange(mEvents, {});
+}
+
+void EventQueue::waitForRoom(bool wait) {
+    const std::lock_guard<std::mutex> lock(mLock);
+    mWait = wait;
+    mTaken.notify_all();
 }
 
 EventQueue::End EventQueue::receive(Clock::time_point deadline,
                                     const std::function<bool(const ReceivedEvent&)>& handle) {
     for (;;) {
+        const bool last = ended();
         for (const ReceivedEvent& received : take(deadline)) {
             if (handle(received)) return End::kDone;
             if (interrupted()) return End::kInterrupted;
         }
-        if (interrupted()) return End::kInterrupted;
+        if (interrupted() || last) return End::kInterrupted;
         if (Clock::now() >= deadline) return End::kTimeout;
     }
 }
@@ -63,6 +71,16 @@ void EventQueue::drain(const std::function<void(const ReceivedEvent&)>& handle) 
     for (const ReceivedEvent& received : take(Clock::now())) {
         handle(received);
     }
+}
+
+void EventQueue::end() {
+    const std::lock_guard<std::mutex> lock(mLock);
+    mEnded = true;
+}
+
+bool EventQueue::ended() const {
+    const std::lock_guard<std::mutex> lock(mLock);
+    return mEnded;
 }
 
 size_t EventQueue::overflowed() const {

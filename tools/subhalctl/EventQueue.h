@@ -34,6 +34,9 @@ class EventQueue {
 
     void push(const std::vector<Event>& events, bool wakelock);
 
+    /** Whether push() waits when there is no room, as suits a sender that has time. */
+    void waitForRoom(bool wait = true);
+
     /**
      * Hands events to `handle`, on the calling thread, until it returns true, the deadline has
      * passed or the verb is to end. Events behind the one that ended it are dropped.
@@ -43,6 +46,9 @@ class EventQueue {
     /** The same with a time from now in seconds, 0 for no limit. */
     End receiveFor(double seconds, const std::function<bool(const ReceivedEvent&)>& handle);
 
+    /** Nothing more will come: receive() ends, as interrupted, once it has handed over the rest. */
+    void end();
+
     /** Hands over what is there. */
     void drain(const std::function<void(const ReceivedEvent&)>& handle);
 
@@ -51,11 +57,15 @@ class EventQueue {
 
   private:
     std::vector<ReceivedEvent> take(Clock::time_point deadline);
+    bool ended() const;
 
     mutable std::mutex mLock;
     std::condition_variable mPushed;
+    std::condition_variable mTaken;
     std::vector<ReceivedEvent> mEvents;  // guarded by mLock
     size_t mOverflowed = 0;              // guarded by mLock
+    bool mWait = false;                  // guarded by mLock
+    bool mEnded = false;                 // guarded by mLock
 };
 
 }  // namespace subhalctl

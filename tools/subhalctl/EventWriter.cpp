@@ -7,6 +7,7 @@
 
 #include "tools/subhalctl/Json.h"
 #include "tools/subhalctl/Output.h"
+#include "tools/subhalctl/PlatformHooks.h"
 #include "tools/subhalctl/SensorLookup.h"
 #include "tools/subhalctl/SensorValues.h"
 
@@ -121,6 +122,13 @@ class TextWriter : public EventWriter {
         }
         return valueColumns(sensor, event);
     }
+};
+
+class SilentWriter : public EventWriter {
+  public:
+    void begin(const std::vector<Watched>&) override {}
+    void event(const Watched&, const ReceivedEvent&) override {}
+    void summary(const std::vector<Watched>& watched) override { printText(summaryTable(watched)); }
 };
 
 /** The values of an event; none for a flush marker. */
@@ -293,6 +301,25 @@ std::string summaryTable(const std::vector<Watched>& watched) {
     return table;
 }
 
+std::string statsHeader() {
+    return formatted("%14s  %-30s %8s %10s %11s %8s %8s %6s %9s\n", "time/s", "sensor", "events",
+                     "granted/Hz", "measured/Hz", "p50/ms", "p99/ms", "lost", "wakelocks");
+}
+
+std::string statsLines(const std::vector<Watched>& watched) {
+    std::string lines;
+    for (const Watched& one : watched) {
+        const double measuredHz = one.grantedHz > 0 ? one.intervals.rateHz() : 0;
+        lines += formatted(
+            "%14.3f  %-30s %8" PRId64 " %10s %11s %8s %8s %6" PRId64 " %9" PRId64 "\n",
+            static_cast<double>(hubNowNs()) / 1e9, typeName(*one.sensor).c_str(), one.events,
+            rateText(one.grantedHz).c_str(), rateText(measuredHz).c_str(),
+            millisecondsText(one.latency, 0.5).c_str(), millisecondsText(one.latency, 0.99).c_str(),
+            one.intervals.lost(), one.wakelocks);
+    }
+    return lines;
+}
+
 std::string valueColumns(const SensorInfo& sensor, const Event& event) {
     const Reading reading = decode(typeOf(sensor), payloadOf(event));
     std::string line;
@@ -305,6 +332,10 @@ std::string valueColumns(const SensorInfo& sensor, const Event& event) {
         if (!note.empty()) line += "  " + note;
     }
     return line;
+}
+
+std::unique_ptr<EventWriter> EventWriter::makeSilent() {
+    return std::make_unique<SilentWriter>();
 }
 
 std::unique_ptr<EventWriter> EventWriter::make(const std::string& format) {

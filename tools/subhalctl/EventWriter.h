@@ -44,6 +44,8 @@ class EventWriter {
 
     /** @param format "text", "csv" or "json" (one object per line) */
     static std::unique_ptr<EventWriter> make(const std::string& format);
+    /** Writes no events; a summary at the end. */
+    static std::unique_ptr<EventWriter> makeSilent();
 };
 
 /** The values of a data event in right-aligned columns, then unit, accuracy and meaning. */
@@ -57,5 +59,9 @@ std::string timeText(int64_t timestampNs);
 
 /** A table of the sensors' figures. */
 std::string summaryTable(const std::vector<Watched>& watched);
+
+/** The same, shorter, to be written again and again. */
+std::string statsHeader();
+std::string statsLines(const std::vector<Watched>& watched);
 
 }  // namespace subhalctl

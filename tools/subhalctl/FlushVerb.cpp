@@ -47,7 +47,7 @@ ExitCode runFlush(Proxy& proxy, const FlushOptions& options) {
         if (!active->active()) return kRefused;
     }
     const Clock::time_point begin = Clock::now();
-    const Result result = proxy.subHal().flush(sensor->sensorHandle);
+    const Result result = proxy.flush(sensor->sensorHandle);
     if (result != Result::OK) {
         if (reportingMode(*sensor) == SensorFlagBits::ONE_SHOT_MODE) {
             complain("a one-shot sensor has nothing to flush");

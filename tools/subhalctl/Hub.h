@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -19,6 +20,11 @@ struct HubOptions {
     uint64_t seed = 1;
     std::vector<std::string> faults;  ///< see kFaultHelp
     std::string chips;                ///< file with another catalogue, empty for the usual one
+    std::string recording;            ///< file with a recording that plays the hub
+    bool fast = false;                ///< the recording in no time instead of its own
+
+    /** A hub of this process is asked for. */
+    bool own() const { return sim || !recording.empty(); }
 };
 
 constexpr char kFaultHelp[] =
@@ -65,9 +71,29 @@ class Hub {
                                                  int64_t offset) = 0;
     /** What the library did against the protocol, in words. */
     virtual std::vector<std::string> violations() = 0;
+
+    // For a recording that is played request by request.
+
+    /** Records as one read gave them. False when the library does not take them. */
+    virtual bool push(int32_t /*handle*/, const std::string& /*bytes*/) { return false; }
+    /** Until the library has dealt with all records. */
+    virtual bool waitIdle() { return false; }
+    /** The next such call on the path fails. */
+    virtual void failNext(const std::string& /*call*/, const std::string& /*path*/, int /*error*/) {
+    }
 };
 
 /** Anything but kOk has been told on standard error. */
 ExitCode makeSimulatedHub(const HubOptions& options, std::unique_ptr<Hub>* hub);
+
+struct Recording;
+struct ReplayOptions {
+    bool fast;                    ///< without waiting
+    bool live;                    ///< it plays by itself, and answers flushes; else push() does
+    std::function<void()> ended;  ///< when it has played itself to the end
+};
+/** The same for a hub that plays a recording, which outlives it. */
+ExitCode makeReplayHub(const Recording& recording, const ReplayOptions& options,
+                       std::unique_ptr<Hub>* hub);
 
 }  // namespace subhalctl

@@ -1,4 +1,3 @@
-#include <utils/SystemClock.h>
 
 #include <cerrno>
 #include <cinttypes>
@@ -7,6 +6,7 @@
 #include <optional>
 
 #include "tools/subhalctl/Output.h"
+#include "tools/subhalctl/PlatformHooks.h"
 #include "tools/subhalctl/SensorLookup.h"
 #include "tools/subhalctl/SensorValues.h"
 #include "tools/subhalctl/Verbs.h"
@@ -75,7 +75,7 @@ ExitCode runInject(Proxy& proxy, const InjectOptions& options) {
     const SensorInfo* sensor = proxy.find(options.sensor);
     if (sensor == nullptr) return kNoSuchSensor;
     Event event{};
-    event.timestamp = android::elapsedRealtimeNano();
+    event.timestamp = hubNowNs();
     event.sensorHandle = sensor->sensorHandle;
     event.sensorType = sensor->type;
     std::memcpy(&event.u, payload->data(), sizeof(event.u));

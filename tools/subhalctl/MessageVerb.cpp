@@ -1,6 +1,5 @@
 #include <fcntl.h>
 #include <unistd.h>
-#include <utils/SystemClock.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -9,6 +8,7 @@
 
 #include "tools/subhalctl/Hex.h"
 #include "tools/subhalctl/Output.h"
+#include "tools/subhalctl/PlatformHooks.h"
 #include "tools/subhalctl/Verbs.h"
 
 namespace subhalctl {
@@ -69,7 +69,7 @@ class Sender {
         MessagePayload payload{kind, static_cast<int32_t>(length), {}};
         std::memcpy(payload.chunk, chunk.data(), std::min(chunk.size(), kChunkSize));
         Event event{};
-        event.timestamp = android::elapsedRealtimeNano();
+        event.timestamp = hubNowNs();
         event.sensorHandle = kContextHandle;
         event.sensorType = static_cast<decltype(event.sensorType)>(kContextType);
         std::memcpy(&event.u, &payload, sizeof(payload));

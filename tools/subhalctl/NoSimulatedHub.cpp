@@ -1,4 +1,4 @@
-// In place of SimulatedHub.cpp where the program is built for a device.
+// In place of what uses the simulator where the program is built for a device.
 
 #include "tools/subhalctl/Hub.h"
 #include "tools/subhalctl/Output.h"
@@ -8,6 +8,10 @@ namespace subhalctl {
 ExitCode makeSimulatedHub(const HubOptions&, std::unique_ptr<Hub>*) {
     complain("this subhalctl was built without the simulator");
     return kCannotLoad;
+}
+
+ExitCode makeReplayHub(const Recording&, const ReplayOptions&, std::unique_ptr<Hub>*) {
+    return makeSimulatedHub({}, nullptr);
 }
 
 }  // namespace subhalctl

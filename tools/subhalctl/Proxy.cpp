@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <unistd.h>
-#include <utils/SystemClock.h>
 
 #include <cerrno>
 #include <cinttypes>
@@ -53,13 +52,43 @@ ExitCode refused(const std::string& sensor, const char* what, Result result) {
 }
 
 ExitCode Proxy::openHub() {
-    if (!mOptions.hub.sim || mHub != nullptr) return kOk;
-    return makeSimulatedHub(mOptions.hub, &mHub);
+    if (mHub != nullptr) return kOk;
+    if (!mOptions.hub.recording.empty()) {
+        return openReplay(mOptions.hub.recording,
+                          {mOptions.hub.fast, true, [this] { mEvents.end(); }});
+    }
+    return mOptions.hub.sim ? makeSimulatedHub(mOptions.hub, &mHub) : kOk;
+}
+
+ExitCode Proxy::openReplay(const std::string& path, const ReplayOptions& options) {
+    mRecording = std::make_unique<Recording>();
+    if (!loadRecording(path, mRecording.get())) return kUsage;
+    if (options.fast) mEvents.waitForRoom();
+    return makeReplayHub(*mRecording, options, &mHub);
+}
+
+bool Proxy::recordTo(const std::string& path) {
+    mRecorder = std::make_unique<Recorder>();
+    if (mRecorder->open(path)) return true;
+    mRecorder.reset();
+    return false;
+}
+
+/** Before the library is loaded, which opens its files at once. */
+void Proxy::tapCalls() {
+    std::vector<CallTap::Sink> sinks;
+    if (mOptions.trace) sinks.emplace_back(traceCall);
+    if (mRecorder) {
+        sinks.emplace_back([this](const FileCall& call) { mRecorder->call(call); });
+        if (platformHooks() == nullptr) setPlatformHooks(mRecorder.get());
+    }
+    if (!sinks.empty()) mTap = std::make_unique<CallTap>(mHub == nullptr, std::move(sinks));
 }
 
 ExitCode Proxy::open() {
     const ExitCode made = openHub();
     if (made != kOk) return made;
+    tapCalls();
     const std::string path = mOptions.library.empty() ? defaultLibrary() : mOptions.library;
     mLibrary = std::make_unique<host_proxy::SubHalLibrary>(path);
     if (mLibrary->subHal() == nullptr) {
@@ -119,26 +148,51 @@ const SensorInfo* Proxy::find(const std::string& text) const {
     return nullptr;
 }
 
+Result Proxy::keep(ProxyRequest request, int64_t startNs, Result result) {
+    request.result = resultName(result);
+    if (mRecorder) mRecorder->request(startNs, request);
+    return result;
+}
+
+Result Proxy::batch(int32_t handle, int64_t periodNs, int64_t latencyNs) {
+    const int64_t startNs = hubNowNs();
+    const Result result = subHal().batch(handle, periodNs, latencyNs);
+    return keep({"batch", handle, periodNs, latencyNs, false, ""}, startNs, result);
+}
+
+Result Proxy::activate(int32_t handle, bool enable) {
+    const int64_t startNs = hubNowNs();
+    const Result result = subHal().activate(handle, enable);
+    return keep({"activate", handle, 0, 0, enable, ""}, startNs, result);
+}
+
+Result Proxy::flush(int32_t handle) {
+    const int64_t startNs = hubNowNs();
+    const Result result = subHal().flush(handle);
+    return keep({"flush", handle, 0, 0, false, ""}, startNs, result);
+}
+
 bool Proxy::close() {
+    mEvents.waitForRoom(false);
     if (mLibrary == nullptr || mLibrary->entryPoint() == nullptr) return true;
     return mHub != nullptr && mHub->unload(*mLibrary);
 }
 
 ActiveSensor::ActiveSensor(Proxy& proxy, const SensorInfo& sensor, int64_t periodNs,
                            int64_t latencyNs)
-    : mProxy(proxy), mHandle(sensor.sensorHandle), mStartNs(android::elapsedRealtimeNano()) {
-    const Result batched = mProxy.subHal().batch(mHandle, periodNs, latencyNs);
+    : mProxy(proxy), mHandle(sensor.sensorHandle), mStartNs(hubNowNs()) {
+    const Result batched = mProxy.batch(mHandle, periodNs, latencyNs);
     if (batched != Result::OK) {
         refused(typeName(sensor), "batch", batched);
         return;
     }
-    const Result activated = mProxy.subHal().activate(mHandle, true);
+    const Result activated = mProxy.activate(mHandle, true);
     mActive = activated == Result::OK;
     if (!mActive) refused(typeName(sensor), "activate", activated);
 }
 
 ActiveSensor::~ActiveSensor() {
-    mProxy.subHal().activate(mHandle, false);
+    mProxy.activate(mHandle, false);
 }
 
 }  // namespace subhalctl

@@ -9,9 +9,11 @@
 
 #include "tools/proxy/HalProxyCallback.h"
 #include "tools/proxy/SubHalLibrary.h"
+#include "tools/subhalctl/CallTap.h"
 #include "tools/subhalctl/EventQueue.h"
 #include "tools/subhalctl/ExitCode.h"
 #include "tools/subhalctl/Hub.h"
+#include "tools/subhalctl/Recording.h"
 
 namespace subhalctl {
 
@@ -24,6 +26,7 @@ struct GlobalOptions {
     std::string library;   ///< empty: the build tree's, else what the loader finds
     std::string logLevel;  ///< empty: silent with a hub of this process, else warnings
     bool quiet = false;
+    bool trace = false;  ///< show each call of the library on the hub's files
 };
 
 /** Text of a library's answer, as in "BAD_VALUE". */
@@ -44,6 +47,15 @@ class Proxy {
     /** Makes the hub that was asked for, if one was. Its threads run from now on. */
     ExitCode openHub();
 
+    /** Before open(): what crosses the borders is kept in this file. False, and told, if not. */
+    bool recordTo(const std::string& path);
+    /** Null without a recording. */
+    Recorder* recorder() { return mRecorder.get(); }
+
+    /** Before open(): the recording plays as `options` tell, instead of by itself. */
+    ExitCode openReplay(const std::string& path, const ReplayOptions& options);
+    const Recording& recording() const { return *mRecording; }
+
     /**
      * Loads the library on the hub. Other threads run from now on. Anything but kOk has been told
      * on standard error; having no sensors at all is such a thing.
@@ -52,6 +64,9 @@ class Proxy {
 
     /** These need a successful open(). */
     ISensorsSubHal& subHal() { return *mLibrary->subHal(); }
+    Result batch(int32_t handle, int64_t periodNs, int64_t latencyNs);
+    Result activate(int32_t handle, bool enable);
+    Result flush(int32_t handle);
     EventQueue& events() { return mEvents; }
     const std::vector<SensorInfo>& sensors() const { return mSensors; }
 
@@ -75,11 +90,16 @@ class Proxy {
 
   private:
     ExitCode initialize();
+    void tapCalls();
+    Result keep(ProxyRequest request, int64_t startNs, Result result);
     ExitCode tellNoSensors() const;
 
     const GlobalOptions& mOptions;
     EventQueue mEvents;
+    std::unique_ptr<Recorder> mRecorder;
+    std::unique_ptr<Recording> mRecording;
     std::unique_ptr<Hub> mHub;
+    std::unique_ptr<CallTap> mTap;
     android::sp<HalProxyCallback> mCallback;
     std::unique_ptr<host_proxy::SubHalLibrary> mLibrary;
     std::vector<SensorInfo> mSensors;

@@ -8,6 +8,8 @@
 #include <cstring>
 #include <iterator>
 
+#include "tools/subhalctl/Json.h"
+
 namespace subhalctl {
 namespace {
 

@@ -4,10 +4,9 @@
 
 #include <array>
 #include <cstdint>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <vector>
-
-#include "tools/subhalctl/Json.h"
 
 namespace subhalctl {
 
@@ -32,7 +31,7 @@ struct Value {
     std::string text() const;
     /** As many digits as the value has, for other programs; never a comma. */
     std::string exactText() const;
-    Json json() const;
+    nlohmann::ordered_json json() const;
 };
 
 /** What a data event says. */

@@ -1,53 +1,23 @@
-// All that this program knows of the simulator.
-
-#include <unistd.h>
+// The hub of "--sim".
 
 #include <algorithm>
-#include <cerrno>
 #include <chrono>
 #include <condition_variable>
-#include <cstdlib>
-#include <cstring>
 #include <fstream>
 #include <mutex>
 #include <thread>
 #include <type_traits>
 
-#include "simulator/HubServices.h"
-#include "simulator/RearLightSensor.h"
-#include "simulator/SimulatedHub.h"
-#include "tools/subhalctl/DevicePaths.h"
-#include "tools/subhalctl/Hub.h"
 #include "tools/subhalctl/HubFault.h"
 #include "tools/subhalctl/Json.h"
 #include "tools/subhalctl/KnownSensors.h"
 #include "tools/subhalctl/Output.h"
+#include "tools/subhalctl/SimulatorHub.h"
 
 namespace subhalctl {
 namespace {
 
-using simulator::HubServices;
-
 constexpr size_t kLargestChipsFile = size_t{1} << 20;
-
-using Specs = std::vector<simulator::SensorSpec>;
-
-simulator::SensorSpec specOf(const SpecRecord& record) {
-    simulator::SensorSpec spec;
-    spec.handle = record.handle;
-    spec.chipName = record.name;
-    spec.vendor = record.vendor;
-    spec.version = record.version;
-    spec.wakeUp = record.wakeUp;
-    spec.minDelayUs = record.minDelayUs;
-    spec.maxDelayUs = record.maxDelayUs;
-    spec.fifoMax = record.fifoMax;
-    spec.fifoReserved = record.fifoReserved;
-    spec.resolution = record.resolution;
-    spec.range = record.range;
-    spec.powerMa = record.powerMa;
-    return spec;
-}
 
 /** False when a member has a value of another kind; one that is missing keeps its default. */
 template <typename Field>
@@ -197,65 +167,13 @@ class FaultTimer {
     std::thread mThread;
 };
 
-class SimulatedHub : public Hub {
+class SimulatedHub : public SimulatorHub {
   public:
     SimulatedHub(const HubOptions& options, const Specs& specs, std::vector<HubFault> faults)
-        : mHub(simulatorOptions(options, specs)), mServices(mHub), mRearLight(mHub) {
-        mHub.setFile(kNfcCoverStatus, "0\n");  // or the flip cover detector stays hidden
-        mServices.setDumpContent("dump of the simulated hub\n");
-        mFaults.emplace(mHub, std::move(faults));
-    }
-
-    bool unload(host_proxy::SubHalLibrary& library) override {
-        const simulator::ShutdownHelper helper(mHub);
-        return library.unload();
-    }
-
-    void forgetInjections() override { mHub.clearRequests(); }
-
-    std::vector<Injection> injections() override {
-        std::vector<Injection> result;
-        for (const auto& request : mHub.requests(simulator::Request::Kind::kInjection)) {
-            result.push_back({request.bytes, request.error != 0});
-        }
-        return result;
-    }
-
-    std::vector<std::string> messages() override { return mServices.messages(); }
-
-    bool waitReady() override { return mServices.waitReady(); }
-
-    bool requestDump(int type, int count) override {
-        return mServices.requestDump(type, count) && mHub.waitIdle();
-    }
-
-    std::vector<std::pair<std::string, size_t>> dumpFiles() override {
-        std::vector<std::pair<std::string, size_t>> files;
-        for (const std::string& name : mHub.listDirectory(kDumpDirectory)) {
-            const std::string path = std::string(kDumpDirectory) + "/" + name;
-            files.emplace_back(path, mHub.readFile(path).size());
-        }
-        return files;
-    }
-
-    std::optional<FileReply> requestFile(FileOperation operation, const std::string& path,
-                                         const std::string& text, int size,
-                                         int64_t offset) override {
-        std::optional<HubServices::FileReply> reply;
-        if (operation == FileOperation::kRead) reply = mServices.readFile(path, size, offset);
-        if (operation == FileOperation::kWrite) reply = mServices.writeFile(path, text, offset);
-        if (operation == FileOperation::kRemove) reply = mServices.removeFile(path);
-        if (!reply) return {};
-        return FileReply{reply->result, reply->data};
-    }
-
-    std::vector<std::string> violations() override { return mServices.violations(); }
+        : SimulatorHub(simulatorOptions(options, specs)), mFaults(mHub, std::move(faults)) {}
 
   private:
-    simulator::SimulatedHub mHub;
-    HubServices mServices;
-    simulator::RearLightSensor mRearLight;
-    std::optional<FaultTimer> mFaults;
+    FaultTimer mFaults;
 };
 
 }  // namespace
@@ -274,12 +192,7 @@ ExitCode makeSimulatedHub(const HubOptions& options, std::unique_ptr<Hub>* hub) 
     auto specs = std::optional<Specs>(simulator::standardCatalogue());
     if (!options.chips.empty()) specs = readChips(options.chips);
     if (!specs) return kUsage;
-    const char* directory = std::getenv("TMPDIR");
-    if (directory != nullptr && access(directory, W_OK | X_OK) != 0) {
-        complain("no room for the simulated hub's files: TMPDIR=%s: %s", directory,
-                 std::strerror(errno));
-        return kCannotLoad;
-    }
+    if (!haveRoom()) return kCannotLoad;
     *hub = std::make_unique<SimulatedHub>(options, *specs, std::move(faults));
     return kOk;
 }

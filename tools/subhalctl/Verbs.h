@@ -38,8 +38,20 @@ struct WatchOptions {
     int64_t count = 0;   ///< ends after that many data events of all sensors; 0: never
     double seconds = 0;  ///< 0: no limit
     std::string format = "text";
+    std::string recording;    ///< file to record to, instead of printing events
+    double statsSeconds = 0;  ///< figures each so many seconds instead of events; 0: no
+    std::string requirement;  ///< what the figures have to fulfil
 };
 ExitCode runWatch(Proxy& proxy, const WatchOptions& options);
+
+/** Plays the recording of the global options. */
+ExitCode runReplay(Proxy& proxy);
+
+struct PlotOptions {
+    std::string recording;
+    std::string output;  ///< .svg, .png or .html; empty: text for a terminal
+};
+ExitCode runPlot(Proxy& proxy, const PlotOptions& options);
 
 struct FlushOptions {
     std::string sensor;

@@ -1,8 +1,11 @@
 #include <algorithm>
+#include <cinttypes>
 #include <deque>
 
 #include "tools/subhalctl/EventWriter.h"
 #include "tools/subhalctl/Output.h"
+#include "tools/subhalctl/PlatformHooks.h"
+#include "tools/subhalctl/Requirement.h"
 #include "tools/subhalctl/SensorLookup.h"
 #include "tools/subhalctl/Verbs.h"
 
@@ -10,6 +13,7 @@ namespace subhalctl {
 namespace {
 
 constexpr int64_t kDefaultPeriodNs = 20'000'000;
+constexpr int64_t kProgressNs = 200'000'000;
 
 int64_t periodOf(const WatchOptions& options, const SensorSelector& selector) {
     if (selector.rateHz) return periodOfRate(*selector.rateHz);
@@ -26,7 +30,9 @@ class Watch {
     Watch(Proxy& proxy, const WatchOptions& options)
         : mProxy(proxy),
           mOptions(options),
-          mWriter(EventWriter::make(options.format)),
+          mWriter(options.recording.empty() ? EventWriter::make(options.format)
+                                            : EventWriter::makeSilent()),
+          mProgress(!options.recording.empty() && !proxy.options().quiet),
           mLeft(options.count > 0 ? options.count : INT64_MAX) {}
 
     ExitCode run();
@@ -36,16 +42,23 @@ class Watch {
     ExitCode select(const std::string& text);
     bool activateSensors();
     bool handle(const ReceivedEvent& received);
+    void showProgress();
     bool allSpent() const;
+    EventQueue::End receive();
     ExitCode judge(EventQueue::End end) const;
+    ExitCode require() const;
 
     Proxy& mProxy;
     const WatchOptions& mOptions;
     std::unique_ptr<EventWriter> mWriter;
+    Progress mProgress;
     std::vector<Watched> mWatched;
+    std::vector<Watched> mFresh;    // the same before the first event
+    std::vector<Watched> mSlice;    // the same for the seconds that are counted now
     std::vector<int64_t> mPeriods;  // by index of mWatched
     std::deque<ActiveSensor> mActive;
     int64_t mLeft;  // events
+    int64_t mShownNs = 0;
 };
 
 ExitCode Watch::select(const std::string& text) {
@@ -87,19 +100,37 @@ bool Watch::activateSensors() {
         if (!mActive.back().active()) return false;
         mWatched[i].startNs = mActive.back().startNs();
     }
+    mFresh = mWatched;
     return true;
 }
 
 bool Watch::handle(const ReceivedEvent& received) {
+    if (mProxy.recorder() != nullptr) mProxy.recorder()->event(received);
     const auto found = std::find_if(mWatched.begin(), mWatched.end(), [&](const Watched& one) {
         return one.sensor->sensorHandle == received.event.sensorHandle;
     });
     if (found == mWatched.end()) return false;
-    mWriter->event(*found, received);
+    if (mOptions.statsSeconds > 0) {
+        mSlice[static_cast<size_t>(found - mWatched.begin())].add(received);
+    } else {
+        mWriter->event(*found, received);
+    }
     const int64_t before = found->events;
     found->add(received);
+    showProgress();
     if (found->events == before) return false;
     return --mLeft == 0 || allSpent();
+}
+
+void Watch::showProgress() {
+    const int64_t now = bootTimeNs();
+    if (now < mShownNs + kProgressNs) return;
+    mShownNs = now;
+    int64_t events = 0;
+    for (const Watched& one : mWatched) {
+        events += one.events;
+    }
+    mProgress.show(formatted("%" PRId64 " events", events));
 }
 
 /** A one-shot sensor is off after its event. */
@@ -132,23 +163,60 @@ ExitCode Watch::judge(EventQueue::End end) const {
     return any ? result : kNoData;
 }
 
+ExitCode Watch::require() const {
+    ExitCode result = kOk;
+    for (const Watched& one : mWatched) {
+        for (const std::string& broken : brokenRequirements(mOptions.requirement, one)) {
+            complain("%s: %s", typeName(*one.sensor).c_str(), broken.c_str());
+            result = kCheckFailed;
+        }
+    }
+    return result;
+}
+
+EventQueue::End Watch::receive() {
+    using Clock = EventQueue::Clock;
+    const auto handler = [this](const ReceivedEvent& received) { return handle(received); };
+    if (mOptions.statsSeconds <= 0) return mProxy.events().receiveFor(mOptions.seconds, handler);
+    const auto lengthOf = [](double seconds) {
+        return std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
+    };
+    const auto end =
+        mOptions.seconds > 0 ? Clock::now() + lengthOf(mOptions.seconds) : Clock::time_point::max();
+    print("%s", statsHeader().c_str());
+    for (auto next = Clock::now();;) {
+        next += lengthOf(mOptions.statsSeconds);
+        mSlice = mFresh;
+        const auto ended = mProxy.events().receive(std::min(next, end), handler);
+        print("%s", statsLines(mSlice).c_str());
+        if (ended != EventQueue::End::kTimeout || Clock::now() >= end) return ended;
+    }
+}
+
 ExitCode Watch::run() {
     const ExitCode selected = selectSensors();
     if (selected != kOk) return selected;
     const bool quiet = mProxy.options().quiet;
     // The header is part of a CSV file, not a courtesy.
-    if (!quiet || mOptions.format == "csv") mWriter->begin(mWatched);
+    const bool events = mOptions.statsSeconds <= 0;
+    if (events && (!quiet || mOptions.format == "csv")) mWriter->begin(mWatched);
     if (!activateSensors()) return kRefused;
-    const auto end = mProxy.events().receiveFor(
-        mOptions.seconds, [this](const ReceivedEvent& received) { return handle(received); });
+    const auto end = receive();
     mActive.clear();
+    mProxy.events().drain([this](const ReceivedEvent& received) {
+        if (mProxy.recorder() != nullptr) mProxy.recorder()->event(received);
+    });
+    mProgress.clear();
     if (!quiet) mWriter->summary(mWatched);
-    return judge(end);
+    if (mProxy.recorder() != nullptr && !mProxy.recorder()->finish()) return kOutputLost;
+    const ExitCode judged = judge(end);
+    return judged == kOk ? require() : judged;
 }
 
 }  // namespace
 
 ExitCode runWatch(Proxy& proxy, const WatchOptions& options) {
+    if (!options.recording.empty() && !proxy.recordTo(options.recording)) return kUsage;
     const ExitCode opened = proxy.open();
     return opened != kOk ? opened : Watch(proxy, options).run();
 }

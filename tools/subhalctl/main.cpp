@@ -10,7 +10,7 @@ namespace {
 android_LogPriority logLevelOf(const subhalctl::GlobalOptions& options) {
     if (!options.logLevel.empty()) return subhalctl::parseLogLevel(options.logLevel);
     // The library logs ordinary progress at error level, which only buries a simulation's output.
-    return options.hub.sim ? ANDROID_LOG_SILENT : ANDROID_LOG_WARN;
+    return options.hub.own() ? ANDROID_LOG_SILENT : ANDROID_LOG_WARN;
 }
 
 subhalctl::ExitCode play(const subhalctl::Command& command, bool* mayExit) {

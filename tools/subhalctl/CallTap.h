@@ -1,0 +1,56 @@
+#pragma once
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "simulator/FileRedirection.h"
+
+namespace subhalctl {
+
+/** A call of the library on one of the hub's files. */
+struct FileCall {
+    enum class Kind { kOpen, kRead, kWrite, kIoctl, kClose };
+
+    Kind kind;
+    std::string path;
+    unsigned long number;  ///< flags of an open, number of an ioctl, size of a read
+    std::string bytes;     ///< what was read, written or handed over
+    long result;           ///< with a negative errno for a failure
+};
+
+const char* nameOf(FileCall::Kind kind);
+
+/** Shows each such call to those who want to see it, on the thread that made it. */
+class CallTap : private simulator::CallObserver {
+  public:
+    using Sink = std::function<void(const FileCall&)>;
+
+    /** @param ownHub the machine's own hub is looked at; else one in this process answers */
+    CallTap(bool ownHub, std::vector<Sink> sinks);
+    ~CallTap() override;
+    CallTap(const CallTap&) = delete;
+    CallTap& operator=(const CallTap&) = delete;
+
+  private:
+    void opened(const std::string& hubPath, int flags, int result) override;
+    void wasRead(int fd, const void* buffer, size_t size, ssize_t result) override;
+    void written(int fd, const void* buffer, size_t size, ssize_t result) override;
+    void controlled(int fd, unsigned long request, const void* argument, int result) override;
+    void closing(int fd) override;
+    void tell(const FileCall& call) const;
+    std::string pathOf(int fd) const;
+
+    std::vector<Sink> mSinks;
+    std::unique_ptr<simulator::FileBackend> mOwnFiles;  // on the machine's own hub
+    mutable std::mutex mLock;
+    std::map<int, std::string> mPaths;  // by descriptor; guarded by mLock
+};
+
+/** One line of "--trace" on standard error. */
+void traceCall(const FileCall& call);
+
+}  // namespace subhalctl

@@ -1,0 +1,229 @@
+#include <algorithm>
+#include <chrono>
+#include <cinttypes>
+#include <cstring>
+#include <map>
+#include <set>
+#include <thread>
+
+#include "tools/subhalctl/Hex.h"
+#include "tools/subhalctl/Interrupt.h"
+#include "tools/subhalctl/Output.h"
+#include "tools/subhalctl/Recording.h"
+#include "tools/subhalctl/SensorLookup.h"
+#include "tools/subhalctl/SensorValues.h"
+#include "tools/subhalctl/Verbs.h"
+
+namespace subhalctl {
+namespace {
+
+using Entry = Recording::Entry;
+
+std::string payloadHex(const Event& event) {
+    const Payload payload = payloadOf(event);
+    return hexOf({reinterpret_cast<const char*>(payload.data()), sizeof(payload)});
+}
+
+class Replay {
+  public:
+    Replay(Proxy& proxy, bool fast) : mProxy(proxy), mFast(fast) {}
+
+    ExitCode run();
+
+  private:
+    void findUnposted();
+    void waitUntil(int64_t timeNs);
+    void play(const Entry& entry);
+    void playRequest(const Entry& entry);
+    void collect();
+    void compare(int32_t handle);
+    void differ(size_t line, const std::string& what);
+    std::string nameOf(int32_t handle) const;
+
+    Proxy& mProxy;
+    bool mFast;
+    std::set<size_t> mUnposted;           // lines of records that came too late to be posted
+    std::vector<const Entry*> mFailures;  // calls that failed, of the next request
+    std::map<int32_t, std::vector<const Entry*>> mExpected;
+    std::map<int32_t, std::vector<ReceivedEvent>> mReceived;
+    size_t mFirstLine = SIZE_MAX;  // of the first difference, and what it is
+    std::string mFirst;
+    size_t mDifferences = 0;
+};
+
+std::string Replay::nameOf(int32_t handle) const {
+    for (const SensorInfo& sensor : mProxy.sensors()) {
+        if (sensor.sensorHandle == handle) return typeName(sensor);
+    }
+    return "handle " + std::to_string(handle);
+}
+
+/** The last record before a sensor went off may have been read and then dropped, by a hair. */
+void Replay::findUnposted() {
+    std::map<int32_t, size_t> last;  // lines of records without an event so far, by handle
+    std::map<int32_t, size_t> late;  // the same, once the sensor is off
+    for (const Entry& entry : mProxy.recording().entries) {
+        if (entry.kind == Entry::Kind::kRaw) {
+            last[entry.handle] = entry.line;
+            late.erase(entry.handle);
+        } else if (entry.kind == Entry::Kind::kEvent) {
+            last.erase(entry.handle);
+            if (late.count(entry.handle) != 0) mUnposted.erase(late[entry.handle]);
+        } else if (entry.kind == Entry::Kind::kRequest && entry.request.what == "activate" &&
+                   !entry.request.enable && last.count(entry.handle) != 0) {
+            late[entry.handle] = last[entry.handle];
+            mUnposted.insert(last[entry.handle]);
+        }
+    }
+}
+
+void Replay::waitUntil(int64_t timeNs) {
+    while (!mFast && !interrupted() && hubNowNs() < timeNs) {
+        const std::chrono::nanoseconds left(timeNs - hubNowNs());
+        std::this_thread::sleep_for(
+            std::min<std::chrono::nanoseconds>(left, std::chrono::milliseconds(50)));
+    }
+}
+
+void Replay::differ(size_t line, const std::string& what) {
+    ++mDifferences;
+    if (line >= mFirstLine) return;
+    mFirstLine = line;
+    mFirst = what;
+}
+
+void Replay::collect() {
+    mProxy.events().drain([this](const ReceivedEvent& received) {
+        mReceived[received.event.sensorHandle].push_back(received);
+    });
+}
+
+void Replay::playRequest(const Entry& entry) {
+    const ProxyRequest& request = entry.request;
+    mProxy.hub()->waitIdle();
+    for (const Entry* failure : mFailures) {
+        mProxy.hub()->failNext(failure->text, failure->name, static_cast<int>(-failure->result));
+    }
+    mFailures.clear();
+    Result result = Result::OK;
+    if (request.what == "batch") {
+        result = mProxy.batch(request.handle, request.periodNs, request.latencyNs);
+    } else if (request.what == "activate") {
+        result = mProxy.activate(request.handle, request.enable);
+    } else {
+        result = mProxy.flush(request.handle);
+    }
+    if (resultName(result) == request.result) return;
+    differ(entry.line, request.what + " of " + nameOf(request.handle) + " gave " +
+                           resultName(result) + " instead of " + request.result);
+}
+
+void Replay::play(const Entry& entry) {
+    switch (entry.kind) {
+        case Entry::Kind::kRaw:
+            waitUntil(entry.timeNs);
+            if (mUnposted.count(entry.line) != 0) return;
+            if (mFast) setHubClock(entry.timeNs, false);
+            if (!mProxy.hub()->push(entry.handle, entry.bytes)) {
+                differ(entry.line, "the library did not take a record of " + nameOf(entry.handle));
+            }
+            break;
+        case Entry::Kind::kRequest:
+            waitUntil(entry.timeNs);
+            playRequest(entry);
+            break;
+        case Entry::Kind::kEvent:
+            mExpected[entry.handle].push_back(&entry);
+            break;
+        case Entry::Kind::kCall:
+            if (entry.result < 0 && entry.text != "open" && entry.text != "read") {
+                mFailures.push_back(&entry);
+            }
+            break;
+        default:
+            break;
+    }
+}
+
+void Replay::compare(int32_t handle) {
+    const auto& expected = mExpected[handle];
+    const auto& received = mReceived[handle];
+    for (size_t i = 0; i < std::min(expected.size(), received.size()); ++i) {
+        const Entry& entry = *expected[i];
+        const Event& event = received[i].event;
+        const std::string place = nameOf(handle) + ", event " + std::to_string(i + 1) + ": ";
+        const std::string payload = payloadHex(event);
+        std::string what;
+        if (static_cast<int32_t>(event.sensorType) != entry.type) {
+            what = formatted("type %" PRId32 " instead of %" PRId32,
+                             static_cast<int32_t>(event.sensorType), entry.type);
+        } else if (event.timestamp != entry.timestampNs) {
+            what = formatted("time stamp %" PRId64 " instead of %" PRId64, event.timestamp,
+                             entry.timestampNs);
+        } else if (payload != hexOf(entry.bytes)) {
+            what = "payload " + payload + " instead of " + hexOf(entry.bytes);
+        } else if (received[i].wakelock != entry.flag) {
+            what = received[i].wakelock ? "with a wakelock" : "without a wakelock";
+        }
+        if (what.empty()) continue;
+        return differ(entry.line, place + what);  // those behind it need not count
+    }
+    if (received.size() < expected.size()) {
+        differ(expected[received.size()]->line,
+               formatted("%s: %zu events instead of %zu", nameOf(handle).c_str(), received.size(),
+                         expected.size()));
+    } else if (received.size() > expected.size()) {
+        differ(mProxy.recording().entries.back().line,
+               formatted("%s: %zu events instead of %zu", nameOf(handle).c_str(), received.size(),
+                         expected.size()));
+    }
+}
+
+ExitCode Replay::run() {
+    findUnposted();
+    const auto& entries = mProxy.recording().entries;
+    Progress progress(!mProxy.options().quiet);
+    size_t done = 0;
+    for (const Entry& entry : entries) {
+        if (interrupted()) return kNoData;
+        play(entry);
+        if (++done % 256 != 0) continue;
+        collect();
+        progress.show(formatted("%zu of %zu lines", done, entries.size()));
+    }
+    progress.clear();
+    mProxy.hub()->waitIdle();
+    collect();
+    std::set<int32_t> handles;
+    size_t events = 0;
+    for (const auto& [handle, expected] : mExpected) {
+        handles.insert(handle);
+        events += expected.size();
+    }
+    for (const auto& [handle, received] : mReceived) {
+        handles.insert(handle);
+    }
+    for (const int32_t handle : handles) {
+        compare(handle);
+    }
+    if (mDifferences == 0) {
+        print("%zu events of %zu sensors came as they were recorded, bit by bit\n", events,
+              mExpected.size());
+        return kOk;
+    }
+    print("%zu sensors or requests differ; the first is line %zu: %s\n", mDifferences, mFirstLine,
+          mFirst.c_str());
+    return kCheckFailed;
+}
+
+}  // namespace
+
+ExitCode runReplay(Proxy& proxy) {
+    const HubOptions& hub = proxy.options().hub;
+    const ExitCode made = proxy.openReplay(hub.recording, {hub.fast, false, {}});
+    if (made != kOk) return made;
+    const ExitCode opened = proxy.open();
+    return opened != kOk ? opened : Replay(proxy, hub.fast).run();
+}
+
+}  // namespace subhalctl
