@@ -1,0 +1,163 @@
+#!/bin/bash
+# Boots the distribution's stock kernel in QEMU with the simulated hub's module, and runs one shell
+# script there: kernel-guest.sh WORK_DIRECTORY SCRIPT PROGRAM...
+#
+# The programs, and the libraries that they need, lie in the guest's /bin and /lib. What the script
+# prints comes out here; its exit status is this script's, unless the kernel complained, which is 3,
+# or the guest did not come to its end, which is 4. The kernel's log is WORK_DIRECTORY/kernel.log.
+#
+# Kernel and headers are fetched once and kept in SENSORHUB_KERNEL_CACHE. Nothing here needs root but
+# the installing of missing packages. SENSORHUB_KERNEL_ACCEL=tcg does without KVM.
+set -euo pipefail
+root=$(cd "$(dirname "$0")/.." && pwd)
+cache=${SENSORHUB_KERNEL_CACHE:-${XDG_CACHE_HOME:-$HOME/.cache}/sensorhub-kernel}
+limit=${SENSORHUB_KERNEL_SECONDS:-300}
+
+fail() {
+    echo "kernel-guest: $*" >&2
+    exit 4
+}
+
+# fetch VERSION: the kernel, two of its modules and its headers into $cache/VERSION.
+fetch() {
+    local version=$1 unpacked
+    mkdir -p "$cache"
+    unpacked=$(mktemp -d "$cache/unpacking.XXXXXX")
+    # shellcheck disable=SC2064 # the directory of now
+    trap "rm -rf '$unpacked'" EXIT
+    echo "Fetching kernel $version..."
+    (cd "$unpacked" && apt-get download -qq "linux-image-$version" "linux-headers-$version" \
+        "linux-headers-${version%-amd64}-common" "linux-kbuild-${version%%.[0-9]-*}" 2>&1) |
+        grep -v unsandboxed || true
+    compgen -G "$unpacked/linux-image-*.deb" >/dev/null ||
+        fail "the package linux-image-$version cannot be downloaded"
+    dpkg --fsys-tarfile "$unpacked"/linux-image-*.deb | tar -xC "$unpacked" --strip-components=1 \
+        --wildcards './boot/vmlinuz-*' '*/industrialio.ko' '*/kfifo_buf.ko'
+    local package
+    for package in "$unpacked"/linux-headers-*.deb "$unpacked"/linux-kbuild-*.deb; do
+        dpkg -x "$package" "$unpacked"
+    done
+    rm "$unpacked"/*.deb
+    # The plain image inside starts faster than one that the guest has to decompress.
+    local image offset
+    image=$(echo "$unpacked"/boot/vmlinuz-*)
+    offset=$(LC_ALL=C grep -abom1 -P '\xFD7zXZ\x00' "$image" | cut -d: -f1 | LC_ALL=C awk 'NR == 1')
+    [ -n "$offset" ] || fail "$image is not compressed by xz"
+    # xz stops at the end of the stream, which leaves tail a broken pipe.
+    xz -dc --single-stream < <(tail -c "+$((offset + 1))" "$image") >"$unpacked/vmlinux"
+    rm -r "$unpacked/boot"
+    find "$unpacked/lib" -name '*.ko' -exec mv {} "$unpacked" \;
+    # Where the packages name their own place, name the place where they will lie.
+    sed -i "s|/usr/src/|$cache/$version/usr/src/|" "$unpacked/usr/src/linux-headers-$version/Makefile"
+    rm -rf "${cache:?}/$version"
+    mv "$unpacked" "$cache/$version"
+    trap - EXIT
+}
+
+# build_module WORK HEADERS: compiles a copy, so that the sources stay alone.
+build_module() {
+    local module=$1/module headers=$2
+    mkdir -p "$module"
+    local source
+    for source in "$root"/simulator/kernel/module/*; do
+        cmp -s "$source" "$module/${source##*/}" || cp "$source" "$module"
+    done
+    make -s -C "$headers" M="$module" W=1 modules >"$module/make.log" 2>&1 || {
+        cat "$module/make.log"
+        fail "the module does not compile"
+    }
+    ! grep -E 'warning:|error:' "$module/make.log" || fail "the compiler warns"
+    strip -g -o "$1/sensor_hub.ko" "$module/sensor_hub.ko"
+}
+
+# pack WORK KERNEL SCRIPT PROGRAM...: the initial file system.
+pack() {
+    local work=$1 kernel=$2 script=$3 tree=$1/tree
+    shift 3
+    rm -rf "$tree"
+    mkdir -p "$tree"/{bin,dev,proc,sys,tmp,etc,lib64,data/vendor/sensorhub}
+    cp "$(command -v busybox)" "$tree/bin/busybox"
+    echo root:x:0:0::/:/bin/sh >"$tree/etc/passwd"
+    local program
+    for program in "$@"; do
+        strip -o "$tree/bin/${program##*/}" "$program"
+        ldd "$program" | sed -n 's/.* => \(\/[^ ]*\).*/\1/p; s/^\t\(\/[^ ]*\).*/\1/p'
+    done | sort -u >"$work/libraries"
+    local library
+    while read -r library; do
+        # The loader has a fixed place.
+        case $library in
+            /lib64/*) cp -L "$library" "$tree/lib64" ;;
+            *) mkdir -p "$tree/lib" && cp -L "$library" "$tree/lib" ;;
+        esac
+    done <"$work/libraries"
+    cp "$kernel/industrialio.ko" "$kernel/kfifo_buf.ko" "$work/sensor_hub.ko" "$tree/lib"
+    cp "$script" "$tree/script"
+    cp "$root/scripts/kernel-guest-init.sh" "$tree/init"
+    chmod 755 "$tree/init"
+    (cd "$tree" && find . -print0 | cpio --null -o -H newc --quiet) >"$work/initramfs"
+}
+
+# emulate WORK KERNEL ACCELERATOR [ARGUMENT]: prints what the guest says; QEMU's exit status.
+emulate() {
+    local work=$1 kernel=$2 code=0
+    timeout "$limit" qemu-system-x86_64 -machine pc -accel "$3" -smp 2 -m 512 \
+        -nodefaults -no-reboot -display none -device isa-debug-exit,iobase=0xf4,iosize=0x04 \
+        -serial file:"$work/kernel.log" -serial stdio </dev/null 2>"$work/qemu.log" \
+        -kernel "$kernel/vmlinux" -initrd "$work/initramfs" \
+        -append "console=ttyS0 loglevel=5 panic=-1 oops=panic mitigations=off ${4:-}" |
+        tee "$work/output.log" || code=${PIPESTATUS[0]}
+    return "$code"
+}
+
+# kvm_works WORK KERNEL: whether a guest comes up; nested virtualisation may hang for ever.
+kvm_works() {
+    local work=$1 kernel=$2
+    [ "${SENSORHUB_KERNEL_ACCEL:-}" != tcg ] && [ -r /dev/kvm ] && [ -w /dev/kvm ] || return 1
+    if [ ! -f "$cache/kvm" ]; then
+        limit=15 emulate "$work" "$kernel" kvm guest_only_starts >/dev/null || true
+        grep -q '^guest: up' "$work/output.log" && echo yes >"$cache/kvm" || echo no >"$cache/kvm"
+    fi
+    grep -q yes "$cache/kvm"
+}
+
+# boot WORK KERNEL: prints what the guest's script prints; its exit status, or 4.
+boot() {
+    local work=$1 kernel=$2 accel=tcg,thread=multi code=0 status
+    ! kvm_works "$work" "$kernel" || accel=kvm
+    emulate "$work" "$kernel" "$accel" || code=$?
+    # QEMU ends with twice the status and one more. A panic ends it with 0, and a status alone may
+    # come from anywhere: the marker has to be there, too.
+    status=$(sed -n 's/^guest: exit status \([0-9]*\)$/\1/p' "$work/output.log" | tail -1)
+    if [ -z "$status" ] || [ "$code" -ne $((status * 2 + 1)) ]; then
+        cat "$work/qemu.log" "$work/kernel.log"
+        echo "kernel-guest: the guest did not come to its end (QEMU's status $code)" >&2
+        return 4
+    fi
+    return "$status"
+}
+
+[ $# -ge 2 ] || fail "usage: kernel-guest.sh WORK_DIRECTORY SCRIPT PROGRAM..."
+[ "$(dpkg --print-architecture)" = amd64 ] || fail "this needs an amd64 host"
+mkdir -p "$1"
+work=$(cd "$1" && pwd)
+script=$2
+shift 2
+"$root/scripts/install-packages.sh" qemu-system-x86 busybox-static cpio xz-utils make gcc-12 \
+    libelf1 binutils
+version=$(apt-cache depends linux-image-amd64 2>/dev/null |
+    sed -n 's/.*Depends: linux-image-\(.*\)/\1/p')
+if [ -z "$version" ]; then # no package lists: what was fetched before will do
+    version=$(cd "$cache" 2>/dev/null && find . -path '*/vmlinux' | cut -d/ -f2 | sort -V | tail -1)
+fi
+[ -n "$version" ] || fail "apt knows no linux-image-amd64; run apt-get update"
+[ -f "$cache/$version/vmlinux" ] || fetch "$version"
+build_module "$work" "$cache/$version/usr/src/linux-headers-$version"
+pack "$work" "$cache/$version" "$script" "$@"
+status=0
+boot "$work" "$cache/$version" || status=$?
+if grep -E 'BUG|WARNING|Oops|Call Trace' "$work/kernel.log"; then
+    echo "kernel-guest: the kernel complained" >&2
+    exit 3
+fi
+exit "$status"

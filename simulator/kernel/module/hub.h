@@ -1,0 +1,41 @@
+/* SPDX-License-Identifier: GPL-2.0 */
+#ifndef HUB_H
+#define HUB_H
+
+#include <linux/types.h>
+
+#include "hub_uapi.h"
+
+struct class;
+struct device;
+
+/* hub_iio.c: the devices. All may sleep. */
+int hub_iio_init(void);
+void hub_iio_exit(void);
+int hub_iio_add(struct hub_device *device);
+int hub_iio_remove(int handle);
+void hub_iio_remove_all(void);
+int hub_iio_push(int handle, const void *records, unsigned int count);
+int hub_iio_stream(const struct hub_stream *stream, const void *record);
+int hub_iio_record_size(int handle);
+
+/* A handle stays known when its device is unplugged: the hub goes on answering. */
+bool hub_iio_known(int handle);
+void hub_iio_set_enabled(int handle, bool enabled);
+void hub_iio_set_rate(int handle, s64 period_ns, s64 latency_ns);
+void hub_iio_state(struct hub_state *state);
+
+/* hub_nodes.c: class files and character devices other than the control device. */
+int hub_nodes_init(void);
+void hub_nodes_exit(void);
+int hub_nodes_set_file(enum hub_node node, const void *data, size_t size);
+void hub_nodes_reset(void);
+
+/* hub_control.c: the control device, the requests kept for it, and the faults that it set. */
+int hub_control_init(void);
+void hub_control_exit(void);
+void hub_keep(const struct hub_request *request, const void *bytes);
+/* The errno with which this call is to fail, as a negative number, or 0. */
+int hub_take_fault(enum hub_node node, int handle);
+
+#endif

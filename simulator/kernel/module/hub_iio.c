@@ -1,0 +1,442 @@
+// SPDX-License-Identifier: GPL-2.0
+/*
+ * One IIO device per sensor. The bytes of a record are split into equal channels that are all on, so
+ * that one datum of the kfifo is exactly one record and user space writes only length and enable.
+ */
+#include <linux/bitmap.h>
+#include <linux/hrtimer.h>
+#include <linux/iio/buffer.h>
+#include <linux/iio/buffer_impl.h>
+#include <linux/iio/iio.h>
+#include <linux/iio/kfifo_buf.h>
+#include <linux/minmax.h>
+#include <linux/module.h>
+#include <linux/mutex.h>
+#include <linux/slab.h>
+#include <linux/spinlock.h>
+#include <asm/unaligned.h>
+
+#include "hub.h"
+
+/* A late tick makes up for what it missed, but not for more than this. */
+#define MAX_CATCH_UP 1000
+
+struct hub_iio {
+	struct iio_dev *indio_dev;
+	struct iio_buffer *buffer;
+	struct iio_chan_spec *channels;
+	unsigned long *masks;	/* all channels, and the empty mask that ends the list */
+	unsigned int masklength;
+	unsigned int record_size;
+	int handle;
+
+	spinlock_t lock;	/* guards all that follows, and each push */
+	bool buffer_on;
+	u64 taken;
+	u64 refused;
+	struct hrtimer timer;
+	ktime_t period;
+	unsigned int per_tick;
+	unsigned int stamp_offset;
+	u64 sent;
+	u64 streaming;
+	u8 template[HUB_MAX_RECORD];
+};
+
+struct hub_sensor {
+	bool known;
+	struct hub_iio *iio;
+	int enabled;
+	s64 period_ns;
+	s64 latency_ns;
+};
+
+static DEFINE_MUTEX(sensors_lock);	/* guards the table; taken before a device's own locks */
+static struct hub_sensor sensors[HUB_HANDLES];
+static struct device *parent;
+
+static struct hub_iio *hub_iio_of(struct iio_dev *indio_dev)
+{
+	return *(struct hub_iio **)iio_priv(indio_dev);
+}
+
+/* Called with the device's lock held. */
+static bool push_locked(struct hub_iio *iio, const void *record)
+{
+	bool taken = iio->buffer_on && iio_push_to_buffers(iio->indio_dev, record) == 0;
+
+	if (taken)
+		iio->taken++;
+	else
+		iio->refused++;
+	return taken;
+}
+
+static enum hrtimer_restart hub_iio_tick(struct hrtimer *timer)
+{
+	struct hub_iio *iio = container_of(timer, struct hub_iio, timer);
+	enum hrtimer_restart again;
+	unsigned long flags;
+	u64 due;
+
+	spin_lock_irqsave(&iio->lock, flags);
+	due = min_t(u64, hrtimer_forward_now(timer, iio->period), MAX_CATCH_UP) * iio->per_tick;
+	due = min(due, iio->streaming);
+	iio->streaming -= due;
+	for (; due > 0; due--) {
+		put_unaligned_le64(++iio->sent, iio->template + iio->stamp_offset);
+		push_locked(iio, iio->template);
+	}
+	again = iio->streaming ? HRTIMER_RESTART : HRTIMER_NORESTART;
+	spin_unlock_irqrestore(&iio->lock, flags);
+	return again;
+}
+
+static void note_buffer(struct hub_iio *iio, bool on, int error)
+{
+	struct hub_request request = {
+		.node = HUB_NODE_BUFFER,
+		.handle = iio->handle,
+		.error = -error,
+		.flag = on,
+	};
+
+	hub_keep(&request, NULL);
+}
+
+static int hub_iio_preenable(struct iio_dev *indio_dev)
+{
+	struct hub_iio *iio = hub_iio_of(indio_dev);
+	int ret = hub_take_fault(HUB_NODE_BUFFER, iio->handle);
+
+	if (ret)
+		note_buffer(iio, true, ret);
+	return ret;
+}
+
+static int hub_iio_postenable(struct iio_dev *indio_dev)
+{
+	struct hub_iio *iio = hub_iio_of(indio_dev);
+
+	spin_lock_irq(&iio->lock);
+	iio->buffer_on = true;
+	spin_unlock_irq(&iio->lock);
+	note_buffer(iio, true, 0);
+	return 0;
+}
+
+/* The core takes the buffer off its list behind this: nothing may be pushed any more. */
+static int hub_iio_predisable(struct iio_dev *indio_dev)
+{
+	struct hub_iio *iio = hub_iio_of(indio_dev);
+
+	spin_lock_irq(&iio->lock);
+	iio->buffer_on = false;
+	spin_unlock_irq(&iio->lock);
+	note_buffer(iio, false, 0);
+	return 0;
+}
+
+static const struct iio_buffer_setup_ops hub_iio_setup_ops = {
+	.preenable = hub_iio_preenable,
+	.postenable = hub_iio_postenable,
+	.predisable = hub_iio_predisable,
+};
+
+static const struct iio_info hub_iio_info = {};
+
+/* Widest channels first: what fits eight-byte channels needs the fewest of them. */
+static int make_channels(struct hub_iio *iio)
+{
+	unsigned int width = 8;
+	unsigned int i;
+
+	while (iio->record_size % width)
+		width /= 2;
+	iio->masklength = iio->record_size / width;
+	iio->channels = kcalloc(iio->masklength, sizeof(*iio->channels), GFP_KERNEL);
+	iio->masks = kcalloc(2 * BITS_TO_LONGS(iio->masklength), sizeof(long), GFP_KERNEL);
+	if (!iio->channels || !iio->masks)
+		return -ENOMEM;
+	bitmap_fill(iio->masks, iio->masklength);
+	for (i = 0; i < iio->masklength; i++) {
+		struct iio_chan_spec *channel = &iio->channels[i];
+
+		channel->type = IIO_COUNT;
+		channel->indexed = 1;
+		channel->channel = i;
+		channel->scan_index = i;
+		channel->scan_type.sign = 'u';
+		channel->scan_type.realbits = width * 8;
+		channel->scan_type.storagebits = width * 8;
+		channel->scan_type.endianness = IIO_LE;
+	}
+	return 0;
+}
+
+static void free_iio(struct hub_iio *iio)
+{
+	if (iio->buffer)
+		iio_kfifo_free(iio->buffer);
+	if (iio->indio_dev)
+		iio_device_free(iio->indio_dev);
+	kfree(iio->masks);
+	kfree(iio->channels);
+	kfree(iio);
+}
+
+static struct hub_iio *make_iio(const struct hub_device *device)
+{
+	struct iio_dev *indio_dev;
+	struct hub_iio *iio;
+	char *name;
+	int ret;
+
+	iio = kzalloc(sizeof(*iio), GFP_KERNEL);
+	if (!iio)
+		return ERR_PTR(-ENOMEM);
+	iio->handle = device->handle;
+	iio->record_size = device->record_size;
+	spin_lock_init(&iio->lock);
+	hrtimer_init(&iio->timer, CLOCK_MONOTONIC, HRTIMER_MODE_REL);
+	iio->timer.function = hub_iio_tick;
+	ret = make_channels(iio);
+	if (ret)
+		goto err;
+
+	/* The name lives as long as the device, which open descriptors keep. */
+	ret = -ENOMEM;
+	indio_dev = iio_device_alloc(parent, sizeof(iio) + HUB_NAME_SIZE);
+	if (!indio_dev)
+		goto err;
+	iio->indio_dev = indio_dev;
+	*(struct hub_iio **)iio_priv(indio_dev) = iio;
+	name = (char *)iio_priv(indio_dev) + sizeof(iio);
+	strscpy(name, device->name, HUB_NAME_SIZE);
+	indio_dev->name = name;
+	indio_dev->info = &hub_iio_info;
+	indio_dev->channels = iio->channels;
+	indio_dev->num_channels = iio->masklength;
+	indio_dev->available_scan_masks = iio->masks;
+	indio_dev->setup_ops = &hub_iio_setup_ops;
+	indio_dev->modes = INDIO_BUFFER_SOFTWARE;
+
+	iio->buffer = iio_kfifo_allocate();
+	if (!iio->buffer)
+		goto err;
+	ret = iio_device_attach_buffer(indio_dev, iio->buffer);
+	if (ret)
+		goto err;
+	ret = iio_device_register(indio_dev);
+	if (ret)
+		goto err;
+	bitmap_fill((unsigned long *)iio->buffer->scan_mask, iio->masklength);
+	return iio;
+
+err:
+	free_iio(iio);
+	return ERR_PTR(ret);
+}
+
+static struct hub_sensor *sensor_of(int handle)
+{
+	return handle >= 0 && handle < HUB_HANDLES ? &sensors[handle] : NULL;
+}
+
+static struct hub_iio *device_of(int handle)
+{
+	struct hub_sensor *sensor = sensor_of(handle);
+
+	return sensor ? sensor->iio : NULL;
+}
+
+int hub_iio_add(struct hub_device *device)
+{
+	struct hub_sensor *sensor = sensor_of(device->handle);
+	struct hub_iio *iio;
+	int ret = 0;
+
+	if (!sensor || !device->record_size || device->record_size > HUB_MAX_RECORD)
+		return -EINVAL;
+	mutex_lock(&sensors_lock);
+	if (sensor->iio) {
+		ret = -EEXIST;
+		goto out;
+	}
+	iio = make_iio(device);
+	if (IS_ERR(iio)) {
+		ret = PTR_ERR(iio);
+		goto out;
+	}
+	sensor->iio = iio;
+	sensor->known = true;
+	if (sscanf(dev_name(&iio->indio_dev->dev), "iio:device%d", &device->number) != 1)
+		device->number = -1;
+out:
+	mutex_unlock(&sensors_lock);
+	return ret;
+}
+
+static void unplug(struct hub_iio *iio)
+{
+	spin_lock_irq(&iio->lock);
+	iio->streaming = 0;
+	spin_unlock_irq(&iio->lock);
+	hrtimer_cancel(&iio->timer);
+	iio_device_unregister(iio->indio_dev);	/* switches the buffer off */
+	free_iio(iio);
+}
+
+int hub_iio_remove(int handle)
+{
+	struct hub_iio *iio;
+
+	mutex_lock(&sensors_lock);
+	iio = device_of(handle);
+	if (iio) {
+		unplug(iio);
+		sensors[handle].iio = NULL;
+	}
+	mutex_unlock(&sensors_lock);
+	return iio ? 0 : -ENODEV;
+}
+
+void hub_iio_remove_all(void)
+{
+	int handle;
+
+	mutex_lock(&sensors_lock);
+	for (handle = 0; handle < HUB_HANDLES; handle++) {
+		if (sensors[handle].iio)
+			unplug(sensors[handle].iio);
+	}
+	memset(sensors, 0, sizeof(sensors));
+	mutex_unlock(&sensors_lock);
+}
+
+int hub_iio_record_size(int handle)
+{
+	struct hub_iio *iio;
+	int size;
+
+	mutex_lock(&sensors_lock);
+	iio = device_of(handle);
+	size = iio ? iio->record_size : -ENODEV;
+	mutex_unlock(&sensors_lock);
+	return size;
+}
+
+int hub_iio_push(int handle, const void *records, unsigned int count)
+{
+	struct hub_iio *iio;
+	unsigned int i;
+	int taken = 0;
+
+	mutex_lock(&sensors_lock);
+	iio = device_of(handle);
+	if (!iio)
+		taken = -ENODEV;
+	for (i = 0; iio && i < count; i++) {
+		spin_lock_irq(&iio->lock);
+		taken += push_locked(iio, records + i * iio->record_size);
+		spin_unlock_irq(&iio->lock);
+	}
+	mutex_unlock(&sensors_lock);
+	return taken;
+}
+
+int hub_iio_stream(const struct hub_stream *stream, const void *record)
+{
+	struct hub_iio *iio;
+	int ret = 0;
+
+	mutex_lock(&sensors_lock);
+	iio = device_of(stream->handle);
+	if (!iio) {
+		ret = -ENODEV;
+		goto out;
+	}
+	spin_lock_irq(&iio->lock);
+	iio->streaming = 0;
+	spin_unlock_irq(&iio->lock);
+	hrtimer_cancel(&iio->timer);
+	if (!stream->count)
+		goto out;
+	if (!stream->period_ns || !stream->per_tick ||
+	    stream->stamp_offset + sizeof(u64) > iio->record_size) {
+		ret = -EINVAL;
+		goto out;
+	}
+	memcpy(iio->template, record, iio->record_size);
+	iio->period = ns_to_ktime(stream->period_ns);
+	iio->per_tick = stream->per_tick;
+	iio->stamp_offset = stream->stamp_offset;
+	iio->sent = 0;
+	iio->streaming = stream->count;
+	hrtimer_start(&iio->timer, iio->period, HRTIMER_MODE_REL);
+out:
+	mutex_unlock(&sensors_lock);
+	return ret;
+}
+
+bool hub_iio_known(int handle)
+{
+	struct hub_sensor *sensor = sensor_of(handle);
+	bool known;
+
+	mutex_lock(&sensors_lock);
+	known = sensor && sensor->known;
+	mutex_unlock(&sensors_lock);
+	return known;
+}
+
+void hub_iio_set_enabled(int handle, bool enabled)
+{
+	mutex_lock(&sensors_lock);
+	sensors[handle].enabled = enabled;
+	mutex_unlock(&sensors_lock);
+}
+
+void hub_iio_set_rate(int handle, s64 period_ns, s64 latency_ns)
+{
+	mutex_lock(&sensors_lock);
+	sensors[handle].period_ns = period_ns;
+	sensors[handle].latency_ns = latency_ns;
+	mutex_unlock(&sensors_lock);
+}
+
+void hub_iio_state(struct hub_state *state)
+{
+	struct hub_sensor *sensor = sensor_of(state->handle);
+	struct hub_iio *iio;
+
+	mutex_lock(&sensors_lock);
+	if (sensor) {
+		state->enabled = sensor->enabled;
+		state->period_ns = sensor->period_ns;
+		state->latency_ns = sensor->latency_ns;
+	}
+	iio = device_of(state->handle);
+	if (iio) {
+		spin_lock_irq(&iio->lock);
+		state->buffer_enabled = iio->buffer_on;
+		state->buffer_length = iio->buffer->length;
+		state->taken = iio->taken;
+		state->refused = iio->refused;
+		state->streaming = iio->streaming;
+		spin_unlock_irq(&iio->lock);
+	}
+	mutex_unlock(&sensors_lock);
+}
+
+int hub_iio_init(void)
+{
+	parent = root_device_register("sensor_hub");
+	return PTR_ERR_OR_ZERO(parent);
+}
+
+void hub_iio_exit(void)
+{
+	hub_iio_remove_all();
+	root_device_unregister(parent);
+}
