@@ -75,12 +75,15 @@ pack() {
     local work=$1 kernel=$2 script=$3 tree=$1/tree
     shift 3
     rm -rf "$tree"
-    mkdir -p "$tree"/{bin,dev,proc,sys,tmp,etc,lib64,data/vendor/sensorhub}
+    mkdir -p "$tree"/{bin,lib,lib64,dev,proc,sys,tmp,etc,data/vendor/sensorhub}
     cp "$(command -v busybox)" "$tree/bin/busybox"
     echo root:x:0:0::/:/bin/sh >"$tree/etc/passwd"
     local program
     for program in "$@"; do
-        strip -o "$tree/bin/${program##*/}" "$program"
+        case $program in
+            *.so) strip -o "$tree/lib/${program##*/}" "$program" ;;
+            *) strip -o "$tree/bin/${program##*/}" "$program" ;;
+        esac
         ldd "$program" | sed -n 's/.* => \(\/[^ ]*\).*/\1/p; s/^\t\(\/[^ ]*\).*/\1/p'
     done | sort -u >"$work/libraries"
     local library
@@ -88,7 +91,7 @@ pack() {
         # The loader has a fixed place.
         case $library in
             /lib64/*) cp -L "$library" "$tree/lib64" ;;
-            *) mkdir -p "$tree/lib" && cp -L "$library" "$tree/lib" ;;
+            *) cp -L "$library" "$tree/lib" ;;
         esac
     done <"$work/libraries"
     cp "$kernel/industrialio.ko" "$kernel/kfifo_buf.ko" "$work/sensor_hub.ko" "$tree/lib"

@@ -1,0 +1,29 @@
+#!/bin/bash
+# Runs the tests that need real IIO devices, in a guest with the distribution's stock kernel:
+# kernel-test.sh [BUILD_DIRECTORY [GOOGLETEST OPTIONS...]]
+# See kernel-guest.sh for what is fetched, and where it is kept.
+set -euo pipefail
+root=$(cd "$(dirname "$0")/.." && pwd)
+build=${1:-$root/build}
+shift || true
+"$root/scripts/install-packages.sh" g++ cmake ninja-build libgtest-dev
+[ -f "$build/CMakeCache.txt" ] || cmake -S "$root" -B "$build" -G Ninja >/dev/null
+cmake --build "$build" --parallel "$(nproc)" --target kernel_test -- --quiet
+
+work=$build/kernel
+mkdir -p "$work"
+{
+    echo "chmod 755 /"
+    printf 'exec kernel_test --gtest_color=no'
+    [ $# -eq 0 ] || printf " '%s'" "$@"
+    echo
+} >"$work/test-script"
+"$root/scripts/kernel-guest.sh" "$work" "$work/test-script" \
+    "$build/tests/kernel/kernel_test" "$build/subhal/libsensorhub_subhal.so" |
+    grep -vE '^\[( RUN  |----------)' && status=0 || status=${PIPESTATUS[0]}
+passed=$(sed -n 's/^\[  PASSED  \] \([0-9]*\) tests*.*/\1/p' "$work/output.log")
+if [ "$status" -eq 0 ] && [ "${passed:-0}" -eq 0 ]; then
+    echo "kernel-test: no test has run" >&2
+    exit 1
+fi
+exit "$status"

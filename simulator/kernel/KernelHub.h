@@ -1,0 +1,84 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "simulator/DeviceProfile.h"
+#include "simulator/kernel/module/hub_uapi.h"
+
+namespace simulator {
+
+/** One thing that was asked of the module. */
+struct KernelRequest {
+    hub_node node = HUB_NODE_ENABLE;
+    int handle = -1;      ///< -1 when there is none or it could not be told
+    int error = 0;        ///< errno of the refusal, 0 when accepted
+    uint32_t number = 0;  ///< of an ioctl; of a write to shub_file, the file position
+    bool on = false;      ///< enable files and buffers
+    std::string bytes;    ///< what was written, or the record handed to the ioctl
+};
+
+/**
+ * The simulated hub as a kernel module, seen from the program that plays its hardware. One at a
+ * time: it starts from nothing, and leaves nothing behind.
+ */
+class KernelHub {
+  public:
+    using Milliseconds = std::chrono::milliseconds;
+
+    KernelHub();
+    ~KernelHub();
+    KernelHub(const KernelHub&) = delete;
+    KernelHub& operator=(const KernelHub&) = delete;
+
+    /** False when the module is not there. */
+    bool ok() const { return mFd >= 0; }
+
+    // Devices. -------------------------------------------------------------------------------
+
+    /** The device's number, or a negative errno. */
+    int addDevice(int handle, const std::string& name, size_t recordSize);
+    /** Writes the specification file of these sensors and adds their devices, the hub's own two
+     *  among them. A size in `recordSizes` replaces a handle's usual one. */
+    bool addSensors(const std::vector<SensorSpec>& sensors,
+                    const std::map<int, size_t>& recordSizes = {});
+    bool unplug(int handle);
+
+    int number(int handle) const;
+    /** "/dev/iio:deviceN" */
+    std::string devicePath(int handle) const;
+    /** "/sys/bus/iio/devices/iio:deviceN/" and `attribute`, for example "buffer/length". */
+    std::string attributePath(int handle, const std::string& attribute) const;
+    hub_state state(int handle) const;
+
+    // Records. -------------------------------------------------------------------------------
+
+    /** Records one behind the other; how many the device's buffer took, or a negative errno. */
+    int push(int handle, const std::string& records, size_t count = 1);
+    /**
+     * Pushes `count` copies of `record` at an even rate, `perTick` at a time, numbered from 1 in
+     * the eight bytes at `stampOffset`. A count of 0 ends a stream.
+     */
+    bool stream(int handle, const std::string& record, size_t stampOffset, uint64_t count,
+                std::chrono::nanoseconds period, unsigned perTick = 1);
+
+    // Files, faults and requests. ------------------------------------------------------------
+
+    bool setFile(hub_node node, const std::string& bytes);
+    bool fail(hub_node node, int error, int handle = -1, unsigned nth = 1, unsigned count = 1);
+
+    /** The next request; none on time-out, or when requests were lost. */
+    std::optional<KernelRequest> nextRequest(Milliseconds timeout = Milliseconds(0));
+    /** All requests that are there. */
+    std::vector<KernelRequest> takeRequests();
+
+  private:
+    int mFd = -1;
+    std::map<int, int> mNumbers;
+};
+
+}  // namespace simulator

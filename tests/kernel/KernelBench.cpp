@@ -1,0 +1,135 @@
+#include "tests/kernel/KernelBench.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <fstream>
+#include <thread>
+
+namespace kernel_tests {
+namespace {
+
+constexpr int kHousekeeping = 33;
+constexpr int64_t kSettleTime = int64_t{0x7E57} << 48;  // of no other record
+
+/** Waits in short steps for what nobody reports. */
+template <typename Condition>
+bool eventually(Condition condition) {
+    const auto end = std::chrono::steady_clock::now() + kPatience;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > end) return false;
+        usleep(500);
+    }
+    return true;
+}
+
+}  // namespace
+
+std::string axesRecord(uint64_t timestamp, int16_t x) {
+    return simulator::RecordBuilder().i16(x).i16(-2).i16(3).u64(timestamp).bytes();
+}
+
+std::vector<simulator::SensorSpec> sensorsOf(const std::vector<int>& handles) {
+    std::vector<simulator::SensorSpec> chosen;
+    for (const simulator::SensorSpec& spec : simulator::standardCatalogue()) {
+        if (std::count(handles.begin(), handles.end(), spec.handle) != 0) chosen.push_back(spec);
+    }
+    EXPECT_EQ(chosen.size(), handles.size());
+    return chosen;
+}
+
+KernelBench::KernelBench(const std::vector<int>& handles,
+                         const std::map<int, size_t>& recordSizes) {
+    EXPECT_TRUE(mHub.addSensors(sensorsOf(handles), recordSizes));
+    load();
+}
+
+KernelBench::~KernelBench() {
+    unload();
+}
+
+void KernelBench::load() {
+    mProxy = new host_proxy::HalProxyCallback([this](const std::vector<Event>& events, bool lock) {
+        const std::lock_guard<std::mutex> guard(mMutex);
+        for (const Event& event : events)
+            mPosted.push_back({event, lock, events.size()});
+        mChanged.notify_all();
+    });
+    mLibrary.emplace(SENSORHUB_LIBRARY);
+    if (mLibrary->subHal() == nullptr) {
+        ADD_FAILURE() << mLibrary->error();
+        abort();
+    }
+    const android::sp<android::hardware::sensors::V2_0::implementation::IHalProxyCallback>
+        callback = mProxy;
+    EXPECT_EQ(hal().initialize(callback), Result::OK);
+}
+
+void KernelBench::unload() {
+    if (!mLibrary) return;
+    // The poll thread sees its stop flag at the next record only.
+    std::atomic<bool> stop{false};
+    std::thread waker([&] {
+        while (!stop) {
+            mHub.push(kHousekeeping, std::string(11, '\0'));
+            usleep(1000);
+        }
+    });
+    EXPECT_TRUE(mLibrary->unload());
+    stop = true;
+    waker.join();
+    mLibrary.reset();
+    EXPECT_EQ(mProxy->wakelock().held(), 0);
+}
+
+void KernelBench::activate(int handle, bool on) {
+    EXPECT_EQ(hal().activate(handle, on), Result::OK) << handle;
+}
+
+std::vector<Posted> KernelBench::take(size_t count, std::chrono::milliseconds timeout) {
+    std::unique_lock<std::mutex> lock(mMutex);
+    mChanged.wait_for(lock, timeout, [&] { return mPosted.size() >= count; });
+    return std::exchange(mPosted, {});
+}
+
+std::vector<int64_t> KernelBench::times(size_t count, std::chrono::milliseconds timeout) {
+    std::vector<int64_t> times;
+    for (const Posted& posted : take(count, timeout))
+        times.push_back(posted.event.timestamp);
+    return times;
+}
+
+bool KernelBench::settle(int marker) {
+    for (int handle = 0; handle < HUB_HANDLES; ++handle) {
+        if (mHub.number(handle) >= 0 && !drained(handle)) return false;
+    }
+    // What is read but not yet posted is the poll thread's: this record comes behind it.
+    if (mHub.push(marker, axesRecord(static_cast<uint64_t>(kSettleTime))) != 1) return false;
+    std::unique_lock<std::mutex> lock(mMutex);
+    const auto isMarker = [](const Posted& posted) {
+        return posted.event.timestamp == kSettleTime;
+    };
+    auto found = mPosted.end();
+    mChanged.wait_for(lock, kPatience, [&] {
+        found = std::find_if(mPosted.begin(), mPosted.end(), isMarker);
+        return found != mPosted.end();
+    });
+    if (found == mPosted.end()) return false;
+    mPosted.erase(found);
+    return true;
+}
+
+bool KernelBench::drained(int handle) {
+    return eventually([&] { return attribute(handle, "buffer/data_available") == "0"; });
+}
+
+std::string KernelBench::attribute(int handle, const std::string& name) const {
+    std::ifstream file(mHub.attributePath(handle, name));
+    std::string text;
+    std::getline(file, text);
+    return text;
+}
+
+}  // namespace kernel_tests

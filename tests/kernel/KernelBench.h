@@ -1,0 +1,84 @@
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "simulator/kernel/KernelHub.h"
+#include "tests/support/LogCapture.h"
+#include "tools/proxy/HalProxyCallback.h"
+#include "tools/proxy/SubHalLibrary.h"
+
+namespace kernel_tests {
+
+using android::hardware::sensors::V1_0::Event;
+using android::hardware::sensors::V1_0::Result;
+using simulator::KernelHub;
+using simulator::KernelRequest;
+using testing_support::LogCapture;
+
+constexpr std::chrono::seconds kPatience{20};  // the guest is emulated, and its host is busy
+
+/** One event as the proxy got it. */
+struct Posted {
+    Event event;
+    bool wakelock;
+    size_t together;  // events in the same call
+};
+
+/** Fourteen bytes: three axes, never zero, and the time. */
+std::string axesRecord(uint64_t timestamp, int16_t x = 1);
+
+/** The shipped library on the real devices of a hub. */
+class KernelBench {
+  public:
+    /** @param recordSizes of handles whose records are not of the usual size */
+    explicit KernelBench(const std::vector<int>& handles,
+                         const std::map<int, size_t>& recordSizes = {});
+    /** A hub of which the library is loaded by load(). */
+    KernelBench() = default;
+    ~KernelBench();
+
+    void load();
+    void unload();
+
+    KernelHub& hub() { return mHub; }
+    android::hardware::sensors::V2_0::implementation::ISensorsSubHal& hal() {
+        return *mLibrary->subHal();
+    }
+    void activate(int handle, bool on = true);
+
+    /** Waits for `count` events more than were taken; fewer on time-out. */
+    std::vector<Posted> take(size_t count, std::chrono::milliseconds timeout = kPatience);
+    std::vector<Posted> take() { return take(0); }
+    /** Time stamps of what take() gives. */
+    std::vector<int64_t> times(size_t count, std::chrono::milliseconds timeout = kPatience);
+
+    /** Returns when the library has dealt with all that was pushed and is no one's to wait for:
+     *  `marker`'s device, which must be active, delivers a record pushed behind everything else. */
+    bool settle(int marker);
+    /** Waits until nothing of the device is queued. */
+    bool drained(int handle);
+
+    /** What the kernel says: the attribute's text without its newline. */
+    std::string attribute(int handle, const std::string& name) const;
+
+  private:
+    LogCapture mLog;
+    KernelHub mHub;
+    std::mutex mMutex;
+    std::condition_variable mChanged;
+    std::vector<Posted> mPosted;  // guarded by mMutex
+    android::sp<host_proxy::HalProxyCallback> mProxy;
+    std::optional<host_proxy::SubHalLibrary> mLibrary;
+};
+
+/** Sensors of the standard catalogue, described alike. */
+std::vector<simulator::SensorSpec> sensorsOf(const std::vector<int>& handles);
+
+}  // namespace kernel_tests
