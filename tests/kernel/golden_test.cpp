@@ -22,9 +22,10 @@ class RealPath final : public golden::RecordPath {
     }
 
     golden::Outcome pass(int handle, const std::string& record) override {
-        if (record.size() != mSize) rebuild(handle, record);
+        if (mHeard.empty() || record.size() != mHeard.back().size()) rebuild(record.size());
         golden::Outcome outcome;
-        deliver(handle, record);
+        deliver(record);
+        mHeard.push_back(record);
         for (const Posted& posted : mBench->take()) {
             EXPECT_EQ(posted.wakelock, mWakesUp);
             EXPECT_EQ(posted.together, 1U);
@@ -36,16 +37,15 @@ class RealPath final : public golden::RecordPath {
     }
 
   private:
-    void deliver(int handle, const std::string& record) {
-        EXPECT_EQ(mBench->hub().push(handle, record), 1);
+    void deliver(const std::string& record) {
+        EXPECT_EQ(mBench->hub().push(mRow.handle, record), 1);
         EXPECT_TRUE(mBench->settle(mMarker));
     }
 
-    /** A device keeps its length, so another one needs another device, and the library anew. */
-    void rebuild(int handle, const std::string& record) {
-        const bool isFirst = mSize == 0;
+    /** A device keeps its records' length, so another one needs another device, and the library
+     *  anew. The driver hears again what it has heard: some log only their first values. */
+    void rebuild(size_t size) {
         mBench.reset();
-        mSize = record.size();
         mBench = std::make_unique<KernelBench>();
         simulator::SensorSpec spec;
         spec.handle = mRow.handle;
@@ -56,13 +56,16 @@ class RealPath final : public golden::RecordPath {
         simulator::SensorSpec marker = spec;
         marker.handle = mMarker;
         marker.wakeUp = false;
-        ASSERT_TRUE(mBench->hub().addSensors({spec, marker}, {{mRow.handle, mSize}}));
+        ASSERT_TRUE(mBench->hub().addSensors({spec, marker}, {{mRow.handle, size}}));
         mBench->load();
         mBench->activate(mMarker);
         mBench->activate(mRow.handle);
         mIsOneShot = (mRow.addedFlags & 6) == 4;
         EXPECT_TRUE(mBench->settle(mMarker));   // the poll thread has said that it runs
-        if (!isFirst) deliver(handle, record);  // the row's driver has had its first record before
+        for (std::string heard : mHeard) {
+            heard.resize(size);
+            deliver(heard);
+        }
         mBench->take();
         LogCapture::take();
     }
@@ -84,7 +87,7 @@ class RealPath final : public golden::RecordPath {
     int mMarker;  // a sensor that is not the row's
     bool mWakesUp;
     bool mIsOneShot = false;
-    size_t mSize = 0;
+    std::vector<std::string> mHeard;
     std::unique_ptr<KernelBench> mBench;
 };
 
