@@ -20,7 +20,7 @@ mkdir -p "$work"
 } >"$work/test-script"
 "$root/scripts/kernel-guest.sh" "$work" "$work/test-script" \
     "$build/tests/kernel/kernel_test" "$build/subhal/libsensorhub_subhal.so" |
-    grep -vE '^\[( RUN  |----------)' && status=0 || status=${PIPESTATUS[0]}
+    grep --line-buffered -vE '^\[( RUN  |----------)' && status=0 || status=${PIPESTATUS[0]}
 passed=$(sed -n 's/^\[  PASSED  \] \([0-9]*\) tests*.*/\1/p' "$work/output.log")
 if [ "$status" -eq 0 ] && [ "${passed:-0}" -eq 0 ]; then
     echo "kernel-test: no test has run" >&2

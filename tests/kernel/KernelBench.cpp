@@ -50,25 +50,34 @@ KernelBench::~KernelBench() {
     unload();
 }
 
-void KernelBench::load() {
-    mProxy = new host_proxy::HalProxyCallback([this](const std::vector<Event>& events, bool lock) {
-        const std::lock_guard<std::mutex> guard(mMutex);
-        for (const Event& event : events)
-            mPosted.push_back({event, lock, events.size()});
-        mChanged.notify_all();
-    });
+void KernelBench::load(bool initialized) {
+    mProxy = new host_proxy::HalProxyCallback(
+        [this](const std::vector<Event>& events, bool wakelock) { post(events, wakelock); });
     mLibrary.emplace(SENSORHUB_LIBRARY);
     if (mLibrary->subHal() == nullptr) {
         ADD_FAILURE() << mLibrary->error();
         abort();
     }
+    if (initialized) initialize();
+}
+
+void KernelBench::initialize() {
     const android::sp<android::hardware::sensors::V2_0::implementation::IHalProxyCallback>
         callback = mProxy;
     EXPECT_EQ(hal().initialize(callback), Result::OK);
 }
 
+void KernelBench::post(const std::vector<Event>& events, bool wakelock) {
+    std::unique_lock<std::mutex> lock(mMutex);
+    for (const Event& event : events)
+        mPosted.push_back({event, wakelock, events.size()});
+    mChanged.notify_all();
+    mChanged.wait(lock, [this] { return !mHeld; });
+}
+
 void KernelBench::unload() {
     if (!mLibrary) return;
+    release();
     // The poll thread sees its stop flag at the next record only.
     std::atomic<bool> stop{false};
     std::thread waker([&] {
@@ -101,11 +110,7 @@ std::vector<int64_t> KernelBench::times(size_t count, std::chrono::milliseconds 
     return times;
 }
 
-bool KernelBench::settle(int marker) {
-    for (int handle = 0; handle < HUB_HANDLES; ++handle) {
-        if (mHub.number(handle) >= 0 && !drained(handle)) return false;
-    }
-    // What is read but not yet posted is the poll thread's: this record comes behind it.
+bool KernelBench::passOnce(int marker) {
     if (mHub.push(marker, axesRecord(static_cast<uint64_t>(kSettleTime))) != 1) return false;
     std::unique_lock<std::mutex> lock(mMutex);
     const auto isMarker = [](const Posted& posted) {
@@ -119,6 +124,31 @@ bool KernelBench::settle(int marker) {
     if (found == mPosted.end()) return false;
     mPosted.erase(found);
     return true;
+}
+
+bool KernelBench::pass(int marker) {
+    return passOnce(marker) && passOnce(marker);
+}
+
+bool KernelBench::settle(int marker) {
+    for (int handle = 0; handle < HUB_HANDLES; ++handle) {
+        if (mHub.number(handle) >= 0 && !drained(handle)) return false;
+    }
+    return passOnce(marker);  // what is read but not yet posted is the poll thread's
+}
+
+bool KernelBench::hold(int marker) {
+    {
+        const std::lock_guard<std::mutex> lock(mMutex);
+        mHeld = true;
+    }
+    return passOnce(marker);
+}
+
+void KernelBench::release() {
+    const std::lock_guard<std::mutex> lock(mMutex);
+    mHeld = false;
+    mChanged.notify_all();
 }
 
 bool KernelBench::drained(int handle) {

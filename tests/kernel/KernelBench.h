@@ -44,7 +44,9 @@ class KernelBench {
     KernelBench() = default;
     ~KernelBench();
 
-    void load();
+    /** @param initialize hands the proxy's callback over; until then the library posts nothing */
+    void load(bool initialize = true);
+    void initialize();
     void unload();
 
     KernelHub& hub() { return mHub; }
@@ -59,21 +61,31 @@ class KernelBench {
     /** Time stamps of what take() gives. */
     std::vector<int64_t> times(size_t count, std::chrono::milliseconds timeout = kPatience);
 
-    /** Returns when the library has dealt with all that was pushed and is no one's to wait for:
-     *  `marker`'s device, which must be active, delivers a record pushed behind everything else. */
+    /** Delivers a record of three axes on a device that is active, and again, so that the poll
+     *  thread has looked at every device since the call. */
+    bool pass(int marker);
+    /** Returns when the library has dealt with all that was pushed. */
     bool settle(int marker);
     /** Waits until nothing of the device is queued. */
     bool drained(int handle);
+    /** Keeps the poll thread inside the proxy's callback, with a marker's record, until release().
+     */
+    bool hold(int marker);
+    void release();
 
     /** What the kernel says: the attribute's text without its newline. */
     std::string attribute(int handle, const std::string& name) const;
 
   private:
+    void post(const std::vector<Event>& events, bool wakelock);
+    bool passOnce(int marker);
+
     LogCapture mLog;
     KernelHub mHub;
     std::mutex mMutex;
     std::condition_variable mChanged;
     std::vector<Posted> mPosted;  // guarded by mMutex
+    bool mHeld = false;           // guarded by mMutex
     android::sp<host_proxy::HalProxyCallback> mProxy;
     std::optional<host_proxy::SubHalLibrary> mLibrary;
 };

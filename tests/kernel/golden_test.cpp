@@ -21,7 +21,7 @@ class RealPath final : public golden::RecordPath {
         mWakesUp = row.plainIsWakeUp || (row.addedFlags & 1) != 0;
     }
 
-    golden::Outcome pass(int handle, const std::string& record) override {
+    golden::Outcome pass(int, const std::string& record) override {
         if (mHeard.empty() || record.size() != mHeard.back().size()) rebuild(record.size());
         golden::Outcome outcome;
         deliver(record);
@@ -61,7 +61,7 @@ class RealPath final : public golden::RecordPath {
         mBench->activate(mMarker);
         mBench->activate(mRow.handle);
         mIsOneShot = (mRow.addedFlags & 6) == 4;
-        EXPECT_TRUE(mBench->settle(mMarker));   // the poll thread has said that it runs
+        EXPECT_TRUE(mBench->settle(mMarker));  // the poll thread has said that it runs
         for (std::string heard : mHeard) {
             heard.resize(size);
             deliver(heard);
