@@ -321,6 +321,7 @@ TEST_P(Rates, ReceivedIsTaken) {
         EXPECT_EQ(bench.hal().batch(handle, 5000000, load.batched ? 100000000 : 0), Result::OK);
         bench.activate(handle);
     }
+    ASSERT_TRUE(bench.settle(load.handles[0]));
     LogCapture::take();
     for (const int handle : load.handles)
         ASSERT_TRUE(

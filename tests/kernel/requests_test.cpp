@@ -136,8 +136,6 @@ TEST_F(Requests, FileManagerAndDumps) {
     command(0xFB, 2, 0);
     expectNext(HUB_NODE_FILE_MANAGER, "\2\0\0\0\0"s, static_cast<uint32_t>(path.size()));
     EXPECT_NE(access(path.c_str(), F_OK), 0);
-    mBench.hub().setFile(HUB_NODE_FILE_MANAGER, path + "," + std::string(HUB_MAX_FILE, '9'));
-    command(0xFB, 0, 0);
 
     std::string dump;
     for (int i = 0; i < HUB_MAX_FILE; ++i)

@@ -372,6 +372,8 @@ int hub_iio_stream(const struct hub_stream *stream, const void *record)
 	iio->per_tick = stream->per_tick;
 	iio->stamp_offset = stream->stamp_offset;
 	iio->sent = 0;
+	iio->taken = 0;
+	iio->refused = 0;
 	iio->streaming = stream->count;
 	hrtimer_start(&iio->timer, iio->period, HRTIMER_MODE_REL);
 out:

@@ -39,11 +39,11 @@ static DEFINE_MUTEX(rear_lock);
 
 static ssize_t refuse_or_keep(struct hub_request *request, const void *bytes, int error)
 {
-	ssize_t result = error ? error : request->size;
-
 	request->error = -error;
 	hub_keep(request, bytes);
-	return result;
+	if (error)
+		return error;
+	return request->size;
 }
 
 /* Value of a plain decimal without sign, spaces or leading zeros; -1 for anything else. */

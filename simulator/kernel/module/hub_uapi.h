@@ -74,8 +74,8 @@ struct hub_state {
 	__u32 buffer_length;
 	__s64 period_ns;
 	__s64 latency_ns;
-	__u64 taken;		/* records that the buffer took */
-	__u64 refused;		/* records that found it full or off */
+	__u64 taken;		/* records that the buffer took since a stream was last begun */
+	__u64 refused;		/* records that found it full or off since then */
 	__u64 streaming;	/* records that a stream has still to send */
 };
 
