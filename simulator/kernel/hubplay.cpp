@@ -1,0 +1,74 @@
+// Plays the hub's hardware on a machine with the module: the standard catalogue's sensors, whose
+// signals follow what is asked of the hub. Says when it is ready and what it is told.
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include "simulator/SignalGenerator.h"
+#include "simulator/World.h"
+#include "simulator/kernel/KernelHub.h"
+
+namespace {
+
+using simulator::KernelHub;
+using simulator::KernelRequest;
+using simulator::SignalGenerator;
+
+constexpr size_t kBatchTimeout = 0;  // offsets in the record of a batch request
+constexpr size_t kBatchPeriod = 8;
+
+int64_t int64At(const std::string& bytes, size_t offset) {
+    int64_t value = 0;
+    bytes.copy(reinterpret_cast<char*>(&value), sizeof(value), offset);
+    return value;
+}
+
+void follow(SignalGenerator& generator, const KernelRequest& request) {
+    if (request.error != 0) return;
+    switch (request.node) {
+        case HUB_NODE_ENABLE:
+            generator.setEnabled(request.handle, request.on);
+            break;
+        case HUB_NODE_BATCH:
+            generator.setRate(request.handle, int64At(request.bytes, kBatchPeriod),
+                              int64At(request.bytes, kBatchTimeout));
+            break;
+        case HUB_NODE_FLUSH:
+            generator.flush(request.handle);
+            break;
+        case HUB_NODE_MESSAGE:
+            std::printf("hubplay: message of %zu bytes: %s\n", request.bytes.size(),
+                        request.bytes.c_str());
+            break;
+        default:
+            break;
+    }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    std::setvbuf(stdout, nullptr, _IOLBF, 0);
+    KernelHub hub;
+    if (!hub.ok()) {
+        std::perror("hubplay: " HUB_CONTROL_DEVICE);
+        return 1;
+    }
+    const auto sensors = simulator::standardCatalogue();
+    if (!hub.addSensors(sensors) || !hub.setFile(HUB_NODE_REAR_DATA, "-2,-2\n")) {
+        std::perror("hubplay: cannot set the hub up");
+        return 1;
+    }
+    const uint64_t seed = argc > 1 ? std::strtoull(argv[1], nullptr, 10) : 1;
+    SignalGenerator generator(
+        simulator::World(seed),
+        [&hub](int handle, const std::string& record) { hub.push(handle, record); });
+    for (const auto& spec : sensors)
+        generator.addSensor(*simulator::findProfile(spec.handle), spec);
+    std::printf("hubplay: %zu sensors\n", sensors.size());
+    for (;;) {
+        if (const auto request = hub.nextRequest(std::chrono::hours(1)))
+            follow(generator, *request);
+    }
+}
