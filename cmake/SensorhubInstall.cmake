@@ -34,11 +34,14 @@ function(installed_includes target folder)
     target_include_directories(${target} INTERFACE $<INSTALL_INTERFACE:${folder}>)
 endfunction()
 installed_includes(platform_standin ${private_includedir}/platform)
-installed_includes(simulator_model ${private_includedir})
-installed_includes(simulator ${private_includedir})
+set(simulator_archives simulator_model file_redirection simulator)
+foreach(archive ${simulator_archives})
+    installed_includes(${archive} ${private_includedir})
+endforeach()
 
 set_target_properties(sensorhub_subhal PROPERTIES INSTALL_RPATH "$ORIGIN" EXPORT_NAME subhal)
-install(TARGETS sensorhub_subhal platform_standin platform simulator_model simulator EXPORT sensorhub_simulator
+install(TARGETS sensorhub_subhal platform_standin platform ${simulator_archives}
+        EXPORT sensorhub_simulator
         LIBRARY DESTINATION ${private_libdir}
         ARCHIVE DESTINATION ${private_libdir})
 install(EXPORT sensorhub_simulator NAMESPACE sensorhub:: DESTINATION ${package_cmakedir})
