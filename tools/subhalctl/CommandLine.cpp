@@ -98,6 +98,7 @@ void addGlobalOptions(CLI::App& app, GlobalOptions& options) {
     app.add_option("--seed", options.hub.seed, "Seed of the simulated signals")
         ->check(number(0, kLargestCount))
         ->capture_default_str();
+    app.add_flag("--still", options.hub.still, "The simulated device lies on a table, untouched");
     app.add_option("--chips", options.hub.chips,
                    "Another catalogue for the simulated hub: a device's sensor_spec, or JSON as in "
                    "the manual")

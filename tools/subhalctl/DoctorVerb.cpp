@@ -165,7 +165,7 @@ class Doctor {
     void checkNodes();
     void checkNode(const char* path, int flags, const char* lost, bool needed);
     void checkEither(const char* path, const char* other, const char* lost);
-    void checkDumpDirectory();
+    void checkDataDirectory();
     void checkProperties();
     void checkRecord(size_t index, const SpecRecord& record);
     void checkFigures(const std::string& subject, const SpecRecord& record, uint32_t mode);
@@ -285,27 +285,27 @@ void Doctor::checkNodes() {
     checkNode(kEnablePath, O_RDWR, "no sensor can be switched on", true);
     checkNode(kFlushPath, O_WRONLY, "no sensor can be flushed", true);
     checkNode(kBatchPath, O_RDONLY, "no rate can be set", true);
-    checkEither(kInjectionPath, kOtherInjectionPath, "nothing can be injected");
+    checkEither(kShubInjectionPath, kHbxInjectionPath, "nothing can be injected");
     checkEither(kMessagePath, kOtherMessagePath, "the hub's contexts get no messages");
     checkNode(kContextListPath, O_RDONLY, "the hub's contexts are not announced", false);
     checkNode(kFileManagerPath, O_RDWR, "the hub cannot use files of the host", false);
     checkNode(kDumpPath, O_RDONLY, "dumps of the hub stay empty", false);
     if (mHandles.count(37) != 0) {
-        checkNode(kRearLightDataPath, O_RDONLY, "no help from the rear light sensor", false);
-        checkNode(kRearLightEnablePath, O_WRONLY, "no help from the rear light sensor", false);
+        checkNode(kRearDataPath, O_RDONLY, "no help from the rear light sensor", false);
+        checkNode(kRearEnablePath, O_WRONLY, "no help from the rear light sensor", false);
     }
     if (mHandles.count(kFlipCoverHandle) != 0) {
-        checkNode(kNfcCoverStatus, O_RDWR, "flip_cover_detector is left out of the list", true);
+        checkNode(kNfcCoverPath, O_RDWR, "flip_cover_detector is left out of the list", true);
     }
 }
 
-void Doctor::checkDumpDirectory() {
-    if (access(kDumpDirectory, W_OK | X_OK) == 0) {
-        return mFindings.ok(kDumpDirectory, modeOf(kDumpDirectory));
+void Doctor::checkDataDirectory() {
+    if (access(kDataDirectory, W_OK | X_OK) == 0) {
+        return mFindings.ok(kDataDirectory, modeOf(kDataDirectory));
     }
     const int error = errno;
     mFindings.fail(
-        kDumpDirectory, std::string(std::strerror(error)) + ", " + modeOf(kDumpDirectory),
+        kDataDirectory, std::string(std::strerror(error)) + ", " + modeOf(kDataDirectory),
         error == ENOENT ? "dumps are lost; neither the library nor the driver makes this "
                           "directory, the device's init script has to"
                         : "dumps are lost; the sensors service has to write into it");
@@ -523,7 +523,7 @@ ExitCode Doctor::run() {
     }
     checkLeftOver();
     checkNodes();
-    checkDumpDirectory();
+    checkDataDirectory();
     checkProperties();
     print("%zu sensors, %d failures, %d notes\n", mHandles.size(), mFindings.failures(),
           mFindings.notes());

@@ -323,6 +323,29 @@ class Loader {
     bool mEnded = false;
 };
 
+/** The last record before a sensor went off may have been read and then dropped, by a hair. */
+void dropUnposted(std::vector<Recording::Entry>* entries) {
+    using Kind = Recording::Entry::Kind;
+    std::map<int32_t, size_t> last;  // lines of records without an event so far, by handle
+    std::map<int32_t, size_t> late;  // the same, once the sensor is off
+    for (const Recording::Entry& entry : *entries) {
+        if (entry.kind == Kind::kRaw) {
+            last[entry.handle] = entry.line;
+        } else if (entry.kind == Kind::kEvent) {
+            last.erase(entry.handle);
+            late.erase(entry.handle);
+        } else if (entry.kind == Kind::kRequest && entry.request.what == "activate" &&
+                   !entry.request.enable && last.count(entry.handle) != 0) {
+            late[entry.handle] = last[entry.handle];
+        }
+    }
+    const auto isLate = [&](const Recording::Entry& entry) {
+        const auto found = late.find(entry.handle);
+        return entry.kind == Kind::kRaw && found != late.end() && entry.line >= found->second;
+    };
+    entries->erase(std::remove_if(entries->begin(), entries->end(), isLate), entries->end());
+}
+
 }  // namespace
 
 bool loadRecording(const std::string& path, Recording* recording) {
@@ -354,6 +377,7 @@ bool loadRecording(const std::string& path, Recording* recording) {
     std::stable_sort(
         recording->entries.begin(), recording->entries.end(),
         [](const auto& left, const auto& right) { return left.timeNs < right.timeNs; });
+    dropUnposted(&recording->entries);
     return true;
 }
 

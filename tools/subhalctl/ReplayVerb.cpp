@@ -31,7 +31,6 @@ class Replay {
     ExitCode run();
 
   private:
-    void findUnposted();
     void waitUntil(int64_t timeNs);
     void play(const Entry& entry);
     void playRequest(const Entry& entry);
@@ -42,7 +41,6 @@ class Replay {
 
     Proxy& mProxy;
     bool mFast;
-    std::set<size_t> mUnposted;           // lines of records that came too late to be posted
     std::vector<const Entry*> mFailures;  // calls that failed, of the next request
     std::map<int32_t, std::vector<const Entry*>> mExpected;
     std::map<int32_t, std::vector<ReceivedEvent>> mReceived;
@@ -56,25 +54,6 @@ std::string Replay::nameOf(int32_t handle) const {
         if (sensor.sensorHandle == handle) return typeName(sensor);
     }
     return "handle " + std::to_string(handle);
-}
-
-/** The last record before a sensor went off may have been read and then dropped, by a hair. */
-void Replay::findUnposted() {
-    std::map<int32_t, size_t> last;  // lines of records without an event so far, by handle
-    std::map<int32_t, size_t> late;  // the same, once the sensor is off
-    for (const Entry& entry : mProxy.recording().entries) {
-        if (entry.kind == Entry::Kind::kRaw) {
-            last[entry.handle] = entry.line;
-            late.erase(entry.handle);
-        } else if (entry.kind == Entry::Kind::kEvent) {
-            last.erase(entry.handle);
-            if (late.count(entry.handle) != 0) mUnposted.erase(late[entry.handle]);
-        } else if (entry.kind == Entry::Kind::kRequest && entry.request.what == "activate" &&
-                   !entry.request.enable && last.count(entry.handle) != 0) {
-            late[entry.handle] = last[entry.handle];
-            mUnposted.insert(last[entry.handle]);
-        }
-    }
 }
 
 void Replay::waitUntil(int64_t timeNs) {
@@ -122,7 +101,6 @@ void Replay::play(const Entry& entry) {
     switch (entry.kind) {
         case Entry::Kind::kRaw:
             waitUntil(entry.timeNs);
-            if (mUnposted.count(entry.line) != 0) return;
             if (mFast) setHubClock(entry.timeNs, false);
             if (!mProxy.hub()->push(entry.handle, entry.bytes)) {
                 differ(entry.line, "the library did not take a record of " + nameOf(entry.handle));
@@ -180,7 +158,6 @@ void Replay::compare(int32_t handle) {
 }
 
 ExitCode Replay::run() {
-    findUnposted();
     const auto& entries = mProxy.recording().entries;
     Progress progress(!mProxy.options().quiet);
     size_t done = 0;

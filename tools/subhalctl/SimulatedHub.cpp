@@ -10,7 +10,6 @@
 
 #include "tools/subhalctl/HubFault.h"
 #include "tools/subhalctl/Json.h"
-#include "tools/subhalctl/KnownSensors.h"
 #include "tools/subhalctl/Output.h"
 #include "tools/subhalctl/SimulatorHub.h"
 
@@ -82,6 +81,7 @@ std::optional<Specs> readChips(const std::string& path) {
 simulator::SimulatedHub::Options simulatorOptions(const HubOptions& options, const Specs& specs) {
     simulator::SimulatedHub::Options result;
     result.seed = options.seed;
+    result.still = options.still;
     result.generateSignals = true;
     result.sensors = specs;
     return result;
@@ -126,7 +126,7 @@ class FaultTimer {
 
     std::string pathOf(const HubFault& fault) const {
         if (fault.handle < 0) return fault.path;
-        return "/dev/iio:device" + std::to_string(mHub.deviceNumber(fault.handle));
+        return mHub.devicePath(fault.handle);
     }
 
     void play(const HubFault& fault) {

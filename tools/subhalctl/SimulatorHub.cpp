@@ -40,7 +40,7 @@ bool haveRoom() {
 
 SimulatorHub::SimulatorHub(const simulator::SimulatedHub::Options& options)
     : mHub(options), mServices(mHub), mRearLight(mHub) {
-    mHub.setFile(kNfcCoverStatus, "0\n");  // or the flip cover detector stays hidden
+    mHub.setFile(kNfcCoverPath, "0\n");  // or the flip cover detector stays hidden
     mServices.setDumpContent("dump of the simulated hub\n");
 }
 
@@ -75,8 +75,8 @@ bool SimulatorHub::requestDump(int type, int count) {
 
 std::vector<std::pair<std::string, size_t>> SimulatorHub::dumpFiles() {
     std::vector<std::pair<std::string, size_t>> files;
-    for (const std::string& name : mHub.listDirectory(kDumpDirectory)) {
-        const std::string path = std::string(kDumpDirectory) + "/" + name;
+    for (const std::string& name : mHub.listDirectory(kDataDirectory)) {
+        const std::string path = std::string(kDataDirectory) + "/" + name;
         files.emplace_back(path, mHub.readFile(path).size());
     }
     return files;
