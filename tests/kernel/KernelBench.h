@@ -22,7 +22,7 @@ using simulator::KernelHub;
 using simulator::KernelRequest;
 using testing_support::LogCapture;
 
-constexpr std::chrono::seconds kPatience{20};  // the guest is emulated, and its host is busy
+constexpr std::chrono::seconds kPatience{10};  // the guest is emulated, and its host is busy
 
 /** One event as the proxy got it. */
 struct Posted {
