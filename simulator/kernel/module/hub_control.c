@@ -22,14 +22,14 @@ struct kept_request {
 	u8 bytes[];
 };
 
-static DEFINE_MUTEX(kept_lock);	/* guards the three below */
+static DEFINE_MUTEX(kept_lock); /* guards the three below */
 static LIST_HEAD(kept);
 static unsigned int kept_count;
 static bool kept_lost;
 static DECLARE_WAIT_QUEUE_HEAD(kept_changed);
 
 static DEFINE_SPINLOCK(faults_lock);
-static struct hub_fault faults[MAX_FAULTS];	/* guarded by faults_lock; count 0: free */
+static struct hub_fault faults[MAX_FAULTS]; /* guarded by faults_lock; count 0: free */
 
 void hub_keep(const struct hub_request *request, const void *bytes)
 {

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * One IIO device per sensor. The bytes of a record are split into equal channels that are all on, so
- * that one datum of the kfifo is exactly one record and user space writes only length and enable.
+ * One IIO device per sensor. The bytes of a record are split into equal channels that are all on,
+ * so that one datum of the kfifo is exactly one record and user space writes only length and
+ * enable.
  */
 #include <linux/bitmap.h>
 #include <linux/hrtimer.h>
@@ -25,12 +26,12 @@ struct hub_iio {
 	struct iio_dev *indio_dev;
 	struct iio_buffer *buffer;
 	struct iio_chan_spec *channels;
-	unsigned long *masks;	/* all channels, and the empty mask that ends the list */
+	unsigned long *masks; /* all channels, and the empty mask that ends the list */
 	unsigned int masklength;
 	unsigned int record_size;
 	int handle;
 
-	spinlock_t lock;	/* guards all that follows, and each push */
+	spinlock_t lock; /* guards all that follows, and each push */
 	bool buffer_on;
 	u64 taken;
 	u64 refused;
@@ -51,7 +52,7 @@ struct hub_sensor {
 	s64 latency_ns;
 };
 
-static DEFINE_MUTEX(sensors_lock);	/* guards the table; taken before a device's own locks */
+static DEFINE_MUTEX(sensors_lock); /* guards the table; taken before a device's own locks */
 static struct hub_sensor sensors[HUB_HANDLES];
 static struct device *parent;
 
@@ -283,7 +284,7 @@ static void unplug(struct hub_iio *iio)
 	iio->streaming = 0;
 	spin_unlock_irq(&iio->lock);
 	hrtimer_cancel(&iio->timer);
-	iio_device_unregister(iio->indio_dev);	/* switches the buffer off */
+	iio_device_unregister(iio->indio_dev); /* switches the buffer off */
 	free_iio(iio);
 }
 

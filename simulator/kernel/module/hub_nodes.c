@@ -29,12 +29,12 @@ struct file_content {
 };
 
 static DEFINE_MUTEX(contents_lock);
-static struct file_content contents[HUB_NODES];	/* guarded by contents_lock */
+static struct file_content contents[HUB_NODES]; /* guarded by contents_lock */
 
 static struct class *hub_class;
 static struct device *hub_device;
 static struct device *cover_device;
-static struct device *rear_device;	/* guarded by rear_lock */
+static struct device *rear_device; /* guarded by rear_lock */
 static DEFINE_MUTEX(rear_lock);
 
 static ssize_t refuse_or_keep(struct hub_request *request, const void *bytes, int error)
@@ -148,11 +148,11 @@ static ssize_t shub_file_write(struct file *file, struct kobject *kobj, struct b
 	return refuse_or_keep(&request, buffer, 0);
 }
 
-#define HUB_BIN_RO(_name, _node)					\
-	static struct bin_attribute bin_attr_##_name = {		\
-		.attr = { .name = #_name, .mode = 0444 },		\
-		.read = hub_bin_read,					\
-		.private = (void *)(uintptr_t)(_node),			\
+#define HUB_BIN_RO(_name, _node)                                                                   \
+	static struct bin_attribute bin_attr_##_name = {                                           \
+		.attr = { .name = #_name, .mode = 0444 },                                          \
+		.read = hub_bin_read,                                                              \
+		.private = (void *)(uintptr_t)(_node),                                             \
 	}
 
 HUB_BIN_RO(sensor_spec, HUB_NODE_SPEC);
@@ -167,9 +167,8 @@ static struct bin_attribute bin_attr_shub_file = {
 };
 
 static struct attribute *hub_attrs[] = { &dev_attr_enable.attr, &dev_attr_hbx_flush.attr, NULL };
-static struct bin_attribute *hub_bin_attrs[] = {
-	&bin_attr_sensor_spec, &bin_attr_qcontext_list, &bin_attr_shub_dump, &bin_attr_shub_file, NULL
-};
+static struct bin_attribute *hub_bin_attrs[] = { &bin_attr_sensor_spec, &bin_attr_qcontext_list,
+						 &bin_attr_shub_dump, &bin_attr_shub_file, NULL };
 static const struct attribute_group hub_group = {
 	.attrs = hub_attrs,
 	.bin_attrs = hub_bin_attrs,
@@ -191,8 +190,8 @@ static DEVICE_ATTR_RW(nfc_cover_status);
 static struct attribute *cover_attrs[] = { &dev_attr_nfc_cover_status.attr, NULL };
 ATTRIBUTE_GROUPS(cover);
 
-static ssize_t als_enable_store(struct device *dev, struct device_attribute *attr,
-				const char *text, size_t size)
+static ssize_t als_enable_store(struct device *dev, struct device_attribute *attr, const char *text,
+				size_t size)
 {
 	struct hub_request request = { .node = HUB_NODE_REAR_ENABLE, .handle = -1, .size = size };
 	bool sound = size == 2 && (text[0] == '0' || text[0] == '1') && text[1] == '\0';
@@ -208,7 +207,8 @@ static ssize_t als_data_show(struct device *dev, struct device_attribute *attr, 
 	return read_content(HUB_NODE_REAR_DATA, text, 0, PAGE_SIZE);
 }
 static DEVICE_ATTR_RO(als_data);
-static struct attribute *rear_attrs[] = { &dev_attr_als_enable.attr, &dev_attr_als_data.attr, NULL };
+static struct attribute *rear_attrs[] = { &dev_attr_als_enable.attr, &dev_attr_als_data.attr,
+					  NULL };
 ATTRIBUTE_GROUPS(rear);
 
 static long batch_ioctl(struct file *file, unsigned int number, unsigned long argument)
@@ -289,7 +289,10 @@ static const struct file_operations message_fops = {
 	.write = message_write,
 };
 
-#define HUB_MISC(_name, _fops) { .minor = MISC_DYNAMIC_MINOR, .name = _name, .fops = _fops }
+#define HUB_MISC(_name, _fops)                                                                     \
+	{                                                                                          \
+		.minor = MISC_DYNAMIC_MINOR, .name = _name, .fops = _fops                          \
+	}
 
 static struct miscdevice devices[] = {
 	HUB_MISC("batch_io", &batch_fops),

@@ -2,9 +2,9 @@
 /*
  * What a program asks of the simulated hub through its control device.
  *
- * The module starts without sensors. A program adds them, gives the class files their content, hands
- * records to the devices, and reads back what was asked of the hub: each read() of the control
- * device gives one struct hub_request with its bytes behind it.
+ * The module starts without sensors. A program adds them, gives the class files their content,
+ * hands records to the devices, and reads back what was asked of the hub: each read() of the
+ * control device gives one struct hub_request with its bytes behind it.
  */
 #ifndef HUB_UAPI_H
 #define HUB_UAPI_H
@@ -21,19 +21,19 @@
 
 /* Where a request arrived, where a fault strikes, and which file gets a content. */
 enum hub_node {
-	HUB_NODE_ENABLE,	/* sysfs enable */
-	HUB_NODE_FLUSH,		/* sysfs hbx_flush */
-	HUB_NODE_BATCH,		/* /dev/batch_io */
-	HUB_NODE_SHUB_INJECTION,	/* /dev/shub_data_injection */
-	HUB_NODE_HBX_INJECTION,	/* /dev/hbx_data_injection */
-	HUB_NODE_MESSAGE,	/* /dev/hbx_sensorhub */
-	HUB_NODE_FILE_MANAGER,	/* sysfs shub_file; has a content */
-	HUB_NODE_REAR_ENABLE,	/* als_rear/als_enable */
-	HUB_NODE_REAR_DATA,	/* als_rear/als_data; has a content, reads can fail */
-	HUB_NODE_SPEC,		/* sysfs sensor_spec; has a content, reads can fail */
-	HUB_NODE_CONTEXT_LIST,	/* sysfs qcontext_list; likewise */
-	HUB_NODE_DUMP,		/* sysfs shub_dump; likewise */
-	HUB_NODE_BUFFER,	/* a device's buffer being switched; its faults refuse "on" */
+	HUB_NODE_ENABLE,	 /* sysfs enable */
+	HUB_NODE_FLUSH,		 /* sysfs hbx_flush */
+	HUB_NODE_BATCH,		 /* /dev/batch_io */
+	HUB_NODE_SHUB_INJECTION, /* /dev/shub_data_injection */
+	HUB_NODE_HBX_INJECTION,	 /* /dev/hbx_data_injection */
+	HUB_NODE_MESSAGE,	 /* /dev/hbx_sensorhub */
+	HUB_NODE_FILE_MANAGER,	 /* sysfs shub_file; has a content */
+	HUB_NODE_REAR_ENABLE,	 /* als_rear/als_enable */
+	HUB_NODE_REAR_DATA,	 /* als_rear/als_data; has a content, reads can fail */
+	HUB_NODE_SPEC,		 /* sysfs sensor_spec; has a content, reads can fail */
+	HUB_NODE_CONTEXT_LIST,	 /* sysfs qcontext_list; likewise */
+	HUB_NODE_DUMP,		 /* sysfs shub_dump; likewise */
+	HUB_NODE_BUFFER,	 /* a device's buffer being switched; its faults refuse "on" */
 	HUB_NODES
 };
 
@@ -74,15 +74,15 @@ struct hub_state {
 	__u32 buffer_length;
 	__s64 period_ns;
 	__s64 latency_ns;
-	__u64 taken;		/* records that the buffer took since a stream was last begun */
-	__u64 refused;		/* records that found it full or off since then */
-	__u64 streaming;	/* records that a stream has still to send */
+	__u64 taken;	 /* records that the buffer took since a stream was last begun */
+	__u64 refused;	 /* records that found it full or off since then */
+	__u64 streaming; /* records that a stream has still to send */
 };
 
 /* The nth matching call from now fails, and so do the count - 1 calls behind it. */
 struct hub_fault {
 	__u32 node;
-	__s32 handle;		/* -1: any */
+	__s32 handle; /* -1: any */
 	__s32 error;
 	__u32 nth;
 	__u32 count;
@@ -97,20 +97,20 @@ struct hub_file {
 
 struct hub_request {
 	__u32 node;
-	__s32 handle;		/* -1: none, or it could not be told */
-	__s32 error;		/* errno of the refusal, 0 when accepted */
-	__u32 number;		/* of an ioctl */
-	__u32 flag;		/* HUB_NODE_BUFFER: on or off */
-	__u32 size;		/* bytes that follow */
+	__s32 handle; /* -1: none, or it could not be told */
+	__s32 error;  /* errno of the refusal, 0 when accepted */
+	__u32 number; /* of an ioctl */
+	__u32 flag;   /* HUB_NODE_BUFFER: on or off */
+	__u32 size;   /* bytes that follow */
 };
 
-#define HUB_IOC_RESET _IO('H', 0)		/* no devices, contents, faults, requests */
+#define HUB_IOC_RESET _IO('H', 0) /* no devices, contents, faults, requests */
 #define HUB_IOC_ADD _IOWR('H', 1, struct hub_device)
-#define HUB_IOC_REMOVE _IOW('H', 2, __s32)	/* unplugs the device of a handle */
+#define HUB_IOC_REMOVE _IOW('H', 2, __s32) /* unplugs the device of a handle */
 #define HUB_IOC_PUSH _IOW('H', 3, struct hub_records)
 #define HUB_IOC_STREAM _IOW('H', 4, struct hub_stream)
 #define HUB_IOC_STATE _IOWR('H', 5, struct hub_state)
 #define HUB_IOC_FAULT _IOW('H', 6, struct hub_fault)
-#define HUB_IOC_FILE _IOW('H', 7, struct hub_file)	/* a rear light sensor appears with its data */
+#define HUB_IOC_FILE _IOW('H', 7, struct hub_file) /* a rear light sensor appears with its data */
 
 #endif
