@@ -11,9 +11,10 @@ namespace testing_support {
 /** One line that the product logged under its tag. */
 struct LogLine {
     LogLine(char lineLevel, std::string lineText) : level(lineLevel), text(std::move(lineText)) {}
-    /** "I text" */
-    LogLine(const char* line) : LogLine(line[0], line + 2) {}
-    LogLine(const std::string& line) : LogLine(line.c_str()) {}
+    /** "I text"; an empty line has no level. */
+    LogLine(const std::string& line)
+        : LogLine(line.empty() ? '?' : line[0], line.size() < 2 ? "" : line.substr(2)) {}
+    LogLine(const char* line) : LogLine(std::string(line)) {}
 
     char level;  ///< 'D', 'I', 'W', 'E'
     std::string text;
