@@ -2,24 +2,65 @@
 # Builds the library and shows it at work on the simulated hub, as the proxy would use it.
 set -eu
 root=$(cd "$(dirname "$0")/.." && pwd)
+build=$root/build
 "$root/scripts/install-packages.sh" g++ cmake ninja-build libcli11-dev nlohmann-json3-dev
-echo "Building..."
-"$root/scripts/build.sh" "$root/build"
-subhalctl="$root/build/tools/subhalctl/subhalctl --sim"
+[ -f "$build/CMakeCache.txt" ] || cmake -S "$root" -B "$build" -G Ninja >/dev/null
+# The library and the tool only; on a terminal the build tells how far it is.
+quiet=--quiet
+if [ -t 1 ]; then quiet=; else echo "Building the library and subhalctl..."; fi
+# shellcheck disable=SC2086 # nothing, where there is a terminal
+cmake --build "$build" --target subhalctl --parallel "$(nproc)" -- $quiet
 
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+cd "$work"
+
+# Shows a command as it can be typed, and runs it.
 show() {
-    printf '\n$ subhalctl --sim %s\n' "$*"
-    $subhalctl "$@"
+    printf '\n$ subhalctl'
+    for word in "$@"; do
+        case $word in
+            *[!a-zA-Z0-9_./:@=-]*) printf " '%s'" "$word" ;;
+            *) printf ' %s' "$word" ;;
+        esac
+    done
+    printf '\n'
+    "$build/tools/subhalctl/subhalctl" "$@"
 }
 
-show list
-show watch 1@5 4@2 2@2 6@1 --seconds 10
-echo "A wake-up sensor: each event comes under the proxy's wakelock."
-show watch 8 --count 2 --seconds 10
-show flush 1
+echo
+echo "Some of the sensors, and their events."
+show --sim list 1 4 5 8 38
+show --sim watch accelerometer@5 light --seconds 1
+echo
+echo "A wake-up sensor: its event comes under the proxy's wakelock (W)."
+show --sim watch 8 --count 1
+show --sim flush accelerometer
+echo
 echo "A direct channel beside normal events: a second process reads the stabilisation gyroscope"
-echo "from shared memory, while the proxy gets its events too."
-show direct 38 --rate fast --events 50 --seconds 0.1 --check
+echo "from shared memory at the fast rate of 400 Hz, while the proxy gets its events too."
+show --sim --quiet direct vdis_gyro --rate fast --events 50 --seconds 0.5 --check
+echo
 echo "A byte message to the hub, and a dump from it."
-show message --text "hello, hub"
-show hub dump 5 2
+show --sim message --text "hello, hub"
+show --sim hub dump 5 2
+echo
+echo "Why is a sensor silent? Here its device may not be read."
+show --sim --fault open:1:EACCES doctor || true
+echo
+echo "Does a sensor keep the platform's rules?"
+show --sim --still check accelerometer --seconds 0.5
+echo
+echo "What was seen can be kept, and played again, bit by bit."
+show --sim record -o run.jsonl accelerometer@100 gyroscope@50 --seconds 1
+show replay run.jsonl --fast
+
+cat <<'NEXT'
+
+What to try next, with build/tools/subhalctl/subhalctl:
+  --sim watch accelerometer@200 --stats 1 --require 'lost=0,latency.p99<20ms'
+  --sim record -o run.jsonl 1@100 5 8 --seconds 5 && plot run.jsonl -o run.html   (needs gnuplot)
+  --sim --trace list                  each call that the library makes
+  --sim check                         all sensors, in half a minute
+  --help, VERB --help                 the rest; on a device, all of it without --sim
+NEXT

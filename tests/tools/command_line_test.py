@@ -220,6 +220,8 @@ ROWS = {
     "verbs": [
         Row("list", out=r"\n +1  accelerometer +continuous +6.25 to 500 Hz ",
             lines=r"^handle |^ +[0-9]+  \w+ +(continuous|on change|one-shot|special) "),
+        Row("list 4 light", judge=lambda out: [line.split()[0] for line in out.splitlines()]
+            == ["handle", "4", "5"]),
         Row("list -v", out="\n +flags +0x786: special; non-wake-up, direct in memory up to very"),
         Row("list --format json",
             judge=lambda out: json.loads(out)[0]["name"] == "LSM6DSO Accelerometer"),
@@ -310,7 +312,7 @@ ROWS = {
                 "earlier(.|\n)*1 sensors, 5 failures"),
     ],
     "check": [
-        Row("check --seconds 0.4", lines="^(PASS|SKIP) |^[0-9]+ rules: .* 0 failed", watched=False,
+        Row("--still check --seconds 0.4", lines="^(PASS|SKIP) |^[0-9]+ rules: .* 0 failed", watched=False,
             out="PASS  accelerometer +rate-fastest +500.000 Hz(.|\n)*on purpose: very fast is as "),
         Row("check 5 --seconds 0.1 --format tap", lines="^(TAP version 13|ok [0-9]+ - .*|1..[0-9]+)$"),
         Row("check 5 --seconds 0.1 --format json",

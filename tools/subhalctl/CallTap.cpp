@@ -129,7 +129,7 @@ void traceCall(const FileCall& call) {
         now % 1'000'000'000 / 1000, static_cast<int>(syscall(SYS_gettid)), nameOf(call.kind),
         call.path.c_str(), number, hex.empty() ? "" : " ", hex.c_str(),
         call.bytes.size() > kTracedBytes ? "..." : "", call.result, call.result < 0 ? " " : "",
-        call.result < 0 ? strerrorname_np(static_cast<int>(-call.result)) : "");
+        call.result < 0 ? std::strerror(static_cast<int>(-call.result)) : "");
 }
 
 }  // namespace subhalctl

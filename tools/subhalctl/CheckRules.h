@@ -34,7 +34,8 @@ struct Results {
     void onPurpose(const char* rule, const std::string& figures) const;
 };
 
-// The rules that look at what was told or came; CheckVerb.cpp makes it come.
+// The rules that look at what was told or came; CheckVerb.cpp makes it come. Without events only
+// checkFirstEvent() has something to tell.
 
 void checkListing(const SensorInfo& sensor, const Results& results);
 void checkNamesDistinct(const std::vector<SensorInfo>& sensors, const Results& results);

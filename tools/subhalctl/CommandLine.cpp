@@ -117,6 +117,7 @@ void addGlobalOptions(CLI::App& app, GlobalOptions& options) {
 
 void addList(CLI::App& app, Command& command) {
     const Verb<ListOptions> verb(app, command, "list", "List the sensors, one a line", runList);
+    verb.app->add_option("SENSOR", verb.options->sensors, "Sensors (default: all)");
     verb.app->add_flag("-v,--verbose", verb.options->details, "All that is known of each");
     verb.app->add_option("--format", verb.options->format, "text or json")
         ->check(CLI::IsMember({"text", "json"}))

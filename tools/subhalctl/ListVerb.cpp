@@ -114,10 +114,18 @@ Json jsonOf(const SensorInfo& sensor) {
 ExitCode runList(Proxy& proxy, const ListOptions& options) {
     const ExitCode opened = proxy.open();
     if (opened != kOk) return opened;
+    std::vector<const SensorInfo*> sensors;
+    for (const std::string& text : options.sensors) {
+        sensors.push_back(proxy.find(text));
+        if (sensors.back() == nullptr) return kNoSuchSensor;
+    }
+    for (const SensorInfo& sensor : proxy.sensors()) {
+        if (options.sensors.empty()) sensors.push_back(&sensor);
+    }
     if (options.format == "json") {
         Json list = Json::array();
-        for (const SensorInfo& sensor : proxy.sensors()) {
-            list.push_back(jsonOf(sensor));
+        for (const SensorInfo* sensor : sensors) {
+            list.push_back(jsonOf(*sensor));
         }
         printText(list.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
         return kOk;
@@ -126,9 +134,9 @@ ExitCode runList(Proxy& proxy, const ListOptions& options) {
         print("%6s  %-30s %-10s  %-7s  %-24s %6s  %s\n", "handle", "sensor", "mode", "", "rates",
               "FIFO", "name");
     }
-    for (const SensorInfo& sensor : proxy.sensors()) {
-        printLine(sensor);
-        if (options.details) printDetails(sensor);
+    for (const SensorInfo* sensor : sensors) {
+        printLine(*sensor);
+        if (options.details) printDetails(*sensor);
     }
     return kOk;
 }

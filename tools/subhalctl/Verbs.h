@@ -13,6 +13,7 @@ namespace subhalctl {
 // leaves all sensors switched off.
 
 struct ListOptions {
+    std::vector<std::string> sensors;  ///< none: all
     bool details = false;
     std::string format = "text";
 };
