@@ -254,6 +254,10 @@ void Check::checkFlushes() {
     receive(kSettleSeconds);
     for (const Subject& subject : mSubjects) {
         if (subject.oneShot()) continue;
+        if (subject.sensor->sensorHandle == kStampHandle) {
+            subject.results.onPurpose("flush", "each of its records is told as a completed flush");
+            continue;
+        }
         subject.results.judge(
             subject.observed.completions == kFlushes, "flush",
             formatted("%d completions of %d", subject.observed.completions, kFlushes));
