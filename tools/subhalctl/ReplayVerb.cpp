@@ -102,7 +102,8 @@ void Replay::play(const Entry& entry) {
         case Entry::Kind::kRaw:
             waitUntil(entry.timeNs);
             if (mFast) setHubClock(entry.timeNs, false);
-            if (!mProxy.hub()->push(entry.handle, entry.bytes)) {
+            // One at a time, or the library might read several sensors in another order.
+            if (!mProxy.hub()->push(entry.handle, entry.bytes) || !mProxy.hub()->waitIdle()) {
                 differ(entry.line, "the library did not take a record of " + nameOf(entry.handle));
             }
             break;
