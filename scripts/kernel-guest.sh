@@ -18,28 +18,37 @@ fail() {
     exit 4
 }
 
-# fetch VERSION: the kernel, two of its modules and its headers into $cache/VERSION.
-fetch() {
-    local version=$1 unpacked
-    mkdir -p "$cache"
-    unpacked=$(mktemp -d "$cache/unpacking.XXXXXX")
-    # shellcheck disable=SC2064 # the directory of now
-    trap "rm -rf '$unpacked'" EXIT
+# What apt says is the newest kernel, or nothing.
+newest() {
+    apt-cache depends linux-image-amd64 2>/dev/null |
+        sed -n 's/.*Depends: linux-image-\(.*\)/\1/p'
+}
+
+update_lists() {
+    local sudo=()
+    [ "$(id -u)" -eq 0 ] || sudo=(sudo)
+    "${sudo[@]}" apt-get update -qq
+}
+
+# download DIRECTORY VERSION
+download() {
+    local version=$2
     echo "Fetching kernel $version..."
-    (cd "$unpacked" && apt-get download -qq "linux-image-$version" "linux-headers-$version" \
-        "linux-headers-${version%-amd64}-common" "linux-kbuild-${version%%.[0-9]-*}" 2>&1) |
-        grep -v unsandboxed || true
-    compgen -G "$unpacked/linux-image-*.deb" >/dev/null ||
-        fail "the package linux-image-$version cannot be downloaded"
+    (cd "$1" && apt-get download -qq "linux-image-$version" "linux-headers-$version" \
+        "linux-headers-${version%-amd64}-common" "linux-kbuild-${version%%.[0-9]-*}" 2>download.log) ||
+        { cat "$1/download.log" && return 1; }
+}
+
+# unpack DIRECTORY VERSION: the kernel, two of its modules and its headers from the packages there.
+unpack() {
+    local unpacked=$1 version=$2 package image offset
     dpkg --fsys-tarfile "$unpacked"/linux-image-*.deb | tar -xC "$unpacked" --strip-components=1 \
         --wildcards './boot/vmlinuz-*' '*/industrialio.ko' '*/kfifo_buf.ko'
-    local package
     for package in "$unpacked"/linux-headers-*.deb "$unpacked"/linux-kbuild-*.deb; do
         dpkg -x "$package" "$unpacked"
     done
     rm "$unpacked"/*.deb
     # The plain image inside starts faster than one that the guest has to decompress.
-    local image offset
     image=$(echo "$unpacked"/boot/vmlinuz-*)
     offset=$(LC_ALL=C grep -abom1 -P '\xFD7zXZ\x00' "$image" | cut -d: -f1 | LC_ALL=C awk 'NR == 1')
     [ -n "$offset" ] || fail "$image is not compressed by xz"
@@ -49,9 +58,31 @@ fetch() {
     find "$unpacked/lib" -name '*.ko' -exec mv {} "$unpacked" \;
     # Where the packages name their own place, name the place where they will lie.
     sed -i "s|/usr/src/|$cache/$version/usr/src/|" "$unpacked/usr/src/linux-headers-$version/Makefile"
-    rm -rf "${cache:?}/$version"
-    mv "$unpacked" "$cache/$version"
-    trap - EXIT
+    chmod 755 "$unpacked"
+    mv -T "$unpacked" "$cache/$version" || [ -f "$cache/$version/vmlinux" ] # another run was faster
+}
+
+# Sets $version, whose kernel lies in the cache afterwards.
+provide_kernel() {
+    version=$(newest)
+    if [ -z "$version" ]; then # no package lists: what was fetched before will do
+        version=$(find "$cache" -path '*/vmlinux' -printf '%P\n' 2>/dev/null | cut -d/ -f1 |
+            sort -V | tail -1)
+    fi
+    [ -z "$version" ] || [ ! -f "$cache/$version/vmlinux" ] || return 0
+    local unpacked
+    mkdir -p "$cache"
+    unpacked=$(mktemp -d "$cache/unpacking.XXXXXX")
+    # shellcheck disable=SC2064 # the directory of now
+    trap "rm -rf '$unpacked'" EXIT
+    if [ -z "$version" ] || ! download "$unpacked" "$version"; then
+        update_lists # which may be older than the archive
+        version=$(newest)
+        [ -n "$version" ] || fail "apt knows no linux-image-amd64"
+        [ ! -f "$cache/$version/vmlinux" ] || return 0
+        download "$unpacked" "$version" || fail "the kernel's packages cannot be downloaded"
+    fi
+    unpack "$unpacked" "$version"
 }
 
 # build_module WORK HEADERS: compiles a copy, so that the sources stay alone.
@@ -148,13 +179,8 @@ script=$2
 shift 2
 "$root/scripts/install-packages.sh" qemu-system-x86 busybox-static cpio xz-utils make gcc-12 \
     libelf1 binutils
-version=$(apt-cache depends linux-image-amd64 2>/dev/null |
-    sed -n 's/.*Depends: linux-image-\(.*\)/\1/p')
-if [ -z "$version" ]; then # no package lists: what was fetched before will do
-    version=$(cd "$cache" 2>/dev/null && find . -path '*/vmlinux' | cut -d/ -f2 | sort -V | tail -1)
-fi
-[ -n "$version" ] || fail "apt knows no linux-image-amd64; run apt-get update"
-[ -f "$cache/$version/vmlinux" ] || fetch "$version"
+version=""
+provide_kernel
 build_module "$work" "$cache/$version/usr/src/linux-headers-$version"
 pack "$work" "$cache/$version" "$script" "$@"
 status=0
