@@ -26,10 +26,10 @@ while read -r name handle size budget; do
     fi
     printf '%-14s %4d instructions an event, budget %4d: %s\n' "$name" "$count" "$budget" "$verdict"
 done <<'TABLE'
-accelerometer 1 14 300
-light 5 12 300
-vdis_gyro 38 18 300
-auto_brightness 37 18 480
-back_tap 71 33 350
+accelerometer 1 14 230
+light 5 12 225
+vdis_gyro 38 18 230
+auto_brightness 37 18 385
+back_tap 71 33 295
 TABLE
 exit $failed

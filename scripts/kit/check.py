@@ -123,9 +123,6 @@ def check_sources(build, module, expected, report):
 
 def check_flags(tree, build, module, report):
     name = module["name"]
-    tag = re.search(r'LOG_TAG="(\w+)"', tree.read("cmake/SensorhubProduct.cmake")).group(1)
-    if f'-DLOG_TAG="{tag}"' not in build.list(module, "cflags"):
-        report(f"{name}: no LOG_TAG {tag}")
     if build.single(module, "cpp_std") != "c++17":
         report(f"{name}: not C++17")
     if module.kind != "cc_test_host" and build.single(module, "vendor") is not True:

@@ -24,7 +24,6 @@ MISTAKES = (
     ("a source that is gone", SOURCES, r"subhal/convert\.cpp", "subhal/conversion.cpp", "there is no subhal/conversion.cpp"),
     ("the simulator in the device's tool", SOURCES, r'"tools/subhalctl/\*\.cpp",', r'"simulator/*.cpp",\n        \g<0>',
      "World.cpp is not a source of subhalctl"),
-    ("no LOG_TAG", BP, r'        "-DLOG_TAG=.*\n', "", "no LOG_TAG"),
     ("no version script", BP, r"    version_script: .*\n", "", "version script"),
     ("the wakelock library left out", BP, r'        "android.hardware.sensors@2.0-ScopedWakelock",\n', "",
      "lacks android.hardware.sensors@2.0-ScopedWakelock"),

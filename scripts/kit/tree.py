@@ -9,7 +9,7 @@ import subprocess
 import sys
 import tempfile
 
-PRODUCT = ("directchannel/", "hub/", "sensors/", "subhal/")
+PRODUCT = ("common/", "directchannel/", "hub/", "sensors/", "subhal/")
 PATHS_HEADER = "sensors/HubPaths.h"
 
 
