@@ -177,12 +177,15 @@ class Doctor {
     void tryBuffer(const std::string& subject, const std::string& directory,
                    const KnownSensor& sensor, int length);
     void checkLeftOver();
+    void tellShared();
 
     Findings mFindings;
     std::string mSpec;
-    std::multimap<std::string, int> mIio;  // device numbers by name
-    std::set<int32_t> mHandles;            // met in the specification
-    std::set<std::string> mWanted;         // IIO names that the library looks for
+    std::multimap<std::string, int> mIio;                   // device numbers by name
+    std::set<int32_t> mHandles;                             // met in the specification
+    std::set<std::string> mWanted;                          // IIO names that the library looks for
+    std::map<std::string, std::vector<std::string>> mHeld;  // devices in use, by their users
+    std::vector<std::string> mRunning;                      // buffers that nobody reads
 };
 
 bool Doctor::readSpec() {
@@ -436,10 +439,7 @@ void Doctor::checkBuffer(const std::string& subject, int number, const KnownSens
     const File device(node, O_RDONLY | O_NONBLOCK);
     if (device.error() == EBUSY) {
         const std::string holders = holdersOf(node);
-        mFindings.note(
-            subject,
-            node + " is held by " + (holders.empty() ? "a process that cannot be seen" : holders),
-            "only one at a time can: the library cannot use it beside another program");
+        mHeld[holders.empty() ? "a process that cannot be seen" : holders].push_back(subject);
     } else if (device.error() != 0) {
         mFindings.fail(subject, node + ": " + std::strerror(device.error()) + ", " + modeOf(node),
                        device.error() == ENOENT
@@ -461,8 +461,7 @@ void Doctor::checkBuffer(const std::string& subject, int number, const KnownSens
     }
     if (device.error() != 0) return;
     if (readLine(directory + "enable") == "1") {
-        mFindings.note(subject, "the buffer runs although nobody reads it",
-                       "whoever reads next gets old records first");
+        mRunning.push_back(subject);
     } else {
         tryBuffer(subject, directory, sensor, length);
     }
@@ -506,6 +505,20 @@ void Doctor::checkLeftOver() {
     }
 }
 
+/** What is mostly so for all devices at once. */
+void Doctor::tellShared() {
+    const auto named = [](const std::vector<std::string>& subjects) {
+        return subjects.size() == 1 ? subjects.front() : formatted("%zu devices", subjects.size());
+    };
+    for (const auto& [holders, subjects] : mHeld) {
+        mFindings.note(named(subjects), "held by " + holders,
+                       "the library cannot use them beside another program");
+    }
+    if (mRunning.empty()) return;
+    mFindings.note(named(mRunning), "the buffer runs although nobody reads it",
+                   "whoever reads next gets old records first");
+}
+
 ExitCode Doctor::run() {
     if (!readSpec()) return kNoHub;
     checkWho();
@@ -521,6 +534,7 @@ ExitCode Doctor::run() {
         checkDevice(formatted("%s, handle %" PRId32, sensor.iioName, sensor.handle), sensor, false,
                     0);
     }
+    tellShared();
     checkLeftOver();
     checkNodes();
     checkDataDirectory();
