@@ -1,4 +1,5 @@
 #!/bin/busybox sh
+# shellcheck shell=dash
 # The guest's first process: loads the modules, runs /script and ends the machine with its status.
 /bin/busybox mkdir -p /sbin
 /bin/busybox --install -s /bin

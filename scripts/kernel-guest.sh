@@ -54,7 +54,7 @@ unpack() {
     [ -n "$offset" ] || fail "$image is not compressed by xz"
     # xz stops at the end of the stream, which leaves tail a broken pipe.
     xz -dc --single-stream < <(tail -c "+$((offset + 1))" "$image") >"$unpacked/vmlinux"
-    rm -r "$unpacked/boot"
+    rm -r "${unpacked:?}/boot"
     find "$unpacked/lib" -name '*.ko' -exec mv {} "$unpacked" \;
     # Where the packages name their own place, name the place where they will lie.
     sed -i "s|/usr/src/|$cache/$version/usr/src/|" "$unpacked/usr/src/linux-headers-$version/Makefile"
