@@ -5,7 +5,7 @@
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 build=${1:-$root/build}
-"$root/scripts/install-packages.sh" g++ cmake ninja-build libcli11-dev
+"$root/scripts/install-packages.sh" g++ cmake ninja-build libcli11-dev nlohmann-json3-dev
 [ -f "$build/CMakeCache.txt" ] || cmake -S "$root" -B "$build" -G Ninja >/dev/null
 cmake --build "$build" --parallel "$(nproc)" --target hubplay subhalctl -- --quiet
 
@@ -22,6 +22,7 @@ show() {
 }
 printf '\n$ uname -sr; ls /dev/iio:device* | wc -l\n%s\n%s\n' "$(uname -sr)" \
     "$(ls /dev/iio:device* | wc -l)"
+show doctor
 show list
 show watch 1@5 4@2 --seconds 1
 show direct 38 --rate fast --events 50 --seconds 0.02 --check
