@@ -36,50 +36,38 @@ TEST_F(Departures, Injection) {
     const std::string light = "I LightSensor::injectSensorData";
     const std::string orientation = "I DeviceOrientation::injectSensorData: mode ";
     const std::string backoff = "I SarBackoffMotion::injectSensorData: data ";
-    const struct {
-        int handle;
-        uint32_t code;
-        std::vector<float> arguments;
-        RecordBuilder data;
-        std::string line;
-    } cases[] = {
-        {5, kSet, {-2.9F, 9, 9, 9}, RecordBuilder().i32(-2), light + ": brightness -2"},
-        {5,
-         0x10000002,
-         {77.9F, 100, NAN, 3e9F},
-         RecordBuilder().i32(77).i32(100).i32(0).i32(INT32_MAX),
-         light + " brightness 77 threshold_dark 100 lux 0 threshold_bright 2147483647"},
-        {37,
-         0x10000001,
-         {-500.7F},
-         RecordBuilder().i32(-500),
-         "I AutoBrightnessSensor::injectSensorData: camLux -500"},
-        {27, kSet, {1.9F}, RecordBuilder().u32(1), orientation + "1"},
-        {27, kSet, {256}, RecordBuilder().u32(0), orientation + "256"},
-        {52, kSet, {-1.5F}, RecordBuilder().u32(0xFF), orientation + "-1"},
-        {52, kSet, {3e9F}, RecordBuilder().u32(0xFF), orientation + "2147483647"},
-        {54, kSet, {-2.75F}, RecordBuilder().i32(-2), backoff + "-2"},
-        {54, kSet, {1e20F}, RecordBuilder().i32(INT32_MAX), backoff + "2147483647"},
-        {54, kSet, {NAN}, RecordBuilder().i32(0), backoff + "0"},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.line);
-        EXPECT_EQ(inject(c.handle, c.code, c.arguments), 0);
-        EXPECT_LOG(c.line);
-        EXPECT_EQ(takeWritten(), Packets{packet(c.handle, c.data)});
+    const auto expect = [this](int handle, uint32_t code, const std::vector<float>& arguments,
+                               const RecordBuilder& data, const std::string& line) {
+        SCOPED_TRACE(line);
+        EXPECT_EQ(inject(handle, code, arguments), 0);
+        EXPECT_LOG(line);
+        EXPECT_EQ(takeWritten(), Packets{packet(handle, data)});
         mHub.failWrite(kInjection, EIO);
-        EXPECT_EQ(inject(c.handle, c.code, c.arguments), -EIO);
+        EXPECT_EQ(inject(handle, code, arguments), -EIO);
         LogCapture::take();
         mHub.clearRequests();
         for (const uint32_t nothing : {0U, 1U})
-            EXPECT_EQ(inject(c.handle, nothing, {1}), 0);
+            EXPECT_EQ(inject(handle, nothing, {1}), 0);
         // The last is 2.0 as a float: the sub-command is raw bits.
         for (const uint32_t unknown :
-             {2U, 0x10000003U, 0x40000000U, c.handle == 37 ? kSet : 0x10000001U})
-            EXPECT_EQ(inject(c.handle, unknown, {1}), -EINVAL);
+             {2U, 0x10000003U, 0x40000000U, handle == 37 ? kSet : 0x10000001U})
+            EXPECT_EQ(inject(handle, unknown, {1}), -EINVAL);
         EXPECT_TRUE(mHub.requests().empty());
         EXPECT_LOG();
-    }
+    };
+    expect(5, kSet, {-2.9F, 9, 9, 9}, RecordBuilder().i32(-2), light + ": brightness -2");
+    expect(5, 0x10000002, {77.9F, 100, NAN, 3e9F},
+           RecordBuilder().i32(77).i32(100).i32(0).i32(INT32_MAX),
+           light + " brightness 77 threshold_dark 100 lux 0 threshold_bright 2147483647");
+    expect(37, 0x10000001, {-500.7F}, RecordBuilder().i32(-500),
+           "I AutoBrightnessSensor::injectSensorData: camLux -500");
+    expect(27, kSet, {1.9F}, RecordBuilder().u32(1), orientation + "1");
+    expect(27, kSet, {256}, RecordBuilder().u32(0), orientation + "256");
+    expect(52, kSet, {-1.5F}, RecordBuilder().u32(0xFF), orientation + "-1");
+    expect(52, kSet, {3e9F}, RecordBuilder().u32(0xFF), orientation + "2147483647");
+    expect(54, kSet, {-2.75F}, RecordBuilder().i32(-2), backoff + "-2");
+    expect(54, kSet, {1e20F}, RecordBuilder().i32(INT32_MAX), backoff + "2147483647");
+    expect(54, kSet, {NAN}, RecordBuilder().i32(0), backoff + "0");
     EXPECT_EQ(LightBase::pmsInfo.threshold_dark, 100);
     EXPECT_EQ(LightBase::pmsInfo.threshold_bright, INT32_MAX);
     EXPECT_EQ(LightBase::pmsInfo.brightness, 77);

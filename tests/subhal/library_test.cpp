@@ -172,8 +172,7 @@ TEST_F(Library, Requests) {
            {batch1, "E queueBatch: batch ret -1 Input/output error\n"});
     expect(flush(6), "", kOk, "6\0"s, {"I flush: handle=6"});
     expect(flush(2), "", kBad, "", {"I flush: handle=2", "E flush: unhandled handle=2"});
-    expect(flush(17), "", kBad, "", {"I flush: handle=17"});
-    // one-shot
+    expect(flush(17), "", kBad, "", {"I flush: handle=17"});  // one-shot
     expect(flush(1), "open "s + kFlush, kBad, "", {"I flush: handle=1"});
     expect(flush(1), kFlush, kBad, "1\0"s, {"I flush: handle=1", "I flush write failed"});
     // The row followed the switch that the hub refused: events pass.

@@ -180,6 +180,14 @@ int note(const std::string& call) {
     return gFake->answers[call.substr(0, call.find(' '))];
 }
 
+/** A call of any kind that is only noted. */
+constexpr char kClose[] = "close";
+constexpr char kUnregister[] = "unregister";
+template <const char* kCall, typename... Arguments>
+int noted(Arguments...) {
+    return note(kCall);
+}
+
 /** With the counter of the first record, which is cleared before the memory is given back. */
 int noteWithCounter(const std::string& call) {
     uint32_t counter = 0;
@@ -204,10 +212,6 @@ int lockBuffer(const char* usage, const gralloc1_rect_t& region, void** address)
     snprintf(call, sizeof(call), "lock %s %d,%d,%d,%d", usage, region.left, region.top,
              region.width, region.height);
     return note(call);
-}
-
-int closeDevice(hw_device_t*) {
-    return note("close");
 }
 
 // Of version 1. ------------------------------------------------------------------------------
@@ -347,57 +351,43 @@ TEST(GrallocDirectChannel, MatchesByBackingStore) {
 TEST(GrallocDirectChannel, Failures) {
     const std::string load = "E couldn't load gralloc module ";
     const std::string none = " returns no error, but result is nullptr";
-    const struct {
-        const char* arrangement;
-        int wrapperError;
-        std::string line;  // of the wrapper
-    } unopened[] = {
-        {"1 load=-2 -module", -2, load + "(No such file or directory)"},
-        {"1 -module", -19, ""},
-        {"2", 0, "E Unknown version, not supported"},
-        {"2 load=-5", -5, load + "(Input/output error)"},
-        {"1 open=-13", -13, "E cannot open gralloc1 device (Permission denied)"},
-        {"1 -getFunction", -38, "E gralloc1_open" + none},
-        {"1 -device", -38, "E gralloc1_open" + none},
-        {"0 -device", -38, "E gralloc_open" + none},
-        {"0 open=-5", -5, "E cannot open alloc device (Input/output error)"},
-        {"1 -8", -22, "E Function pointer for"},
-        {"1 -15", -22, "E Function pointer for"},
-        {"1 -16", -22, "E Function pointer for"},
-        {"1 -18", -22, "E Function pointer for"},
-        {"1 -20", -22, "E Function pointer for"},
-    };
-    for (const auto& c : unopened) {
-        onGralloc(c.arrangement, [&c](FakeGralloc&, const sensors_direct_mem_t& memory) {
+    const auto unopened = [](const char* arrangement, int wrapperError, const std::string& line) {
+        onGralloc(arrangement, [&](FakeGralloc&, const sensors_direct_mem_t& memory) {
             EXPECT_EQ(GrallocDirectChannel(&memory).getError(), -19);
             const auto log = LogCapture::take();
-            EXPECT_EQ(("E " + log.front().text).find(c.line), 0U);
+            EXPECT_EQ(("E " + log.front().text).find(line), 0U);
             EXPECT_EQ(log.back(), "E registerBuffer failed");
             auto& gralloc = GrallocHalWrapper::getInstance();
-            EXPECT_EQ(gralloc.getError(), c.wrapperError);
+            EXPECT_EQ(gralloc.getError(), wrapperError);
             EXPECT_EQ(gralloc.getVersion(), -1);
             EXPECT_EQ(gralloc.lock(memory.handle, 0, 0, 0, 1, 1, nullptr), -19);
             EXPECT_EQ(gralloc.unlock(memory.handle), -19);
         });
-    }
-    const struct {
-        const char* arrangement;
-        int error;
-        const char* line;
-        const char* lastCall;
-    } cases[] = {
-        {"0 register=-3", -3, "E registerBuffer failed", "unregister"},  // passes as it is
-        {"1 register=4", -12, "E registerBuffer failed", "release 0"},
-        {"1 lock=6 -address", -38, "E lock buffer failed", "release 0"},
-        {"1 -address", -12, "E lock buffer => nullptr", "release 0"},
     };
-    for (const auto& c : cases) {
-        onGralloc(c.arrangement, [&c](FakeGralloc& fake, const sensors_direct_mem_t& memory) {
-            EXPECT_EQ(GrallocDirectChannel(&memory).getError(), c.error);
-            EXPECT_EQ(LogCapture::take().back(), c.line);
-            EXPECT_EQ(fake.calls.back(), c.lastCall);
+    unopened("1 load=-2 -module", -2, load + "(No such file or directory)");
+    unopened("1 -module", -19, "");
+    unopened("2", 0, "E Unknown version, not supported");
+    unopened("2 load=-5", -5, load + "(Input/output error)");
+    unopened("1 open=-13", -13, "E cannot open gralloc1 device (Permission denied)");
+    unopened("1 -getFunction", -38, "E gralloc1_open" + none);
+    unopened("1 -device", -38, "E gralloc1_open" + none);
+    unopened("0 -device", -38, "E gralloc_open" + none);
+    unopened("0 open=-5", -5, "E cannot open alloc device (Input/output error)");
+    for (const char* missing : {"1 -8", "1 -15", "1 -16", "1 -18", "1 -20"})
+        unopened(missing, -22, "E Function pointer for retain, release, lock, unlock and ");
+    const auto refused = [](const char* arrangement, int error, const char* line,
+                            const char* lastCall) {
+        onGralloc(arrangement, [&](FakeGralloc& fake, const sensors_direct_mem_t& memory) {
+            EXPECT_EQ(GrallocDirectChannel(&memory).getError(), error);
+            EXPECT_EQ(LogCapture::take().back(), line);
+            EXPECT_EQ(fake.calls.back(), lastCall);
         });
-    }
+    };
+    refused("0 register=-3", -3, "E registerBuffer failed", "unregister");
+    // passes as it is
+    refused("1 register=4", -12, "E registerBuffer failed", "release 0");
+    refused("1 lock=6 -address", -38, "E lock buffer failed", "release 0");
+    refused("1 -address", -12, "E lock buffer => nullptr", "release 0");
     onGralloc("1", [](FakeGralloc& fake, sensors_direct_mem_t memory) {
         const auto closed = handleOf(-1);
         memory.handle = closed.get();
@@ -430,9 +420,7 @@ extern "C" __attribute__((visibility("default"))) int hw_get_module(const char* 
     fake.module.registerBuffer = [](const gralloc_module_t*, buffer_handle_t handle) {
         return registerBuffer(handle);
     };
-    fake.module.unregisterBuffer = [](const gralloc_module_t*, buffer_handle_t) {
-        return note("unregister");
-    };
+    fake.module.unregisterBuffer = noted<kUnregister>;
     fake.module.lock = [](const gralloc_module_t*, buffer_handle_t, int usage, int left, int top,
                           int width, int height, void** address) {
         return lockBuffer(std::to_string(usage).c_str(), {left, top, width, height}, address);
@@ -440,7 +428,7 @@ extern "C" __attribute__((visibility("default"))) int hw_get_module(const char* 
     fake.module.unlock = [](const gralloc_module_t*, buffer_handle_t) {
         return noteWithCounter("unlock");
     };
-    fake.gralloc1.common.close = closeDevice;
+    fake.gralloc1.common.close = noted<kClose>;
     if (has("getFunction")) fake.gralloc1.getFunction = getFunction;
     fake.gralloc1.getCapabilities = [](gralloc1_device_t*, uint32_t* count, int32_t* answer) {
         EXPECT_EQ(*count, 3U);
@@ -448,7 +436,7 @@ extern "C" __attribute__((visibility("default"))) int hw_get_module(const char* 
         std::copy_n(own.begin(), std::min<size_t>(*count, own.size()), answer);
         *count = static_cast<uint32_t>(own.size());
     };
-    fake.alloc.common.close = closeDevice;
+    fake.alloc.common.close = noted<kClose>;
     if (has("module")) *module = &fake.module.common;
     return note(std::string("load ") + id);
 }

@@ -106,41 +106,33 @@ TEST_F(SensorHubDataWriterTest, PutsMessagesTogether) {
         longest += " d56=" + std::to_string(56 * i);
         longestMessage += counted(56);
     }
-    const struct {
-        std::string script;
-        Messages sent;
-        testing_support::Lines lines;
-    } cases[] = {
-        {"s10=-1 s55=-1 s0=-1 e0=-1", {counted(10), counted(55), ""}, {notStarted}},
-        {"s56=0 d56=56 e56=-1 e56=-1", {counted(56)}, {notStarted}},
-        {"s60=0 d56=56 d4=60 e60=-1", {counted(56) + counted(4)}, {}},
-        {longest + " d55=1119 e1119=-1", {longestMessage + counted(55)}, {}},
-        // One byte more is let in and gets no room; two more are not let in.
-        {"s1120=0 d1=-1 e1120=-1", {}, {notFinished}},
-        {"s1121=-1 d1=-1", {}, {"D " + name + "too big data", notStarted}},
-        {"s2147483648=-1 d1=-1 s4294967295=-1 d1=-1", {}, {notStarted}},
-        // A refused chunk leaves the message open and untouched.
-        {"s100=0 d56=56 d45=-1 d64=-1 d44=100 e100=-1",
-         {counted(56) + counted(44)},
-         {noRoom + "45", noRoom + "64"}},
-        {"s1000=0 d57=-1 d2147483647=-1 d2147483648=-1 d4294967295=-1 d56=56 e1000=-1",
-         {},
-         {notFinished}},
-        {"s60=0 d56=56 d4=60 e61=-1", {}, {notFinished}},
-        // A new start drops the message at hand; an unknown kind does not.
-        {"s120=0 d56=56 s60=0 d56=56 x56=-1 d4=60 e60=-1",
-         {counted(56) + counted(4)},
-         {"D " + name + "injection was not finished",
-          "I " + name + "does not support this type 2"}},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.script);
+    const auto expect = [this](const std::string& script, const Messages& sent,
+                               const testing_support::Lines& lines) {
+        SCOPED_TRACE(script);
         LogCapture::take();
-        give(c.script);
-        EXPECT_EQ(messages(), c.sent);
-        for (const auto& line : c.lines)
+        give(script);
+        EXPECT_EQ(messages(), sent);
+        for (const auto& line : lines)
             EXPECT_TRUE(logged(line)) << line;
-    }
+    };
+    expect("s10=-1 s55=-1 s0=-1 e0=-1", {counted(10), counted(55), ""}, {notStarted});
+    expect("s56=0 d56=56 e56=-1 e56=-1", {counted(56)}, {notStarted});
+    expect("s60=0 d56=56 d4=60 e60=-1", {counted(56) + counted(4)}, {});
+    expect(longest + " d55=1119 e1119=-1", {longestMessage + counted(55)}, {});
+    // One byte more is let in and gets no room; two more are not let in.
+    expect("s1120=0 d1=-1 e1120=-1", {}, {notFinished});
+    expect("s1121=-1 d1=-1", {}, {"D " + name + "too big data", notStarted});
+    expect("s2147483648=-1 d1=-1 s4294967295=-1 d1=-1", {}, {notStarted});
+    // A refused chunk leaves the message open and untouched.
+    expect("s100=0 d56=56 d45=-1 d64=-1 d44=100 e100=-1", {counted(56) + counted(44)},
+           {noRoom + "45", noRoom + "64"});
+    expect("s1000=0 d57=-1 d2147483647=-1 d2147483648=-1 d4294967295=-1 d56=56 e1000=-1", {},
+           {notFinished});
+    expect("s60=0 d56=56 d4=60 e61=-1", {}, {notFinished});
+    // A new start drops the message at hand; an unknown kind does not.
+    expect(
+        "s120=0 d56=56 s60=0 d56=56 x56=-1 d4=60 e60=-1", {counted(56) + counted(4)},
+        {"D " + name + "injection was not finished", "I " + name + "does not support this type 2"});
 }
 
 TEST_F(SensorHubDataWriterTest, RetriesInterruptedWritesAndReportsOthers) {
