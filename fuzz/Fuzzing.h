@@ -1,7 +1,9 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -31,6 +33,15 @@ class DroppingCallback
     volatile uint8_t mSeen = 0;
 };
 
+/** These of the standard sensors. */
+inline std::vector<simulator::SensorSpec> only(const std::vector<int>& handles) {
+    std::vector<simulator::SensorSpec> chosen;
+    for (const simulator::SensorSpec& spec : simulator::standardCatalogue()) {
+        if (std::count(handles.begin(), handles.end(), spec.handle) != 0) chosen.push_back(spec);
+    }
+    return chosen;
+}
+
 /** A hub with its two own devices alone, for the whole process. */
 inline simulator::SimulatedHub& hubWithoutSensors() {
     static simulator::SimulatedHub hub([] {
@@ -53,7 +64,13 @@ class Input {
         bytes.resize(size);
         return bytes;
     }
-    std::string rest() { return atEnd() ? "" : mBytes.substr(mAt); }
+    void fill(void* target, size_t size) { memcpy(target, take(size).data(), size); }
+    uint8_t byte() { return static_cast<uint8_t>(take(1)[0]); }
+    int64_t number() {
+        int64_t value = 0;
+        fill(&value, sizeof(value));
+        return value;
+    }
 
   private:
     std::string mBytes;

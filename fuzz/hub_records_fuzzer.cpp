@@ -1,26 +1,35 @@
+#include <unistd.h>
+
+#include <cerrno>
 #include <cstdint>
 #include <string>
 
 #include "fuzz/Fuzzing.h"
 #include "hub/QContextSensor.h"
+#include "hub/SensorHubDataWriter.h"
 #include "hub/SensorHubSensor.h"
 #include "simulator/HubServices.h"
 #include "simulator/SimulatedHub.h"
 
-// The input is a row of records, each behind a byte whose lowest bit selects the device and whose
-// others its length, so that records come short too. In front of it stands the name of a file in
-// the dump directory, up to a NUL.
+// The input is a row of steps, each behind a byte: records of either device, whole or short, what
+// the proxy asks of them, and calls that fail. In front of it stands the name of a file in the dump
+// directory, up to a NUL.
 namespace {
 
+using android::hardware::sensors::V1_0::Event;
+using android::hardware::sensors::V2_0::zelva_sensorhub::hbx_data_injection_fd;
 using android::hardware::sensors::V2_0::zelva_sensorhub::QContextSensor;
+using android::hardware::sensors::V2_0::zelva_sensorhub::SensorHubDataWriter;
 using android::hardware::sensors::V2_0::zelva_sensorhub::SensorHubSensor;
 
 constexpr char kDirectory[] = "/data/vendor/sensorhub/";
+constexpr char kFiles[] = "/sys/class/sensors/hbx_sensor/shub_file";
+constexpr char kMessages[] = "/dev/hbx_sensorhub";
 constexpr int kContextHandle = 32;
 constexpr int kHousekeepingHandle = 33;
 constexpr size_t kContextRecord = 72;
 constexpr size_t kHousekeepingRecord = 11;
-constexpr size_t kMaxRecords = 20;
+constexpr size_t kMaxSteps = 20;
 
 struct Bench {
     simulator::SimulatedHub& hub = fuzzing::hubWithoutSensors();
@@ -38,6 +47,81 @@ struct Bench {
             context.readEvents();
         } else {
             housekeeping.readEvents();
+        }
+    }
+
+    /** The next call on one of the files that both sides share. */
+    void spoil(uint8_t which, int error) {
+        constexpr const char* kPaths[] = {kFiles,
+                                          kMessages,
+                                          "/dev/shub_sensorhub",
+                                          "/sys/class/sensors/hbx_sensor/qcontext_list",
+                                          "/sys/class/sensors/hbx_sensor/shub_dump",
+                                          "/data/vendor/sensorhub/shub_dump",
+                                          "/data/vendor/sensorhub/f",
+                                          kDirectory};
+        const char* path = kPaths[which % 8];
+        switch (which / 8 % 4) {
+            case 0:
+                hub.failRead(path, error);
+                break;
+            case 1:
+                hub.failWrite(path, error);
+                break;
+            case 2:
+                hub.failRead(which < 128 ? kContextHandle : kHousekeepingHandle, error);
+                break;
+            default:
+                hub.failOpen(path, error);
+                break;
+        }
+    }
+
+    /** A writer that opens the message device anew; it leaves it open, for good. */
+    void reopen(fuzzing::Input& input) {
+        if (hbx_data_injection_fd > 0) close(hbx_data_injection_fd);
+        SensorHubDataWriter writer;
+        const std::string bytes = input.take(1200);
+        const auto* data = reinterpret_cast<const int*>(bytes.data());
+        const int length = static_cast<int16_t>(input.number());
+        writer.initBuffers(length, 0, input.byte() % 4 != 0 && length <= 1200 ? data : nullptr);
+        writer.setHubData(input.byte(), input.byte() % 4 != 0 ? data : nullptr);
+        writer.writeData();
+        SensorHubDataWriter::inject_qcontext_data(nullptr, length);
+    }
+
+    void step(uint8_t head, fuzzing::Input& input) {
+        const bool isContext = (head & 1) != 0;
+        const size_t whole = isContext ? kContextRecord : kHousekeepingRecord;
+        Event event = {};
+        switch (head / 16) {
+            case 1:
+                context.enable(kContextHandle, isContext);
+                context.flush(kContextHandle);
+                context.batch(kContextHandle, 0, 0, 0);
+                break;
+            case 2:
+                input.fill(&event.u, sizeof(event.u));
+                context.injectSensorData(event);
+                break;
+            case 3:
+                // A path of the tree, and three digits at most: larger reads end the process.
+                services.postRequest(head % 3, kDirectory + ("f," + input.take(3)) + "," +
+                                                   input.take(3) + ',' + input.take(5));
+                housekeeping.readEvents();
+                break;
+            case 4:
+                spoil(input.byte(), isContext ? EINTR : EIO);
+                break;
+            case 5:
+                housekeeping.ready();
+                break;
+            case 6:
+                reopen(input);
+                break;
+            default:
+                // Mostly whole records; a record has at least one byte.
+                pass(isContext, input.take(head < 128 ? whole : 1 + (head >> 1) % whole));
         }
     }
 };
@@ -61,13 +145,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     bench.hub.setFile(kDirectory + name, "");
     const size_t begin = all.find('\0') == std::string::npos ? size : all.find('\0') + 1;
     fuzzing::Input input(data + begin, size - begin);
-    for (size_t i = 0; i < kMaxRecords && !input.atEnd(); ++i) {
-        const auto head = static_cast<uint8_t>(input.take(1)[0]);
-        const size_t whole = (head & 1) != 0 ? kContextRecord : kHousekeepingRecord;
-        // Mostly whole records; a record has at least one byte.
-        const size_t length = head < 128 ? whole : 1 + (head >> 1) % whole;
-        bench.pass((head & 1) != 0, input.take(length));
-    }
+    for (size_t i = 0; i < kMaxSteps && !input.atEnd(); ++i)
+        bench.step(input.byte(), input);
+    bench.hub.clearFaults();
     for (const std::string& left : bench.hub.listDirectory(kDirectory)) {
         bench.hub.removeFile(kDirectory + left);
     }
