@@ -1,0 +1,9 @@
+#!/bin/sh
+# Does the same thing very often and fails when descriptors, mappings or memory grow: soak.sh [DIVISOR]
+# Takes some minutes; a divisor of 100 some seconds.
+set -eu
+root=$(cd "$(dirname "$0")/.." && pwd)
+"$root/scripts/install-packages.sh" g++ cmake ninja-build libgtest-dev
+# shellcheck disable=SC2086 # a list of options
+"$root/scripts/build.sh" "$root/build" ${SENSORHUB_BUILD_OPTIONS:-}
+exec "$root/build/tests/soak" "$@"
