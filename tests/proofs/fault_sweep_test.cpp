@@ -444,7 +444,9 @@ class Sweep {
         std::string what;
         if (WIFSIGNALED(status)) {
             what = std::string("ended by ") + strsignal(WTERMSIG(status));
-        } else if (status != 0 || !result.finished) {
+        } else if (status != 0) {  // a sanitizer's
+            what = "ended with status " + std::to_string(WEXITSTATUS(status));
+        } else if (!result.finished) {
             what = result.complaint;
         } else if (result.lost != 0 && !mayCost(point, result.lost)) {
             what = "costs " + describe(result.lost) + ", first: " + result.complaint;
