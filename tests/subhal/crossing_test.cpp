@@ -135,6 +135,11 @@ class Crossing : public testing::Test {
             {"report normal", [this] { config(RateLevel::NORMAL); }},
             {"report fast", [this] { config(RateLevel::FAST); }},
             {"stop", [this] { config(RateLevel::STOP); }},
+            {"stop all",
+             [this] {
+                 subHal.hal().configDirectReport(-1, channel, RateLevel::STOP,
+                                                 [](Result, int32_t) {});
+             }},
             {"unregister", [this] { subHal.hal().unregisterDirectChannel(channel); }},
             {"initialize", [this] { subHal.hal().initialize(&subHal.proxy()); }},
         };
