@@ -34,7 +34,7 @@ function(installed_includes target folder)
     target_include_directories(${target} INTERFACE $<INSTALL_INTERFACE:${folder}>)
 endfunction()
 installed_includes(platform_standin ${private_includedir}/platform)
-set(simulator_archives simulator_model file_redirection simulator)
+set(simulator_archives simulator_model file_redirection simulator host_proxy)
 foreach(archive ${simulator_archives})
     installed_includes(${archive} ${private_includedir})
 endforeach()
@@ -55,6 +55,8 @@ install(FILES ${PROJECT_BINARY_DIR}/sensorhub_simulator-config.cmake
 
 install(DIRECTORY simulator DESTINATION ${private_includedir} FILES_MATCHING PATTERN "*.h"
         PATTERN simulator/kernel EXCLUDE)
+install(FILES tools/proxy/HalProxyCallback.h tools/proxy/SubHalLibrary.h
+        DESTINATION ${private_includedir}/tools/proxy)
 file(GLOB platform_folders CONFIGURE_DEPENDS platform/*/include)
 foreach(folder ${platform_folders})
     install(DIRECTORY ${folder}/ DESTINATION ${private_includedir}/platform)
