@@ -323,20 +323,20 @@ class Loader {
     bool mEnded = false;
 };
 
-/** The last record before a sensor went off may have been read and then dropped, by a hair. */
+/** Records that were read as their sensor went off may have been dropped by the library. */
 void dropUnposted(std::vector<Recording::Entry>* entries) {
     using Kind = Recording::Entry::Kind;
-    std::map<int32_t, size_t> last;  // lines of records without an event so far, by handle
-    std::map<int32_t, size_t> late;  // the same, once the sensor is off
+    std::map<int32_t, size_t> first;  // lines of records since the last event, by handle
+    std::map<int32_t, size_t> late;   // the same, once the sensor is off
     for (const Recording::Entry& entry : *entries) {
         if (entry.kind == Kind::kRaw) {
-            last[entry.handle] = entry.line;
+            first.emplace(entry.handle, entry.line);
         } else if (entry.kind == Kind::kEvent) {
-            last.erase(entry.handle);
+            first.erase(entry.handle);
             late.erase(entry.handle);
         } else if (entry.kind == Kind::kRequest && entry.request.what == "activate" &&
-                   !entry.request.enable && last.count(entry.handle) != 0) {
-            late[entry.handle] = last[entry.handle];
+                   !entry.request.enable && first.count(entry.handle) != 0) {
+            late[entry.handle] = first[entry.handle];
         }
     }
     const auto isLate = [&](const Recording::Entry& entry) {
