@@ -8,7 +8,7 @@
 #include <cinttypes>
 #include <cstdio>
 #include <cstring>
-#include <fstream>
+#include <set>
 
 #include "tools/subhalctl/DevicePaths.h"
 #include "tools/subhalctl/Hex.h"
@@ -326,24 +326,34 @@ class Loader {
 /** Records that were read as their sensor went off may have been dropped by the library. */
 void dropUnposted(std::vector<Recording::Entry>* entries) {
     using Kind = Recording::Entry::Kind;
-    std::map<int32_t, size_t> first;  // lines of records since the last event, by handle
-    std::map<int32_t, size_t> late;   // the same, once the sensor is off
+    struct State {
+        bool on = false;
+        std::vector<size_t> waiting;  // lines of records since the last event
+    };
+    std::map<int32_t, State> states;
+    std::set<size_t> dropped;
+    const auto settle = [&](State& state) {
+        if (!state.on) dropped.insert(state.waiting.begin(), state.waiting.end());
+        state.waiting.clear();
+    };
     for (const Recording::Entry& entry : *entries) {
+        State& state = states[entry.handle];
         if (entry.kind == Kind::kRaw) {
-            first.emplace(entry.handle, entry.line);
+            state.waiting.push_back(entry.line);
         } else if (entry.kind == Kind::kEvent) {
-            first.erase(entry.handle);
-            late.erase(entry.handle);
-        } else if (entry.kind == Kind::kRequest && entry.request.what == "activate" &&
-                   !entry.request.enable && first.count(entry.handle) != 0) {
-            late[entry.handle] = first[entry.handle];
+            state.waiting.clear();
+        } else if (entry.kind == Kind::kRequest && entry.request.what == "activate") {
+            if (entry.request.enable) settle(state);
+            state.on = entry.request.enable;
         }
     }
-    const auto isLate = [&](const Recording::Entry& entry) {
-        const auto found = late.find(entry.handle);
-        return entry.kind == Kind::kRaw && found != late.end() && entry.line >= found->second;
+    for (auto& [handle, state] : states) {
+        settle(state);
+    }
+    const auto isDropped = [&](const Recording::Entry& entry) {
+        return dropped.count(entry.line) != 0;
     };
-    entries->erase(std::remove_if(entries->begin(), entries->end(), isLate), entries->end());
+    entries->erase(std::remove_if(entries->begin(), entries->end(), isDropped), entries->end());
 }
 
 }  // namespace
