@@ -9,6 +9,7 @@
 # Kernel and headers are fetched once and kept in SENSORHUB_KERNEL_CACHE. Nothing here needs root but
 # the installing of missing packages. SENSORHUB_KERNEL_ACCEL=tcg does without KVM.
 set -euo pipefail
+umask 022 # another user reads files in the guest, too
 root=$(cd "$(dirname "$0")/.." && pwd)
 cache=${SENSORHUB_KERNEL_CACHE:-${XDG_CACHE_HOME:-$HOME/.cache}/sensorhub-kernel}
 limit=${SENSORHUB_KERNEL_SECONDS:-200}
