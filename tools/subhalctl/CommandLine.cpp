@@ -310,11 +310,11 @@ ExitCode tell(const CLI::App& app, const CLI::ParseError& error) {
     for (const CLI::App* verb : verbs) {
         names += (names.empty() ? "" : ", ") + verb->get_name();
     }
-    if (!app.get_subcommands().empty() || (unknown == rest.end() && !rest.empty())) {
-        complain("%s; see --help", error.what());
-    } else if (unknown != rest.end()) {
+    const bool noVerb = app.get_subcommands().empty();
+    if (noVerb && unknown != rest.end()) {
         complain("%s is no verb; the verbs are %s", quoted(*unknown).c_str(), names.c_str());
-    } else if (dynamic_cast<const CLI::RequiredError*>(&error) != nullptr) {
+    } else if (noVerb && rest.empty() &&
+               dynamic_cast<const CLI::RequiredError*>(&error) != nullptr) {
         complain("say what to do: %s; see --help", names.c_str());
     } else {
         complain("%s; see --help", error.what());

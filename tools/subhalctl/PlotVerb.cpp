@@ -299,6 +299,7 @@ std::string page(const std::string& name, const std::vector<Curve>& curves,
         "</head><body>\n<h1>" +
         escaped(name) + "</h1>\n<table id=\"figures\">\n";
     std::vector<Watched> figures;
+    figures.reserve(curves.size());
     for (const Curve& curve : curves) {
         figures.push_back(*curve.figures);
     }
