@@ -7,6 +7,7 @@
 #include <atomic>
 #include <fstream>
 #include <thread>
+#include <utility>
 
 namespace kernel_tests {
 namespace {
