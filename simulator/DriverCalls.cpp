@@ -166,7 +166,7 @@ ssize_t SimulatedHub::write(uint32_t number, int fd, const void* buffer, size_t 
         apply(visited.node, &request);
     }
     const int error = request.error;
-    if (attribute && error == 0) lseek(fd, request.offset + result, SEEK_SET);
+    if (attribute && error == 0) lseek(fd, static_cast<off_t>(request.offset + result), SEEK_SET);
     if (isKernelNode(visited.node.path)) keep(std::move(request));
     return error != 0 ? -error : result;
 }
