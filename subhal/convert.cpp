@@ -70,6 +70,16 @@ size_t payloadSize(SensorType type) {
     }
 }
 
+/** Copies what events of a type use of their payload. */
+void copyPayload(void* dst, const void* src, SensorType type) {
+    const size_t size = payloadSize(type);
+    if (size == kPayloadSize) {
+        memcpy(dst, src, kPayloadSize);  // of a known size, so without a call
+    } else {
+        memcpy(dst, src, size);
+    }
+}
+
 }  // namespace
 
 void convertFromSensor(const sensor_t& src, SensorInfo* dst) {
@@ -127,7 +137,7 @@ void convertFromSensorEvent(const sensors_event_t& src, Event* dst) {
                    sizeof(src.dynamic_sensor_meta.uuid));
             break;
         default:
-            memcpy(&dst->u, src.data, payloadSize(dst->sensorType));
+            copyPayload(&dst->u, src.data, dst->sensorType);
             break;
     }
 }
@@ -156,7 +166,7 @@ void convertToSensorEvent(const Event& src, sensors_event_t* dst) {
                    sizeof(dst->dynamic_sensor_meta.uuid));
             break;
         default:
-            memcpy(dst->data, &src.u, payloadSize(src.sensorType));
+            copyPayload(dst->data, &src.u, src.sensorType);
             break;
     }
 }
