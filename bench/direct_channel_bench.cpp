@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <mutex>
 #include <vector>
 
 #include "bench/Pairs.h"
@@ -93,6 +94,16 @@ void conversion(benchmark::State& state) {
     }
 }
 BENCHMARK(conversion);
+
+/** What an event pays for not waiting for a configuration call. */
+void tryLock(benchmark::State& state) {
+    std::mutex mutex;
+    for (auto _ : state) {
+        const std::unique_lock<std::mutex> lock(mutex, std::try_to_lock);
+        benchmark::DoNotOptimize(lock.owns_lock());
+    }
+}
+BENCHMARK(tryLock);
 
 /** A sub-HAL on a hub of one sensor, which reports into `count` channels. */
 class Channels {

@@ -1,6 +1,6 @@
 // Counts, under callgrind, the instructions from the return of the record's read to the call of the
 // proxy: the library's own work for an event, which no mood of the machine moves. Run by
-// scripts/count-instructions.sh with collection switched off at the start.
+// scripts/check-instructions.sh with collection switched off at the start.
 //
 //     event_instructions HANDLE RECORD_SIZE EVENTS
 

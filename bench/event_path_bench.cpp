@@ -3,6 +3,7 @@
 // iteration is such a pair, and "ratio" the median of the pairs' own ratios.
 
 #include <benchmark/benchmark.h>
+#include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
 #include <utils/AndroidThreads.h>
@@ -186,13 +187,14 @@ void oneByOne(benchmark::State& state) {
 }
 BENCHMARK(oneByOne)->UseManualTime()->Iterations(2000);
 
-/** From the write of a record to its arrival at a reader that was asleep. */
+/** From the write of a record to its arrival at a reader that slept for so many microseconds. */
 void wakeUp(benchmark::State& state) {
+    const std::chrono::microseconds silence(state.range(0));
     gStage->hal->batch(kMeasured, 10'000'000, 0);
     gStage->floor.setBatch(1);
-    const auto once = [](Arrivals& arrivals, auto push) {
+    const auto once = [silence](Arrivals& arrivals, auto push) {
         arrivals.expect(1);
-        std::this_thread::sleep_for(std::chrono::microseconds(200));
+        std::this_thread::sleep_for(silence);
         const Clock::time_point written = Clock::now();
         push();
         arrivals.waitDone();
@@ -208,7 +210,30 @@ void wakeUp(benchmark::State& state) {
     }
     pairs.report(state, true);
 }
-BENCHMARK(wakeUp)->UseManualTime()->Iterations(4000);
+BENCHMARK(wakeUp)->UseManualTime()->Iterations(4000)->Arg(200);
+BENCHMARK(wakeUp)->UseManualTime()->Iterations(1000)->Arg(1000);
+BENCHMARK(wakeUp)->UseManualTime()->Iterations(200)->Arg(10'000);
+
+/** The kernel's part that grows with the devices: a poll that finds the last of them readable. */
+void pollAlone(benchmark::State& state) {
+    std::vector<pollfd> entries(static_cast<size_t>(state.range(0)));
+    std::vector<int> writers;
+    for (pollfd& entry : entries) {
+        int ends[2];
+        if (pipe2(ends, O_DIRECT | O_NONBLOCK) != 0) abort();
+        entry = {ends[0], POLLIN, 0};
+        writers.push_back(ends[1]);
+    }
+    if (write(writers.back(), "", 1) != 1) abort();
+    for (auto _ : state) {
+        if (poll(entries.data(), entries.size(), -1) != 1) abort();
+    }
+    for (size_t i = 0; i < entries.size(); ++i) {
+        close(entries[i].fd);
+        close(writers[i]);
+    }
+}
+BENCHMARK(pollAlone)->Arg(1)->Arg(10)->Arg(50)->Arg(200);
 
 /** What batching saves: per record of a burst, waits and attribute reads included. */
 void burst(benchmark::State& state) {

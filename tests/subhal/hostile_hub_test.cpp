@@ -35,7 +35,7 @@ TEST(PollThreadDeathTest, WithoutItTheProcessEnds) {
         simulator::SimulatedHub hub(onlySensors({1}));
         pthread_attr_t attributes;
         pthread_attr_init(&attributes);
-        pthread_attr_setstacksize(&attributes, size_t{1} << 46);
+        pthread_attr_setstacksize(&attributes, SIZE_MAX / 4 * 3);
         pthread_setattr_default_np(&attributes);
         try {
             host_proxy::SubHalLibrary library(SENSORHUB_LIBRARY);
