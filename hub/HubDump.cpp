@@ -11,7 +11,6 @@
 
 #include "common/Log.h"
 #include "hub/SensorHubSensor.h"
-#include "sensors/Directory.h"
 #include "sensors/HubPaths.h"
 #include "sensors/UniqueFd.h"
 

@@ -8,8 +8,8 @@
 #include <cstring>
 
 #include "common/Log.h"
-#include "sensors/Directory.h"
 #include "sensors/HubPaths.h"
+#include "sensors/SensorBase.h"
 #include "sensors/UniqueFd.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
@@ -42,7 +42,7 @@ IioNamesSeen::~IioNamesSeen() {
     tSeen = nullptr;
 }
 
-int findIioDevice(const char* name, const char* prefix) {
+int SensorBase::findTypeByName(const char* name, const char* prefix) {
     // Only the devices themselves are remembered, not their triggers.
     IioNamesSeen* seen = strcmp(prefix, paths::kIioPrefix) == 0 ? tSeen : nullptr;
     if (seen != nullptr) {

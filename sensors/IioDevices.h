@@ -6,16 +6,10 @@
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
 /**
- * Number of the IIO device called `name`, the first in the order of the directory whose entry
- * begins with `prefix`; -ENODEV when there is none.
- */
-int findIioDevice(const char* name, const char* prefix);
-
-/**
- * While one exists, searches on its thread start from the names that the first of them saw, instead
- * of reading the name of every device again. What they find there is looked at once more, and what
- * they miss is searched for afresh, so a device that comes or changes meanwhile is found all the
- * same. At most one per thread.
+ * While one exists, searches by SensorBase::findTypeByName on its thread start from the names that
+ * the first of them saw, instead of reading the name of every device again. What they find there is
+ * looked at once more, and what they miss is searched for afresh, so a device that comes or changes
+ * meanwhile is found all the same. At most one per thread.
  */
 class IioNamesSeen {
   public:
@@ -25,7 +19,7 @@ class IioNamesSeen {
     ~IioNamesSeen();
 
   private:
-    friend int findIioDevice(const char* name, const char* prefix);
+    friend class SensorBase;
 
     struct Device {
         int number;

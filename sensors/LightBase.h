@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <utility>
 
 #include "sensors/Relaxed.h"
 #include "sensors/SensorBase.h"
@@ -21,11 +22,12 @@ class LightBase : public SensorBase {
     };
 
     /** One per process: LightSensor's injection writes it, AutoBrightnessSensor reads it. */
-    static PmsInfo pmsInfo;
+    static inline PmsInfo pmsInfo;
 
     /** As SensorBase's, but the plain device is the non-wake-up twin whatever is asked for. */
     LightBase(const char* iioName, const char* tag, const char* displayName, SensorInfo info,
-              ISensorsEventCallback* callback, bool wakeUpIsDefault);
+              ISensorsEventCallback* callback, bool)
+        : SensorBase(iioName, tag, displayName, std::move(info), callback, kPlainIsNonWakeUp) {}
 };
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

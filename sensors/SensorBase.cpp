@@ -14,7 +14,6 @@
 #include "common/Log.h"
 #include "sensors/DecimalText.h"
 #include "sensors/HubPaths.h"
-#include "sensors/IioDevices.h"
 #include "sensors/InjectedEvent.h"
 #include "sensors/SensorHandles.h"
 
@@ -63,8 +62,6 @@ SensorBase::SensorBase(const char* iioName, const char* tag, const char* display
     chooseInjectionDevice();
 }
 
-SensorBase::~SensorBase() = default;
-
 void SensorBase::openDevice(const std::string& name, const SensorInfo& info) {
     mDevNum = findTypeByName(name.c_str(), paths::kIioPrefix);
     if (mDevNum < 0) return;
@@ -110,28 +107,12 @@ void SensorBase::chooseInjectionDevice() {
     ALOGI("injection path %s", mInjectionPath);
 }
 
-int SensorBase::getFd() const {
-    return mDataFd.get();
-}
-
 int SensorBase::enable(int handle, bool on) {
     if (!mDataFd.ok()) {
         ALOGE("%s::enable, data fd %d, handle %d, enable %d", mTag, mDataFd.get(), handle, on);
         return -EIO;
     }
     retryIioBufferEnable();
-    return 0;
-}
-
-int SensorBase::batch(int, int64_t, int64_t) {
-    return 0;
-}
-
-int SensorBase::setDelay(int handle, int64_t periodNs) {
-    return batch(handle, periodNs, 0);
-}
-
-int SensorBase::flush(int) {
     return 0;
 }
 
@@ -151,18 +132,6 @@ bool SensorBase::isShownSensorList() {
     return true;
 }
 
-bool SensorBase::isWakeUpSensor() const {
-    return (mSensorInfo.flags & kWakeUp) != 0;
-}
-
-bool SensorBase::isOneShotSensor() const {
-    return (mSensorInfo.flags & kSpecial) == kOneShot;
-}
-
-bool SensorBase::isDirectReportSensor() const {
-    return (mSensorInfo.flags & static_cast<uint32_t>(SensorFlagBits::MASK_DIRECT_CHANNEL)) != 0;
-}
-
 int64_t SensorBase::getTimestamp() {
     return elapsedRealtimeNano();
 }
@@ -175,10 +144,6 @@ int SensorBase::getDataAvailable(uint64_t maxReportLatencyNs) {
     }
     readSysfsInt(mDataAvailablePath.c_str(), &count);
     return count < 0 ? 1 : count;
-}
-
-int SensorBase::findTypeByName(const char* name, const char* prefix) {
-    return findIioDevice(name, prefix);
 }
 
 int SensorBase::openIio(const char* name) {

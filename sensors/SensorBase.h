@@ -32,6 +32,7 @@ inline constexpr auto kContinuous = static_cast<uint32_t>(SensorFlagBits::CONTIN
 inline constexpr auto kOnChange = static_cast<uint32_t>(SensorFlagBits::ON_CHANGE_MODE);
 inline constexpr auto kOneShot = static_cast<uint32_t>(SensorFlagBits::ONE_SHOT_MODE);
 inline constexpr auto kSpecial = static_cast<uint32_t>(SensorFlagBits::SPECIAL_REPORTING_MODE);
+inline constexpr auto kDirectChannel = static_cast<uint32_t>(SensorFlagBits::MASK_DIRECT_CHANNEL);
 /** Any direct rate, over shared memory. */
 inline constexpr auto kDirectReport = static_cast<uint32_t>(SensorFlagBits::MASK_DIRECT_REPORT) |
                                       static_cast<uint32_t>(SensorFlagBits::DIRECT_CHANNEL_ASHMEM);
@@ -77,10 +78,10 @@ class SensorBase {
     SensorBase(const SensorBase&) = delete;
     SensorBase& operator=(const SensorBase&) = delete;
 
-    virtual ~SensorBase();
+    virtual ~SensorBase() = default;
 
     /** The record device's descriptor, -1 when there is none. Owned by this object. */
-    virtual int getFd() const;
+    virtual int getFd() const { return mDataFd.get(); }
 
     /**
      * Prepares the device for a switch; the hub itself is told by the sub-HAL. Retries a failed
@@ -89,13 +90,16 @@ class SensorBase {
     virtual int enable(int handle, bool on);
 
     /** Takes note of a new sampling period and maximum report latency, both in ns. */
-    virtual int batch(int handle, int64_t samplingPeriodNs, int64_t maxReportLatencyNs);
+    virtual int batch(int /*handle*/, int64_t /*samplingPeriodNs*/,
+                      int64_t /*maxReportLatencyNs*/) {
+        return 0;
+    }
 
     /** batch() with a latency of 0. Part of the interface; nothing here calls it. */
-    virtual int setDelay(int handle, int64_t periodNs);
+    virtual int setDelay(int handle, int64_t periodNs) { return batch(handle, periodNs, 0); }
 
     /** Called after the hub was asked to flush; the completion arrives as a record. */
-    virtual int flush(int handle);
+    virtual int flush(int /*handle*/) { return 0; }
 
     /** Sends a client's injected event to the hub as an injection packet. */
     virtual int injectSensorData(const Event& event);
@@ -108,10 +112,10 @@ class SensorBase {
 
     int32_t getHandle() const { return mHandle; }
     const SensorInfo& getSensorInfo() const { return mSensorInfo; }
-    bool isWakeUpSensor() const;
+    bool isWakeUpSensor() const { return (mSensorInfo.flags & kWakeUp) != 0; }
     /** Tests bits 1 and 2 alone, not the whole reporting-mode mask. */
-    bool isOneShotSensor() const;
-    bool isDirectReportSensor() const;
+    bool isOneShotSensor() const { return (mSensorInfo.flags & kSpecial) == kOneShot; }
+    bool isDirectReportSensor() const { return (mSensorInfo.flags & kDirectChannel) != 0; }
 
     /** Time since boot in ns, sleep included. */
     static int64_t getTimestamp();
@@ -131,7 +135,10 @@ class SensorBase {
      */
     bool isBufferEnabled() const { return mBufferEnabled; }
 
-    /** Number of the IIO device called `name`, or -ENODEV. */
+    /**
+     * Number of the IIO device called `name`, the first in the order of the directory whose entry
+     * begins with `prefix`; -ENODEV when there is none.
+     */
     static int findTypeByName(const char* name, const char* prefix);
 
     /**

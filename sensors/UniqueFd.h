@@ -1,8 +1,10 @@
 #pragma once
 
+#include <dirent.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <memory>
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
@@ -37,5 +39,12 @@ class UniqueFd {
   private:
     int mFd = -1;
 };
+
+struct DirectoryCloser {
+    void operator()(DIR* directory) const { closedir(directory); }
+};
+
+/** Owns an open directory; null means none. */
+using Directory = std::unique_ptr<DIR, DirectoryCloser>;
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

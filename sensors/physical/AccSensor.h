@@ -4,14 +4,17 @@
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
-/** Acceleration in m/s², gravity included. */
+/** Acceleration in m/s², gravity included. The second display's twin brings its own names. */
 class AccSensor : public ScaledSensor<VectorRecord> {
   public:
-    AccSensor(const SensorInfo& info, ISensorsEventCallback* callback);
-
-    /** For the second display's twin, which brings its own names. */
-    AccSensor(const char* iioName, const char* tag, const char* displayName, const SensorInfo& info,
-              ISensorsEventCallback* callback);
+    AccSensor(const SensorInfo& info, ISensorsEventCallback* callback,
+              const char* iioName = "accelerometer_sensor", const char* tag = "AccSensor",
+              const char* displayName = "Accelerometer")
+        : ScaledSensor(iioName, tag, displayName, info, callback) {
+        describe(SensorType::ACCELEROMETER, kContinuous,
+                 {ANDROID_LOG_ERROR, "AccSensor : Meta event"});
+        presetAccuracyHigh();
+    }
 };
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -7,8 +7,8 @@ namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 class AccSubSensor : public AccSensor {
   public:
     AccSubSensor(const SensorInfo& info, ISensorsEventCallback* callback)
-        : AccSensor("accelerometer_sub_sensor", "AccSubSensor", "Accelerometer-Sub", info,
-                    callback) {
+        : AccSensor(info, callback, "accelerometer_sub_sensor", "AccSubSensor",
+                    "Accelerometer-Sub") {
         describePrivate(151, "com.tavrine.sensor.accelerometer_sub", kPermission, kContinuous,
                         {ANDROID_LOG_ERROR, "AccSensor : Meta event"});
     }

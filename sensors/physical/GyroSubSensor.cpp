@@ -7,7 +7,7 @@ namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 class GyroSubSensor : public GyroSensor {
   public:
     GyroSubSensor(const SensorInfo& info, ISensorsEventCallback* callback)
-        : GyroSensor("gyro_sub_sensor", "GyroSubSensor", "Gyroscope-Sub", info, callback) {
+        : GyroSensor(info, callback, "gyro_sub_sensor", "GyroSubSensor", "Gyroscope-Sub") {
         describePrivate(153, "com.tavrine.sensor.gyroscope_sub", kPermission, kContinuous,
                         {ANDROID_LOG_ERROR, "GyroSensor : Meta event"});
     }

@@ -4,14 +4,18 @@
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
-/** Acceleration in m/s² before bias correction, with the bias. */
+/** Acceleration in m/s² before bias correction, with the bias. The second display's twin brings its
+ * own names. */
 class UncalAccSensor : public ScaledSensor<UncalibratedRecord<int16_t>> {
   public:
-    UncalAccSensor(const SensorInfo& info, ISensorsEventCallback* callback);
-
-    /** For the second display's twin, which brings its own names. */
-    UncalAccSensor(const char* iioName, const char* tag, const char* displayName,
-                   const SensorInfo& info, ISensorsEventCallback* callback);
+    UncalAccSensor(const SensorInfo& info, ISensorsEventCallback* callback,
+                   const char* iioName = "uncal_accel_sensor", const char* tag = "UncalAccSensor",
+                   const char* displayName = "Accelerometer Uncalibrated")
+        : ScaledSensor(iioName, tag, displayName, info, callback) {
+        describe(SensorType::ACCELEROMETER_UNCALIBRATED, kContinuous,
+                 {ANDROID_LOG_ERROR, "UncalAccSensor : Meta event"});
+        presetAccuracyHigh();
+    }
 };
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -7,8 +7,8 @@ namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 class UncalAccSubSensor : public UncalAccSensor {
   public:
     UncalAccSubSensor(const SensorInfo& info, ISensorsEventCallback* callback)
-        : UncalAccSensor("uncal_accel_sub_sensor", "UncalAccSubSensor",
-                         "Accelerometer Uncalibrated Sub", info, callback) {
+        : UncalAccSensor(info, callback, "uncal_accel_sub_sensor", "UncalAccSubSensor",
+                         "Accelerometer Uncalibrated Sub") {
         describePrivate(152, "com.tavrine.sensor.accelerometer_uncalibrated_sub", kPermission,
                         kContinuous, {ANDROID_LOG_ERROR, "UncalAccSensor : Meta event"});
     }

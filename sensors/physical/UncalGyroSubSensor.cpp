@@ -7,8 +7,8 @@ namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 class UncalGyroSubSensor : public UncalGyroSensor {
   public:
     UncalGyroSubSensor(const SensorInfo& info, ISensorsEventCallback* callback)
-        : UncalGyroSensor("uncal_gyro_sub_sensor", "UncalGyroSubSensor",
-                          "Gyroscope Uncalibrated Sub", info, callback) {
+        : UncalGyroSensor(info, callback, "uncal_gyro_sub_sensor", "UncalGyroSubSensor",
+                          "Gyroscope Uncalibrated Sub") {
         describePrivate(154, "com.tavrine.sensor.gyroscope_uncalibrated_sub", kPermission,
                         kContinuous, {ANDROID_LOG_ERROR, "UncalGyroSensor : Meta event"});
     }
