@@ -6,23 +6,19 @@
 #include <cstring>
 #include <vector>
 
-#include "simulator/RecordBuilder.h"
-#include "tests/support/ClientMemory.h"
-
 namespace proofs {
 
 using android::hardware::sensors::V1_0::Event;
 using android::hardware::sensors::V1_0::RateLevel;
 using android::hardware::sensors::V1_0::Result;
-using android::hardware::sensors::V1_0::SharedMemFormat;
-using android::hardware::sensors::V1_0::SharedMemInfo;
-using android::hardware::sensors::V1_0::SharedMemType;
 using simulator::HubServices;
 using simulator::RecordBuilder;
 using simulator::Request;
+using testing_support::sample;
 
 namespace {
 
+constexpr int kVdis = 38;
 constexpr char kDumpDirectory[] = "/data/vendor/sensorhub/";
 constexpr char kOldDump[] = "/data/vendor/sensorhub/shub_dump_005_20200101_000000";
 constexpr char kFile[] = "/data/vendor/sensorhub/calibration";
@@ -35,68 +31,34 @@ struct Row {
 
 const std::vector<Row>& rows() {
     static const std::vector<Row> all = {
-        {1, Session::kAccelerometer, RecordBuilder().i16(1).i16(2).i16(3).u64(4).bytes()},
+        {1, Session::kAccelerometer, sample()},
         {17, Session::kOneShot, RecordBuilder().u8(1).u64(5).bytes()},
         {37, Session::kLight, RecordBuilder().i32(6).u8(4).i32(7).u8(3).u64(8).bytes()},
-        {38, Session::kGyroscope, RecordBuilder().i16(1).i16(2).i16(3).u64(9).bytes()},
+        {kVdis, Session::kGyroscope, sample()},
     };
     return all;
 }
 
-simulator::HubOptions options() {
-    simulator::HubOptions result;
-    auto& sensors = result.sensors;
-    const auto isUnused = [](const simulator::SensorSpec& spec) {
-        return std::none_of(rows().begin(), rows().end(),
-                            [&](const Row& row) { return row.handle == spec.handle; });
-    };
-    sensors.erase(std::remove_if(sensors.begin(), sensors.end(), isUnused), sensors.end());
-    return result;
-}
-
 }  // namespace
 
-const char* const Session::kPartNames[kParts] = {
-    "catalogue", "accelerometer", "one-shot sensor", "light sensor", "gyroscope",
-    "context",   "messages",      "file requests",   "dumps",        "everything"};
-
-Session::Session()
-    : mHub(options()), mRear(mHub), mServices(mHub), mProxy(new host_proxy::HalProxyCallback) {
-    mServices.setDumpContent("dump");
-    mServices.setContextList({1, 2, 3, 4});
-}
-
-Session::~Session() {
-    if (mLibrary != nullptr) end();
-}
-
-void Session::start(const std::function<void(void* library)>& loaded) {
-    mLibrary = dlopen(SENSORHUB_LIBRARY, RTLD_NOW | RTLD_LOCAL);
-    if (loaded) loaded(mLibrary);
-    uint32_t version = 0;
-    mHal = reinterpret_cast<host_proxy::SubHalLibrary::EntryPoint>(
-        dlsym(mLibrary, "sensorsHalGetSubHal"))(&version);
-    for (const auto& info : host_proxy::sensorsOf(*mHal))
+Session::Session(const std::function<void(void* library)>& loaded)
+    : mSubHal(testing_support::onlySensors({1, 17, 37, kVdis}),
+              [&](simulator::SimulatedHub& hub) {
+                  mRear = std::make_unique<simulator::RearLightSensor>(hub);
+                  mServices = std::make_unique<HubServices>(hub);
+                  mServices->setDumpContent("dump");
+                  mServices->setContextList({1, 2, 3, 4});
+                  if (!loaded) return;
+                  mPreloaded = dlopen(SENSORHUB_LIBRARY, RTLD_NOW | RTLD_LOCAL);
+                  loaded(mPreloaded);
+              }),
+      mHub(mSubHal.hub()),
+      mHal(mSubHal.hal()) {
+    if (mPreloaded != nullptr) dlclose(mPreloaded);
+    for (const auto& info : host_proxy::sensorsOf(mHal))
         mListed.insert(info.sensorHandle);
     settle();
-    initialize();
-}
-
-void Session::initialize() {
-    const android::sp<android::hardware::sensors::V2_0::implementation::IHalProxyCallback>
-        callback = mProxy;
-    mHal->initialize(callback);
-}
-
-bool Session::end() {
-    {
-        const simulator::ShutdownHelper helper(mHub);
-        dlclose(mLibrary);
-        mLibrary = nullptr;
-    }
-    void* resident = dlopen(SENSORHUB_LIBRARY, RTLD_NOW | RTLD_LOCAL | RTLD_NOLOAD);
-    if (resident != nullptr) dlclose(resident);
-    return resident == nullptr;
+    mHal.initialize(&mSubHal.proxy());
 }
 
 void Session::expect(Part part, bool good, const std::string& what) {
@@ -112,10 +74,10 @@ void Session::settle() {
 }
 
 bool Session::delivers(int handle, const std::string& record) {
-    mProxy->take();
+    mSubHal.proxy().take();
     if (!mHub.push(handle, record)) return false;
     settle();
-    const auto posts = mProxy->take();
+    const auto posts = mSubHal.proxy().take();
     return std::any_of(posts.begin(), posts.end(), [handle](const auto& post) {
         return post.events.front().sensorHandle == handle;
     });
@@ -135,13 +97,13 @@ void Session::inject(int handle, uint32_t word0, uint32_t word1) {
     memset(payload, 'm', sizeof(event.u));
     memcpy(payload, &word0, sizeof(word0));
     memcpy(payload + 4, &word1, sizeof(word1));
-    mHal->injectSensorData(event);
+    mHal.injectSensorData(event);
 }
 
 std::string Session::serve(int operation, const std::string& request) {
-    mServices.postRequest(operation, request);
+    mServices->postRequest(operation, request);
     settle();
-    return mServices.takeReply().value_or("");
+    return mServices->takeReply().value_or("");
 }
 
 uint32_t Session::round() {
@@ -150,15 +112,15 @@ uint32_t Session::round() {
     ++mRounds;
     mHub.clearRequests();
     std::set<int> listed;
-    for (const auto& info : host_proxy::sensorsOf(*mHal))
+    for (const auto& info : host_proxy::sensorsOf(mHal))
         listed.insert(info.sensorHandle);
     expect(kCatalogue, listed == mListed && mListed.size() == rows().size() + 1, "list");
-    mRear.setChannels(100 + mRounds, 200 + mRounds);
+    mRear->setChannels(100 + mRounds, 200 + mRounds);
     sensors();
     directChannel();
     firmware();
     for (const Row& row : rows())
-        mHal->activate(row.handle, false);
+        mHal.activate(row.handle, false);
     return mLost;
 }
 
@@ -166,15 +128,14 @@ void Session::sensors() {
     for (const Row& row : rows()) {
         const std::string name = "sensor " + std::to_string(row.handle) + ": ";
         const int64_t periodNs = 20'000'000 + 1000 * (mRounds % 2);
-        expect(row.part, mHal->activate(row.handle, true) == Result::OK, name + "activate");
+        expect(row.part, mHal.activate(row.handle, true) == Result::OK, name + "activate");
         expect(row.part, mHub.device(row.handle).enabled, name + "on");
         // The slow one makes the library ask for the count.
-        expect(row.part, mHal->batch(row.handle, periodNs, 1'000'000'000) == Result::OK,
+        expect(row.part, mHal.batch(row.handle, periodNs, 1'000'000'000) == Result::OK,
                name + "batch");
         expect(row.part, mHub.device(row.handle).periodNs == periodNs, name + "period");
         for (int i = 0; i < 2; ++i) {
-            if (row.part == kOneShot)
-                expect(row.part, mHal->activate(17, true) == Result::OK, name);
+            if (row.part == kOneShot) expect(row.part, mHal.activate(17, true) == Result::OK, name);
             expect(row.part, delivers(row.handle, row.record), name + "event");
         }
         inject(row.handle, 7, 0);
@@ -185,50 +146,46 @@ void Session::sensors() {
         // The light sensor takes no such command.
         expect(row.part, row.part == kLight || hasKept(Request::Kind::kInjection, row.handle),
                name + "injection");
-        const bool flushed = mHal->flush(row.handle) == Result::OK;
+        const bool flushed = mHal.flush(row.handle) == Result::OK;
         expect(row.part, flushed && hasKept(Request::Kind::kFlush, row.handle), name + "flush");
     }
 }
 
 void Session::directChannel() {
-    testing_support::ClientMemory memory;
-    {
-        const auto handle = testing_support::handleOf(memory.share());
-        const SharedMemInfo mem{SharedMemType::ASHMEM, SharedMemFormat::SENSORS_EVENT,
-                                static_cast<uint32_t>(memory.size()), handle.get()};
-        const auto channel = host_proxy::registerDirectChannel(*mHal, mem);
-        expect(kGyroscope, channel.result == Result::OK, "channel");
-        const auto report =
-            host_proxy::configDirectReport(*mHal, kVdis, channel.value, RateLevel::FAST);
-        expect(kGyroscope, report.value == kVdis, "report");
-        delivers(kVdis, rows().back().record);
-        expect(kGyroscope, memory.sensor(0) == kVdis, "record in the channel");
-        host_proxy::configDirectReport(*mHal, kVdis, channel.value, RateLevel::STOP);
-        host_proxy::configDirectReport(*mHal, kVdis, channel.value, RateLevel::NORMAL);
-        mHal->unregisterDirectChannel(channel.value);
-    }
+    const testing_support::ClientMemory memory;
+    const int32_t channel = mSubHal.openChannel(memory);
+    expect(kGyroscope, channel > 0, "channel");
+    const auto configure = [&](RateLevel rate) {
+        return host_proxy::configDirectReport(mHal, kVdis, channel, rate).value;
+    };
+    expect(kGyroscope, configure(RateLevel::FAST) == kVdis, "report");
+    delivers(kVdis, sample());
+    expect(kGyroscope, memory.sensor(0) == kVdis, "record in the channel");
+    configure(RateLevel::STOP);
+    configure(RateLevel::NORMAL);
+    mHal.unregisterDirectChannel(channel);
     expect(kGyroscope, memory.isZero(), "channel's end");
 }
 
 void Session::firmware() {
     const std::string number = std::to_string(mRounds);
-    expect(kContext, mHal->activate(32, true) == Result::OK, "context on");
-    expect(kContext, mServices.pushContext(8, 0, 7, "context", 1), "context record");
+    expect(kContext, mHal.activate(32, true) == Result::OK, "context on");
+    expect(kContext, mServices->pushContext(8, 0, 7, "context", 1), "context record");
     settle();
-    const auto posts = mProxy->take();
+    const auto posts = mSubHal.proxy().take();
     // Its list, then the record.
     expect(kContext, posts.size() >= 2 && posts.back().events.front().sensorHandle == 32,
            "context");
-    expect(kContext, mHal->flush(32) == Result::OK, "context flush");
-    mHal->activate(32, false);
+    expect(kContext, mHal.flush(32) == Result::OK, "context flush");
+    mHal.activate(32, false);
 
-    const size_t before = mServices.messages().size();
+    const size_t before = mServices->messages().size();
     inject(32, 0, 20);
     inject(32, 0, 60);
     inject(32, 0x42554853, 56);
     inject(32, 0x42554853, 4);
     inject(32, 1, 60);
-    expect(kMessages, mServices.messages().size() == before + 2, "messages");
+    expect(kMessages, mServices->messages().size() == before + 2, "messages");
 
     const std::string path = kFile;
     serve(HubServices::kWrite, path + ",6,0,1,lines" + number.back());
@@ -239,14 +196,14 @@ void Session::firmware() {
     serve(HubServices::kRemove, path);
     expect(kFiles, !mHub.hasFile(path), "removed file");
 
-    mServices.setDumpContent("dump " + number);
+    mServices->setDumpContent("dump " + number);
     mHub.setFile(kOldDump, "");
-    mServices.requestDump(5, 1);
+    mServices->requestDump(5, 1);
     settle();
     expect(kDumps, !mHub.hasFile(kOldDump), "old dump");
     expect(kDumps, mHub.readFile(std::string(kDumpDirectory) + "shub_dump") == "dump " + number,
            "dump");
-    mServices.requestDump(6, 2);
+    mServices->requestDump(6, 2);
     settle();
     expect(kDumps, mHub.listDirectory(kDumpDirectory).size() >= 3, "dumps");
     for (const std::string& name : mHub.listDirectory(kDumpDirectory))

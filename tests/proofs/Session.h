@@ -1,7 +1,5 @@
 #pragma once
 
-#include <V2_0/SubHal.h>
-
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -10,8 +8,7 @@
 
 #include "simulator/HubServices.h"
 #include "simulator/RearLightSensor.h"
-#include "simulator/SimulatedHub.h"
-#include "tools/proxy/SubHalLibrary.h"
+#include "tests/support/LoadedSubHal.h"
 
 namespace proofs {
 
@@ -35,33 +32,21 @@ class Session {
         kStanding,  // the library stands still
         kParts
     };
-    static const char* const kPartNames[kParts];
-
-    Session();
-    Session(const Session&) = delete;
-    Session& operator=(const Session&) = delete;
-    ~Session();
 
     /** @param loaded runs before the library's first call */
-    void start(const std::function<void(void* library)>& loaded = nullptr);
+    explicit Session(const std::function<void(void* library)>& loaded = {});
+
     /** Answers a bit for each part that did not do all that it has to. */
     uint32_t round();
     /** What round() missed first, in words. */
     const std::string& complaint() const { return mComplaint; }
-    /** Ends the library; false when it stays resident. */
-    bool end();
 
-    simulator::SimulatedHub& hub() { return mHub; }
-    host_proxy::ISensorsSubHal& hal() { return *mHal; }
-    host_proxy::HalProxyCallback& proxy() { return *mProxy; }
-    void initialize();
+    testing_support::LoadedSubHal& subHal() { return mSubHal; }
 
     /** Waits until the library has dealt with everything. */
     void settle();
 
   private:
-    static constexpr int kVdis = 38;
-
     void expect(Part part, bool good, const std::string& what);
     /** Queues a record; whether the proxy gets an event of the sensor. */
     bool delivers(int handle, const std::string& record);
@@ -73,12 +58,12 @@ class Session {
     void firmware();
     void directChannel();
 
-    simulator::SimulatedHub mHub;
-    simulator::RearLightSensor mRear;
-    simulator::HubServices mServices;
-    android::sp<host_proxy::HalProxyCallback> mProxy;
-    void* mLibrary = nullptr;
-    host_proxy::ISensorsSubHal* mHal = nullptr;
+    void* mPreloaded = nullptr;
+    std::unique_ptr<simulator::RearLightSensor> mRear;
+    std::unique_ptr<simulator::HubServices> mServices;
+    testing_support::LoadedSubHal mSubHal;
+    simulator::SimulatedHub& mHub;
+    host_proxy::ISensorsSubHal& mHal;
     std::set<int> mListed;
     uint32_t mLost = 0;
     int mRounds = 0;

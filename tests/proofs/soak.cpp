@@ -13,16 +13,11 @@
 #include <string>
 #include <vector>
 
-#include "simulator/RecordBuilder.h"
 #include "tests/proofs/Session.h"
-#include "tests/support/ClientMemory.h"
 
 namespace {
 
 using android::hardware::sensors::V1_0::RateLevel;
-using android::hardware::sensors::V1_0::SharedMemFormat;
-using android::hardware::sensors::V1_0::SharedMemInfo;
-using android::hardware::sensors::V1_0::SharedMemType;
 using proofs::Session;
 
 constexpr int kVdis = 38;
@@ -77,20 +72,18 @@ bool isFlat(const char* name, int count, const std::function<void()>& step) {
     return flat;
 }
 
-void useChannel(Session& session) {
+void useChannel(testing_support::LoadedSubHal& subHal) {
     const testing_support::ClientMemory memory;
-    const auto handle = testing_support::handleOf(memory.share());
-    const SharedMemInfo mem{SharedMemType::ASHMEM, SharedMemFormat::SENSORS_EVENT,
-                            static_cast<uint32_t>(memory.size()), handle.get()};
-    const auto channel = host_proxy::registerDirectChannel(session.hal(), mem);
-    host_proxy::configDirectReport(session.hal(), kVdis, channel.value, RateLevel::FAST);
+    const int32_t channel = subHal.openChannel(memory);
+    host_proxy::configDirectReport(subHal.hal(), kVdis, channel, RateLevel::FAST);
     // Now and then it goes with the proxy's restart.
-    if (channel.value % 8 == 0) {
-        session.initialize();
+    if (channel % 8 == 0) {
+        subHal.hal().initialize(&subHal.proxy());
     } else {
-        session.hal().unregisterDirectChannel(channel.value);
+        subHal.hal().unregisterDirectChannel(channel);
     }
-    session.hub().clearRequests();
+    subHal.hub().clearRequests();
+    testing_support::LogCapture::take();
 }
 
 }  // namespace
@@ -100,19 +93,19 @@ int main(int argc, char** argv) {
     bool flat = true;
     {
         Session session;
-        session.start();
-        flat &= isFlat("initialize", 10000 / divisor, [&] { session.initialize(); });
-        flat &= isFlat("channel", 10000 / divisor, [&] { useChannel(session); });
-        session.hal().activate(kAccelerometer, true);
-        session.hal().batch(kAccelerometer, 0, 1'000'000'000);
+        auto& subHal = session.subHal();
+        flat &= isFlat("initialize", 10000 / divisor, [&] { subHal.initialize(); });
+        flat &= isFlat("channel", 10000 / divisor, [&] { useChannel(subHal); });
+        subHal.hal().activate(kAccelerometer, true);
+        subHal.hal().batch(kAccelerometer, 0, 1'000'000'000);
         long delivered = 0;
-        const std::string record = simulator::RecordBuilder().i16(1).i16(2).i16(3).u64(4).bytes();
         const int batches = 1'000'000 / kRecordsAtOnce / divisor;
         flat &= isFlat("batch", batches, [&] {
             for (int i = 0; i < kRecordsAtOnce; ++i)
-                session.hub().push(kAccelerometer, record);
+                subHal.hub().push(kAccelerometer, testing_support::sample());
             session.settle();
-            for (const auto& post : session.proxy().take())
+            testing_support::LogCapture::take();
+            for (const auto& post : subHal.proxy().take())
                 delivered += static_cast<long>(post.events.size());
         });
         const long sent = static_cast<long>(batches + batches / 10 + 1) * kRecordsAtOnce;
@@ -121,9 +114,7 @@ int main(int argc, char** argv) {
     }
     flat &= isFlat("load", 100 / divisor, [] {
         Session session;
-        session.start();
-        session.initialize();
-        if (!session.end()) abort();
+        if (!session.subHal().unload()) abort();
     });
     return flat ? 0 : 1;
 }

@@ -6,6 +6,11 @@
 
 namespace testing_support {
 
+using android::hardware::sensors::V1_0::Result;
+using android::hardware::sensors::V1_0::SharedMemFormat;
+using android::hardware::sensors::V1_0::SharedMemInfo;
+using android::hardware::sensors::V1_0::SharedMemType;
+
 namespace {
 
 /** Members are built in order, and the library looks at the hub as soon as it is loaded. */
@@ -32,9 +37,7 @@ LoadedSubHal::~LoadedSubHal() {
 }
 
 void LoadedSubHal::initialize() {
-    const android::sp<android::hardware::sensors::V2_0::implementation::IHalProxyCallback>
-        callback = mProxy;
-    EXPECT_EQ(hal().initialize(callback), android::hardware::sensors::V1_0::Result::OK);
+    EXPECT_EQ(hal().initialize(&proxy()), Result::OK);
     mHub.waitIdle();
     LogCapture::take();
     mHub.clearRequests();
@@ -56,6 +59,13 @@ std::vector<int64_t> LoadedSubHal::timestamps() {
 std::vector<int64_t> LoadedSubHal::timestamps(int handle, const std::string& record) {
     EXPECT_TRUE(deliver(handle, record));
     return timestamps();
+}
+
+int32_t LoadedSubHal::openChannel(const ClientMemory& memory) {
+    const Handle handle = handleOf(memory.share());
+    const SharedMemInfo shared{SharedMemType::ASHMEM, SharedMemFormat::SENSORS_EVENT,
+                               static_cast<uint32_t>(memory.size()), handle.get()};
+    return host_proxy::registerDirectChannel(hal(), shared).value;
 }
 
 bool LoadedSubHal::unload() {

@@ -4,7 +4,9 @@
 #include <string>
 #include <vector>
 
+#include "simulator/RecordBuilder.h"
 #include "simulator/SimulatedHub.h"
+#include "tests/support/ClientMemory.h"
 #include "tests/support/LogCapture.h"
 #include "tools/proxy/SubHalLibrary.h"
 
@@ -34,10 +36,12 @@ class LoadedSubHal {
     /** Queues a record and waits until the library has dealt with it. */
     bool deliver(int handle, const std::string& record);
 
-    /** Timestamps of the events that the proxy got since the last call, and of what is delivered.
-     */
+    /** Of the events that the proxy got since the last call, and of what is delivered. */
     std::vector<int64_t> timestamps();
     std::vector<int64_t> timestamps(int handle, const std::string& record);
+
+    /** Makes the region a direct channel; its handle, or -1 when it is refused. */
+    int32_t openChannel(const ClientMemory& memory);
 
     /** Ends the library; its destructor's log can be read afterwards. */
     bool unload();
@@ -48,6 +52,11 @@ class LoadedSubHal {
     android::sp<HalProxyCallback> mProxy;
     host_proxy::SubHalLibrary mLibrary;
 };
+
+/** What a sensor of three 16-bit components sends. */
+inline std::string sample(uint64_t timestamp = 4) {
+    return simulator::RecordBuilder().i16(1).i16(2).i16(3).u64(timestamp).bytes();
+}
 
 /** A hub that has only these sensors, with plausible values in every field. */
 LoadedSubHal::Options onlySensors(const std::vector<int>& handles);

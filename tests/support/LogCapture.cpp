@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <iostream>
 #include <mutex>
@@ -14,26 +15,13 @@ namespace testing_support {
 
 namespace {
 
+constexpr ptrdiff_t kKept = 300;
+
 std::mutex gLock;
 bool gCapturing = false;
 std::vector<LogLine> gTaken;  // kept for the report of a failing test
 std::vector<LogLine> gLines;
 std::function<void()> gObserver;
-
-char levelOf(int priority) {
-    switch (priority) {
-        case ANDROID_LOG_DEBUG:
-            return 'D';
-        case ANDROID_LOG_INFO:
-            return 'I';
-        case ANDROID_LOG_WARN:
-            return 'W';
-        case ANDROID_LOG_ERROR:
-            return 'E';
-        default:
-            return '?';
-    }
-}
 
 }  // namespace
 
@@ -46,7 +34,8 @@ void record(int priority, const char* tag, const std::string& text) {
     {
         const std::lock_guard<std::mutex> lock(gLock);
         if (!gCapturing || strcmp(tag, "SensorsHub") != 0) return;  // the platform logs, too
-        gLines.push_back({levelOf(priority), text});
+        const auto level = std::string("??VDIWEFS").at(static_cast<size_t>(priority));
+        gLines.push_back({level, text});
         observer = gObserver;
     }
     if (observer) observer();
@@ -73,6 +62,7 @@ LogCapture::~LogCapture() {
 std::vector<LogLine> LogCapture::take() {
     const std::lock_guard<std::mutex> lock(gLock);
     gTaken.insert(gTaken.end(), gLines.begin(), gLines.end());
+    if (gTaken.size() > size_t{kKept}) gTaken.erase(gTaken.begin(), gTaken.end() - kKept);
     return std::exchange(gLines, {});
 }
 
@@ -98,14 +88,11 @@ extern "C" __attribute__((visibility("default"), format(printf, 3, 4))) int __an
     int priority, const char* tag, const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    va_list measured;
-    va_copy(measured, arguments);
-    const int length = vsnprintf(nullptr, 0, format, measured);
-    va_end(measured);
-    std::string text(static_cast<size_t>(length < 0 ? 0 : length) + 1, '\0');
-    vsnprintf(text.data(), text.size(), format, arguments);
+    char* text = nullptr;
+    const int length = vasprintf(&text, format, arguments);
     va_end(arguments);
-    text.pop_back();
+    if (length < 0) abort();
     testing_support::record(priority, tag, text);
+    free(text);
     return length;
 }
