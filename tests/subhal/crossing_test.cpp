@@ -1,5 +1,6 @@
-// Two requests at once: wherever the first one stands still, what is left in the end is what one of
-// the two orders leaves. A request can stand still at each of its log lines and hub accesses.
+// Requests at once. Two of them: wherever the first one stands still, at one of its log lines or
+// hub accesses, what is left in the end is what one of the two orders leaves. Then all of them
+// together, while events stream and the proxy restarts: it is the thread sanitizer that looks on.
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -9,24 +10,23 @@
 #include <fstream>
 #include <functional>
 #include <mutex>
+#include <random>
 #include <string>
 #include <thread>
 #include <vector>
 
-#include "simulator/RecordBuilder.h"
-#include "tests/support/ClientMemory.h"
 #include "tests/support/LoadedSubHal.h"
 
 namespace {
 
+using android::hardware::sensors::V1_0::Event;
+using android::hardware::sensors::V1_0::OperationMode;
 using android::hardware::sensors::V1_0::RateLevel;
 using android::hardware::sensors::V1_0::Result;
-using android::hardware::sensors::V1_0::SharedMemFormat;
-using android::hardware::sensors::V1_0::SharedMemInfo;
-using android::hardware::sensors::V1_0::SharedMemType;
 using simulator::Request;
 using testing_support::LoadedSubHal;
 using testing_support::LogCapture;
+using testing_support::sample;
 
 constexpr int kVdis = 38;
 constexpr size_t kRegion = 104 * 8;
@@ -112,14 +112,8 @@ class Crossing : public testing::Test {
     }
     ~Crossing() override { LogCapture::setObserver(nullptr); }
 
-    void open() {
-        const auto handle = testing_support::handleOf(client.share());
-        const SharedMemInfo mem{SharedMemType::ASHMEM, SharedMemFormat::SENSORS_EVENT, kRegion,
-                                handle.get()};
-        subHal.hal().registerDirectChannel(mem, [this](Result, int32_t made) { channel = made; });
-    }
-    void config(RateLevel rate) {
-        subHal.hal().configDirectReport(kVdis, channel, rate, [](Result, int32_t) {});
+    void config(int32_t sensor, RateLevel rate) {
+        host_proxy::configDirectReport(subHal.hal(), sensor, channel, rate);
     }
 
     std::vector<Call> calls() {
@@ -132,14 +126,10 @@ class Crossing : public testing::Test {
             {"switch off", [=] { activate(false); }},
             {"batch at 5 ms", [=] { batch(5000000, 0); }},
             {"batch at 50 ms", [=] { batch(50000000, 300000000); }},
-            {"report normal", [this] { config(RateLevel::NORMAL); }},
-            {"report fast", [this] { config(RateLevel::FAST); }},
-            {"stop", [this] { config(RateLevel::STOP); }},
-            {"stop all",
-             [this] {
-                 subHal.hal().configDirectReport(-1, channel, RateLevel::STOP,
-                                                 [](Result, int32_t) {});
-             }},
+            {"report normal", [this] { config(kVdis, RateLevel::NORMAL); }},
+            {"report fast", [this] { config(kVdis, RateLevel::FAST); }},
+            {"stop", [this] { config(kVdis, RateLevel::STOP); }},
+            {"stop all", [this] { config(-1, RateLevel::STOP); }},
             {"unregister", [this] { subHal.hal().unregisterDirectChannel(channel); }},
             {"initialize", [this] { subHal.hal().initialize(&subHal.proxy()); }},
         };
@@ -151,15 +141,11 @@ class Crossing : public testing::Test {
         subHal.hub().clearRequests();
         subHal.hal().batch(kVdis, 30000000, 0);
         subHal.hal().activate(kVdis, (start & 1) != 0);
-        open();
-        if ((start & 2) != 0) config(RateLevel::NORMAL);
+        channel = subHal.openChannel(client);
+        if ((start & 2) != 0) config(kVdis, RateLevel::NORMAL);
     }
 
-    bool deliver() {
-        simulator::RecordBuilder record;
-        record.i16(1).i16(2).i16(3).u64(++timestamp).u32(0);
-        return subHal.deliver(kVdis, record.bytes());
-    }
+    bool deliver() { return subHal.deliver(kVdis, sample(++timestamp)); }
 
     bool isInRegion() const {
         for (size_t slot = 0; slot < kRegion / 104; ++slot) {
@@ -188,8 +174,8 @@ class Crossing : public testing::Test {
         text += subHal.proxy().take().empty() ? "" : ", proxy";
         text += isInRegion() ? ", channel" : "";
         subHal.hal().unregisterDirectChannel(channel);
-        open();
-        config(RateLevel::NORMAL);
+        channel = subHal.openChannel(client);
+        config(kVdis, RateLevel::NORMAL);
         return text + ", then " + lastTold();
     }
 
@@ -247,6 +233,83 @@ TEST_F(Crossing, LeavesWhatOneOfTheTwoOrdersLeaves) {
         }
     }
     EXPECT_GT(stops, 1000);
+}
+
+constexpr int kCallers = 3;
+
+TEST(Crowd, MayCallAnythingWhileEventsStreamAndTheProxyRestarts) {
+    LoadedSubHal subHal(testing_support::onlySensors({1, 17, kVdis}));
+    subHal.initialize();
+    auto& hal = subHal.hal();
+    const testing_support::ClientMemory memory;
+    std::atomic<int32_t> channel{0};
+    std::atomic<int> calling{kCallers};
+    const auto call = [&](unsigned seed) {
+        std::mt19937 random(seed);
+        constexpr int kHandles[] = {1, 17, 32, kVdis};  // streaming, one-shot, context, direct
+        const auto below = [&random](unsigned end) { return static_cast<int>(random() % end); };
+        for (int i = 0; i < 3000; ++i) {
+            const int handle = kHandles[below(4)];
+            Event event = {};
+            event.sensorHandle = handle;
+            event.u.data[0] = static_cast<float>(below(3));
+            switch (below(10)) {
+                case 0:
+                case 1:
+                    hal.activate(handle, below(2) == 0);
+                    break;
+                case 2:
+                    hal.batch(handle, 1'000'000 * below(50), 1'000'000 * below(3));
+                    break;
+                case 3:
+                    hal.flush(handle);
+                    break;
+                case 4:
+                    // A message is one caller's.
+                    if (seed == 0 || handle != 32) hal.injectSensorData(event);
+                    break;
+                case 5:
+                    channel = subHal.openChannel(memory);
+                    break;
+                case 6:
+                    hal.unregisterDirectChannel(channel);
+                    break;
+                case 7:
+                case 8:
+                    host_proxy::configDirectReport(hal, below(4) == 0 ? -1 : kVdis, channel,
+                                                   static_cast<RateLevel>(below(4)));
+                    break;
+                default:
+                    hal.setOperationMode(OperationMode::DATA_INJECTION);
+                    EXPECT_EQ(host_proxy::sensorsOf(hal).size(), 4u);
+            }
+        }
+        --calling;
+    };
+    std::vector<std::thread> callers;
+    for (unsigned seed = 0; seed < kCallers; ++seed)
+        callers.emplace_back(call, seed);
+    while (calling > 0) {
+        for (const int handle : {1, kVdis})
+            EXPECT_TRUE(subHal.deliver(handle, sample()));
+        subHal.deliver(17, simulator::RecordBuilder().u8(1).u64(5).bytes());
+        hal.initialize(&subHal.proxy());
+    }
+    for (std::thread& caller : callers)
+        caller.join();
+
+    // A restart leaves no channel, and what is asked now holds.
+    hal.initialize(&subHal.proxy());
+    for (const int handle : {1, kVdis}) {
+        EXPECT_EQ(hal.activate(handle, false), Result::OK);
+        EXPECT_FALSE(subHal.hub().device(handle).enabled);
+        EXPECT_EQ(hal.activate(handle, true), Result::OK);
+        EXPECT_EQ(hal.batch(handle, 20'000'000, 0), Result::OK);
+        EXPECT_EQ(subHal.hub().device(handle).periodNs, 20'000'000);
+        subHal.proxy().take();
+        EXPECT_EQ(subHal.timestamps(handle, sample()).size(), 1u);
+    }
+    EXPECT_TRUE(memory.isZero());
 }
 
 }  // namespace

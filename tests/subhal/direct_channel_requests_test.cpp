@@ -4,12 +4,11 @@
 #include <map>
 #include <random>
 #include <set>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "simulator/RecordBuilder.h"
-#include "tests/support/ClientMemory.h"
 #include "tests/support/LoadedSubHal.h"
 
 using android::hardware::sensors::V1_0::RateLevel;
@@ -18,9 +17,8 @@ using android::hardware::sensors::V1_0::SharedMemFormat;
 using android::hardware::sensors::V1_0::SharedMemInfo;
 using android::hardware::sensors::V1_0::SharedMemType;
 using simulator::Request;
-using simulator::SimulatedHub;
-using testing_support::LoadedSubHal;
 using testing_support::LogCapture;
+using testing_support::sample;
 using Client = testing_support::ClientMemory;
 
 namespace {
@@ -39,42 +37,27 @@ using Answer = std::pair<Result, int32_t>;
 
 using Lines = std::vector<std::string>;
 
-class DirectChannels : public testing::Test {
+class DirectChannels : public testing::Test, protected testing_support::LoadedSubHal {
   protected:
-    static LoadedSubHal::Options sensors() {
-        auto options = testing_support::onlySensors({kAccelerometer, kVdis, kStillwave});
+    static Options sensors() {
+        Options options = testing_support::onlySensors({kAccelerometer, kVdis, kStillwave});
         for (auto& sensor : options.sensors)
             sensor.minDelayUs = 1000;
         return options;
     }
 
-    DirectChannels() : subHal(sensors()), hub(subHal.hub()) { subHal.initialize(); }
-
-    Answer registerMemory(int32_t type, uint32_t size, const native_handle_t* handle) {
-        const SharedMemInfo mem{static_cast<SharedMemType>(type), static_cast<SharedMemFormat>(1),
-                                size, handle};
-        const auto answer = host_proxy::registerDirectChannel(subHal.hal(), mem);
-        return {answer.result, answer.value};
-    }
-
-    int32_t open(const Client& client) {
-        const auto handle = testing_support::handleOf(client.share());
-        const auto [result, channel] =
-            registerMemory(1, static_cast<uint32_t>(client.size()), handle.get());
-        EXPECT_EQ(result, Result::OK);
-        return channel;
-    }
+    DirectChannels() : LoadedSubHal(sensors()) { initialize(); }
 
     Answer config(int32_t sensor, int32_t channel, int32_t rate) {
-        const auto answer = host_proxy::configDirectReport(subHal.hal(), sensor, channel,
-                                                           static_cast<RateLevel>(rate));
+        const auto answer =
+            host_proxy::configDirectReport(hal(), sensor, channel, static_cast<RateLevel>(rate));
         return {answer.result, answer.value};
     }
 
     /** "enable H V" and "batch H period latency" lines since the last call. */
     Lines told() {
         Lines lines;
-        for (const Request& request : hub.requests()) {
+        for (const Request& request : hub().requests()) {
             EXPECT_EQ(request.error, 0);
             const std::string handle = std::to_string(request.handle);
             if (request.kind == Request::Kind::kEnable) {
@@ -84,44 +67,39 @@ class DirectChannels : public testing::Test {
                                 std::to_string(request.latencyNs));
             }
         }
-        hub.clearRequests();
+        hub().clearRequests();
         return lines;
     }
-
-    bool deliver(int handle, int16_t x, uint64_t timestamp) {
-        simulator::RecordBuilder record;
-        record.i16(x).i16(2).i16(3).u64(timestamp);
-        if (handle != kAccelerometer) record.u32(0);
-        return subHal.deliver(handle, record.bytes());
-    }
-
-    LoadedSubHal subHal;
-    SimulatedHub& hub;
 };
 
 TEST_F(DirectChannels, RegistrationLogsWhatItWasGiven) {
     const Client client;
-    const auto handle = testing_support::handleOf(client.share());
-    EXPECT_EQ(registerMemory(1, 1000, handle.get()), Answer(Result::OK, 1));
-    char line[160];
-    snprintf(line, sizeof(line),
-             "I convertFromSharedMemInfo type: 1 format: 1 memout size: 1000 handle: %p",
-             static_cast<void*>(handle.get()));
-    EXPECT_LOG("I registerDirectChannel++", line, "I addDirectChannel++", "I mem->type 1",
+    const auto given = testing_support::handleOf(client.share());
+    const auto add = [&](int type, uint32_t size, const native_handle_t* handle) -> Answer {
+        const SharedMemInfo mem{static_cast<SharedMemType>(type), SharedMemFormat::SENSORS_EVENT,
+                                size, handle};
+        const auto answer = host_proxy::registerDirectChannel(hal(), mem);
+        return {answer.result, answer.value};
+    };
+    EXPECT_EQ(add(1, 1000, given.get()), Answer(Result::OK, 1));
+    std::ostringstream line;
+    line << "I convertFromSharedMemInfo type: 1 format: 1 memout size: 1000 handle: "
+         << given.get();
+    EXPECT_LOG("I registerDirectChannel++", line.str(), "I addDirectChannel++", "I mem->type 1",
                "I mem->type ASHMEM", "I addDirectChannel 1");
 
     const Answer refused(Result::BAD_VALUE, -1);
-    EXPECT_EQ(registerMemory(2, 1000, handle.get()), refused);
+    EXPECT_EQ(add(2, 1000, given.get()), refused);
     EXPECT_TRUE(LogCapture::contains("E type is not supported: 2"));
-    EXPECT_EQ(registerMemory(1, 1000, nullptr), refused);
-    handle->data[0] = client.share();
-    EXPECT_EQ(registerMemory(1, 0xFFFFFFFF, handle.get()), refused);
+    EXPECT_EQ(add(1, 1000, nullptr), refused);
+    given->data[0] = client.share();
+    EXPECT_EQ(add(1, 0xFFFFFFFF, given.get()), refused);
     EXPECT_TRUE(LogCapture::contains("W Direct channel object(type:1) has error -22 upon init"));
 }
 
 TEST_F(DirectChannels, ConfigurationAnswers) {
     const Client client;
-    const int32_t channel = open(client);
+    const int32_t channel = openChannel(client);
     const Answer bad(Result::BAD_VALUE, -22);
     for (const int32_t level : {-1, 4})
         EXPECT_EQ(config(kVdis, channel, level), Answer(Result::BAD_VALUE, 0));
@@ -195,24 +173,23 @@ TEST_F(DirectChannels, RandomRequestsAgainstAModel) {
         switch (random() % 14) {
             case 0:
                 sensor.enabled = random() % 2 == 0;
-                EXPECT_EQ(subHal.hal().activate(handle, sensor.enabled), Result::OK);
+                EXPECT_EQ(hal().activate(handle, sensor.enabled), Result::OK);
                 expected = {model.enable(handle, sensor.enabled)};
                 break;
             case 1:
                 sensor.periodNs = pick({1000000, 2500000, 5000000, 50000000});
                 sensor.latencyNs = pick({0, 300000000});
-                EXPECT_EQ(subHal.hal().batch(handle, sensor.periodNs, sensor.latencyNs),
-                          Result::OK);
+                EXPECT_EQ(hal().batch(handle, sensor.periodNs, sensor.latencyNs), Result::OK);
                 expected = {model.batch(handle)};
                 break;
             case 2:
             case 3:
             case 4:
-                EXPECT_EQ(open(client), model.next);  // the same region again and again
+                EXPECT_EQ(openChannel(client), model.next);  // the same region again and again
                 model.channels.insert(model.next++);
                 break;
             case 5: {
-                EXPECT_EQ(subHal.hal().unregisterDirectChannel(channel), Result::OK);
+                EXPECT_EQ(hal().unregisterDirectChannel(channel), Result::OK);
                 const std::string stopped = model.stopAll(channel, &expected);
                 model.channels.erase(channel);
                 const std::string line = "W Removing channel " + std::to_string(channel) +
@@ -227,7 +204,7 @@ TEST_F(DirectChannels, RandomRequestsAgainstAModel) {
                 break;
             case 7:
                 if (random() % 8 != 0) break;
-                EXPECT_EQ(subHal.hal().initialize(&subHal.proxy()), Result::OK);
+                EXPECT_EQ(hal().initialize(&proxy()), Result::OK);
                 for (const int32_t removed : model.channels) {
                     EXPECT_EQ(LogCapture::count("E initialize: remove direct-channel handle=" +
                                                 std::to_string(removed)),
@@ -259,46 +236,45 @@ TEST_F(DirectChannels, RandomRequestsAgainstAModel) {
 
 TEST_F(DirectChannels, RowsKeepWhatTheDriverRefused) {
     const Client client;
-    const int32_t channel = open(client);
-    ASSERT_EQ(subHal.hal().activate(kVdis, true), Result::OK);
-    hub.failIoctl("/dev/batch_io", EIO);
-    ASSERT_EQ(subHal.hal().batch(kVdis, 10000000, 0), Result::BAD_VALUE);
+    const int32_t channel = openChannel(client);
+    ASSERT_EQ(hal().activate(kVdis, true), Result::OK);
+    hub().failIoctl("/dev/batch_io", EIO);
+    ASSERT_EQ(hal().batch(kVdis, 10000000, 0), Result::BAD_VALUE);
     ASSERT_EQ(config(kVdis, channel, kNormal), Answer(Result::OK, kVdis));
-    EXPECT_EQ(hub.device(kVdis).periodNs, 10000000);  // shorter than the channel's 20 ms
+    EXPECT_EQ(hub().device(kVdis).periodNs, 10000000);  // shorter than the channel's 20 ms
 }
 
 TEST_F(DirectChannels, EventsReachEveryChannelOfTheirSensor) {
     const Client both;
     const Client vdisOnly;
     const Client idle;
-    const int32_t bothChannel = open(both);
-    const int32_t vdisChannel = open(vdisOnly);
-    open(idle);
+    const int32_t bothChannel = openChannel(both);
+    const int32_t vdisChannel = openChannel(vdisOnly);
+    openChannel(idle);
     config(kVdis, bothChannel, kNormal);
     config(kStillwave, bothChannel, kFast);
     config(kVdis, vdisChannel, kFast);
 
-    ASSERT_TRUE(deliver(kVdis, 10, 111));
-    ASSERT_TRUE(deliver(kStillwave, 20, 222));
-    ASSERT_TRUE(deliver(kAccelerometer, 30, 333));
-    ASSERT_TRUE(hub.pushFlushMarker(kVdis) && hub.waitIdle());
+    ASSERT_TRUE(deliver(kVdis, sample(111)));
+    ASSERT_TRUE(deliver(kStillwave, sample(222)));
+    ASSERT_TRUE(deliver(kAccelerometer, sample(333)));
+    ASSERT_TRUE(hub().pushFlushMarker(kVdis) && hub().waitIdle());
     const uint32_t head[] = {104, 38, 65536 + 71, 1, 111};
-    for (size_t i = 0; i < std::size(head); ++i)
+    for (size_t i = 0; i < std::size(head); ++i) {
         EXPECT_EQ(both.word(0, 4 * i), head[i]) << i;
-    EXPECT_EQ(both.word(1, 4), 50U);
+        EXPECT_EQ(vdisOnly.word(0, 4 * i), head[i]) << i;
+    }
+    EXPECT_EQ(both.sensor(1), 50U);
     EXPECT_EQ(both.counter(1), 2U);
-    EXPECT_EQ(both.word(1, 16), 222U);
     EXPECT_EQ(both.counter(2), 0U);
-    EXPECT_EQ(vdisOnly.counter(0), 1U);
-    EXPECT_EQ(vdisOnly.word(0, 24), both.word(0, 24));
     EXPECT_EQ(vdisOnly.counter(1), 0U);
     EXPECT_TRUE(idle.isZero());
-
     // Not enabled by the proxy, so it saw none of them.
-    EXPECT_TRUE(subHal.proxy().take().empty());
+    EXPECT_TRUE(proxy().take().empty());
+
     config(kVdis, bothChannel, kStop);
-    subHal.hal().unregisterDirectChannel(vdisChannel);
-    ASSERT_TRUE(deliver(kVdis, 10, 444));
+    hal().unregisterDirectChannel(vdisChannel);
+    ASSERT_TRUE(deliver(kVdis, sample(444)));
     EXPECT_EQ(both.counter(2), 0U);
     EXPECT_TRUE(vdisOnly.isZero());
 }

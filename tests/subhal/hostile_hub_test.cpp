@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 #include <pthread.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -10,8 +9,6 @@
 #include <condition_variable>
 #include <cstring>
 #include <ctime>
-#include <filesystem>
-#include <fstream>
 #include <functional>
 #include <mutex>
 #include <string>
@@ -19,7 +16,6 @@
 #include <utility>
 #include <vector>
 
-#include "simulator/RecordBuilder.h"
 #include "tests/support/LoadedSubHal.h"
 
 namespace {
@@ -27,37 +23,7 @@ namespace {
 using android::hardware::sensors::V1_0::Result;
 using testing_support::LoadedSubHal;
 using testing_support::LogCapture;
-using testing_support::onlySensors;
-
-// A caller that catches must not be left with half an object.
-TEST(PollThreadDeathTest, WithoutItTheProcessEnds) {
-    const auto startWithoutThreads = [] {
-        simulator::SimulatedHub hub(onlySensors({1}));
-        pthread_attr_t attributes;
-        pthread_attr_init(&attributes);
-        pthread_attr_setstacksize(&attributes, SIZE_MAX / 4 * 3);
-        pthread_setattr_default_np(&attributes);
-        try {
-            host_proxy::SubHalLibrary library(SENSORHUB_LIBRARY);
-        } catch (...) {
-        }
-        _exit(0);
-    };
-    EXPECT_EXIT(startWithoutThreads(), testing::KilledBySignal(SIGABRT), "");
-}
-
-TEST(PollThread, HasAName) {
-    LoadedSubHal subHal(onlySensors({1}));
-    ASSERT_TRUE(subHal.hub().waitIdle());
-    int named = 0;
-    for (const auto& thread : std::filesystem::directory_iterator("/proc/self/task")) {
-        std::ifstream file(thread.path() / "comm");
-        std::string name;
-        std::getline(file, name);
-        named += name == "sensorhub_poll" ? 1 : 0;
-    }
-    EXPECT_EQ(named, 1);
-}
+using testing_support::sample;
 
 // The pauses of the poll thread in ms, as it asked for them.
 std::mutex gLock;
@@ -70,7 +36,7 @@ class HostileHub : public testing::Test {
     static constexpr int kGood = 1;
 
     static LoadedSubHal::Options sensors() {
-        auto options = onlySensors({kGood, kBad});
+        auto options = testing_support::onlySensors({kGood, kBad});
         for (auto& sensor : options.sensors)
             sensor.fifoMax = 100;
         return options;
@@ -86,29 +52,21 @@ class HostileHub : public testing::Test {
     }
     ~HostileHub() override { hub.clearFaults(); }
 
-    static std::string record() {
-        return simulator::RecordBuilder().i16(1).i16(2).i16(3).u64(4).bytes();
-    }
-
     /** Whether the proxy gets the good sensor's next record. */
     bool goodDelivers() {
         subHal.proxy().take();
-        EXPECT_TRUE(hub.push(kGood, record()));
+        EXPECT_TRUE(hub.push(kGood, sample()));
         for (int i = 0; i < 500 && hub.device(kGood).queued != 0; ++i)
             std::this_thread::sleep_for(std::chrono::milliseconds(2));
         return hub.device(kGood).queued == 0;
     }
 
-    static std::vector<long> waitForPauses(size_t count) {
+    /** The pauses since the last call, at most the first `count` that there come to be. */
+    static std::vector<long> takePauses(size_t count = 0) {
         std::unique_lock<std::mutex> lock(gLock);
         EXPECT_TRUE(gChanged.wait_for(lock, std::chrono::seconds(5),
                                       [count] { return gPauses.size() >= count; }));
-        gPauses.resize(std::min(count, gPauses.size()));
-        return std::exchange(gPauses, {});
-    }
-
-    static std::vector<long> takePauses() {
-        const std::lock_guard<std::mutex> lock(gLock);
+        if (count != 0) gPauses.resize(std::min(count, gPauses.size()));
         return std::exchange(gPauses, {});
     }
 
@@ -127,43 +85,31 @@ TEST_F(HostileHub, WakeUpsWithNothingToConsumePauseTheThread) {
     struct Case {
         const char* name;
         std::function<void()> begin;
-        std::function<void()> end;
+        std::string record;
     };
+    constexpr int kForever = simulator::SimulatedHub::kForever;
     const std::vector<Case> cases = {
-        {"failing read",
-         [this] {
-             hub.failRead(kBad, EIO, 1, simulator::SimulatedHub::kForever);
-             hub.push(kBad, record());
-         },
-         [this] { hub.clearFaults(); }},
-        {"count of 0",
-         [this] {
-             hub.setDataAvailable(kBad, "0\n");
-             hub.push(kBad, record());
-         },
-         [this] { hub.clearDataAvailable(kBad); }},
-        {"failing poll",
-         [this] {
-             hub.failPoll(ENOMEM, 1, simulator::SimulatedHub::kForever);
-             hub.push(kBad, record());
-         },
-         [this] { hub.clearFaults(); }},
+        {"failing read", [this] { hub.failRead(kBad, EIO, 1, kForever); }, sample()},
+        {"count of 0", [this] { hub.setDataAvailable(kBad, "0\n"); }, sample()},
+        {"failing poll", [this] { hub.failPoll(ENOMEM, 1, kForever); }, sample()},
         // The kernel keeps it queued.
-        {"record longer than its read", [this] { hub.push(kBad, std::string(64, '\1')); },
-         [this] { hub.dropDevice(kBad); }},
+        {"record longer than its read", [] {}, std::string(64, '\1')},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
         c.begin();
-        EXPECT_EQ(waitForPauses(7), (std::vector<long>{1, 2, 4, 8, 10, 10, 10}));
+        EXPECT_TRUE(hub.push(kBad, c.record));
+        EXPECT_EQ(takePauses(7), (std::vector<long>{1, 2, 4, 8, 10, 10, 10}));
         EXPECT_LE(failedReads(), 12);
-        c.end();
+        hub.clearFaults();
+        hub.clearDataAvailable(kBad);
+        if (&c == &cases.back()) hub.dropDevice(kBad);
         EXPECT_TRUE(hub.waitIdle());
         takePauses();
         // Back to none: neither a stream nor a single failure in it pauses.
         for (int i = 0; i < 50; ++i) {
             if (i % 5 == 4) hub.failRead(kGood, EIO);
-            EXPECT_TRUE(subHal.deliver(kGood, record()));
+            EXPECT_TRUE(subHal.deliver(kGood, sample()));
         }
         EXPECT_EQ(takePauses(), std::vector<long>{});
         LogCapture::take();
@@ -172,10 +118,10 @@ TEST_F(HostileHub, WakeUpsWithNothingToConsumePauseTheThread) {
 
 TEST_F(HostileHub, APauseEndsWithTheFirstRecordOfAnySensor) {
     hub.push(kBad, std::string(64, '\1'));
-    waitForPauses(7);
+    takePauses(7);
     ASSERT_TRUE(goodDelivers());
     // Anew from the shortest one, whatever pauses came before.
-    const std::vector<long> pauses = waitForPauses(8);
+    const std::vector<long> pauses = takePauses(8);
     EXPECT_EQ(std::count(pauses.begin(), pauses.end(), 1), 1);
     EXPECT_EQ(std::count(pauses.begin(), pauses.end(), 2), 1);
     hub.dropDevice(kBad);
@@ -184,7 +130,7 @@ TEST_F(HostileHub, APauseEndsWithTheFirstRecordOfAnySensor) {
 TEST_F(HostileHub, ACountThatIsTooHighHoldsUpNobody) {
     for (const char* count : {"3\n", "1000000000\n"}) {
         hub.setDataAvailable(kBad, count);
-        EXPECT_TRUE(hub.push(kBad, record()));
+        EXPECT_TRUE(hub.push(kBad, sample()));
         EXPECT_TRUE(goodDelivers()) << count;
         EXPECT_TRUE(hub.waitIdle());
         EXPECT_EQ(failedReads(), 1) << count;
@@ -196,7 +142,7 @@ TEST_F(HostileHub, ACountThatIsTooHighHoldsUpNobody) {
         return static_cast<ssize_t>(size);
     };
     hub.setHandler(hub.devicePath(kBad), endless);
-    EXPECT_TRUE(hub.push(kBad, record()));
+    EXPECT_TRUE(hub.push(kBad, sample()));
     EXPECT_TRUE(goodDelivers());
     EXPECT_EQ(takePauses(), std::vector<long>{});
     hub.setHandler(hub.devicePath(kBad), {});

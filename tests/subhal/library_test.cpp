@@ -13,18 +13,16 @@
 
 namespace {
 
-using android::hardware::hidl_vec;
 using android::hardware::sensors::V1_0::Event;
 using android::hardware::sensors::V1_0::OperationMode;
 using android::hardware::sensors::V1_0::Result;
-using android::hardware::sensors::V1_0::SensorInfo;
 using android::hardware::sensors::V2_0::implementation::IHalProxyCallback;
 using simulator::RecordBuilder;
 using simulator::Request;
 using testing_support::ISensorsSubHal;
 using testing_support::LoadedSubHal;
 using testing_support::LogCapture;
-using testing_support::onlySensors;
+using testing_support::sample;
 using namespace std::string_literals;
 
 using Times = std::vector<int64_t>;
@@ -33,9 +31,6 @@ constexpr char kEnable[] = "/sys/class/sensors/hbx_sensor/enable";
 constexpr char kFlush[] = "/sys/class/sensors/hbx_sensor/hbx_flush";
 constexpr char kBatch[] = "/dev/batch_io";
 
-std::string acceleration(int16_t x, uint64_t timestamp) {
-    return RecordBuilder().i16(x).i16(0).i16(0).u64(timestamp).bytes();
-}
 std::string eventCode(uint8_t code, uint64_t timestamp) {
     return RecordBuilder().u8(code).u64(timestamp).bytes();
 }
@@ -51,7 +46,7 @@ class Library : public testing::Test, protected LoadedSubHal {
     Library() : LoadedSubHal(options()) { EXPECT_TRUE(hub().waitIdle()); }
 
     static Options options() {
-        Options options = onlySensors({1, 6, 8, 17, 47});
+        Options options = testing_support::onlySensors({1, 6, 8, 17, 47});
         options.sensors[3].fifoMax = 10;
         return options;
     }
@@ -71,37 +66,14 @@ TEST_F(Library, StartsAndStops) {
     EXPECT_TRUE(hal().debug({}, {}).isOk());
     EXPECT_EQ(hal().initialize({}, {}, nullptr), Result::INVALID_OPERATION);
     std::vector<int> handles;
-    hal().getSensorsList([&handles](const hidl_vec<SensorInfo>& list) {
-        for (const SensorInfo& info : list)
-            handles.push_back(info.sensorHandle);
-    });
+    for (const auto& info : host_proxy::sensorsOf(hal()))
+        handles.push_back(info.sensorHandle);
     EXPECT_EQ(handles, (std::vector<int>{1, 6, 8, 17, 47, 32}));
     LogCapture::take();
     ASSERT_TRUE(unload());
     const auto log = LogCapture::take();
     const auto stop = std::find(log.begin(), log.end(), "I thread stop");
     EXPECT_NE(std::find(stop, log.end(), "I destroy SensorsSubHal"), log.end());
-}
-
-TEST(EmptyLibrary, StartsNoThread) {
-    LoadedSubHal subHal({}, [](simulator::SimulatedHub& hub) {
-        hub.removeFile("/sys/class/sensors/hbx_sensor/sensor_spec");
-    });
-    EXPECT_LOG("I create SensorsSubHal",
-               "E makeSensorList: open failed. No such file or directory");
-    EXPECT_EQ(subHal.hal().activate(1, true), Result::BAD_VALUE);
-    LogCapture::take();
-    EXPECT_TRUE(subHal.unload());
-    EXPECT_LOG("I destroy SensorsSubHal");
-}
-
-TEST(LibraryWithoutHousekeeping, StartsAllTheSame) {
-    auto options = onlySensors({1});
-    options.hasSensorHub = false;
-    LoadedSubHal subHal(options);
-    subHal.initialize();
-    ASSERT_EQ(subHal.hal().activate(1, true), Result::OK);
-    EXPECT_EQ(subHal.timestamps(1, acceleration(1, 5)), Times{5});
 }
 
 TEST_F(Library, Requests) {
@@ -176,7 +148,7 @@ TEST_F(Library, Requests) {
     expect(flush(1), "open "s + kFlush, kBad, "", {"I flush: handle=1"});
     expect(flush(1), kFlush, kBad, "1\0"s, {"I flush: handle=1", "I flush write failed"});
     // The row followed the switch that the hub refused: events pass.
-    EXPECT_EQ(timestamps(1, acceleration(1, 5)), Times{5});
+    EXPECT_EQ(timestamps(1, sample(5)), Times{5});
 }
 
 TEST_F(Library, HandlesOutsideTheTableAreRefusedEverywhere) {
@@ -224,18 +196,18 @@ TEST_F(Library, InjectionGoesToTheSensor) {
 TEST_F(Library, OnlyEnabledSensorsReachTheLatestProxy) {
     ASSERT_EQ(hal().activate(1, true), Result::OK);
     LogCapture::take();
-    ASSERT_TRUE(deliver(1, acceleration(1, 5)));
+    ASSERT_TRUE(deliver(1, sample(5)));
     EXPECT_LOG("I postEvents: mCallBack is null");
     const android::sp<IHalProxyCallback> first = new testing_support::HalProxyCallback;
     EXPECT_EQ(hal().initialize(first), Result::OK);
     EXPECT_LOG("I SensorsSubHal::initialize", "E sensorhub initialize");
 
     initialize();
-    EXPECT_EQ(timestamps(1, acceleration(1, 6)), Times{6});
+    EXPECT_EQ(timestamps(1, sample(6)), Times{6});
     EXPECT_EQ(proxy().wakelock().taken(), 0);
     ASSERT_EQ(hal().activate(1, false), Result::OK);
     LogCapture::take();
-    EXPECT_EQ(timestamps(1, acceleration(1, 7)), Times{});
+    EXPECT_EQ(timestamps(1, sample(7)), Times{});
     EXPECT_LOG();
 
     // Those that wake the system hold a wakelock during the call.
@@ -251,7 +223,7 @@ TEST_F(Library, ABatchIsDrainedInOneWakeUpInOrder) {
     ASSERT_EQ(hal().activate(1, true), Result::OK);
     hub().setDataAvailable(1, "0\n");  // keeps the records in the queue
     for (uint64_t i = 1; i <= 100; ++i)
-        ASSERT_TRUE(hub().push(1, acceleration(static_cast<int16_t>(i), i)));
+        ASSERT_TRUE(hub().push(1, sample(i)));
     EXPECT_EQ(timestamps(), Times{});
     hub().failPoll(EINTR, 1, 2);
     hub().setDataAvailable(1, "100\n");
