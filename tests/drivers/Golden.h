@@ -90,20 +90,21 @@ struct Form {
 };
 
 struct DriverRow {
-    /** `flags` come beside the wake-up bit of the specification file; `failureOpening` is the log
-     *  text of a failing read in front of "input data file ...". */
+    /** `typeName` without its "com.tavrine.sensor."; `flags` come beside the wake-up bit of the
+     *  specification file; `failureOpening` is the log text of a failing read in front of "input
+     *  data file ...", the class name and a colon unless it is given. */
     DriverRow(const char* name, int number, PlainTwin twin, const char* display, int32_t typeNumber,
-              const char* typeName, const char* needed, uint32_t flags, const char* failureOpening,
-              const char* meta)
+              const char* typeName, const char* needed, uint32_t flags, const char* meta,
+              const char* failureOpening = nullptr)
         : className(name),
           handle(number),
           plainIsWakeUp(twin == kWakeUp),
           displayName(display),
           type(typeNumber),
-          stringType(typeName),
+          stringType(*typeName == 0 ? "" : "com.tavrine.sensor."s + typeName),
           permission(needed),
           addedFlags(flags),
-          readFailure(std::string("E ") + failureOpening +
+          readFailure("E "s + (failureOpening != nullptr ? failureOpening : name + " :"s) +
                       "input data file descriptor not available - (Input/output error)"),
           metaLine(meta) {}
 
@@ -136,7 +137,7 @@ struct DriverRow {
     bool plainIsWakeUp;
     const char* displayName;
     int32_t type;
-    const char* stringType;
+    std::string stringType;
     const char* permission;
     uint32_t addedFlags;
     LogLine readFailure;

@@ -8,7 +8,7 @@ constexpr float kUnsignedMinus = 0x1p64F;  // a small negative number, read as u
 
 DriverRow lightRow() {
     DriverRow row("LightSensor", 5, kNonWakeUp, "Light", 5, "", "", 2,
-                  "LightSensor :", "I Light Sensor : Meta event");
+                  "I Light Sensor : Meta event");
     row.form({4})
         .data({16777219}, {16777220.0F}, {"I LightSensor: lux = 16777219, time = %T"})
         .data({-1}, {kUnsignedMinus}, {"I LightSensor: lux = 18446744073709551615, time = %T"})
@@ -20,8 +20,7 @@ DriverRow lightRow() {
 /** Without a rear sensor. */
 DriverRow autoBrightnessRow() {
     DriverRow row("AutoBrightnessSensor", 37, kNonWakeUp, "Auto Brightness Sensor", 65601,
-                  "com.tavrine.sensor.autobrightness", kQSensor, 2,
-                  "AutoBrightnessSensor :", "I AutoBrightnessSensor : Meta event");
+                  "autobrightness", kQSensor, 2, "I AutoBrightnessSensor : Meta event");
     row.form({4, 1, 4, 1})
         .data({16777219, 4, 0x7F7F7F7F, 3}, {16777220.0F, 4.0F},
               {"I AutoBrightnessSensor: lux = 16777219, time = %T",
@@ -42,9 +41,8 @@ DriverRow autoBrightnessRow() {
 }
 
 DriverRow lightCctRow() {
-    DriverRow row("LightCCT_Sensor", 34, kNonWakeUp, "Light CCT", 65587,
-                  "com.tavrine.sensor.light_cct", "", 0,
-                  "LightCCT_Sensor :", "E LightCCT_Sensor : Meta event");
+    DriverRow row("LightCCT_Sensor", 34, kNonWakeUp, "Light CCT", 65587, "light_cct", "", 0,
+                  "E LightCCT_Sensor : Meta event");
     row.form({4, 4, 4, 2})
         .data({16777219, 5000, 1234, -3}, {16777220.0F, 5000.0F, -3.0F, 0.0F, 1234.0F},
               {"I LightCCT_Sensor: lux = 16777219, CCT = 5000, rawLux = 1234, roi = -3, "
@@ -62,9 +60,8 @@ DriverRow lightCctRow() {
 }
 
 DriverRow lightIrRow() {
-    DriverRow row("Light_IR_Sensor", 48, kNonWakeUp, "Light IR", 65578,
-                  "com.tavrine.sensor.light_ir", "", 2,
-                  "Light_IR_Sensor :", "E Light Sensor : Meta event");
+    DriverRow row("Light_IR_Sensor", 48, kNonWakeUp, "Light IR", 65578, "light_ir", "", 2,
+                  "E Light Sensor : Meta event");
     const std::vector<Raw> none(7, 0);
     const std::string zeros =
         "I Light_IR_Sensor irdata=0 r=0, g=0, b=0, c=0, irAtime/ir_brightness=0, irAgain=0, time=";
@@ -86,8 +83,7 @@ DriverRow lightIrRow() {
 
 DriverRow lightSeamlessRow() {
     DriverRow row("LightSeamless_Sensor", 55, kNonWakeUp, "Light Seamless Sensor", 65614,
-                  "com.tavrine.sensor.light_seamless", kQSensor, 2,
-                  "LightSeamless_Sensor :", "E LightSeamless_Sensor : Meta event");
+                  "light_seamless", kQSensor, 2, "E LightSeamless_Sensor : Meta event");
     row.form({4}).data({-16777219}, {-16777220.0F},
                        {"I LightSeamless_Sensor : event = -16777219, time = %T"});
     return row;

@@ -21,7 +21,7 @@ DriverRow& gyroscope(DriverRow& row) {
 
 DriverRow orientation(int handle) {
     DriverRow row("DeviceOrientation", handle, kNonWakeUp, "Device Orientataion", 27, "", "", 2,
-                  "DeviceOrientation(0) :", "I DeviceOrientation(0): Meta event");
+                  "I DeviceOrientation(0): Meta event", "DeviceOrientation(0) :");
     row.form({1})
         .data({3}, {3.0F, 0U, 0U, kAccuracyHigh}, {"I DeviceOrientation(0): event = 3, time = %T"})
         .data({4}, {-1.0F, 0U, 0U, kAccuracyHigh},
@@ -34,28 +34,24 @@ DriverRow orientation(int handle) {
 std::vector<DriverRow> orientationRows() {
     std::vector<DriverRow> rows;
     quaternion(rows.emplace_back("RotationVector", 11, kNonWakeUp, "Tavrine Rotation Vector", 11,
-                                 "", "", 0,
-                                 "RotationVector :", "E RotationVectorSensor : Meta event"));
+                                 "", "", 0, "E RotationVectorSensor : Meta event"));
     quaternion(rows.emplace_back("GameRotationVector", 15, kNonWakeUp,
                                  "Tavrine Game Rotation Vector", 15, "", "", 0,
-                                 "GameRotationVector :", "E GRV Sensor : Meta event"))
+                                 "E GRV Sensor : Meta event"))
         .twinIsReachable = false;
     rows.push_back(orientation(27));
     gyroscope(rows.emplace_back("IntGyroSensor", 31, kNonWakeUp, "Interrupt Gyroscope", 65579,
-                                "com.tavrine.sensor.interrupt_gyro", "", 2,
-                                "IntGyroSensor :", "E IntGyroSensor : Meta event"));
+                                "interrupt_gyro", "", 2, "E IntGyroSensor : Meta event"));
     gyroscope(rows.emplace_back("VdisGyroSensor", 38, kNonWakeUp, "VDIS Gyroscope", 65607,
-                                "com.tavrine.sensor.vdis_gyro", kQSensor, 0x786,
-                                "VdisGyroSensor :", "E VdisGyroSensor : Meta event"))
+                                "vdis_gyro", kQSensor, 0x786, "E VdisGyroSensor : Meta event"))
         .direct = true;
-    rows.emplace_back("AoisSensor", 49, kNonWakeUp, "Aois Sensor", 65699,
-                      "com.tavrine.sensor.gyroscope_aois", kQSensor, 6,
-                      "AoisSensor :", "E AoisSensor : Meta event")
+    rows.emplace_back("AoisSensor", 49, kNonWakeUp, "Aois Sensor", 65699, "gyroscope_aois",
+                      kQSensor, 6, "E AoisSensor : Meta event")
         .form({}, Marker::kEveryRecord)
         .marker({});
     gyroscope(rows.emplace_back("StillwaveGyroSensor", 50, kNonWakeUp, "Stillwave Gyroscope", 65646,
-                                "com.tavrine.sensor.stillwave_gyro", kQSensor, 0x786,
-                                "StillwaveGyroSensor :", "E StillwaveGyroSensor : Meta event"))
+                                "stillwave_gyro", kQSensor, 0x786,
+                                "E StillwaveGyroSensor : Meta event"))
         .direct = true;
     rows.push_back(orientation(52));
     return rows;
