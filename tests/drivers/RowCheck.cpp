@@ -15,16 +15,6 @@ int64_t bootTime() {
     return now.tv_sec * int64_t{1000000000} + now.tv_nsec;
 }
 
-std::string hex(const std::string& bytes) {
-    std::string text;
-    for (const char byte : bytes) {
-        char digits[4];
-        snprintf(digits, sizeof(digits), "%02x ", static_cast<uint8_t>(byte));
-        text += digits;
-    }
-    return text;
-}
-
 std::vector<uint32_t> wordsOf(const Event& event) {
     std::vector<uint32_t> words(16);
     memcpy(words.data(), &event.u, sizeof(event.u));
@@ -51,7 +41,7 @@ void checkEvent(const DriverRow& row, const Posted& expected, const Event& event
 }
 
 void checkExchange(const DriverRow& row, const Exchange& exchange, RecordPath& path) {
-    SCOPED_TRACE(hex(exchange.record));
+    SCOPED_TRACE(testing::PrintToString(exchange.record));
     const int64_t begin = bootTime();
     const Outcome outcome = path.pass(row.handle, exchange.record);
     const bool isNow = exchange.posted && exchange.posted->timestamp == kNow;
@@ -71,7 +61,7 @@ void checkExchange(const DriverRow& row, const Exchange& exchange, RecordPath& p
 /** What kind of event a record gives, whatever its payload. */
 void checkKind(const DriverRow& row, bool isMarker, const std::string& record, uint64_t timestamp,
                RecordPath& path) {
-    SCOPED_TRACE(hex(record));
+    SCOPED_TRACE(testing::PrintToString(record));
     const int64_t begin = bootTime();
     const Outcome outcome = path.pass(row.handle, record);
     ASSERT_EQ(outcome.events.size(), 1U);

@@ -25,11 +25,6 @@ class Departures : public testing::Test, protected DriverBench {
     std::string packet(int handle, const RecordBuilder& data) {
         return RecordBuilder().u8(1).u8(static_cast<uint8_t>(handle)).bytes() + data.bytes();
     }
-    /** Accuracy reported with the next orientation. */
-    int accuracy(int handle) {
-        const auto posts = read(handle, RecordBuilder().u8(1).u64(9).bytes());
-        return posts.size() == 1 ? static_cast<int>(posts[0].events[0].u.vec3.status) : -1;
-    }
 };
 
 TEST_F(Departures, Injection) {
@@ -74,6 +69,10 @@ TEST_F(Departures, Injection) {
 }
 
 TEST_F(Departures, OrientationModeLowersTheAccuracyOfItsOwnObject) {
+    const auto accuracy = [this](int handle) {
+        const auto posts = read(handle, RecordBuilder().u8(1).u64(9).bytes());
+        return static_cast<int>(posts.at(0).events.at(0).u.vec3.status);
+    };
     const std::pair<float, int> cases[] = {{1.9F, 2}, {256, 3}, {-1.5F, 2}, {0.9F, 3}};
     for (const auto& [mode, expected] : cases) {
         inject(52, kSet, {mode});

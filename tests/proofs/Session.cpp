@@ -4,7 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
-#include <vector>
+#include <filesystem>
 
 namespace proofs {
 
@@ -208,6 +208,16 @@ void Session::firmware() {
     expect(kDumps, mHub.listDirectory(kDumpDirectory).size() >= 3, "dumps");
     for (const std::string& name : mHub.listDirectory(kDumpDirectory))
         mHub.removeFile(kDumpDirectory + name);
+}
+
+std::vector<std::string> openFiles() {
+    std::vector<std::string> all;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        std::error_code gone;
+        const std::string target = std::filesystem::read_symlink(entry.path(), gone);
+        if (!gone && target.find("hbx_sensorhub") == std::string::npos) all.push_back(target);
+    }
+    return all;
 }
 
 }  // namespace proofs

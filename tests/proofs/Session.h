@@ -5,6 +5,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "simulator/HubServices.h"
 #include "simulator/RearLightSensor.h"
@@ -69,5 +70,8 @@ class Session {
     int mRounds = 0;
     std::string mComplaint;
 };
+
+/** What the process has open, apart from the message device: the library never closes it. */
+std::vector<std::string> openFiles();
 
 }  // namespace proofs

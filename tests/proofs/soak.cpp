@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <string>
@@ -27,47 +26,34 @@ constexpr long kHeapSlack = 64 * 1024;
 constexpr int kMappingSlack = 2;  // the allocator's own
 
 struct Holding {
-    int descriptors = 0;
-    int messageDevices = 0;  // stay open for good, one for each time the library is loaded
-    int mappings = 0;
+    long descriptors = static_cast<long>(proofs::openFiles().size());
+    long mappings = 0;
     long heap = 0;
-};
 
-Holding holding() {
-    malloc_trim(0);
-    Holding now;
-    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
-        std::error_code gone;
-        const std::string target = std::filesystem::read_symlink(entry.path(), gone);
-        if (gone) continue;
-        ++(target.find("hbx_sensorhub") == std::string::npos ? now.descriptors
-                                                             : now.messageDevices);
+    Holding() {
+        malloc_trim(0);
+        std::ifstream maps("/proc/self/maps");
+        for (std::string line; std::getline(maps, line);)
+            ++mappings;
+        heap = static_cast<long>(mallinfo2().uordblks);
     }
-    std::ifstream maps("/proc/self/maps");
-    for (std::string line; std::getline(maps, line);)
-        ++now.mappings;
-    now.heap = static_cast<long>(mallinfo2().uordblks);
-    return now;
-}
+};
 
 /** Whether `count` times `step` leaves what there was. */
 bool isFlat(const char* name, int count, const std::function<void()>& step) {
     for (int i = 0; i < count / 10 + 1; ++i)
         step();
-    const Holding before = holding();
+    const Holding before;
     for (int i = 0; i < count; ++i)
         step();
-    const Holding after = holding();
+    const Holding after;
     const bool flat = after.descriptors == before.descriptors &&
                       std::abs(after.mappings - before.mappings) <= kMappingSlack &&
                       std::abs(after.heap - before.heap) <= kHeapSlack;
-    printf("%-10s %7d times: descriptors %d -> %d, mappings %d -> %d, heap %ld -> %ld bytes%s\n",
-           name, count, before.descriptors, after.descriptors, before.mappings, after.mappings,
-           before.heap, after.heap, flat ? "" : "  NOT FLAT");
-    if (after.messageDevices != before.messageDevices) {
-        printf("           and %d message devices, which stay open\n",
-               after.messageDevices - before.messageDevices);
-    }
+    printf(
+        "%-10s %7d times: descriptors %ld -> %ld, mappings %ld -> %ld, heap %ld -> %ld bytes%s\n",
+        name, count, before.descriptors, after.descriptors, before.mappings, after.mappings,
+        before.heap, after.heap, flat ? "" : "  NOT FLAT");
     fflush(stdout);
     return flat;
 }
