@@ -121,17 +121,12 @@ TEST_F(Departures, BuildTypeDecidesWhetherDropTracesAreDelivered) {
 TEST_F(Departures, FlipCoverIsListedWhileItsStatusFileOpensReadWrite) {
     SensorBase& cover = sensor(42);
     EXPECT_FALSE(cover.isShownSensorList());
-    int askedFor = -1;
-    int answer = 0;
+    const char* const status = "/sys/class/sensors/flip_cover_detector_sensor/nfc_cover_status";
     simulator::NodeHandler handler;
-    handler.onOpen = [&](int flags) {
-        askedFor = flags & O_ACCMODE;
-        return answer;
-    };
-    mHub.setHandler("/sys/class/sensors/flip_cover_detector_sensor/nfc_cover_status", handler);
+    handler.onOpen = [](int flags) { return (flags & O_ACCMODE) == O_RDWR ? 0 : EACCES; };
+    mHub.setHandler(status, handler);
     EXPECT_TRUE(cover.isShownSensorList());
-    EXPECT_EQ(askedFor, O_RDWR);
-    answer = EACCES;
+    mHub.failOpen(status, EACCES);
     EXPECT_FALSE(cover.isShownSensorList());
 }
 

@@ -30,8 +30,7 @@ class Session {
         kMessages,
         kFiles,
         kDumps,
-        kStanding,  // the library stands still
-        kParts
+        kStanding  // the library stands still
     };
 
     /** @param loaded runs before the library's first call */

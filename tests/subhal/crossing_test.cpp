@@ -23,7 +23,6 @@ using android::hardware::sensors::V1_0::Event;
 using android::hardware::sensors::V1_0::OperationMode;
 using android::hardware::sensors::V1_0::RateLevel;
 using android::hardware::sensors::V1_0::Result;
-using simulator::Request;
 using testing_support::LoadedSubHal;
 using testing_support::LogCapture;
 using testing_support::sample;
@@ -143,13 +142,9 @@ class Crossing : public testing::Test {
     std::string lastTold() {
         std::string enable;
         std::string batch;
-        for (const Request& request : subHal.hub().requests()) {
-            if (request.kind == Request::Kind::kEnable) enable = std::to_string(request.enable);
-            if (request.kind == Request::Kind::kBatch) {
-                batch = std::to_string(request.periodNs) + "/" + std::to_string(request.latencyNs);
-            }
-        }
-        return "hub " + enable + " at " + batch;
+        for (const std::string& line : subHal.told())
+            (line[0] == 'e' ? enable : batch) = line;
+        return enable + ", " + batch;
     }
 
     /** What the hub was told last, who gets events, and what the row makes of another report. */
@@ -237,38 +232,24 @@ TEST(Crowd, MayCallAnythingWhileEventsStreamAndTheProxyRestarts) {
         for (int i = 0; i < 3000; ++i) {
             const int handle = kHandles[below(4)];
             Event event = {};
-            event.sensorHandle = handle;
+            // A message is one caller's.
+            event.sensorHandle = handle == 32 && seed != 0 ? 1 : handle;
             event.u.data[0] = static_cast<float>(below(3));
-            switch (below(10)) {
-                case 0:
-                case 1:
-                    hal.activate(handle, below(2) == 0);
-                    break;
-                case 2:
-                    hal.batch(handle, 1'000'000 * below(50), 1'000'000 * below(3));
-                    break;
-                case 3:
-                    hal.flush(handle);
-                    break;
-                case 4:
-                    // A message is one caller's.
-                    if (seed == 0 || handle != 32) hal.injectSensorData(event);
-                    break;
-                case 5:
-                    channel = subHal.openChannel(memory);
-                    break;
-                case 6:
-                    hal.unregisterDirectChannel(channel);
-                    break;
-                case 7:
-                case 8:
+            const std::function<void()> calls[] = {
+                [&] { hal.activate(handle, below(2) == 0); },
+                [&] { hal.batch(handle, 1'000'000 * below(50), 1'000'000 * below(3)); },
+                [&] { hal.flush(handle); },
+                [&] { hal.injectSensorData(event); },
+                [&] { channel = subHal.openChannel(memory); },
+                [&] { hal.unregisterDirectChannel(channel); },
+                [&] {
                     host_proxy::configDirectReport(hal, below(4) == 0 ? -1 : kVdis, channel,
                                                    static_cast<RateLevel>(below(4)));
-                    break;
-                default:
-                    hal.setOperationMode(OperationMode::DATA_INJECTION);
-                    EXPECT_EQ(host_proxy::sensorsOf(hal).size(), 5u);
-            }
+                },
+                [&] { hal.setOperationMode(OperationMode::DATA_INJECTION); },
+                [&] { EXPECT_EQ(host_proxy::sensorsOf(hal).size(), 5u); },
+            };
+            calls[below(std::size(calls))]();
         }
         --calling;
     };

@@ -16,7 +16,6 @@ using android::hardware::sensors::V1_0::Result;
 using android::hardware::sensors::V1_0::SharedMemFormat;
 using android::hardware::sensors::V1_0::SharedMemInfo;
 using android::hardware::sensors::V1_0::SharedMemType;
-using simulator::Request;
 using testing_support::LogCapture;
 using testing_support::sample;
 using Client = testing_support::ClientMemory;
@@ -52,23 +51,6 @@ class DirectChannels : public testing::Test, protected testing_support::LoadedSu
         const auto answer =
             host_proxy::configDirectReport(hal(), sensor, channel, static_cast<RateLevel>(rate));
         return {answer.result, answer.value};
-    }
-
-    /** "enable H V" and "batch H period latency" lines since the last call. */
-    Lines told() {
-        Lines lines;
-        for (const Request& request : hub().requests()) {
-            EXPECT_EQ(request.error, 0);
-            const std::string handle = std::to_string(request.handle);
-            if (request.kind == Request::Kind::kEnable) {
-                lines.push_back("enable " + handle + " " + std::to_string(request.enable));
-            } else if (request.kind == Request::Kind::kBatch) {
-                lines.push_back("batch " + handle + " " + std::to_string(request.periodNs) + " " +
-                                std::to_string(request.latencyNs));
-            }
-        }
-        hub().clearRequests();
-        return lines;
     }
 };
 

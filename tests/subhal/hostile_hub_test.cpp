@@ -21,7 +21,6 @@
 namespace {
 
 using android::hardware::sensors::V1_0::Result;
-using testing_support::LoadedSubHal;
 using testing_support::LogCapture;
 using testing_support::sample;
 
@@ -30,35 +29,35 @@ std::mutex gLock;
 std::condition_variable gChanged;
 std::vector<long> gPauses;
 
-class HostileHub : public testing::Test {
+class HostileHub : public testing::Test, protected testing_support::LoadedSubHal {
   protected:
     static constexpr int kBad = 4;  // behind the good one in the list
     static constexpr int kGood = 1;
 
-    static LoadedSubHal::Options sensors() {
-        auto options = testing_support::onlySensors({kGood, kBad});
+    static Options sensors() {
+        Options options = testing_support::onlySensors({kGood, kBad});
         for (auto& sensor : options.sensors)
             sensor.fifoMax = 100;
         return options;
     }
 
-    HostileHub() : subHal(sensors()), hub(subHal.hub()) {
-        subHal.initialize();
-        EXPECT_EQ(subHal.hal().activate(kGood, true), Result::OK);
-        EXPECT_EQ(subHal.hal().batch(kBad, 10000000, 1000000000), Result::OK);
+    HostileHub() : LoadedSubHal(sensors()) {
+        initialize();
+        EXPECT_EQ(hal().activate(kGood, true), Result::OK);
+        EXPECT_EQ(hal().batch(kBad, 10000000, 1000000000), Result::OK);
         LogCapture::take();
         const std::lock_guard<std::mutex> lock(gLock);
         gPauses.clear();
     }
-    ~HostileHub() override { hub.clearFaults(); }
+    ~HostileHub() override { hub().clearFaults(); }
 
     /** Whether the proxy gets the good sensor's next record. */
     bool goodDelivers() {
-        subHal.proxy().take();
-        EXPECT_TRUE(hub.push(kGood, sample()));
-        for (int i = 0; i < 500 && hub.device(kGood).queued != 0; ++i)
+        proxy().take();
+        EXPECT_TRUE(hub().push(kGood, sample()));
+        for (int i = 0; i < 500 && hub().device(kGood).queued != 0; ++i)
             std::this_thread::sleep_for(std::chrono::milliseconds(2));
-        return hub.device(kGood).queued == 0;
+        return hub().device(kGood).queued == 0;
     }
 
     /** The pauses since the last call, at most the first `count` that there come to be. */
@@ -76,9 +75,6 @@ class HostileHub : public testing::Test {
             count += line.level == 'E' && line.text.find("not available") != std::string::npos;
         return count;
     }
-
-    LoadedSubHal subHal;
-    simulator::SimulatedHub& hub;
 };
 
 TEST_F(HostileHub, WakeUpsWithNothingToConsumePauseTheThread) {
@@ -89,27 +85,27 @@ TEST_F(HostileHub, WakeUpsWithNothingToConsumePauseTheThread) {
     };
     constexpr int kForever = simulator::SimulatedHub::kForever;
     const std::vector<Case> cases = {
-        {"failing read", [this] { hub.failRead(kBad, EIO, 1, kForever); }, sample()},
-        {"count of 0", [this] { hub.setDataAvailable(kBad, "0\n"); }, sample()},
-        {"failing poll", [this] { hub.failPoll(ENOMEM, 1, kForever); }, sample()},
+        {"failing read", [this] { hub().failRead(kBad, EIO, 1, kForever); }, sample()},
+        {"count of 0", [this] { hub().setDataAvailable(kBad, "0\n"); }, sample()},
+        {"failing poll", [this] { hub().failPoll(ENOMEM, 1, kForever); }, sample()},
         // The kernel keeps it queued.
         {"record longer than its read", [] {}, std::string(64, '\1')},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
         c.begin();
-        EXPECT_TRUE(hub.push(kBad, c.record));
+        EXPECT_TRUE(hub().push(kBad, c.record));
         EXPECT_EQ(takePauses(7), (std::vector<long>{1, 2, 4, 8, 10, 10, 10}));
         EXPECT_LE(failedReads(), 12);
-        hub.clearFaults();
-        hub.clearDataAvailable(kBad);
-        if (&c == &cases.back()) hub.dropDevice(kBad);
-        EXPECT_TRUE(hub.waitIdle());
+        hub().clearFaults();
+        hub().clearDataAvailable(kBad);
+        if (&c == &cases.back()) hub().dropDevice(kBad);
+        EXPECT_TRUE(hub().waitIdle());
         takePauses();
         // Back to none: neither a stream nor a single failure in it pauses.
         for (int i = 0; i < 50; ++i) {
-            if (i % 5 == 4) hub.failRead(kGood, EIO);
-            EXPECT_TRUE(subHal.deliver(kGood, sample()));
+            if (i % 5 == 4) hub().failRead(kGood, EIO);
+            EXPECT_TRUE(deliver(kGood, sample()));
         }
         EXPECT_EQ(takePauses(), std::vector<long>{});
         LogCapture::take();
@@ -117,22 +113,22 @@ TEST_F(HostileHub, WakeUpsWithNothingToConsumePauseTheThread) {
 }
 
 TEST_F(HostileHub, APauseEndsWithTheFirstRecordOfAnySensor) {
-    hub.push(kBad, std::string(64, '\1'));
+    hub().push(kBad, std::string(64, '\1'));
     takePauses(7);
     ASSERT_TRUE(goodDelivers());
     // Anew from the shortest one, whatever pauses came before.
     const std::vector<long> pauses = takePauses(8);
     EXPECT_EQ(std::count(pauses.begin(), pauses.end(), 1), 1);
     EXPECT_EQ(std::count(pauses.begin(), pauses.end(), 2), 1);
-    hub.dropDevice(kBad);
+    hub().dropDevice(kBad);
 }
 
 TEST_F(HostileHub, ACountThatIsTooHighHoldsUpNobody) {
     for (const char* count : {"3\n", "1000000000\n"}) {
-        hub.setDataAvailable(kBad, count);
-        EXPECT_TRUE(hub.push(kBad, sample()));
+        hub().setDataAvailable(kBad, count);
+        EXPECT_TRUE(hub().push(kBad, sample()));
         EXPECT_TRUE(goodDelivers()) << count;
-        EXPECT_TRUE(hub.waitIdle());
+        EXPECT_TRUE(hub().waitIdle());
         EXPECT_EQ(failedReads(), 1) << count;
     }
     // Records without an end.
@@ -141,11 +137,11 @@ TEST_F(HostileHub, ACountThatIsTooHighHoldsUpNobody) {
         memset(buffer, 1, size);
         return static_cast<ssize_t>(size);
     };
-    hub.setHandler(hub.devicePath(kBad), endless);
-    EXPECT_TRUE(hub.push(kBad, sample()));
+    hub().setHandler(hub().devicePath(kBad), endless);
+    EXPECT_TRUE(hub().push(kBad, sample()));
     EXPECT_TRUE(goodDelivers());
     EXPECT_EQ(takePauses(), std::vector<long>{});
-    hub.setHandler(hub.devicePath(kBad), {});
+    hub().setHandler(hub().devicePath(kBad), {});
 }
 
 }  // namespace

@@ -76,6 +76,14 @@ TEST_F(Library, StartsAndStops) {
     EXPECT_NE(std::find(stop, log.end(), "I destroy SensorsSubHal"), log.end());
 }
 
+TEST(EmptyLibrary, StartsNoThread) {
+    const LoadedSubHal subHal({}, [](simulator::SimulatedHub& hub) {
+        hub.removeFile("/sys/class/sensors/hbx_sensor/sensor_spec");
+    });
+    EXPECT_LOG("I create SensorsSubHal",
+               "E makeSensorList: open failed. No such file or directory");
+}
+
 TEST_F(Library, Requests) {
     using Call = std::function<Result(ISensorsSubHal&)>;
     const auto activate = [](int handle, bool on) -> Call {

@@ -10,21 +10,12 @@ using android::hardware::sensors::V1_0::Result;
 using android::hardware::sensors::V1_0::SharedMemFormat;
 using android::hardware::sensors::V1_0::SharedMemInfo;
 using android::hardware::sensors::V1_0::SharedMemType;
+using simulator::Request;
 
-namespace {
-
-/** Members are built in order, and the library looks at the hub as soon as it is loaded. */
-const char* libraryAfter(simulator::SimulatedHub& hub,
-                         const std::function<void(simulator::SimulatedHub&)>& prepare) {
-    if (prepare) prepare(hub);
-    return SENSORHUB_LIBRARY;
-}
-
-}  // namespace
-
+// The library looks at the hub as soon as it is loaded.
 LoadedSubHal::LoadedSubHal(const Options& options,
                            const std::function<void(simulator::SimulatedHub&)>& prepare)
-    : mHub(options), mProxy(new HalProxyCallback), mLibrary(libraryAfter(mHub, prepare)) {
+    : mHub(options), mProxy(new HalProxyCallback), mLibrary((prepare(mHub), SENSORHUB_LIBRARY)) {
     if (mLibrary.subHal() == nullptr) {
         ADD_FAILURE() << mLibrary.error();
         abort();
@@ -66,6 +57,22 @@ int32_t LoadedSubHal::openChannel(const ClientMemory& memory) {
     const SharedMemInfo shared{SharedMemType::ASHMEM, SharedMemFormat::SENSORS_EVENT,
                                static_cast<uint32_t>(memory.size()), handle.get()};
     return host_proxy::registerDirectChannel(hal(), shared).value;
+}
+
+std::vector<std::string> LoadedSubHal::told() {
+    std::vector<std::string> lines;
+    for (const Request& request : mHub.requests()) {
+        EXPECT_EQ(request.error, 0);
+        const std::string handle = std::to_string(request.handle);
+        if (request.kind == Request::Kind::kEnable) {
+            lines.push_back("enable " + handle + " " + std::to_string(request.enable));
+        } else if (request.kind == Request::Kind::kBatch) {
+            lines.push_back("batch " + handle + " " + std::to_string(request.periodNs) + " " +
+                            std::to_string(request.latencyNs));
+        }
+    }
+    mHub.clearRequests();
+    return lines;
 }
 
 bool LoadedSubHal::unload() {

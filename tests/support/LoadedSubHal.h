@@ -21,8 +21,9 @@ class LoadedSubHal {
     using Options = simulator::SimulatedHub::Options;
 
     /** @param prepare runs on the hub before the library is loaded */
-    explicit LoadedSubHal(const Options& options = {},
-                          const std::function<void(simulator::SimulatedHub&)>& prepare = {});
+    explicit LoadedSubHal(
+        const Options& options = {},
+        const std::function<void(simulator::SimulatedHub&)>& prepare = [](auto&) {});
     ~LoadedSubHal();
 
     simulator::SimulatedHub& hub() { return mHub; }
@@ -42,6 +43,9 @@ class LoadedSubHal {
 
     /** Makes the region a direct channel; its handle, or -1 when it is refused. */
     int32_t openChannel(const ClientMemory& memory);
+
+    /** "enable HANDLE VALUE" and "batch HANDLE PERIOD LATENCY" lines since the last call. */
+    std::vector<std::string> told();
 
     /** Ends the library; its destructor's log can be read afterwards. */
     bool unload();

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <mutex>
 #include <utility>
 #include <vector>
 
@@ -21,20 +20,14 @@ class RecordingCallback
     };
 
     void postEvents(const std::vector<Event>& events, bool wakeup) override {
-        const std::lock_guard<std::mutex> lock(mLock);
         mPosts.push_back({events, wakeup, false});
     }
     void postDirectEvents(const std::vector<Event>& events) override {
-        const std::lock_guard<std::mutex> lock(mLock);
         mPosts.push_back({events, false, true});
     }
-    std::vector<Post> take() {
-        const std::lock_guard<std::mutex> lock(mLock);
-        return std::exchange(mPosts, {});
-    }
+    std::vector<Post> take() { return std::exchange(mPosts, {}); }
 
   private:
-    std::mutex mLock;
     std::vector<Post> mPosts;
 };
 
