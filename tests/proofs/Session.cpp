@@ -54,7 +54,7 @@ Session::Session(const std::function<void(void* library)>& loaded)
               }),
       mHub(mSubHal.hub()),
       mHal(mSubHal.hal()) {
-    if (mPreloaded != nullptr) dlclose(mPreloaded);
+    if (mPreloaded != nullptr) dlclose(mPreloaded);  // mSubHal holds it
     for (const auto& info : host_proxy::sensorsOf(mHal))
         mListed.insert(info.sensorHandle);
     settle();

@@ -61,15 +61,13 @@ class Gate {
     State mState = State::kRunning;
 };
 
-/** Waits until the thread sleeps, here: for a lock. */
-void waitAsleep(std::atomic<pid_t>& thread, const std::atomic<bool>& done) {
-    while (!done) {
+/** Waits until the thread sleeps, here: for a lock, or is over. */
+void waitAsleep(const std::atomic<pid_t>& thread) {
+    for (;; std::this_thread::yield()) {
+        if (thread == 0) continue;
         std::ifstream file("/proc/self/task/" + std::to_string(thread) + "/stat");
         std::string text;
-        std::getline(file, text);
-        const size_t name = text.rfind(") ");
-        if (thread != 0 && name != std::string::npos && text[name + 2] == 'S') return;
-        std::this_thread::yield();
+        if (!std::getline(file, text) || text[text.rfind(") ") + 2] == 'S') return;
     }
 }
 
@@ -189,13 +187,11 @@ TEST_F(Crossing, LeavesWhatOneOfTheTwoOrdersLeaves) {
                     });
                     const bool stopped = gate.waitStopped();
                     std::atomic<pid_t> otherId{0};
-                    std::atomic<bool> otherDone{false};
                     std::thread other([&] {
                         otherId = gettid();
                         if (stopped) second.run();
-                        otherDone = true;
                     });
-                    waitAsleep(otherId, otherDone);
+                    waitAsleep(otherId);
                     // Events wait for neither of the two.
                     EXPECT_TRUE(deliver());
                     gate.become(Gate::State::kReleased);

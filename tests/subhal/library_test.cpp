@@ -77,11 +77,12 @@ TEST_F(Library, StartsAndStops) {
 }
 
 TEST(EmptyLibrary, StartsNoThread) {
-    const LoadedSubHal subHal({}, [](simulator::SimulatedHub& hub) {
+    LoadedSubHal subHal({}, [](simulator::SimulatedHub& hub) {
         hub.removeFile("/sys/class/sensors/hbx_sensor/sensor_spec");
     });
-    EXPECT_LOG("I create SensorsSubHal",
-               "E makeSensorList: open failed. No such file or directory");
+    EXPECT_TRUE(subHal.unload());
+    EXPECT_LOG("I create SensorsSubHal", "E makeSensorList: open failed. No such file or directory",
+               "I destroy SensorsSubHal");
 }
 
 TEST_F(Library, Requests) {

@@ -92,7 +92,7 @@ extern "C" __attribute__((visibility("default"), format(printf, 3, 4))) int __an
     const int length = vasprintf(&text, format, arguments);
     va_end(arguments);
     if (length < 0) abort();
-    testing_support::record(priority, tag, text);
+    testing_support::record(priority, tag, std::string(text, static_cast<size_t>(length)));
     free(text);
     return length;
 }
