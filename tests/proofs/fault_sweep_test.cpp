@@ -166,11 +166,12 @@ struct Redirected {
     void** next;  ///< receives what stood there
 };
 
-/** Stands in a call's place. What open() and ioctl() take as variable comes as plain arguments do.
- */
-template <Kind kKind, typename Result, typename First, typename... Rest>
-struct Call {
-    static inline Result (*next)(First, Rest...) = nullptr;
+/** Stands in a call's place. A variable argument comes as a plain one does. */
+template <Kind kKind, typename Function, typename Next = Function>
+struct Call;
+template <Kind kKind, typename Next, typename Result, typename First, typename... Rest>
+struct Call<kKind, Result(First, Rest...), Next> {
+    static inline Next* next = nullptr;
 
     static Result replacement(First first, Rest... rest) {
         const std::string subject = subjectOf(first);
@@ -200,25 +201,25 @@ struct Call {
 };
 
 const Redirected kCalls[] = {
-    Call<kOpen, int, const char*, int, mode_t>::of("open"),
-    Call<kRead, ssize_t, int, void*, size_t>::of("read"),
-    Call<kRead, ssize_t, int, void*, size_t, size_t>::of("__read_chk"),
-    Call<kWrite, ssize_t, int, const void*, size_t>::of("write"),
-    Call<kSeek, off64_t, int, off64_t, int>::of("lseek64"),
-    Call<kControl, int, int, unsigned long, void*>::of("ioctl"),
-    Call<kClose, int, int>::of("close"),
-    Call<kOpenDirectory, DIR*, const char*>::of("opendir"),
-    Call<kReadDirectory, dirent*, DIR*>::of("readdir"),
-    Call<kRemove, int, const char*>::of("remove"),
-    Call<kPoll, int, pollfd*, nfds_t, int>::of("poll"),
-    Call<kPoll, int, pollfd*, nfds_t, int, size_t>::of("__poll_chk"),
-    Call<kMap, void*, void*, size_t, int, int, int, off_t>::of("mmap"),
-    Call<kRegionValid, int, int>::of("ashmem_valid"),
-    Call<kRegionSize, int, int>::of("ashmem_get_size_region"),
-    Call<kLocalTime, tm*, const time_t*, tm*>::of("localtime_r"),
-    Call<kThread, int, pthread_t*, const pthread_attr_t*, void* (*)(void*), void*>::of(
+    Call<kOpen, int(const char*, int, mode_t), int(const char*, int, ...)>::of("open"),
+    Call<kRead, ssize_t(int, void*, size_t)>::of("read"),
+    Call<kRead, ssize_t(int, void*, size_t, size_t)>::of("__read_chk"),
+    Call<kWrite, ssize_t(int, const void*, size_t)>::of("write"),
+    Call<kSeek, off64_t(int, off64_t, int)>::of("lseek64"),
+    Call<kControl, int(int, unsigned long, void*), int(int, unsigned long, ...)>::of("ioctl"),
+    Call<kClose, int(int)>::of("close"),
+    Call<kOpenDirectory, DIR*(const char*)>::of("opendir"),
+    Call<kReadDirectory, dirent*(DIR*)>::of("readdir"),
+    Call<kRemove, int(const char*)>::of("remove"),
+    Call<kPoll, int(pollfd*, nfds_t, int)>::of("poll"),
+    Call<kPoll, int(pollfd*, nfds_t, int, size_t)>::of("__poll_chk"),
+    Call<kMap, void*(void*, size_t, int, int, int, off_t)>::of("mmap"),
+    Call<kRegionValid, int(int)>::of("ashmem_valid"),
+    Call<kRegionSize, int(int)>::of("ashmem_get_size_region"),
+    Call<kLocalTime, tm*(const time_t*, tm*)>::of("localtime_r"),
+    Call<kThread, int(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*)>::of(
         "pthread_create"),
-    Call<kAllocate, void*, size_t>::of("_Znwm"),
+    Call<kAllocate, void*(size_t)>::of("_Znwm"),
 };
 
 /** Changes the calls of the loaded library alone, whoever else calls the same functions. */
