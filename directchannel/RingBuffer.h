@@ -9,8 +9,8 @@
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
 /**
- * A bounded queue of events between any number of writing and reading threads. Required, without a
- * caller.
+ * A bounded queue of events between any number of writing and reading threads. Nothing here
+ * uses one.
  */
 class RingBuffer {
   public:

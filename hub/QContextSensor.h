@@ -29,8 +29,8 @@ class QContextSensor : public SensorBase {
 
     using SensorBase::batch;
     /**
-     * A separate overload, not the request of the sensor interface. Does nothing; 0. Required,
-     * without a caller.
+     * A separate overload, not the request of the sensor interface. Does nothing; 0. Nothing
+     * here calls it.
      */
     virtual int batch(int handle, int flags, int64_t samplingPeriodNs, int64_t maxReportLatencyNs);
 

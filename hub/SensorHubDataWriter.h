@@ -49,13 +49,13 @@ class SensorHubDataWriter {
 
     /**
      * Begins a message of `length` bytes (0 to 1,120), all of them at `data` unless it is null.
-     * Required, without a caller.
+     * Part of the interface; nothing here calls it.
      */
     void initBuffers(int length, unsigned long timestamp, const int* data);
 
     /**
-     * Appends `length` bytes. The new fill level, or -1 without data or room. Required, without a
-     * caller.
+     * Appends `length` bytes. The new fill level, or -1 without data or room. Nothing here calls
+     * it.
      */
     int32_t setHubData(int length, const int* data);
 

@@ -52,11 +52,11 @@ inline constexpr FlushLine kNoFlushLine = {ANDROID_LOG_DEFAULT, nullptr};
  * One hub sensor: its IIO device, its description and the two events it posts.
  *
  * Built and destroyed with the catalogue; readEvents, getDataAvailable and getHandle run on the
- * poll thread, the requests on the proxy's threads. Takes no locks. Methods that answer an int give
- * 0 or a negative errno.
+ * poll thread, the requests on the proxy's threads. Takes no locks. Requests answer 0 or a negative
+ * errno.
  *
  * A driver describes itself in its constructor and turns one record into one event in readEvents. A
- * record is a packed struct in wire order that ends in an int64_t `timestamp` (ns) and tells with
+ * record is a packed struct in wire order with an int64_t `timestamp` (ns), and tells with
  * `isFlushMarker()` whether it is the one by which the hub reports a completed flush. Where the
  * length depends on the hub, `expandFrom(count)` brings the bytes read into the struct's form.
  */

@@ -28,22 +28,23 @@ Result toResult(int status) {
 }  // namespace
 
 Return<Result> SensorsSubHal::activate(int32_t sensorHandle, bool enabled) {
-    const std::lock_guard<std::mutex> lock(mActivateLock);
-    // The row follows the request even when the handle has no sensor.
+    // Events follow the request at once, whatever its way to the hub has to wait for. The row is
+    // set even when the handle has no sensor.
     if (hasRow(sensorHandle)) row(sensorHandle).enabled = enabled;
-    return toResult(queueActivate(sensorHandle, enabled));
+    return toResult(queueActivate(sensorHandle, enabled, Asker::kProxy));
 }
 
 void SensorsSubHal::activateForChannels(int32_t handle, bool enable) {
-    if (row(handle).enabled) return;
-    const std::lock_guard<std::mutex> lock(mActivateLock);
-    // Once more: the proxy may have switched it on while the lock was waited for.
-    if (!row(handle).enabled) queueActivate(handle, enable);
+    if (!row(handle).enabled) queueActivate(handle, enable, Asker::kChannels);
 }
 
-int SensorsSubHal::queueActivate(int32_t handle, bool enable) {
+int SensorsSubHal::queueActivate(int32_t handle, bool enable, Asker asker) {
     SensorBase* sensor = mSensorList->get(handle);
     ALOGI("queueActivate: handle %d enable %d", handle, enable);
+    const std::lock_guard<std::mutex> lock(mActivateLock);
+    // Another switch may have come between: row and hub follow the one that is here last.
+    if (asker == Asker::kChannels && row(handle).enabled) return 0;
+    if (asker == Asker::kProxy && hasRow(handle)) row(handle).enabled = enable;
     if (sensor == nullptr) {
         ALOGE("queueActivate: unhandled handle=%d, enable=%d", handle, enable);
         return -EINVAL;

@@ -121,7 +121,8 @@ class SensorsSubHal : public ISensorsSubHal, public ISensorsEventCallback {
         // forwarded or dropped vector.
         Relaxed<int64_t> maxReportLatencyNs{0};  // written under batchLock
         Relaxed<int64_t> samplingPeriodNs{0};    // written under batchLock
-        Relaxed<bool> enabled{false};            // written under mActivateLock
+        // Written at once and again under mActivateLock, so that it ends as the hub does.
+        Relaxed<bool> enabled{false};
     };
 
     /** One sensor's report into one channel. */
@@ -158,9 +159,11 @@ class SensorsSubHal : public ISensorsSubHal, public ISensorsEventCallback {
     /** Reads and posts what a sensor has; false when that was nothing. */
     bool drain(SensorBase& sensor);
 
-    // Requests. What is called "queue" runs under the lock of its kind, mActivateLock or the row's
-    // batchLock.
-    int queueActivate(int32_t handle, bool enable);
+    // Requests.
+    enum class Asker { kProxy, kChannels };
+    /** Tells the sensor object, then the hub; nothing for a channel while the proxy has it on. */
+    int queueActivate(int32_t handle, bool enable, Asker asker);
+    /** Tells the hub, then the sensor object. Under the row's batchLock. */
     int queueBatch(int32_t handle, int64_t periodNs, int64_t latencyNs);
     /** Switches a sensor, unless the proxy has it on. */
     void activateForChannels(int32_t handle, bool enable);
@@ -181,7 +184,7 @@ class SensorsSubHal : public ISensorsSubHal, public ISensorsEventCallback {
      */
     std::vector<int32_t> stopLocked(int32_t channelHandle);
     int configDirectChannel(int32_t sensorHandle, int32_t channelHandle, int32_t rateLevel);
-    /** Required, without a caller. */
+    /** Part of the interface; nothing here calls it. */
     int64_t rateLevelToDeviceSamplingPeriodNs(int32_t sensorHandle, int32_t rateLevel) const;
     void mergeDirectReportRequest(batch_config* request, int32_t sensorHandle);
     void sendDirectReportEvent(const sensors_event_t& event);
