@@ -195,8 +195,9 @@ TEST_F(Crossing, LeavesWhatOneOfTheTwoOrdersLeaves) {
                     // Events wait for neither of the two, and end before a switch off has to wait.
                     subHal.proxy().take();
                     EXPECT_TRUE(deliver());
-                    if (stopped && first.name == calls()[0].name && second.name == calls()[1].name)
-                        EXPECT_TRUE(subHal.proxy().take().empty());
+                    if (stopped && second.name == std::string("switch off")) {
+                        EXPECT_TRUE(subHal.proxy().take().empty()) << first.name;
+                    }
                     gate.become(Gate::State::kReleased);
                     one.join();
                     other.join();
