@@ -1,3 +1,5 @@
+// What the hub's devices and files do, as measured on a stock kernel; each hub has to do the same.
+
 #include "tests/kernel/HubScript.h"
 
 #include <fcntl.h>
@@ -13,15 +15,43 @@
 #include <chrono>
 #include <cstring>
 #include <fstream>
+#include <functional>
 #include <map>
 #include <thread>
+#include <vector>
 
 namespace hub_script {
 namespace {
 
 using namespace std::string_literals;
 
+/** One call and what comes of it. */
+struct Step {
+    std::string call;
+    std::string target;  ///< an attribute of the device, an absolute path, or an ioctl's number
+    std::string text;
+    std::string result;  ///< "" for success, a text that was read, or the name of an errno
+};
+
+struct Script {
+    const char* name;
+    std::vector<Step> steps;
+    bool kernelWarns = false;  ///< a real kernel's log tells about it, too
+};
+
+void PrintTo(const Script& script, std::ostream* stream) {
+    *stream << script.name;
+}
+
 const std::string kPage(4096, '\0');
+constexpr char kEnable[] = "/sys/class/sensors/hbx_sensor/enable";
+constexpr char kFlush[] = "/sys/class/sensors/hbx_sensor/hbx_flush";
+constexpr char kInjection[] = "/dev/shub_data_injection";
+
+std::string batchRecord(int64_t timeout, int64_t delay, int64_t flagAndPadding) {
+    const int64_t fields[] = {timeout, delay, flagAndPadding};
+    return {reinterpret_cast<const char*>(fields), sizeof(fields)};
+}
 
 // Calls:
 //   write, read      open an attribute, one call, close; a read gives the text
@@ -33,6 +63,7 @@ const std::string kPage(4096, '\0');
 //   records          read the record device without waiting into that many bytes; gives letters
 //   poll             gives "in" or "quiet"
 //   ioctl            of any number on the record device
+//   batch            an ioctl on the node that takes periods
 //   wait, joined     a thread reads one record and waits for it; gives what it got
 //   drop             unregister the device
 const std::vector<Script> kScripts = {
@@ -150,10 +181,32 @@ const std::vector<Script> kScripts = {
       {"open", "buffer/none", "w", "ENOENT"},
       {"open", "none/length", "wc", "ENOENT"},
       {"open", "/sys/class/sensors/hbx_sensor/sensor_spec", "rw", "EACCES"},
-      {"open", "/sys/class/sensors/hbx_sensor/hbx_flush", "w", ""},
-      {"open", "/sys/class/sensors/hbx_sensor/hbx_flush", "rw", "EACCES"},
-      {"open", "/sys/class/sensors/hbx_sensor/enable", "rw", ""},
+      {"open", kFlush, "w", ""},
+      {"open", kFlush, "rw", "EACCES"},
+      {"open", kEnable, "rw", ""},
       {"open", "/sys/class/sensors/hbx_sensor/none", "wc", "EACCES"}}},
+    {"RequestsAreTakenOnlyInTheDriversForm",
+     {{"write", kEnable, "11\0"s, ""},
+      {"write", kEnable, "11", "EINVAL"},
+      {"write", kEnable, "12\0"s, "EINVAL"},
+      {"write", kEnable, "1\0"s, "EINVAL"},
+      {"write", kEnable, "011\0"s, "EINVAL"},
+      {"write", kEnable, "31\0"s, "EINVAL"},
+      {"write", kEnable, "1 1\0"s, "EINVAL"},
+      {"write", kFlush, "1\0"s, ""},
+      {"write", kFlush, "1", "EINVAL"},
+      {"write", kFlush, "3\0"s, "EINVAL"},
+      {"write", kFlush, "x\0"s, "EINVAL"},
+      {"write", kInjection, "\1\1xyz", ""},
+      {"write", kInjection, "\2\1xyz", "EINVAL"},
+      {"write", kInjection, "\1\7xyz", "EINVAL"},
+      {"batch", "8008FC01", batchRecord(7, 5000000, 0), ""},
+      {"batch", "8008FC01", batchRecord(0, 1, 1), "EINVAL"},
+      {"batch", "8008FC01", batchRecord(0, 1, int64_t{1} << 32), "EINVAL"},
+      {"batch", "8008FC01", batchRecord(-1, 1, 0), "EINVAL"},
+      {"batch", "8008FC01", batchRecord(0, -1, 0), "EINVAL"},
+      {"batch", "8008FC03", batchRecord(0, 1, 0), "EINVAL"},
+      {"batch", "8008FD01", batchRecord(0, 1, 0), "ENOTTY"}}},
     {"DeviceGoesAway",
      {{"start", "", "", ""},
       {"write", "buffer/enable", "1\n", ""},
@@ -214,6 +267,7 @@ class Player {
             {"records", &Player::records},
             {"poll", &Player::poll},
             {"ioctl", &Player::ioctl},
+            {"batch", &Player::batch},
             {"wait", &Player::wait},
             {"joined", &Player::joined},
             {"drop", &Player::drop},
@@ -308,6 +362,12 @@ class Player {
     std::string ioctl(const Step&) {
         return ::ioctl(mDevice, 0x1234, nullptr) < 0 ? errnoName() : "";
     }
+    std::string batch(const Step& step) {
+        const unsigned long number = std::stoul(step.target, nullptr, 16);
+        return onFile("/dev/batch_io", O_RDONLY, [&](int fd) {
+            return ::ioctl(fd, number, step.text.data()) < 0 ? errnoName() : "";
+        });
+    }
     std::string wait(const Step&) {
         fcntl(mDevice, F_SETFL, 0);
         std::atomic<long> thread{0};
@@ -344,20 +404,23 @@ class Player {
     std::string mRead;
 };
 
-}  // namespace
+class Scripts : public testing::TestWithParam<Script> {};
 
-const std::vector<Script>& scripts() {
-    return kScripts;
-}
-
-void play(const Script& script, Hub& hub) {
-    Player player(hub);
-    for (size_t i = 0; i < script.steps.size(); ++i) {
-        const Step& step = script.steps[i];
+TEST_P(Scripts, OnAHub) {
+    const auto hub = newHub();
+    if (GetParam().kernelWarns) hub->expectWarnings(true);
+    Player player(*hub);
+    for (size_t i = 0; i < GetParam().steps.size(); ++i) {
+        const Step& step = GetParam().steps[i];
         EXPECT_EQ(player.play(step), step.result)
-            << script.name << ", step " << i << ": " << step.call << " " << step.target << " "
+            << "step " << i << ": " << step.call << " " << step.target << " "
             << testing::PrintToString(step.text);
     }
+    if (GetParam().kernelWarns) hub->expectWarnings(false);
 }
 
+INSTANTIATE_TEST_SUITE_P(Hub, Scripts, testing::ValuesIn(kScripts),
+                         [](const auto& script) { return script.param.name; });
+
+}  // namespace
 }  // namespace hub_script

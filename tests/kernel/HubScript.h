@@ -1,29 +1,15 @@
 #pragma once
 
-#include <cstdint>
+#include <cstddef>
+#include <memory>
 #include <string>
-#include <vector>
 
 namespace hub_script {
 
-/** One call on the script's device and what comes of it. */
-struct Step {
-    std::string call;
-    std::string target;  ///< an attribute of the device, or an absolute path
-    std::string text;
-    std::string result;  ///< "" for success, a text that was read, or the name of an errno
-};
+constexpr int kHandle = 1;
+constexpr size_t kRecordSize = 14;
 
-struct Script {
-    const char* name;
-    std::vector<Step> steps;
-    bool kernelWarns = false;  ///< a real kernel's log tells about it, too
-};
-
-/** What IIO devices do, as measured on a stock kernel. */
-const std::vector<Script>& scripts();
-
-/** The hub under a script, whose device is new and has records of kRecordSize bytes. */
+/** The hub under a script; its device kHandle is new and has records of kRecordSize bytes. */
 class Hub {
   public:
     virtual ~Hub() = default;
@@ -33,11 +19,11 @@ class Hub {
     virtual bool push(const std::string& record) = 0;
     /** Unregisters the device. */
     virtual void drop() = 0;
+    /** The kernel's log may hold warnings from now on, or not any more. */
+    virtual void expectWarnings(bool) {}
 };
 
-constexpr size_t kRecordSize = 14;
-
-/** Plays a script by plain calls; each step that ends otherwise fails the test. */
-void play(const Script& script, Hub& hub);
+/** The program's own. */
+std::unique_ptr<Hub> newHub();
 
 }  // namespace hub_script

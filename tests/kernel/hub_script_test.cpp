@@ -7,15 +7,13 @@
 #include "simulator/kernel/KernelHub.h"
 #include "tests/kernel/HubScript.h"
 
-namespace kernel_tests {
+namespace hub_script {
 namespace {
 
-constexpr int kHandle = 1;
-
-class KernelDevice final : public hub_script::Hub {
+class KernelDevice final : public Hub {
   public:
     KernelDevice() {
-        EXPECT_GE(mHub.addDevice(kHandle, "script", hub_script::kRecordSize), 0);
+        EXPECT_GE(mHub.addDevice(kHandle, "script", kRecordSize), 0);
         mDevicePath = mHub.devicePath(kHandle);
         mAttributes = mHub.attributePath(kHandle, "");
     }
@@ -23,6 +21,10 @@ class KernelDevice final : public hub_script::Hub {
     std::string attributePath(const std::string& name) const override { return mAttributes + name; }
     bool push(const std::string& record) override { return mHub.push(kHandle, record) == 1; }
     void drop() override { mHub.unplug(kHandle); }
+    void expectWarnings(bool begin) override {  // the guest's caller looks for these lines
+        std::ofstream("/dev/kmsg")
+            << "expected warning " << (begin ? "begins" : "ends") << std::endl;
+    }
 
   private:
     simulator::KernelHub mHub;
@@ -30,24 +32,10 @@ class KernelDevice final : public hub_script::Hub {
     std::string mAttributes;
 };
 
-void sayInTheKernelsLog(const char* text) {
-    std::ofstream("/dev/kmsg") << text << std::endl;
-}
-
-class Scripts : public testing::TestWithParam<hub_script::Script> {};
-
-TEST_P(Scripts, OnARealDevice) {
-    KernelDevice device;
-    // The guest's caller overlooks warnings between these lines.
-    if (GetParam().kernelWarns) sayInTheKernelsLog("expected warning begins");
-    play(GetParam(), device);
-    if (GetParam().kernelWarns) sayInTheKernelsLog("expected warning ends");
-}
-
-INSTANTIATE_TEST_SUITE_P(Kernel, Scripts, testing::ValuesIn(hub_script::scripts()),
-                         [](const testing::TestParamInfo<hub_script::Script>& tested) {
-                             return tested.param.name;
-                         });
-
 }  // namespace
-}  // namespace kernel_tests
+
+std::unique_ptr<Hub> newHub() {
+    return std::make_unique<KernelDevice>();
+}
+
+}  // namespace hub_script
