@@ -5,8 +5,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
 #include <fstream>
 #include <functional>
 #include <map>
@@ -53,11 +51,6 @@ int errorLines() {
     }));
 }
 
-std::string readFailure(int error) {
-    return std::string("E AccSensor :input data file descriptor not available - (") +
-           strerror(error) + ")";
-}
-
 std::vector<SensorSpec> withoutFifos(std::vector<SensorSpec> sensors) {
     for (SensorSpec& spec : sensors)
         spec.fifoMax = 0;
@@ -93,19 +86,6 @@ TEST(Devices, QueuedRecordsAreEachAnEvent) {
     EXPECT_EQ(counts, expected);
 }
 
-TEST(Devices, FullBufferKeepsTheOldest) {
-    KernelBench bench;
-    ASSERT_TRUE(bench.hub().addSensors(withoutFifos(sensorsOf({kAcc, kGyro}))));
-    bench.load();
-    bench.activate(kAcc);
-    bench.activate(kGyro);
-    ASSERT_TRUE(bench.hold(kGyro));
-    EXPECT_EQ(bench.hub().push(kAcc, axesRecords(1, kSmallest + 76), kSmallest + 76), kSmallest);
-    EXPECT_EQ(bench.hub().state(kAcc).refused, 76U);
-    bench.release();
-    EXPECT_EQ(bench.times(kSmallest), numbers(1, kSmallest));
-}
-
 TEST(Devices, NextStartFindsBuffersOnAndFull) {
     KernelBench bench;
     auto sensors = withoutFifos(sensorsOf({kAcc, kGyro}));
@@ -133,37 +113,6 @@ TEST(Devices, NextStartFindsBuffersOnAndFull) {
     bench.activate(kGyro);
     EXPECT_EQ(bench.hub().push(kAcc, axesRecords(5000, 3), 3), 3);
     EXPECT_EQ(bench.times(3), numbers(5000, 3));
-}
-
-// The record stays queued, so that poll() wakes at once: this must not become a busy loop.
-TEST(Devices, RecordLongerThanTheReadIsRefused) {
-    KernelBench bench({kAcc, kGyro}, {{kAcc, 20}});
-    bench.activate(kAcc);
-    bench.activate(kGyro);
-    ASSERT_TRUE(bench.settle(kGyro));
-    const auto begin = std::chrono::steady_clock::now();
-    EXPECT_EQ(bench.hub().push(kAcc, axesRecord(7) + std::string(6, '\1')), 1);
-    for (int i = 0; i < 20; ++i) {
-        ASSERT_TRUE(bench.pass(kGyro));
-        usleep(10000);
-    }
-    const auto spent = std::chrono::steady_clock::now() - begin;
-    EXPECT_GE(LogCapture::count(readFailure(EINVAL)), 1);
-    // Each event between them allows the first retries anew.
-    EXPECT_LE(errorLines(), 40 * 4 + spent / std::chrono::milliseconds(5));
-    EXPECT_EQ(bench.take().size(), 0U);
-    EXPECT_EQ(bench.attribute(kAcc, "buffer/data_available"), "1");
-}
-
-TEST(Devices, RecordShorterThanTheReadIsFilledWithZeros) {
-    KernelBench bench({kAcc, kGyro}, {{kAcc, 9}});
-    bench.activate(kAcc);
-    bench.activate(kGyro);
-    ASSERT_TRUE(bench.hold(kGyro));
-    const std::string record = axesRecord(0x0908070605040302).substr(0, 9);
-    EXPECT_EQ(bench.hub().push(kAcc, record + record, 2), 2);
-    bench.release();
-    EXPECT_EQ(bench.times(2), std::vector<int64_t>(2, 0x040302));
 }
 
 TEST(Devices, UnpluggedWithinABatch) {
@@ -220,33 +169,6 @@ TEST(Devices, BufferOffAndOnWithinABatch) {
     EXPECT_EQ(bench.times(2), numbers(31, 2));
 }
 
-// Nobody of ours raises it, but a vendor's rc file may: single mode then lags behind.
-TEST(Devices, WatermarkHoldsRecordsBack) {
-    KernelBench bench({kAcc, kGyro, kVdis});
-    for (const int handle : {kAcc, kGyro, kVdis})
-        bench.activate(handle);
-    for (const int handle : {kAcc, kVdis}) {
-        const auto buffer = [&](const char* name) {
-            return bench.hub().attributePath(handle, std::string("buffer/") + name);
-        };
-        ASSERT_TRUE(writeText(buffer("enable"), "0\n"));
-        ASSERT_TRUE(writeText(buffer("watermark"), "10\n"));
-        ASSERT_TRUE(writeText(buffer("enable"), "1\n"));
-        EXPECT_EQ(bench.hub().push(handle, axesRecords(1, 9), 9), 9);
-    }
-    ASSERT_TRUE(bench.pass(kGyro));
-    EXPECT_EQ(bench.take().size(), 0U);
-
-    EXPECT_EQ(bench.hub().push(kAcc, axesRecords(10, 1)), 1);
-    EXPECT_EQ(bench.times(1), numbers(1, 1));
-    EXPECT_EQ(bench.hub().push(kAcc, axesRecords(11, 1)), 1);
-    EXPECT_EQ(bench.times(1), numbers(2, 1));
-    ASSERT_TRUE(bench.pass(kGyro));
-    EXPECT_EQ(bench.attribute(kAcc, "buffer/data_available"), "9");
-    EXPECT_EQ(bench.hub().push(kVdis, axesRecords(10, 1)), 1);
-    EXPECT_EQ(bench.times(10), numbers(1, 10)) << "a batch takes all";
-}
-
 /** Another user's rights, for the whole process, while it lives. */
 class AsAnotherUser {
   public:
@@ -282,22 +204,6 @@ TEST(Devices, AnotherUserNeedsTheNodes) {
         EXPECT_EQ(bench.hal().flush(kAcc), Result::BAD_VALUE);
     }
     bench.unload();
-}
-
-TEST(Devices, RefusedBufferIsTriedOnceMore) {
-    KernelBench bench;
-    ASSERT_TRUE(bench.hub().addSensors(sensorsOf({kAcc, kGyro})));
-    ASSERT_TRUE(bench.hub().fail(HUB_NODE_BUFFER, ENOMEM, kAcc));
-    bench.load();
-    EXPECT_EQ(LogCapture::count("E writeSysfsInt, ERROR open file " +
-                                bench.hub().attributePath(kAcc, "buffer/enable") +
-                                " to write with error 12"),
-              1);
-    EXPECT_FALSE(bench.hub().state(kAcc).buffer_enabled);
-    bench.activate(kAcc);
-    EXPECT_TRUE(bench.hub().state(kAcc).buffer_enabled);
-    EXPECT_EQ(bench.hub().push(kAcc, axesRecords(3, 1)), 1);
-    EXPECT_EQ(bench.times(1), numbers(3, 1));
 }
 
 struct Load {
