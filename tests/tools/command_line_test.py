@@ -6,10 +6,12 @@ the simulated hub stays behind."""
 
 import atexit
 import concurrent.futures
+import ctypes
 import fcntl
 import json
 import os
 import re
+import select
 import shutil
 import signal
 import subprocess
@@ -20,16 +22,34 @@ import time
 PROGRAM, NOT_A_SUB_HAL, GROUP = sys.argv[1:4]
 TIMEOUT = 50
 F_SETPIPE_SZ = 1031  # fcntl has the name from Python 3.10 on
+PR_SET_PDEATHSIG = 1
+LIBC = ctypes.CDLL(None)
+REAL_DEVICES = os.path.join(os.path.dirname(os.path.abspath(__file__)), "real_devices.jsonl")
 LONGEST = "5a" * 1119
 NUMBER = r"-?[0-9.]+(e[-+][0-9]+)?"
 EVENT = (r'^{"kind":"data","timestamp_ns":[0-9]+,"received_ns":[0-9]+,"handle":4,'
          r'"sensor":"gyroscope","wakeup":false,"values":{"x":%s,"y":%s,"z":%s},'
          r'"accuracy":"high","unit":"rad/s"}$' % (NUMBER, NUMBER, NUMBER))
 
+FIGURES = ["events<0", "lost<0", "latency.p50<0ns", "latency.max<0ns", "interval.min<0ns",
+           "interval.max<0ns", "rate<0"]
+
+
+def start(command, closed=(), small=(), **options):
+    """Starts a process that ends with this script at the latest, however that ends."""
+    def before():
+        LIBC.prctl(PR_SET_PDEATHSIG, signal.SIGKILL)
+        for number in small:
+            fcntl.fcntl(number, F_SETPIPE_SZ, 4096)
+        for number in closed:
+            os.close(number)
+    return subprocess.Popen(command, preexec_fn=before, **options)
+
 
 class Row:
     """`out` and `err` are searched for, `lines` has to fit every line of standard output, `judge`
-    gets that output; `stdout` is "full", "closed", "head" (leaves after a line) or "blocked"."""
+    gets that output; `stdout` is "full", "closed", "head" (leaves after a line), "blocked", or "hung" when
+    it is standard error that is blocked."""
 
     def __init__(self, args, code=0, out="", err="", lines="", judge=None, stdout="pipe",
                  signals=(), hub="--sim", env=None, watched=True):
@@ -41,28 +61,36 @@ class Row:
             command = [PROGRAM] + self.hub.split() + self.args
             if self.watched:
                 command += ["--log", "info"]
-            output = {"full": lambda: open("/dev/full", "w"), "pipe": lambda: subprocess.PIPE,
-                      "head": lambda: subprocess.PIPE, "blocked": lambda: subprocess.PIPE,
-                      "closed": lambda: None}[self.stdout]()
-            process = subprocess.Popen(
+            output = {"full": lambda: open("/dev/full", "w"),
+                      "closed": lambda: None}.get(self.stdout, lambda: subprocess.PIPE)()
+            process = start(
                 command, stdout=output, stderr=subprocess.PIPE, stdin=subprocess.DEVNULL,
                 env={**os.environ, "TMPDIR": directory, "LC_ALL": "C", **(self.env or {})},
-                preexec_fn=(lambda: os.close(1)) if self.stdout == "closed" else None)
-            if self.stdout == "head":
-                process.stdout.readline()
-                process.stdout.close()
-                process.stdout = None
-            if self.stdout == "blocked":
-                fcntl.fcntl(process.stdout, F_SETPIPE_SZ, 4096)
-            begin = process.stdout.readline() if self.signals and self.stdout == "pipe" else b""
-            for number in self.signals:
-                time.sleep(0.5)
-                process.send_signal(number)
-            if self.stdout == "blocked":
-                process.wait(TIMEOUT)
-            out, err = process.communicate(timeout=TIMEOUT)
-            return self.faults(process.returncode, (begin + (out or b"")).decode(), err.decode(),
-                               os.listdir(directory))
+                closed=[1] if self.stdout == "closed" else [],
+                small={"blocked": [1], "hung": [2]}.get(self.stdout, []))
+            try:
+                return self.watch(process, directory)
+            finally:
+                process.kill()
+                process.wait()
+
+    def watch(self, process, directory):
+        if self.stdout == "head":
+            process.stdout.readline()
+            process.stdout.close()
+            process.stdout = None
+        unread = {"blocked": process.stdout, "hung": process.stderr}.get(self.stdout)
+        begin = process.stdout.readline() if self.signals and not unread else b""
+        if unread:
+            select.select([unread], [], [], TIMEOUT)
+        for number in self.signals:
+            time.sleep(0.5)
+            process.send_signal(number)
+        if unread:
+            process.wait(TIMEOUT)
+        out, err = process.communicate(timeout=TIMEOUT)
+        return self.faults(process.returncode, (begin + (out or b"")).decode(), err.decode(),
+                           os.listdir(directory))
 
     def faults(self, code, out, err, left):
         found = []
@@ -77,10 +105,10 @@ class Row:
                       if not re.search(self.lines, line)]
         if self.judge and not self.judge(out):
             found.append("the output is not as it should be")
-        if code >= 0 and left:
+        if 0 <= code < 128 and left:
             found.append("left behind: %s" % left)
         on = dict(re.findall(r"type : ([0-9]+), enable : ([01])\n", err))
-        if "1" in on.values() and self.code != 137:
+        if "1" in on.values():
             found.append("left on: %s" % on)
         if found:
             found += ["--- standard output", out[-3000:], "--- standard error"]
@@ -98,8 +126,8 @@ def stale_tree_is_swept():
     with tempfile.TemporaryDirectory() as directory:
         env = dict(os.environ, TMPDIR=directory)
         long_run = [PROGRAM, "--sim", "watch", "1"]
-        with subprocess.Popen(long_run, env=env, stdout=subprocess.PIPE) as killed, \
-                subprocess.Popen(long_run, env=env, stdout=subprocess.PIPE) as living:
+        with start(long_run, env=env, stdout=subprocess.PIPE) as killed, \
+                start(long_run, env=env, stdout=subprocess.PIPE) as living:
             killed.stdout.readline()
             living.stdout.readline()
             killed.kill()
@@ -115,7 +143,7 @@ def stale_tree_is_swept():
 def six_at_once():
     """Each has a hub of its own."""
     command = [PROGRAM, "--sim", "--quiet", "watch", "1@100", "--count", "30"]
-    runs = [subprocess.Popen(command, stdout=subprocess.PIPE) for _ in range(6)]
+    runs = [start(command, stdout=subprocess.PIPE) for _ in range(6)]
     ends = [(run.communicate()[0].count(b"\n"), run.returncode) for run in runs]
     return [] if ends == [(30, 0)] * 6 else [str(ends)]
 
@@ -224,6 +252,10 @@ ROWS = {
             lines=r"^handle |^ +[0-9]+  \w+ +(continuous|on change|one-shot|special) "),
         Row("list 4 light", judge=lambda out: [line.split()[0] for line in out.splitlines()]
             == ["handle", "4", "5"]),
+        Row(["list", "43", "accelerometer", "LSM6DSO accelerometer", "Accelerometer_Sub", "roscope-s",
+             "com.tavrine.sensor.Folding_State_LPM"],
+            judge=lambda out: [line.split()[0] for line in out.splitlines()[1:]]
+            == ["43", "1", "1", "58", "60", "65"]),
         Row("list -v", out="\n +flags +0x786: special; non-wake-up, direct in memory up to very"),
         Row("list --format json",
             judge=lambda out: json.loads(out)[0]["name"] == "LSM6DSO Accelerometer"),
@@ -277,7 +309,7 @@ ROWS = {
         Row("--library /no/such/library.so list", 3, err="/no/such/library.so", hub=""),
         Row("--library " + NOT_A_SUB_HAL + " list", 3, err="sensorsHalGetSubHal", hub=""),
         Row("list", 3, err="TMPDIR=/nonexistent: No such file", env={"TMPDIR": "/nonexistent"}),
-        Row("watch 70000", 4, err="no sensor is called 70000"),
+        *[Row(["watch", none], 4, err="no sensor is called ") for none in ("70000", "7", "")],
         Row("watch uncal", 4, err=r" 16  gyroscope_uncalibrated .*\n +43  accelerometer_uncalibrated "),
         Row("inject light 0x20000000", 5, err="light: inject: BAD_VALUE"),
         Row("inject 1 0", out="sub-command 0 stands for nothing to do"),
@@ -286,6 +318,10 @@ ROWS = {
         Row("watch 1@10 --count 1000 --seconds 0.3", 6),
         Row("watch 1@100 aois_sensor@1 --seconds 0.3", 4),
         Row("list", 7, err="no sensor hub here: /sys/.*: No such file.*\n.*--sim", hub=""),
+        Row("--fault open:/sys/class/sensors/hbx_sensor/sensor_spec:EACCES list", 7,
+            err="no sensor hub here: /sys/.*: Permission denied\n.*doctor"),
+        Row(["--chips", chips_file([]), "--fault", "open:32:EACCES", "list"], 4,
+            err="none of its sensors works"),
     ],
     "doctor": [
         Row("doctor", lines="^51 sensors, 0 failures, 0 notes$"),
@@ -309,6 +345,7 @@ ROWS = {
             {"handle": 1, "chip": "TWO", "min_delay_us": 2000, "max_delay_us": 1000, "range": 5,
              "fifo_max": 10, "fifo_reserved": 20, "resolution": -1},
             {"handle": 3}, {"handle": 1}]), "doctor"], 1,
+            err="simulator: sensor 3 gets no device: it has no row in the table of ",
             out="handle 1: delays from 2000 to 1000(.|\n)*handle 1: 20 events reserved(.|\n)*handle "
                 "1: resolution -1(.|\n)*handle 3: no driver(.|\n)*handle 1: the handle stands in an "
                 "earlier(.|\n)*1 sensors, 5 failures"),
@@ -340,8 +377,17 @@ ROWS = {
     "recordings": [
         recordings,
         # From IIO devices of a real kernel, records of an earlier run in its queues.
-        Row(["replay", os.path.join(os.path.dirname(__file__), "real_devices.jsonl"), "--fast"],
-            out="^84 events of 5 sensors came as they were recorded", hub=""),
+        Row(["replay", REAL_DEVICES, "--fast"], hub="",
+            out="^84 events of 5 sensors came as they were recorded"),
+        # All figures, by requiring what none fulfils.
+        *[Row(["--replay", REAL_DEVICES, "--fast", "watch", sensor, "--quiet", "--require",
+               ",".join(FIGURES)], 1, hub="",
+              err="".join(r"%s \S+ is %s( ms)?, required is %s\n.*" % (name, value, figure)
+                          for figure, value in zip(FIGURES, values.split())))
+          for sensor, name, values in (
+              ("1@20", "accelerometer:", "13 12 7.733 85.559 100.000 100.000 10"),
+              ("38@100", "vdis_gyro:", "61 60 3.736 94.204 20.000 20.000 50"),
+              ("5", "light:", "6 0 6.947 21.004 200.000 250.000"))],
         Row("record 1 --seconds 0.3 -o /dev/full", 8, err="/dev/full: No space left"),
         Row("record 1 -o /nonexistent/run", 2, err="/nonexistent/run: No such file"),
         Row("--replay /nonexistent list", 2, err="/nonexistent: No such", hub=""),
@@ -369,6 +415,7 @@ ROWS = {
           for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP)],
         Row("direct 38 --rate fast --seconds 30", signals=[signal.SIGINT], out="records, "),
         Row("watch 1 --count 100000", 6, signals=[signal.SIGINT]),
+        Row("list", 130, stdout="hung", signals=[signal.SIGINT, signal.SIGINT]),
         Row("watch 1 --count 100000", -signal.SIGKILL, signals=[signal.SIGKILL], watched=False),
         stale_tree_is_swept,
         six_at_once,
@@ -381,7 +428,8 @@ def main():
     with concurrent.futures.ThreadPoolExecutor(max_workers=4) as pool:
         runs = [(row, pool.submit(row if callable(row) else row.run)) for row in ROWS[GROUP]]
         for row, run in runs:
-            faults = run.result()
+            broken = run.exception()
+            faults = [repr(broken)] if broken else run.result()
             if faults:
                 failed += 1
                 name = row.__name__ if callable(row) else " ".join([row.hub] + row.args)
