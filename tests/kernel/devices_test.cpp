@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <fstream>
 #include <functional>
 #include <map>
@@ -204,6 +205,22 @@ TEST(Devices, AnotherUserNeedsTheNodes) {
         EXPECT_EQ(bench.hal().flush(kAcc), Result::BAD_VALUE);
     }
     bench.unload();
+}
+
+TEST(Devices, RefusedBufferIsTriedOnceMore) {
+    KernelBench bench;
+    ASSERT_TRUE(bench.hub().addSensors(sensorsOf({kAcc, kGyro})));
+    ASSERT_TRUE(bench.hub().fail(HUB_NODE_BUFFER, ENOMEM, kAcc));
+    bench.load();
+    EXPECT_EQ(LogCapture::count("E writeSysfsInt, ERROR open file " +
+                                bench.hub().attributePath(kAcc, "buffer/enable") +
+                                " to write with error 12"),
+              1);
+    EXPECT_FALSE(bench.hub().state(kAcc).buffer_enabled);
+    bench.activate(kAcc);
+    EXPECT_TRUE(bench.hub().state(kAcc).buffer_enabled);
+    EXPECT_EQ(bench.hub().push(kAcc, axesRecords(3, 1)), 1);
+    EXPECT_EQ(bench.times(1), numbers(3, 1));
 }
 
 struct Load {

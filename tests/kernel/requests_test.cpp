@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <fstream>
 #include <iterator>
 
@@ -37,13 +38,13 @@ class Requests : public testing::Test {
         mBench.hub().takeRequests();
     }
 
-    void expectNext(hub_node node, const std::string& bytes, uint32_t number = 0) {
+    void expectNext(hub_node node, const std::string& bytes, uint32_t number = 0, int error = 0) {
         const auto request = mBench.hub().nextRequest(kPatience);
         ASSERT_TRUE(request) << "nothing was asked";
         EXPECT_EQ(request->node, node);
         EXPECT_EQ(request->bytes, bytes);
         EXPECT_EQ(request->number, number);
-        EXPECT_EQ(request->error, 0);
+        EXPECT_EQ(request->error, error);
     }
     void expectNoMore() { EXPECT_EQ(mBench.hub().takeRequests().size(), 0U); }
 
@@ -66,6 +67,18 @@ TEST_F(Requests, EnableBatchAndFlushByteByByte) {
     expectNext(HUB_NODE_BATCH, batchRecord(300000000000, 10000000), 0x8008FC26);
     EXPECT_EQ(mBench.hub().state(kVdis).latency_ns, 300000000000);
     expectNoMore();
+}
+
+TEST_F(Requests, RefusalsReachTheProxy) {
+    mBench.hub().fail(HUB_NODE_ENABLE, EIO, kVdis);
+    EXPECT_EQ(mBench.hal().activate(kVdis, true), Result::BAD_VALUE);
+    expectNext(HUB_NODE_ENABLE, "381\0"s, 0, EIO);
+    mBench.hub().fail(HUB_NODE_FLUSH, EAGAIN);
+    EXPECT_EQ(mBench.hal().flush(kVdis), Result::BAD_VALUE);
+    expectNext(HUB_NODE_FLUSH, "38\0"s, 0, EAGAIN);
+    mBench.hub().fail(HUB_NODE_BATCH, EREMOTEIO);
+    EXPECT_EQ(mBench.hal().batch(kVdis, 10000000, 0), Result::BAD_VALUE);
+    expectNext(HUB_NODE_BATCH, batchRecord(0, 10000000), 0x8008FC26, EREMOTEIO);
 }
 
 // The exchange moves the file position: the reply arrives behind the request that was read.

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include "simulator/DeviceProfile.h"
 #include "simulator/World.h"
 #include "tests/kernel/HubScript.h"
 
@@ -33,6 +34,17 @@ std::unique_ptr<Hub> newHub() {
 
 namespace simulator {
 namespace {
+
+TEST(Signals, FillTheirRecords) {
+    const World world(5);
+    for (const SensorSpec& spec : standardCatalogue()) {
+        const DeviceProfile* profile = findProfile(spec.handle);
+        if (profile->signal == nullptr) continue;
+        RecordBuilder record;
+        profile->signal(world, spec, 1.7, record);
+        EXPECT_EQ(profile->recordSize, record.bytes().size() + sizeof(uint64_t)) << spec.handle;
+    }
+}
 
 TEST(World, FieldTurnsAgainstTheRotation) {
     const World world(5);

@@ -2,10 +2,10 @@
 
 #include <cutils/ashmem.h>
 #include <gtest/gtest.h>
-#include <sys/mman.h>
 #include <unistd.h>
 
-#include <cstring>
+#include <array>
+#include <vector>
 
 #include "tools/subhalctl/RingReader.h"
 #include "tools/subhalctl/SensorValues.h"
@@ -96,47 +96,14 @@ TEST(RingCheck, TellsMissedAndTornRecords) {
     EXPECT_EQ(check.records(), 6);
 }
 
-/** Shared memory of a few slots, written as the library does. */
-class WrittenRing {
-  public:
-    static constexpr uint32_t kSlots = 8;
-    static constexpr size_t kBytes = kSlots * sizeof(sensors_event_t);
-
-    WrittenRing() : mFd(ashmem_create_region("test", kBytes)) {
-        mBase = static_cast<sensors_event_t*>(
-            mmap(nullptr, kBytes, PROT_READ | PROT_WRITE, MAP_SHARED, mFd, 0));
-    }
-    ~WrittenRing() {
-        munmap(mBase, kBytes);
-        close(mFd);
-    }
-    WrittenRing(const WrittenRing&) = delete;
-    WrittenRing& operator=(const WrittenRing&) = delete;
-
-    void write(uint32_t records) {
-        while (records-- > 0) {
-            ++mCounter;
-            sensors_event_t* slot = mBase + (mCounter - 1) % kSlots;
-            const auto before = slot->reserved0;
-            *slot = record(mCounter);
-            slot->reserved0 = before;
-            __atomic_store_n(&slot->reserved0, static_cast<int32_t>(mCounter), __ATOMIC_SEQ_CST);
-        }
-    }
-    /** A record of which only the body has been written yet. */
-    void writeHalf() { mBase[mCounter % kSlots].timestamp = 0; }
-
-    int fd() const { return mFd; }
-
-  private:
-    int mFd;
-    sensors_event_t* mBase;
-    uint32_t mCounter = 0;
-};
+using Ring = std::array<sensors_event_t, 8>;
 
 /** Counters of the records that a reader new to the ring finds. */
-std::vector<int32_t> countersIn(const WrittenRing& ring) {
-    RingReader reader(ring.fd(), WrittenRing::kBytes);
+std::vector<int32_t> countersIn(const Ring& ring) {
+    const int fd = ashmem_create_region("test", sizeof(ring));
+    EXPECT_EQ(pwrite(fd, ring.data(), sizeof(ring), 0), static_cast<ssize_t>(sizeof(ring)));
+    RingReader reader(fd, sizeof(ring));
+    close(fd);
     reader.stop();
     std::vector<int32_t> counters;
     sensors_event_t found;
@@ -146,15 +113,18 @@ std::vector<int32_t> countersIn(const WrittenRing& ring) {
 }
 
 TEST(RingReader, ReadsEachWholeRecordOnce) {
-    WrittenRing ring;
-    ring.write(5);
+    Ring ring{};
+    const auto write = [&ring](uint32_t first, uint32_t last) {
+        for (uint32_t counter = first; counter <= last; ++counter)
+            ring[(counter - 1) % ring.size()] = record(counter);
+    };
+    write(1, 5);
     EXPECT_EQ(countersIn(ring), (std::vector<int32_t>{1, 2, 3, 4, 5}));
-    ring.write(3);
-    ring.writeHalf();
+    write(6, 8);
     EXPECT_EQ(countersIn(ring), (std::vector<int32_t>{2, 3, 4, 5, 6, 7, 8}))
-        << "the slot that is being written is left out";
-    ring.write(2 * WrittenRing::kSlots + 1);
-    EXPECT_EQ(countersIn(ring), std::vector<int32_t>{3 * WrittenRing::kSlots + 1})
+        << "the slot that may be written into is left out";
+    write(9, 25);
+    EXPECT_EQ(countersIn(ring), std::vector<int32_t>{25})
         << "where the writer has lapped it, it goes on";
 }
 
