@@ -265,6 +265,7 @@ ROWS = {
         Row("watch accelerometer@100 pressure@50 --seconds 1",
             out=r"accelerometer +[0-9]+ +100.000 +100.000 +(9[0-9]|100)\.[0-9]+ +[0-9.]+ +[0-9.]+ "
                 r"+0 (.|\n)*pressure +[0-9]+ +50.000 +25.000 +2[0-9]\."),
+        Row("watch 1@1 --count 4", out=r"accelerometer +4 +1.000 +6.250 +6.250 "),
         Row("watch 1 5 --rate 50 --count 20 --format csv", lines=r"^([^,]*,){10}[^,]*$",
             out="^timestamp_ns,received_ns,handle,sensor,kind,stale,wakeup,accuracy,v0,v1,v2\n",
             err="accelerometer +[0-9]+ +50.000 +50.000 "),
