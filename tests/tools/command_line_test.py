@@ -48,8 +48,8 @@ def start(command, closed=(), small=(), **options):
 
 class Row:
     """`out` and `err` are searched for, `lines` has to fit every line of standard output, `judge`
-    gets that output; `stdout` is "full", "closed", "head" (leaves after a line), "blocked", or "hung" when
-    it is standard error that is blocked."""
+    gets that output; `stdout` is "full", "closed", "head" (leaves after a line), "blocked", or
+    "hung" when it is standard error that is blocked."""
 
     def __init__(self, args, code=0, out="", err="", lines="", judge=None, stdout="pipe",
                  signals=(), hub="--sim", env=None, watched=True):
@@ -252,8 +252,8 @@ ROWS = {
             lines=r"^handle |^ +[0-9]+  \w+ +(continuous|on change|one-shot|special) "),
         Row("list 4 light", judge=lambda out: [line.split()[0] for line in out.splitlines()]
             == ["handle", "4", "5"]),
-        Row(["list", "43", "accelerometer", "LSM6DSO accelerometer", "Accelerometer_Sub", "roscope-s",
-             "com.tavrine.sensor.Folding_State_LPM"],
+        Row(["list", "43", "accelerometer", "LSM6DSO accelerometer", "Accelerometer_Sub",
+             "roscope-s", "com.tavrine.sensor.Folding_State_LPM"],
             judge=lambda out: [line.split()[0] for line in out.splitlines()[1:]]
             == ["43", "1", "1", "58", "60", "65"]),
         Row("list -v", out="\n +flags +0x786: special; non-wake-up, direct in memory up to very"),
@@ -310,7 +310,8 @@ ROWS = {
         Row("--library /no/such/library.so list", 3, err="/no/such/library.so", hub=""),
         Row("--library " + NOT_A_SUB_HAL + " list", 3, err="sensorsHalGetSubHal", hub=""),
         Row("list", 3, err="TMPDIR=/nonexistent: No such file", env={"TMPDIR": "/nonexistent"}),
-        *[Row(["watch", none], 4, err="no sensor is called ") for none in ("70000", "7", "")],
+        *[Row(["watch", none], 4, err="no sensor is called " + (none or "''") + ";")
+          for none in ("70000", "7", "")],
         Row("watch uncal", 4, err=r" 16  gyroscope_uncalibrated .*\n +43  accelerometer_uncalibrated "),
         Row("inject light 0x20000000", 5, err="light: inject: BAD_VALUE"),
         Row("inject 1 0", out="sub-command 0 stands for nothing to do"),
