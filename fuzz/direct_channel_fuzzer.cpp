@@ -1,7 +1,6 @@
 #include <cutils/ashmem.h>
 #include <cutils/native_handle.h>
 #include <fcntl.h>
-#include <hardware/gralloc1.h>
 #include <unistd.h>
 
 #include <cstdint>
@@ -16,6 +15,7 @@
 #include "simulator/SimulatedHub.h"
 #include "subhal/SensorsSubHal.h"
 #include "subhal/convert.h"
+#include "tests/support/FakeGralloc.h"
 
 // The input is a row of steps: a client's memory descriptions, reports and events of the direct
 // report sensor; graphics buffers of an allocator that answers as the input says; conversions there
@@ -26,86 +26,40 @@ using namespace android::hardware::sensors::V2_0::zelva_sensorhub;
 namespace convert = android::hardware::sensors::V1_0::implementation;
 using android::hardware::sensors::V1_0::SharedMemFormat;
 using android::hardware::sensors::V1_0::SharedMemType;
+using testing_support::FakeGralloc;
 
 constexpr int kVdis = 38;
 constexpr size_t kMaxSteps = 20;
-constexpr size_t kBuffer = 400;
-
-// The allocator. Bits of gMissing: 0 the device, 1 to 5 its functions, 6 the address, 7 the module.
-uint8_t gMissing = 0;
-uint16_t gVersion = 1 << 8;
-int32_t gAnswer = 0;
-uint8_t gBytes[kBuffer];
-hw_module_methods_t gMethods;
-gralloc_module_t gModule;
-gralloc1_device_t gDevice;
-alloc_device_t gAllocator;
-
-bool isMissing(int bit) {
-    return (gMissing & 1 << bit) != 0;
-}
-
-int32_t lockBuffer(void** address) {
-    if (!isMissing(6)) *address = gBytes;
-    return gAnswer;
-}
-
-gralloc1_function_pointer_t functionOf(gralloc1_device_t*, int32_t number) {
-    using Pointer = gralloc1_function_pointer_t;
-    const GRALLOC1_PFN_RETAIN retain = [](gralloc1_device_t*, buffer_handle_t) { return gAnswer; };
-    const GRALLOC1_PFN_LOCK lock = [](gralloc1_device_t*, buffer_handle_t, uint64_t, uint64_t,
-                                      const gralloc1_rect_t*, void** address,
-                                      int32_t) { return lockBuffer(address); };
-    const GRALLOC1_PFN_UNLOCK unlock = [](gralloc1_device_t*, buffer_handle_t, int32_t*) {
-        return gAnswer;
-    };
-    const GRALLOC1_PFN_GET_BACKING_STORE store = [](gralloc1_device_t*, buffer_handle_t,
-                                                    gralloc1_backing_store_t*) { return gAnswer; };
-    switch (number) {
-        case GRALLOC1_FUNCTION_GET_BACKING_STORE:
-            return isMissing(1) ? nullptr : reinterpret_cast<Pointer>(store);
-        case GRALLOC1_FUNCTION_LOCK:
-            return isMissing(2) ? nullptr : reinterpret_cast<Pointer>(lock);
-        case GRALLOC1_FUNCTION_UNLOCK:
-            return isMissing(3) ? nullptr : reinterpret_cast<Pointer>(unlock);
-        default:
-            return isMissing(4) ? nullptr : reinterpret_cast<Pointer>(retain);
-    }
-}
-
-void makeModule() {
-    gMethods.open = [](const hw_module_t*, const char* name, hw_device_t** device) -> int {
-        const bool isLegacy = strcmp(name, "gpu0") == 0;
-        if (!isMissing(0)) *device = isLegacy ? &gAllocator.common : &gDevice.common;
-        return gAnswer;
-    };
-    gModule.common.module_api_version = gVersion;
-    gModule.common.methods = &gMethods;
-    gModule.registerBuffer = [](const gralloc_module_t*, buffer_handle_t) { return gAnswer; };
-    gModule.unregisterBuffer = gModule.registerBuffer;
-    gModule.unlock = gModule.registerBuffer;
-    gModule.lock = [](const gralloc_module_t*, buffer_handle_t, int, int, int, int, int,
-                      void** address) { return lockBuffer(address); };
-    gDevice.getFunction = functionOf;
-    gDevice.getCapabilities = [](gralloc1_device_t*, uint32_t* count, int32_t* capabilities) {
-        *capabilities = gAnswer;
-        *count = 9;  // more than there was room for
-    };
-    gAllocator.common.close = [](hw_device_t*) { return 0; };
-}
 
 /** Another one than the process's own, which keeps its first allocator. */
 struct Wrapper : GrallocHalWrapper {
-    explicit Wrapper(const native_handle_t* handle) {
+    explicit Wrapper(const native_handle_t* handle, bool isWhole) {
         void* address = nullptr;
         registerBuffer(handle);
         lock(handle, 0, 0, 0, 1, 1, &address);
         isSameMemory(handle, handle);
         unlock(handle);
         unregisterBuffer(handle);
-        if (getError() != 0 && getVersion() >= 0 && gMissing == 0) abort();
+        if (getError() != 0 && getVersion() >= 0 && isWhole) abort();
     }
 };
+
+/** What an allocator answers or lacks. */
+FakeGralloc::Told told(fuzzing::Input& input) {
+    constexpr const char* kCalls[] = {"load", "open",   "register", "retain",
+                                      "lock", "unlock", "own",      "other"};
+    constexpr const char* kParts[] = {"-module", "-device", "-getFunction", "-address",
+                                      "-8",      "-16",     "-18",          "-20"};
+    FakeGralloc::Told all;
+    const uint8_t failing = input.byte();
+    const uint8_t missing = input.byte();
+    const int answer = input.byte() % 16 - 4;
+    for (size_t i = 0; i < 8; ++i) {
+        if ((failing & 1 << i) != 0) all[kCalls[i]] = answer;
+        if ((missing & 1 << i) != 0) all[kParts[i]] = 0;
+    }
+    return all;
+}
 
 class Bench {
   public:
@@ -183,23 +137,19 @@ class Bench {
     }
 
     void graphicsBuffer(fuzzing::Input& input) {
-        constexpr int32_t kAnswers[] = {0, 0, 0, 1, 2, 3, 4, 5, 6, 7, 8, 100, -12};
-        gMissing = input.byte();
-        gVersion = static_cast<uint16_t>((input.byte() % 3) << 8);
-        const int32_t answer = kAnswers[input.byte() % std::size(kAnswers)];
         const Handle handle(0, 1);
-        gAnswer = (gMissing & 16) != 0 ? answer : 0;
-        { const Wrapper wrapper(handle.handle); }
+        {
+            FakeGralloc gralloc(input.byte() % 3, told(input));
+            gralloc.capabilities = {4, 4, input.byte(), 4};  // one more than there is room for
+            const Wrapper wrapper(handle.handle, gralloc.told.empty());
+        }
         // The process's own is of version 1 and whole.
-        gMissing = 0;
-        gVersion = 1 << 8;
-        gAnswer = 0;
+        FakeGralloc gralloc(1, {});
         GrallocHalWrapper::getInstance();
-        gAnswer = answer;
-        gMissing = input.byte();
+        gralloc.told = told(input);
         const sensors_direct_mem_t mem = {SENSOR_DIRECT_MEM_TYPE_GRALLOC,
-                                          SENSOR_DIRECT_FMT_SENSORS_EVENT, input.byte() % kBuffer,
-                                          (gMissing & 1) != 0 ? nullptr : handle.handle};
+                                          SENSOR_DIRECT_FMT_SENSORS_EVENT, input.byte() * size_t{3},
+                                          input.byte() % 8 == 0 ? nullptr : handle.handle};
         GrallocDirectChannel channel(&mem);
         sensors_event_t event;
         input.fill(&event, sizeof(event));
@@ -253,14 +203,6 @@ class Bench {
 };
 
 }  // namespace
-
-// Found before the platform's own.
-extern "C" __attribute__((visibility("default"))) int hw_get_module(const char*,
-                                                                    const hw_module_t** module) {
-    makeModule();
-    if (!isMissing(7)) *module = &gModule.common;
-    return gAnswer;
-}
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
