@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <map>
 #include <memory>
 #include <numeric>
 #include <sstream>
@@ -20,8 +21,8 @@ using android::hardware::sensors::V1_0::Event;
 using android::hardware::sensors::V2_0::zelva_sensorhub::hbx_data_injection_fd;
 using android::hardware::sensors::V2_0::zelva_sensorhub::SensorHubDataWriter;
 using testing_support::LogCapture;
+using Messages = std::vector<std::string>;
 
-constexpr uint32_t kData = 0x42554853;
 constexpr char kDevice[] = "/dev/hbx_sensorhub";
 
 /** Bytes that tell their position. */
@@ -30,17 +31,6 @@ std::string counted(size_t size) {
     std::iota(bytes.begin(), bytes.end(), '\1');
     return bytes;
 }
-
-Event piece(uint32_t kind, uint32_t length, const std::string& chunk) {
-    Event event = {};
-    auto* payload = reinterpret_cast<uint8_t*>(&event.u);
-    memcpy(payload, &kind, 4);
-    memcpy(payload + 4, &length, 4);
-    memcpy(payload + 8, chunk.data(), chunk.size());
-    return event;
-}
-
-using Messages = std::vector<std::string>;
 
 class SensorHubDataWriterTest : public testing_support::HubFixture {
   protected:
@@ -57,11 +47,15 @@ class SensorHubDataWriterTest : public testing_support::HubFixture {
     void give(const std::string& script) {
         std::istringstream steps(script);
         for (std::string step; steps >> step;) {
-            const uint32_t kind = step[0] == 's' ? 0 : step[0] == 'e' ? 1 : kData;
+            const std::map<char, uint32_t> kinds = {
+                {'s', 0}, {'e', 1}, {'d', 0x42554853}, {'x', 2}};
             const auto length = static_cast<uint32_t>(std::stoul(step.substr(1)));
-            const std::string chunk = counted(step[0] == 's' ? 56 : std::min(length, 56U));
-            EXPECT_EQ(mWriter->handleData(piece(step[0] == 'x' ? 2 : kind, length, chunk)),
-                      std::stoi(step.substr(step.find('=') + 1)))
+            const uint32_t head[] = {kinds.at(step[0]), length};
+            Event event = {};
+            memcpy(&event.u, head, sizeof(head));
+            memcpy(&event.u.data[2], counted(56).data(),
+                   step[0] == 's' ? 56 : std::min(length, 56U));
+            EXPECT_EQ(mWriter->handleData(event), std::stoi(step.substr(step.find('=') + 1)))
                 << step;
         }
     }
@@ -77,23 +71,6 @@ class SensorHubDataWriterTest : public testing_support::HubFixture {
     std::unique_ptr<SensorHubDataWriter> mWriter;
     size_t mSeen = 0;
 };
-
-TEST_F(SensorHubDataWriterTest, LogsWhatItSends) {
-    LogCapture::take();
-    give("s10=-1");
-    EXPECT_LOG("D 0102030405060708090a ",
-               "D inject_qcontext_data: New hbx_data_injection_fd(" +
-                   std::to_string(hbx_data_injection_fd) + ")",
-               "D QContext Data Injection return 10");
-    give("s120=0 d56=56 d56=112");
-    EXPECT_LOG();
-    give("d8=120 e120=-1");
-    // Sixteen bytes to a line, the rest on the last.
-    const auto log = LogCapture::take();
-    ASSERT_EQ(log.size(), 10u);
-    EXPECT_EQ(log[0].text, "0102030405060708090a0b0c0d0e0f10 ");
-    EXPECT_EQ(log[7].text, "0102030405060708 ");
-}
 
 TEST_F(SensorHubDataWriterTest, PutsMessagesTogether) {
     const std::string name = "SensorHubDataWriter: ";
@@ -117,7 +94,9 @@ TEST_F(SensorHubDataWriterTest, PutsMessagesTogether) {
     };
     expect("s10=-1 s55=-1 s0=-1 e0=-1", {counted(10), counted(55), ""}, {notStarted});
     expect("s56=0 d56=56 e56=-1 e56=-1", {counted(56)}, {notStarted});
-    expect("s60=0 d56=56 d4=60 e60=-1", {counted(56) + counted(4)}, {});
+    // Sixteen bytes to a line, the rest on the last.
+    expect("s60=0 d56=56 d4=60 e60=-1", {counted(56) + counted(4)},
+           {"D 0102030405060708090a0b0c0d0e0f10 ", "D 313233343536373801020304 "});
     expect(longest + " d55=1119 e1119=-1", {longestMessage + counted(55)}, {});
     // One byte more is let in and gets no room; two more are not let in.
     expect("s1120=0 d1=-1 e1120=-1", {}, {notFinished});
@@ -136,20 +115,25 @@ TEST_F(SensorHubDataWriterTest, PutsMessagesTogether) {
 }
 
 TEST_F(SensorHubDataWriterTest, RetriesInterruptedWritesAndReportsOthers) {
-    mHub.failWrite(kDevice, EINTR, 1, 2);
-    give("s3=-1");
-    EXPECT_EQ(LogCapture::count("E inject_qcontext_data: EINTR! retry to write"), 2);
+    const std::string begin = "D inject_qcontext_data: New hbx_data_injection_fd(" +
+                              std::to_string(hbx_data_injection_fd) + ")";
+    LogCapture::take();
+    mHub.failWrite(kDevice, EINTR);
+    give("s10=-1");
+    EXPECT_LOG("D 0102030405060708090a ", begin, "E inject_qcontext_data: EINTR! retry to write",
+               "D QContext Data Injection return 10");
     mHub.failWrite(kDevice, EIO);
-    const uint8_t bytes[] = {1, 2, 3};
-    EXPECT_EQ(SensorHubDataWriter::inject_qcontext_data(bytes, 3), -EIO);
-    EXPECT_TRUE(logged("E inject_qcontext_data: error(-5) Input/output error"));
-    EXPECT_TRUE(logged("D QContext Data Injection return -1"));
+    const uint8_t bytes[] = {1, 2};
+    EXPECT_EQ(SensorHubDataWriter::inject_qcontext_data(bytes, 2), -EIO);
+    EXPECT_LOG(begin, "E inject_qcontext_data: error(-5) Input/output error",
+               "D QContext Data Injection return -1");
     EXPECT_EQ(SensorHubDataWriter::inject_qcontext_data(bytes, 2), 2);
     EXPECT_EQ(SensorHubDataWriter::inject_qcontext_data(bytes, -1), -EINVAL);
-    EXPECT_EQ(messages(), (Messages{"\1\2\3", "\1\2"}));
+    EXPECT_EQ(messages(), (Messages{counted(10), "\1\2"}));
 }
 
 TEST_F(SensorHubDataWriterTest, TakesTheFirstDeviceThatOpens) {
+    const std::string opened = "E SensorHubDataWriter: open sensorhub device ";
     close(hbx_data_injection_fd);
     mHub.failOpen(kDevice, EACCES, 1, simulator::SimulatedHub::kForever);
     Messages fallback;
@@ -160,10 +144,8 @@ TEST_F(SensorHubDataWriterTest, TakesTheFirstDeviceThatOpens) {
     };
     mHub.setHandler("/dev/shub_sensorhub", handler);
     open();
-    EXPECT_TRUE(
-        logged("E SensorHubDataWriter: open sensorhub device failed(-1) Permission denied"));
-    EXPECT_TRUE(logged("E SensorHubDataWriter: open sensorhub device success(" +
-                       std::to_string(hbx_data_injection_fd) + ")"));
+    EXPECT_TRUE(logged(opened + "failed(-1) Permission denied"));
+    EXPECT_TRUE(logged(opened + "success(" + std::to_string(hbx_data_injection_fd) + ")"));
     give("s2=-1");
     EXPECT_EQ(fallback, Messages{"\1\2"});
 
@@ -175,27 +157,22 @@ TEST_F(SensorHubDataWriterTest, TakesTheFirstDeviceThatOpens) {
     EXPECT_TRUE(logged("E inject_qcontext_data: invalid hbx_data_injection_fd(-1)"));
 }
 
+// Nobody calls them, in whatever order.
 TEST_F(SensorHubDataWriterTest, SeparateOperationsStayInBounds) {
     const std::vector<int> words(300, 0x04030201);
-    mWriter->initBuffers(8, 5, words.data());
-    EXPECT_EQ(mWriter->writeData(), -1);
-    EXPECT_EQ(messages(), Messages{"\1\2\3\4\1\2\3\4"});
-
-    mWriter->initBuffers(8, 5, nullptr);
-    EXPECT_EQ(mWriter->setHubData(4, nullptr), -1);
-    EXPECT_TRUE(logged("E SensorHubDataWriter: SetHubData failed ,wrong buffer"));
-    EXPECT_EQ(mWriter->setHubData(6, words.data()), 6);
-    EXPECT_EQ(mWriter->setHubData(3, words.data()), -1);
-    EXPECT_EQ(mWriter->setHubData(-1, words.data()), -1);
-    for (const int length : {-1, 1121, 0x7FFFFFFF}) {
+    for (const int length : {-1, 1121, 0x7FFFFFFF, 8}) {
         mWriter->initBuffers(length, 5, words.data());
-        EXPECT_EQ(mWriter->setHubData(1, words.data()), -1) << length;
+        EXPECT_EQ(mWriter->setHubData(9, words.data()), -1) << length;
     }
-    mWriter->initBuffers(1120, 5, words.data());
+    EXPECT_EQ(mWriter->setHubData(4, nullptr), -1);
+    EXPECT_EQ(mWriter->setHubData(-1, words.data()), -1);
+    EXPECT_EQ(mWriter->setHubData(6, words.data()), 6);
+    EXPECT_EQ(mWriter->writeData(), -1);
+    mWriter->initBuffers(1120, 5, nullptr);
     EXPECT_EQ(mWriter->setHubData(1120, words.data()), 1120);
     mWriter->clearBuffer();
     mWriter->writeData();
-    EXPECT_EQ(messages(), Messages{""});
+    EXPECT_EQ(messages(), (Messages{"\1\2\3\4\1\2\3\4", ""}));
 }
 
 }  // namespace
