@@ -1,5 +1,6 @@
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <string>
@@ -19,16 +20,13 @@ namespace {
 using android::hardware::sensors::V1_0::Event;
 using android::hardware::sensors::V2_0::zelva_sensorhub::hbx_data_injection_fd;
 using android::hardware::sensors::V2_0::zelva_sensorhub::QContextSensor;
+using android::hardware::sensors::V2_0::zelva_sensorhub::SensorBase;
 using android::hardware::sensors::V2_0::zelva_sensorhub::SensorHubDataWriter;
 using android::hardware::sensors::V2_0::zelva_sensorhub::SensorHubSensor;
 
 constexpr char kDirectory[] = "/data/vendor/sensorhub/";
-constexpr char kFiles[] = "/sys/class/sensors/hbx_sensor/shub_file";
-constexpr char kMessages[] = "/dev/hbx_sensorhub";
 constexpr int kContextHandle = 32;
 constexpr int kHousekeepingHandle = 33;
-constexpr size_t kContextRecord = 72;
-constexpr size_t kHousekeepingRecord = 11;
 constexpr size_t kMaxSteps = 20;
 
 struct Bench {
@@ -40,20 +38,10 @@ struct Bench {
 
     Bench() { services.setDumpContent("dump"); }
 
-    void pass(bool isContext, const std::string& record) {
-        const int handle = isContext ? kContextHandle : kHousekeepingHandle;
-        if (!hub.push(handle, record)) return;
-        if (isContext) {
-            context.readEvents();
-        } else {
-            housekeeping.readEvents();
-        }
-    }
-
     /** The next call on one of the files that both sides share. */
     void spoil(uint8_t which, int error) {
-        constexpr const char* kPaths[] = {kFiles,
-                                          kMessages,
+        constexpr const char* kPaths[] = {"/sys/class/sensors/hbx_sensor/shub_file",
+                                          "/dev/hbx_sensorhub",
                                           "/dev/shub_sensorhub",
                                           "/sys/class/sensors/hbx_sensor/qcontext_list",
                                           "/sys/class/sensors/hbx_sensor/shub_dump",
@@ -61,20 +49,11 @@ struct Bench {
                                           "/data/vendor/sensorhub/f",
                                           kDirectory};
         const char* path = kPaths[which % 8];
-        switch (which / 8 % 4) {
-            case 0:
-                hub.failRead(path, error);
-                break;
-            case 1:
-                hub.failWrite(path, error);
-                break;
-            case 2:
-                hub.failRead(which < 128 ? kContextHandle : kHousekeepingHandle, error);
-                break;
-            default:
-                hub.failOpen(path, error);
-                break;
-        }
+        const int operation = which / 8 % 4;
+        if (operation == 0) hub.failRead(path, error);
+        if (operation == 1) hub.failWrite(path, error);
+        if (operation == 2) hub.failRead(which < 128 ? kContextHandle : kHousekeepingHandle, error);
+        if (operation == 3) hub.failOpen(path, error);
     }
 
     /** A writer that opens the message device anew; it leaves it open, for good. */
@@ -92,7 +71,8 @@ struct Bench {
 
     void step(uint8_t head, fuzzing::Input& input) {
         const bool isContext = (head & 1) != 0;
-        const size_t whole = isContext ? kContextRecord : kHousekeepingRecord;
+        const size_t whole = isContext ? 72 : 11;
+        const int handle = isContext ? kContextHandle : kHousekeepingHandle;
         Event event = {};
         switch (head / 16) {
             case 1:
@@ -121,18 +101,12 @@ struct Bench {
                 break;
             default:
                 // Mostly whole records; a record has at least one byte.
-                pass(isContext, input.take(head < 128 ? whole : 1 + (head >> 1) % whole));
+                if (!hub.push(handle, input.take(head < 128 ? whole : 1 + (head >> 1) % whole)))
+                    break;
+                (isContext ? static_cast<SensorBase&>(context) : housekeeping).readEvents();
         }
     }
 };
-
-std::string fileName(const std::string& text) {
-    std::string name = text.substr(0, text.find('\0'));
-    for (char& c : name) {
-        if (c == '/') c = '_';
-    }
-    return name.empty() || name.size() > 200 || name[0] == '.' ? "f" : name;
-}
 
 }  // namespace
 
@@ -140,16 +114,16 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static Bench bench;
     bench.hub.clearRequests();
-    const std::string all(reinterpret_cast<const char*>(data), size);
-    const std::string name = fileName(all);
-    bench.hub.setFile(kDirectory + name, "");
-    const size_t begin = all.find('\0') == std::string::npos ? size : all.find('\0') + 1;
+    std::string name(data, std::find(data, data + size, 0));
+    const size_t begin = std::min(name.size() + 1, size);
+    name.resize(std::min(name.size(), size_t{200}));
+    std::replace(name.begin(), name.end(), '/', '_');
+    bench.hub.setFile(kDirectory + (name.empty() || name[0] == '.' ? "f" : name), "");
     fuzzing::Input input(data + begin, size - begin);
     for (size_t i = 0; i < kMaxSteps && !input.atEnd(); ++i)
         bench.step(input.byte(), input);
     bench.hub.clearFaults();
-    for (const std::string& left : bench.hub.listDirectory(kDirectory)) {
+    for (const std::string& left : bench.hub.listDirectory(kDirectory))
         bench.hub.removeFile(kDirectory + left);
-    }
     return 0;
 }

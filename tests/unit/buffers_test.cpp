@@ -28,44 +28,33 @@ sensors_event_t eventOf(uint8_t fill) {
     return event;
 }
 
-std::string filled(size_t count, uint8_t value) {
-    return std::string(count, static_cast<char>(value));
-}
-
-/** What a slot holds when it was written as the nth record. */
-std::string slotOf(uint32_t counter, uint8_t fill) {
-    return filled(12, fill) + std::string(reinterpret_cast<const char*>(&counter), 4) +
-           filled(kRecord - 16, fill);
-}
-
 TEST(LockfreeBuffer, WrapsAroundAndNeverTouchesTheTail) {
-    std::string region(1000, '\xAA');  // 9 slots and 64 bytes
-    auto buffer = std::make_unique<LockfreeBuffer>(region.data(), 1000);
-    EXPECT_EQ(region, filled(1000, 0));
-    const std::string tail = filled(64, 0x55);
-    region.replace(936, 64, tail);
-
-    std::vector<sensors_event_t> events;
-    std::string expected;
-    for (uint8_t i = 1; i <= 8; ++i) {
-        events.push_back(eventOf(i));
-        expected += slotOf(i, i);
+    constexpr size_t kSlots = 9;
+    constexpr size_t kTail = 64;
+    std::string region(kSlots * kRecord + kTail, '\xAA');
+    auto buffer = std::make_unique<LockfreeBuffer>(region.data(), region.size());
+    EXPECT_EQ(region, std::string(region.size(), '\0'));
+    std::string expected = region.replace(kSlots * kRecord, kTail, kTail, '\x55');
+    const std::string empty = expected;
+    for (uint8_t i = 1; i <= 20; i = static_cast<uint8_t>(i + 4)) {
+        const sensors_event_t events[] = {eventOf(i), eventOf(i + 1), eventOf(i + 2),
+                                          eventOf(i + 3)};
+        for (uint8_t n = i; n < i + 4; ++n) {
+            std::string slot(kRecord, static_cast<char>(n));
+            slot.replace(12, 4, {static_cast<char>(n), 0, 0, 0});  // the counter
+            expected.replace((n - 1) % kSlots * kRecord, kRecord, slot);
+        }
+        buffer->write(events, 4);
+        buffer->write(events, 0);
+        EXPECT_EQ(region, expected);
     }
-    buffer->write(events.data(), 0);
-    EXPECT_EQ(region, filled(936, 0) + tail);
-    buffer->write(events.data(), events.size());
-    EXPECT_EQ(region, expected + filled(kRecord, 0) + tail);
-    // The ninth fills the last slot, the tenth replaces the oldest record.
-    const sensors_event_t more[] = {eventOf(0x99), eventOf(0xBB)};
-    buffer->write(more, 2);
-    expected = slotOf(10, 0xBB) + expected.substr(kRecord) + slotOf(9, 0x99);
-    EXPECT_EQ(region, expected + tail);
     buffer.reset();
-    EXPECT_EQ(region, filled(936, 0) + tail);
+    EXPECT_EQ(region, empty);
 
     // A region without a whole slot stays zero.
-    LockfreeBuffer(region.data(), 103).write(events.data(), 1);
-    EXPECT_EQ(region.substr(0, 103), filled(103, 0));
+    const sensors_event_t event = eventOf(1);
+    LockfreeBuffer(region.data(), 103).write(&event, 1);
+    EXPECT_EQ(region.substr(0, 103), std::string(103, '\0'));
 }
 
 /** Follows a ring of `slots` until it sees `last`; 0 when every record taken was whole. */
@@ -116,39 +105,35 @@ TEST(LockfreeBuffer, OverrunReaderInAnotherProcessSeesNoTornRecord) {
     munmap(shared, kSlots * kRecord);
 }
 
-std::vector<sensors_event_t> eventsFrom(int64_t first, size_t count) {
+using Numbers = std::vector<int64_t>;
+
+/** Writes so many events that tell their number; how many were taken. */
+size_t write(RingBuffer& ring, int64_t first, size_t count) {
     std::vector<sensors_event_t> events(count);
-    for (auto& event : events) {
+    for (auto& event : events)
         event.timestamp = first++;
-        event.flags = static_cast<uint32_t>(event.timestamp);
-    }
-    return events;
+    return ring.write(events.data(), count);
 }
 
-std::vector<int64_t> read(RingBuffer& ring, size_t count) {
+Numbers read(RingBuffer& ring, size_t count) {
     std::vector<sensors_event_t> events(count);
     events.resize(ring.read(events.data(), count));
-    std::vector<int64_t> numbers;
-    for (const auto& event : events) {
-        EXPECT_EQ(event.flags, static_cast<uint32_t>(event.timestamp));
+    Numbers numbers;
+    for (const auto& event : events)
         numbers.push_back(event.timestamp);
-    }
     return numbers;
 }
 
-using Numbers = std::vector<int64_t>;
-
 TEST(RingBuffer, DropsTheSurplusAndWrapsOnce) {
     RingBuffer ring(8);
-    EXPECT_EQ(ring.write(eventsFrom(1, 5).data(), 5), 5U);
-    EXPECT_EQ(ring.write(eventsFrom(6, 10).data(), 10), 3U);
-    EXPECT_EQ(ring.write(eventsFrom(100, 1).data(), 1), 0U);
+    EXPECT_EQ(write(ring, 1, 5), 5U);
+    EXPECT_EQ(write(ring, 6, 10), 3U);
+    EXPECT_EQ(write(ring, 100, 1), 0U);
     EXPECT_EQ(read(ring, 6), (Numbers{1, 2, 3, 4, 5, 6}));
-    EXPECT_EQ(ring.write(eventsFrom(9, 5).data(), 5), 5U);  // slots 0 to 4
+    EXPECT_EQ(write(ring, 9, 5), 5U);  // slots 0 to 4
     EXPECT_EQ(read(ring, 100), (Numbers{7, 8, 9, 10, 11, 12, 13}));
-    EXPECT_EQ(ring.write(eventsFrom(20, 8).data(), 8), 8U);  // slots 5 to 7, 0 to 4
+    EXPECT_EQ(write(ring, 20, 8), 8U);  // slots 5 to 7, 0 to 4
     EXPECT_EQ(read(ring, 8), (Numbers{20, 21, 22, 23, 24, 25, 26, 27}));
-    EXPECT_EQ(RingBuffer(0).write(eventsFrom(1, 3).data(), 3), 0U);
 }
 
 // Each write finds its reader waiting, or soon to wait: a wake-up that fails ends in a hang.
@@ -158,10 +143,10 @@ TEST(RingBuffer, ReadersWaitForAnEvent) {
     RingBuffer back(4);
     std::thread echo([&] {
         for (int64_t round = 1; round <= kRounds; ++round)
-            back.write(eventsFrom(read(there, 1)[0], 1).data(), 1);
+            write(back, read(there, 1)[0], 1);
     });
     for (int64_t round = 1; round <= kRounds; ++round) {
-        there.write(eventsFrom(round, 1).data(), 1);
+        write(there, round, 1);
         EXPECT_EQ(read(back, 1), Numbers{round});
     }
     echo.join();

@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <memory>
+#include <sstream>
 
 #include "hub/QContextSensor.h"
 #include "hub/SensorHubSensor.h"
@@ -92,24 +93,14 @@ TEST_F(CatalogueTest, EveryFieldOfARecord) {
 }
 
 TEST_F(CatalogueTest, VendorsByIndex) {
-    const char* const vendors[] = {"Tavrine Inc.",
-                                   "Asahi Kasei Microdevices",
-                                   "Yamaha",
-                                   "STM",
-                                   "Memsic",
-                                   "AMS, Inc.",
-                                   "Capella",
-                                   "Sharp",
-                                   "Bosch Sensortec",
-                                   "TDK Invensense",
-                                   "Sitronix",
-                                   "Haechitech",
-                                   "",
-                                   ""};
-    for (int index = 0; index < 14; ++index) {
-        const int vendor = index == 13 ? 255 : index;
-        EXPECT_EQ(std::string(build(record(1, "CHIP", vendor)).get(1)->getSensorInfo().vendor),
-                  vendors[index]);
+    std::istringstream vendors(
+        "Tavrine Inc.;Asahi Kasei Microdevices;Yamaha;STM;Memsic;AMS, Inc.;Capella;Sharp;"
+        "Bosch Sensortec;TDK Invensense;Sitronix;Haechitech");
+    for (const int index : {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 255}) {
+        std::string vendor;
+        std::getline(vendors, vendor, ';');
+        EXPECT_EQ(std::string(build(record(1, "CHIP", index)).get(1)->getSensorInfo().vendor),
+                  vendor);
     }
 }
 
