@@ -15,6 +15,7 @@
 #include "simulator/SimulatedHub.h"
 #include "subhal/SensorsSubHal.h"
 #include "subhal/convert.h"
+#include "tests/support/ClientMemory.h"
 #include "tests/support/FakeGralloc.h"
 
 // The input is a row of steps: a client's memory descriptions, reports and events of the direct
@@ -105,31 +106,23 @@ class Bench {
     }
 
   private:
-    struct Handle {
-        Handle(int fds, int ints) : handle(native_handle_create(fds, ints)) {}
-        ~Handle() { native_handle_delete(handle); }
-        Handle(const Handle&) = delete;
-        Handle& operator=(const Handle&) = delete;
-        native_handle_t* handle;
-    };
-
     void registerChannel(fuzzing::Input& input) {
         const uint8_t kind = input.byte();
         const size_t size = static_cast<size_t>(input.byte()) * 16;
-        const Handle handle((kind & 7) != 7 ? 1 : 0, 1);
+        const testing_support::Handle handle(native_handle_create((kind & 7) != 7 ? 1 : 0, 1));
         // A region, a device, or none at all; if nobody takes it, it is this function's.
         int fd = -1;
         if ((kind & 3) == 2) fd = open("/dev/null", O_RDWR | O_CLOEXEC);
         if ((kind & 3) < 2) fd = ashmem_create_region("client", size);
-        handle.handle->data[0] = fd;
+        handle->data[0] = fd;
         SharedMemInfo mem;
         mem.type = static_cast<SharedMemType>((kind & 8) != 0 ? input.byte() : 1);
         mem.format = static_cast<SharedMemFormat>((kind & 16) != 0 ? input.byte() : 1);
         mem.size = static_cast<uint32_t>(size) + ((kind & 32) != 0 ? input.byte() : 0U);
-        if ((kind & 192) != 192) mem.memoryHandle = handle.handle;
+        if ((kind & 192) != 192) mem.memoryHandle = handle.get();
         const bool isTaken = mem.type == SharedMemType::ASHMEM &&
                              mem.format == SharedMemFormat::SENSORS_EVENT && (kind & 192) != 192 &&
-                             handle.handle->numFds == 1;
+                             handle->numFds == 1;
         subHal.registerDirectChannel(mem, [this](Result result, int32_t channel) {
             if (result == Result::OK) mChannel = channel;
         });
@@ -137,11 +130,11 @@ class Bench {
     }
 
     void graphicsBuffer(fuzzing::Input& input) {
-        const Handle handle(0, 1);
+        const testing_support::Handle handle(native_handle_create(0, 1));
         {
             FakeGralloc gralloc(input.byte() % 3, told(input));
             gralloc.capabilities = {4, 4, input.byte(), 4};  // one more than there is room for
-            const Wrapper wrapper(handle.handle, gralloc.told.empty());
+            const Wrapper wrapper(handle.get(), gralloc.told.empty());
         }
         // The process's own is of version 1 and whole.
         FakeGralloc gralloc(1, {});
@@ -149,7 +142,7 @@ class Bench {
         gralloc.told = told(input);
         const sensors_direct_mem_t mem = {SENSOR_DIRECT_MEM_TYPE_GRALLOC,
                                           SENSOR_DIRECT_FMT_SENSORS_EVENT, input.byte() * size_t{3},
-                                          input.byte() % 8 == 0 ? nullptr : handle.handle};
+                                          input.byte() % 8 == 0 ? nullptr : handle.get()};
         GrallocDirectChannel channel(&mem);
         sensors_event_t event;
         input.fill(&event, sizeof(event));

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdint>
+#include <cstdlib>
 #include <string>
 
 #include "fuzz/Fuzzing.h"
@@ -12,9 +13,9 @@
 #include "simulator/HubServices.h"
 #include "simulator/SimulatedHub.h"
 
-// The input is a row of steps, each behind a byte: records of either device, whole or short, what
-// the proxy asks of them, and calls that fail. In front of it stands the name of a file in the dump
-// directory, up to a NUL.
+// The input is a row of steps, each behind a byte: records of either device, whole or short, the
+// firmware's requests for files, what the proxy asks and injects, and calls that fail. In front of
+// it stands the name of a file in the dump directory, up to a NUL.
 namespace {
 
 using android::hardware::sensors::V1_0::Event;
@@ -27,7 +28,8 @@ using android::hardware::sensors::V2_0::zelva_sensorhub::SensorHubSensor;
 constexpr char kDirectory[] = "/data/vendor/sensorhub/";
 constexpr int kContextHandle = 32;
 constexpr int kHousekeepingHandle = 33;
-constexpr size_t kMaxSteps = 20;
+constexpr size_t kMaxSteps = 40;
+constexpr size_t kLongestMessage = 1120;
 
 struct Bench {
     simulator::SimulatedHub& hub = fuzzing::hubWithoutSensors();
@@ -36,7 +38,15 @@ struct Bench {
     QContextSensor context{&callback};
     SensorHubSensor housekeeping{&callback};
 
-    Bench() { services.setDumpContent("dump"); }
+    Bench() {
+        services.setDumpContent("dump");
+        simulator::NodeHandler messages;
+        messages.onWrite = [](const std::string& bytes) {
+            if (bytes.size() > kLongestMessage) abort();
+            return static_cast<ssize_t>(bytes.size());
+        };
+        hub.setHandler("/dev/hbx_sensorhub", messages);
+    }
 
     /** The next call on one of the files that both sides share. */
     void spoil(uint8_t which, int error) {
