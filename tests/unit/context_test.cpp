@@ -308,22 +308,4 @@ TEST_F(SensorHubDataWriterTest, TakesTheFirstDeviceThatOpens) {
     EXPECT_TRUE(logged("E inject_qcontext_data: invalid hbx_data_injection_fd(-1)"));
 }
 
-// Nobody calls them, in whatever order.
-TEST_F(SensorHubDataWriterTest, SeparateOperationsStayInBounds) {
-    const std::vector<int> words(300, 0x04030201);
-    for (const int length : {-1, 1121, 0x7FFFFFFF, 8}) {
-        mWriter->initBuffers(length, 5, words.data());
-        EXPECT_EQ(mWriter->setHubData(9, words.data()), -1) << length;
-    }
-    EXPECT_EQ(mWriter->setHubData(4, nullptr), -1);
-    EXPECT_EQ(mWriter->setHubData(-1, words.data()), -1);
-    EXPECT_EQ(mWriter->setHubData(6, words.data()), 6);
-    EXPECT_EQ(mWriter->writeData(), -1);
-    mWriter->initBuffers(1120, 5, nullptr);
-    EXPECT_EQ(mWriter->setHubData(1120, words.data()), 1120);
-    mWriter->clearBuffer();
-    mWriter->writeData();
-    EXPECT_EQ(messages(), (Messages{"\1\2\3\4\1\2\3\4", ""}));
-}
-
 }  // namespace
