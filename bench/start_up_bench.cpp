@@ -20,8 +20,8 @@ namespace {
 
 using namespace bench;
 
-/** Name, device and both buffer attributes of every sensor. */
-void touchDevices(const RealHub& hub) {
+/** The name of every device, and of each sensor's the node and both buffer attributes. */
+void touchDevices(const RealHub& hub, int devices) {
     const auto touch = [](const std::string& path, int flags, const char* text) {
         const int fd = open(path.c_str(), flags | O_CLOEXEC);
         char name[64];
@@ -32,9 +32,11 @@ void touchDevices(const RealHub& hub) {
         }
         close(fd);
     };
+    const std::string prefix = "/sys/bus/iio/devices/iio:device";
+    for (int number = 0; number < devices; ++number)
+        touch(prefix + std::to_string(number) + "/name", O_RDONLY, nullptr);
     for (const int number : hub.numbers()) {
-        const std::string device = "/sys/bus/iio/devices/iio:device" + std::to_string(number);
-        touch(device + "/name", O_RDONLY, nullptr);
+        const std::string device = prefix + std::to_string(number);
         benchmark::DoNotOptimize(
             open(("/dev/iio:device" + std::to_string(number)).c_str(), O_RDONLY | O_CLOEXEC));
         touch(device + "/buffer/length", O_WRONLY | O_TRUNC, "600\n");
@@ -68,7 +70,8 @@ double timeInChild(RealHub& hub, Work work) {
 void startUp(benchmark::State& state) {
     const auto sensors = static_cast<size_t>(state.range(0));
     const std::vector<int> handles = someHandles(sensors, {});
-    const auto strangers = static_cast<int>(state.range(1)) - static_cast<int>(handles.size()) - 2;
+    const auto devices = static_cast<int>(state.range(1));
+    const auto strangers = devices - static_cast<int>(handles.size()) - 2;
     RealHub hub(handles, strangers);
     const EntryPoint entry = loadLibrary();
     std::vector<double> ratios;
@@ -78,7 +81,7 @@ void startUp(benchmark::State& state) {
             uint32_t version = 0;
             entry(&version);
         });
-        floors.push_back(timeInChild(hub, [&] { touchDevices(hub); }));
+        floors.push_back(timeInChild(hub, [&] { touchDevices(hub, devices); }));
         ratios.push_back(library / floors.back());
         state.SetIterationTime(library);
     }

@@ -29,7 +29,7 @@ show() {
 }
 
 echo
-echo "Some of the sensors, and their events."
+echo "Some of the sensors, and their events. 5 Hz are asked for; the chip's slowest rate is 6.25 Hz."
 show --sim list 1 4 5 8 38
 show --sim watch accelerometer@5 light --seconds 1
 echo
@@ -41,11 +41,11 @@ echo "A direct channel beside normal events: a second process reads the stabilis
 echo "from shared memory at the fast rate of 400 Hz, while the proxy gets its events too."
 show --sim --quiet direct vdis_gyro --rate fast --events 50 --seconds 0.5 --check
 echo
-echo "A byte message to the hub, and a dump from it."
+echo "A byte message to the hub, and a dump from it: type 5, of which 2 are kept."
 show --sim message --text "hello, hub"
 show --sim hub dump 5 2
 echo
-echo "Why is a sensor silent? Here its device may not be read."
+echo "Why is a sensor silent? Here a fault is injected: its device may not be opened."
 show --sim --fault open:1:EACCES doctor || true
 echo
 echo "Does a sensor keep the platform's rules?"
@@ -57,10 +57,12 @@ show replay run.jsonl --fast
 
 cat <<'NEXT'
 
-What to try next, with build/tools/subhalctl/subhalctl:
-  --sim watch accelerometer@200 --stats 1 --require 'lost=0,latency.p99<20ms'
-  --sim record -o run.jsonl 1@100 5 8 --seconds 5 && plot run.jsonl -o run.html   (needs gnuplot)
-  --sim --trace list                  each call that the library makes
-  --sim check                         all sensors, in half a minute
-  --help, VERB --help                 the rest; on a device, all of it without --sim
+What to try next; on a device, all of it without --sim:
+  PATH=$PWD/build/tools/subhalctl:$PATH
+  subhalctl --sim watch accelerometer@200 --seconds 5 --stats 1 --require 'lost=0,latency.p99<20ms'
+  subhalctl --sim record -o run.jsonl 1@100 5 8 --seconds 5
+  subhalctl plot run.jsonl -o run.html      with gnuplot-nox
+  subhalctl --sim --trace list              each call that the library makes
+  subhalctl --sim check                     all sensors, in half a minute
+  subhalctl --help                          and VERB --help: the rest
 NEXT

@@ -17,15 +17,23 @@ until [ -e /sys/class/sensors/als_rear ]; do sleep 0.1; done
 sleep 0.2
 status=0
 show() {
-    printf '\n$ subhalctl %s\n' "$*"
-    subhalctl --log silent "$@" || status=1
+    set -- --log silent "$@"
+    printf '\n$ subhalctl'
+    for word in "$@"; do
+        case $word in
+            *[!a-zA-Z0-9_./:@=-]*) printf " '%s'" "$word" ;;
+            *) printf ' %s' "$word" ;;
+        esac
+    done
+    printf '\n'
+    subhalctl "$@" || status=1
 }
 printf '\n$ uname -sr; ls /dev/iio:device* | wc -l\n%s\n%s\n' "$(uname -sr)" \
     "$(ls /dev/iio:device* | wc -l)"
 show doctor
 show list
 show watch 1@5 4@2 --seconds 1
-show direct 38 --rate fast --events 50 --seconds 0.02 --check
+show --quiet direct 38 --rate fast --events 50 --seconds 0.2 --check
 show message --text "hello, hub"
 sleep 0.2
 exit $status

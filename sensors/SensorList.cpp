@@ -128,7 +128,7 @@ constexpr bool isStrictlySorted() {
     return kCatalogue[0].handle >= kFirstSpecHandle &&
            kCatalogue[std::size(kCatalogue) - 1].handle <= kLastSpecHandle;
 }
-static_assert(isStrictlySorted(), "handles must rise, once each, within the hub's range");
+static_assert(isStrictlySorted(), "handles must rise, once each, up to kLastSpecHandle");
 
 DriverFactory findDriver(int handle) {
     const auto* entry =

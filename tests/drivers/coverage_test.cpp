@@ -11,6 +11,7 @@
 #include "simulator/SimulatedHub.h"
 #include "tests/drivers/Golden.h"
 #include "tests/support/RecordingCallback.h"
+#include "tools/subhalctl/KnownSensors.h"
 #include "tools/subhalctl/SensorValues.h"
 
 namespace {
@@ -69,6 +70,8 @@ TEST(Coverage, EveryStepOfAddingADriver) {
         const auto values = subhalctl::decode(row.type, {}).values;
         EXPECT_EQ(hasData, !values.empty() && values[0].form != subhalctl::Value::Form::kWord)
             << "no values of type " << row.type << " in tools/subhalctl/SensorValues.cpp";
+        EXPECT_NE(subhalctl::findKnownSensor(row.handle), nullptr)
+            << "no row in tools/subhalctl/KnownSensors.cpp";
     }
     for (const int handle : table)
         EXPECT_EQ(handles.count(handle), 1U) << "no golden row of handle " << handle;
