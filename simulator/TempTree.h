@@ -1,5 +1,6 @@
 #pragma once
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -17,8 +18,10 @@ class TempTree {
     TempTree& operator=(const TempTree&) = delete;
 
     const std::string& root() const { return mRoot; }
-    /** Where a path of the device really is. */
-    std::string real(const std::string& path) const { return mRoot + path; }
+    /** Where a path of the device really is; no ".." leads out of the tree. */
+    std::string real(const std::string& path) const {
+        return mRoot + std::filesystem::path("/" + path).lexically_normal().string();
+    }
 
     bool exists(const std::string& path) const;
     void makeDirectory(const std::string& path) const;

@@ -27,6 +27,9 @@ constexpr char kPollThreadName[] = "sensorhub_poll";  // at most 15 characters
 // and keeps waking the thread costs 100 wake-ups a second.
 constexpr std::chrono::milliseconds kPauses[] = {0ms, 0ms, 1ms, 2ms, 4ms, 8ms, 10ms};
 
+// Signals in a row after which the thread pauses and looks for its end as after any failure.
+constexpr int kMaxInterruptions = 100;
+
 // The largest buffer that a sensor's description can ask for; no true count is above it.
 constexpr int kMaxBatch = 65536;
 
@@ -64,7 +67,8 @@ void SensorsSubHal::run() {
     // No time-out and no wake-up descriptor: the thread stops at the first wake-up after the flag.
     while (!mStopThread.load(std::memory_order_acquire)) {
         const int count = mSensorList->size();
-        while (poll(mPollFds, static_cast<nfds_t>(count), -1) < 0 && errno == EINTR) {
+        for (int i = 0; i < kMaxInterruptions; ++i) {
+            if (poll(mPollFds, static_cast<nfds_t>(count), -1) >= 0 || errno != EINTR) break;
         }
         bool consumed = false;
         for (int i = 0; i < count; ++i) {

@@ -87,6 +87,7 @@ TEST_F(HostileHub, WakeUpsWithNothingToConsumePauseTheThread) {
         {"failing read", [this] { hub().failRead(kBad, EIO, 1, kForever); }, sample()},
         {"count of 0", [this] { hub().setDataAvailable(kBad, "0\n"); }, sample()},
         {"failing poll", [this] { hub().failPoll(ENOMEM, 1, kForever); }, sample()},
+        {"storm of signals", [this] { hub().failPoll(EINTR, 1, kForever); }, sample()},
         // The kernel keeps it queued.
         {"record longer than its read", [] {}, std::string(64, '\1')},
     };

@@ -204,6 +204,19 @@ def recordings():
         spoilt(len(lines) - 1, 2, "line [0-9]+: the recording breaks off", (".*\n", ""))
         spoilt(len(lines) - 1, 2, "line [0-9]+: the recording breaks off in", ("}\n", ""))
 
+        # It has no say over files of the host: not by a request of the hub's, not by a way out.
+        victim = os.path.join(directory, "victim")
+        for node, content in (("/dev/iio:device53", "fb0100" + "00" * 8),
+                              ("/sys/class/sensors/hbx_sensor/shub_file",
+                               (victim + ",5,0,0,hello").encode().hex()), ("/../" + victim, "00")):
+            lines.insert(3, json.dumps({"kind": "call", "t": json.loads(lines[3])["t"], "call": "read",
+                                        "path": node, "hex": content,
+                                        "result": len(content) // 2}) + "\n")
+        spoilt(3, 0, "events of 7 sensors came as they were")
+        if os.path.exists(victim):
+            faults.append("the recording wrote a file")
+        del lines[3:6]
+
         csv = run("--replay", path, "--fast", "watch", "1", "--format", "csv", "--quiet")
         stamps = [int(line.split(",")[0]) for line in csv.splitlines()[1:] if line[0].isdigit()]
         events = [json.loads(line) for line in lines if '"event"' in line]

@@ -1,8 +1,10 @@
 // A recording in the hub's place, on the simulator's devices.
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <deque>
+#include <iterator>
 #include <set>
 #include <thread>
 
@@ -31,6 +33,16 @@ simulator::SimulatedHub::Options replayOptions(const Recording& recording) {
     simulator::SimulatedHub::Options options;
     options.sensors = specsOf(recording.spec);
     return options;
+}
+
+// What the library only looks at. By the others a recording could have files of the host written
+// or removed: a device renamed to the file manager's, and a request for it.
+constexpr const char* kReplayedFiles[] = {kContextListPath, kNfcCoverPath, kRearDataPath,
+                                          kDumpPath};
+
+bool isReplayed(const std::string& path) {
+    return std::find(std::begin(kReplayedFiles), std::end(kReplayedFiles), path) !=
+           std::end(kReplayedFiles);
 }
 
 /** Answers each read of a file with what was read when it was recorded, the last one again. */
@@ -143,7 +155,7 @@ class ReplayHub : public SimulatorHub {
             if (entry.text == "open" && entry.result < 0 && first) {
                 mHub.failOpen(entry.name, static_cast<int>(-entry.result), 1,
                               simulator::SimulatedHub::kForever);
-            } else if (entry.text == "read" && entry.result >= 0) {
+            } else if (entry.text == "read" && entry.result >= 0 && isReplayed(entry.name)) {
                 auto& found = reads[entry.name];
                 if (found == nullptr) found = std::make_shared<RecordedReads>();
                 found->add(entry.bytes);
