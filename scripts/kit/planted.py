@@ -1,5 +1,6 @@
 #!/usr/bin/python3
-"""Plants mistakes, one at a time, and fails when the check lets one pass or complains of another."""
+"""Checks the kit, then plants mistakes, one at a time; fails when the check lets one pass or complains of
+another."""
 
 import re
 import sys
@@ -9,7 +10,7 @@ import tree as project
 
 BP, SOURCES = "device/Android.bp", "Android.bp"
 SEPOLICY = "device/sepolicy/"
-RULES = SEPOLICY + "hal_sensors_default.te"
+RULES = check.policy.RULES
 
 # What is forgotten or mistyped; the file; a regular expression and what stands in its place; what the
 # check has to say.
@@ -22,6 +23,9 @@ MISTAKES = (
     ("a source of another part", SOURCES, r'"subhal/\*\.cpp",', r'"subhal/*.cpp",\n        "simulator/World.cpp",',
      "World.cpp is not a source"),
     ("a source that is gone", SOURCES, r"subhal/convert\.cpp", "subhal/conversion.cpp", "there is no subhal/conversion.cpp"),
+    ("a source of the unit test left out", SOURCES, r'        "tests/support/FakeGralloc\.cpp",\n', "",
+     "undefined reference to `testing_support::FakeGralloc"),
+    ("a source of the unit test too many", SOURCES, r"    exclude_srcs: .*coverage_test.*\n", "", "DRIVERS_DIR"),
     ("the simulator in the device's tool", SOURCES, r'"tools/subhalctl/\*\.cpp",', r'"simulator/*.cpp",\n        \g<0>',
      "World.cpp is not a source of subhalctl"),
     ("no version script", BP, r"    version_script: .*\n", "", "version script"),
@@ -68,11 +72,12 @@ MISTAKES = (
     ("a permission too many", RULES, r"(sensorhub_data_device:chr_file \{ open)", r"\1 ioctl",
      "ioctl on sensorhub_data_device:chr_file is not needed"),
     ("the priority forgotten", RULES, r".*sys_nice.*\n", "", "sys_nice is missing"),
-    ("a request too few", RULES, " 0xfc0b", "", "0xfc0b on sensorhub_batch_device is missing"),
+    ("a request too few", RULES, " 0xfc0b", "",
+     "0xfc0b, handle 11, is missing in device/sepolicy/hal_sensors_default.te"),
     ("a request too many", RULES, "0xfc44-0xfc47", "0xfc44-0xfc48", "0xfc48 on sensorhub_batch_device is allowed"),
     ("no list of requests", RULES, r"allowxperm[^;]*;", "", "the policy would allow all"),
     ("a new driver", "sensors/SensorList.cpp", r"(    \{)71(, .*\},)", r"\g<0>\n\g<1>72\2",
-     "0xfc48 on sensorhub_batch_device is missing"),
+     "0xfc48, handle 72, is missing in"),
     ("the confinement lifted", SEPOLICY + "sensorhub_confinement.te", r"neverallow hal_sensors_default mnt_[^;]*;", "",
      "mnt_vendor_file:file unlink passes"),
 
@@ -85,9 +90,12 @@ MISTAKES = (
 
 def main():
     sound = project.Tree(".")
-    failed = check.check(sound)
-    for complaint in failed:
-        print(f"without a mistake: {complaint}")
+    complaints = check.check(sound)
+    if complaints:
+        print("\n".join(complaints))
+        return True
+    print("the kit fits the sources", flush=True)
+    failed = []
     for what, name, pattern, replacement, complaint in MISTAKES:
         text, count = re.subn(pattern, replacement, sound.read(name), count=0)
         found = check.check(sound.edited({name: text})) if count else []

@@ -9,6 +9,7 @@ import setools
 HERE = pathlib.Path(__file__).parent
 DOMAIN = "hal_sensors_default"
 SEPOLICY = "device/sepolicy/"
+RULES = SEPOLICY + "hal_sensors_default.te"
 
 
 class Failed(Exception):
