@@ -101,7 +101,7 @@ class Row:
         if not re.search(self.err, err):
             found.append("standard error lacks %r" % self.err)
         if self.lines:
-            found += ["line %r" % line for line in out.splitlines()
+            found += ["line %r does not fit %r" % (line, self.lines) for line in out.splitlines()
                       if not re.search(self.lines, line)]
         if self.judge and not self.judge(out):
             found.append("the output is not as it should be")
@@ -311,6 +311,8 @@ ROWS = {
         Row("hub dump 0 1", 2, err="--sim", hub=""),
         Row("--seed -1 list", 2, err="-1 is not a number"),
         Row("watch 1 --period 9223372036854775807", 2, err="from 1 to 1e.15;"),
+        *[Row("watch 1 --stats 1 --format " + format, 2, err="--stats .* --format " + format)
+          for format in ("csv", "json")],
         Row("watch 1 --rate 0", 2, err="0 is not a number from 1e-06 to 1e.09;"),
         *[Row("watch 1@" + rate, 2, err='a rate in Hz')
           for rate in ("", "0", "-5", "nan", "inf", "fast", "5Hz", "1e-300")],
@@ -394,6 +396,8 @@ ROWS = {
         # From IIO devices of a real kernel, records of an earlier run in its queues.
         Row(["replay", REAL_DEVICES, "--fast"], hub="",
             out="^84 events of 5 sensors came as they were recorded"),
+        Row(["--replay", REAL_DEVICES, "--fast", "watch", "1@20", "4"], 6, hub="",
+            err=r"the recording holds no events of gyroscope \(4\)\n"),
         # All figures, by requiring what none fulfils.
         *[Row(["--replay", REAL_DEVICES, "--fast", "watch", sensor, "--quiet", "--require",
                ",".join(FIGURES)], 1, hub="",

@@ -174,7 +174,7 @@ void addWatch(CLI::App& app, Command& command) {
         ->capture_default_str();
     verb.app
         ->add_option("--stats", verb.options->statsSeconds,
-                     "Instead of events, the figures of each so many seconds")
+                     "Instead of events, a table of the figures of each so many seconds, as text")
         ->check(seconds());
 }
 

@@ -54,7 +54,8 @@ EventQueue::End EventQueue::receive(Clock::time_point deadline,
             if (handle(received)) return End::kDone;
             if (interrupted()) return End::kInterrupted;
         }
-        if (interrupted() || last) return End::kInterrupted;
+        if (interrupted()) return End::kInterrupted;
+        if (last) return End::kEnded;
         if (Clock::now() >= deadline) return End::kTimeout;
     }
 }

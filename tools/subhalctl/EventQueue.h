@@ -27,7 +27,7 @@ struct ReceivedEvent {
 class EventQueue {
   public:
     using Clock = std::chrono::steady_clock;
-    enum class End { kDone, kTimeout, kInterrupted };
+    enum class End { kDone, kTimeout, kInterrupted, kEnded };
 
     /** More than this are not kept, so that a reader that stands still costs no memory. */
     static constexpr size_t kCapacity = 65536;
@@ -46,7 +46,7 @@ class EventQueue {
     /** The same with a time from now in seconds, 0 for no limit. */
     End receiveFor(double seconds, const std::function<bool(const ReceivedEvent&)>& handle);
 
-    /** Nothing more will come: receive() ends, as interrupted, once it has handed over the rest. */
+    /** Nothing more will come: receive() ends with kEnded once it has handed over the rest. */
     void end();
 
     /** Hands over what is there. */

@@ -45,6 +45,7 @@ class Watch {
     void showProgress();
     bool allSpent() const;
     EventQueue::End receive();
+    ExitCode judgeRecording() const;
     ExitCode judge(EventQueue::End end) const;
     ExitCode require() const;
 
@@ -140,14 +141,28 @@ bool Watch::allSpent() const {
     });
 }
 
+/** A recording has been played to its end, so a sensor without an event is none of its own. */
+ExitCode Watch::judgeRecording() const {
+    ExitCode result = kOk;
+    for (const Watched& one : mWatched) {
+        if (one.events + one.stale + one.flushes > 0) continue;
+        complain("the recording holds no events of %s (%" PRId32 ")", typeName(*one.sensor).c_str(),
+                 one.sensor->sensorHandle);
+        result = kNoData;
+    }
+    return result;
+}
+
 /** Sensors that report by themselves, and did not, make a failure; so does no event at all. */
 ExitCode Watch::judge(EventQueue::End end) const {
     if (const size_t overflowed = mProxy.events().overflowed()) {
         complain("%zu events were dropped, because the output could not take them", overflowed);
         return kOutputLost;
     }
+    const bool played = end == EventQueue::End::kEnded;
+    if (played && judgeRecording() != kOk) return kNoData;
     if (mOptions.count > 0) return mLeft > 0 ? kNoData : kOk;
-    if (end == EventQueue::End::kInterrupted) return kOk;
+    if (played || end == EventQueue::End::kInterrupted) return kOk;
     bool any = false;
     ExitCode result = kOk;
     for (const Watched& one : mWatched) {
@@ -156,7 +171,8 @@ ExitCode Watch::judge(EventQueue::End end) const {
         const bool talks =
             mode == SensorFlagBits::CONTINUOUS_MODE || mode == SensorFlagBits::ON_CHANGE_MODE;
         if (one.events > 0 || !talks) continue;
-        complain("%s stayed silent", typeName(*one.sensor).c_str());
+        complain("%s stayed silent; \"subhalctl doctor\" and --log error tell more",
+                 typeName(*one.sensor).c_str());
         result = kNoData;
     }
     if (!any && result == kOk) complain("no events");
@@ -216,6 +232,11 @@ ExitCode Watch::run() {
 }  // namespace
 
 ExitCode runWatch(Proxy& proxy, const WatchOptions& options) {
+    if (options.statsSeconds > 0 && options.format != "text") {
+        complain("--stats prints a table, so --format %s does not go with it",
+                 options.format.c_str());
+        return kUsage;
+    }
     if (!options.recording.empty() && !proxy.recordTo(options.recording)) return kUsage;
     const ExitCode opened = proxy.open();
     return opened != kOk ? opened : Watch(proxy, options).run();
