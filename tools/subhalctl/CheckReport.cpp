@@ -34,7 +34,7 @@ void CheckReport::add(const RuleResult& result) {
               mPassed + mFailed + mSkipped, result.sensor.c_str(), result.rule.c_str(),
               result.verdict == Verdict::kSkip ? " # SKIP " : ": ", figures.c_str());
     } else if (!mOnlyFailures || result.verdict == Verdict::kFail) {
-        print("%s  %-30s %-16s %s\n", nameOf(result.verdict), result.sensor.c_str(),
+        print("%s  %-30s %-18s %s\n", nameOf(result.verdict), result.sensor.c_str(),
               result.rule.c_str(), figures.c_str());
     }
 }
@@ -51,8 +51,8 @@ void CheckReport::end() const {
     } else if (mFormat == "tap") {
         print("1..%d\n", all);
     } else {
-        print("%d rules: %d passed, %d failed, %d skipped, of them %d kept otherwise on purpose\n",
-              all, mPassed, mFailed, mSkipped, mOnPurpose);
+        print("%s: %d passed, %d failed, %d skipped, of them %d kept otherwise on purpose\n",
+              counted(all, "rule").c_str(), mPassed, mFailed, mSkipped, mOnPurpose);
     }
 }
 

@@ -198,7 +198,7 @@ void checkNamesDistinct(const std::vector<SensorInfo>& sensors, const Results& r
         if (again) twice += " " + std::string(sensor.name);
     }
     results.judge(twice.empty(), "names-distinct",
-                  twice.empty() ? formatted("%zu sensors", sensors.size()) : "twice:" + twice);
+                  twice.empty() ? counted(sensors.size(), "sensor") : "twice:" + twice);
 }
 
 void checkFirstEvent(const SensorInfo& sensor, const Observed& observed, const Results& results) {
@@ -281,7 +281,7 @@ void checkValues(const SensorInfo& sensor, const Observed& observed, const Resul
         if (norm != std::end(kNorms)) sum += normOf(reading, norm->values);
     }
     if (norm == std::end(kNorms)) {
-        return results.pass("values", formatted("%zu events in range", observed.events.size()));
+        return results.pass("values", counted(observed.events.size(), "event") + " in range");
     }
     const double mean = sum / static_cast<double>(observed.events.size());
     results.judge(mean >= norm->low && mean <= norm->high, "values",
@@ -306,7 +306,7 @@ void checkMode(const SensorInfo& sensor, const Observed& observed, const Results
     if (modeBits(sensor) == kOneShot) {
         if (observed.events.empty()) return;
         return results.judge(observed.events.size() == 1, "one-shot",
-                             formatted("%zu events", observed.events.size()));
+                             counted(observed.events.size(), "event"));
     }
     if (modeBits(sensor) != kOnChange) return;
     int repeated = 0;

@@ -103,7 +103,9 @@ void addGlobalOptions(CLI::App& app, GlobalOptions& options) {
                    "Another catalogue for the simulated hub: a device's sensor_spec, or JSON as in "
                    "the manual")
         ->transform(path());
-    app.add_option("--fault", options.hub.faults, kFaultHelp)->allow_extra_args(false);
+    app.add_option("--fault", options.hub.faults,
+                   "Let the simulated hub fail, as in read:1:EIO or drop:4@5s; see the manual")
+        ->allow_extra_args(false);
     app.add_option("--library", options.library,
                    "Path of the sub-HAL library (default: the build tree's, else the loader's)")
         ->transform(path(true));
@@ -285,13 +287,24 @@ void addHub(CLI::App& app, Command& command) {
     hub->require_subcommand(1);
     const Verb<HubDumpOptions> dump(*hub, command, "dump", "Ask for a dump; lists the dump files",
                                     runHubDump);
-    dump.app->add_option("TYPE", dump.options->type, "Type of dump")
+    dump.app
+        ->add_option("TYPE", dump.options->type, "Kind of dump; becomes a part of the files' names")
         ->required()
         ->check(number(0, 255));
-    dump.app->add_option("COUNT", dump.options->count, "Dumps of the type to keep")
+    dump.app
+        ->add_option("COUNT", dump.options->count,
+                     "How many of this type the library is to keep; for type 0 that is always 2")
         ->required()
         ->check(number(0, 255));
     addHubFile(*hub, command);
+}
+
+/** A verb inherits the footer, which is of no use to one that takes no sensors. */
+void trimHelp(CLI::App& app) {
+    for (CLI::App* verb : app.get_subcommands([](const CLI::App*) { return true; })) {
+        if (verb->get_option_no_throw("SENSOR") == nullptr) verb->footer("");
+        trimHelp(*verb);
+    }
 }
 
 /** What parsing stopped at, in words that help. */
@@ -344,6 +357,7 @@ Command parseCommandLine(int argc, char** argv, ExitCode* exitCode) {
     addDirect(app, command);
     addMessage(app, command);
     addHub(app, command);
+    trimHelp(app);
     *exitCode = kOk;
     try {
         app.parse(argc, argv);

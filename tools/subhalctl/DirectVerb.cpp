@@ -134,7 +134,7 @@ ExitCode play(Proxy& proxy, const DirectOptions& options, int regionFd, RingRead
     channel.setRate(sensor->sensorHandle, RateLevel::STOP);
     receiveRest(reader, client);
     client.summary();
-    if (beside) print("%zu events through the proxy\n", proxyEvents(proxy));
+    if (beside) print("%s through the proxy\n", counted(proxyEvents(proxy), "event").c_str());
     if (client.check().records() == 0) {
         complain("%s: no records", typeName(*sensor).c_str());
         return kNoData;

@@ -167,7 +167,7 @@ class Doctor {
     void checkEither(const char* path, const char* other, const char* lost);
     void checkDataDirectory();
     void checkProperties();
-    void checkRecord(size_t index, const SpecRecord& record);
+    void checkRecord(size_t number, const SpecRecord& record);
     void checkFigures(const std::string& subject, const SpecRecord& record, uint32_t mode);
     void checkDevice(const std::string& subject, const KnownSensor& sensor, bool wakeUp,
                      int fifoMax);
@@ -207,7 +207,7 @@ bool Doctor::readSpec() {
     }
     mSpec = readAll(file.fd(), 16 * kSpecBytesRead);
     const size_t records = std::min(mSpec.size(), kSpecBytesRead) / SpecRecord::kSize;
-    mFindings.ok(kSpecPath, modeOf(kSpecPath) + formatted(", %zu records", records));
+    mFindings.ok(kSpecPath, modeOf(kSpecPath) + ", " + counted(records, "record"));
     if (mSpec.size() > kSpecBytesRead) {
         mFindings.fail(kSpecPath, formatted("%zu bytes", mSpec.size()),
                        formatted("the library reads the first %zu, %zu records", kSpecBytesRead,
@@ -215,8 +215,8 @@ bool Doctor::readSpec() {
     }
     if (mSpec.size() % SpecRecord::kSize != 0) {
         mFindings.fail(kSpecPath,
-                       formatted("%zu bytes behind the last whole record of %zu",
-                                 mSpec.size() % SpecRecord::kSize, SpecRecord::kSize),
+                       counted(mSpec.size() % SpecRecord::kSize, "byte") +
+                           formatted(" behind the last whole record of %zu", SpecRecord::kSize),
                        "the driver and the library disagree about the record");
     }
     if (records == 0) {
@@ -341,7 +341,8 @@ void Doctor::checkFigures(const std::string& subject, const SpecRecord& record, 
               "the maximum is no shorter than the minimum");
     }
     if (record.fifoReserved > record.fifoMax) {
-        wrong(formatted("%d events reserved of a FIFO of %d", record.fifoReserved, record.fifoMax),
+        wrong(counted(record.fifoReserved, "event") +
+                  formatted(" reserved of a FIFO of %d", record.fifoMax),
               "no more can be reserved than there is");
     }
     if (!std::isfinite(record.resolution) || record.resolution <= 0) {
@@ -356,10 +357,10 @@ void Doctor::checkFigures(const std::string& subject, const SpecRecord& record, 
     }
 }
 
-void Doctor::checkRecord(size_t index, const SpecRecord& record) {
-    const std::string place = formatted("record %zu", index);
+void Doctor::checkRecord(size_t number, const SpecRecord& record) {
+    const std::string place = formatted("record %zu", number);
     if (record.handle == 0) return mFindings.ok(place, "an empty slot");
-    const std::string subject = formatted("record %zu, handle %" PRId32, index, record.handle);
+    const std::string subject = formatted("record %zu, handle %" PRId32, number, record.handle);
     const KnownSensor* sensor = findKnownSensor(record.handle);
     if (sensor == nullptr) {
         mFindings.fail(subject, "no driver of the library serves this handle",
@@ -525,7 +526,7 @@ ExitCode Doctor::run() {
     readIioNames();
     const size_t bytes = std::min(mSpec.size(), kSpecBytesRead);
     for (size_t i = 0; (i + 1) * SpecRecord::kSize <= bytes; ++i) {
-        checkRecord(i, SpecRecord(mSpec.data() + i * SpecRecord::kSize));
+        checkRecord(i + 1, SpecRecord(mSpec.data() + i * SpecRecord::kSize));
     }
     static constexpr KnownSensor kOwn[] = {
         {kContextHandle, "qcontext_iio", false, 72, "Qcontext", 65586, "", true, 6},
@@ -539,8 +540,9 @@ ExitCode Doctor::run() {
     checkNodes();
     checkDataDirectory();
     checkProperties();
-    print("%zu sensors, %d failures, %d notes\n", mHandles.size(), mFindings.failures(),
-          mFindings.notes());
+    print("%s, %s, %s\n", counted(mHandles.size(), "sensor").c_str(),
+          counted(mFindings.failures(), "failure").c_str(),
+          counted(mFindings.notes(), "note").c_str());
     return mFindings.failures() > 0 ? kCheckFailed : kOk;
 }
 

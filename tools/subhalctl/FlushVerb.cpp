@@ -1,4 +1,3 @@
-#include <cinttypes>
 #include <optional>
 
 #include "tools/subhalctl/EventWriter.h"
@@ -28,8 +27,8 @@ ExitCode waitForCompletion(Proxy& proxy, const SensorInfo& sensor, Clock::time_p
         return kNoData;
     }
     const double tookMs = std::chrono::duration<double, std::milli>(Clock::now() - begin).count();
-    print("%s: flush complete after %.3f ms, %" PRId64 " events before it\n",
-          typeName(sensor).c_str(), tookMs, events);
+    print("%s: flush complete after %.3f ms, %s before it\n", typeName(sensor).c_str(), tookMs,
+          counted(events, "event").c_str());
     return kOk;
 }
 

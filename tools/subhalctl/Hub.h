@@ -18,7 +18,7 @@ struct HubOptions {
     bool sim = false;
     bool still = false;  ///< nothing moves and no light changes
     uint64_t seed = 1;
-    std::vector<std::string> faults;  ///< see kFaultHelp
+    std::vector<std::string> faults;  ///< as parseFault() takes them
     std::string chips;                ///< file with another catalogue, empty for the usual one
     std::string recording;            ///< file with a recording that plays the hub
     bool fast = false;                ///< the recording in no time instead of its own
@@ -26,13 +26,6 @@ struct HubOptions {
     /** A hub of this process is asked for. */
     bool own() const { return sim || !recording.empty(); }
 };
-
-constexpr char kFaultHelp[] =
-    "Let the simulated hub fail: CALL:WHERE:ERRNO with CALL open, read, write, ioctl or close and "
-    "WHERE a path or a handle, as in read:1:EIO; poll:ERRNO; drop:HANDLE; cut:HANDLE:BYTES; "
-    "available:HANDLE:TEXT; absent:PATH; push:HANDLE:HEX. Behind it *N for no more than N times "
-    "and "
-    "@5s for the time, as in drop:4@5s";
 
 /** A packet that came to an injection device. */
 struct Injection {

@@ -110,7 +110,7 @@ ExitCode runMessage(Proxy& proxy, const MessageOptions& options) {
     const ExitCode opened = proxy.open();
     if (opened != kOk) return opened;
     if (!Sender(proxy).sendMessage(*message)) return kRefused;
-    if (!proxy.options().quiet) print("%zu bytes sent\n", message->size());
+    if (!proxy.options().quiet) print("%s sent\n", counted(message->size(), "byte").c_str());
     return proxy.hub() == nullptr ? kOk : compareReceived(*proxy.hub(), *message);
 }
 

@@ -31,6 +31,12 @@ ExitCode afterOutput(ExitCode verb);
 /** Text of printf's arguments. */
 std::string formatted(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
+/** As in "1 event" and "2 events". */
+template <typename Number>
+std::string counted(Number number, const char* noun) {
+    return std::to_string(number) + ' ' + noun + (number == 1 ? "" : "s");
+}
+
 /** `text` as a shell takes it for one word. */
 std::string quoted(const std::string& text);
 

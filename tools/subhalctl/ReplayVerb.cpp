@@ -149,12 +149,12 @@ void Replay::compare(int32_t handle) {
     }
     if (received.size() < expected.size()) {
         differ(expected[received.size()]->line,
-               formatted("%s: %zu events instead of %zu", nameOf(handle).c_str(), received.size(),
-                         expected.size()));
+               nameOf(handle) + ": " + counted(received.size(), "event") + " instead of " +
+                   std::to_string(expected.size()));
     } else if (received.size() > expected.size()) {
         differ(mProxy.recording().entries.back().line,
-               formatted("%s: %zu events instead of %zu", nameOf(handle).c_str(), received.size(),
-                         expected.size()));
+               nameOf(handle) + ": " + counted(received.size(), "event") + " instead of " +
+                   std::to_string(expected.size()));
     }
 }
 
@@ -185,12 +185,12 @@ ExitCode Replay::run() {
         compare(handle);
     }
     if (mDifferences == 0) {
-        print("%zu events of %zu sensors came as they were recorded, bit by bit\n", events,
-              mExpected.size());
+        print("%s of %s came as they were recorded, bit by bit\n", counted(events, "event").c_str(),
+              counted(mExpected.size(), "sensor").c_str());
         return kOk;
     }
-    print("%zu sensors or requests differ; the first is line %zu: %s\n", mDifferences, mFirstLine,
-          mFirst.c_str());
+    print("%s in sensors or requests; the first is line %zu: %s\n",
+          counted(mDifferences, "difference").c_str(), mFirstLine, mFirst.c_str());
     return kCheckFailed;
 }
 
@@ -198,6 +198,10 @@ ExitCode Replay::run() {
 
 ExitCode runReplay(Proxy& proxy) {
     const HubOptions& hub = proxy.options().hub;
+    if (hub.sim) {
+        complain("--sim excludes replay: a recording is a hub of its own");
+        return kUsage;
+    }
     const ExitCode made = proxy.openReplay(hub.recording, {hub.fast, false, {}});
     if (made != kOk) return made;
     const ExitCode opened = proxy.open();

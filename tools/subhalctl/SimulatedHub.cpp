@@ -1,12 +1,16 @@
 // The hub of "--sim".
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
+#include <cmath>
 #include <condition_variable>
+#include <cstdint>
+#include <cstring>
 #include <fstream>
+#include <limits>
 #include <mutex>
 #include <thread>
-#include <type_traits>
 
 #include "tools/subhalctl/HubFault.h"
 #include "tools/subhalctl/Json.h"
@@ -17,43 +21,82 @@ namespace subhalctl {
 namespace {
 
 constexpr size_t kLargestChipsFile = size_t{1} << 20;
+constexpr int kLargestVendor = 11;
 
-/** False when a member has a value of another kind; one that is missing keeps its default. */
-template <typename Field>
-bool take(const Json& object, const char* name, Field* field) {
-    const auto found = object.find(name);
-    if (found == object.end()) return true;
-    if constexpr (std::is_same_v<Field, std::string>) {
-        if (!found->is_string()) return false;
-    } else if constexpr (std::is_same_v<Field, bool>) {
-        if (!found->is_boolean()) return false;
-    } else if (!found->is_number()) {
-        return false;
+/** Takes a chip out of JSON, up to the first member that does not fit. */
+class ChipReader {
+  public:
+    ChipReader(const Json& chip, simulator::SensorSpec* spec);
+
+    /** What is wrong with the chip, empty when it is fine. */
+    const std::string& fault() const { return mFault; }
+
+  private:
+    /** The member, if it is there and `fits` accepts it; `*field` keeps its default otherwise. */
+    template <typename Field, typename Fits>
+    void take(const char* name, Field* field, const std::string& wanted, Fits fits) {
+        const auto found = mChip.find(name);
+        if (!mFault.empty() || found == mChip.end()) return;
+        if (fits(*found)) {
+            *field = found->template get<Field>();
+        } else {
+            mFault = std::string(name) + " is no " + wanted;
+        }
     }
-    *field = found->template get<Field>();
-    return true;
-}
+    template <typename Field>
+    void whole(const char* name, Field* field, double least = std::numeric_limits<Field>::min(),
+               double most = std::numeric_limits<Field>::max()) {
+        take(name, field, formatted("whole number from %.0f to %.0f", least, most),
+             [least, most](const Json& value) {
+                 const double given = value.is_number() ? value.get<double>() : most + 1;
+                 return given >= least && given <= most && given == std::floor(given);
+             });
+    }
+    void number(const char* name, float* field) {
+        constexpr double kMost = std::numeric_limits<float>::max();
+        take(name, field, "number", [](const Json& value) {
+            return value.is_number() && std::abs(value.get<double>()) <= kMost;
+        });
+    }
 
-bool specOf(const Json& chip, simulator::SensorSpec* spec) {
-    return chip.is_object() && chip.contains("handle") && take(chip, "handle", &spec->handle) &&
-           take(chip, "chip", &spec->chipName) && take(chip, "vendor", &spec->vendor) &&
-           take(chip, "version", &spec->version) && take(chip, "wakeup", &spec->wakeUp) &&
-           take(chip, "min_delay_us", &spec->minDelayUs) &&
-           take(chip, "max_delay_us", &spec->maxDelayUs) &&
-           take(chip, "fifo_max", &spec->fifoMax) &&
-           take(chip, "fifo_reserved", &spec->fifoReserved) &&
-           take(chip, "resolution", &spec->resolution) && take(chip, "range", &spec->range) &&
-           take(chip, "power_ma", &spec->powerMa);
+    const Json& mChip;
+    std::string mFault;
+};
+
+ChipReader::ChipReader(const Json& chip, simulator::SensorSpec* spec) : mChip(chip) {
+    if (!chip.is_object() || !chip.contains("handle")) {
+        mFault = chip.is_object() ? "handle is missing" : "it is no object";
+        return;
+    }
+    whole("handle", &spec->handle, 0, UINT8_MAX);
+    take("chip", &spec->chipName, "text", [](const Json& value) { return value.is_string(); });
+    whole("vendor", &spec->vendor, 0, kLargestVendor);
+    whole("version", &spec->version);
+    take("wakeup", &spec->wakeUp, "true or false",
+         [](const Json& value) { return value.is_boolean(); });
+    whole("min_delay_us", &spec->minDelayUs);
+    whole("max_delay_us", &spec->maxDelayUs);
+    whole("fifo_max", &spec->fifoMax);
+    whole("fifo_reserved", &spec->fifoReserved);
+    number("resolution", &spec->resolution);
+    number("range", &spec->range);
+    number("power_ma", &spec->powerMa);
 }
 
 /** The chips of a file; nothing, and told, when it holds none. */
 std::optional<Specs> readChips(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
+    if (!file) {
+        complain("%s: %s", quoted(path).c_str(), std::strerror(errno));
+        return {};
+    }
     std::string bytes(kLargestChipsFile + 1, '\0');
     file.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     bytes.resize(static_cast<size_t>(std::max<std::streamsize>(file.gcount(), 0)));
-    if (bytes.empty() || bytes.size() > kLargestChipsFile) {
-        complain("%s: %s", quoted(path).c_str(), bytes.empty() ? "cannot be read" : "too long");
+    if (file.bad() || bytes.empty() || bytes.size() > kLargestChipsFile) {
+        complain(
+            "%s: %s", quoted(path).c_str(),
+            file.bad() ? "cannot be read" : (bytes.empty() ? "the file is empty" : "too long"));
         return {};
     }
     Specs specs;
@@ -61,8 +104,10 @@ std::optional<Specs> readChips(const std::string& path) {
     if (chips.is_array()) {
         for (const Json& chip : chips) {
             specs.emplace_back();
-            if (specOf(chip, &specs.back())) continue;
-            complain("%s: no chip: %s", quoted(path).c_str(), jsonText(chip).c_str());
+            const ChipReader reader(chip, &specs.back());
+            if (reader.fault().empty()) continue;
+            complain("%s: chip %zu: %s", quoted(path).c_str(), specs.size(),
+                     reader.fault().c_str());
             return {};
         }
         return specs;

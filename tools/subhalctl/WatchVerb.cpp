@@ -131,7 +131,7 @@ void Watch::showProgress() {
     for (const Watched& one : mWatched) {
         events += one.events;
     }
-    mProgress.show(formatted("%" PRId64 " events", events));
+    mProgress.show(counted(events, "event"));
 }
 
 /** A one-shot sensor is off after its event. */
