@@ -141,7 +141,7 @@ bool Watch::allSpent() const {
     });
 }
 
-/** A recording has been played to its end, so a sensor without an event is none of its own. */
+/** Once a recording was played to its end: a sensor without an event is not in it. */
 ExitCode Watch::judgeRecording() const {
     ExitCode result = kOk;
     for (const Watched& one : mWatched) {
