@@ -174,6 +174,11 @@ TEST_F(QContextSensorTest, EnablesWithoutAReadableListButNotWithoutTheFile) {
     EXPECT_EQ(second.enable(kHandle, true), -EIO);
 }
 
+TEST_F(QContextSensorTest, HandsMessagesOn) {
+    EXPECT_EQ(mSensor.injectSensorData({}), 0);
+    EXPECT_TRUE(logged("I QContextSensor::injecet_sensor_data"));
+}
+
 constexpr char kDevice[] = "/dev/hbx_sensorhub";
 
 /** Bytes that tell their position. */
