@@ -269,6 +269,10 @@ ROWS = {
              "roscope-s", "com.tavrine.sensor.Folding_State_LPM"],
             judge=lambda out: [line.split()[0] for line in out.splitlines()[1:]]
             == ["43", "1", "1", "58", "60", "65"]),
+        # What the hub calls itself has no say over the terminal; letters of any language stay.
+        Row(["--chips", chips_file([{"handle": 1, "chip": "\x1b[2m\n\x07äµ\x7f\x9b"}]), "list"],
+            out=r"  \\x1b\[2m\\x0a\\x07äµ\\x7f\\xc2\\x9b Accel", lines=r"^[^\0-\x1f\x7f-\x9f]*$",
+            err=r": name \\x1b\[2m\\x0a\\x07ä"),
         Row("list -v", out="\n +flags +0x786: special; non-wake-up, direct in memory up to very"),
         Row("list --format json",
             judge=lambda out: json.loads(out)[0]["name"] == "LSM6DSO Accelerometer"),

@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "tools/subhalctl/Hex.h"
+#include "tools/subhalctl/Output.h"
 #include "tools/subhalctl/PlatformHooks.h"
 
 namespace subhalctl {
@@ -127,7 +128,7 @@ void traceCall(const FileCall& call) {
     std::fprintf(
         stderr, "%6" PRId64 ".%06" PRId64 " %5d %-5s %s%s%s%s%s = %ld%s%s\n", now / 1'000'000'000,
         now % 1'000'000'000 / 1000, static_cast<int>(syscall(SYS_gettid)), nameOf(call.kind),
-        call.path.c_str(), number, hex.empty() ? "" : " ", hex.c_str(),
+        printable(call.path).c_str(), number, hex.empty() ? "" : " ", hex.c_str(),
         call.bytes.size() > kTracedBytes ? "..." : "", call.result, call.result < 0 ? " " : "",
         call.result < 0 ? std::strerror(static_cast<int>(-call.result)) : "");
 }

@@ -143,8 +143,9 @@ class Findings {
   private:
     static void line(const char* level, const std::string& subject, const std::string& text,
                      const std::string& remedy) {
-        print("%-5s %s: %s%s%s\n", level, subject.c_str(), text.c_str(), remedy.empty() ? "" : "; ",
-              remedy.c_str());
+        const std::string found = printable(subject + ": " + text);
+        print("%-5s %s%s%s\n", level, found.c_str(), remedy.empty() ? "" : "; ",
+              printable(remedy).c_str());
     }
 
     bool mVerbose;
@@ -373,15 +374,14 @@ void Doctor::checkRecord(size_t number, const SpecRecord& record) {
         mFindings.fail(subject, "the handle stands in an earlier record", "the earlier one counts");
         return;
     }
-    const bool printable = std::all_of(record.name.begin(), record.name.end(),
-                                       [](char letter) { return letter >= ' ' && letter < 0x7F; });
-    mFindings.ok(subject,
-                 formatted("%s \"%s\", vendor %d, version %" PRId32 ", %s, %" PRId32 " to %" PRId32
-                           " µs, FIFO %d",
-                           sensor->displayName, printable ? record.name.c_str() : "?",
-                           record.vendor, record.version, record.wakeUp ? "wake-up" : "non-wake-up",
-                           record.minDelayUs, record.maxDelayUs, record.fifoMax));
-    if (!printable || !record.nameEnds) {
+    const bool text = std::all_of(record.name.begin(), record.name.end(),
+                                  [](char letter) { return letter >= ' ' && letter < 0x7F; });
+    mFindings.ok(subject, formatted("%s \"%s\", vendor %d, version %" PRId32 ", %s, %" PRId32
+                                    " to %" PRId32 " µs, FIFO %d",
+                                    sensor->displayName, record.name.c_str(), record.vendor,
+                                    record.version, record.wakeUp ? "wake-up" : "non-wake-up",
+                                    record.minDelayUs, record.maxDelayUs, record.fifoMax));
+    if (!text || !record.nameEnds) {
         mFindings.fail(subject, "the name is not text of at most 14 characters",
                        "the record is broken, or shifted against the library's idea of it");
     }

@@ -45,7 +45,7 @@ void printReply(FileOperation operation, const FileReply& reply) {
               operation == FileOperation::kRead ? "read" : "wrote", reply.result);
     }
     if (reply.data.empty()) return;
-    printText(reply.data.back() == '\n' ? reply.data : reply.data + "\n");
+    printText(printableLines(reply.data) + (reply.data.back() == '\n' ? "" : "\n"));
 }
 
 }  // namespace

@@ -61,22 +61,22 @@ double numberOf(float value) {
     return static_cast<double>(value);
 }
 
-const char* orNone(const android::hardware::hidl_string& text) {
-    return text.empty() ? "-" : text.c_str();
+std::string orNone(const android::hardware::hidl_string& text) {
+    return text.empty() ? "-" : printable(text);
 }
 
 void printLine(const SensorInfo& sensor) {
     print("%6" PRId32 "  %-30s %-10s  %-7s  %-24s %6" PRIu32 "  %s\n", sensor.sensorHandle,
           typeName(sensor).c_str(), modeName(reportingMode(sensor)),
           isWakeUp(sensor) ? "wake-up" : "", rates(sensor).c_str(), sensor.fifoMaxEventCount,
-          orNone(sensor.name));
+          orNone(sensor.name).c_str());
 }
 
 void printDetails(const SensorInfo& sensor) {
-    print("%8svendor      %s\n", "", orNone(sensor.vendor));
+    print("%8svendor      %s\n", "", orNone(sensor.vendor).c_str());
     print("%8stype        %" PRId32 ", %s, version %" PRId32 "\n", "",
-          static_cast<int32_t>(sensor.type), orNone(sensor.typeAsString), sensor.version);
-    print("%8spermission  %s\n", "", orNone(sensor.requiredPermission));
+          static_cast<int32_t>(sensor.type), orNone(sensor.typeAsString).c_str(), sensor.version);
+    print("%8spermission  %s\n", "", orNone(sensor.requiredPermission).c_str());
     print("%8sflags       0x%03" PRIx32 ": %s; %s\n", "", sensor.flags,
           modeName(reportingMode(sensor)), otherFlags(sensor.flags).c_str());
     print("%8srange       %.6g in steps of %.6g, %.3f mA\n", "", numberOf(sensor.maxRange),

@@ -11,6 +11,9 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <string>
+
+#include "tools/subhalctl/Output.h"
 
 namespace subhalctl {
 namespace {
@@ -42,11 +45,15 @@ extern "C" {
 int __android_log_write(int prio, const char* tag, const char* text) {
     if (prio < subhalctl::gLevel) return 0;
     const char letter = subhalctl::kLetters[std::clamp<int>(prio, 0, ANDROID_LOG_SILENT)];
+    std::string shown = text != nullptr ? text : "";
+    const bool ends = !shown.empty() && shown.back() == '\n';  // as some of the library's do
+    if (ends) shown.pop_back();
+    shown = subhalctl::printable(shown) + (ends ? "\n" : "");
     timespec now{};
     clock_gettime(CLOCK_BOOTTIME, &now);  // the clock of the events' time stamps
     return std::fprintf(stderr, "%6lld.%06ld %5d %c %s: %s\n", static_cast<long long>(now.tv_sec),
                         now.tv_nsec / 1000, static_cast<int>(syscall(SYS_gettid)), letter,
-                        tag == nullptr ? "" : tag, text);
+                        tag == nullptr ? "" : tag, shown.c_str());
 }
 
 int __android_log_vprint(int prio, const char* tag, const char* fmt, va_list ap) {

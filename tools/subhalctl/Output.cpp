@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "tools/subhalctl/Hex.h"
 #include "tools/subhalctl/Interrupt.h"
 
 namespace subhalctl {
@@ -29,6 +30,40 @@ std::string formatArguments(const char* format, va_list arguments) {
     std::string text(static_cast<size_t>(std::max(length, 0)), '\0');
     std::vsnprintf(text.data(), text.size() + 1, format, arguments);
     return text;
+}
+
+/** Bytes of the character at `at`; 0 when it is no UTF-8, or a control character. */
+size_t shownBytes(const std::string& text, size_t at) {
+    const auto byte = [&](size_t i) {
+        return i < text.size() ? static_cast<unsigned char>(text[i]) : 0U;
+    };
+    const unsigned first = byte(at);
+    if (first < 0x80) return first >= 0x20 && first != 0x7F ? 1 : 0;
+    const size_t size = first >= 0xF0 ? 4 : (first >= 0xE0 ? 3 : 2);
+    unsigned code = first & (0xFFU >> (size + 1));
+    for (size_t i = 1; i < size; ++i) {
+        if ((byte(at + i) & 0xC0) != 0x80) return 0;
+        code = code << 6 | (byte(at + i) & 0x3F);
+    }
+    constexpr unsigned kLeast[] = {0xA0, 0x800, 0x10000};  // shorter forms are no UTF-8
+    const bool surrogate = code >= 0xD800 && code < 0xE000;
+    const bool lead = first >= 0xC0 && first < 0xF8;
+    return lead && code >= kLeast[size - 2] && code <= 0x10FFFF && !surrogate ? size : 0;
+}
+
+std::string escaped(const std::string& text, const char* kept) {
+    std::string result;
+    for (size_t at = 0; at < text.size();) {
+        const bool keep = text[at] != '\0' && std::strchr(kept, text[at]) != nullptr;
+        const size_t size = keep ? 1 : shownBytes(text, at);
+        if (size > 0) {
+            result.append(text, at, size);
+        } else {
+            result += "\\x" + hexOf(text.substr(at, 1));
+        }
+        at += std::max<size_t>(size, 1);
+    }
+    return result;
 }
 
 /** Waits until standard output takes bytes; false when it is blocked and the verb is to end. */
@@ -57,10 +92,18 @@ void keepStandardDescriptors() {
     }
 }
 
+std::string printable(const std::string& text) {
+    return escaped(text, "");
+}
+
+std::string printableLines(const std::string& text) {
+    return escaped(text, "\n\t");
+}
+
 void print(const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    printText(formatArguments(format, arguments));
+    printText(printableLines(formatArguments(format, arguments)));
     va_end(arguments);
 }
 
@@ -87,7 +130,7 @@ void complain(const char* format, ...) {
     va_start(arguments, format);
     const std::string text = formatArguments(format, arguments);
     va_end(arguments);
-    std::fprintf(stderr, "subhalctl: %s\n", text.c_str());
+    std::fprintf(stderr, "subhalctl: %s\n", printableLines(text).c_str());
 }
 
 ExitCode afterOutput(ExitCode verb) {
@@ -113,15 +156,18 @@ std::string quoted(const std::string& text) {
     constexpr char kPlain[] =
         "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_-./:@%+=,";
     if (!text.empty() && text.find_first_not_of(kPlain) == std::string::npos) return text;
-    std::string result = "'";
+    const bool plain = printable(text) == text;
+    std::string result;
     for (const char letter : text) {
         if (letter == '\'') {
-            result += "'\\''";
+            result += plain ? "'\\''" : "\\'";
+        } else if (letter == '\\' && !plain) {
+            result += "\\\\";
         } else {
             result += letter;
         }
     }
-    return result + "'";
+    return (plain ? "'" : "$'") + printable(result) + "'";
 }
 
 Progress::Progress(bool wanted) : mWanted(wanted && isatty(STDERR_FILENO) != 0) {}

@@ -6,7 +6,7 @@
 
 namespace subhalctl {
 
-// Standard output and standard error of all verbs. Main thread only.
+// Standard output and standard error of all verbs. Main thread only, but for printable().
 
 /**
  * Opens something harmless for a closed standard descriptor, before the number can go to one of the
@@ -14,12 +14,24 @@ namespace subhalctl {
  */
 void keepStandardDescriptors();
 
-/** To standard output, line by line. Once a write has failed, nothing more is written. */
+/**
+ * What a terminal would obey instead of show, and what is no UTF-8, as \xNN. Names, logs and
+ * recordings come from outside.
+ */
+std::string printable(const std::string& text);
+/** The same, but lines stay lines. */
+std::string printableLines(const std::string& text);
+
+/**
+ * To standard output, line by line, and printable. Once a write has failed, nothing more is
+ * written.
+ */
 void print(const char* format, ...) __attribute__((format(printf, 1, 2)));
+/** As it is. */
 void printText(const std::string& text);
 void flushOutput();
 
-/** "subhalctl: ", the text and a newline, to standard error. */
+/** "subhalctl: ", the text, printable, and a newline, to standard error. */
 void complain(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
 /**

@@ -143,7 +143,7 @@ const SensorInfo* Proxy::find(const std::string& text) const {
     complain("%s may be one of these; name it by its handle:", quoted(text).c_str());
     for (const SensorInfo* sensor : found) {
         std::fprintf(stderr, "%8" PRId32 "  %s (%s)\n", sensor->sensorHandle,
-                     typeName(*sensor).c_str(), sensor->name.c_str());
+                     typeName(*sensor).c_str(), printable(sensor->name).c_str());
     }
     return nullptr;
 }

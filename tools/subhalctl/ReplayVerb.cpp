@@ -190,7 +190,7 @@ ExitCode Replay::run() {
         return kOk;
     }
     print("%s in sensors or requests; the first is line %zu: %s\n",
-          counted(mDifferences, "difference").c_str(), mFirstLine, mFirst.c_str());
+          counted(mDifferences, "difference").c_str(), mFirstLine, printable(mFirst).c_str());
     return kCheckFailed;
 }
 
