@@ -3,11 +3,13 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -28,13 +30,22 @@ namespace {
 
 /** Memory where there is some: attributes on a disk would make the driver as slow as the disk. */
 const char* baseDirectory() {
-    if (const char* chosen = std::getenv("TMPDIR")) return chosen;
+    const char* chosen = std::getenv("TMPDIR");
+    if (chosen != nullptr && chosen[0] != '\0') return chosen;
     constexpr const char* kMemory = "/dev/shm";
     return access(kMemory, W_OK | X_OK) == 0 ? kMemory : "/tmp";
 }
 
 constexpr char kPrefix[] = "hub.";
 constexpr size_t kNameSize = sizeof("hub.XXXXXX") - 1;
+// Of all devices together, in whole pages, and some.
+constexpr uint64_t kRoomBytes = 4 << 20;
+constexpr uint64_t kRoomFiles = 1000;
+
+std::string nameIn(const std::string& base) {
+    return base + "/" + kPrefix + "XXXXXX";
+}
+
 constexpr time_t kFreshSeconds = 10;  // younger ones may be waiting for their lock
 
 int openDirectory(const std::string& path) {
@@ -54,7 +65,7 @@ void removeIfStale(const std::string& path) {
     close(fd);
 }
 
-void removeStaleTrees(const char* base) {
+void removeStaleTrees(const std::string& base) {
     std::vector<std::string> found;
     std::error_code error;
     for (const auto& entry : fs::directory_iterator(base, error)) {
@@ -70,10 +81,26 @@ void removeStaleTrees(const char* base) {
 
 }  // namespace
 
+int TempTree::tryOut(std::string* base) {
+    *base = baseDirectory();
+    std::string name = nameIn(*base);
+    if (mkdtemp(name.data()) == nullptr) return errno;
+    int error = mkfifo((name + "/fifo").c_str(), 0600) != 0 ? errno : 0;
+    struct statvfs room {};
+    if (error == 0 && statvfs(name.c_str(), &room) == 0) {
+        const bool counts = room.f_files > 0;  // some file systems have no fixed number of files
+        const uint64_t bytes = uint64_t{room.f_bavail} * room.f_frsize;
+        if (bytes < kRoomBytes || (counts && room.f_favail < kRoomFiles)) error = ENOSPC;
+    }
+    std::error_code ignored;
+    fs::remove_all(name, ignored);
+    return error;
+}
+
 TempTree::TempTree() {
-    const char* base = baseDirectory();
+    const std::string base = baseDirectory();
     removeStaleTrees(base);
-    std::string name = std::string(base) + "/" + kPrefix + "XXXXXX";
+    std::string name = nameIn(base);
     if (mkdtemp(name.data()) == nullptr) fail("create", name);
     mRoot = name;
     mLock = openDirectory(mRoot);

@@ -17,6 +17,12 @@ class TempTree {
     TempTree(const TempTree&) = delete;
     TempTree& operator=(const TempTree&) = delete;
 
+    /**
+     * The errno with which a tree cannot be made here, or 0: directories of the kernel, and some
+     * file systems, look writable and are not. `*base` becomes the directory that was tried.
+     */
+    static int tryOut(std::string* base);
+
     const std::string& root() const { return mRoot; }
     /** Where a path of the device really is; no ".." leads out of the tree. */
     std::string real(const std::string& path) const {

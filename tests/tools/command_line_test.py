@@ -332,7 +332,8 @@ ROWS = {
         Row("replay " + REAL_DEVICES, 2, err="--sim excludes replay"),
         Row("--library /no/such/library.so list", 3, err="/no/such/library.so", hub=""),
         Row("--library " + NOT_A_SUB_HAL + " list", 3, err="sensorsHalGetSubHal", hub=""),
-        Row("list", 3, err="TMPDIR=/nonexistent: No such file", env={"TMPDIR": "/nonexistent"}),
+        *[Row("list", 3, err="TMPDIR=%s: %s" % (where, why), env={"TMPDIR": where}) for where, why in
+          (("/nonexistent", "No such file"), ("/proc", "No such file"), ("/etc/passwd", "Not a dir"))],
         *[Row(["watch", none], 4, err="no sensor is called " + (none or "''") + ";")
           for none in ("70000", "7", "")],
         Row("watch uncal", 4, err=r" 16  gyroscope_uncalibrated .*\n +43  accelerometer_uncalibrated "),

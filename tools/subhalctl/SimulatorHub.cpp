@@ -1,11 +1,9 @@
 #include "tools/subhalctl/SimulatorHub.h"
 
-#include <unistd.h>
-
-#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 
+#include "simulator/TempTree.h"
 #include "tools/subhalctl/DevicePaths.h"
 #include "tools/subhalctl/Output.h"
 
@@ -31,10 +29,13 @@ simulator::SensorSpec specOf(const SpecRecord& record) {
 }
 
 bool haveRoom() {
-    const char* directory = std::getenv("TMPDIR");
-    if (directory == nullptr || access(directory, W_OK | X_OK) == 0) return true;
-    complain("no room for the simulated hub's files: TMPDIR=%s: %s", directory,
-             std::strerror(errno));
+    std::string directory;
+    const int error = simulator::TempTree::tryOut(&directory);
+    if (error == 0) return true;
+    const char* chosen = std::getenv("TMPDIR");
+    const bool byUser = chosen != nullptr && directory == chosen;
+    complain("no room for the simulated hub's files: %s%s: %s", byUser ? "TMPDIR=" : "",
+             directory.c_str(), std::strerror(error));
     return false;
 }
 
