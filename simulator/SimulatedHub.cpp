@@ -64,6 +64,7 @@ void SimulatedHub::buildDevices(const Options& options) {
 }
 
 void SimulatedHub::buildDevice(const SensorSpec& spec) {
+    if (spec.handle == 0) return;  // an empty slot
     const DeviceProfile* profile = findProfile(spec.handle);
     if (profile == nullptr) {
         std::fprintf(stderr,

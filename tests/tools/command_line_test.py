@@ -360,6 +360,10 @@ ROWS = {
               ("absent:/dev/batch_io", 1, "FAIL  /dev/batch_io: No such file.*no rate can be set"),
               ("open:1:EACCES", 1, "FAIL  accelerometer_sensor, handle 1: .*Permission denied, -rw"),
               ("open:1:EBUSY", 0, "note .*handle 1: held by"),
+              ("open:1:ENODEV", 1, "FAIL .*handle 1: .*driver behind it is gone"),
+              ("open:/sys/bus/iio/devices/:EACCES", 1, "FAIL [^\n]* denied[^\n]* has to read it"
+               "[^\n]*\n51 sensors, 1 failure"),
+              ("read:/sys/class/sensors/hbx_sensor/sensor_spec:EIO", 7, "FAIL .*: reading it: Input"),
               ("write:/sys/bus/iio/devices/iio:device3/buffer/enable:ENOMEM", 1,
                "FAIL .*handle 4: no memory for a buffer of 3000 records of 14 bytes; lower"),
               ("open:/sys/bus/iio/devices/iio:device3/buffer/length:EACCES", 1,
@@ -367,6 +371,8 @@ ROWS = {
               ("absent:/sys/bus/iio/devices/iio:device3/name", 1,
                'FAIL .*handle 4: no IIO device is called "gyro_sensor"'),
               ("open:1:EFOO", 2, ""))],
+        Row(["--chips", chips_file([{"handle": 0}]), "doctor"], 1, out="FAIL .*spec: 1 record, all of "
+            "them empty slots; .*firmware(.|\n)*0 sensors, 1 failure"),
         Row(["--chips", chips_file([
             {"handle": 1, "chip": "TWO", "min_delay_us": 2000, "max_delay_us": 1000, "range": 5,
              "fifo_max": 10, "fifo_reserved": 20, "resolution": -1},

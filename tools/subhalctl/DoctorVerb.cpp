@@ -26,10 +26,13 @@
 namespace subhalctl {
 namespace {
 
+constexpr char kGone[] = "the device has just gone";
 constexpr size_t kSpecBytesRead = 4096;  // by the library, in one read
 constexpr size_t kLongestIioName = 29;   // that the library reads of a device's name
 constexpr int kShortestBuffer = 600;     // the library asks for no less
 constexpr uint8_t kVendors = 12;
+constexpr char kSilentFirmware[] =
+    "the hub's firmware has told the driver of no sensors: look at its messages in the kernel log";
 constexpr uint32_t kModeMask = 0xE;
 constexpr uint32_t kOneShotMode = 4;
 
@@ -53,20 +56,23 @@ class File {
     int mError;
 };
 
-std::string readAll(int fd, size_t most) {
-    std::string bytes;
+/** errno of reading, 0 when all that is there was read. */
+int readAll(int fd, size_t most, std::string* bytes) {
     char piece[4096];
-    for (ssize_t got = 1; got > 0 && bytes.size() < most;) {
-        got = read(fd, piece, std::min(sizeof(piece), most - bytes.size()));
-        if (got > 0) bytes.append(piece, static_cast<size_t>(got));
+    for (ssize_t got = 1; got > 0 && bytes->size() < most;) {
+        got = read(fd, piece, std::min(sizeof(piece), most - bytes->size()));
+        if (got < 0) return errno;
+        bytes->append(piece, static_cast<size_t>(got));
     }
-    return bytes;
+    return 0;
 }
 
-/** First line of an attribute, empty when it cannot be read. */
-std::string readLine(const std::string& path) {
+/** First line of an attribute, empty and with `*error` set when it cannot be read. */
+std::string readLine(const std::string& path, int* error = nullptr) {
     const File file(path, O_RDONLY);
-    const std::string text = file.error() == 0 ? readAll(file.fd(), 4096) : "";
+    std::string text;
+    const int failed = file.error() == 0 ? readAll(file.fd(), 4096, &text) : file.error();
+    if (error != nullptr) *error = failed;
     return text.substr(0, text.find_first_of("\n\r"));
 }
 
@@ -95,6 +101,29 @@ std::string modeOf(const std::string& path) {
 const char* accessName(int flags) {
     if (flags == O_RDONLY) return "read";
     return flags == O_WRONLY ? "write" : "read and write";
+}
+
+/**
+ * What to do about a failed call on a node that may be `absent`, or closed to the sensors service,
+ * which has to have `access` to it.
+ */
+std::string remedyOf(int error, const std::string& absent, const char* access) {
+    switch (error) {
+        case ENOENT:
+            return absent;
+        case EACCES:
+        case EPERM:
+            return std::string("the sensors service has to ") + access +
+                   " it: check owner, mode and the security policy";
+        case EBUSY:
+            return "another program holds it";
+        case ENODEV:
+        case ENXIO:
+            return "the node is there, the driver behind it is gone: look for a failed probe or an "
+                   "unplugged hub in the kernel log";
+        default:
+            return "look at the driver's messages in the kernel log";
+    }
 }
 
 /** The processes that have the file open, as in "1234 (sensors-service)". */
@@ -182,7 +211,10 @@ class Doctor {
 
     Findings mFindings;
     std::string mSpec;
-    std::multimap<std::string, int> mIio;                   // device numbers by name
+    std::multimap<std::string, int> mIio;  // device numbers by name
+    std::vector<std::string> mNameless;    // devices whose name cannot be read
+    bool mIioIsRead = false;
+    size_t mEmptySlots = 0;                                 // in the specification
     std::set<int32_t> mHandles;                             // met in the specification
     std::set<std::string> mWanted;                          // IIO names that the library looks for
     std::map<std::string, std::vector<std::string>> mHeld;  // devices in use, by their users
@@ -191,22 +223,23 @@ class Doctor {
 
 bool Doctor::readSpec() {
     const File file(kSpecPath, O_RDONLY);
-    if (file.error() != 0) {
-        print("FAIL  %s: %s, %s\n", kSpecPath, std::strerror(file.error()),
-              modeOf(kSpecPath).c_str());
-        if (file.error() == ENOENT) {
-            print(
-                "No sensor hub here. On a device the hub's kernel driver makes this file: look at "
-                "its probe in the kernel log.\nOn another machine, --sim examines a simulated "
-                "hub.\n");
-        } else {
-            print(
-                "The sensors service has to be able to read it: check owner, mode and the "
-                "security policy.\n");
-        }
+    if (file.error() == ENOENT) {
+        print("FAIL  %s: %s\n", kSpecPath, std::strerror(ENOENT));
+        print(
+            "No sensor hub here. On a device the hub's kernel driver makes this file: look at "
+            "its probe in the kernel log.\nOn another machine, --sim examines a simulated "
+            "hub.\n");
         return false;
     }
-    mSpec = readAll(file.fd(), 16 * kSpecBytesRead);
+    const int error =
+        file.error() != 0 ? file.error() : readAll(file.fd(), 16 * kSpecBytesRead, &mSpec);
+    if (error != 0) {
+        mFindings.fail(kSpecPath,
+                       std::string(file.error() != 0 ? "" : "reading it: ") + std::strerror(error) +
+                           ", " + modeOf(kSpecPath),
+                       "no sensors without it; " + remedyOf(error, "", "read"));
+        return false;
+    }
     const size_t records = std::min(mSpec.size(), kSpecBytesRead) / SpecRecord::kSize;
     mFindings.ok(kSpecPath, modeOf(kSpecPath) + ", " + counted(records, "record"));
     if (mSpec.size() > kSpecBytesRead) {
@@ -221,7 +254,7 @@ bool Doctor::readSpec() {
                        "the driver and the library disagree about the record");
     }
     if (records == 0) {
-        mFindings.fail(kSpecPath, "no records", "the hub's firmware has told the driver nothing");
+        mFindings.fail(kSpecPath, "no records", kSilentFirmware);
     }
     return true;
 }
@@ -229,10 +262,15 @@ bool Doctor::readSpec() {
 void Doctor::readIioNames() {
     const std::unique_ptr<DIR, int (*)(DIR*)> directory(opendir(kIioDirectory), closedir);
     if (directory == nullptr) {
-        mFindings.fail(kIioDirectory, std::strerror(errno),
-                       "the kernel lacks CONFIG_IIO, or its module is not loaded");
+        const int error = errno;
+        mFindings.fail(
+            kIioDirectory, std::string(std::strerror(error)) + ", " + modeOf(kIioDirectory),
+            "the library finds no device; " +
+                remedyOf(error, "the kernel lacks CONFIG_IIO, or its module is not loaded",
+                         "read"));
         return;
     }
+    mIioIsRead = true;
     const std::string prefix = kIioPrefix;
     while (const dirent* entry = readdir(directory.get())) {
         const std::string name = entry->d_name;
@@ -241,7 +279,16 @@ void Doctor::readIioNames() {
             std::sscanf(name.c_str() + prefix.size(), "%9d", &number) != 1) {
             continue;
         }
-        const std::string iioName = readLine(kIioDirectory + name + "/name");
+        const std::string path = kIioDirectory + name + "/name";
+        int error = 0;
+        const std::string iioName = readLine(path, &error);
+        if (error != 0) {
+            mNameless.push_back(name);
+            mFindings.note(path, std::string(std::strerror(error)) + ", " + modeOf(path),
+                           "the library cannot tell which sensor this is; " +
+                               remedyOf(error, "its driver has not made it", "read"));
+            continue;
+        }
         mIio.emplace(iioName, number);
         mFindings.ok(kIioDirectory + name, iioName);
     }
@@ -261,12 +308,9 @@ void Doctor::checkNode(const char* path, int flags, const char* lost, bool neede
     const File file(path, flags);
     if (file.error() == 0) return mFindings.ok(path, modeOf(path));
     const std::string what = std::string(std::strerror(file.error())) + ", " + modeOf(path);
-    std::string remedy = lost;
-    if (file.error() == ENOENT) {
-        remedy += "; the hub's driver makes it";
-    } else {
-        remedy += std::string("; the sensors service has to ") + accessName(flags) + " it";
-    }
+    const std::string remedy =
+        std::string(lost) + "; " +
+        remedyOf(file.error(), "the hub's driver makes it", accessName(flags));
     if (needed) {
         mFindings.fail(path, what, remedy);
     } else {
@@ -282,7 +326,9 @@ void Doctor::checkEither(const char* path, const char* other, const char* lost) 
     mFindings.fail(path,
                    std::string(std::strerror(first.error())) + ", " + modeOf(path) + ", and " +
                        other + ": " + std::strerror(second.error()) + ", " + modeOf(other),
-                   std::string(lost) + "; one of the two has to be there, to read and write");
+                   std::string(lost) + "; " +
+                       remedyOf(first.error() == ENOENT ? second.error() : first.error(),
+                                "the hub's driver makes one of the two", accessName(O_RDWR)));
 }
 
 void Doctor::checkNodes() {
@@ -360,7 +406,10 @@ void Doctor::checkFigures(const std::string& subject, const SpecRecord& record, 
 
 void Doctor::checkRecord(size_t number, const SpecRecord& record) {
     const std::string place = formatted("record %zu", number);
-    if (record.handle == 0) return mFindings.ok(place, "an empty slot");
+    if (record.handle == 0) {
+        ++mEmptySlots;
+        return mFindings.ok(place, "an empty slot");
+    }
     const std::string subject = formatted("record %zu, handle %" PRId32, number, record.handle);
     const KnownSensor* sensor = findKnownSensor(record.handle);
     if (sensor == nullptr) {
@@ -400,6 +449,7 @@ void Doctor::checkRecord(size_t number, const SpecRecord& record) {
 void Doctor::checkMissing(const std::string& subject, const KnownSensor& sensor, bool wakeUp) {
     const std::string wanted = iioNameOf(sensor, wakeUp);
     std::string remedy = "the hub's driver has not registered it, or under another name";
+    if (!mNameless.empty()) remedy = "it may be " + mNameless.front() + ", whose name is not known";
     if (mIio.count(iioNameOf(sensor, !wakeUp)) != 0) {
         remedy = "there is \"" + iioNameOf(sensor, !wakeUp) +
                  "\": the wake-up byte of the specification's record and the driver disagree";
@@ -420,6 +470,7 @@ void Doctor::checkDevice(const std::string& subject, const KnownSensor& sensor, 
         return mFindings.fail(subject, "the device name \"" + wanted + "\" is too long",
                               formatted("the library reads %zu characters", kLongestIioName));
     }
+    if (!mIioIsRead) return;
     const auto [first, last] = mIio.equal_range(wanted);
     if (first == last) return checkMissing(subject, sensor, wakeUp);
     if (std::next(first) != last) {
@@ -442,13 +493,14 @@ void Doctor::checkBuffer(const std::string& subject, int number, const KnownSens
         const std::string holders = holdersOf(node);
         mHeld[holders.empty() ? "a process that cannot be seen" : holders].push_back(subject);
     } else if (device.error() != 0) {
-        mFindings.fail(subject, node + ": " + std::strerror(device.error()) + ", " + modeOf(node),
-                       device.error() == ENOENT
-                           ? "ueventd or udev has not made the node"
-                           : "the sensor is left out; the sensors service has to read it");
+        mFindings.fail(
+            subject, node + ": " + std::strerror(device.error()) + ", " + modeOf(node),
+            "the sensor is left out; " +
+                remedyOf(device.error(), "ueventd or udev has not made the node", "read"));
     } else {
         mFindings.ok(subject, node + ", " + modeOf(node));
     }
+    bool writable = true;
     for (const char* attribute : {"length", "enable"}) {
         const std::string path = directory + attribute;
         const File file(path, O_WRONLY);
@@ -456,11 +508,15 @@ void Doctor::checkBuffer(const std::string& subject, int number, const KnownSens
             mFindings.ok(subject, path + ", " + modeOf(path) + ", " + readLine(path));
             continue;
         }
+        writable = false;
         mFindings.fail(subject, path + ": " + std::strerror(file.error()) + ", " + modeOf(path),
-                       "the library skips it without a word and gets no records; the sensors "
-                       "service has to write it");
+                       "the library skips it without a word and gets no records; " +
+                           remedyOf(file.error(),
+                                    "its driver has set up no buffer, or the kernel lacks "
+                                    "CONFIG_IIO_BUFFER",
+                                    "write"));
     }
-    if (device.error() != 0) return;
+    if (device.error() != 0 || !writable) return;
     if (readLine(directory + "enable") == "1") {
         mRunning.push_back(subject);
     } else {
@@ -473,9 +529,9 @@ void Doctor::tryBuffer(const std::string& subject, const std::string& directory,
                        const KnownSensor& sensor, int length) {
     const std::string before = readLine(directory + "length");
     if (const int error = writeText(directory + "length", std::to_string(length) + "\n")) {
-        mFindings.fail(subject,
-                       formatted("a buffer of %d records: %s", length, std::strerror(error)),
-                       "the driver refuses the length");
+        mFindings.fail(
+            subject, formatted("a buffer of %d records: %s", length, std::strerror(error)),
+            error == EINVAL ? "the driver refuses the length" : remedyOf(error, kGone, "write"));
     }
     const int error = writeText(directory + "enable", "1\n");
     if (error == ENOMEM) {
@@ -485,7 +541,7 @@ void Doctor::tryBuffer(const std::string& subject, const std::string& directory,
                        "lower the FIFO count in the specification's record");
     } else if (error != 0) {
         mFindings.fail(subject, formatted("the buffer does not start: %s", std::strerror(error)),
-                       "look at the driver's messages in the kernel log");
+                       remedyOf(error, kGone, "write"));
     } else {
         writeText(directory + "enable", "0\n");
         mFindings.ok(subject, formatted("a buffer of %d records starts", length));
@@ -499,11 +555,17 @@ void Doctor::checkLeftOver() {
         known.insert(iioNameOf(sensor, false));
         known.insert(iioNameOf(sensor, true));
     }
+    size_t unasked = 0;
     for (const auto& [name, number] : mIio) {
         if (known.count(name) == 0 || mWanted.count(name) != 0) continue;
+        ++unasked;
+        if (mHandles.empty()) continue;
         mFindings.note(formatted("%s%d", kIioPrefix, number),
                        "\"" + name + "\" is a sensor of the hub, but no record asks for it");
     }
+    if (!mHandles.empty() || unasked == 0) return;
+    mFindings.note(kIioDirectory, counted(unasked, "device") + " of the hub's sensors",
+                   "no record asks for them");
 }
 
 /** What is mostly so for all devices at once. */
@@ -527,6 +589,14 @@ ExitCode Doctor::run() {
     const size_t bytes = std::min(mSpec.size(), kSpecBytesRead);
     for (size_t i = 0; (i + 1) * SpecRecord::kSize <= bytes; ++i) {
         checkRecord(i + 1, SpecRecord(mSpec.data() + i * SpecRecord::kSize));
+    }
+    const size_t records = bytes / SpecRecord::kSize;
+    if (records > 0 && mEmptySlots == records) {
+        mFindings.fail(kSpecPath, counted(records, "record") + ", all of them empty slots",
+                       kSilentFirmware);
+    } else if (records > 0 && mHandles.empty()) {
+        mFindings.fail(kSpecPath, "no record is a sensor's of the library",
+                       "the driver and the library disagree about the record");
     }
     static constexpr KnownSensor kOwn[] = {
         {kContextHandle, "qcontext_iio", false, 72, "Qcontext", 65586, "", true, 6},
