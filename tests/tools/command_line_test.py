@@ -329,6 +329,15 @@ ROWS = {
               err="chip 2: %s is no (number|text|whole number from [0-9-]+ to %s)\n" % (key, most))
           for key, value, most in (("vendor", "Acme", 11), ("vendor", 12, 11), ("range", [], ""),
                                    ("chip", 3, ""), ("fifo_max", 1.5, 65535))],
+        *[Row("--fault %s list" % fault, 2, err="--fault .*: " + says) for fault, says in (
+            ("open:1:EFOO", "EFOO is no name of an error"), ("open:1x:EIO", "1x is no handle"),
+            ("open:1:EIO*1.5", "1.5 is no count"), ("poll:EIO@1e1", "1e1 is no time"),
+            ("foo:1", "foo is no fault; there are open:W"), ("cut:1:5x", "5x is no number of bytes"),
+            ("drop:3", "no sensor has the handle 3; there are 1 2 4 "), ("drop:1*2", "drop is no call"),
+            ("absent:/x", "/x is no file of the hub; it has\n  /dev/batch_io\n"),
+            ("push:1:00", "it needs a time"), ("write:/sys/class/sensors/hbx_sensor/sensor_spec:EIO",
+                                               ".*sensor_spec is only read"))],
+        Row("--fault drop:4 list", 2, err="--fault requires --sim", hub=""),
         Row("replay " + REAL_DEVICES, 2, err="--sim excludes replay"),
         Row("--library /no/such/library.so list", 3, err="/no/such/library.so", hub=""),
         Row("--library " + NOT_A_SUB_HAL + " list", 3, err="sensorsHalGetSubHal", hub=""),
@@ -369,8 +378,7 @@ ROWS = {
               ("open:/sys/bus/iio/devices/iio:device3/buffer/length:EACCES", 1,
                "FAIL .*handle 4: .*/length: Permission denied.*without a word"),
               ("absent:/sys/bus/iio/devices/iio:device3/name", 1,
-               'FAIL .*handle 4: no IIO device is called "gyro_sensor"'),
-              ("open:1:EFOO", 2, ""))],
+               'FAIL .*handle 4: no IIO device is called "gyro_sensor"'))],
         Row(["--chips", chips_file([{"handle": 0}]), "doctor"], 1, out="FAIL .*spec: 1 record, all of "
             "them empty slots; .*firmware(.|\n)*0 sensors, 1 failure"),
         Row(["--chips", chips_file([

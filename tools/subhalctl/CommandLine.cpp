@@ -102,10 +102,12 @@ void addGlobalOptions(CLI::App& app, GlobalOptions& options) {
     app.add_option("--chips", options.hub.chips,
                    "Another catalogue for the simulated hub: a device's sensor_spec, or JSON as in "
                    "the manual")
-        ->transform(path());
+        ->transform(path())
+        ->needs(sim);
     app.add_option("--fault", options.hub.faults,
                    "Let the simulated hub fail, as in read:1:EIO or drop:4@5s; see the manual")
-        ->allow_extra_args(false);
+        ->allow_extra_args(false)
+        ->needs(sim);
     app.add_option("--library", options.library,
                    "Path of the sub-HAL library (default: the build tree's, else the loader's)")
         ->transform(path(true));

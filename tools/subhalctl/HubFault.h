@@ -22,7 +22,7 @@ struct HubFault {
         kPush
     };
 
-    Kind kind;
+    Kind kind = Kind::kOpen;
     std::string path;  ///< empty when a handle names the device
     int handle = -1;   ///< -1 when a path names the node
     int error = 0;     ///< errno
@@ -32,7 +32,10 @@ struct HubFault {
     double afterSeconds = 0;
 };
 
-/** Nothing, and the reason in `*why`, when the text makes no sense. */
+/**
+ * Nothing, and the reason in `*why`, when the text makes no sense; whether the hub has the place is
+ * another question.
+ */
 std::optional<HubFault> parseFault(const std::string& text, std::string* why);
 
 }  // namespace subhalctl

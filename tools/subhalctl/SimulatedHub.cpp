@@ -7,11 +7,14 @@
 #include <condition_variable>
 #include <cstdint>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <limits>
 #include <mutex>
+#include <set>
 #include <thread>
 
+#include "tools/subhalctl/DevicePaths.h"
 #include "tools/subhalctl/HubFault.h"
 #include "tools/subhalctl/Json.h"
 #include "tools/subhalctl/Output.h"
@@ -19,6 +22,8 @@
 
 namespace subhalctl {
 namespace {
+
+namespace fs = std::filesystem;
 
 constexpr size_t kLargestChipsFile = size_t{1} << 20;
 constexpr int kLargestVendor = 11;
@@ -214,31 +219,103 @@ class FaultTimer {
 
 class SimulatedHub : public SimulatorHub {
   public:
-    SimulatedHub(const HubOptions& options, const Specs& specs, std::vector<HubFault> faults)
-        : SimulatorHub(simulatorOptions(options, specs)), mFaults(mHub, std::move(faults)) {}
+    SimulatedHub(const HubOptions& options, const Specs& specs)
+        : SimulatorHub(simulatorOptions(options, specs)) {}
+
+    /** Why the fault cannot happen here, empty when it can. Its path becomes the library's. */
+    std::string misplaced(HubFault* fault) const;
+    void letFail(std::vector<HubFault> faults) { mFaults.emplace(mHub, std::move(faults)); }
 
   private:
-    FaultTimer mFaults;
+    std::string misplacedHandle(const HubFault& fault) const;
+    /** All files, a line each. */
+    std::string files() const;
+
+    std::optional<FaultTimer> mFaults;
 };
+
+std::string SimulatedHub::misplaced(HubFault* fault) const {
+    if (fault->handle >= 0) return misplacedHandle(*fault);
+    if (fault->kind == HubFault::Kind::kPoll) return {};
+    const std::string given = fs::path(fault->path).lexically_normal();
+    std::string path = simulator::hubPath(given.c_str());
+    if (!path.empty() && path.back() == '/') path.pop_back();
+    const bool directory = fs::is_directory(mHub.root() + path);
+    const bool opened = path + '/' == kIioDirectory || path == kDataDirectory;
+    const bool may =
+        fault->kind == HubFault::Kind::kAbsent || (fault->kind == HubFault::Kind::kOpen && opened);
+    // Beside the kernel's nodes there are files that come and go, as dumps do.
+    const bool there = !path.empty() && (mHub.hasFile(path) || !simulator::isKernelNode(path));
+    if (!there)
+        return subhalctl::quoted(fault->path) + " is no file of the hub; it has\n" + files();
+    if (directory && !may)
+        return subhalctl::quoted(fault->path) + " is a directory; there are\n" + files();
+    const mode_t mode = simulator::isAttribute(path) ? simulator::attributeMode(path) : 0666;
+    if (fault->kind == HubFault::Kind::kRead && (mode & 0444) == 0)
+        return path + " is only written";
+    if (fault->kind == HubFault::Kind::kWrite && (mode & 0222) == 0) return path + " is only read";
+    if (fault->kind == HubFault::Kind::kIoctl && path.compare(0, 5, "/dev/") != 0) {
+        return path + " is no device, so it takes no ioctl";
+    }
+    fault->path = directory && fault->kind == HubFault::Kind::kOpen ? path + '/' : path;
+    return {};
+}
+
+std::string SimulatedHub::misplacedHandle(const HubFault& fault) const {
+    if (mHub.devicePath(fault.handle).empty()) {
+        std::string handles;
+        for (int handle = 0; handle <= UINT8_MAX; ++handle) {
+            if (!mHub.devicePath(handle).empty()) handles += ' ' + std::to_string(handle);
+        }
+        return formatted("no sensor has the handle %d; there are", fault.handle) + handles;
+    }
+    return fault.kind == HubFault::Kind::kWrite ? "a sensor's device is only read" : "";
+}
+
+std::string SimulatedHub::files() const {
+    std::set<std::string> paths;
+    size_t devices = 0;
+    for (const auto& entry : fs::recursive_directory_iterator(mHub.root())) {
+        if (entry.is_directory()) continue;
+        std::string path = entry.path().string().substr(mHub.root().size());
+        const size_t number = path.find(kIioPrefix);
+        if (number != std::string::npos) {
+            const size_t begin = number + std::strlen(kIioPrefix);
+            const size_t end = std::min(path.find('/', begin), path.size());
+            if (end == path.size()) ++devices;
+            path.replace(begin, end - begin, "N");
+        }
+        paths.insert(path);
+    }
+    std::string text;
+    for (const std::string& path : paths) {
+        text += "  " + path + '\n';
+    }
+    return text +
+           formatted("  and %s and what is in it, where N is 1 to %zu", kDataDirectory, devices);
+}
 
 }  // namespace
 
 ExitCode makeSimulatedHub(const HubOptions& options, std::unique_ptr<Hub>* hub) {
+    auto specs = std::optional<Specs>(simulator::standardCatalogue());
+    if (!options.chips.empty()) specs = readChips(options.chips);
+    if (!specs) return kUsage;
+    if (!haveRoom()) return kCannotLoad;
+    auto made = std::make_unique<SimulatedHub>(options, *specs);
     std::vector<HubFault> faults;
     for (const std::string& text : options.faults) {
         std::string why;
-        const auto fault = parseFault(text, &why);
-        if (!fault) {
+        auto fault = parseFault(text, &why);
+        if (fault) why = made->misplaced(&*fault);
+        if (!why.empty()) {
             complain("--fault %s: %s", quoted(text).c_str(), why.c_str());
             return kUsage;
         }
         faults.push_back(*fault);
     }
-    auto specs = std::optional<Specs>(simulator::standardCatalogue());
-    if (!options.chips.empty()) specs = readChips(options.chips);
-    if (!specs) return kUsage;
-    if (!haveRoom()) return kCannotLoad;
-    *hub = std::make_unique<SimulatedHub>(options, *specs, std::move(faults));
+    made->letFail(std::move(faults));
+    *hub = std::move(made);
     return kOk;
 }
 
