@@ -165,11 +165,28 @@ def run(*args, code=0, env=None):
     return done.stdout + done.stderr
 
 
+def what_was_recorded_stays():
+    """A recording that comes to nothing harms no earlier one, and leaves nothing behind."""
+    with tempfile.TemporaryDirectory() as directory:
+        path = os.path.join(directory, "run")
+        open(path, "w").write("earlier")
+        run("record", "-o", path, "1", code=7)
+        run("--sim", "record", "-o", path, "none", code=4)
+        with start([PROGRAM, "--sim", "--still", "record", "-o", path, "17",
+                    "--seconds", "9"]) as silent:
+            while silent.poll() is None and not os.path.exists(path + ".part"):
+                time.sleep(0.01)
+            silent.send_signal(signal.SIGINT)
+        left = os.listdir(directory), open(path).read(), silent.returncode
+        return [] if left == (["run"], "earlier", 6) else [str(left)]
+
+
 def recordings():
     """A recording plays as it came, also under another verb; a spoilt one says where."""
     faults = []
     with tempfile.TemporaryDirectory() as directory:
         path = os.path.join(directory, "run.jsonl")
+        open(path, "w").write("of an earlier one")
         run("--sim", "record", "-o", path, "1@100", "4@200", "5", "8", "17", "32", "38@100",
             "--seconds", "1.2")
         lines = open(path).read().splitlines(True)
@@ -416,6 +433,7 @@ ROWS = {
     ],
     "recordings": [
         recordings,
+        what_was_recorded_stays,
         # From IIO devices of a real kernel, records of an earlier run in its queues.
         Row(["replay", REAL_DEVICES, "--fast"], hub="",
             out="^84 events of 5 sensors came as they were recorded"),
@@ -431,7 +449,7 @@ ROWS = {
               ("38@100", "vdis_gyro:", "61 60 3.736 94.204 20.000 20.000 50"),
               ("5", "light:", "6 0 6.947 21.004 200.000 250.000"))],
         Row("record 1 --seconds 0.3 -o /dev/full", 8, err="/dev/full: No space left"),
-        Row("record 1 -o /nonexistent/run", 2, err="/nonexistent/run: No such file"),
+        Row("record 1 -o /nonexistent/run", 2, err="/nonexistent/run.part: No such file"),
         Row("--replay /nonexistent list", 2, err="/nonexistent: No such", hub=""),
         Row("replay /dev/zero", 2, err="line 1: ", hub=""),
         Row("replay /dev/null", 2, err="line 0: the file is empty", hub=""),

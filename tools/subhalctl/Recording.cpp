@@ -1,5 +1,7 @@
 #include "tools/subhalctl/Recording.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -8,6 +10,7 @@
 #include <cinttypes>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <set>
 
 #include "tools/subhalctl/DevicePaths.h"
@@ -55,17 +58,55 @@ std::map<std::string, int> handlesByName(const std::string& spec) {
 }  // namespace
 
 Recorder::~Recorder() {
-    if (mFile != nullptr) std::fclose(mFile);
+    discard();
 }
 
 bool Recorder::open(const std::string& path) {
     mPath = path;
-    mFile = std::fopen(path.c_str(), "we");
-    if (mFile == nullptr) {
-        complain("%s: %s", subhalctl::quoted(path).c_str(), std::strerror(errno));
+    if (!openFile()) return false;
+    write("start", bootTimeNs(), {{"recording", "subhalctl"}, {"version", kVersion}});
+    return true;
+}
+
+bool Recorder::openFile() {
+    struct stat there {};
+    struct stat output {};
+    const int fd = ::open(mPath.c_str(), O_WRONLY | O_CLOEXEC);
+    const bool found = fd >= 0 && fstat(fd, &there) == 0;
+    const bool isOutput = found && fstat(STDOUT_FILENO, &output) == 0 &&
+                          there.st_dev == output.st_dev && there.st_ino == output.st_ino;
+    if (found && (isOutput || !S_ISREG(there.st_mode))) {
+        // What else goes to standard output is to stand behind the recording, not over it.
+        if (isOutput) dup3(STDOUT_FILENO, fd, O_CLOEXEC);
+        mFile = fdopen(fd, "w");
+    } else if (found || errno == ENOENT) {
+        if (fd >= 0) ::close(fd);
+        return openPart(found ? &there : nullptr);
+    }
+    if (mFile != nullptr) return true;
+    complain("%s: %s", subhalctl::quoted(mPath).c_str(), std::strerror(errno));
+    return false;
+}
+
+bool Recorder::openPart(const struct stat* old) {
+    std::error_code error;
+    const std::string target = std::filesystem::canonical(mPath, error).string();
+    if (!error) mPath = target;
+    const std::string part = mPath + ".part";
+    const int fd = ::open(part.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0666);
+    if (fd >= 0 && flock(fd, LOCK_EX | LOCK_NB) != 0) {
+        complain("%s: another recording is writing it", subhalctl::quoted(part).c_str());
+        ::close(fd);
         return false;
     }
-    write("start", bootTimeNs(), {{"recording", "subhalctl"}, {"version", kVersion}});
+    if (fd >= 0 && ftruncate(fd, 0) == 0) mFile = fdopen(fd, "w");
+    if (mFile == nullptr) {
+        complain("%s: %s", subhalctl::quoted(part).c_str(), std::strerror(errno));
+        if (fd >= 0) ::close(fd);
+        return false;
+    }
+    if (old != nullptr) fchmod(fd, old->st_mode & 0777);
+    mPart = part;
     return true;
 }
 
@@ -83,6 +124,7 @@ void Recorder::readOfDevice(const FileCall& call) {
     const auto name = mNames.find(deviceNumber(call.path, kDevicePrefix));
     const auto handle = name != mNames.end() ? mHandles.find(name->second) : mHandles.end();
     if (handle == mHandles.end()) return;
+    mHasData = true;
     write("raw", bootTimeNs(), {{"handle", handle->second}, {"hex", hexOf(call.bytes)}});
 }
 
@@ -129,6 +171,7 @@ void Recorder::event(const ReceivedEvent& received) {
     const Payload payload = payloadOf(received.event);
     const std::string bytes(reinterpret_cast<const char*>(payload.data()), sizeof(payload));
     ++mEvents;
+    mHasData = true;
     write("event", received.receivedNs,
           {{"handle", received.event.sensorHandle},
            {"type", static_cast<int32_t>(received.event.sensorType)},
@@ -148,15 +191,39 @@ void Recorder::propertyWasRead(const std::string& name, const std::string& value
     write("property", bootTimeNs(), {{"name", name}, {"value", value}});
 }
 
-bool Recorder::finish() {
+bool Recorder::hasData() const {
     const std::lock_guard<std::mutex> lock(mLock);
-    if (mFile == nullptr) return true;
-    write("end", bootTimeNs(), {{"events", mEvents}});
-    if (std::fclose(mFile) != 0 && mError == 0) mError = errno;
-    mFile = nullptr;
+    return mHasData;
+}
+
+/** All of it is on the disk before the old file goes. */
+void Recorder::store() {
+    const bool stored = std::fflush(mFile) == 0 &&
+                        (mPart.empty() || (fsync(fileno(mFile)) == 0 &&
+                                           std::rename(mPart.c_str(), mPath.c_str()) == 0));
+    if (!stored && mError == 0) mError = errno;
+}
+
+bool Recorder::finish() {
+    {
+        const std::lock_guard<std::mutex> lock(mLock);
+        if (mFile == nullptr) return true;
+        write("end", bootTimeNs(), {{"events", mEvents}});
+        if (mError == 0) store();
+        if (mError == 0) mPart.clear();
+    }
+    discard();
     if (mError == 0) return true;
     complain("%s: %s", subhalctl::quoted(mPath).c_str(), std::strerror(mError));
     return false;
+}
+
+void Recorder::discard() {
+    const std::lock_guard<std::mutex> lock(mLock);
+    if (mFile == nullptr) return;
+    if (!mPart.empty()) unlink(mPart.c_str());
+    if (std::fclose(mFile) != 0 && mError == 0) mError = errno;
+    mFile = nullptr;
 }
 
 namespace {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <sys/stat.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -37,7 +39,10 @@ class Recorder : public PlatformHooks {
     Recorder(const Recorder&) = delete;
     Recorder& operator=(const Recorder&) = delete;
 
-    /** False, and told, when the file cannot be made. */
+    /**
+     * A regular file, and one that is not there yet, changes in finish() only; until then the lines
+     * go to PATH.part. False, and told, when that cannot be made.
+     */
     bool open(const std::string& path);
 
     void call(const FileCall& call);
@@ -46,17 +51,29 @@ class Recorder : public PlatformHooks {
     int64_t clock(int64_t now) override;
     void propertyWasRead(const std::string& name, const std::string& value) override;
 
-    /** Writes the last line. False, and told, when anything could not be written. */
+    /** Whether a sensor had its say. */
+    bool hasData() const;
+    /**
+     * Writes the last line, and puts the file in its place. False, and told, when anything could
+     * not be written.
+     */
     bool finish();
+    /** Leaves nothing behind, unless it is finished. */
+    void discard();
 
   private:
+    bool openFile();
+    bool openPart(const struct stat* old);
+    void store();
     void write(const char* kind, int64_t timeNs, const nlohmann::ordered_json& fields);
     void readOfDevice(const FileCall& call);
 
-    std::mutex mLock;
+    mutable std::mutex mLock;
     std::FILE* mFile = nullptr;
-    std::string mPath;
-    int mError = 0;  // errno of the first write that failed
+    std::string mPath;  // behind all links
+    std::string mPart;  // empty when the lines go to mPath
+    int mError = 0;     // errno of the first write that failed
+    bool mHasData = false;
     int64_t mEvents = 0;
     bool mHasSpec = false;
     std::map<std::string, int> mHandles;  // by IIO name, from the specification

@@ -45,6 +45,7 @@ class Watch {
     void showProgress();
     bool allSpent() const;
     EventQueue::End receive();
+    ExitCode keepRecording(EventQueue::End end);
     ExitCode judgeRecording() const;
     ExitCode judge(EventQueue::End end) const;
     ExitCode require() const;
@@ -209,6 +210,16 @@ EventQueue::End Watch::receive() {
     }
 }
 
+ExitCode Watch::keepRecording(EventQueue::End end) {
+    Recorder* recorder = mProxy.recorder();
+    if (recorder == nullptr) return kOk;
+    if (end == EventQueue::End::kInterrupted && !recorder->hasData()) {
+        complain("interrupted before a sensor reported: nothing is kept");
+        return kNoData;
+    }
+    return recorder->finish() ? kOk : kOutputLost;
+}
+
 ExitCode Watch::run() {
     const ExitCode selected = selectSensors();
     if (selected != kOk) return selected;
@@ -224,7 +235,8 @@ ExitCode Watch::run() {
     });
     mProgress.clear();
     if (!quiet) mWriter->summary(mWatched);
-    if (mProxy.recorder() != nullptr && !mProxy.recorder()->finish()) return kOutputLost;
+    const ExitCode kept = keepRecording(end);
+    if (kept != kOk) return kept;
     const ExitCode judged = judge(end);
     return judged == kOk ? require() : judged;
 }
@@ -239,7 +251,10 @@ ExitCode runWatch(Proxy& proxy, const WatchOptions& options) {
     }
     if (!options.recording.empty() && !proxy.recordTo(options.recording)) return kUsage;
     const ExitCode opened = proxy.open();
-    return opened != kOk ? opened : Watch(proxy, options).run();
+    const ExitCode ended = opened != kOk ? opened : Watch(proxy, options).run();
+    // Not left to destructors: the process may have to end without them.
+    if (proxy.recorder() != nullptr) proxy.recorder()->discard();
+    return ended;
 }
 
 }  // namespace subhalctl
