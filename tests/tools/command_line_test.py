@@ -205,6 +205,13 @@ def recordings():
 
         if not re.search(r"^[0-9]+ events of 7 sensors came as", run("replay", path, "--fast")):
             faults.append("not the same")
+        again = path + ".again"
+        run("--replay", path, "--fast", "record", "-o", again, "1", "5")
+        times = [json.loads(line)["t"] for line in open(again)]
+        ends = json.loads(lines[0])["t"], json.loads(lines[-1])["t"]
+        if min(times) < ends[0] or max(times) > ends[1]:
+            faults.append("played from %d to %d, but recorded at %s" % (*ends, times))
+        run("replay", again, "--fast")
         raw = kinds.index("raw", 200)
         event = kinds.index("event", 200)
         spoilt(event, 1, "the first is line %(line)d: .*, event [0-9]+: payload ",

@@ -47,7 +47,7 @@ class Proxy {
     /** Makes the hub that was asked for, if one was. Its threads run from now on. */
     ExitCode openHub();
 
-    /** Before open(): what crosses the borders is kept in this file. False, and told, if not. */
+    /** Before open(), behind openHub(): keeps what crosses the borders. False, and told, if not. */
     bool recordTo(const std::string& path);
     /** Null without a recording. */
     Recorder* recorder() { return mRecorder.get(); }

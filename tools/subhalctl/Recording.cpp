@@ -64,7 +64,7 @@ Recorder::~Recorder() {
 bool Recorder::open(const std::string& path) {
     mPath = path;
     if (!openFile()) return false;
-    write("start", bootTimeNs(), {{"recording", "subhalctl"}, {"version", kVersion}});
+    write("start", hubNowNs(), {{"recording", "subhalctl"}, {"version", kVersion}});
     return true;
 }
 
@@ -125,7 +125,7 @@ void Recorder::readOfDevice(const FileCall& call) {
     const auto handle = name != mNames.end() ? mHandles.find(name->second) : mHandles.end();
     if (handle == mHandles.end()) return;
     mHasData = true;
-    write("raw", bootTimeNs(), {{"handle", handle->second}, {"hex", hexOf(call.bytes)}});
+    write("raw", hubNowNs(), {{"handle", handle->second}, {"hex", hexOf(call.bytes)}});
 }
 
 void Recorder::call(const FileCall& call) {
@@ -134,7 +134,7 @@ void Recorder::call(const FileCall& call) {
     if (isRead && call.result > 0) {
         if (call.path == kSpecPath) {
             mHandles = handlesByName(call.bytes);
-            if (!mHasSpec) write("spec", bootTimeNs(), {{"hex", hexOf(call.bytes)}});
+            if (!mHasSpec) write("spec", hubNowNs(), {{"hex", hexOf(call.bytes)}});
             mHasSpec = true;
             return;
         }
@@ -146,7 +146,7 @@ void Recorder::call(const FileCall& call) {
     }
     if (call.kind == FileCall::Kind::kClose || startsWith(call.path, kIioDirectory)) return;
     if (call.kind == FileCall::Kind::kOpen && call.result >= 0) return;
-    write("call", bootTimeNs(),
+    write("call", hubNowNs(),
           {{"call", nameOf(call.kind)},
            {"path", call.path},
            {"hex", hexOf(call.bytes)},
@@ -188,7 +188,7 @@ int64_t Recorder::clock(int64_t now) {
 
 void Recorder::propertyWasRead(const std::string& name, const std::string& value) {
     const std::lock_guard<std::mutex> lock(mLock);
-    write("property", bootTimeNs(), {{"name", name}, {"value", value}});
+    write("property", hubNowNs(), {{"name", name}, {"value", value}});
 }
 
 bool Recorder::hasData() const {
@@ -208,7 +208,7 @@ bool Recorder::finish() {
     {
         const std::lock_guard<std::mutex> lock(mLock);
         if (mFile == nullptr) return true;
-        write("end", bootTimeNs(), {{"events", mEvents}});
+        write("end", hubNowNs(), {{"events", mEvents}});
         if (mError == 0) store();
         if (mError == 0) mPart.clear();
     }

@@ -105,7 +105,8 @@ class ReplayHub : public SimulatorHub {
           mPlatform(recording, options.live) {
         mHub.setRawSpec(recording.spec);
         layOutFiles();
-        setHubClock(recording.startNs, !options.fast);
+        // A live one runs from when a sensor is first switched on, and must not go back there.
+        setHubClock(recording.startNs, !options.fast && !options.live);
         if (!options.live) return;
         simulator::NodeHandler flushes;
         flushes.onWrite = [this](const std::string& bytes) {

@@ -249,6 +249,9 @@ ExitCode runWatch(Proxy& proxy, const WatchOptions& options) {
                  options.format.c_str());
         return kUsage;
     }
+    // The hub comes first, whose clock is on each line of a recording.
+    const ExitCode made = proxy.openHub();
+    if (made != kOk) return made;
     if (!options.recording.empty() && !proxy.recordTo(options.recording)) return kUsage;
     const ExitCode opened = proxy.open();
     const ExitCode ended = opened != kOk ? opened : Watch(proxy, options).run();
