@@ -84,6 +84,11 @@ bool EventQueue::ended() const {
     return mEnded;
 }
 
+bool EventQueue::full() const {
+    const std::lock_guard<std::mutex> lock(mLock);
+    return mEvents.size() >= kCapacity;
+}
+
 size_t EventQueue::overflowed() const {
     const std::lock_guard<std::mutex> lock(mLock);
     return mOverflowed;

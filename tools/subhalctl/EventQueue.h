@@ -49,6 +49,9 @@ class EventQueue {
     /** Nothing more will come: receive() ends with kEnded once it has handed over the rest. */
     void end();
 
+    /** No room is left. */
+    bool full() const;
+
     /** Hands over what is there. */
     void drain(const std::function<void(const ReceivedEvent&)>& handle);
 

@@ -69,7 +69,7 @@ class Hub {
 
     /** Records as one read gave them. False when the library does not take them. */
     virtual bool push(int32_t /*handle*/, const std::string& /*bytes*/) { return false; }
-    /** Until the library has dealt with all records. */
+    /** Until the library has dealt with all records. False when it does not, or is not to. */
     virtual bool waitIdle() { return false; }
     /** The next such call on the path fails. */
     virtual void failNext(const std::string& /*call*/, const std::string& /*path*/, int /*error*/) {
@@ -81,9 +81,10 @@ ExitCode makeSimulatedHub(const HubOptions& options, std::unique_ptr<Hub>* hub);
 
 struct Recording;
 struct ReplayOptions {
-    bool fast;                    ///< without waiting
-    bool live;                    ///< it plays by itself, and answers flushes; else push() does
-    std::function<void()> ended;  ///< when it has played itself to the end
+    bool fast;                      ///< without waiting
+    bool live;                      ///< it plays by itself, and answers flushes; else push() does
+    std::function<void()> ended;    ///< when it has played itself to the end
+    std::function<bool()> blocked;  ///< the library waits for the events' reader
 };
 /** The same for a hub that plays a recording, which outlives it. */
 ExitCode makeReplayHub(const Recording& recording, const ReplayOptions& options,

@@ -6,7 +6,8 @@
 
 namespace subhalctl {
 
-// Standard output and standard error of all verbs. Main thread only, but for printable().
+// Standard output and standard error of all verbs. Main thread only, but for complain() and
+// printable().
 
 /**
  * Opens something harmless for a closed standard descriptor, before the number can go to one of the

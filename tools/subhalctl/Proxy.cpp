@@ -55,7 +55,8 @@ ExitCode Proxy::openHub() {
     if (mHub != nullptr) return kOk;
     if (!mOptions.hub.recording.empty()) {
         return openReplay(mOptions.hub.recording,
-                          {mOptions.hub.fast, true, [this] { mEvents.end(); }});
+                          {mOptions.hub.fast, true, [this] { mEvents.end(); },
+                           [this] { return mEvents.full(); }});
     }
     return mOptions.hub.sim ? makeSimulatedHub(mOptions.hub, &mHub) : kOk;
 }

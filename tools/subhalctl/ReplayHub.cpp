@@ -1,6 +1,7 @@
 // A recording in the hub's place, on the simulator's devices.
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstdlib>
 #include <deque>
@@ -10,6 +11,7 @@
 
 #include "simulator/SimulatedHub.h"
 #include "tools/subhalctl/DevicePaths.h"
+#include "tools/subhalctl/Interrupt.h"
 #include "tools/subhalctl/Output.h"
 #include "tools/subhalctl/Recording.h"
 #include "tools/subhalctl/SimulatorHub.h"
@@ -20,6 +22,7 @@ namespace {
 using Entry = Recording::Entry;
 
 constexpr std::chrono::milliseconds kSlice{50};
+constexpr std::chrono::seconds kPatience{5};  // with a library that does not take a record
 
 Specs specsOf(const std::string& spec) {
     Specs specs;
@@ -131,13 +134,23 @@ class ReplayHub : public SimulatorHub {
         for (size_t at = 0; at < bytes.size(); at += size) {
             const std::string record = bytes.substr(at, size);
             if (mHub.push(handle, record)) continue;
-            mHub.waitIdle();  // the buffer may have been full
+            waitIdle();  // the buffer may have been full
             if (!mHub.push(handle, record)) return false;
         }
         return true;
     }
 
-    bool waitIdle() override { return mHub.waitIdle(); }
+    /** Once the library has left a record where it is, it is not waited for again until it goes. */
+    bool waitIdle() override {
+        const auto deadline = std::chrono::steady_clock::now() + kPatience;
+        while (!mHub.waitIdle(mStuck ? std::chrono::milliseconds(0) : kSlice)) {
+            const bool late = std::chrono::steady_clock::now() >= deadline;
+            mStuck = mStuck || (late && !(mOptions.blocked && mOptions.blocked()));
+            if (mStuck || mStop || interrupted()) return false;
+        }
+        mStuck = false;
+        return true;
+    }
 
     void failNext(const std::string& call, const std::string& path, int error) override {
         if (call == "write") mHub.failWrite(path, error);
@@ -203,9 +216,10 @@ class ReplayHub : public SimulatorHub {
             if (mStop) return;
             if (mOptions.fast) setHubClock(entry.timeNs, false);
             push(entry.handle, entry.bytes);
-            if (mOptions.fast) mHub.waitIdle();  // so that it arrives at its time
+            if (mOptions.fast) waitIdle();  // so that it arrives at its time
         }
-        mHub.waitIdle();
+        waitIdle();
+        if (mStuck) complain("the library did not take all records of the recording");
         mOptions.ended();
     }
 
@@ -213,6 +227,7 @@ class ReplayHub : public SimulatorHub {
     const ReplayOptions mOptions;
     RecordedPlatform mPlatform;
     std::atomic<bool> mStop{false};
+    std::atomic<bool> mStuck{false};
     std::thread mThread;
 };
 

@@ -33,6 +33,7 @@ class Replay {
   private:
     void waitUntil(int64_t timeNs);
     void play(const Entry& entry);
+    void playRecord(const Entry& entry);
     void playRequest(const Entry& entry);
     void collect();
     void compare(int32_t handle);
@@ -44,6 +45,8 @@ class Replay {
     std::vector<const Entry*> mFailures;  // calls that failed, of the next request
     std::map<int32_t, std::vector<const Entry*>> mExpected;
     std::map<int32_t, std::vector<ReceivedEvent>> mReceived;
+    std::set<int32_t> mActivated;
+    const Entry* mJam = nullptr;   // record that stays in its device, in the way of all others
     size_t mFirstLine = SIZE_MAX;  // of the first difference, and what it is
     std::string mFirst;
     size_t mDifferences = 0;
@@ -89,6 +92,8 @@ void Replay::playRequest(const Entry& entry) {
         result = mProxy.batch(request.handle, request.periodNs, request.latencyNs);
     } else if (request.what == "activate") {
         result = mProxy.activate(request.handle, request.enable);
+        if (request.enable) mActivated.insert(request.handle);
+        if (!request.enable) mActivated.erase(request.handle);
     } else {
         result = mProxy.flush(request.handle);
     }
@@ -97,15 +102,21 @@ void Replay::playRequest(const Entry& entry) {
                            resultName(result) + " instead of " + request.result);
 }
 
+void Replay::playRecord(const Entry& entry) {
+    const bool pushed = mProxy.hub()->push(entry.handle, entry.bytes);
+    const bool idle = mProxy.hub()->waitIdle();
+    if ((pushed && idle) || interrupted()) return;
+    differ(entry.line, "the library did not take a record of " + nameOf(entry.handle));
+    if (!idle) mJam = &entry;
+}
+
 void Replay::play(const Entry& entry) {
     switch (entry.kind) {
         case Entry::Kind::kRaw:
             waitUntil(entry.timeNs);
             if (mFast) setHubClock(entry.timeNs, false);
             // One at a time, or the library might read several sensors in another order.
-            if (!mProxy.hub()->push(entry.handle, entry.bytes) || !mProxy.hub()->waitIdle()) {
-                differ(entry.line, "the library did not take a record of " + nameOf(entry.handle));
-            }
+            playRecord(entry);
             break;
         case Entry::Kind::kRequest:
             waitUntil(entry.timeNs);
@@ -163,15 +174,23 @@ ExitCode Replay::run() {
     Progress progress(!mProxy.options().quiet);
     size_t done = 0;
     for (const Entry& entry : entries) {
-        if (interrupted()) return kNoData;
         play(entry);
+        if (interrupted() || mJam != nullptr) break;
         if (++done % 256 != 0) continue;
         collect();
         progress.show(formatted("%zu of %zu lines", done, entries.size()));
     }
     progress.clear();
+    if (mJam != nullptr) {
+        complain("line %zu: the library leaves this record of %s unread; the replay ends here",
+                 mJam->line, nameOf(mJam->handle).c_str());
+    }
     mProxy.hub()->waitIdle();
     collect();
+    for (const int32_t handle : mActivated) {
+        mProxy.activate(handle, false);
+    }
+    if (interrupted()) return kNoData;
     std::set<int32_t> handles;
     size_t events = 0;
     for (const auto& [handle, expected] : mExpected) {
@@ -202,7 +221,7 @@ ExitCode runReplay(Proxy& proxy) {
         complain("--sim excludes replay: a recording is a hub of its own");
         return kUsage;
     }
-    const ExitCode made = proxy.openReplay(hub.recording, {hub.fast, false, {}});
+    const ExitCode made = proxy.openReplay(hub.recording, {hub.fast, false, {}, {}});
     if (made != kOk) return made;
     const ExitCode opened = proxy.open();
     return opened != kOk ? opened : Replay(proxy, hub.fast).run();
