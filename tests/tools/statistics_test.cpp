@@ -41,6 +41,7 @@ TEST(DurationStatistics, TakeAnyDuration) {
     EXPECT_EQ(durations.quantileNs(0.5), 0) << "before its time is no time";
     EXPECT_EQ(durations.longestNs(), INT64_MAX);
     EXPECT_GT(durations.quantileNs(1), INT64_MAX / 100 * 97);
+    EXPECT_EQ(elapsedNs(INT64_MAX, INT64_MIN), INT64_MIN);
 }
 
 TEST(SensorValues, NameWhatThePayloadHolds) {

@@ -263,7 +263,7 @@ void Watched::add(const ReceivedEvent& received) {
         ++events;
         if (kind != EventKind::kData) return;
         intervals.add(received.event.timestamp);
-        latency.add(received.receivedNs - received.event.timestamp);
+        latency.add(elapsedNs(received.event.timestamp, received.receivedNs));
     }
 }
 

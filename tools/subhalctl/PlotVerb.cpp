@@ -38,7 +38,11 @@ struct Curve {
 };
 
 double secondsSince(int64_t startNs, int64_t timeNs) {
-    return static_cast<double>(timeNs - startNs) / 1e9;
+    return static_cast<double>(elapsedNs(startNs, timeNs)) / 1e9;
+}
+
+double millisecondsFrom(int64_t earlier, int64_t later) {
+    return static_cast<double>(elapsedNs(earlier, later)) / 1e6;
 }
 
 /** The period that was asked for last, 0 when none was. */
@@ -195,12 +199,10 @@ class Script {
         std::vector<double> latencies;
         for (size_t i = 0; i < curve.events.size(); ++i) {
             const ReceivedEvent& received = curve.events[i];
-            latencies.push_back(
-                static_cast<double>(received.receivedNs - received.event.timestamp) / 1e6);
+            latencies.push_back(millisecondsFrom(received.event.timestamp, received.receivedNs));
             if (i == 0) continue;
-            intervals.push_back(static_cast<double>(received.event.timestamp -
-                                                    curve.events[i - 1].event.timestamp) /
-                                1e6);
+            intervals.push_back(
+                millisecondsFrom(curve.events[i - 1].event.timestamp, received.event.timestamp));
         }
         for (const auto& [name, durations] :
              {std::pair("interval", &intervals), std::pair("latency", &latencies)}) {

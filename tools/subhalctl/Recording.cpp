@@ -27,6 +27,7 @@ constexpr int kVersion = 1;
 constexpr size_t kLongestLine = size_t{1} << 18;
 constexpr size_t kLargestRecord = 4096;
 constexpr int64_t kLargestHandle = 255;
+constexpr int64_t kLatestNs = INT64_MAX / 2;  // 146 years; a clock can run on from there
 constexpr char kDevicePrefix[] = "/dev/iio:device";
 
 bool onMainThread() {
@@ -308,7 +309,7 @@ class Loader {
         if (!line.is_object()) return "this is no JSON object";
         Members members(line);
         const std::string kind = members.text("kind");
-        const int64_t timeNs = members.number("t", 0, INT64_MAX);
+        const int64_t timeNs = members.number("t", 0, kLatestNs);
         take(kind, timeNs, members);
         return members.fault();
     }

@@ -5,9 +5,15 @@
 
 namespace subhalctl {
 
+int64_t elapsedNs(int64_t earlier, int64_t later) {
+    int64_t elapsed = 0;
+    if (!__builtin_sub_overflow(later, earlier, &elapsed)) return elapsed;
+    return later < earlier ? INT64_MIN : INT64_MAX;
+}
+
 void IntervalStatistics::add(int64_t timestampNs) {
     const bool first = mEvents++ == 0;
-    const int64_t intervalNs = timestampNs - mLastNs;
+    const int64_t intervalNs = elapsedNs(mLastNs, timestampNs);
     mLastNs = timestampNs;
     if (first) return;
     if (intervalNs > 0) {
@@ -25,7 +31,10 @@ void IntervalStatistics::addInterval(int64_t intervalNs) {
     mMeanNs += deviation / static_cast<double>(mIntervals);
     mSquares += deviation * (static_cast<double>(intervalNs) - mMeanNs);
     if (mExpectedNs > 0 && intervalNs > mExpectedNs + mExpectedNs / 2) {
-        mLost += (intervalNs + mExpectedNs / 2) / mExpectedNs - 1;
+        const int64_t beyond = intervalNs % mExpectedNs;
+        const int64_t lost =
+            intervalNs / mExpectedNs + (beyond + mExpectedNs / 2) / mExpectedNs - 1;
+        if (__builtin_add_overflow(mLost, lost, &mLost)) mLost = INT64_MAX;
     }
 }
 

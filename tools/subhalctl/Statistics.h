@@ -6,6 +6,9 @@
 
 namespace subhalctl {
 
+/** `later` less `earlier`; what no number can hold is the nearest that one can. */
+int64_t elapsedNs(int64_t earlier, int64_t later);
+
 /** What the timestamps of one sensor's events tell about its rate. */
 class IntervalStatistics {
   public:
