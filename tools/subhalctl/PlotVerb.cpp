@@ -26,7 +26,8 @@ namespace {
 
 constexpr size_t kMostPoints = 4000;  // of one curve; more than a picture has columns
 constexpr int kWidth = 1400;
-constexpr int kRowHeight = 260;
+constexpr size_t kRowHeight = 260;
+constexpr size_t kMostHeight = 32000;  // pictures of points end at 32767
 constexpr int kTextRows = 16;
 constexpr int kHistogramSteps = 60;
 
@@ -139,47 +140,62 @@ class Script {
         : mStartNs(recording.startNs),
           mSeconds(secondsSince(recording.startNs, recording.entries.back().timeNs)),
           mWide(wide) {
-        if (wide) {
-            mText += formatted("set multiplot layout %zu,3\n", curves.size());
-            mText += "set tmargin 2\nset key left top\n";
-        }
-        mText += "set grid\n";
         for (const Curve& curve : curves) {
-            values(curve);
-            durations(curve);
+            if (values(curve)) {
+                durations(curve);
+                ++mDrawn;
+            } else {
+                complain("%s (%" PRId32
+                         ") is left out: no finite value in the time of the recording",
+                         typeName(curve.sensor).c_str(), curve.sensor.sensorHandle);
+            }
         }
-        if (wide) mText += "unset multiplot\n";
     }
 
-    const std::string& text() const { return mText; }
+    /** Sensors in it. */
+    size_t drawn() const { return mDrawn; }
+    std::string text() const {
+        const std::string before = "set grid\n";
+        if (!mWide) return before + mText;
+        return before + formatted("set multiplot layout %zu,3\n", mDrawn) +
+               "set tmargin 2\nset key left top\n" + mText + "unset multiplot\n";
+    }
 
   private:
-    void values(const Curve& curve) {
+    /** False when there is nothing to be seen of it, over which gnuplot would give up. */
+    bool values(const Curve& curve) {
         const auto type = static_cast<int32_t>(curve.sensor.type);
         const auto names = decode(type, Payload{}).values;
+        const size_t most = std::min<size_t>(names.size(), 6);
         const size_t stride = curve.events.size() / kMostPoints + 1;
         std::string data;
+        bool visible = false;
         bool anyWakelock = false;
         for (size_t i = 0; i < curve.events.size(); i += stride) {
             const ReceivedEvent& received = curve.events[i];
-            std::string line = formatted("%.6f", secondsSince(mStartNs, received.event.timestamp));
-            for (const Value& value : decode(type, payloadOf(received.event)).values) {
+            const double seconds = secondsSince(mStartNs, received.event.timestamp);
+            const bool inside = seconds >= 0 && seconds <= mSeconds;
+            std::string line = formatted("%.6f", seconds);
+            const auto row = decode(type, payloadOf(received.event)).values;
+            for (size_t column = 0; column < row.size(); ++column) {
+                const Value& value = row[column];
                 const bool counts = value.form != Value::Form::kNumber;
                 const double number =
                     counts ? static_cast<double>(value.count) : static_cast<double>(value.number);
                 line += std::isfinite(number) ? formatted(" %.9g", number) : " NaN";
+                visible = visible || (inside && column < most && std::isfinite(number));
             }
             anyWakelock = anyWakelock || received.wakelock;
             data += line + (received.wakelock ? " 1\n" : " NaN\n");
         }
+        if (!visible) return false;
         const std::string unit = names.empty() ? "" : names.front().unit;
         mText += "$data << END\n" + data + "END\n";
         mText += "set title \"" + typeName(curve.sensor) +
                  "\" noenhanced\nset xlabel \"s\"\nset yrange [*:*]\n" +
-                 formatted("set xrange [0:%.3f]\n", std::max(mSeconds, 0.001)) + "set ylabel \"" +
+                 formatted("set xrange [0:%.6f]\n", std::max(mSeconds, 0.001)) + "set ylabel \"" +
                  unit + "\"\nplot ";
         const bool steps = reportingMode(curve.sensor) != SensorFlagBits::CONTINUOUS_MODE;
-        const size_t most = std::min<size_t>(names.size(), 6);
         for (size_t i = 0; i < most; ++i) {
             mText += formatted("%s$data using 1:%zu with %s title \"%s\" noenhanced",
                                i == 0 ? "" : ", ", i + 2, steps ? "steps" : "lines", names[i].name);
@@ -191,6 +207,7 @@ class Script {
                 names.size() + 2);
         }
         mText += "\n";
+        return true;
     }
 
     void durations(const Curve& curve) {
@@ -206,18 +223,21 @@ class Script {
         }
         for (const auto& [name, durations] :
              {std::pair("interval", &intervals), std::pair("latency", &latencies)}) {
+            const bool below =
+                std::any_of(durations->begin(), durations->end(), [](double ms) { return ms < 0; });
             mText += "$data << END\n" + histogram(*durations) + "END\n";
             mText += formatted(
                 "set title \"%s: %s\" noenhanced\nset xlabel \"ms\"\nset ylabel \"events\"\n"
-                "set yrange [0:*]\nset xrange [0:*]\n"
+                "set yrange [0:*]\nset xrange [%s:*]\n"
                 "plot $data with impulses linewidth 3 notitle\n",
-                typeName(curve.sensor).c_str(), name);
+                typeName(curve.sensor).c_str(), name, below ? "*" : "0");
         }
     }
 
     int64_t mStartNs;
     double mSeconds;  // the recording's length
     bool mWide;
+    size_t mDrawn = 0;
     std::string mText;
 };
 
@@ -342,12 +362,12 @@ ExitCode writeFile(const std::string& path, const std::string& bytes) {
     return kOutputLost;
 }
 
-ExitCode plotAsText(const Recording& recording, const std::vector<Curve>& curves) {
+ExitCode plotAsText(const Script& script) {
     winsize size{};
     const bool known = ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col >= 40;
     const auto picture =
         draw(formatted("set terminal dumb size %d,%d\n", known ? size.ws_col : 100, kTextRows) +
-             Script(recording, curves, false).text());
+             script.text());
     if (!picture) return kCannotLoad;
     printText(*picture);
     return kOk;
@@ -363,17 +383,20 @@ ExitCode runPlot(Proxy&, const PlotOptions& options) {
         complain("%s: no data events in it", quoted(options.recording).c_str());
         return kNoData;
     }
-    if (options.output.empty()) return plotAsText(recording, curves);
+    const bool text = options.output.empty();
     const bool png = endsWith(options.output, ".png");
     const bool html = endsWith(options.output, ".html");
-    if (!png && !html && !endsWith(options.output, ".svg")) {
+    if (!text && !png && !html && !endsWith(options.output, ".svg")) {
         complain("%s: a picture is .svg, .png or .html", quoted(options.output).c_str());
         return kUsage;
     }
+    const Script script(recording, curves, !text);
+    if (script.drawn() == 0) return kNoData;
+    if (text) return plotAsText(script);
     const std::string terminal =
         formatted("set terminal %s size %d,%zu\n", png ? "pngcairo" : "svg", kWidth,
-                  kRowHeight * curves.size());
-    const auto picture = draw(terminal + Script(recording, curves, true).text());
+                  std::min(kRowHeight * script.drawn(), kMostHeight));
+    const auto picture = draw(terminal + script.text());
     if (!picture) return kCannotLoad;
     const std::string name = options.recording.substr(options.recording.rfind('/') + 1);
     return writeFile(options.output, html ? page(name, curves, *picture) : *picture);
