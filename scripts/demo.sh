@@ -2,6 +2,7 @@
 # Builds the library and shows it at work on the simulated hub, as the proxy would use it.
 set -eu
 root=$(cd "$(dirname "$0")/.." && pwd)
+. "$root/scripts/tell.sh"
 build=$root/build
 "$root/scripts/install-packages.sh" g++ cmake ninja-build libcli11-dev nlohmann-json3-dev
 [ -f "$build/CMakeCache.txt" ] || cmake -S "$root" -B "$build" -G Ninja >/dev/null
@@ -15,16 +16,8 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cd "$work"
 
-# Shows a command as it can be typed, and runs it.
 show() {
-    printf '\n$ subhalctl'
-    for word in "$@"; do
-        case $word in
-            *[!a-zA-Z0-9_./:@=-]*) printf " '%s'" "$word" ;;
-            *) printf ' %s' "$word" ;;
-        esac
-    done
-    printf '\n'
+    tell "$@"
     "$build/tools/subhalctl/subhalctl" "$@"
 }
 

@@ -11,21 +11,14 @@ cmake --build "$build" --parallel "$(nproc)" --target hubplay subhalctl -- --qui
 
 work=$build/kernel-demo
 mkdir -p "$work"
-cat >"$work/script" <<'END'
+cat "$root/scripts/tell.sh" - >"$work/script" <<'END'
 hubplay &
 until [ -e /sys/class/sensors/als_rear ]; do sleep 0.1; done
 sleep 0.2
 status=0
 show() {
     set -- --log silent "$@"
-    printf '\n$ subhalctl'
-    for word in "$@"; do
-        case $word in
-            *[!a-zA-Z0-9_./:@=-]*) printf " '%s'" "$word" ;;
-            *) printf ' %s' "$word" ;;
-        esac
-    done
-    printf '\n'
+    tell "$@"
     subhalctl "$@" || status=1
 }
 printf '\n$ uname -sr; ls /dev/iio:device* | wc -l\n%s\n%s\n' "$(uname -sr)" \
