@@ -172,6 +172,8 @@ TEST_F(DirectChannels, RandomRequestsAgainstAModel) {
                 break;
             case 5: {
                 EXPECT_EQ(hal().unregisterDirectChannel(channel), Result::OK);
+                EXPECT_TRUE(
+                    LogCapture::contains("I removeDirectChannel: " + std::to_string(channel)));
                 const std::string stopped = model.stopAll(channel, &expected);
                 model.channels.erase(channel);
                 const std::string line = "W Removing channel " + std::to_string(channel) +

@@ -285,6 +285,7 @@ TEST_F(SensorHubDataWriterTest, RetriesInterruptedWritesAndReportsOthers) {
                "D QContext Data Injection return -1");
     EXPECT_EQ(SensorHubDataWriter::inject_qcontext_data(bytes, 2), 2);
     EXPECT_EQ(SensorHubDataWriter::inject_qcontext_data(bytes, -1), -EINVAL);
+    EXPECT_TRUE(logged("E inject_qcontext_data: error(-22) Invalid argument"));
     EXPECT_EQ(messages(), (Messages{counted(10), "\1\2"}));
 }
 
@@ -300,6 +301,8 @@ TEST_F(SensorHubDataWriterTest, TakesTheFirstDeviceThatOpens) {
     };
     mHub.setHandler("/dev/shub_sensorhub", handler);
     open();
+    EXPECT_TRUE(logged("I SensorHubDataWriter::SensorHubDataWriter()") &&
+                logged("I SensorHubDataWriter::~SensorHubDataWriter()"));
     EXPECT_TRUE(logged(opened + "failed(-1) Permission denied"));
     EXPECT_TRUE(logged(opened + "success(" + std::to_string(hbx_data_injection_fd) + ")"));
     give("s2=-1");
