@@ -4,8 +4,7 @@
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
-/** Acceleration in m/s² before bias correction, with the bias. The second display's twin brings its
- * own names. */
+/** Acceleration in m/s² with its bias, uncorrected. The second display's twin brings its names. */
 class UncalAccSensor : public ScaledSensor<UncalibratedRecord<int16_t>> {
   public:
     UncalAccSensor(const SensorInfo& info, ISensorsEventCallback* callback,

@@ -4,8 +4,7 @@
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
-/** Rate of rotation in rad/s before drift correction, with the drift. The second display's twin
- * brings its own names. */
+/** Rotation in rad/s with its drift, uncorrected. The second display's twin brings its names. */
 class UncalGyroSensor : public ScaledSensor<UncalibratedRecord<int16_t>> {
   public:
     UncalGyroSensor(const SensorInfo& info, ISensorsEventCallback* callback,
