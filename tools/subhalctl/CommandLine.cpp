@@ -22,11 +22,11 @@ constexpr char kFooter[] =
     "Exit codes:\n"
     "  0  fine\n"
     "  1  a check failed\n"
-    "  2  usage\n"
-    "  3  the library cannot be loaded, or the simulated hub not made\n"
+    "  2  usage, or a file named there cannot be used\n"
+    "  3  the library cannot be loaded, or no simulated hub or picture made\n"
     "  4  no such sensor, or the name is ambiguous\n"
     "  5  refused by the library\n"
-    "  6  no data in time, or fewer than asked for\n"
+    "  6  no data in time, fewer than asked for, or interrupted early\n"
     "  7  no sensor hub here\n"
     "  8  output was lost";
 
