@@ -26,7 +26,7 @@ MISTAKES = (
     ("a source of the unit test left out", SOURCES, r'        "tests/support/FakeGralloc\.cpp",\n', "",
      "undefined reference to `testing_support::FakeGralloc"),
     ("a source of the unit test too many", SOURCES, r"    exclude_srcs: .*coverage_test.*\n", "", "DRIVERS_DIR"),
-    ("the simulator in the device's tool", SOURCES, r'"tools/subhalctl/\*\.cpp",', r'"simulator/*.cpp",\n        \g<0>',
+    ("the simulator in the device's tool", SOURCES, r'"tools/subhalctl/\*\*/\*\.cpp",', r'"simulator/*.cpp",\n        \g<0>',
      "World.cpp is not a source of subhalctl"),
     ("no version script", BP, r"    version_script: .*\n", "", "version script"),
     ("the wakelock library left out", BP, r'        "android.hardware.sensors@2.0-ScopedWakelock",\n', "",

@@ -12,7 +12,7 @@
 #include "tests/drivers/Golden.h"
 #include "tests/support/RecordingCallback.h"
 #include "tools/subhalctl/KnownSensors.h"
-#include "tools/subhalctl/SensorValues.h"
+#include "tools/subhalctl/showing/SensorValues.h"
 
 namespace {
 
@@ -69,7 +69,7 @@ TEST(Coverage, EveryStepOfAddingADriver) {
                                          [](const auto& e) { return e.posted && !e.posted->meta; });
         const auto values = subhalctl::decode(row.type, {}).values;
         EXPECT_EQ(hasData, !values.empty() && values[0].form != subhalctl::Value::Form::kWord)
-            << "no values of type " << row.type << " in tools/subhalctl/SensorValues.cpp";
+            << "no values of type " << row.type << " in tools/subhalctl/showing/SensorValues.cpp";
         EXPECT_NE(subhalctl::findKnownSensor(row.handle), nullptr)
             << "no row in tools/subhalctl/KnownSensors.cpp";
     }

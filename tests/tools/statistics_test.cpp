@@ -1,4 +1,4 @@
-#include "tools/subhalctl/Statistics.h"
+#include "tools/subhalctl/judging/Statistics.h"
 
 #include <cutils/ashmem.h>
 #include <gtest/gtest.h>
@@ -7,8 +7,8 @@
 #include <array>
 #include <vector>
 
-#include "tools/subhalctl/RingReader.h"
-#include "tools/subhalctl/SensorValues.h"
+#include "tools/subhalctl/proxy/RingReader.h"
+#include "tools/subhalctl/showing/SensorValues.h"
 
 namespace subhalctl {
 namespace {

@@ -7,10 +7,10 @@
 #include <memory>
 #include <sstream>
 
-#include "tools/subhalctl/Output.h"
-#include "tools/subhalctl/Requirement.h"
-#include "tools/subhalctl/SensorLookup.h"
-#include "tools/subhalctl/Verbs.h"
+#include "tools/subhalctl/judging/Requirement.h"
+#include "tools/subhalctl/proxy/SensorLookup.h"
+#include "tools/subhalctl/showing/Output.h"
+#include "tools/subhalctl/verbs/Verbs.h"
 
 namespace subhalctl {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <functional>
 
-#include "tools/subhalctl/Proxy.h"
+#include "tools/subhalctl/proxy/Proxy.h"
 
 namespace subhalctl {
 

@@ -13,7 +13,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "tools/subhalctl/Output.h"
+#include "tools/subhalctl/showing/Output.h"
 
 namespace subhalctl {
 namespace {

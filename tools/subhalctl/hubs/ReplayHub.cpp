@@ -1,0 +1,243 @@
+// A recording in the hub's place, on the simulator's devices.
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <cstdlib>
+#include <deque>
+#include <iterator>
+#include <set>
+#include <thread>
+
+#include "simulator/SimulatedHub.h"
+#include "tools/subhalctl/Interrupt.h"
+#include "tools/subhalctl/hubs/DevicePaths.h"
+#include "tools/subhalctl/hubs/SimulatorHub.h"
+#include "tools/subhalctl/recording/Recording.h"
+#include "tools/subhalctl/showing/Output.h"
+
+namespace subhalctl {
+namespace {
+
+using Entry = Recording::Entry;
+
+constexpr std::chrono::milliseconds kSlice{50};
+constexpr std::chrono::seconds kPatience{5};  // with a library that does not take a record
+
+Specs specsOf(const std::string& spec) {
+    Specs specs;
+    for (size_t at = 0; at + SpecRecord::kSize <= spec.size(); at += SpecRecord::kSize) {
+        specs.push_back(specOf(SpecRecord(spec.data() + at)));
+    }
+    return specs;
+}
+
+simulator::SimulatedHub::Options replayOptions(const Recording& recording) {
+    simulator::SimulatedHub::Options options;
+    options.sensors = specsOf(recording.spec);
+    return options;
+}
+
+// What the library only looks at. By the others a recording could have files of the host written
+// or removed: a device renamed to the file manager's, and a request for it.
+constexpr const char* kReplayedFiles[] = {kContextListPath, kNfcCoverPath, kRearDataPath,
+                                          kDumpPath};
+
+bool isReplayed(const std::string& path) {
+    return std::find(std::begin(kReplayedFiles), std::end(kReplayedFiles), path) !=
+           std::end(kReplayedFiles);
+}
+
+/** Answers each read of a file with what was read when it was recorded, the last one again. */
+class RecordedReads {
+  public:
+    void add(const std::string& bytes) { mReads.push_back(bytes); }
+
+    ssize_t next(void* buffer, size_t size) {
+        const std::lock_guard<std::mutex> lock(mLock);
+        const std::string bytes = mReads.front().substr(0, size);
+        if (mReads.size() > 1) mReads.pop_front();
+        std::copy(bytes.begin(), bytes.end(), static_cast<char*>(buffer));
+        return static_cast<ssize_t>(bytes.size());
+    }
+
+  private:
+    std::mutex mLock;
+    std::deque<std::string> mReads;
+};
+
+/** Properties and the clock as they were. */
+class RecordedPlatform : public PlatformHooks {
+  public:
+    RecordedPlatform(const Recording& recording, bool live) : mLive(live) {
+        for (const Entry& entry : recording.entries) {
+            if (entry.kind == Entry::Kind::kProperty) mProperties[entry.name] = entry.text;
+            if (entry.kind == Entry::Kind::kClock) mClocks[entry.flag].push_back(entry.timeNs);
+        }
+        setPlatformHooks(this);
+    }
+    ~RecordedPlatform() override { setPlatformHooks(nullptr); }
+
+    int64_t clock(int64_t) override {
+        const std::lock_guard<std::mutex> lock(mLock);
+        std::deque<int64_t>& clocks = mClocks[mMain == std::this_thread::get_id()];
+        if (mLive || clocks.empty()) return hubNowNs();
+        const int64_t now = clocks.front();
+        clocks.pop_front();
+        return now;
+    }
+    std::optional<std::string> property(const std::string& name) override {
+        const auto found = mProperties.find(name);
+        return found != mProperties.end() ? found->second : std::optional<std::string>("");
+    }
+
+  private:
+    const bool mLive;
+    const std::thread::id mMain = std::this_thread::get_id();
+    std::mutex mLock;
+    std::map<bool, std::deque<int64_t>> mClocks;
+    std::map<std::string, std::string> mProperties;
+};
+
+class ReplayHub : public SimulatorHub {
+  public:
+    ReplayHub(const Recording& recording, const ReplayOptions& options)
+        : SimulatorHub(replayOptions(recording)),
+          mRecording(recording),
+          mOptions(options),
+          mPlatform(recording, options.live) {
+        mHub.setRawSpec(recording.spec);
+        layOutFiles();
+        // A live one runs from when a sensor is first switched on, and must not go back there.
+        setHubClock(recording.startNs, !options.fast && !options.live);
+        if (!options.live) return;
+        simulator::NodeHandler flushes;
+        flushes.onWrite = [this](const std::string& bytes) {
+            mHub.pushFlushMarker(std::atoi(bytes.c_str()));
+            return static_cast<ssize_t>(bytes.size());
+        };
+        mHub.setHandler(kFlushPath, flushes);
+        mThread = std::thread(&ReplayHub::run, this);
+    }
+    ~ReplayHub() override {
+        mStop = true;
+        if (mThread.joinable()) mThread.join();
+    }
+
+    bool push(int32_t handle, const std::string& bytes) override {
+        // By these the hub has files of the host read, written and removed: not at a file's word.
+        if (handle == kHousekeepingHandle) return true;
+        // One read may have brought several records.
+        const KnownSensor* known = findKnownSensor(handle);
+        size_t size = bytes.size();
+        if (known != nullptr && size % known->recordSize == 0) size = known->recordSize;
+        for (size_t at = 0; at < bytes.size(); at += size) {
+            const std::string record = bytes.substr(at, size);
+            if (mHub.push(handle, record)) continue;
+            waitIdle();  // the buffer may have been full
+            if (!mHub.push(handle, record)) return false;
+        }
+        return true;
+    }
+
+    /** Once the library has left a record where it is, it is not waited for again until it goes. */
+    bool waitIdle() override {
+        const auto deadline = std::chrono::steady_clock::now() + kPatience;
+        while (!mHub.waitIdle(mStuck ? std::chrono::milliseconds(0) : kSlice)) {
+            const bool late = std::chrono::steady_clock::now() >= deadline;
+            mStuck = mStuck || (late && !(mOptions.blocked && mOptions.blocked()));
+            if (mStuck || mStop || interrupted()) return false;
+        }
+        mStuck = false;
+        return true;
+    }
+
+    void failNext(const std::string& call, const std::string& path, int error) override {
+        if (call == "write") mHub.failWrite(path, error);
+        if (call == "ioctl") mHub.failIoctl(path, error);
+        if (call == "open") mHub.failOpen(path, error);
+    }
+
+  private:
+    /** Files beside the devices, as the library found them. */
+    void layOutFiles() {
+        std::map<std::string, std::shared_ptr<RecordedReads>> reads;
+        std::set<std::string> opened;
+        for (const Entry& entry : mRecording.entries) {
+            if (entry.kind != Entry::Kind::kCall) continue;
+            const bool first = opened.insert(entry.name).second;
+            if (entry.text == "open" && entry.result < 0 && first) {
+                mHub.failOpen(entry.name, static_cast<int>(-entry.result), 1,
+                              simulator::SimulatedHub::kForever);
+            } else if (entry.text == "read" && entry.result >= 0 && isReplayed(entry.name)) {
+                auto& found = reads[entry.name];
+                if (found == nullptr) found = std::make_shared<RecordedReads>();
+                found->add(entry.bytes);
+            }
+        }
+        for (const auto& [path, found] : reads) {
+            simulator::NodeHandler handler;
+            handler.onRead = [answers = found](void* buffer, size_t size) {
+                return answers->next(buffer, size);
+            };
+            mHub.setHandler(path, handler);
+        }
+    }
+
+    bool isFlushMarker(const Entry& entry) const {
+        return entry.bytes.find_first_not_of('\0') == std::string::npos;
+    }
+
+    /** Sends the records at their times, counted from when a sensor is first switched on. */
+    void run() {
+        const auto isOn = [](const simulator::Request& request) {
+            return request.kind == simulator::Request::Kind::kEnable && request.enable == 1;
+        };
+        while (!mStop && !mHub.waitForRequest(isOn, kSlice)) {
+        }
+        // Without a time of its own, the recording waits until nothing more is being switched on.
+        for (size_t seen = 0; mOptions.fast && !mStop && seen != mHub.requests().size();) {
+            seen = mHub.requests().size();
+            std::this_thread::sleep_for(kSlice);
+        }
+        int64_t startNs = mRecording.startNs;
+        for (const Entry& entry : mRecording.entries) {
+            if (entry.kind != Entry::Kind::kRequest || !entry.request.enable) continue;
+            startNs = entry.timeNs;
+            break;
+        }
+        setHubClock(startNs, !mOptions.fast);
+        for (const Entry& entry : mRecording.entries) {
+            if (entry.kind != Entry::Kind::kRaw || isFlushMarker(entry)) continue;
+            while (!mOptions.fast && !mStop && hubNowNs() < entry.timeNs) {
+                const std::chrono::nanoseconds left(entry.timeNs - hubNowNs());
+                std::this_thread::sleep_for(std::min<std::chrono::nanoseconds>(left, kSlice));
+            }
+            if (mStop) return;
+            if (mOptions.fast) setHubClock(entry.timeNs, false);
+            push(entry.handle, entry.bytes);
+            if (mOptions.fast) waitIdle();  // so that it arrives at its time
+        }
+        waitIdle();
+        if (mStuck) complain("the library did not take all records of the recording");
+        mOptions.ended();
+    }
+
+    const Recording& mRecording;
+    const ReplayOptions mOptions;
+    RecordedPlatform mPlatform;
+    std::atomic<bool> mStop{false};
+    std::atomic<bool> mStuck{false};
+    std::thread mThread;
+};
+
+}  // namespace
+
+ExitCode makeReplayHub(const Recording& recording, const ReplayOptions& options,
+                       std::unique_ptr<Hub>* hub) {
+    if (!haveRoom()) return kCannotLoad;
+    *hub = std::make_unique<ReplayHub>(recording, options);
+    return kOk;
+}
+
+}  // namespace subhalctl

@@ -1,0 +1,322 @@
+// The hub of "--sim".
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cmath>
+#include <condition_variable>
+#include <cstdint>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <limits>
+#include <mutex>
+#include <set>
+#include <thread>
+
+#include "tools/subhalctl/hubs/DevicePaths.h"
+#include "tools/subhalctl/hubs/HubFault.h"
+#include "tools/subhalctl/hubs/SimulatorHub.h"
+#include "tools/subhalctl/showing/Json.h"
+#include "tools/subhalctl/showing/Output.h"
+
+namespace subhalctl {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr size_t kLargestChipsFile = size_t{1} << 20;
+constexpr int kLargestVendor = 11;
+
+/** Takes a chip out of JSON, up to the first member that does not fit. */
+class ChipReader {
+  public:
+    ChipReader(const Json& chip, simulator::SensorSpec* spec);
+
+    /** What is wrong with the chip, empty when it is fine. */
+    const std::string& fault() const { return mFault; }
+
+  private:
+    /** The member, if it is there and `fits` accepts it; `*field` keeps its default otherwise. */
+    template <typename Field, typename Fits>
+    void take(const char* name, Field* field, const std::string& wanted, Fits fits) {
+        const auto found = mChip.find(name);
+        if (!mFault.empty() || found == mChip.end()) return;
+        if (fits(*found)) {
+            *field = found->template get<Field>();
+        } else {
+            mFault = std::string(name) + " is no " + wanted;
+        }
+    }
+    template <typename Field>
+    void whole(const char* name, Field* field, double least = std::numeric_limits<Field>::min(),
+               double most = std::numeric_limits<Field>::max()) {
+        take(name, field, formatted("whole number from %.0f to %.0f", least, most),
+             [least, most](const Json& value) {
+                 const double given = value.is_number() ? value.get<double>() : most + 1;
+                 return given >= least && given <= most && given == std::floor(given);
+             });
+    }
+    void number(const char* name, float* field) {
+        constexpr double kMost = std::numeric_limits<float>::max();
+        take(name, field, "number", [](const Json& value) {
+            return value.is_number() && std::abs(value.get<double>()) <= kMost;
+        });
+    }
+
+    const Json& mChip;
+    std::string mFault;
+};
+
+ChipReader::ChipReader(const Json& chip, simulator::SensorSpec* spec) : mChip(chip) {
+    if (!chip.is_object() || !chip.contains("handle")) {
+        mFault = chip.is_object() ? "handle is missing" : "it is no object";
+        return;
+    }
+    whole("handle", &spec->handle, 0, UINT8_MAX);
+    take("chip", &spec->chipName, "text", [](const Json& value) { return value.is_string(); });
+    whole("vendor", &spec->vendor, 0, kLargestVendor);
+    whole("version", &spec->version);
+    take("wakeup", &spec->wakeUp, "true or false",
+         [](const Json& value) { return value.is_boolean(); });
+    whole("min_delay_us", &spec->minDelayUs);
+    whole("max_delay_us", &spec->maxDelayUs);
+    whole("fifo_max", &spec->fifoMax);
+    whole("fifo_reserved", &spec->fifoReserved);
+    number("resolution", &spec->resolution);
+    number("range", &spec->range);
+    number("power_ma", &spec->powerMa);
+}
+
+/** The chips of a file; nothing, and told, when it holds none. */
+std::optional<Specs> readChips(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    if (!file) {
+        complain("%s: %s", quoted(path).c_str(), std::strerror(errno));
+        return {};
+    }
+    std::string bytes(kLargestChipsFile + 1, '\0');
+    file.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    bytes.resize(static_cast<size_t>(std::max<std::streamsize>(file.gcount(), 0)));
+    if (file.bad() || bytes.empty() || bytes.size() > kLargestChipsFile) {
+        complain(
+            "%s: %s", quoted(path).c_str(),
+            file.bad() ? "cannot be read" : (bytes.empty() ? "the file is empty" : "too long"));
+        return {};
+    }
+    Specs specs;
+    const Json chips = Json::parse(bytes, nullptr, false);
+    if (chips.is_array()) {
+        for (const Json& chip : chips) {
+            specs.emplace_back();
+            const ChipReader reader(chip, &specs.back());
+            if (reader.fault().empty()) continue;
+            complain("%s: chip %zu: %s", quoted(path).c_str(), specs.size(),
+                     reader.fault().c_str());
+            return {};
+        }
+        return specs;
+    }
+    if (bytes.size() % SpecRecord::kSize != 0) {
+        complain("%s: neither a list of chips in JSON nor a whole number of %zu-byte records",
+                 quoted(path).c_str(), SpecRecord::kSize);
+        return {};
+    }
+    for (size_t at = 0; at < bytes.size(); at += SpecRecord::kSize) {
+        specs.push_back(specOf(SpecRecord(bytes.data() + at)));
+    }
+    return specs;
+}
+
+simulator::SimulatedHub::Options simulatorOptions(const HubOptions& options, const Specs& specs) {
+    simulator::SimulatedHub::Options result;
+    result.seed = options.seed;
+    result.still = options.still;
+    result.generateSignals = true;
+    result.sensors = specs;
+    return result;
+}
+
+/** Lets faults happen at their times. */
+class FaultTimer {
+  public:
+    FaultTimer(simulator::SimulatedHub& hub, std::vector<HubFault> faults)
+        : mHub(hub), mFaults(std::move(faults)), mStart(Clock::now()) {
+        std::stable_sort(mFaults.begin(), mFaults.end(), [](const auto& left, const auto& right) {
+            return left.afterSeconds < right.afterSeconds;
+        });
+        while (mNext < mFaults.size() && mFaults[mNext].afterSeconds <= 0) {
+            play(mFaults[mNext++]);
+        }
+        if (mNext < mFaults.size()) mThread = std::thread(&FaultTimer::run, this);
+    }
+    ~FaultTimer() {
+        {
+            const std::lock_guard<std::mutex> lock(mLock);
+            mStop = true;
+        }
+        mChanged.notify_all();
+        if (mThread.joinable()) mThread.join();
+    }
+    FaultTimer(const FaultTimer&) = delete;
+    FaultTimer& operator=(const FaultTimer&) = delete;
+
+  private:
+    using Clock = std::chrono::steady_clock;
+
+    void run() {
+        std::unique_lock<std::mutex> lock(mLock);
+        for (; mNext < mFaults.size(); ++mNext) {
+            const std::chrono::duration<double> after(mFaults[mNext].afterSeconds);
+            const auto due = mStart + std::chrono::duration_cast<Clock::duration>(after);
+            if (mChanged.wait_until(lock, due, [this] { return mStop; })) return;
+            play(mFaults[mNext]);
+        }
+    }
+
+    std::string pathOf(const HubFault& fault) const {
+        if (fault.handle < 0) return fault.path;
+        return mHub.devicePath(fault.handle);
+    }
+
+    void play(const HubFault& fault) {
+        switch (fault.kind) {
+            case HubFault::Kind::kOpen:
+                return mHub.failOpen(pathOf(fault), fault.error, 1, fault.count);
+            case HubFault::Kind::kRead:
+                return mHub.failRead(pathOf(fault), fault.error, 1, fault.count);
+            case HubFault::Kind::kWrite:
+                return mHub.failWrite(pathOf(fault), fault.error, 1, fault.count);
+            case HubFault::Kind::kIoctl:
+                return mHub.failIoctl(pathOf(fault), fault.error, 1, fault.count);
+            case HubFault::Kind::kClose:
+                return mHub.failClose(pathOf(fault), fault.error, 1, fault.count);
+            case HubFault::Kind::kPoll:
+                return mHub.failPoll(fault.error, 1, fault.count);
+            case HubFault::Kind::kDrop:
+                return mHub.dropDevice(fault.handle);
+            case HubFault::Kind::kCut:
+                return mHub.cutNextRecord(fault.handle, static_cast<size_t>(fault.bytes));
+            case HubFault::Kind::kAvailable:
+                return mHub.setDataAvailable(fault.handle, fault.text);
+            case HubFault::Kind::kAbsent:
+                return mHub.removeFile(fault.path);
+            case HubFault::Kind::kPush:
+                mHub.push(fault.handle, fault.text);
+                return;
+        }
+    }
+
+    simulator::SimulatedHub& mHub;
+    std::vector<HubFault> mFaults;
+    size_t mNext = 0;
+    Clock::time_point mStart;
+    std::mutex mLock;
+    std::condition_variable mChanged;
+    bool mStop = false;  // guarded by mLock
+    std::thread mThread;
+};
+
+class SimulatedHub : public SimulatorHub {
+  public:
+    SimulatedHub(const HubOptions& options, const Specs& specs)
+        : SimulatorHub(simulatorOptions(options, specs)) {}
+
+    /** Why the fault cannot happen here, empty when it can. Its path becomes the library's. */
+    std::string misplaced(HubFault* fault) const;
+    void letFail(std::vector<HubFault> faults) { mFaults.emplace(mHub, std::move(faults)); }
+
+  private:
+    std::string misplacedHandle(const HubFault& fault) const;
+    /** All files, a line each. */
+    std::string files() const;
+
+    std::optional<FaultTimer> mFaults;
+};
+
+std::string SimulatedHub::misplaced(HubFault* fault) const {
+    if (fault->handle >= 0) return misplacedHandle(*fault);
+    if (fault->kind == HubFault::Kind::kPoll) return {};
+    const std::string given = fs::path(fault->path).lexically_normal();
+    std::string path = simulator::hubPath(given.c_str());
+    if (!path.empty() && path.back() == '/') path.pop_back();
+    const bool directory = fs::is_directory(mHub.root() + path);
+    const bool opened = path + '/' == kIioDirectory || path == kDataDirectory;
+    const bool may =
+        fault->kind == HubFault::Kind::kAbsent || (fault->kind == HubFault::Kind::kOpen && opened);
+    // Beside the kernel's nodes there are files that come and go, as dumps do.
+    const bool there = !path.empty() && (mHub.hasFile(path) || !simulator::isKernelNode(path));
+    if (!there)
+        return subhalctl::quoted(fault->path) + " is no file of the hub; it has\n" + files();
+    if (directory && !may)
+        return subhalctl::quoted(fault->path) + " is a directory; there are\n" + files();
+    const mode_t mode = simulator::isAttribute(path) ? simulator::attributeMode(path) : 0666;
+    if (fault->kind == HubFault::Kind::kRead && (mode & 0444) == 0)
+        return path + " is only written";
+    if (fault->kind == HubFault::Kind::kWrite && (mode & 0222) == 0) return path + " is only read";
+    if (fault->kind == HubFault::Kind::kIoctl && path.compare(0, 5, "/dev/") != 0) {
+        return path + " is no device, so it takes no ioctl";
+    }
+    fault->path = directory && fault->kind == HubFault::Kind::kOpen ? path + '/' : path;
+    return {};
+}
+
+std::string SimulatedHub::misplacedHandle(const HubFault& fault) const {
+    if (mHub.devicePath(fault.handle).empty()) {
+        std::string handles;
+        for (int handle = 0; handle <= UINT8_MAX; ++handle) {
+            if (!mHub.devicePath(handle).empty()) handles += ' ' + std::to_string(handle);
+        }
+        return formatted("no sensor has the handle %d; there are", fault.handle) + handles;
+    }
+    return fault.kind == HubFault::Kind::kWrite ? "a sensor's device is only read" : "";
+}
+
+std::string SimulatedHub::files() const {
+    std::set<std::string> paths;
+    size_t devices = 0;
+    for (const auto& entry : fs::recursive_directory_iterator(mHub.root())) {
+        if (entry.is_directory()) continue;
+        std::string path = entry.path().string().substr(mHub.root().size());
+        const size_t number = path.find(kIioPrefix);
+        if (number != std::string::npos) {
+            const size_t begin = number + std::strlen(kIioPrefix);
+            const size_t end = std::min(path.find('/', begin), path.size());
+            if (end == path.size()) ++devices;
+            path.replace(begin, end - begin, "N");
+        }
+        paths.insert(path);
+    }
+    std::string text;
+    for (const std::string& path : paths) {
+        text += "  " + path + '\n';
+    }
+    return text +
+           formatted("  and %s and what is in it, where N is 1 to %zu", kDataDirectory, devices);
+}
+
+}  // namespace
+
+ExitCode makeSimulatedHub(const HubOptions& options, std::unique_ptr<Hub>* hub) {
+    auto specs = std::optional<Specs>(simulator::standardCatalogue());
+    if (!options.chips.empty()) specs = readChips(options.chips);
+    if (!specs) return kUsage;
+    if (!haveRoom()) return kCannotLoad;
+    auto made = std::make_unique<SimulatedHub>(options, *specs);
+    std::vector<HubFault> faults;
+    for (const std::string& text : options.faults) {
+        std::string why;
+        auto fault = parseFault(text, &why);
+        if (fault) why = made->misplaced(&*fault);
+        if (!why.empty()) {
+            complain("--fault %s: %s", quoted(text).c_str(), why.c_str());
+            return kUsage;
+        }
+        faults.push_back(*fault);
+    }
+    made->letFail(std::move(faults));
+    *hub = std::move(made);
+    return kOk;
+}
+
+}  // namespace subhalctl

@@ -1,0 +1,130 @@
+#include "tools/subhalctl/judging/Requirement.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <iterator>
+#include <optional>
+
+#include "tools/subhalctl/showing/Output.h"
+
+namespace subhalctl {
+namespace {
+
+/** A figure; durations are in nanoseconds. */
+struct Figure {
+    const char* name;
+    bool isDuration;
+    double (*of)(const Watched& watched);
+};
+
+double asDouble(int64_t value) {
+    return static_cast<double>(value);
+}
+
+constexpr Figure kFigures[] = {
+    {"events", false, [](const Watched& one) { return asDouble(one.events); }},
+    {"lost", false, [](const Watched& one) { return asDouble(one.intervals.lost()); }},
+    {"backward", false, [](const Watched& one) { return asDouble(one.intervals.backward()); }},
+    {"stale", false, [](const Watched& one) { return asDouble(one.stale); }},
+    {"wakelocks", false, [](const Watched& one) { return asDouble(one.wakelocks); }},
+    {"rate", false, [](const Watched& one) { return one.intervals.rateHz(); }},
+    {"latency.p50", true, [](const Watched& one) { return asDouble(one.latency.quantileNs(0.5)); }},
+    {"latency.p99", true,
+     [](const Watched& one) { return asDouble(one.latency.quantileNs(0.99)); }},
+    {"latency.max", true, [](const Watched& one) { return asDouble(one.latency.longestNs()); }},
+    {"interval.min", true, [](const Watched& one) { return asDouble(one.intervals.shortestNs()); }},
+    {"interval.max", true, [](const Watched& one) { return asDouble(one.intervals.longestNs()); }},
+};
+
+struct Part {
+    const Figure* figure;
+    std::string comparison;
+    double bound;
+    std::string text;
+};
+
+std::optional<double> unitOf(const std::string& text, bool isDuration) {
+    if (!isDuration) return text.empty() || text == "Hz" ? std::optional<double>(1) : std::nullopt;
+    if (text == "ns") return 1;
+    if (text == "us") return 1e3;
+    if (text == "ms") return 1e6;
+    return text == "s" ? std::optional<double>(1e9) : std::nullopt;
+}
+
+/** Nothing, and the reason, when the part makes no sense. */
+std::optional<Part> parsePart(const std::string& text, std::string* why) {
+    const size_t at = std::min(text.find_first_of("<>="), text.size());
+    const size_t behind = std::min(text.find_first_not_of("<>=", at), text.size());
+    const std::string name = text.substr(0, at);
+    const auto* figure = std::find_if(std::begin(kFigures), std::end(kFigures),
+                                      [&](const Figure& one) { return name == one.name; });
+    if (figure == std::end(kFigures)) {
+        *why = "there is no figure " + quoted(name);
+        return {};
+    }
+    const std::string comparison = text.substr(at, behind - at);
+    constexpr const char* kComparisons[] = {"=", "==", "<", "<=", ">", ">="};
+    if (std::find(std::begin(kComparisons), std::end(kComparisons), comparison) ==
+        std::end(kComparisons)) {
+        *why = "behind " + name + " stands one of = < <= > >=";
+        return {};
+    }
+    const std::string number = text.substr(behind);
+    char* end = nullptr;
+    const double value = std::strtod(number.c_str(), &end);
+    const auto unit = unitOf(end, figure->isDuration);
+    if (end == number.c_str() || !unit || !(value >= 0 && value <= 1e18)) {
+        *why = quoted(number) + (figure->isDuration ? " is no time such as 20ms" : " is no number");
+        return {};
+    }
+    return Part{figure, comparison, value * *unit, text};
+}
+
+std::vector<Part> parse(const std::string& text, std::string* why) {
+    std::vector<Part> parts;
+    for (size_t begin = 0; begin <= text.size();) {
+        const size_t end = std::min(text.find(',', begin), text.size());
+        const auto part = parsePart(text.substr(begin, end - begin), why);
+        if (!part) return {};
+        parts.push_back(*part);
+        begin = end + 1;
+    }
+    return parts;
+}
+
+bool fulfils(double value, const Part& part) {
+    if (part.comparison == "<") return value < part.bound;
+    if (part.comparison == "<=") return value <= part.bound;
+    if (part.comparison == ">") return value > part.bound;
+    if (part.comparison == ">=") return value >= part.bound;
+    return value == part.bound;
+}
+
+}  // namespace
+
+std::string requirementFault(const std::string& text) {
+    std::string why;
+    parse(text, &why);
+    return why;
+}
+
+std::vector<std::string> brokenRequirements(const std::string& text, const Watched& watched) {
+    std::vector<std::string> broken;
+    if (text.empty()) return broken;
+    std::string why;
+    for (const Part& part : parse(text, &why)) {
+        // A sensor that keeps no rate cannot miss one.
+        if (std::strcmp(part.figure->name, "rate") == 0 && watched.grantedHz <= 0) continue;
+        const double value = part.figure->of(watched);
+        if (fulfils(value, part)) continue;
+        broken.push_back(part.figure->isDuration
+                             ? formatted("%s is %.3f ms, required is %s", part.figure->name,
+                                         value / 1e6, part.text.c_str())
+                             : formatted("%s is %g, required is %s", part.figure->name, value,
+                                         part.text.c_str()));
+    }
+    return broken;
+}
+
+}  // namespace subhalctl

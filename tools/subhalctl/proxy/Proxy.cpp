@@ -1,0 +1,199 @@
+#include "tools/subhalctl/proxy/Proxy.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cinttypes>
+#include <cstdio>
+#include <cstring>
+
+#include "tools/subhalctl/hubs/DevicePaths.h"
+#include "tools/subhalctl/proxy/SensorLookup.h"
+#include "tools/subhalctl/showing/Output.h"
+
+namespace subhalctl {
+namespace {
+
+constexpr char kFromBuildTree[] = "/../../subhal/" SUBHALCTL_LIBRARY_NAME;
+
+std::string defaultLibrary() {
+    char program[4096];
+    const ssize_t length = readlink("/proc/self/exe", program, sizeof(program));
+    if (length > 0) {
+        std::string path(program, static_cast<size_t>(length));
+        path = path.substr(0, path.rfind('/')) + kFromBuildTree;
+        if (access(path.c_str(), R_OK) == 0) return path;
+    }
+    return SUBHALCTL_LIBRARY_NAME;
+}
+
+}  // namespace
+
+std::string resultName(Result result) {
+    switch (result) {
+        case Result::OK:
+            return "OK";
+        case Result::PERMISSION_DENIED:
+            return "PERMISSION_DENIED";
+        case Result::NO_MEMORY:
+            return "NO_MEMORY";
+        case Result::BAD_VALUE:
+            return "BAD_VALUE";
+        case Result::INVALID_OPERATION:
+            return "INVALID_OPERATION";
+    }
+    return "result " + std::to_string(static_cast<int32_t>(result));
+}
+
+ExitCode refused(const std::string& sensor, const char* what, Result result) {
+    complain("%s: %s: %s", sensor.c_str(), what, resultName(result).c_str());
+    return kRefused;
+}
+
+ExitCode Proxy::openHub() {
+    if (mHub != nullptr) return kOk;
+    if (!mOptions.hub.recording.empty()) {
+        return openReplay(mOptions.hub.recording,
+                          {mOptions.hub.fast, true, [this] { mEvents.end(); },
+                           [this] { return mEvents.full(); }});
+    }
+    return mOptions.hub.sim ? makeSimulatedHub(mOptions.hub, &mHub) : kOk;
+}
+
+ExitCode Proxy::openReplay(const std::string& path, const ReplayOptions& options) {
+    mRecording = std::make_unique<Recording>();
+    if (!loadRecording(path, mRecording.get())) return kUsage;
+    if (options.fast) mEvents.waitForRoom();
+    return makeReplayHub(*mRecording, options, &mHub);
+}
+
+bool Proxy::recordTo(const std::string& path) {
+    mRecorder = std::make_unique<Recorder>();
+    if (mRecorder->open(path)) return true;
+    mRecorder.reset();
+    return false;
+}
+
+/** Before the library is loaded, which opens its files at once. */
+void Proxy::tapCalls() {
+    std::vector<CallTap::Sink> sinks;
+    if (mOptions.trace) sinks.emplace_back(traceCall);
+    if (mRecorder) {
+        sinks.emplace_back([this](const FileCall& call) { mRecorder->call(call); });
+        if (platformHooks() == nullptr) setPlatformHooks(mRecorder.get());
+    }
+    if (!sinks.empty()) mTap = std::make_unique<CallTap>(mHub == nullptr, std::move(sinks));
+}
+
+ExitCode Proxy::open() {
+    const ExitCode made = openHub();
+    if (made != kOk) return made;
+    tapCalls();
+    const std::string path = mOptions.library.empty() ? defaultLibrary() : mOptions.library;
+    mLibrary = std::make_unique<host_proxy::SubHalLibrary>(path);
+    if (mLibrary->subHal() == nullptr) {
+        complain("%s: %s", path.c_str(), mLibrary->error().c_str());
+        return kCannotLoad;
+    }
+    const ExitCode initialized = initialize();
+    if (initialized != kOk) return initialized;
+    return mSensors.empty() ? tellNoSensors() : kOk;
+}
+
+ExitCode Proxy::initialize() {
+    if (mLibrary->version() != SUB_HAL_2_0_VERSION) {
+        complain("the library speaks version 0x%08" PRIx32 ", not 0x%08x", mLibrary->version(),
+                 SUB_HAL_2_0_VERSION);
+        return kCannotLoad;
+    }
+    mCallback = new HalProxyCallback([this](const std::vector<Event>& events, bool wakelock) {
+        mEvents.push(events, wakelock);
+    });
+    const Result result = subHal().initialize(mCallback);
+    if (result != Result::OK) return refused("library", "initialize", result);
+    mSensors = host_proxy::sensorsOf(subHal());
+    return kOk;
+}
+
+ExitCode Proxy::tellNoSensors() const {
+    const int fd = ::open(kSpecPath, O_RDONLY | O_CLOEXEC);
+    if (fd >= 0) {
+        ::close(fd);
+        complain(
+            "there is a sensor hub, but none of its sensors works; \"subhalctl doctor\" tells why");
+        return kNoSuchSensor;
+    }
+    const int error = errno;
+    complain("no sensor hub here: %s: %s", kSpecPath, std::strerror(error));
+    if (error == ENOENT) {
+        complain("on a machine without one, --sim runs the library on a simulated hub");
+    } else {
+        complain("\"subhalctl doctor\" tells what is needed");
+    }
+    return kNoHub;
+}
+
+const SensorInfo* Proxy::find(const std::string& text) const {
+    const std::vector<const SensorInfo*> found = findSensors(mSensors, text);
+    if (found.size() == 1) return found.front();
+    if (found.empty()) {
+        complain("no sensor is called %s; \"subhalctl list\" shows them all", quoted(text).c_str());
+        return nullptr;
+    }
+    complain("%s may be one of these; name it by its handle:", quoted(text).c_str());
+    for (const SensorInfo* sensor : found) {
+        std::fprintf(stderr, "%8" PRId32 "  %s (%s)\n", sensor->sensorHandle,
+                     typeName(*sensor).c_str(), printable(sensor->name).c_str());
+    }
+    return nullptr;
+}
+
+Result Proxy::keep(ProxyRequest request, int64_t startNs, Result result) {
+    request.result = resultName(result);
+    if (mRecorder) mRecorder->request(startNs, request);
+    return result;
+}
+
+Result Proxy::batch(int32_t handle, int64_t periodNs, int64_t latencyNs) {
+    const int64_t startNs = hubNowNs();
+    const Result result = subHal().batch(handle, periodNs, latencyNs);
+    return keep({"batch", handle, periodNs, latencyNs, false, ""}, startNs, result);
+}
+
+Result Proxy::activate(int32_t handle, bool enable) {
+    const int64_t startNs = hubNowNs();
+    const Result result = subHal().activate(handle, enable);
+    return keep({"activate", handle, 0, 0, enable, ""}, startNs, result);
+}
+
+Result Proxy::flush(int32_t handle) {
+    const int64_t startNs = hubNowNs();
+    const Result result = subHal().flush(handle);
+    return keep({"flush", handle, 0, 0, false, ""}, startNs, result);
+}
+
+bool Proxy::close() {
+    mEvents.waitForRoom(false);
+    if (mLibrary == nullptr || mLibrary->entryPoint() == nullptr) return true;
+    return mHub != nullptr && mHub->unload(*mLibrary);
+}
+
+ActiveSensor::ActiveSensor(Proxy& proxy, const SensorInfo& sensor, int64_t periodNs,
+                           int64_t latencyNs)
+    : mProxy(proxy), mHandle(sensor.sensorHandle), mStartNs(hubNowNs()) {
+    const Result batched = mProxy.batch(mHandle, periodNs, latencyNs);
+    if (batched != Result::OK) {
+        refused(typeName(sensor), "batch", batched);
+        return;
+    }
+    const Result activated = mProxy.activate(mHandle, true);
+    mActive = activated == Result::OK;
+    if (!mActive) refused(typeName(sensor), "activate", activated);
+}
+
+ActiveSensor::~ActiveSensor() {
+    mProxy.activate(mHandle, false);
+}
+
+}  // namespace subhalctl

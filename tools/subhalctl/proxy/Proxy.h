@@ -1,0 +1,129 @@
+#pragma once
+
+#include <V2_0/SubHal.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "tools/proxy/HalProxyCallback.h"
+#include "tools/proxy/SubHalLibrary.h"
+#include "tools/subhalctl/ExitCode.h"
+#include "tools/subhalctl/hubs/Hub.h"
+#include "tools/subhalctl/proxy/EventQueue.h"
+#include "tools/subhalctl/recording/CallTap.h"
+#include "tools/subhalctl/recording/Recording.h"
+
+namespace subhalctl {
+
+using android::hardware::sensors::V1_0::Result;
+using android::hardware::sensors::V2_0::implementation::HalProxyCallback;
+using android::hardware::sensors::V2_0::implementation::ISensorsSubHal;
+
+struct GlobalOptions {
+    HubOptions hub;
+    std::string library;   ///< empty: the build tree's, else what the loader finds
+    std::string logLevel;  ///< empty: silent with a hub of this process, else warnings
+    bool quiet = false;
+    bool trace = false;  ///< show each call of the library on the hub's files
+};
+
+/** Text of a library's answer, as in "BAD_VALUE". */
+std::string resultName(Result result);
+
+/** "SENSOR: WHAT: RESULT" on standard error. */
+ExitCode refused(const std::string& sensor, const char* what, Result result);
+
+/** The sensors proxy: loads the library and initialises it. Main thread only. */
+class Proxy {
+  public:
+    explicit Proxy(const GlobalOptions& options) : mOptions(options) {}
+    Proxy(const Proxy&) = delete;
+    Proxy& operator=(const Proxy&) = delete;
+
+    const GlobalOptions& options() const { return mOptions; }
+
+    /** Makes the hub that was asked for, if one was. Its threads run from now on. */
+    ExitCode openHub();
+
+    /** Before open(), behind openHub(): keeps what crosses the borders. False, and told, if not. */
+    bool recordTo(const std::string& path);
+    /** Null without a recording. */
+    Recorder* recorder() { return mRecorder.get(); }
+
+    /** Before open(): the recording plays as `options` tell, instead of by itself. */
+    ExitCode openReplay(const std::string& path, const ReplayOptions& options);
+    const Recording& recording() const { return *mRecording; }
+
+    /**
+     * Loads the library on the hub. Other threads run from now on. Anything but kOk has been told
+     * on standard error; having no sensors at all is such a thing.
+     */
+    ExitCode open();
+
+    /** These need a successful open(). */
+    ISensorsSubHal& subHal() { return *mLibrary->subHal(); }
+    Result batch(int32_t handle, int64_t periodNs, int64_t latencyNs);
+    Result activate(int32_t handle, bool enable);
+    Result flush(int32_t handle);
+    EventQueue& events() { return mEvents; }
+    const std::vector<SensorInfo>& sensors() const { return mSensors; }
+
+    /** Hands the callback over once more, as a proxy that was started anew does. */
+    Result initializeAgain() { return subHal().initialize(mCallback); }
+
+    /** The one sensor that `text` names; null when it names none or several, which is told. */
+    const SensorInfo* find(const std::string& text) const;
+
+    /** Null on the machine's own hub. */
+    Hub* hub() { return mHub.get(); }
+
+    /**
+     * Unloads the library. False when it stays: its destructor would wait in exit() for a sensor to
+     * report once more, so the process must end without destructors.
+     */
+    bool close();
+
+    /** Wakelocks not given back; of use once the library is unloaded. */
+    int wakelocksHeld() const { return mCallback ? mCallback->wakelock().held() : 0; }
+
+  private:
+    ExitCode initialize();
+    void tapCalls();
+    Result keep(ProxyRequest request, int64_t startNs, Result result);
+    ExitCode tellNoSensors() const;
+
+    const GlobalOptions& mOptions;
+    EventQueue mEvents;
+    std::unique_ptr<Recorder> mRecorder;
+    std::unique_ptr<Recording> mRecording;
+    std::unique_ptr<Hub> mHub;
+    std::unique_ptr<CallTap> mTap;
+    android::sp<HalProxyCallback> mCallback;
+    std::unique_ptr<host_proxy::SubHalLibrary> mLibrary;
+    std::vector<SensorInfo> mSensors;
+};
+
+/** Keeps a sensor switched on. The Proxy outlives it. */
+class ActiveSensor {
+  public:
+    /** Sets the rate and activates; see active(). */
+    ActiveSensor(Proxy& proxy, const SensorInfo& sensor, int64_t periodNs, int64_t latencyNs);
+    ~ActiveSensor();
+    ActiveSensor(const ActiveSensor&) = delete;
+    ActiveSensor& operator=(const ActiveSensor&) = delete;
+
+    /** False when the library refused, which has been told on standard error. */
+    bool active() const { return mActive; }
+    /** Before it was switched on. What is stamped earlier was left by whoever used it before. */
+    int64_t startNs() const { return mStartNs; }
+
+  private:
+    Proxy& mProxy;
+    int32_t mHandle;
+    int64_t mStartNs;
+    bool mActive = false;
+};
+
+}  // namespace subhalctl

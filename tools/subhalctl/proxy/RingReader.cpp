@@ -1,0 +1,151 @@
+#include "tools/subhalctl/proxy/RingReader.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <optional>
+#include <utility>
+
+namespace subhalctl {
+namespace {
+
+constexpr int kPeriodMs = 1;
+
+/** The memory, read without help from the writer. */
+class Ring {
+  public:
+    Ring(const void* base, size_t bytes)
+        : mBase(static_cast<const char*>(base)), mSlots(bytes / sizeof(sensors_event_t)) {}
+
+    /** The next record that is whole; nothing when the writer has written no more. */
+    std::optional<sensors_event_t> next() {
+        for (;;) {
+            const uint32_t counter = counterOf(mSlot);
+            const auto ahead = static_cast<int32_t>(counter - mExpected);
+            if (counter == 0 || ahead < 0) return {};
+            // The writer has lapped us: what lay between is gone, so go on from here.
+            mExpected = counter;
+            sensors_event_t record;
+            std::memcpy(&record, slot(mSlot), sizeof(record));
+            std::atomic_thread_fence(std::memory_order_acquire);
+            const bool whole = counterOf(mSlot) == counter && !writerIsIn(mSlot, counter);
+            advance();
+            if (!whole) continue;
+            record.reserved0 = static_cast<int32_t>(counter);
+            return record;
+        }
+    }
+
+  private:
+    const char* slot(size_t index) const { return mBase + index * sizeof(sensors_event_t); }
+
+    uint32_t counterOf(size_t index) const {
+        const void* counter = slot(index) + offsetof(sensors_event_t, reserved0);
+        return __atomic_load_n(static_cast<const uint32_t*>(counter), __ATOMIC_ACQUIRE);
+    }
+
+    // A record's body changes before its counter does. The writer can only be in this slot when
+    // the slot before it already holds the next round's record.
+    bool writerIsIn(size_t index, uint32_t counter) const {
+        const size_t before = (index + mSlots - 1) % mSlots;
+        const uint32_t lastOfRound = counter + static_cast<uint32_t>(mSlots) - 1;
+        return static_cast<int32_t>(counterOf(before) - lastOfRound) >= 0;
+    }
+
+    void advance() {
+        ++mExpected;
+        mSlot = (mSlot + 1) % mSlots;
+    }
+
+    const char* mBase;
+    size_t mSlots;
+    size_t mSlot = 0;
+    uint32_t mExpected = 1;
+};
+
+[[noreturn]] void readRing(int regionFd, size_t bytes, int recordsFd, int stopFd) {
+    // Ctrl-C reaches the whole process group, but the records in the ring are still wanted.
+    std::signal(SIGINT, SIG_IGN);
+    std::signal(SIGTERM, SIG_IGN);
+    std::signal(SIGHUP, SIG_IGN);
+    const void* base = mmap(nullptr, bytes, PROT_READ, MAP_SHARED, regionFd, 0);
+    if (base == MAP_FAILED) _exit(1);
+    Ring ring(base, bytes);
+    for (bool last = false;;) {
+        while (const auto record = ring.next()) {
+            if (write(recordsFd, &*record, sizeof(*record)) < 0) _exit(0);  // nobody reads
+        }
+        if (last) _exit(0);
+        pollfd stop{stopFd, POLLIN, 0};
+        last = poll(&stop, 1, kPeriodMs) > 0;
+    }
+}
+
+}  // namespace
+
+RingReader::RingReader(int regionFd, size_t bytes) {
+    int records[2];
+    int stops[2];
+    if (pipe2(records, O_CLOEXEC) != 0) return;
+    if (pipe2(stops, O_CLOEXEC) != 0) {
+        close(records[0]);
+        close(records[1]);
+        return;
+    }
+    mProcess = fork();
+    if (mProcess == 0) {
+        close(records[0]);
+        close(stops[1]);
+        readRing(regionFd, bytes, records[1], stops[0]);
+    }
+    close(records[1]);
+    close(stops[0]);
+    mRecordsFd = records[0];
+    mStopFd = stops[1];
+}
+
+RingReader::~RingReader() {
+    stop();
+    // Without a reader at the pipe the process cannot be held up in a write.
+    if (mRecordsFd >= 0) close(mRecordsFd);
+    if (mProcess > 0) waitpid(mProcess, nullptr, 0);
+}
+
+void RingReader::stop() {
+    if (mStopFd >= 0) close(std::exchange(mStopFd, -1));
+}
+
+bool RingReader::read(sensors_event_t* record, int timeoutMs) {
+    pollfd readable{mRecordsFd, POLLIN, 0};
+    if (poll(&readable, 1, timeoutMs) <= 0) return false;
+    // A record is shorter than what a pipe keeps together, so it comes whole or not at all.
+    return ::read(mRecordsFd, record, sizeof(*record)) == static_cast<ssize_t>(sizeof(*record));
+}
+
+bool RingCheck::isWhole(const sensors_event_t& record) const {
+    if (record.version != static_cast<int32_t>(sizeof(record))) return false;
+    if (record.timestamp < mTimestamp) return false;
+    // A flush-complete record names its sensor in the payload.
+    if (record.type == SENSOR_TYPE_META_DATA) return record.meta_data.sensor == mHandle;
+    return record.type == mType && record.sensor == mHandle;
+}
+
+bool RingCheck::add(const sensors_event_t& record) {
+    const auto counter = static_cast<uint32_t>(record.reserved0);
+    mMissed += static_cast<int64_t>(counter - mCounter) - 1;
+    mCounter = counter;
+    ++mRecords;
+    const bool whole = isWhole(record);
+    if (!whole) ++mTorn;
+    if (record.type != SENSOR_TYPE_META_DATA) mTimestamp = record.timestamp;
+    return whole;
+}
+
+}  // namespace subhalctl

@@ -1,0 +1,108 @@
+#include "tools/subhalctl/proxy/SensorLookup.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cmath>
+#include <cstdlib>
+
+#include "tools/subhalctl/showing/SensorValues.h"
+
+namespace subhalctl {
+namespace {
+
+std::string lowerCase(std::string text) {
+    for (char& letter : text) {
+        letter = static_cast<char>(std::tolower(static_cast<unsigned char>(letter)));
+    }
+    return text;
+}
+
+bool isNumber(const std::string& text) {
+    return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
+}
+
+template <typename Predicate>
+std::vector<const SensorInfo*> select(const std::vector<SensorInfo>& sensors,
+                                      const Predicate& predicate) {
+    std::vector<const SensorInfo*> found;
+    for (const SensorInfo& sensor : sensors) {
+        if (predicate(sensor)) found.push_back(&sensor);
+    }
+    return found;
+}
+
+}  // namespace
+
+std::string typeName(const SensorInfo& sensor) {
+    const std::string longName = sensor.typeAsString;
+    if (!longName.empty()) return longName.substr(longName.rfind('.') + 1);
+    const char* name = standardTypeName(static_cast<int32_t>(sensor.type));
+    if (name != nullptr) return name;
+    return "type " + std::to_string(static_cast<int32_t>(sensor.type));
+}
+
+SensorFlagBits reportingMode(const SensorInfo& sensor) {
+    return static_cast<SensorFlagBits>(sensor.flags &
+                                       static_cast<uint32_t>(SensorFlagBits::MASK_REPORTING_MODE));
+}
+
+bool isWakeUp(const SensorInfo& sensor) {
+    return (sensor.flags & static_cast<uint32_t>(SensorFlagBits::WAKE_UP)) != 0;
+}
+
+bool canReportDirectly(const SensorInfo& sensor) {
+    constexpr auto kMemory = static_cast<uint32_t>(SensorFlagBits::DIRECT_CHANNEL_ASHMEM) |
+                             static_cast<uint32_t>(SensorFlagBits::DIRECT_CHANNEL_GRALLOC);
+    return (sensor.flags & kMemory) != 0;
+}
+
+int64_t grantedPeriodNs(const SensorInfo& sensor, int64_t askedNs) {
+    // Only a sensor with a shortest period keeps one, whatever its mode is called.
+    const SensorFlagBits mode = reportingMode(sensor);
+    const bool periodic = mode == SensorFlagBits::CONTINUOUS_MODE || canReportDirectly(sensor);
+    if (!periodic || sensor.minDelay <= 0) return 0;
+    const int64_t shortestNs = sensor.minDelay * int64_t{1000};
+    const int64_t longestNs = sensor.maxDelay * int64_t{1000};
+    return std::clamp(askedNs, shortestNs, std::max(shortestNs, longestNs));
+}
+
+std::vector<const SensorInfo*> findSensors(const std::vector<SensorInfo>& sensors,
+                                           const std::string& text) {
+    if (isNumber(text)) {
+        return select(sensors, [&](const SensorInfo& sensor) {
+            return std::to_string(sensor.sensorHandle) == text;
+        });
+    }
+    const std::string wanted = lowerCase(text);
+    if (wanted.empty()) return {};
+    auto named =
+        select(sensors, [&](const SensorInfo& sensor) { return lowerCase(sensor.name) == wanted; });
+    if (!named.empty()) return named;
+    auto exact = select(sensors, [&](const SensorInfo& sensor) {
+        return lowerCase(typeName(sensor)) == wanted || lowerCase(sensor.typeAsString) == wanted;
+    });
+    if (!exact.empty()) return exact;
+    return select(sensors, [&](const SensorInfo& sensor) {
+        return lowerCase(sensor.name).find(wanted) != std::string::npos ||
+               lowerCase(typeName(sensor)).find(wanted) != std::string::npos;
+    });
+}
+
+int64_t periodOfRate(double hertz) {
+    return std::max<int64_t>(1, std::llround(1e9 / hertz));
+}
+
+std::optional<SensorSelector> parseSelector(const std::string& text) {
+    const size_t at = text.rfind('@');
+    if (at == std::string::npos) return SensorSelector{text, {}};
+    const std::string rate = text.substr(at + 1);
+    char* end = nullptr;
+    const double hertz = std::strtod(rate.c_str(), &end);
+    if (rate.empty() || std::isspace(static_cast<unsigned char>(rate[0])) || *end != '\0' ||
+        !std::isfinite(hertz) || hertz < kLowestRateHz || hertz > kHighestRateHz) {
+        return {};
+    }
+    return SensorSelector{text.substr(0, at), hertz};
+}
+
+}  // namespace subhalctl

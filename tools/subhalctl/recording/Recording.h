@@ -1,0 +1,111 @@
+#pragma once
+
+#include <sys/stat.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <map>
+#include <mutex>
+#include <nlohmann/json_fwd.hpp>
+#include <string>
+#include <vector>
+
+#include "tools/subhalctl/hubs/PlatformHooks.h"
+#include "tools/subhalctl/proxy/EventQueue.h"
+#include "tools/subhalctl/recording/CallTap.h"
+
+namespace subhalctl {
+
+// What crossed the library's borders in one run, as JSON Lines; docs: the manual page,
+// "RECORDINGS". Every line has "kind", and "t", the time since boot in ns. Bytes stand in
+// hexadecimal.
+
+/** One request of the proxy. */
+struct ProxyRequest {
+    std::string what;  ///< "batch", "activate" or "flush"
+    int32_t handle = 0;
+    int64_t periodNs = 0;
+    int64_t latencyNs = 0;
+    bool enable = false;
+    std::string result;
+};
+
+/** Keeps a run. Any thread; lines come in the order in which they are finished. */
+class Recorder : public PlatformHooks {
+  public:
+    Recorder() = default;
+    ~Recorder() override;
+    Recorder(const Recorder&) = delete;
+    Recorder& operator=(const Recorder&) = delete;
+
+    /**
+     * A regular file, and one that is not there yet, changes in finish() only; until then the lines
+     * go to PATH.part. False, and told, when that cannot be made.
+     */
+    bool open(const std::string& path);
+
+    void call(const FileCall& call);
+    void request(int64_t startNs, const ProxyRequest& request);
+    void event(const ReceivedEvent& received);
+    int64_t clock(int64_t now) override;
+    void propertyWasRead(const std::string& name, const std::string& value) override;
+
+    /** Whether a sensor had its say. */
+    bool hasData() const;
+    /**
+     * Writes the last line, and puts the file in its place. False, and told, when anything could
+     * not be written.
+     */
+    bool finish();
+    /** Leaves nothing behind, unless it is finished. */
+    void discard();
+
+  private:
+    bool openFile();
+    bool openPart(const struct stat* old);
+    void store();
+    void write(const char* kind, int64_t timeNs, const nlohmann::ordered_json& fields);
+    void readOfDevice(const FileCall& call);
+
+    mutable std::mutex mLock;
+    std::FILE* mFile = nullptr;
+    std::string mPath;  // behind all links
+    std::string mPart;  // empty when the lines go to mPath
+    int mError = 0;     // errno of the first write that failed
+    bool mHasData = false;
+    int64_t mEvents = 0;
+    bool mHasSpec = false;
+    std::map<std::string, int> mHandles;  // by IIO name, from the specification
+    std::map<int, std::string> mNames;    // IIO names by device number
+};
+
+/** A run that was kept. */
+struct Recording {
+    struct Entry {
+        enum class Kind { kRaw, kRequest, kEvent, kCall, kProperty, kClock };
+
+        Kind kind;
+        size_t line;
+        int64_t timeNs;
+        int32_t handle = -1;
+        std::string bytes{};  ///< of a record, a payload, or a call
+        ProxyRequest request{};
+        int32_t type = 0;         ///< of an event
+        int64_t timestampNs = 0;  ///< of an event; what the clock said
+        bool flag = false;        ///< wakelock of an event; whether the main thread read the clock
+        std::string name{};       ///< of a property, a path
+        std::string text{};       ///< a property's value; what kind of call
+        int64_t result = 0;       ///< of a call
+    };
+
+    std::string path;
+    int64_t startNs = 0;
+    std::string spec;
+    std::vector<Entry> entries;  ///< by time
+};
+
+/** False, and told with the line and the reason, when the file is no whole recording. */
+bool loadRecording(const std::string& path, Recording* recording);
+
+}  // namespace subhalctl

@@ -1,0 +1,347 @@
+#include "tools/subhalctl/showing/EventWriter.h"
+
+#include <algorithm>
+#include <cinttypes>
+#include <cmath>
+#include <cstdio>
+
+#include "tools/subhalctl/hubs/PlatformHooks.h"
+#include "tools/subhalctl/proxy/SensorLookup.h"
+#include "tools/subhalctl/showing/Json.h"
+#include "tools/subhalctl/showing/Output.h"
+#include "tools/subhalctl/showing/SensorValues.h"
+
+namespace subhalctl {
+namespace {
+
+using android::hardware::sensors::V1_0::SensorType;
+
+int32_t typeOf(const SensorInfo& sensor) {
+    return static_cast<int32_t>(sensor.type);
+}
+
+const char* kindName(EventKind kind) {
+    if (kind == EventKind::kFlushComplete) return "flush";
+    return kind == EventKind::kAdditionalInfo ? "info" : "data";
+}
+
+/** Unit to stand beside a value, where one unit does not do for all. */
+std::string ownUnit(const Value& value, const std::string& common) {
+    return common.empty() && value.unit[0] != '\0' ? std::string(" ") + value.unit : "";
+}
+
+/** The text as it stands in the value's column. */
+std::string inColumn(const Value& value, const std::string& text) {
+    const size_t width = value.form == Value::Form::kWord ? 8 : 11;
+    return ' ' + std::string(width - std::min(width, text.size()), ' ') + text;
+}
+
+/** The one unit of all values, empty when they differ. */
+std::string commonUnit(const std::vector<Value>& values) {
+    std::string unit = values.empty() ? "" : values.front().unit;
+    for (const Value& value : values) {
+        if (unit != value.unit) return "";
+    }
+    return unit;
+}
+
+std::string infoText(const Payload& payload) {
+    char text[32];
+    std::string line = "additional info ";
+    if (payload[0] <= 1) {
+        line += payload[0] == 0 ? "begin" : "end";
+    } else {
+        std::snprintf(text, sizeof(text), "0x%08" PRIx32, payload[0]);
+        line += text;
+    }
+    size_t last = payload.size();
+    while (last > 2 && payload[last - 1] == 0) {
+        --last;
+    }
+    for (size_t i = 2; i < last; ++i) {
+        std::snprintf(text, sizeof(text), " %08" PRIx32, payload[i]);
+        line += text;
+    }
+    return line;
+}
+
+/** A rate as it stands in a table, "-" for a sensor without one. */
+std::string rateText(double hertz) {
+    return hertz > 0 ? formatted("%.3f", hertz) : "-";
+}
+
+std::string millisecondsText(const DurationStatistics& durations, double share) {
+    if (durations.count() == 0) return "-";
+    return formatted("%.3f", static_cast<double>(durations.quantileNs(share)) / 1e6);
+}
+
+class TextWriter : public EventWriter {
+  public:
+    void begin(const std::vector<Watched>& watched) override {
+        for (const Watched& one : watched) {
+            print("%6" PRId32 "  %s: %s%s\n", one.sensor->sensorHandle,
+                  typeName(*one.sensor).c_str(), valueLegend(*one.sensor).c_str(),
+                  isWakeUp(*one.sensor) ? "; wake-up" : "");
+        }
+        const std::string values = watched.size() == 1 ? header(*watched.front().sensor) : "values";
+        print("\n%20s  %6s     %-30s  %s\n", "timestamp/s", "handle",
+              "sensor (W: wakelock, S: stale)", values.c_str());
+    }
+
+    void event(const Watched& watched, const ReceivedEvent& received) override {
+        const Event& event = received.event;
+        print("%s  %6" PRId32 " %c%c  %-30s  %s\n", timeText(event.timestamp).c_str(),
+              event.sensorHandle, received.wakelock ? 'W' : ' ',
+              watched.isStale(received) ? 'S' : ' ', typeName(*watched.sensor).c_str(),
+              contents(*watched.sensor, event).c_str());
+    }
+
+    void summary(const std::vector<Watched>& watched) override {
+        print("\n%s", summaryTable(watched).c_str());
+    }
+
+  private:
+    static std::string header(const SensorInfo& sensor) {
+        const std::vector<Value> values = decode(typeOf(sensor), Payload{}).values;
+        const std::string unit = commonUnit(values);
+        std::string line;
+        for (const Value& value : values) {
+            line += inColumn(value, value.name) + std::string(ownUnit(value, unit).size(), ' ');
+        }
+        return line;
+    }
+
+    static std::string contents(const SensorInfo& sensor, const Event& event) {
+        switch (kindOf(event)) {
+            case EventKind::kFlushComplete:
+                return "flush complete";
+            case EventKind::kAdditionalInfo:
+                return infoText(payloadOf(event));
+            case EventKind::kData:
+                break;
+        }
+        return valueColumns(sensor, event);
+    }
+};
+
+class SilentWriter : public EventWriter {
+  public:
+    void begin(const std::vector<Watched>&) override {}
+    void event(const Watched&, const ReceivedEvent&) override {}
+    void summary(const std::vector<Watched>& watched) override { printText(summaryTable(watched)); }
+};
+
+/** The values of an event; none for a flush marker. */
+Reading readingOf(const SensorInfo& sensor, const Event& event) {
+    const EventKind kind = kindOf(event);
+    if (kind == EventKind::kFlushComplete) return {{}, "", ""};
+    return decode(kind == EventKind::kData ? typeOf(sensor) : -1, payloadOf(event));
+}
+
+class CsvWriter : public EventWriter {
+  public:
+    void begin(const std::vector<Watched>& watched) override {
+        for (const Watched& one : watched) {
+            mColumns = std::max(mColumns, namesOf(*one.sensor).size());
+        }
+        const auto names =
+            watched.size() == 1 ? namesOf(*watched.front().sensor) : std::vector<std::string>{};
+        std::string line = "timestamp_ns,received_ns,handle,sensor,kind,stale,wakeup,accuracy";
+        for (size_t i = 0; i < mColumns; ++i) {
+            line += ',' + (names.empty() ? "v" + std::to_string(i) : names[i]);
+        }
+        print("%s\n", line.c_str());
+    }
+
+    void event(const Watched& watched, const ReceivedEvent& received) override {
+        const Event& event = received.event;
+        const Reading reading = readingOf(*watched.sensor, event);
+        std::string line =
+            formatted("%" PRId64 ",%" PRId64 ",%" PRId32 ",%s,%s,%d,%d,%s", event.timestamp,
+                      received.receivedNs, event.sensorHandle, typeName(*watched.sensor).c_str(),
+                      kindName(kindOf(event)), watched.isStale(received) ? 1 : 0,
+                      received.wakelock ? 1 : 0, reading.accuracy);
+        for (size_t i = 0; i < mColumns; ++i) {
+            line += ',' + (i < reading.values.size() ? reading.values[i].exactText() : "");
+        }
+        print("%s\n", line.c_str());
+    }
+
+    // A summary has other columns, and a file of one table is easier to read in.
+    void summary(const std::vector<Watched>& watched) override {
+        std::fputs(summaryTable(watched).c_str(), stderr);
+    }
+
+  private:
+    static std::vector<std::string> namesOf(const SensorInfo& sensor) {
+        std::vector<std::string> names;
+        for (const Value& value : decode(typeOf(sensor), Payload{}).values) {
+            names.emplace_back(value.name);
+        }
+        return names;
+    }
+
+    size_t mColumns = 0;
+};
+
+class JsonWriter : public EventWriter {
+  public:
+    void begin(const std::vector<Watched>&) override {}
+
+    void event(const Watched& watched, const ReceivedEvent& received) override {
+        const Event& event = received.event;
+        Json line = {{"kind", kindName(kindOf(event))},     {"timestamp_ns", event.timestamp},
+                     {"received_ns", received.receivedNs},  {"handle", event.sensorHandle},
+                     {"sensor", typeName(*watched.sensor)}, {"wakeup", received.wakelock}};
+        if (watched.isStale(received)) line["stale"] = true;
+        if (kindOf(event) != EventKind::kFlushComplete) {
+            add(line, readingOf(*watched.sensor, event));
+        }
+        printText(jsonText(line) + "\n");
+    }
+
+    void summary(const std::vector<Watched>& watched) override {
+        for (const Watched& one : watched) {
+            const IntervalStatistics& intervals = one.intervals;
+            const Json line = {{"kind", "summary"},
+                               {"handle", one.sensor->sensorHandle},
+                               {"sensor", typeName(*one.sensor)},
+                               {"events", one.events},
+                               {"flushes", one.flushes},
+                               {"asked_hz", rate(one.askedHz)},
+                               {"granted_hz", rate(one.grantedHz)},
+                               {"measured_hz", rate(intervals.rateHz())},
+                               {"jitter_ns", intervals.jitterNs()},
+                               {"min_ns", intervals.shortestNs()},
+                               {"max_ns", intervals.longestNs()},
+                               {"latency_p50_ns", one.latency.quantileNs(0.5)},
+                               {"latency_p99_ns", one.latency.quantileNs(0.99)},
+                               {"latency_max_ns", one.latency.longestNs()},
+                               {"lost", intervals.lost()},
+                               {"backward", intervals.backward()},
+                               {"stale", one.stale},
+                               {"wakelocks", one.wakelocks}};
+            printText(jsonText(line) + "\n");
+        }
+    }
+
+  private:
+    static Json rate(double hertz) { return hertz > 0 ? Json(hertz) : Json(nullptr); }
+
+    static void add(Json& line, const Reading& reading) {
+        Json& values = line["values"] = Json::object();
+        for (const Value& value : reading.values) {
+            values[value.name] = value.json();
+        }
+        if (reading.accuracy[0] != '\0') line["accuracy"] = reading.accuracy;
+        if (reading.meaning[0] != '\0') line["meaning"] = reading.meaning;
+        const std::string unit = commonUnit(reading.values);
+        if (!unit.empty()) line["unit"] = unit;
+    }
+};
+
+}  // namespace
+
+EventKind kindOf(const Event& event) {
+    if (event.sensorType == SensorType::META_DATA) return EventKind::kFlushComplete;
+    return event.sensorType == SensorType::ADDITIONAL_INFO ? EventKind::kAdditionalInfo
+                                                           : EventKind::kData;
+}
+
+bool Watched::isStale(const ReceivedEvent& received) const {
+    return kindOf(received.event) == EventKind::kData && received.event.timestamp < startNs;
+}
+
+void Watched::add(const ReceivedEvent& received) {
+    if (received.ownWakelock) ++wakelocks;
+    const EventKind kind = kindOf(received.event);
+    if (kind == EventKind::kFlushComplete) {
+        ++flushes;
+    } else if (isStale(received)) {
+        ++stale;
+    } else {
+        ++events;
+        if (kind != EventKind::kData) return;
+        intervals.add(received.event.timestamp);
+        latency.add(elapsedNs(received.event.timestamp, received.receivedNs));
+    }
+}
+
+std::string timeText(int64_t timestampNs) {
+    return formatted("%10" PRId64 ".%09" PRId64, timestampNs / 1000000000,
+                     std::abs(timestampNs % 1000000000));
+}
+
+std::string valueLegend(const SensorInfo& sensor) {
+    std::string text;
+    const Reading reading = decode(typeOf(sensor), Payload{});
+    for (const Value& value : reading.values) {
+        if (!text.empty()) text += ", ";
+        text += value.name;
+        if (value.unit[0] != '\0') text += std::string(" [") + value.unit + "]";
+    }
+    return reading.accuracy[0] != '\0' ? text + ", accuracy" : text;
+}
+
+std::string summaryTable(const std::vector<Watched>& watched) {
+    std::string table =
+        formatted("%6s  %-30s %8s %10s %10s %11s %8s %8s %6s %8s %6s %7s %9s\n", "handle", "sensor",
+                  "events", "asked/Hz", "granted/Hz", "measured/Hz", "p50/ms", "p99/ms", "lost",
+                  "backward", "stale", "flushes", "wakelocks");
+    for (const Watched& one : watched) {
+        const double measuredHz = one.grantedHz > 0 ? one.intervals.rateHz() : 0;
+        table += formatted("%6" PRId32 "  %-30s %8" PRId64 " %10s %10s %11s %8s %8s %6" PRId64
+                           " %8" PRId64 " %6" PRId64 " %7" PRId64 " %9" PRId64 "\n",
+                           one.sensor->sensorHandle, typeName(*one.sensor).c_str(), one.events,
+                           rateText(one.askedHz).c_str(), rateText(one.grantedHz).c_str(),
+                           rateText(measuredHz).c_str(), millisecondsText(one.latency, 0.5).c_str(),
+                           millisecondsText(one.latency, 0.99).c_str(), one.intervals.lost(),
+                           one.intervals.backward(), one.stale, one.flushes, one.wakelocks);
+    }
+    return table;
+}
+
+std::string statsHeader() {
+    return formatted("%14s  %-30s %8s %10s %11s %8s %8s %6s %9s\n", "time/s", "sensor", "events",
+                     "granted/Hz", "measured/Hz", "p50/ms", "p99/ms", "lost", "wakelocks");
+}
+
+std::string statsLines(const std::vector<Watched>& watched) {
+    std::string lines;
+    for (const Watched& one : watched) {
+        const double measuredHz = one.grantedHz > 0 ? one.intervals.rateHz() : 0;
+        lines += formatted(
+            "%14.3f  %-30s %8" PRId64 " %10s %11s %8s %8s %6" PRId64 " %9" PRId64 "\n",
+            static_cast<double>(hubNowNs()) / 1e9, typeName(*one.sensor).c_str(), one.events,
+            rateText(one.grantedHz).c_str(), rateText(measuredHz).c_str(),
+            millisecondsText(one.latency, 0.5).c_str(), millisecondsText(one.latency, 0.99).c_str(),
+            one.intervals.lost(), one.wakelocks);
+    }
+    return lines;
+}
+
+std::string valueColumns(const SensorInfo& sensor, const Event& event) {
+    const Reading reading = decode(typeOf(sensor), payloadOf(event));
+    std::string line;
+    const std::string unit = commonUnit(reading.values);
+    for (const Value& value : reading.values) {
+        line += inColumn(value, value.text()) + ownUnit(value, unit);
+    }
+    for (const std::string& note :
+         {unit, std::string(reading.accuracy), std::string(reading.meaning)}) {
+        if (!note.empty()) line += "  " + note;
+    }
+    return line;
+}
+
+std::unique_ptr<EventWriter> EventWriter::makeSilent() {
+    return std::make_unique<SilentWriter>();
+}
+
+std::unique_ptr<EventWriter> EventWriter::make(const std::string& format) {
+    if (format == "csv") return std::make_unique<CsvWriter>();
+    if (format == "json") return std::make_unique<JsonWriter>();
+    return std::make_unique<TextWriter>();
+}
+
+}  // namespace subhalctl

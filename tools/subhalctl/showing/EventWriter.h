@@ -1,0 +1,67 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "tools/subhalctl/judging/Statistics.h"
+#include "tools/subhalctl/proxy/EventQueue.h"
+
+namespace subhalctl {
+
+enum class EventKind { kData, kFlushComplete, kAdditionalInfo };
+
+EventKind kindOf(const Event& event);
+
+/** One watched sensor. */
+struct Watched {
+    const SensorInfo* sensor;
+    double askedHz;    ///< 0: none, the sensor reports when it has something to say
+    double grantedHz;  ///< 0: as askedHz
+    IntervalStatistics intervals;
+    int64_t startNs = 0;  ///< what is stamped earlier is stale: an earlier run left it in the queue
+    DurationStatistics latency{};  ///< from the event's time stamp to its arrival
+    int64_t events = 0;            ///< of data and additional information, without the stale ones
+    int64_t stale = 0;
+    int64_t flushes = 0;
+    int64_t wakelocks = 0;
+
+    bool isStale(const ReceivedEvent& received) const;
+    void add(const ReceivedEvent& received);
+};
+
+/** Writes events to standard output, one per line. */
+class EventWriter {
+  public:
+    virtual ~EventWriter() = default;
+
+    /** What goes before the first event. */
+    virtual void begin(const std::vector<Watched>& watched) = 0;
+    virtual void event(const Watched& watched, const ReceivedEvent& received) = 0;
+    /** What goes behind the last one. */
+    virtual void summary(const std::vector<Watched>& watched) = 0;
+
+    /** @param format "text", "csv" or "json" (one object per line) */
+    static std::unique_ptr<EventWriter> make(const std::string& format);
+    /** Writes no events; a summary at the end. */
+    static std::unique_ptr<EventWriter> makeSilent();
+};
+
+/** The values of a data event in right-aligned columns, then unit, accuracy and meaning. */
+std::string valueColumns(const SensorInfo& sensor, const Event& event);
+
+/** What stands in valueColumns(), as in "x [m/s²], y [m/s²], z [m/s²], accuracy". */
+std::string valueLegend(const SensorInfo& sensor);
+
+/** "%d.%09d" of seconds. */
+std::string timeText(int64_t timestampNs);
+
+/** A table of the sensors' figures. */
+std::string summaryTable(const std::vector<Watched>& watched);
+
+/** The same, shorter, to be written again and again. */
+std::string statsHeader();
+std::string statsLines(const std::vector<Watched>& watched);
+
+}  // namespace subhalctl

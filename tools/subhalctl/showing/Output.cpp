@@ -1,0 +1,186 @@
+#include "tools/subhalctl/showing/Output.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+
+#include "tools/subhalctl/Interrupt.h"
+#include "tools/subhalctl/recording/Hex.h"
+
+namespace subhalctl {
+namespace {
+
+constexpr size_t kPiece = 4096;   // a pipe that poll() calls writable takes that much at once
+constexpr int kPatienceMs = 300;  // for a blocked output, once the verb is to end
+
+std::string gPending;
+int gError = 0;
+
+std::string formatArguments(const char* format, va_list arguments) {
+    va_list again;
+    va_copy(again, arguments);
+    const int length = std::vsnprintf(nullptr, 0, format, again);
+    va_end(again);
+    std::string text(static_cast<size_t>(std::max(length, 0)), '\0');
+    std::vsnprintf(text.data(), text.size() + 1, format, arguments);
+    return text;
+}
+
+/** Bytes of the character at `at`; 0 when it is no UTF-8, or a control character. */
+size_t shownBytes(const std::string& text, size_t at) {
+    const auto byte = [&](size_t i) {
+        return i < text.size() ? static_cast<unsigned char>(text[i]) : 0U;
+    };
+    const unsigned first = byte(at);
+    if (first < 0x80) return first >= 0x20 && first != 0x7F ? 1 : 0;
+    const size_t size = first >= 0xF0 ? 4 : (first >= 0xE0 ? 3 : 2);
+    unsigned code = first & (0xFFU >> (size + 1));
+    for (size_t i = 1; i < size; ++i) {
+        if ((byte(at + i) & 0xC0) != 0x80) return 0;
+        code = code << 6 | (byte(at + i) & 0x3F);
+    }
+    constexpr unsigned kLeast[] = {0xA0, 0x800, 0x10000};  // shorter forms are no UTF-8
+    const bool surrogate = code >= 0xD800 && code < 0xE000;
+    const bool lead = first >= 0xC0 && first < 0xF8;
+    return lead && code >= kLeast[size - 2] && code <= 0x10FFFF && !surrogate ? size : 0;
+}
+
+std::string escaped(const std::string& text, const char* kept) {
+    std::string result;
+    for (size_t at = 0; at < text.size();) {
+        const bool keep = text[at] != '\0' && std::strchr(kept, text[at]) != nullptr;
+        const size_t size = keep ? 1 : shownBytes(text, at);
+        if (size > 0) {
+            result.append(text, at, size);
+        } else {
+            result += "\\x" + hexOf(text.substr(at, 1));
+        }
+        at += std::max<size_t>(size, 1);
+    }
+    return result;
+}
+
+/** Waits until standard output takes bytes; false when it is blocked and the verb is to end. */
+bool waitWritable() {
+    while (!interrupted()) {
+        pollfd fds[] = {{STDOUT_FILENO, POLLOUT, 0}, {interruptFd(), POLLIN, 0}};
+        if (poll(fds, 2, -1) > 0 && fds[0].revents != 0) return true;
+    }
+    pollfd output{STDOUT_FILENO, POLLOUT, 0};
+    return poll(&output, 1, kPatienceMs) > 0;
+}
+
+void fail(int error) {
+    gError = error;
+    gPending.clear();
+    requestStop();
+}
+
+}  // namespace
+
+void keepStandardDescriptors() {
+    for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (fcntl(fd, F_GETFD) >= 0) continue;
+        // The lowest free number is this one. What was closed stays closed to writing.
+        if (open("/dev/null", fd == STDERR_FILENO ? O_WRONLY : O_RDONLY) < 0) _exit(kOutputLost);
+    }
+}
+
+std::string printable(const std::string& text) {
+    return escaped(text, "");
+}
+
+std::string printableLines(const std::string& text) {
+    return escaped(text, "\n\t");
+}
+
+void print(const char* format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    printText(printableLines(formatArguments(format, arguments)));
+    va_end(arguments);
+}
+
+void printText(const std::string& text) {
+    if (gError != 0) return;
+    gPending += text;
+    if (gPending.size() >= kPiece || (!gPending.empty() && gPending.back() == '\n')) flushOutput();
+}
+
+void flushOutput() {
+    size_t at = 0;
+    while (at < gPending.size()) {
+        if (!waitWritable()) return fail(EAGAIN);
+        const ssize_t written =
+            write(STDOUT_FILENO, gPending.data() + at, std::min(kPiece, gPending.size() - at));
+        if (written < 0 && errno != EINTR && errno != EAGAIN) return fail(errno);
+        at += static_cast<size_t>(std::max<ssize_t>(written, 0));
+    }
+    gPending.clear();
+}
+
+void complain(const char* format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    const std::string text = formatArguments(format, arguments);
+    va_end(arguments);
+    std::fprintf(stderr, "subhalctl: %s\n", printableLines(text).c_str());
+}
+
+ExitCode afterOutput(ExitCode verb) {
+    flushOutput();
+    if (gError == 0) return verb;
+    if (gError == EAGAIN) {
+        complain("output was lost: its reader does not read");
+    } else if (gError != EPIPE) {
+        complain("output was lost: %s", std::strerror(gError));
+    }
+    return kOutputLost;
+}
+
+std::string formatted(const char* format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    std::string text = formatArguments(format, arguments);
+    va_end(arguments);
+    return text;
+}
+
+std::string quoted(const std::string& text) {
+    constexpr char kPlain[] =
+        "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_-./:@%+=,";
+    if (!text.empty() && text.find_first_not_of(kPlain) == std::string::npos) return text;
+    const bool plain = printable(text) == text;
+    std::string result;
+    for (const char letter : text) {
+        if (letter == '\'') {
+            result += plain ? "'\\''" : "\\'";
+        } else if (letter == '\\' && !plain) {
+            result += "\\\\";
+        } else {
+            result += letter;
+        }
+    }
+    return (plain ? "'" : "$'") + printable(result) + "'";
+}
+
+Progress::Progress(bool wanted) : mWanted(wanted && isatty(STDERR_FILENO) != 0) {}
+
+void Progress::show(const std::string& text) {
+    if (!mWanted) return;
+    std::fprintf(stderr, "\r\033[K%s", text.c_str());
+    mShown = true;
+}
+
+void Progress::clear() {
+    if (mShown) std::fputs("\r\033[K", stderr);
+    mShown = false;
+}
+
+}  // namespace subhalctl

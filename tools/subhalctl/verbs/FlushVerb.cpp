@@ -1,0 +1,59 @@
+#include <optional>
+
+#include "tools/subhalctl/proxy/SensorLookup.h"
+#include "tools/subhalctl/showing/EventWriter.h"
+#include "tools/subhalctl/showing/Output.h"
+#include "tools/subhalctl/verbs/Verbs.h"
+
+namespace subhalctl {
+namespace {
+
+using Clock = EventQueue::Clock;
+
+constexpr int64_t kPeriodNs = 20'000'000;
+constexpr int64_t kLatencyNs = 10'000'000'000;  // so that there is something to flush
+
+ExitCode waitForCompletion(Proxy& proxy, const SensorInfo& sensor, Clock::time_point begin,
+                           double seconds) {
+    int64_t events = 0;
+    const auto end = proxy.events().receiveFor(seconds, [&](const ReceivedEvent& received) {
+        if (received.event.sensorHandle != sensor.sensorHandle) return false;
+        if (kindOf(received.event) == EventKind::kFlushComplete) return true;
+        ++events;
+        return false;
+    });
+    if (end != EventQueue::End::kDone) {
+        complain("%s: no completion of the flush", typeName(sensor).c_str());
+        return kNoData;
+    }
+    const double tookMs = std::chrono::duration<double, std::milli>(Clock::now() - begin).count();
+    print("%s: flush complete after %.3f ms, %s before it\n", typeName(sensor).c_str(), tookMs,
+          counted(events, "event").c_str());
+    return kOk;
+}
+
+}  // namespace
+
+ExitCode runFlush(Proxy& proxy, const FlushOptions& options) {
+    const ExitCode opened = proxy.open();
+    if (opened != kOk) return opened;
+    const SensorInfo* sensor = proxy.find(options.sensor);
+    if (sensor == nullptr) return kNoSuchSensor;
+    std::optional<ActiveSensor> active;
+    // A one-shot sensor cannot be flushed, and switching it on would use up its shot.
+    if (reportingMode(*sensor) != SensorFlagBits::ONE_SHOT_MODE) {
+        active.emplace(proxy, *sensor, kPeriodNs, kLatencyNs);
+        if (!active->active()) return kRefused;
+    }
+    const Clock::time_point begin = Clock::now();
+    const Result result = proxy.flush(sensor->sensorHandle);
+    if (result != Result::OK) {
+        if (reportingMode(*sensor) == SensorFlagBits::ONE_SHOT_MODE) {
+            complain("a one-shot sensor has nothing to flush");
+        }
+        return refused(typeName(*sensor), "flush", result);
+    }
+    return waitForCompletion(proxy, *sensor, begin, options.seconds);
+}
+
+}  // namespace subhalctl

@@ -1,0 +1,263 @@
+#include <algorithm>
+#include <cinttypes>
+#include <deque>
+
+#include "tools/subhalctl/hubs/PlatformHooks.h"
+#include "tools/subhalctl/judging/Requirement.h"
+#include "tools/subhalctl/proxy/SensorLookup.h"
+#include "tools/subhalctl/showing/EventWriter.h"
+#include "tools/subhalctl/showing/Output.h"
+#include "tools/subhalctl/verbs/Verbs.h"
+
+namespace subhalctl {
+namespace {
+
+constexpr int64_t kDefaultPeriodNs = 20'000'000;
+constexpr int64_t kProgressNs = 200'000'000;
+
+int64_t periodOf(const WatchOptions& options, const SensorSelector& selector) {
+    if (selector.rateHz) return periodOfRate(*selector.rateHz);
+    if (options.rateHz > 0) return periodOfRate(options.rateHz);
+    return options.periodNs > 0 ? options.periodNs : kDefaultPeriodNs;
+}
+
+double hertzOf(int64_t periodNs) {
+    return periodNs > 0 ? 1e9 / static_cast<double>(periodNs) : 0;
+}
+
+class Watch {
+  public:
+    Watch(Proxy& proxy, const WatchOptions& options)
+        : mProxy(proxy),
+          mOptions(options),
+          mWriter(options.recording.empty() ? EventWriter::make(options.format)
+                                            : EventWriter::makeSilent()),
+          mProgress(!options.recording.empty() && !proxy.options().quiet),
+          mLeft(options.count > 0 ? options.count : INT64_MAX) {}
+
+    ExitCode run();
+
+  private:
+    ExitCode selectSensors();
+    ExitCode select(const std::string& text);
+    bool activateSensors();
+    bool handle(const ReceivedEvent& received);
+    void showProgress();
+    bool allSpent() const;
+    EventQueue::End receive();
+    ExitCode keepRecording(EventQueue::End end);
+    ExitCode judgeRecording() const;
+    ExitCode judge(EventQueue::End end) const;
+    ExitCode require() const;
+
+    Proxy& mProxy;
+    const WatchOptions& mOptions;
+    std::unique_ptr<EventWriter> mWriter;
+    Progress mProgress;
+    std::vector<Watched> mWatched;
+    std::vector<Watched> mFresh;    // the same before the first event
+    std::vector<Watched> mSlice;    // the same for the seconds that are counted now
+    std::vector<int64_t> mPeriods;  // by index of mWatched
+    std::deque<ActiveSensor> mActive;
+    int64_t mLeft;  // events
+    int64_t mShownNs = 0;
+};
+
+ExitCode Watch::select(const std::string& text) {
+    const auto selector = parseSelector(text);
+    if (!selector) {
+        complain("%s: behind the \"@\" stands a rate in Hz, from %g to %g, as in 1@50",
+                 quoted(text).c_str(), kLowestRateHz, kHighestRateHz);
+        return kUsage;
+    }
+    const SensorInfo* sensor = mProxy.find(selector->sensor);
+    if (sensor == nullptr) return kNoSuchSensor;
+    const int64_t periodNs = periodOf(mOptions, *selector);
+    for (size_t i = 0; i < mWatched.size(); ++i) {
+        if (mWatched[i].sensor != sensor) continue;
+        if (mPeriods[i] == periodNs) return kOk;
+        complain("%s is asked for at %g Hz and at %g Hz; a sensor has one rate",
+                 typeName(*sensor).c_str(), hertzOf(mPeriods[i]), hertzOf(periodNs));
+        return kUsage;
+    }
+    const int64_t grantedNs = grantedPeriodNs(*sensor, periodNs);
+    const double askedHz = grantedNs > 0 ? hertzOf(periodNs) : 0;
+    mWatched.push_back({sensor, askedHz, hertzOf(grantedNs), IntervalStatistics(grantedNs)});
+    mPeriods.push_back(periodNs);
+    return kOk;
+}
+
+ExitCode Watch::selectSensors() {
+    for (const std::string& text : mOptions.sensors) {
+        const ExitCode selected = select(text);
+        if (selected != kOk) return selected;
+    }
+    return kOk;
+}
+
+bool Watch::activateSensors() {
+    for (size_t i = 0; i < mWatched.size(); ++i) {
+        mActive.emplace_back(mProxy, *mWatched[i].sensor, mPeriods[i],
+                             mOptions.latencyMs * 1'000'000);
+        if (!mActive.back().active()) return false;
+        mWatched[i].startNs = mActive.back().startNs();
+    }
+    mFresh = mWatched;
+    return true;
+}
+
+bool Watch::handle(const ReceivedEvent& received) {
+    if (mProxy.recorder() != nullptr) mProxy.recorder()->event(received);
+    const auto found = std::find_if(mWatched.begin(), mWatched.end(), [&](const Watched& one) {
+        return one.sensor->sensorHandle == received.event.sensorHandle;
+    });
+    if (found == mWatched.end()) return false;
+    if (mOptions.statsSeconds > 0) {
+        mSlice[static_cast<size_t>(found - mWatched.begin())].add(received);
+    } else {
+        mWriter->event(*found, received);
+    }
+    const int64_t before = found->events;
+    found->add(received);
+    showProgress();
+    if (found->events == before) return false;
+    return --mLeft == 0 || allSpent();
+}
+
+void Watch::showProgress() {
+    const int64_t now = bootTimeNs();
+    if (now < mShownNs + kProgressNs) return;
+    mShownNs = now;
+    int64_t events = 0;
+    for (const Watched& one : mWatched) {
+        events += one.events;
+    }
+    mProgress.show(counted(events, "event"));
+}
+
+/** A one-shot sensor is off after its event. */
+bool Watch::allSpent() const {
+    return std::all_of(mWatched.begin(), mWatched.end(), [](const Watched& one) {
+        return reportingMode(*one.sensor) == SensorFlagBits::ONE_SHOT_MODE && one.events > 0;
+    });
+}
+
+/** Once a recording was played to its end: a sensor without an event is not in it. */
+ExitCode Watch::judgeRecording() const {
+    ExitCode result = kOk;
+    for (const Watched& one : mWatched) {
+        if (one.events + one.stale + one.flushes > 0) continue;
+        complain("the recording holds no events of %s (%" PRId32 ")", typeName(*one.sensor).c_str(),
+                 one.sensor->sensorHandle);
+        result = kNoData;
+    }
+    return result;
+}
+
+/** Sensors that report by themselves, and did not, make a failure; so does no event at all. */
+ExitCode Watch::judge(EventQueue::End end) const {
+    if (const size_t overflowed = mProxy.events().overflowed()) {
+        complain("%zu events were dropped, because the output could not take them", overflowed);
+        return kOutputLost;
+    }
+    const bool played = end == EventQueue::End::kEnded;
+    if (played && judgeRecording() != kOk) return kNoData;
+    if (mOptions.count > 0) return mLeft > 0 ? kNoData : kOk;
+    if (played || end == EventQueue::End::kInterrupted) return kOk;
+    bool any = false;
+    ExitCode result = kOk;
+    for (const Watched& one : mWatched) {
+        any = any || one.events > 0;
+        const SensorFlagBits mode = reportingMode(*one.sensor);
+        const bool talks =
+            mode == SensorFlagBits::CONTINUOUS_MODE || mode == SensorFlagBits::ON_CHANGE_MODE;
+        if (one.events > 0 || !talks) continue;
+        complain("%s stayed silent; \"subhalctl doctor\" and --log error tell more",
+                 typeName(*one.sensor).c_str());
+        result = kNoData;
+    }
+    if (!any && result == kOk) complain("no events");
+    return any ? result : kNoData;
+}
+
+ExitCode Watch::require() const {
+    ExitCode result = kOk;
+    for (const Watched& one : mWatched) {
+        for (const std::string& broken : brokenRequirements(mOptions.requirement, one)) {
+            complain("%s: %s", typeName(*one.sensor).c_str(), broken.c_str());
+            result = kCheckFailed;
+        }
+    }
+    return result;
+}
+
+EventQueue::End Watch::receive() {
+    using Clock = EventQueue::Clock;
+    const auto handler = [this](const ReceivedEvent& received) { return handle(received); };
+    if (mOptions.statsSeconds <= 0) return mProxy.events().receiveFor(mOptions.seconds, handler);
+    const auto lengthOf = [](double seconds) {
+        return std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
+    };
+    const auto end =
+        mOptions.seconds > 0 ? Clock::now() + lengthOf(mOptions.seconds) : Clock::time_point::max();
+    print("%s", statsHeader().c_str());
+    for (auto next = Clock::now();;) {
+        next += lengthOf(mOptions.statsSeconds);
+        mSlice = mFresh;
+        const auto ended = mProxy.events().receive(std::min(next, end), handler);
+        print("%s", statsLines(mSlice).c_str());
+        if (ended != EventQueue::End::kTimeout || Clock::now() >= end) return ended;
+    }
+}
+
+ExitCode Watch::keepRecording(EventQueue::End end) {
+    Recorder* recorder = mProxy.recorder();
+    if (recorder == nullptr) return kOk;
+    if (end == EventQueue::End::kInterrupted && !recorder->hasData()) {
+        complain("interrupted before a sensor reported: nothing is kept");
+        return kNoData;
+    }
+    return recorder->finish() ? kOk : kOutputLost;
+}
+
+ExitCode Watch::run() {
+    const ExitCode selected = selectSensors();
+    if (selected != kOk) return selected;
+    const bool quiet = mProxy.options().quiet;
+    // The header is part of a CSV file, not a courtesy.
+    const bool events = mOptions.statsSeconds <= 0;
+    if (events && (!quiet || mOptions.format == "csv")) mWriter->begin(mWatched);
+    if (!activateSensors()) return kRefused;
+    const auto end = receive();
+    mActive.clear();
+    mProxy.events().drain([this](const ReceivedEvent& received) {
+        if (mProxy.recorder() != nullptr) mProxy.recorder()->event(received);
+    });
+    mProgress.clear();
+    if (!quiet) mWriter->summary(mWatched);
+    const ExitCode kept = keepRecording(end);
+    if (kept != kOk) return kept;
+    const ExitCode judged = judge(end);
+    return judged == kOk ? require() : judged;
+}
+
+}  // namespace
+
+ExitCode runWatch(Proxy& proxy, const WatchOptions& options) {
+    if (options.statsSeconds > 0 && options.format != "text") {
+        complain("--stats prints a table, so --format %s does not go with it",
+                 options.format.c_str());
+        return kUsage;
+    }
+    // The hub comes first, whose clock is on each line of a recording.
+    const ExitCode made = proxy.openHub();
+    if (made != kOk) return made;
+    if (!options.recording.empty() && !proxy.recordTo(options.recording)) return kUsage;
+    const ExitCode opened = proxy.open();
+    const ExitCode ended = opened != kOk ? opened : Watch(proxy, options).run();
+    // Not left to destructors: the process may have to end without them.
+    if (proxy.recorder() != nullptr) proxy.recorder()->discard();
+    return ended;
+}
+
+}  // namespace subhalctl
