@@ -13,7 +13,7 @@
 #include <memory>
 #include <thread>
 
-#include "bench/RealHub.h"
+#include "bench/MountedHub.h"
 
 namespace {
 
@@ -62,7 +62,7 @@ int main(int argc, char** argv) {
     const size_t size = strtoul(argv[2], nullptr, 10);
     const int events = atoi(argv[3]);
 
-    auto hub = std::make_unique<bench::RealHub>(std::vector<int>{handle});
+    auto hub = std::make_unique<bench::MountedHub>(std::vector<int>{handle});
     const bench::EntryPoint entry = bench::loadLibrary();
     hub->enter();
     hub->setDataAvailable(handle, 1);

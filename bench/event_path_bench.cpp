@@ -15,8 +15,8 @@
 #include <thread>
 #include <vector>
 
+#include "bench/MountedHub.h"
 #include "bench/Pairs.h"
-#include "bench/RealHub.h"
 
 namespace {
 
@@ -54,14 +54,14 @@ constexpr int kReaderPriority = -8;
 /** Reads like the library's poll thread, with nothing behind the read. */
 class BareReader {
   public:
-    BareReader(RealHub& hub, size_t devices) : mEntries(devices) {
+    BareReader(MountedHub& hub, size_t devices) : mEntries(devices) {
         const std::vector<int> handles = someHandles(devices, {kGate, kMeasured, 32, 33});
         for (size_t i = 0; i < devices; ++i)
             mEntries[i] = {hub.openTwin(handles[i]), POLLIN, 0};
         mThread = std::thread([this] { run(); });
     }
     /** Ends the thread, which one more gate record has to wake. */
-    void stop(RealHub& hub, const std::string& gateRecord) {
+    void stop(MountedHub& hub, const std::string& gateRecord) {
         mStop = true;
         hub.pushTwin(kGate, gateRecord);
         mThread.join();
@@ -105,7 +105,7 @@ class BareReader {
 /** The library and the bare reader, side by side on one set of files. */
 struct Stage {
     explicit Stage(size_t devices)
-        : hub(std::make_unique<RealHub>(someHandles(devices, {kGate, kMeasured}))),
+        : hub(std::make_unique<MountedHub>(someHandles(devices, {kGate, kMeasured}))),
           floor(*hub, devices + 2),
           proxy(new MeteringProxy(kGate)) {
         const EntryPoint entry = loadLibrary();
@@ -119,7 +119,7 @@ struct Stage {
 
     const std::string record = std::string(kMeasuredSize, '\1');
     const std::string gateRecord = std::string(kGateSize, '\1');
-    std::unique_ptr<RealHub> hub;
+    std::unique_ptr<MountedHub> hub;
     BareReader floor;
     android::sp<MeteringProxy> proxy;
     ISensorsSubHal* hal = nullptr;

@@ -14,14 +14,14 @@
 #include <string>
 #include <vector>
 
-#include "bench/RealHub.h"
+#include "bench/MountedHub.h"
 
 namespace {
 
 using namespace bench;
 
 /** The name of every device, and of each sensor's the node and both buffer attributes. */
-void touchDevices(const RealHub& hub, int devices) {
+void touchDevices(const MountedHub& hub, int devices) {
     const auto touch = [](const std::string& path, int flags, const char* text) {
         const int fd = open(path.c_str(), flags | O_CLOEXEC);
         char name[64];
@@ -46,7 +46,7 @@ void touchDevices(const RealHub& hub, int devices) {
 
 /** Seconds that `work` takes in a child process inside the hub's root. */
 template <typename Work>
-double timeInChild(RealHub& hub, Work work) {
+double timeInChild(MountedHub& hub, Work work) {
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0) abort();
     const pid_t child = fork();
@@ -72,7 +72,7 @@ void startUp(benchmark::State& state) {
     const std::vector<int> handles = someHandles(sensors, {});
     const auto devices = static_cast<int>(state.range(1));
     const auto strangers = devices - static_cast<int>(handles.size()) - 2;
-    RealHub hub(handles, strangers);
+    MountedHub hub(handles, strangers);
     const EntryPoint entry = loadLibrary();
     std::vector<double> ratios;
     std::vector<double> floors;

@@ -1,14 +1,19 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
+#include <vector>
 
 namespace simulator {
 
+constexpr size_t kSpecSize = 46;      ///< bytes of a record in the hub's specification file
+constexpr size_t kSpecNameSize = 15;  ///< of its name; the end is one of them
+
 /** What the hub's sensor specification file says about one sensor. */
 struct SensorSpec {
-    int handle = 0;
-    std::string chipName = "";  ///< at most 14 characters reach the file
+    int handle = 0;             ///< 0: an empty slot
+    std::string chipName = "";  ///< with 15 characters its end is missing, the rest is cut off
     int vendor = 0;             ///< index into the vendor table, 3 is "STM"
     int32_t version = 1;
     bool wakeUp = false;
@@ -21,7 +26,10 @@ struct SensorSpec {
     float powerMa = 0.0F;
 };
 
-/** The 46-byte record of a sensor in the hub's specification file. */
+/** The record of a sensor in the specification file. */
 std::string encodeSpec(const SensorSpec& spec);
+
+/** All whole records of a specification file. */
+std::vector<SensorSpec> decodeSpecs(const std::string& file);
 
 }  // namespace simulator

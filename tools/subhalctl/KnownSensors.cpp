@@ -1,22 +1,8 @@
 #include "tools/subhalctl/KnownSensors.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace subhalctl {
-namespace {
-
-constexpr size_t kNameSize = 15;
-
-template <typename Field>
-Field fieldAt(const char* bytes, size_t offset) {
-    Field field;
-    std::memcpy(&field, bytes + offset, sizeof(field));
-    return field;
-}
-
-}  // namespace
-
 const std::vector<KnownSensor>& knownSensors() {
     // Handle, IIO name, plain name is wake-up, record bytes, display name, type, string type,
     // permission, flags.
@@ -121,20 +107,5 @@ std::string iioNameOf(const KnownSensor& sensor, bool wakeUp) {
     if (wakeUp == sensor.plainNameIsWakeUp) return sensor.iioName;
     return std::string(sensor.iioName) + (wakeUp ? "_wu" : "_nwu");
 }
-
-SpecRecord::SpecRecord(const char* bytes)
-    : handle(static_cast<uint8_t>(bytes[0])),
-      name(bytes + 1, strnlen(bytes + 1, kNameSize)),
-      nameEnds(name.size() < kNameSize),
-      vendor(fieldAt<uint8_t>(bytes, 16)),
-      version(fieldAt<int32_t>(bytes, 17)),
-      wakeUp(bytes[21] != 0),
-      minDelayUs(fieldAt<int32_t>(bytes, 22)),
-      maxDelayUs(fieldAt<int32_t>(bytes, 26)),
-      fifoMax(fieldAt<uint16_t>(bytes, 30)),
-      fifoReserved(fieldAt<uint16_t>(bytes, 32)),
-      resolution(fieldAt<float>(bytes, 34)),
-      range(fieldAt<float>(bytes, 38)),
-      powerMa(fieldAt<float>(bytes, 42)) {}
 
 }  // namespace subhalctl

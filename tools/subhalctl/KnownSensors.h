@@ -33,25 +33,4 @@ constexpr int32_t kHousekeepingHandle = 33;  ///< nor this, and not listed eithe
 constexpr int32_t kDebuggerHandle = 53;      ///< never listed
 constexpr int32_t kFlipCoverHandle = 42;     ///< listed only with its status file
 
-/** One record of the hub's specification file. */
-struct SpecRecord {
-    static constexpr size_t kSize = 46;
-
-    explicit SpecRecord(const char* bytes);
-
-    int32_t handle;  ///< 0: an empty slot
-    std::string name;
-    bool nameEnds;  ///< the name's 15 bytes hold its end
-    uint8_t vendor;
-    int32_t version;
-    bool wakeUp;
-    int32_t minDelayUs;
-    int32_t maxDelayUs;
-    uint16_t fifoMax;
-    uint16_t fifoReserved;
-    float resolution;
-    float range;
-    float powerMa;
-};
-
 }  // namespace subhalctl

@@ -14,7 +14,7 @@
 namespace subhalctl {
 
 /** Options of a hub that stands in for the machine's own. */
-struct HubOptions {
+struct HubChoice {
     bool sim = false;
     bool still = false;  ///< nothing moves and no light changes
     uint64_t seed = 1;
@@ -35,7 +35,7 @@ struct Injection {
 
 enum class FileOperation { kRead, kWrite, kRemove };
 
-struct FileReply {
+struct FileOutcome {
     int32_t result;
     std::string data;
 };
@@ -59,9 +59,9 @@ class Hub {
     virtual bool requestDump(int type, int count) = 0;
     /** Names and sizes in the dump directory. */
     virtual std::vector<std::pair<std::string, size_t>> dumpFiles() = 0;
-    virtual std::optional<FileReply> requestFile(FileOperation operation, const std::string& path,
-                                                 const std::string& text, int size,
-                                                 int64_t offset) = 0;
+    virtual std::optional<FileOutcome> requestFile(FileOperation operation, const std::string& path,
+                                                   const std::string& text, int size,
+                                                   int64_t offset) = 0;
     /** What the library did against the protocol, in words. */
     virtual std::vector<std::string> violations() = 0;
 
@@ -77,7 +77,7 @@ class Hub {
 };
 
 /** Anything but kOk has been told on standard error. */
-ExitCode makeSimulatedHub(const HubOptions& options, std::unique_ptr<Hub>* hub);
+ExitCode makeSignalHub(const HubChoice& options, std::unique_ptr<Hub>* hub);
 
 struct Recording;
 struct ReplayOptions {

@@ -11,8 +11,9 @@
 
 #include "simulator/SimulatedHub.h"
 #include "tools/subhalctl/Interrupt.h"
+#include "tools/subhalctl/KnownSensors.h"
 #include "tools/subhalctl/hubs/DevicePaths.h"
-#include "tools/subhalctl/hubs/SimulatorHub.h"
+#include "tools/subhalctl/hubs/InProcessHub.h"
 #include "tools/subhalctl/recording/Recording.h"
 #include "tools/subhalctl/showing/Output.h"
 
@@ -24,17 +25,9 @@ using Entry = Recording::Entry;
 constexpr std::chrono::milliseconds kSlice{50};
 constexpr std::chrono::seconds kPatience{5};  // with a library that does not take a record
 
-Specs specsOf(const std::string& spec) {
-    Specs specs;
-    for (size_t at = 0; at + SpecRecord::kSize <= spec.size(); at += SpecRecord::kSize) {
-        specs.push_back(specOf(SpecRecord(spec.data() + at)));
-    }
-    return specs;
-}
-
 simulator::SimulatedHub::Options replayOptions(const Recording& recording) {
     simulator::SimulatedHub::Options options;
-    options.sensors = specsOf(recording.spec);
+    options.sensors = simulator::decodeSpecs(recording.spec);
     return options;
 }
 
@@ -99,10 +92,10 @@ class RecordedPlatform : public PlatformHooks {
     std::map<std::string, std::string> mProperties;
 };
 
-class ReplayHub : public SimulatorHub {
+class ReplayHub : public InProcessHub {
   public:
     ReplayHub(const Recording& recording, const ReplayOptions& options)
-        : SimulatorHub(replayOptions(recording)),
+        : InProcessHub(replayOptions(recording)),
           mRecording(recording),
           mOptions(options),
           mPlatform(recording, options.live) {

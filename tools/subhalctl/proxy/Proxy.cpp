@@ -58,7 +58,7 @@ ExitCode Proxy::openHub() {
                           {mOptions.hub.fast, true, [this] { mEvents.end(); },
                            [this] { return mEvents.full(); }});
     }
-    return mOptions.hub.sim ? makeSimulatedHub(mOptions.hub, &mHub) : kOk;
+    return mOptions.hub.sim ? makeSignalHub(mOptions.hub, &mHub) : kOk;
 }
 
 ExitCode Proxy::openReplay(const std::string& path, const ReplayOptions& options) {

@@ -22,7 +22,7 @@ using android::hardware::sensors::V2_0::implementation::HalProxyCallback;
 using android::hardware::sensors::V2_0::implementation::ISensorsSubHal;
 
 struct GlobalOptions {
-    HubOptions hub;
+    HubChoice hub;
     std::string library;   ///< empty: the build tree's, else what the loader finds
     std::string logLevel;  ///< empty: silent with a hub of this process, else warnings
     bool quiet = false;

@@ -13,6 +13,7 @@
 #include <filesystem>
 #include <set>
 
+#include "simulator/SensorSpec.h"
 #include "tools/subhalctl/KnownSensors.h"
 #include "tools/subhalctl/hubs/DevicePaths.h"
 #include "tools/subhalctl/recording/Hex.h"
@@ -48,8 +49,7 @@ int deviceNumber(const std::string& path, const std::string& prefix) {
 std::map<std::string, int> handlesByName(const std::string& spec) {
     std::map<std::string, int> handles = {{"qcontext_iio", kContextHandle},
                                           {"sensorhub_sensor", kHousekeepingHandle}};
-    for (size_t at = 0; at + SpecRecord::kSize <= spec.size(); at += SpecRecord::kSize) {
-        const SpecRecord record(spec.data() + at);
+    for (const auto& record : simulator::decodeSpecs(spec)) {
         const KnownSensor* known = findKnownSensor(record.handle);
         if (known != nullptr) handles.emplace(iioNameOf(*known, record.wakeUp), record.handle);
     }

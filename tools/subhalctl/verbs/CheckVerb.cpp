@@ -11,7 +11,7 @@
 #include "tools/subhalctl/judging/CheckReport.h"
 #include "tools/subhalctl/judging/CheckRules.h"
 #include "tools/subhalctl/judging/Statistics.h"
-#include "tools/subhalctl/proxy/DirectChannel.h"
+#include "tools/subhalctl/proxy/ClientChannel.h"
 #include "tools/subhalctl/proxy/RingReader.h"
 #include "tools/subhalctl/proxy/SensorLookup.h"
 #include "tools/subhalctl/showing/Output.h"
@@ -350,7 +350,7 @@ void Check::checkDirectLevel(Subject& subject, RateLevel level, const char* rule
     if (!memory.ok()) return subject.results.skip(rule, "no shared memory");
     memory.fill('\x55');
     const Off off(mProxy, sensor);
-    DirectChannel channel(mProxy);
+    ClientChannel channel(mProxy);
     const Result registered = channel.registerMemory(memory.fd(), memory.bytes());
     const bool zeroed = memory.allZero();
     const Result configured = channel.setRate(sensor.sensorHandle, level);
@@ -397,7 +397,7 @@ void Check::checkDirect() {
             continue;
         }
         SharedMemory memory(16 * sizeof(sensors_event_t));
-        DirectChannel channel(mProxy);
+        ClientChannel channel(mProxy);
         if (!memory.ok() || channel.registerMemory(memory.fd(), memory.bytes()) != Result::OK) {
             continue;
         }
@@ -431,7 +431,7 @@ void Check::checkInitializeAgain() {
     } else {
         SharedMemory memory(16 * sizeof(sensors_event_t));
         const Off off(mProxy, *direct->sensor);
-        DirectChannel channel(mProxy);
+        ClientChannel channel(mProxy);
         channel.registerMemory(memory.fd(), memory.bytes());
         const Result result = mProxy.initializeAgain();
         const Result stale = channel.setRate(direct->sensor->sensorHandle, RateLevel::NORMAL);

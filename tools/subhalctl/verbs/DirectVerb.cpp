@@ -8,7 +8,7 @@
 #include <optional>
 
 #include "tools/subhalctl/Interrupt.h"
-#include "tools/subhalctl/proxy/DirectChannel.h"
+#include "tools/subhalctl/proxy/ClientChannel.h"
 #include "tools/subhalctl/proxy/RingReader.h"
 #include "tools/subhalctl/proxy/SensorLookup.h"
 #include "tools/subhalctl/showing/EventWriter.h"
@@ -113,7 +113,7 @@ ExitCode play(Proxy& proxy, const DirectOptions& options, int regionFd, RingRead
     if (!mayReportDirectly(proxy, *sensor)) return kRefused;
     // A stopped report leaves its sensor on, and so does a channel that goes with it stopped.
     const Off off(proxy, *sensor);
-    DirectChannel channel(proxy);
+    ClientChannel channel(proxy);
     const Result registered = channel.registerMemory(regionFd, options.bytes);
     if (registered != Result::OK) {
         return refused(typeName(*sensor), "registerDirectChannel", registered);

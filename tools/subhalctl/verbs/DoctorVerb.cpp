@@ -18,6 +18,7 @@
 #include <memory>
 #include <set>
 
+#include "simulator/SensorSpec.h"
 #include "tools/subhalctl/KnownSensors.h"
 #include "tools/subhalctl/hubs/DevicePaths.h"
 #include "tools/subhalctl/showing/Output.h"
@@ -197,8 +198,9 @@ class Doctor {
     void checkEither(const char* path, const char* other, const char* lost);
     void checkDataDirectory();
     void checkProperties();
-    void checkRecord(size_t number, const SpecRecord& record);
-    void checkFigures(const std::string& subject, const SpecRecord& record, uint32_t mode);
+    void checkRecord(size_t number, const simulator::SensorSpec& record);
+    void checkFigures(const std::string& subject, const simulator::SensorSpec& record,
+                      uint32_t mode);
     void checkDevice(const std::string& subject, const KnownSensor& sensor, bool wakeUp,
                      int fifoMax);
     void checkMissing(const std::string& subject, const KnownSensor& sensor, bool wakeUp);
@@ -240,17 +242,17 @@ bool Doctor::readSpec() {
                        "no sensors without it; " + remedyOf(error, "", "read"));
         return false;
     }
-    const size_t records = std::min(mSpec.size(), kSpecBytesRead) / SpecRecord::kSize;
+    const size_t records = std::min(mSpec.size(), kSpecBytesRead) / simulator::kSpecSize;
     mFindings.ok(kSpecPath, modeOf(kSpecPath) + ", " + counted(records, "record"));
     if (mSpec.size() > kSpecBytesRead) {
         mFindings.fail(kSpecPath, formatted("%zu bytes", mSpec.size()),
                        formatted("the library reads the first %zu, %zu records", kSpecBytesRead,
-                                 kSpecBytesRead / SpecRecord::kSize));
+                                 kSpecBytesRead / simulator::kSpecSize));
     }
-    if (mSpec.size() % SpecRecord::kSize != 0) {
+    if (mSpec.size() % simulator::kSpecSize != 0) {
         mFindings.fail(kSpecPath,
-                       counted(mSpec.size() % SpecRecord::kSize, "byte") +
-                           formatted(" behind the last whole record of %zu", SpecRecord::kSize),
+                       counted(mSpec.size() % simulator::kSpecSize, "byte") +
+                           formatted(" behind the last whole record of %zu", simulator::kSpecSize),
                        "the driver and the library disagree about the record");
     }
     if (records == 0) {
@@ -370,7 +372,8 @@ void Doctor::checkProperties() {
     }
 }
 
-void Doctor::checkFigures(const std::string& subject, const SpecRecord& record, uint32_t mode) {
+void Doctor::checkFigures(const std::string& subject, const simulator::SensorSpec& record,
+                          uint32_t mode) {
     const auto wrong = [&](const std::string& what, const std::string& rule) {
         mFindings.fail(subject, what, rule);
     };
@@ -404,7 +407,7 @@ void Doctor::checkFigures(const std::string& subject, const SpecRecord& record, 
     }
 }
 
-void Doctor::checkRecord(size_t number, const SpecRecord& record) {
+void Doctor::checkRecord(size_t number, const simulator::SensorSpec& record) {
     const std::string place = formatted("record %zu", number);
     if (record.handle == 0) {
         ++mEmptySlots;
@@ -423,18 +426,18 @@ void Doctor::checkRecord(size_t number, const SpecRecord& record) {
         mFindings.fail(subject, "the handle stands in an earlier record", "the earlier one counts");
         return;
     }
-    const bool text = std::all_of(record.name.begin(), record.name.end(),
+    const bool text = std::all_of(record.chipName.begin(), record.chipName.end(),
                                   [](char letter) { return letter >= ' ' && letter < 0x7F; });
     mFindings.ok(subject, formatted("%s \"%s\", vendor %d, version %" PRId32 ", %s, %" PRId32
                                     " to %" PRId32 " µs, FIFO %d",
-                                    sensor->displayName, record.name.c_str(), record.vendor,
+                                    sensor->displayName, record.chipName.c_str(), record.vendor,
                                     record.version, record.wakeUp ? "wake-up" : "non-wake-up",
                                     record.minDelayUs, record.maxDelayUs, record.fifoMax));
-    if (!text || !record.nameEnds) {
+    if (!text || record.chipName.size() >= simulator::kSpecNameSize) {
         mFindings.fail(subject, "the name is not text of at most 14 characters",
                        "the record is broken, or shifted against the library's idea of it");
     }
-    if (record.name.empty()) mFindings.note(subject, "no chip name");
+    if (record.chipName.empty()) mFindings.note(subject, "no chip name");
     if (record.vendor >= kVendors) {
         mFindings.note(subject, formatted("unknown vendor %d", record.vendor),
                        "the vendor stays empty");
@@ -586,11 +589,10 @@ ExitCode Doctor::run() {
     if (!readSpec()) return kNoHub;
     checkWho();
     readIioNames();
-    const size_t bytes = std::min(mSpec.size(), kSpecBytesRead);
-    for (size_t i = 0; (i + 1) * SpecRecord::kSize <= bytes; ++i) {
-        checkRecord(i + 1, SpecRecord(mSpec.data() + i * SpecRecord::kSize));
+    size_t records = 0;
+    for (const auto& record : simulator::decodeSpecs(mSpec.substr(0, kSpecBytesRead))) {
+        checkRecord(++records, record);
     }
-    const size_t records = bytes / SpecRecord::kSize;
     if (records > 0 && mEmptySlots == records) {
         mFindings.fail(kSpecPath, counted(records, "record") + ", all of them empty slots",
                        kSilentFirmware);

@@ -32,7 +32,7 @@ FileOperation operationOf(const std::string& name) {
     return name == "write" ? FileOperation::kWrite : FileOperation::kRemove;
 }
 
-void printReply(FileOperation operation, const FileReply& reply) {
+void printReply(FileOperation operation, const FileOutcome& reply) {
     if (reply.result < 0) {
         // -1 is a call's bare failure; only what is below it is an error number.
         print("the library answered %" PRId32 "%s%s\n", reply.result,

@@ -13,6 +13,7 @@
 #include <map>
 #include <optional>
 
+#include "simulator/SensorSpec.h"
 #include "tools/subhalctl/KnownSensors.h"
 #include "tools/subhalctl/proxy/SensorLookup.h"
 #include "tools/subhalctl/recording/Recording.h"
@@ -67,8 +68,7 @@ SensorInfo sensorOf(const Recording& recording, int32_t handle, int32_t type) {
         sensor.typeAsString = known->stringType;
         sensor.flags = known->flags;
     }
-    for (size_t at = 0; at + SpecRecord::kSize <= recording.spec.size(); at += SpecRecord::kSize) {
-        const SpecRecord record(recording.spec.data() + at);
+    for (const auto& record : simulator::decodeSpecs(recording.spec)) {
         if (record.handle != handle) continue;
         sensor.minDelay = record.minDelayUs;
         sensor.maxDelay = record.maxDelayUs;

@@ -216,7 +216,7 @@ ExitCode Replay::run() {
 }  // namespace
 
 ExitCode runReplay(Proxy& proxy) {
-    const HubOptions& hub = proxy.options().hub;
+    const HubChoice& hub = proxy.options().hub;
     if (hub.sim) {
         complain("--sim excludes replay: a recording is a hub of its own");
         return kUsage;

@@ -8,24 +8,19 @@
 #include "simulator/HubServices.h"
 #include "simulator/RearLightSensor.h"
 #include "simulator/SimulatedHub.h"
-#include "tools/subhalctl/KnownSensors.h"
 #include "tools/subhalctl/hubs/Hub.h"
 
 // With the sources that include it, all that this program knows of the simulator.
 
 namespace subhalctl {
 
-using Specs = std::vector<simulator::SensorSpec>;
-
-simulator::SensorSpec specOf(const SpecRecord& record);
-
 /** False, and told, when there is no place for the simulator's files. */
 bool haveRoom();
 
 /** A hub on the simulator's devices. */
-class SimulatorHub : public Hub {
+class InProcessHub : public Hub {
   public:
-    explicit SimulatorHub(const simulator::SimulatedHub::Options& options);
+    explicit InProcessHub(const simulator::SimulatedHub::Options& options);
 
     bool unload(host_proxy::SubHalLibrary& library) override;
     void forgetInjections() override;
@@ -34,9 +29,9 @@ class SimulatorHub : public Hub {
     bool waitReady() override;
     bool requestDump(int type, int count) override;
     std::vector<std::pair<std::string, size_t>> dumpFiles() override;
-    std::optional<FileReply> requestFile(FileOperation operation, const std::string& path,
-                                         const std::string& text, int size,
-                                         int64_t offset) override;
+    std::optional<FileOutcome> requestFile(FileOperation operation, const std::string& path,
+                                           const std::string& text, int size,
+                                           int64_t offset) override;
     std::vector<std::string> violations() override;
 
   protected:

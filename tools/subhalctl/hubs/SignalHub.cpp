@@ -16,7 +16,7 @@
 
 #include "tools/subhalctl/hubs/DevicePaths.h"
 #include "tools/subhalctl/hubs/HubFault.h"
-#include "tools/subhalctl/hubs/SimulatorHub.h"
+#include "tools/subhalctl/hubs/InProcessHub.h"
 #include "tools/subhalctl/showing/Json.h"
 #include "tools/subhalctl/showing/Output.h"
 
@@ -24,6 +24,7 @@ namespace subhalctl {
 namespace {
 
 namespace fs = std::filesystem;
+using Specs = std::vector<simulator::SensorSpec>;
 
 constexpr size_t kLargestChipsFile = size_t{1} << 20;
 constexpr int kLargestVendor = 11;
@@ -75,6 +76,7 @@ ChipReader::ChipReader(const Json& chip, simulator::SensorSpec* spec) : mChip(ch
     }
     whole("handle", &spec->handle, 0, UINT8_MAX);
     take("chip", &spec->chipName, "text", [](const Json& value) { return value.is_string(); });
+    spec->chipName.resize(std::min(spec->chipName.size(), simulator::kSpecNameSize - 1));
     whole("vendor", &spec->vendor, 0, kLargestVendor);
     whole("version", &spec->version);
     take("wakeup", &spec->wakeUp, "true or false",
@@ -117,18 +119,15 @@ std::optional<Specs> readChips(const std::string& path) {
         }
         return specs;
     }
-    if (bytes.size() % SpecRecord::kSize != 0) {
+    if (bytes.size() % simulator::kSpecSize != 0) {
         complain("%s: neither a list of chips in JSON nor a whole number of %zu-byte records",
-                 quoted(path).c_str(), SpecRecord::kSize);
+                 quoted(path).c_str(), simulator::kSpecSize);
         return {};
     }
-    for (size_t at = 0; at < bytes.size(); at += SpecRecord::kSize) {
-        specs.push_back(specOf(SpecRecord(bytes.data() + at)));
-    }
-    return specs;
+    return simulator::decodeSpecs(bytes);
 }
 
-simulator::SimulatedHub::Options simulatorOptions(const HubOptions& options, const Specs& specs) {
+simulator::SimulatedHub::Options simulatorOptions(const HubChoice& options, const Specs& specs) {
     simulator::SimulatedHub::Options result;
     result.seed = options.seed;
     result.still = options.still;
@@ -217,10 +216,10 @@ class FaultTimer {
     std::thread mThread;
 };
 
-class SimulatedHub : public SimulatorHub {
+class SignalHub : public InProcessHub {
   public:
-    SimulatedHub(const HubOptions& options, const Specs& specs)
-        : SimulatorHub(simulatorOptions(options, specs)) {}
+    SignalHub(const HubChoice& options, const Specs& specs)
+        : InProcessHub(simulatorOptions(options, specs)) {}
 
     /** Why the fault cannot happen here, empty when it can. Its path becomes the library's. */
     std::string misplaced(HubFault* fault) const;
@@ -234,7 +233,7 @@ class SimulatedHub : public SimulatorHub {
     std::optional<FaultTimer> mFaults;
 };
 
-std::string SimulatedHub::misplaced(HubFault* fault) const {
+std::string SignalHub::misplaced(HubFault* fault) const {
     if (fault->handle >= 0) return misplacedHandle(*fault);
     if (fault->kind == HubFault::Kind::kPoll) return {};
     const std::string given = fs::path(fault->path).lexically_normal();
@@ -261,7 +260,7 @@ std::string SimulatedHub::misplaced(HubFault* fault) const {
     return {};
 }
 
-std::string SimulatedHub::misplacedHandle(const HubFault& fault) const {
+std::string SignalHub::misplacedHandle(const HubFault& fault) const {
     if (mHub.devicePath(fault.handle).empty()) {
         std::string handles;
         for (int handle = 0; handle <= UINT8_MAX; ++handle) {
@@ -272,7 +271,7 @@ std::string SimulatedHub::misplacedHandle(const HubFault& fault) const {
     return fault.kind == HubFault::Kind::kWrite ? "a sensor's device is only read" : "";
 }
 
-std::string SimulatedHub::files() const {
+std::string SignalHub::files() const {
     std::set<std::string> paths;
     size_t devices = 0;
     for (const auto& entry : fs::recursive_directory_iterator(mHub.root())) {
@@ -297,12 +296,12 @@ std::string SimulatedHub::files() const {
 
 }  // namespace
 
-ExitCode makeSimulatedHub(const HubOptions& options, std::unique_ptr<Hub>* hub) {
+ExitCode makeSignalHub(const HubChoice& options, std::unique_ptr<Hub>* hub) {
     auto specs = std::optional<Specs>(simulator::standardCatalogue());
     if (!options.chips.empty()) specs = readChips(options.chips);
     if (!specs) return kUsage;
     if (!haveRoom()) return kCannotLoad;
-    auto made = std::make_unique<SimulatedHub>(options, *specs);
+    auto made = std::make_unique<SignalHub>(options, *specs);
     std::vector<HubFault> faults;
     for (const std::string& text : options.faults) {
         std::string why;

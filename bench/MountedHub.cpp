@@ -1,4 +1,4 @@
-#include "bench/RealHub.h"
+#include "bench/MountedHub.h"
 
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -45,7 +45,7 @@ void pushTo(int fd, const std::string& record) {
 
 }  // namespace
 
-RealHub::RealHub(const std::vector<int>& handles, int strangers) {
+MountedHub::MountedHub(const std::vector<int>& handles, int strangers) {
     const char* parent = access("/dev/shm", W_OK) == 0 ? "/dev/shm" : "/tmp";
     mRoot = std::string(parent) + "/sensorhub-bench-XXXXXX";
     require(mkdtemp(mRoot.data()) != nullptr, "mkdtemp");
@@ -77,7 +77,7 @@ RealHub::RealHub(const std::vector<int>& handles, int strangers) {
         write(file, "");
 }
 
-RealHub::~RealHub() {
+MountedHub::~MountedHub() {
     for (const auto* fds : {&mWriters, &mTwins}) {
         for (const auto& [handle, fd] : *fds)
             close(fd);
@@ -88,23 +88,23 @@ RealHub::~RealHub() {
     std::filesystem::remove_all(mRoot, ignored);
 }
 
-void RealHub::enter() {
+void MountedHub::enter() {
     mOldRoot = open("/", O_PATH | O_DIRECTORY | O_CLOEXEC);
     if (geteuid() != 0) require(unshare(CLONE_NEWUSER | CLONE_NEWNS) == 0, "unshare");
     require(chroot(mRoot.c_str()) == 0 && chdir("/") == 0, "chroot");
     mEntered = true;
 }
 
-void RealHub::push(int handle, const std::string& record) {
+void MountedHub::push(int handle, const std::string& record) {
     pushTo(mWriters.at(handle), record);
 }
 
-void RealHub::setDataAvailable(int handle, int count) {
+void MountedHub::setDataAvailable(int handle, int count) {
     write(attributes(mNumberOf.at(handle)) + "/buffer/data_available",
           std::to_string(count) + "\n");
 }
 
-int RealHub::openTwin(int handle) {
+int MountedHub::openTwin(int handle) {
     const std::string path = "/dev/twin" + std::to_string(handle);
     mTwins[handle] = makeFifo(path);
     const int reader = open((mRoot + path).c_str(), O_RDONLY | O_CLOEXEC);
@@ -112,11 +112,11 @@ int RealHub::openTwin(int handle) {
     return reader;
 }
 
-void RealHub::pushTwin(int handle, const std::string& record) {
+void MountedHub::pushTwin(int handle, const std::string& record) {
     pushTo(mTwins.at(handle), record);
 }
 
-int RealHub::makeFifo(const std::string& path) {
+int MountedHub::makeFifo(const std::string& path) {
     std::filesystem::create_directories(std::filesystem::path(mRoot + path).parent_path());
     require(mkfifo((mRoot + path).c_str(), 0600) == 0, "mkfifo");
     // Also open for reading, so that neither open waits. Packet mode is refused at the open.
@@ -127,14 +127,14 @@ int RealHub::makeFifo(const std::string& path) {
     return fd;
 }
 
-void RealHub::makeDevice(int number, const std::string& name) {
+void MountedHub::makeDevice(int number, const std::string& name) {
     const std::string directory = attributes(number);
     write(directory + "/name", name + "\n");
     for (const char* file : {"/buffer/length", "/buffer/enable", "/buffer/data_available"})
         write(directory + file, "1\n");
 }
 
-void RealHub::write(const std::string& path, const std::string& text) {
+void MountedHub::write(const std::string& path, const std::string& text) {
     const std::string file = mEntered ? path : mRoot + path;
     std::filesystem::create_directories(std::filesystem::path(file).parent_path());
     std::ofstream(file) << text;

@@ -1,4 +1,4 @@
-#include "tools/subhalctl/proxy/DirectChannel.h"
+#include "tools/subhalctl/proxy/ClientChannel.h"
 
 #include <cutils/ashmem.h>
 #include <sys/mman.h>
@@ -13,7 +13,7 @@ using android::hardware::sensors::V1_0::SharedMemFormat;
 using android::hardware::sensors::V1_0::SharedMemInfo;
 using android::hardware::sensors::V1_0::SharedMemType;
 
-Result DirectChannel::registerMemory(int regionFd, uint32_t bytes) {
+Result ClientChannel::registerMemory(int regionFd, uint32_t bytes) {
     native_handle_t* handle = native_handle_create(1, 0);
     handle->data[0] = dup(regionFd);  // the library takes it over
     const SharedMemInfo memory{SharedMemType::ASHMEM, SharedMemFormat::SENSORS_EVENT, bytes,
@@ -24,11 +24,11 @@ Result DirectChannel::registerMemory(int regionFd, uint32_t bytes) {
     return answer.result;
 }
 
-Result DirectChannel::setRate(int32_t sensorHandle, RateLevel level) {
+Result ClientChannel::setRate(int32_t sensorHandle, RateLevel level) {
     return host_proxy::configDirectReport(mProxy.subHal(), sensorHandle, mHandle, level).result;
 }
 
-void DirectChannel::unregister() {
+void ClientChannel::unregister() {
     if (mHandle > 0) mProxy.subHal().unregisterDirectChannel(mHandle);
     mHandle = -1;
 }

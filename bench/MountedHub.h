@@ -22,17 +22,17 @@ using EntryPoint =
  * device is a FIFO in packet mode and an attribute a plain file. Nothing is interposed, so a
  * library that runs in it costs what it costs on a device, less the driver.
  */
-class RealHub {
+class MountedHub {
   public:
     /**
      * @param handles the sensors that the specification file lists; the hub's own two come along
      * @param strangers further IIO devices, which no sensor asks for
      */
-    explicit RealHub(const std::vector<int>& handles, int strangers = 0);
-    RealHub(const RealHub&) = delete;
-    RealHub& operator=(const RealHub&) = delete;
+    explicit MountedHub(const std::vector<int>& handles, int strangers = 0);
+    MountedHub(const MountedHub&) = delete;
+    MountedHub& operator=(const MountedHub&) = delete;
     /** Leaves the root again and removes it. */
-    ~RealHub();
+    ~MountedHub();
 
     /** Makes the folder the process's root. As root, or where user namespaces are allowed. */
     void enter();

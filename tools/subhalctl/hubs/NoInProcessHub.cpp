@@ -5,13 +5,13 @@
 
 namespace subhalctl {
 
-ExitCode makeSimulatedHub(const HubOptions&, std::unique_ptr<Hub>*) {
+ExitCode makeSignalHub(const HubChoice&, std::unique_ptr<Hub>*) {
     complain("this subhalctl was built without the simulator");
     return kCannotLoad;
 }
 
 ExitCode makeReplayHub(const Recording&, const ReplayOptions&, std::unique_ptr<Hub>*) {
-    return makeSimulatedHub({}, nullptr);
+    return makeSignalHub({}, nullptr);
 }
 
 }  // namespace subhalctl

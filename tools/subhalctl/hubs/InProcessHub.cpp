@@ -1,4 +1,4 @@
-#include "tools/subhalctl/hubs/SimulatorHub.h"
+#include "tools/subhalctl/hubs/InProcessHub.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -11,23 +11,6 @@ namespace subhalctl {
 
 using simulator::HubServices;
 
-simulator::SensorSpec specOf(const SpecRecord& record) {
-    simulator::SensorSpec spec;
-    spec.handle = record.handle;
-    spec.chipName = record.name;
-    spec.vendor = record.vendor;
-    spec.version = record.version;
-    spec.wakeUp = record.wakeUp;
-    spec.minDelayUs = record.minDelayUs;
-    spec.maxDelayUs = record.maxDelayUs;
-    spec.fifoMax = record.fifoMax;
-    spec.fifoReserved = record.fifoReserved;
-    spec.resolution = record.resolution;
-    spec.range = record.range;
-    spec.powerMa = record.powerMa;
-    return spec;
-}
-
 bool haveRoom() {
     std::string directory;
     const int error = simulator::TempTree::tryOut(&directory);
@@ -39,22 +22,22 @@ bool haveRoom() {
     return false;
 }
 
-SimulatorHub::SimulatorHub(const simulator::SimulatedHub::Options& options)
+InProcessHub::InProcessHub(const simulator::SimulatedHub::Options& options)
     : mHub(options), mServices(mHub), mRearLight(mHub) {
     mHub.setFile(kNfcCoverPath, "0\n");  // or the flip cover detector stays hidden
     mServices.setDumpContent("dump of the simulated hub\n");
 }
 
-bool SimulatorHub::unload(host_proxy::SubHalLibrary& library) {
+bool InProcessHub::unload(host_proxy::SubHalLibrary& library) {
     const simulator::ShutdownHelper helper(mHub);
     return library.unload();
 }
 
-void SimulatorHub::forgetInjections() {
+void InProcessHub::forgetInjections() {
     mHub.clearRequests();
 }
 
-std::vector<Injection> SimulatorHub::injections() {
+std::vector<Injection> InProcessHub::injections() {
     std::vector<Injection> result;
     for (const auto& request : mHub.requests(simulator::Request::Kind::kInjection)) {
         result.push_back({request.bytes, request.error != 0});
@@ -62,19 +45,19 @@ std::vector<Injection> SimulatorHub::injections() {
     return result;
 }
 
-std::vector<std::string> SimulatorHub::messages() {
+std::vector<std::string> InProcessHub::messages() {
     return mServices.messages();
 }
 
-bool SimulatorHub::waitReady() {
+bool InProcessHub::waitReady() {
     return mServices.waitReady();
 }
 
-bool SimulatorHub::requestDump(int type, int count) {
+bool InProcessHub::requestDump(int type, int count) {
     return mServices.requestDump(type, count) && mHub.waitIdle();
 }
 
-std::vector<std::pair<std::string, size_t>> SimulatorHub::dumpFiles() {
+std::vector<std::pair<std::string, size_t>> InProcessHub::dumpFiles() {
     std::vector<std::pair<std::string, size_t>> files;
     for (const std::string& name : mHub.listDirectory(kDataDirectory)) {
         const std::string path = std::string(kDataDirectory) + "/" + name;
@@ -83,18 +66,19 @@ std::vector<std::pair<std::string, size_t>> SimulatorHub::dumpFiles() {
     return files;
 }
 
-std::optional<FileReply> SimulatorHub::requestFile(FileOperation operation, const std::string& path,
-                                                   const std::string& text, int size,
-                                                   int64_t offset) {
+std::optional<FileOutcome> InProcessHub::requestFile(FileOperation operation,
+                                                     const std::string& path,
+                                                     const std::string& text, int size,
+                                                     int64_t offset) {
     std::optional<HubServices::FileReply> reply;
     if (operation == FileOperation::kRead) reply = mServices.readFile(path, size, offset);
     if (operation == FileOperation::kWrite) reply = mServices.writeFile(path, text, offset);
     if (operation == FileOperation::kRemove) reply = mServices.removeFile(path);
     if (!reply) return {};
-    return FileReply{reply->result, reply->data};
+    return FileOutcome{reply->result, reply->data};
 }
 
-std::vector<std::string> SimulatorHub::violations() {
+std::vector<std::string> InProcessHub::violations() {
     return mServices.violations();
 }
 

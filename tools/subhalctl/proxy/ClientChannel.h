@@ -12,12 +12,12 @@ namespace subhalctl {
 using android::hardware::sensors::V1_0::RateLevel;
 
 /** A direct channel, registered while it lives. */
-class DirectChannel {
+class ClientChannel {
   public:
-    explicit DirectChannel(Proxy& proxy) : mProxy(proxy) {}
-    ~DirectChannel() { unregister(); }
-    DirectChannel(const DirectChannel&) = delete;
-    DirectChannel& operator=(const DirectChannel&) = delete;
+    explicit ClientChannel(Proxy& proxy) : mProxy(proxy) {}
+    ~ClientChannel() { unregister(); }
+    ClientChannel(const ClientChannel&) = delete;
+    ClientChannel& operator=(const ClientChannel&) = delete;
 
     Result registerMemory(int regionFd, uint32_t bytes);
     Result setRate(int32_t sensorHandle, RateLevel level);
