@@ -53,7 +53,10 @@ class SensorList {
 
     int size() const { return static_cast<int>(mSensors.size()); }
 
-    /** size() poll entries, entry i for object i; null for an unreadable specification file. */
+    /**
+     * size() poll entries, entry i for object i; null for an unreadable specification file. Whoever
+     * polls may change them: the descriptor to ask for is the object's.
+     */
     pollfd* getFds() const { return mPollFds.get(); }
 
   private:

@@ -8,6 +8,7 @@
 #include <chrono>
 #include <iterator>
 #include <thread>
+#include <vector>
 
 #include "common/Log.h"
 #include "hub/SensorHubSensor.h"
@@ -23,31 +24,78 @@ using namespace std::chrono_literals;
 constexpr int kPollThreadPriority = -8;
 constexpr char kPollThreadName[] = "sensorhub_poll";  // at most 15 characters
 
-// By wake-ups in a row that consumed nothing. The first costs nothing; a device that cannot be read
-// and keeps waking the thread costs 100 wake-ups a second.
-constexpr std::chrono::milliseconds kPauses[] = {0ms, 0ms, 1ms, 2ms, 4ms, 8ms, 10ms};
-
-// Signals in a row after which the thread pauses and looks for its end as after any failure.
-constexpr int kMaxInterruptions = 100;
-
 // The largest buffer that a sensor's description can ask for; no true count is above it.
 constexpr int kMaxBatch = 65536;
 
-// A record that a read cannot take stays where it is: no use in trying as often as there are
-// records.
-constexpr int kMaxFailedReads = 3;
+// Failed reads that end a batch: what is left wakes the thread again, unless the sensor is switched
+// off after this wake-up.
+constexpr int kFailuresOfABatch = 1;
+constexpr int kFailuresOfAOneShotBatch = 3;
+
+/** How long to leave alone what has failed so often in a row; a first failure costs nothing. */
+std::chrono::milliseconds pauseAfter(size_t failures) {
+    constexpr std::chrono::milliseconds kPauses[] = {0ms, 0ms, 1ms, 2ms, 4ms, 8ms, 10ms};
+    return kPauses[std::min(failures, std::size(kPauses) - 1)];
+}
+
+/**
+ * The devices whose wake-ups consume nothing rest, each by itself: one that cannot be read costs
+ * 100 wake-ups a second and no other sensor's time. While it rests, its poll entry carries the
+ * descriptor negated, which poll() passes over.
+ */
+class Rests {
+  public:
+    Rests(pollfd* entries, int count) : mEntries(entries), mRests(static_cast<size_t>(count)) {}
+
+    /** Ends the rests that are over. poll()'s time-out until the next one is; -1 without any. */
+    int timeoutMs() {
+        if (mResting == 0) return -1;
+        const auto now = Clock::now();
+        auto next = Clock::time_point::max();
+        for (size_t i = 0; i < mRests.size(); ++i) {
+            if (!isResting(i)) continue;
+            if (mRests[i].end <= now) {
+                mEntries[i].fd = -mEntries[i].fd;
+                --mResting;
+            } else {
+                next = std::min(next, mRests[i].end);
+            }
+        }
+        if (mResting == 0) return -1;
+        return static_cast<int>(std::chrono::ceil<std::chrono::milliseconds>(next - now).count());
+    }
+
+    /** Takes note of a wake-up. */
+    void note(size_t i, bool consumed) {
+        Rest& rest = mRests[i];
+        rest.idleWakeUps = consumed ? 0 : rest.idleWakeUps + 1;
+        const auto pause = pauseAfter(rest.idleWakeUps);
+        if (pause == 0ms || isResting(i)) return;
+        rest.end = Clock::now() + pause;
+        mEntries[i].fd = -mEntries[i].fd;
+        ++mResting;
+    }
+
+  private:
+    using Clock = std::chrono::steady_clock;
+
+    struct Rest {
+        size_t idleWakeUps = 0;  // in a row
+        Clock::time_point end;
+    };
+
+    bool isResting(size_t i) const { return mEntries[i].fd < 0; }
+
+    pollfd* const mEntries;
+    std::vector<Rest> mRests;  // by poll entry
+    int mResting = 0;
+};
 
 /** Whether there was a record. */
 bool readOne(SensorBase& sensor) {
     const uint32_t before = sensor.recordsRead();
     sensor.readEvents();
     return sensor.recordsRead() != before;
-}
-
-/** Whether a read would find something now. */
-bool isReadable(const SensorBase& sensor) {
-    pollfd entry = {sensor.getFd(), POLLIN, 0};
-    return poll(&entry, 1, 0) == 1 && (entry.revents & POLLIN) != 0;
 }
 
 }  // namespace
@@ -63,21 +111,26 @@ void SensorsSubHal::startThread(SensorsSubHal* self) {
 void SensorsSubHal::run() {
     ALOGI("thread run");
     if (mSensorHub != nullptr) mSensorHub->ready();
-    size_t idleWakeUps = 0;
-    // No time-out and no wake-up descriptor: the thread stops at the first wake-up after the flag.
+    Rests rests(mPollFds, mSensorList->size());
+    size_t failedPolls = 0;  // in a row
+    // Without a time-out while nothing rests, and without a wake-up descriptor: the thread stops at
+    // the first wake-up after the flag.
     while (!mStopThread.load(std::memory_order_acquire)) {
         const int count = mSensorList->size();
-        for (int i = 0; i < kMaxInterruptions; ++i) {
-            if (poll(mPollFds, static_cast<nfds_t>(count), -1) >= 0 || errno != EINTR) break;
-        }
-        bool consumed = false;
+        int ready = 0;
+        do {
+            ready = poll(mPollFds, static_cast<nfds_t>(count), rests.timeoutMs());
+        } while (ready < 0 && errno == EINTR);
+        failedPolls = ready < 0 ? failedPolls + 1 : 0;
+        if (failedPolls > 0) std::this_thread::sleep_for(pauseAfter(failedPolls));
         for (int i = 0; i < count; ++i) {
-            if ((mPollFds[i].revents & POLLIN) == 0) continue;
-            consumed |= drain(*mSensorList->at(i));
-            mPollFds[i].revents = 0;
+            short& events = mPollFds[i].revents;
+            if (events == 0) continue;
+            const bool isReadable = (events & POLLIN) != 0;
+            const bool consumed = isReadable && drain(*mSensorList->at(i));
+            if (isReadable) events = 0;
+            rests.note(static_cast<size_t>(i), consumed);
         }
-        idleWakeUps = consumed ? 0 : std::min(idleWakeUps + 1, std::size(kPauses) - 1);
-        if (kPauses[idleWakeUps] > 0ms) std::this_thread::sleep_for(kPauses[idleWakeUps]);
     }
     ALOGI("thread stop");
 }
@@ -86,20 +139,18 @@ bool SensorsSubHal::drain(SensorBase& sensor) {
     const int32_t handle = sensor.getHandle();
     const int64_t latencyNs = row(handle).maxReportLatencyNs;
     const int available = sensor.getDataAvailable(static_cast<uint64_t>(latencyNs));
-    const int tries = std::min(available, kMaxBatch);
-    int records = 0;
-    int failed = 0;  // in a row
-    for (int i = 0; i < tries; ++i) {
+    int patience = sensor.isOneShotSensor() ? kFailuresOfAOneShotBatch : kFailuresOfABatch;
+    bool consumed = false;
+    for (int left = std::min(available, kMaxBatch); left > 0 && patience > 0; --left) {
         if (readOne(sensor)) {
-            ++records;
-            failed = 0;
-        } else if (++failed == kMaxFailedReads || (i + 1 < tries && !isReadable(sensor))) {
-            break;  // the count was wrong, or what is there cannot be read
+            consumed = true;
+        } else {
+            --patience;
         }
     }
     // A one-shot sensor is done once it has fired; the proxy does not switch it off.
     if (sensor.isOneShotSensor()) activate(handle, false);
-    return records > 0;
+    return consumed;
 }
 
 void SensorsSubHal::postEvents(const std::vector<Event>& events, bool wakeup) {

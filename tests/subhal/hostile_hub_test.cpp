@@ -9,7 +9,7 @@
 #include <condition_variable>
 #include <cstring>
 #include <ctime>
-#include <functional>
+#include <future>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -24,18 +24,41 @@ using android::hardware::sensors::V1_0::Result;
 using testing_support::LogCapture;
 using testing_support::sample;
 
-// The pauses of the poll thread in ms, as it asked for them.
+using Clock = std::chrono::steady_clock;
+using Times = std::vector<Clock::time_point>;
+using std::chrono::milliseconds;
+
+// The pauses of the poll thread in ms, as it asked for them, and when it read what is spoilt.
 std::mutex gLock;
 std::condition_variable gChanged;
 std::vector<long> gPauses;
+Times gVisits;
+
+/** What the poll thread has left here since the last call, once that is as much as this. */
+template <typename T>
+std::vector<T> take(std::vector<T>& kept, size_t count = 0,
+                    milliseconds limit = milliseconds(5000)) {
+    std::unique_lock<std::mutex> lock(gLock);
+    gChanged.wait_for(lock, limit, [&] { return kept.size() >= count; });
+    return std::exchange(kept, {});
+}
+
+template <typename T>
+void keep(std::vector<T>& kept, T value) {
+    const std::lock_guard<std::mutex> lock(gLock);
+    kept.push_back(value);
+    gChanged.notify_all();
+}
 
 class HostileHub : public testing::Test, protected testing_support::LoadedSubHal {
   protected:
-    static constexpr int kBad = 4;  // behind the good one in the list
     static constexpr int kGood = 1;
+    static constexpr int kBad = 4;
+    static constexpr int kOneShot = 25;
+    static constexpr int kForever = simulator::SimulatedHub::kForever;
 
     static Options sensors() {
-        Options options = testing_support::onlySensors({kGood, kBad});
+        Options options = testing_support::onlySensors({kGood, kBad, kOneShot});
         for (auto& sensor : options.sensors)
             sensor.fifoMax = 100;
         return options;
@@ -43,29 +66,40 @@ class HostileHub : public testing::Test, protected testing_support::LoadedSubHal
 
     HostileHub() : LoadedSubHal(sensors()) {
         initialize();
-        EXPECT_EQ(hal().activate(kGood, true), Result::OK);
-        EXPECT_EQ(hal().batch(kBad, 10000000, 1000000000), Result::OK);
+        for (const int handle : {kGood, kBad, kOneShot}) {
+            EXPECT_EQ(hal().activate(handle, true), Result::OK);
+            EXPECT_EQ(hal().batch(handle, 10000000, handle == kGood ? 0 : 1), Result::OK);
+        }
         LogCapture::take();
-        const std::lock_guard<std::mutex> lock(gLock);
-        gPauses.clear();
+        hub().clearRequests();
+        take(gPauses);
+        take(gVisits);
     }
     ~HostileHub() override { hub().clearFaults(); }
+
+    /** The record of any sensor with a time. */
+    static std::string record(int handle, uint64_t timestamp) {
+        if (handle != kOneShot) return sample(timestamp);
+        return simulator::RecordBuilder().u8(1).u64(timestamp).bytes();
+    }
+
+    /** Reads of a node give an errno, or a text. */
+    void spoil(const std::string& path, int error, const std::string& text = "") {
+        simulator::NodeHandler handler;
+        handler.onRead = [error, text](void* buffer, size_t size) -> ssize_t {
+            keep(gVisits, Clock::now());
+            if (error != 0) return -error;
+            return static_cast<ssize_t>(text.copy(static_cast<char*>(buffer), size));
+        };
+        hub().setHandler(path, handler);
+    }
 
     /** Whether the good sensor's next record is read. */
     bool goodDelivers() {
         EXPECT_TRUE(hub().push(kGood, sample()));
-        for (int i = 0; i < 500 && hub().device(kGood).queued != 0; ++i)
-            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        for (int i = 0; i < 10000 && hub().device(kGood).queued != 0; ++i)
+            std::this_thread::sleep_for(std::chrono::microseconds(100));
         return hub().device(kGood).queued == 0;
-    }
-
-    /** The pauses since the last call, at most the first `count` that there come to be. */
-    static std::vector<long> takePauses(size_t count = 0) {
-        std::unique_lock<std::mutex> lock(gLock);
-        EXPECT_TRUE(gChanged.wait_for(lock, std::chrono::seconds(5),
-                                      [count] { return gPauses.size() >= count; }));
-        if (count != 0) gPauses.resize(std::min(count, gPauses.size()));
-        return std::exchange(gPauses, {});
     }
 
     static int failedReads() {
@@ -76,51 +110,90 @@ class HostileHub : public testing::Test, protected testing_support::LoadedSubHal
     }
 };
 
-TEST_F(HostileHub, WakeUpsWithNothingToConsumePauseTheThread) {
-    struct Case {
-        const char* name;
-        std::function<void()> begin;
-        std::string record;
+TEST_F(HostileHub, ADeviceThatGivesNothingRestsAlone) {
+    const struct {
+        int handle;
+        std::string path;
+        int error;
+        std::string text;
+    } cases[] = {
+        {kBad, hub().devicePath(kBad), EIO, ""},
+        {kBad, hub().attributePath(kBad, "buffer/data_available"), 0, "0\n"},
+        {kOneShot, hub().devicePath(kOneShot), EIO, ""},
     };
-    constexpr int kForever = simulator::SimulatedHub::kForever;
-    const std::vector<Case> cases = {
-        {"failing read", [this] { hub().failRead(kBad, EIO, 1, kForever); }, sample()},
-        {"count of 0", [this] { hub().setDataAvailable(kBad, "0\n"); }, sample()},
-        {"failing poll", [this] { hub().failPoll(ENOMEM, 1, kForever); }, sample()},
-        {"storm of signals", [this] { hub().failPoll(EINTR, 1, kForever); }, sample()},
-        // The kernel keeps it queued.
-        {"record longer than its read", [] {}, std::string(64, '\1')},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
-        c.begin();
-        EXPECT_TRUE(hub().push(kBad, c.record));
-        EXPECT_EQ(takePauses(7), (std::vector<long>{1, 2, 4, 8, 10, 10, 10}));
-        EXPECT_LE(failedReads(), 12);
-        hub().clearFaults();
-        hub().clearDataAvailable(kBad);
-        if (&c == &cases.back()) hub().dropDevice(kBad);
-        EXPECT_TRUE(hub().waitIdle());
-        takePauses();
-        // Back to none: neither a stream nor a single failure in it pauses.
-        for (int i = 0; i < 50; ++i) {
-            if (i % 5 == 4) hub().failRead(kGood, EIO);
-            EXPECT_TRUE(deliver(kGood, sample()));
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.path);
+        spoil(c.path, c.error, c.text);
+        EXPECT_TRUE(hub().push(c.handle, record(c.handle, 1)));
+        constexpr long kRests[] = {0, 1, 2, 4, 8, 10, 10, 10, 10, 10};
+        const Times visits = take(gVisits, std::size(kRests) + 1);
+        ASSERT_GT(visits.size(), std::size(kRests));
+        auto shortest = Clock::duration::max();
+        for (size_t i = 0; i < std::size(kRests); ++i) {
+            const auto rest = visits[i + 1] - visits[i];
+            EXPECT_GE(rest, milliseconds(kRests[i])) << i;
+            if (kRests[i] == 10) shortest = std::min(shortest, rest);
         }
-        EXPECT_EQ(takePauses(), std::vector<long>{});
-        LogCapture::take();
+        EXPECT_LT(shortest, milliseconds(60));
+        // Another sensor's stream neither waits nor ends the rest.
+        const auto begin = Clock::now();
+        take(gVisits);
+        hub().clearRequests();
+        for (int i = 0; i < 300; ++i)
+            EXPECT_TRUE(goodDelivers());
+        const auto wakeUps = static_cast<size_t>((Clock::now() - begin) / milliseconds(10)) + 2;
+        EXPECT_LE(take(gVisits).size(), wakeUps);
+        EXPECT_LE(hub().requests().size(), wakeUps);  // a one-shot sensor's switches
+        hub().setHandler(c.path, {});
+        EXPECT_TRUE(hub().waitIdle());
     }
+    // As new: a failure in a stream costs no rest, however many there were.
+    const auto begin = Clock::now();
+    constexpr int kFailures = 50;
+    for (int i = 0; i < kFailures; ++i) {
+        hub().failRead(kBad, EIO);
+        EXPECT_TRUE(deliver(kBad, sample()));
+    }
+    EXPECT_LT(Clock::now() - begin, kFailures * milliseconds(10));
+    EXPECT_TRUE(take(gPauses).empty());
 }
 
-TEST_F(HostileHub, APauseEndsWithTheFirstRecordOfAnySensor) {
-    hub().push(kBad, std::string(64, '\1'));
-    takePauses(7);
-    ASSERT_TRUE(goodDelivers());
-    // Anew from the shortest one, whatever pauses came before.
-    const std::vector<long> pauses = takePauses(8);
-    EXPECT_EQ(std::count(pauses.begin(), pauses.end(), 1), 1);
-    EXPECT_EQ(std::count(pauses.begin(), pauses.end(), 2), 1);
-    hub().dropDevice(kBad);
+TEST_F(HostileHub, APollThatFailsPausesTheThread) {
+    EXPECT_TRUE(goodDelivers() && hub().waitIdle());
+    hub().failPoll(ENOMEM, 1, kForever);
+    // Nothing rests: there is no call until something comes.
+    EXPECT_TRUE(take(gPauses, 1, milliseconds(50)).empty());
+    EXPECT_TRUE(hub().push(kGood, sample()));
+    auto pauses = take(gPauses, 7);
+    pauses.resize(7);
+    EXPECT_EQ(pauses, (std::vector<long>{1, 2, 4, 8, 10, 10, 10}));
+    hub().clearFaults();
+    EXPECT_TRUE(deliver(kGood, sample()));
+    take(gPauses);
+    // Signals do not, however many there are.
+    hub().failPoll(EINTR, 1, 1000);
+    EXPECT_TRUE(deliver(kGood, sample()));
+    EXPECT_TRUE(take(gPauses).empty());
+}
+
+TEST_F(HostileHub, AFailedReadInABatchLosesNothing) {
+    for (const int handle : {kBad, kOneShot}) {
+        // The first wake-up finds all of them.
+        std::promise<void> queued;
+        std::shared_future<void> isQueued = queued.get_future().share();
+        simulator::NodeHandler count;
+        count.onRead = [isQueued](void* buffer, size_t size) {
+            isQueued.wait();
+            return static_cast<ssize_t>(std::string("4\n").copy(static_cast<char*>(buffer), size));
+        };
+        hub().setHandler(hub().attributePath(handle, "buffer/data_available"), count);
+        hub().failRead(handle, EIO, 2);
+        for (uint64_t i = 1; i <= 3; ++i)
+            EXPECT_TRUE(hub().push(handle, record(handle, i)));
+        queued.set_value();
+        EXPECT_TRUE(hub().waitIdle());
+        EXPECT_EQ(timestamps(), (std::vector<int64_t>{1, 2, 3})) << handle;
+    }
 }
 
 TEST_F(HostileHub, ACountThatIsTooHighHoldsUpNobody) {
@@ -140,7 +213,6 @@ TEST_F(HostileHub, ACountThatIsTooHighHoldsUpNobody) {
     hub().setHandler(hub().devicePath(kBad), endless);
     EXPECT_TRUE(hub().push(kBad, sample()));
     EXPECT_TRUE(goodDelivers());
-    EXPECT_EQ(takePauses(), std::vector<long>{});
     hub().setHandler(hub().devicePath(kBad), {});
 }
 
@@ -152,9 +224,7 @@ extern "C" __attribute__((visibility("default"))) int nanosleep(const struct tim
     char name[16] = "";
     pthread_getname_np(pthread_self(), name, sizeof(name));
     if (strcmp(name, "sensorhub_poll") == 0) {
-        const std::lock_guard<std::mutex> lock(gLock);
-        gPauses.push_back(time->tv_sec * 1000 + time->tv_nsec / 1000000);
-        gChanged.notify_all();
+        keep(gPauses, static_cast<long>(time->tv_sec * 1000 + time->tv_nsec / 1000000));
     }
     const int error = clock_nanosleep(CLOCK_MONOTONIC, 0, time, left);
     if (error == 0) return 0;
