@@ -7,7 +7,7 @@
 #include <cerrno>
 #include <cstring>
 
-#include "simulator/FileRedirection.h"
+#include "simulator/FileTap.h"
 #include "simulator/NodePaths.h"
 
 namespace simulator {

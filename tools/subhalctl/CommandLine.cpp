@@ -329,7 +329,7 @@ ExitCode tell(const CLI::App& app, const CLI::ParseError& error) {
     if (noVerb && unknown != rest.end()) {
         complain("%s is no verb; the verbs are %s", quoted(*unknown).c_str(), names.c_str());
     } else if (noVerb && rest.empty() &&
-               dynamic_cast<const CLI::RequiredError*>(&error) != nullptr) {
+               error.get_exit_code() == static_cast<int>(CLI::ExitCodes::RequiredError)) {
         complain("say what to do: %s; see --help", names.c_str());
     } else {
         complain("%s; see --help", error.what());

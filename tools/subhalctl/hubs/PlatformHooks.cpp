@@ -8,6 +8,7 @@ namespace subhalctl {
 namespace {
 
 std::atomic<PlatformHooks*> gHooks{nullptr};
+std::atomic<PropertySink> gPropertySink{nullptr};
 std::atomic<int64_t> gOffsetNs{0};    // of the hub's clock against the machine's
 std::atomic<int64_t> gStandingNs{0};  // above 0: the clock stands there
 
@@ -19,6 +20,14 @@ void setPlatformHooks(PlatformHooks* hooks) {
 
 PlatformHooks* platformHooks() {
     return gHooks;
+}
+
+void setPropertySink(PropertySink sink) {
+    gPropertySink = sink;
+}
+
+void propertyWasUsed(const char* call, const std::string& name, const std::string& value) {
+    if (const PropertySink sink = gPropertySink) sink(call, name, value);
 }
 
 int64_t bootTimeNs() {

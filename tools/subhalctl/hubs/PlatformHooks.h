@@ -22,6 +22,11 @@ class PlatformHooks {
 void setPlatformHooks(PlatformHooks* hooks);
 PlatformHooks* platformHooks();
 
+/** Sees each property that is read or set, for "--trace"; null for none. */
+using PropertySink = void (*)(const char* call, const std::string& name, const std::string& value);
+void setPropertySink(PropertySink sink);
+void propertyWasUsed(const char* call, const std::string& name, const std::string& value);
+
 /** The clock of the events' time stamps: the machine's, or that of a recording. */
 int64_t hubNowNs();
 

@@ -1,13 +1,13 @@
 // Functions of the platform, defined anew in the program so that they come before the platform's.
 
 #include <cutils/properties.h>
-#include <dlfcn.h>
 #include <utils/SystemClock.h>
 
 #include <algorithm>
 #include <cstring>
 #include <string>
 
+#include "simulator/NextFunction.h"
 #include "tools/subhalctl/hubs/PlatformHooks.h"
 
 namespace android {
@@ -20,22 +20,34 @@ int64_t elapsedRealtimeNano() {
 
 }  // namespace android
 
-extern "C" int property_get(const char* key, char* value, const char* defaultValue) {
+namespace {
+
+simulator::NextFunction<int(const char*, char*, const char*)> gPropertyGet("property_get");
+simulator::NextFunction<int(const char*, const char*)> gPropertySet("property_set");
+
+/** The hub's own value, or else the platform's. */
+std::string valueOf(const char* key) {
     subhalctl::PlatformHooks* hooks = subhalctl::platformHooks();
-    const auto own = hooks != nullptr ? hooks->property(key) : std::nullopt;
-    if (own) {
-        const std::string text = !own->empty() || defaultValue == nullptr ? *own : defaultValue;
-        const size_t length = std::min<size_t>(text.size(), PROPERTY_VALUE_MAX - 1);
-        std::memcpy(value, text.data(), length);
-        value[length] = '\0';
-        return static_cast<int>(length);
-    }
-    using Function = int(const char*, char*, const char*);
-    static auto* const next = reinterpret_cast<Function*>(dlsym(RTLD_NEXT, "property_get"));
-    const int length = next(key, value, "");
+    if (auto own = hooks != nullptr ? hooks->property(key) : std::nullopt) return *own;
+    char value[PROPERTY_VALUE_MAX];
+    gPropertyGet.get()(key, value, "");
     if (hooks != nullptr) hooks->propertyWasRead(key, value);
-    if (length > 0 || defaultValue == nullptr) return length;
-    std::strncpy(value, defaultValue, PROPERTY_VALUE_MAX - 1);
-    value[PROPERTY_VALUE_MAX - 1] = '\0';
-    return static_cast<int>(std::strlen(value));
+    return value;
+}
+
+}  // namespace
+
+extern "C" int property_get(const char* key, char* value, const char* defaultValue) {
+    std::string text = valueOf(key);
+    subhalctl::propertyWasUsed("getprop", key, text);
+    if (text.empty() && defaultValue != nullptr) text = defaultValue;
+    const size_t length = std::min<size_t>(text.size(), PROPERTY_VALUE_MAX - 1);
+    std::memcpy(value, text.data(), length);
+    value[length] = '\0';
+    return static_cast<int>(length);
+}
+
+extern "C" int property_set(const char* key, const char* value) {
+    subhalctl::propertyWasUsed("setprop", key, value);
+    return gPropertySet.get()(key, value);
 }

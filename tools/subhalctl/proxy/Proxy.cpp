@@ -78,7 +78,10 @@ bool Proxy::recordTo(const std::string& path) {
 /** Before the library is loaded, which opens its files at once. */
 void Proxy::tapCalls() {
     std::vector<CallTap::Sink> sinks;
-    if (mOptions.trace) sinks.emplace_back(traceCall);
+    if (mOptions.trace) {
+        sinks.emplace_back(traceCall);
+        setPropertySink(traceProperty);
+    }
     if (mRecorder) {
         sinks.emplace_back([this](const FileCall& call) { mRecorder->call(call); });
         if (platformHooks() == nullptr) setPlatformHooks(mRecorder.get());

@@ -2,18 +2,17 @@
 
 #include <functional>
 #include <map>
-#include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
 
-#include "simulator/FileRedirection.h"
+#include "simulator/FileTap.h"
 
 namespace subhalctl {
 
 /** A call of the library on one of the hub's files. */
 struct FileCall {
-    enum class Kind { kOpen, kRead, kWrite, kIoctl, kClose };
+    enum class Kind { kOpen, kRead, kWrite, kIoctl, kClose, kOpendir, kRemove };
 
     Kind kind;
     std::string path;
@@ -41,16 +40,20 @@ class CallTap : private simulator::CallObserver {
     void written(int fd, const void* buffer, size_t size, ssize_t result) override;
     void controlled(int fd, unsigned long request, const void* argument, int result) override;
     void closing(int fd) override;
+    void openedDirectory(const std::string& hubPath, int result) override;
+    void removed(const std::string& hubPath, int result) override;
     void tell(const FileCall& call) const;
     std::string pathOf(int fd) const;
 
     std::vector<Sink> mSinks;
-    std::unique_ptr<simulator::FileBackend> mOwnFiles;  // on the machine's own hub
+    simulator::TappedFiles mOwnFiles;
+    bool mOwnHub;  // the machine's
     mutable std::mutex mLock;
     std::map<int, std::string> mPaths;  // by descriptor; guarded by mLock
 };
 
-/** One line of "--trace" on standard error. */
+// One line of "--trace" on standard error.
 void traceCall(const FileCall& call);
+void traceProperty(const char* call, const std::string& name, const std::string& value);
 
 }  // namespace subhalctl

@@ -145,7 +145,7 @@ void Recorder::call(const FileCall& call) {
             mNames[number] = call.bytes.substr(0, call.bytes.find('\n'));
         }
     }
-    if (call.kind == FileCall::Kind::kClose || startsWith(call.path, kIioDirectory)) return;
+    if (call.kind >= FileCall::Kind::kClose || startsWith(call.path, kIioDirectory)) return;
     if (call.kind == FileCall::Kind::kOpen && call.result >= 0) return;
     write("call", hubNowNs(),
           {{"call", nameOf(call.kind)},
