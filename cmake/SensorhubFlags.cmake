@@ -7,6 +7,15 @@ endif()
 include_directories(${CMAKE_SOURCE_DIR})
 
 if(SENSORHUB_SANITIZE)
+    include(CheckCXXSourceCompiles)
+    unset(sanitizers_work CACHE)  # their libraries may have come or gone
+    set(CMAKE_REQUIRED_FLAGS -fsanitize=${SENSORHUB_SANITIZE})
+    check_cxx_source_compiles("int main() {}" sanitizers_work)
+    unset(CMAKE_REQUIRED_FLAGS)
+    if(NOT sanitizers_work)
+        message(FATAL_ERROR "SENSORHUB_SANITIZE=${SENSORHUB_SANITIZE}: the compiler cannot do that, "
+                            "or lacks the library (clang: libclang-rt-14-dev)")
+    endif()
     add_compile_options(-fsanitize=${SENSORHUB_SANITIZE} -fno-sanitize-recover=all
                         -fno-omit-frame-pointer -g)
     add_link_options(-fsanitize=${SENSORHUB_SANITIZE})

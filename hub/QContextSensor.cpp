@@ -126,7 +126,7 @@ void QContextSensor::logMessage(const Record& record) {
     uint8_t bytes[kMaxDistance + 1] = {};
     static_assert(sizeof(bytes) == sizeof(Record) - kDataOffset + 1);
     memcpy(bytes, reinterpret_cast<const uint8_t*>(&record) + kDataOffset, sizeof(bytes) - 1);
-    char text[sizeof(bytes) * sizeof("255,") + 1] = "";
+    char text[std::size(bytes) * sizeof("255,") + 1] = "";
     size_t length = 0;
     for (int i = 0; i <= end - begin; ++i) {
         const int printed = snprintf(text + length, sizeof(text) - length, "%d,", bytes[i]);

@@ -12,9 +12,9 @@ constexpr size_t kSpecNameSize = 15;  ///< of its name; the end is one of them
 
 /** What the hub's sensor specification file says about one sensor. */
 struct SensorSpec {
-    int handle = 0;             ///< 0: an empty slot
-    std::string chipName = "";  ///< with 15 characters its end is missing, the rest is cut off
-    int vendor = 0;             ///< index into the vendor table, 3 is "STM"
+    int handle = 0;          ///< 0: an empty slot
+    std::string chipName{};  ///< with 15 characters its end is missing, the rest is cut off
+    int vendor = 0;          ///< index into the vendor table, 3 is "STM"
     int32_t version = 1;
     bool wakeUp = false;
     int32_t minDelayUs = 0;  ///< 0: on-change; negative: one-shot or special

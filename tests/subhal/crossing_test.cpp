@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <fstream>
 #include <functional>
@@ -63,7 +64,7 @@ class Gate {
 
 /** Waits until the thread sleeps, here: for a lock, or is over. */
 void waitAsleep(const std::atomic<pid_t>& thread) {
-    for (;; std::this_thread::yield()) {
+    for (;; std::this_thread::sleep_for(std::chrono::microseconds(50))) {
         if (thread == 0) continue;
         std::ifstream file("/proc/self/task/" + std::to_string(thread) + "/stat");
         std::string text;
