@@ -69,14 +69,7 @@ std::unique_ptr<DirectChannelBase> makeChannel(const sensors_direct_mem_t* mem) 
 
 }  // namespace
 
-void SensorsSubHal::DirectReport::setRateLevel(int32_t channelHandle, int32_t rateLevel) {
-    channels.erase(channelHandle);
-    if (rateLevel != SENSOR_DIRECT_RATE_STOP) channels[channelHandle] = {0, rateLevel};
-    int32_t highest = 0;
-    for (const auto& channel : channels)
-        highest = std::max(highest, channel.second.rateLevel);
-    maxRateLevel = highest;
-}
+// What the proxy calls: no locks. ---------------------------------------------------------------
 
 Return<void> SensorsSubHal::registerDirectChannel(const SharedMemInfo& mem,
                                                   registerDirectChannel_cb callback) {
@@ -105,6 +98,27 @@ Return<void> SensorsSubHal::registerDirectChannel(const SharedMemInfo& mem,
     return Void();
 }
 
+Return<Result> SensorsSubHal::unregisterDirectChannel(int32_t channelHandle) {
+    removeDirectChannel(channelHandle);
+    return Result::OK;
+}
+
+Return<void> SensorsSubHal::configDirectReport(int32_t sensorHandle, int32_t channelHandle,
+                                               RateLevel rate, configDirectReport_cb callback) {
+    const int level = V1_0::implementation::convertFromRateLevel(rate);
+    if (level < 0) {
+        callback(Result::BAD_VALUE, 0);
+        return Void();
+    }
+    ALOGI("configDirectReport %d %d %d", sensorHandle, channelHandle, level);
+    const int result = configDirectChannel(sensorHandle, channelHandle, level);
+    const bool ok = result == 0 || (level != SENSOR_DIRECT_RATE_STOP && result >= 1);
+    callback(ok ? Result::OK : toFailure(result), result);
+    return Void();
+}
+
+// One operation each, as a whole under mDirectChannelLock. --------------------------------------
+
 int32_t SensorsSubHal::addDirectChannel(const sensors_direct_mem_t* mem) {
     ALOGI("addDirectChannel++");
     std::unique_ptr<DirectChannelBase> channel;  // a failed one goes after the lock
@@ -127,11 +141,6 @@ int32_t SensorsSubHal::addDirectChannel(const sensors_direct_mem_t* mem) {
     return channelHandle;
 }
 
-Return<Result> SensorsSubHal::unregisterDirectChannel(int32_t channelHandle) {
-    removeDirectChannel(channelHandle);
-    return Result::OK;
-}
-
 int SensorsSubHal::removeDirectChannel(int32_t channelHandle) {
     const std::lock_guard<std::mutex> lock(mDirectChannelLock);
     removeLocked(channelHandle);
@@ -147,6 +156,28 @@ void SensorsSubHal::removeAllDirectChannels() {
     }
 }
 
+int SensorsSubHal::stopAllDirectReportOnChannel(int32_t channelHandle) {
+    const std::lock_guard<std::mutex> lock(mDirectChannelLock);
+    if (mDirectChannel.count(channelHandle) == 0) return -EINVAL;
+    stopLocked(channelHandle);
+    return 0;
+}
+
+int SensorsSubHal::configDirectChannel(int32_t sensorHandle, int32_t channelHandle,
+                                       int32_t rateLevel) {
+    ALOGI("configDirectChannel %d %d %d", sensorHandle, channelHandle, rateLevel);
+    if (sensorHandle == kAllSensors && rateLevel == SENSOR_DIRECT_RATE_STOP) {
+        return stopAllDirectReportOnChannel(channelHandle);
+    }
+    if (sensorHandle < kMinReportHandle || sensorHandle > kMaxHandle) return -EINVAL;
+    const SensorBase* sensor = mSensorList->get(sensorHandle);
+    if (sensor == nullptr || !sensor->isDirectReportSensor()) return -EINVAL;
+    const std::lock_guard<std::mutex> lock(mDirectChannelLock);
+    return configLocked(sensorHandle, channelHandle, rateLevel);
+}
+
+// Their parts, with mDirectChannelLock held. ----------------------------------------------------
+
 void SensorsSubHal::removeLocked(int32_t channelHandle) {
     ALOGI("removeDirectChannel: %d", channelHandle);
     const std::vector<int32_t> stopped = stopLocked(channelHandle);
@@ -160,19 +191,12 @@ void SensorsSubHal::removeLocked(int32_t channelHandle) {
     mDirectChannel.erase(channelHandle);
 }
 
-int SensorsSubHal::stopAllDirectReportOnChannel(int32_t channelHandle) {
-    const std::lock_guard<std::mutex> lock(mDirectChannelLock);
-    if (mDirectChannel.count(channelHandle) == 0) return -EINVAL;
-    stopLocked(channelHandle);
-    return 0;
-}
-
 std::vector<int32_t> SensorsSubHal::stopLocked(int32_t channelHandle) {
     std::vector<int32_t> unused;
-    for (auto& [sensorHandle, report] : mSensorToChannel) {
-        if (report.channels.count(channelHandle) == 0) continue;
-        report.setRateLevel(channelHandle, SENSOR_DIRECT_RATE_STOP);
-        if (report.channels.empty()) unused.push_back(sensorHandle);
+    for (const auto& [sensorHandle, channels] : mSensorToChannel) {
+        if (channels.count(channelHandle) == 0) continue;
+        setRateLevelLocked(sensorHandle, channelHandle, SENSOR_DIRECT_RATE_STOP);
+        if (channels.empty()) unused.push_back(sensorHandle);
     }
     std::sort(unused.begin(), unused.end());
 
@@ -182,49 +206,43 @@ std::vector<int32_t> SensorsSubHal::stopLocked(int32_t channelHandle) {
     return unused;
 }
 
-Return<void> SensorsSubHal::configDirectReport(int32_t sensorHandle, int32_t channelHandle,
-                                               RateLevel rate, configDirectReport_cb callback) {
-    const int level = V1_0::implementation::convertFromRateLevel(rate);
-    if (level < 0) {
-        callback(Result::BAD_VALUE, 0);
-        return Void();
-    }
-    ALOGI("configDirectReport %d %d %d", sensorHandle, channelHandle, level);
-    const int result = configDirectChannel(sensorHandle, channelHandle, level);
-    const bool ok = result == 0 || (level != SENSOR_DIRECT_RATE_STOP && result >= 1);
-    callback(ok ? Result::OK : toFailure(result), result);
-    return Void();
-}
-
-int SensorsSubHal::configDirectChannel(int32_t sensorHandle, int32_t channelHandle,
-                                       int32_t rateLevel) {
-    ALOGI("configDirectChannel %d %d %d", sensorHandle, channelHandle, rateLevel);
-    if (sensorHandle == kAllSensors && rateLevel == SENSOR_DIRECT_RATE_STOP) {
-        return stopAllDirectReportOnChannel(channelHandle);
-    }
-    if (sensorHandle < kMinReportHandle || sensorHandle > kMaxHandle) return -EINVAL;
-    const SensorBase* sensor = mSensorList->get(sensorHandle);
-    if (sensor == nullptr || !sensor->isDirectReportSensor()) return -EINVAL;
-
-    const std::lock_guard<std::mutex> lock(mDirectChannelLock);
+int SensorsSubHal::configLocked(int32_t sensorHandle, int32_t channelHandle, int32_t rateLevel) {
     if (mDirectChannel.count(channelHandle) == 0) {
         ALOGI("mDirectChannel not found");
         return -EINVAL;
     }
-    const auto report = mSensorToChannel.find(sensorHandle);
-    if (report == mSensorToChannel.end()) {
+    if (mSensorToChannel.count(sensorHandle) == 0) {
         ALOGI("mSensorToChannel not found");
         return -EINVAL;
     }
-    report->second.setRateLevel(channelHandle, std::min(rateLevel, kMaxStoredRate));
+    setRateLevelLocked(sensorHandle, channelHandle, std::min(rateLevel, kMaxStoredRate));
 
     const std::lock_guard<std::mutex> configLock(mConfigLock);
-    // Stopping leaves the sensor on: a client that stops often starts again. Removal switches off.
+    // Stopping leaves the sensor on: a client that stops often starts again.
     if (rateLevel == SENSOR_DIRECT_RATE_STOP) return 0;
     activateForChannels(sensorHandle, true);
-    batchForChannels(sensorHandle);
+    sendBatch(sensorHandle);
     return sensorHandle;
 }
+
+void SensorsSubHal::setRateLevelLocked(int32_t sensorHandle, int32_t channelHandle,
+                                       int32_t rateLevel) {
+    ChannelTimings& channels = mSensorToChannel[sensorHandle];
+    channels.erase(channelHandle);
+    if (rateLevel != SENSOR_DIRECT_RATE_STOP) channels[channelHandle] = {0, rateLevel};
+    int32_t highest = SENSOR_DIRECT_RATE_STOP;
+    for (const auto& channel : channels)
+        highest = std::max(highest, channel.second.rateLevel);
+    row(sensorHandle).setRateLevel(highest);
+}
+
+void SensorsSubHal::SensorState::setRateLevel(int32_t level) {
+    const std::lock_guard<std::mutex> guard(lock);
+    rateLevel = level;
+    ++changes;
+}
+
+// What must not wait for it: batch requests and events. -----------------------------------------
 
 int64_t SensorsSubHal::rateLevelToDeviceSamplingPeriodNs(int32_t sensorHandle,
                                                          int32_t rateLevel) const {
@@ -236,12 +254,11 @@ int64_t SensorsSubHal::rateLevelToDeviceSamplingPeriodNs(int32_t sensorHandle,
 }
 
 void SensorsSubHal::mergeDirectReportRequest(batch_config* request, int32_t sensorHandle) {
-    const SensorState& state = row(sensorHandle);
+    SensorState& state = row(sensorHandle);
+    const std::lock_guard<std::mutex> lock(state.lock);
     request->delay = state.samplingPeriodNs;
     request->timeout = state.maxReportLatencyNs;
-    const auto report = mSensorToChannel.find(sensorHandle);
-    if (report == mSensorToChannel.end()) return;
-    const int64_t directPeriodNs = periodOf(report->second.maxRateLevel);
+    const int64_t directPeriodNs = periodOf(state.rateLevel);
     if (directPeriodNs == 0) return;
 
     // Direct reports are never batched, and run at the faster of the periods that are wanted now.
@@ -252,10 +269,9 @@ void SensorsSubHal::mergeDirectReportRequest(batch_config* request, int32_t sens
 }
 
 void SensorsSubHal::postDirectEvents(const std::vector<Event>& events) {
-    const bool isWanted = std::any_of(
-        mSensorToChannel.begin(), mSensorToChannel.end(),
-        [](const auto& report) { return report.second.maxRateLevel != SENSOR_DIRECT_RATE_STOP; });
-    if (!isWanted) return;
+    // A vector holds events of one sensor, which is seldom on a channel.
+    if (events.empty() || !hasRow(events.front().sensorHandle)) return;
+    if (row(events.front().sensorHandle).rateLevel == SENSOR_DIRECT_RATE_STOP) return;
     for (const Event& event : events) {
         sensors_event_t converted;
         V1_0::implementation::convertToSensorEvent(event, &converted);
@@ -267,9 +283,9 @@ void SensorsSubHal::sendDirectReportEvent(const sensors_event_t& event) {
     // A configuration call may write to the hub under this lock; events do not wait for that.
     const std::unique_lock<std::mutex> lock(mDirectChannelLock, std::try_to_lock);
     if (!lock.owns_lock()) return;
-    const auto report = mSensorToChannel.find(event.sensor);
-    if (report == mSensorToChannel.end()) return;
-    for (auto& [channelHandle, timing] : report->second.channels) {
+    const auto channels = mSensorToChannel.find(event.sensor);
+    if (channels == mSensorToChannel.end()) return;
+    for (auto& [channelHandle, timing] : channels->second) {
         const auto channel = mDirectChannel.find(channelHandle);
         if (channel == mDirectChannel.end()) continue;
         channel->second->write(&event);

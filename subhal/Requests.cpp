@@ -21,6 +21,10 @@ constexpr uint32_t kBatchRequest = 0x8008FC00;
 
 constexpr int64_t kNsPerUs = 1000;
 
+// Each further turn takes another request for the same sensor during the one before. Whoever is
+// still behind then leaves the last word to those.
+constexpr int kMostTurns = 16;
+
 Result toResult(int status) {
     return status == 0 ? Result::OK : Result::BAD_VALUE;
 }
@@ -84,17 +88,26 @@ Return<Result> SensorsSubHal::batch(int32_t sensorHandle, int64_t samplingPeriod
         ALOGI("batch: period=%" PRId64 " minDelay=%" PRId64, periodNs, minDelayNs);
         periodNs = minDelayNs;
     }
-    SensorState& state = row(sensorHandle);
-    const std::lock_guard<std::mutex> lock(state.batchLock);
-    state.samplingPeriodNs = periodNs;
-    state.maxReportLatencyNs = maxReportLatencyNs;
-    return toResult(queueBatch(sensorHandle, periodNs, maxReportLatencyNs));
+    row(sensorHandle).setRequest(periodNs, maxReportLatencyNs);
+    return toResult(sendBatch(sensorHandle));
 }
 
-void SensorsSubHal::batchForChannels(int32_t handle) {
-    SensorState& state = row(handle);
-    const std::lock_guard<std::mutex> lock(state.batchLock);
-    queueBatch(handle, state.samplingPeriodNs, state.maxReportLatencyNs);
+void SensorsSubHal::SensorState::setRequest(int64_t periodNs, int64_t latencyNs) {
+    const std::lock_guard<std::mutex> guard(lock);
+    samplingPeriodNs = periodNs;
+    maxReportLatencyNs = latencyNs;
+    ++changes;
+}
+
+int SensorsSubHal::sendBatch(int32_t handle) {
+    const SensorState& state = row(handle);
+    int result = 0;
+    for (int turn = 0; turn < kMostTurns; ++turn) {
+        const uint32_t sent = state.changes;
+        result = queueBatch(handle, state.samplingPeriodNs, state.maxReportLatencyNs);
+        if (state.changes == sent) break;
+    }
+    return result;
 }
 
 int SensorsSubHal::queueBatch(int32_t handle, int64_t periodNs, int64_t latencyNs) {

@@ -38,7 +38,7 @@ class SensorHubSensor;
  *
  * One object per process, in static storage. A poll thread of its own runs every readEvents; the
  * proxy's threads carry the requests. Lock order, outermost first: mDirectChannelLock, mConfigLock,
- * mActivateLock; a row's batchLock is innermost. The poll thread only try-locks mDirectChannelLock,
+ * mActivateLock; a row's lock is innermost. The poll thread only try-locks mDirectChannelLock,
  * and takes mActivateLock to switch off one-shot sensors.
  */
 class SensorsSubHal : public ISensorsSubHal, public ISensorsEventCallback {
@@ -114,13 +114,17 @@ class SensorsSubHal : public ISensorsSubHal, public ISensorsEventCallback {
   private:
     /** What was last asked for a handle; rows live as long as the process. */
     struct SensorState {
-        // From the row to the hub and the sensor object, one batch request at a time: the last one
-        // carries the latest row and rate level.
-        std::mutex batchLock;
-        // The poll thread reads them without a lock, where a stale value costs at most one
-        // forwarded or dropped vector.
-        Relaxed<int64_t> maxReportLatencyNs{0};  // written under batchLock
-        Relaxed<int64_t> samplingPeriodNs{0};    // written under batchLock
+        void setRequest(int64_t periodNs, int64_t latencyNs);
+        void setRateLevel(int32_t level);
+
+        std::mutex lock;  // held for a few loads and stores, never across a call
+        // Of the next three. Whoever has sent them looks afterwards whether they are still those.
+        std::atomic<uint32_t> changes{0};
+        // Written under lock. The poll thread reads them without it, where a stale value costs the
+        // events of a moment.
+        Relaxed<int64_t> maxReportLatencyNs{0};
+        Relaxed<int64_t> samplingPeriodNs{0};
+        Relaxed<int32_t> rateLevel{0};  // the highest of the sensor's direct channels, 0 without
         // Written at once and again under mActivateLock, so that it ends as the hub does.
         Relaxed<bool> enabled{false};
     };
@@ -130,19 +134,7 @@ class SensorsSubHal : public ISensorsSubHal, public ISensorsEventCallback {
         int64_t lastTimestamp;  // ns, of the last event written
         int32_t rateLevel;      // 1 normal, 2 fast
     };
-    /** One sensor's direct report. */
-    struct DirectReport {
-        /** Puts a channel on, moves it to, or at level 0 takes it off a rate level. */
-        void setRateLevel(int32_t channelHandle, int32_t rateLevel);
-
-        std::unordered_map<int32_t, DirectChannelTimingInfo>
-            channels;  // by channel handle; guarded by mDirectChannelLock
-        // Highest level in channels, 0 when there are none. Written under mDirectChannelLock. Read
-        // without it by batch(), which must not hold up the event path: whoever raises the level
-        // sends a batch request of its own afterwards. And by the event path, where a stale value
-        // costs the events that arrive while a channel is being configured.
-        Relaxed<int32_t> maxRateLevel{0};
-    };
+    using ChannelTimings = std::unordered_map<int32_t, DirectChannelTimingInfo>;
 
     static constexpr int32_t kMaxHandle = 72;
 
@@ -163,27 +155,31 @@ class SensorsSubHal : public ISensorsSubHal, public ISensorsEventCallback {
     enum class Asker { kProxy, kChannels };
     /** Tells the sensor object, then the hub; nothing for a channel while the proxy has it on. */
     int queueActivate(int32_t handle, bool enable, Asker asker);
-    /** Tells the hub, then the sensor object. Under the row's batchLock. */
+    /** Tells the hub, then the sensor object, what the row and the rate levels make of it. */
     int queueBatch(int32_t handle, int64_t periodNs, int64_t latencyNs);
+    /** The row's batch request, sent again when the row has changed meanwhile. */
+    int sendBatch(int32_t handle);
     /** Switches a sensor, unless the proxy has it on. */
     void activateForChannels(int32_t handle, bool enable);
-    /** Sends the row again, merged with the rate levels as they are now. */
-    void batchForChannels(int32_t handle);
 
-    // Direct channels. Negative results are negative errno values. What is called "Locked" runs
-    // under mDirectChannelLock.
+    // Direct channels. Negative results are negative errno values.
     static bool isDirectReportSupported() { return true; }
     int32_t addDirectChannel(const sensors_direct_mem_t* mem);
     int removeDirectChannel(int32_t channelHandle);
     void removeAllDirectChannels();
-    void removeLocked(int32_t channelHandle);
     int stopAllDirectReportOnChannel(int32_t channelHandle);
+    int configDirectChannel(int32_t sensorHandle, int32_t channelHandle, int32_t rateLevel);
+    // These four run under mDirectChannelLock.
+    void removeLocked(int32_t channelHandle);
     /**
      * Takes every sensor off a channel and switches off those that are now on none, unless the
-     * proxy uses them. Answers their handles, rising.
+     * proxy uses them. Their handles, rising.
      */
     std::vector<int32_t> stopLocked(int32_t channelHandle);
-    int configDirectChannel(int32_t sensorHandle, int32_t channelHandle, int32_t rateLevel);
+    int configLocked(int32_t sensorHandle, int32_t channelHandle, int32_t rateLevel);
+    /** Puts a channel on, moves it to, or at level 0 takes it off a rate level. */
+    void setRateLevelLocked(int32_t sensorHandle, int32_t channelHandle, int32_t rateLevel);
+
     /** Part of the interface; nothing here calls it. */
     int64_t rateLevelToDeviceSamplingPeriodNs(int32_t sensorHandle, int32_t rateLevel) const;
     void mergeDirectReportRequest(batch_config* request, int32_t sensorHandle);
@@ -199,11 +195,11 @@ class SensorsSubHal : public ISensorsSubHal, public ISensorsEventCallback {
     std::atomic<bool> mStopThread{false};
     std::array<SensorState, kMaxHandle + 1> mSensorState;  // by sensor handle
     std::mutex mDirectChannelLock;
-    // By sensor handle; the keys are fixed at construction.
-    std::unordered_map<int32_t, DirectReport> mSensorToChannel;
-    std::unordered_map<int32_t, std::unique_ptr<DirectChannelBase>>
-        mDirectChannel;                    // guarded by mDirectChannelLock
-    int32_t mNextDirectChannelHandle = 1;  // guarded by mDirectChannelLock
+    // Guarded by mDirectChannelLock.
+    std::unordered_map<int32_t, ChannelTimings>
+        mSensorToChannel;  // by sensor and channel handle; the sensors are fixed at construction
+    std::unordered_map<int32_t, std::unique_ptr<DirectChannelBase>> mDirectChannel;
+    int32_t mNextDirectChannelHandle = 1;
 };
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub
