@@ -57,11 +57,17 @@ CLI::Validator hertz() {
     return number(kLowestRateHz, kHighestRateHz);
 }
 
-/** The program leaves its directory, so what the user names relative to it is written out. */
-CLI::Validator path(bool loaderSearches = false) {
-    const auto resolve = [loaderSearches](std::string& text) -> std::string {
+enum class Except { kNothing, kBareNames, kDash };
+
+/**
+ * The program leaves its directory, so what the user names relative to it is written out, except
+ * what the loader looks for and what stands for standard input or output.
+ */
+CLI::Validator path(Except except = Except::kNothing) {
+    const auto resolve = [except](std::string& text) -> std::string {
         if (text.empty()) return "a path is not empty";
-        if (loaderSearches && text.find('/') == std::string::npos) return {};
+        if (except == Except::kBareNames && text.find('/') == std::string::npos) return {};
+        if (except == Except::kDash && text == "-") return {};
         std::error_code error;
         text = std::filesystem::absolute(text, error).string();
         return error ? error.message() : "";
@@ -90,7 +96,7 @@ void addGlobalOptions(CLI::App& app, GlobalOptions& options) {
         app.add_flag("--sim", options.hub.sim, "Run on a simulated hub whose sensors send signals");
     app.add_option("--replay", options.hub.recording,
                    "Run on a hub that a recording plays, from when a sensor is first switched on")
-        ->transform(path())
+        ->transform(path(Except::kDash))
         ->excludes(sim);
     app.add_flag("--fast", options.hub.fast, "Play a recording in no time instead of its own");
     app.add_flag("--trace", options.trace,
@@ -110,7 +116,7 @@ void addGlobalOptions(CLI::App& app, GlobalOptions& options) {
         ->needs(sim);
     app.add_option("--library", options.library,
                    "Path of the sub-HAL library (default: the build tree's, else the loader's)")
-        ->transform(path(true));
+        ->transform(path(Except::kBareNames));
     app.add_option("--log", options.logLevel,
                    "Show the library's log on standard error from this level (default: silent with "
                    "--sim, else warning)")
@@ -185,27 +191,29 @@ void addWatch(CLI::App& app, Command& command) {
 void addRecord(CLI::App& app, Command& command) {
     const Verb<WatchOptions> verb(app, command, "record",
                                   "Keep what crosses the library's borders in a file", runWatch);
-    verb.app->add_option("-o,--output", verb.options->recording, "File to be written")
+    verb.app
+        ->add_option("-o,--output", verb.options->recording,
+                     "File to be written, - for standard output")
         ->required()
-        ->transform(path());
+        ->transform(path(Except::kDash));
     addWatched(*verb.app, *verb.options);
 }
 
 void addReplay(CLI::App& app, Command& command) {
     CLI::App* replay = app.add_subcommand(
-        "replay", "Play a recording, requests and all, and compare the events bit by bit");
-    replay->add_option("FILE", command.options.hub.recording, "Recording")
+        "replay", "Play a recording, requests and all, and compare events and calls");
+    replay->add_option("FILE", command.options.hub.recording, "Recording, - for standard input")
         ->required()
-        ->transform(path());
+        ->transform(path(Except::kDash));
     replay->callback([&command] { command.run = runReplay; });
 }
 
 void addPlot(CLI::App& app, Command& command) {
     const Verb<PlotOptions> verb(
         app, command, "plot", "Draw a recording: values, intervals, latencies, wakelocks", runPlot);
-    verb.app->add_option("FILE", verb.options->recording, "Recording")
+    verb.app->add_option("FILE", verb.options->recording, "Recording, - for standard input")
         ->required()
-        ->transform(path());
+        ->transform(path(Except::kDash));
     verb.app
         ->add_option("-o,--output", verb.options->output,
                      "File to be drawn into, .svg, .png or .html (default: text on the terminal)")

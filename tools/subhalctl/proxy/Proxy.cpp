@@ -7,6 +7,7 @@
 #include <cinttypes>
 #include <cstdio>
 #include <cstring>
+#include <utility>
 
 #include "tools/subhalctl/hubs/DevicePaths.h"
 #include "tools/subhalctl/proxy/SensorLookup.h"
@@ -82,11 +83,22 @@ void Proxy::tapCalls() {
         sinks.emplace_back(traceCall);
         setPropertySink(traceProperty);
     }
+    if (mCallsAreKept) {
+        sinks.emplace_back([this](const FileCall& call) {
+            const std::lock_guard<std::mutex> lock(mCallLock);
+            mCalls.push_back(call);
+        });
+    }
     if (mRecorder) {
         sinks.emplace_back([this](const FileCall& call) { mRecorder->call(call); });
         if (platformHooks() == nullptr) setPlatformHooks(mRecorder.get());
     }
     if (!sinks.empty()) mTap = std::make_unique<CallTap>(mHub == nullptr, std::move(sinks));
+}
+
+std::vector<FileCall> Proxy::takeCalls() {
+    const std::lock_guard<std::mutex> lock(mCallLock);
+    return std::exchange(mCalls, {});
 }
 
 ExitCode Proxy::open() {

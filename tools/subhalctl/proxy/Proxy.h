@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -54,7 +55,13 @@ class Proxy {
 
     /** Before open(): the recording plays as `options` tell, instead of by itself. */
     ExitCode openReplay(const std::string& path, const ReplayOptions& options);
-    const Recording& recording() const { return *mRecording; }
+    /** Null when no recording plays the hub. */
+    const Recording* recording() const { return mRecording.get(); }
+
+    /** Before open(): keeps the library's calls on the hub's files for takeCalls(). */
+    void keepCalls() { mCallsAreKept = true; }
+    /** Those since the last time, in their order. */
+    std::vector<FileCall> takeCalls();
 
     /**
      * Loads the library on the hub. Other threads run from now on. Anything but kOk has been told
@@ -99,6 +106,9 @@ class Proxy {
     std::unique_ptr<Recorder> mRecorder;
     std::unique_ptr<Recording> mRecording;
     std::unique_ptr<Hub> mHub;
+    bool mCallsAreKept = false;
+    std::mutex mCallLock;
+    std::vector<FileCall> mCalls;  // guarded by mCallLock
     std::unique_ptr<CallTap> mTap;
     android::sp<HalProxyCallback> mCallback;
     std::unique_ptr<host_proxy::SubHalLibrary> mLibrary;

@@ -14,6 +14,7 @@
 #include <set>
 
 #include "simulator/SensorSpec.h"
+#include "tools/subhalctl/Interrupt.h"
 #include "tools/subhalctl/KnownSensors.h"
 #include "tools/subhalctl/hubs/DevicePaths.h"
 #include "tools/subhalctl/recording/Hex.h"
@@ -29,6 +30,7 @@ constexpr size_t kLongestLine = size_t{1} << 18;
 constexpr size_t kLargestRecord = 4096;
 constexpr int64_t kLargestHandle = 255;
 constexpr int64_t kLatestNs = INT64_MAX / 2;  // 146 years; a clock can run on from there
+constexpr char kStandard[] = "-";             // output or input
 constexpr char kDevicePrefix[] = "/dev/iio:device";
 
 bool onMainThread() {
@@ -72,7 +74,8 @@ bool Recorder::open(const std::string& path) {
 bool Recorder::openFile() {
     struct stat there {};
     struct stat output {};
-    const int fd = ::open(mPath.c_str(), O_WRONLY | O_CLOEXEC);
+    const int fd = mPath == kStandard ? fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0)
+                                      : ::open(mPath.c_str(), O_WRONLY | O_CLOEXEC);
     const bool found = fd >= 0 && fstat(fd, &there) == 0;
     const bool isOutput = found && fstat(STDOUT_FILENO, &output) == 0 &&
                           there.st_dev == output.st_dev && there.st_ino == output.st_ino;
@@ -118,6 +121,7 @@ void Recorder::write(const char* kind, int64_t timeNs, const Json& fields) {
     if (mFile != nullptr && std::fwrite(text.data(), 1, text.size(), mFile) != text.size() &&
         mError == 0) {
         mError = errno;
+        requestStop();  // or it would go on for nobody
     }
 }
 
@@ -147,11 +151,12 @@ void Recorder::call(const FileCall& call) {
     }
     if (call.kind >= FileCall::Kind::kClose || startsWith(call.path, kIioDirectory)) return;
     if (call.kind == FileCall::Kind::kOpen && call.result >= 0) return;
-    write("call", hubNowNs(),
-          {{"call", nameOf(call.kind)},
-           {"path", call.path},
-           {"hex", hexOf(call.bytes)},
-           {"result", std::min<long>(call.result, static_cast<long>(kLargestRecord))}});
+    Json fields = {{"call", nameOf(call.kind)},
+                   {"path", call.path},
+                   {"hex", hexOf(call.bytes)},
+                   {"result", std::min<long>(call.result, static_cast<long>(kLargestRecord))}};
+    if (call.kind == FileCall::Kind::kIoctl) fields["number"] = call.number;
+    write("call", hubNowNs(), fields);
 }
 
 void Recorder::request(int64_t startNs, const ProxyRequest& request) {
@@ -234,6 +239,7 @@ class Members {
   public:
     explicit Members(const Json& line) : mLine(line) {}
 
+    bool has(const char* name) const { return mLine.contains(name); }
     int64_t number(const char* name, int64_t low, int64_t high) {
         const auto found = mLine.find(name);
         if (found == mLine.end() || !found->is_number_integer()) {
@@ -371,6 +377,7 @@ class Loader {
             entry.name = members.text("path");
             entry.bytes = members.bytes("hex", 0, size_t{1} << 16);
             entry.result = members.number("result", -kLargestErrno, INT32_MAX);
+            if (members.has("number")) entry.number = members.number("number", 0, UINT32_MAX);
         } else if (kind == "property") {
             entry.kind = Kind::kProperty;
             entry.name = members.text("name");
@@ -426,9 +433,19 @@ void dropUnposted(std::vector<Recording::Entry>* entries) {
 
 }  // namespace
 
+int64_t Recording::periodNs(int32_t handle) const {
+    int64_t periodNs = 0;
+    for (const Entry& entry : entries) {
+        const bool asked = entry.request.what == "batch" && entry.handle == handle;
+        if (asked) periodNs = entry.request.periodNs;
+    }
+    return periodNs;
+}
+
 bool loadRecording(const std::string& path, Recording* recording) {
     recording->path = path;
-    std::FILE* file = std::fopen(path.c_str(), "re");
+    std::FILE* file = path == kStandard ? fdopen(fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0), "r")
+                                        : std::fopen(path.c_str(), "re");
     Loader loader(recording);
     std::string fault = file == nullptr ? std::strerror(errno) : "";
     std::string text;

@@ -40,8 +40,8 @@ class Recorder : public PlatformHooks {
     Recorder& operator=(const Recorder&) = delete;
 
     /**
-     * A regular file, and one that is not there yet, changes in finish() only; until then the lines
-     * go to PATH.part. False, and told, when that cannot be made.
+     * "-" is standard output. A regular file, and one that is not there yet, changes in finish()
+     * only; until then the lines go to PATH.part. False, and told, when that cannot be made.
      */
     bool open(const std::string& path);
 
@@ -97,15 +97,19 @@ struct Recording {
         std::string name{};       ///< of a property, a path
         std::string text{};       ///< a property's value; what kind of call
         int64_t result = 0;       ///< of a call
+        int64_t number = -1;      ///< of an ioctl, where the recording says it
     };
 
     std::string path;
     int64_t startNs = 0;
     std::string spec;
     std::vector<Entry> entries;  ///< by time
+
+    /** That the sensor was last asked for, 0 when it was not. */
+    int64_t periodNs(int32_t handle) const;
 };
 
-/** False, and told with the line and the reason, when the file is no whole recording. */
+/** False after reporting line and reason, when the file, "-" for standard input, is not whole. */
 bool loadRecording(const std::string& path, Recording* recording);
 
 }  // namespace subhalctl

@@ -359,7 +359,7 @@ ExitCode writeFile(const std::string& path, const std::string& bytes) {
     const bool fine = fd >= 0 && writeWhole(fd, bytes) && close(fd) == 0;
     if (fine) return kOk;
     complain("%s: %s", quoted(path).c_str(), std::strerror(errno));
-    return kOutputLost;
+    return fd < 0 ? kUsage : kOutputLost;
 }
 
 ExitCode plotAsText(const Script& script) {

@@ -15,10 +15,11 @@ namespace {
 constexpr int64_t kDefaultPeriodNs = 20'000'000;
 constexpr int64_t kProgressNs = 200'000'000;
 
-int64_t periodOf(const WatchOptions& options, const SensorSelector& selector) {
+int64_t periodOf(const WatchOptions& options, const SensorSelector& selector, int64_t recordedNs) {
     if (selector.rateHz) return periodOfRate(*selector.rateHz);
     if (options.rateHz > 0) return periodOfRate(options.rateHz);
-    return options.periodNs > 0 ? options.periodNs : kDefaultPeriodNs;
+    if (options.periodNs > 0) return options.periodNs;
+    return recordedNs > 0 ? recordedNs : kDefaultPeriodNs;
 }
 
 double hertzOf(int64_t periodNs) {
@@ -72,7 +73,9 @@ ExitCode Watch::select(const std::string& text) {
     }
     const SensorInfo* sensor = mProxy.find(selector->sensor);
     if (sensor == nullptr) return kNoSuchSensor;
-    const int64_t periodNs = periodOf(mOptions, *selector);
+    const Recording* recording = mProxy.recording();
+    const int64_t recordedNs = recording != nullptr ? recording->periodNs(sensor->sensorHandle) : 0;
+    const int64_t periodNs = periodOf(mOptions, *selector, recordedNs);
     for (size_t i = 0; i < mWatched.size(); ++i) {
         if (mWatched[i].sensor != sensor) continue;
         if (mPeriods[i] == periodNs) return kOk;
@@ -234,7 +237,11 @@ ExitCode Watch::run() {
         if (mProxy.recorder() != nullptr) mProxy.recorder()->event(received);
     });
     mProgress.clear();
-    if (!quiet) mWriter->summary(mWatched);
+    if (!quiet && mOptions.recording == "-") {
+        std::fputs(summaryTable(mWatched).c_str(), stderr);
+    } else if (!quiet) {
+        mWriter->summary(mWatched);
+    }
     const ExitCode kept = keepRecording(end);
     if (kept != kOk) return kept;
     const ExitCode judged = judge(end);
