@@ -22,6 +22,11 @@ int64_t bootTimeNs() {
     return static_cast<int64_t>(now.tv_sec) * 1000000000 + now.tv_nsec;
 }
 
+/** Callers may ask for any 64-bit duration; one from 0 on ends at kNever at the latest. */
+int64_t later(int64_t timeNs, int64_t durationNs) {
+    return durationNs < kNever - timeNs ? timeNs + durationNs : kNever;
+}
+
 int64_t effectivePeriodNs(const DeviceProfile& profile, const SensorSpec& spec, int64_t asked) {
     if (profile.reporting != Reporting::kContinuous) return kLookPeriodNs;
     const int64_t shortest = std::max<int64_t>(int64_t{spec.minDelayUs} * 1000, kMillisecond);
@@ -73,7 +78,7 @@ void SignalGenerator::setRate(int handle, int64_t periodNs, int64_t latencyNs) {
     stream->periodNs = periodNs;
     stream->latencyNs = latencyNs;
     const int64_t period = effectivePeriodNs(*stream->profile, stream->spec, periodNs);
-    stream->nextSampleNs = std::min(stream->nextSampleNs, bootTimeNs() + period);
+    stream->nextSampleNs = std::min(stream->nextSampleNs, later(bootTimeNs(), period));
     mWoken = true;
     mChanged.notify_all();
 }
@@ -110,11 +115,11 @@ int64_t SignalGenerator::serve(Stream& stream, int64_t nowNs) {
     if (nowNs - stream.nextSampleNs > kMaxLagNs) stream.nextSampleNs = nowNs;
     while (stream.enabled && stream.nextSampleNs <= nowNs) {
         sample(stream, stream.nextSampleNs);
-        stream.nextSampleNs += period;
+        stream.nextSampleNs = later(stream.nextSampleNs, period);
     }
     const bool batching = stream.latencyNs > 0 && stream.spec.fifoMax > 0 &&
                           stream.profile->reporting != Reporting::kOneShot;
-    const int64_t dueNs = batching ? stream.heldSinceNs + stream.latencyNs : nowNs;
+    const int64_t dueNs = batching ? later(stream.heldSinceNs, stream.latencyNs) : nowNs;
     if (dueNs <= nowNs || stream.held.size() >= stream.spec.fifoMax) release(stream);
     if (!stream.enabled) return kNever;
     return stream.held.empty() ? stream.nextSampleNs : std::min(stream.nextSampleNs, dueNs);

@@ -4,7 +4,6 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
-#include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -38,31 +37,56 @@ const char* baseDirectory() {
 
 constexpr char kPrefix[] = "hub.";
 constexpr size_t kNameSize = sizeof("hub.XXXXXX") - 1;
+// What is in it:
+constexpr char kMark[] = "made-by-simulator";
+constexpr char kRoot[] = "root";
 // Of all devices together, in whole pages, and some.
 constexpr uint64_t kRoomBytes = 4 << 20;
 constexpr uint64_t kRoomFiles = 1000;
-
-std::string nameIn(const std::string& base) {
-    return base + "/" + kPrefix + "XXXXXX";
-}
-
-constexpr time_t kFreshSeconds = 10;  // younger ones may be waiting for their lock
 
 int openDirectory(const std::string& path) {
     return open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
 }
 
-/** Removes a tree whose process is gone. */
-void removeIfStale(const std::string& path) {
-    const int fd = openDirectory(path);
-    if (fd < 0) return;
+/** The mark of a tree: a copy of it, or one that was given another name, is somebody's own. */
+std::string markOf(int tree, const std::string& path) {
     struct stat status {};
-    const bool stale = fstat(fd, &status) == 0 && status.st_uid == geteuid() &&
-                       status.st_mtime + kFreshSeconds < time(nullptr) &&
-                       flock(fd, LOCK_EX | LOCK_NB) == 0;
+    if (fstat(tree, &status) != 0 || status.st_uid != geteuid() || status.st_nlink == 0) return {};
+    return fs::path(path).filename().string() + " " + std::to_string(status.st_ino) + "\n";
+}
+
+/** Marked without a lock it would be taken for a dead one, so the mark comes last. */
+int makeTree(const std::string& base, std::string* path, int* lock) {
+    *path = base + "/" + kPrefix + "XXXXXX";
+    if (mkdtemp(path->data()) == nullptr) return errno;
+    *lock = openDirectory(*path);
+    if (*lock < 0 || flock(*lock, LOCK_SH) != 0) return errno;
+    if (mkdir((*path + "/" + kRoot).c_str(), 0700) != 0) return errno;
+    std::ofstream mark(*path + "/" + kMark);
+    mark << markOf(*lock, *path);
+    return mark.flush() ? 0 : EIO;
+}
+
+/** The mark goes last: what an interrupted removal leaves is still marked. */
+void removeTree(const std::string& path) {
     std::error_code ignored;
-    if (stale) fs::remove_all(path, ignored);
-    close(fd);
+    fs::remove_all(path + "/" + kRoot, ignored);
+    fs::remove_all(path, ignored);
+}
+
+/** Removes a tree whose process, with those that it forked, is gone. */
+void removeIfStale(const std::string& path) {
+    const int tree = openDirectory(path);
+    if (tree < 0) return;
+    const int file = openat(tree, kMark, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    char text[64];
+    const ssize_t size = file < 0 ? 0 : read(file, text, sizeof(text));
+    if (size > 0 && flock(tree, LOCK_EX | LOCK_NB) == 0 &&
+        markOf(tree, path) == std::string(text, static_cast<size_t>(size))) {
+        removeTree(path);
+    }
+    if (file >= 0) close(file);
+    close(tree);
 }
 
 void removeStaleTrees(const std::string& base) {
@@ -83,33 +107,33 @@ void removeStaleTrees(const std::string& base) {
 
 int TempTree::tryOut(std::string* base) {
     *base = baseDirectory();
-    std::string name = nameIn(*base);
-    if (mkdtemp(name.data()) == nullptr) return errno;
-    int error = mkfifo((name + "/fifo").c_str(), 0600) != 0 ? errno : 0;
+    std::string name;
+    int lock = -1;
+    int error = makeTree(*base, &name, &lock);
+    if (error == 0 && mkfifo((name + "/fifo").c_str(), 0600) != 0) error = errno;
     struct statvfs room {};
     if (error == 0 && statvfs(name.c_str(), &room) == 0) {
         const bool counts = room.f_files > 0;  // some file systems have no fixed number of files
         const uint64_t bytes = uint64_t{room.f_bavail} * room.f_frsize;
         if (bytes < kRoomBytes || (counts && room.f_favail < kRoomFiles)) error = ENOSPC;
     }
-    std::error_code ignored;
-    fs::remove_all(name, ignored);
+    if (lock >= 0) {
+        removeTree(name);
+        close(lock);
+    }
     return error;
 }
 
-TempTree::TempTree() {
+TempTree::TempTree() : mOwner(getpid()) {
     const std::string base = baseDirectory();
     removeStaleTrees(base);
-    std::string name = nameIn(base);
-    if (mkdtemp(name.data()) == nullptr) fail("create", name);
-    mRoot = name;
-    mLock = openDirectory(mRoot);
-    if (mLock < 0 || flock(mLock, LOCK_SH) != 0) fail("lock", mRoot);
+    errno = makeTree(base, &mPath, &mLock);
+    if (errno != 0) fail("create", mPath);
+    mRoot = mPath + "/" + kRoot;
 }
 
 TempTree::~TempTree() {
-    std::error_code ignored;
-    fs::remove_all(mRoot, ignored);
+    if (getpid() == mOwner) removeTree(mPath);
     close(mLock);
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -8,7 +10,7 @@ namespace simulator {
 
 /**
  * A fresh temporary directory that stands for "/" of the device, removed at the end. What a killed
- * process could not remove goes when the next one starts.
+ * process could not remove goes when the next one starts; nothing else does, whatever its name.
  */
 class TempTree {
   public:
@@ -40,8 +42,10 @@ class TempTree {
     std::vector<std::string> list(const std::string& path) const;
 
   private:
-    std::string mRoot;
-    int mLock = -1;  // of the directory itself; tells others that it is in use
+    std::string mPath;
+    std::string mRoot;   // below it
+    int mLock = -1;      // of the directory itself: it is in use while somebody holds this
+    const pid_t mOwner;  // a forked child's end is not the tree's
 };
 
 }  // namespace simulator

@@ -2,9 +2,17 @@
 
 #include "simulator/SimulatedHub.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
 
 #include "simulator/DeviceProfile.h"
+#include "simulator/SignalGenerator.h"
 #include "simulator/World.h"
 #include "tests/kernel/HubScript.h"
 
@@ -60,6 +68,119 @@ TEST(World, FieldTurnsAgainstTheRotation) {
             EXPECT_NEAR(expected[axis], (after[axis] - before[axis]) / (2 * kStep), 6.0) << t;
         }
     }
+}
+
+namespace fs = std::filesystem;
+
+/** A process with a tree of its own, which it cannot remove when it is killed. */
+class Victim {
+  public:
+    Victim() {
+        int pipes[2];
+        EXPECT_EQ(pipe(pipes), 0);
+        mPid = fork();
+        if (mPid == 0) {
+            const TempTree tree;
+            tree.write("/sys/file", "content");
+            EXPECT_GT(write(pipes[1], tree.root().c_str(), tree.root().size()), 0);
+            pause();
+        }
+        char root[256] = {};
+        EXPECT_GT(::read(pipes[0], root, sizeof(root) - 1), 0);
+        path = fs::path(root).parent_path();
+    }
+    ~Victim() { end(); }
+    void end() {
+        if (mPid > 0) kill(mPid, SIGKILL);
+        if (mPid > 0) waitpid(mPid, nullptr, 0);
+        mPid = 0;
+    }
+    fs::path path;
+
+  private:
+    pid_t mPid;
+};
+
+TEST(TempTree, RemovesOnlyTreesOfTheDead) {
+    std::string base = testing::TempDir() + "trees.XXXXXX";
+    ASSERT_NE(mkdtemp(base.data()), nullptr);
+    setenv("TMPDIR", base.c_str(), 1);
+    Victim live, dead, other;
+    for (const char* name : {"/hub.backup", "/hub.traces"})
+        fs::copy(other.path, base + name, fs::copy_options::recursive);
+    fs::create_directories(base + "/hub.config/root");
+    std::ofstream(base + "/hub.config/made-by-simulator") << "";
+    fs::rename(other.path, base + "/hub.keepit");
+    fs::copy(base + "/hub.keepit", other.path, fs::copy_options::recursive);
+    dead.end();
+    other.end();
+    {
+        const TempTree own;
+        if (fork() == 0) std::quick_exit((own.~TempTree(), 0));
+        wait(nullptr);
+        EXPECT_TRUE(fs::exists(own.root())) << "a child's end removed its parent's tree";
+        EXPECT_FALSE(fs::exists(dead.path));
+        for (const char* name : {"/hub.backup", "/hub.traces", "/hub.config", "/hub.keepit"})
+            EXPECT_TRUE(fs::exists(base + name + "/root")) << name;
+        EXPECT_TRUE(fs::exists(other.path / "root")) << "a copy, although at the tree's place";
+        EXPECT_TRUE(fs::exists(live.path / "root/sys/file"));
+    }
+    live.end();
+    EXPECT_EQ(TempTree().list("/").size(), 0U);
+    EXPECT_FALSE(fs::exists(live.path));
+    fs::remove_all(base);
+}
+
+struct Asked {
+    int64_t periodNs;
+    int64_t latencyNs;
+    int32_t maxDelayUs;
+};
+
+TEST(SignalGenerator, TakesAnyDuration) {
+    for (const Asked asked :
+         {Asked{0, INT64_MAX, 0}, Asked{-1, -1, 10}, Asked{INT64_MIN, INT64_MIN, INT32_MAX},
+          Asked{INT64_MAX, INT64_MAX, 1}}) {
+        SCOPED_TRACE(asked.periodNs);
+        SensorSpec spec;
+        spec.handle = 1;
+        spec.maxDelayUs = asked.maxDelayUs;
+        spec.fifoMax = 4;
+        std::mutex mutex;
+        std::condition_variable changed;
+        std::vector<std::pair<int64_t, int64_t>> times;  // of the sample, of its arrival
+        SignalGenerator generator(World(1), [&](int, const std::string& record) {
+            const std::lock_guard<std::mutex> lock(mutex);
+            timespec now{};
+            clock_gettime(CLOCK_BOOTTIME, &now);
+            int64_t stamp = 0;
+            std::memcpy(&stamp, record.data() + record.size() - sizeof(stamp), sizeof(stamp));
+            times.emplace_back(stamp, now.tv_sec * int64_t{1000000000} + now.tv_nsec);
+            changed.notify_all();
+        });
+        generator.addSensor(*findProfile(1), spec);
+        generator.setRate(1, asked.periodNs, asked.latencyNs);
+        generator.setEnabled(1, true);
+        std::unique_lock<std::mutex> lock(mutex);
+        ASSERT_TRUE(changed.wait_for(lock, std::chrono::seconds(10),
+                                     [&times] { return times.size() >= 4; }));
+        EXPECT_TRUE(times[3].first <= times[0].second || asked.latencyNs < 0) << "no batch";
+    }
+}
+
+TEST(SignalGenerator, WaitsForTheLongestPeriod) {
+    SensorSpec spec;
+    spec.handle = 1;
+    std::atomic<int> records{0};
+    SignalGenerator generator(World(1), [&](int, const std::string&) { ++records; });
+    generator.addSensor(*findProfile(1), spec);
+    generator.setRate(1, INT64_MAX, 0);
+    generator.setEnabled(1, true);
+    while (records == 0)
+        std::this_thread::yield();
+    generator.setRate(1, INT64_MAX, 0);
+    generator.flush(1);
+    EXPECT_EQ(records, 2) << "the first record and the flush marker";
 }
 
 }  // namespace
