@@ -42,7 +42,7 @@ class DirectChannelBase {
     int32_t mError = -ENODEV;
     std::unique_ptr<LockfreeBuffer> mBuffer;  // absent until the region is mapped
     size_t mSize = 0;                         // of the region, in bytes
-    void* mBase = nullptr;                    // of the region, null when not mapped
+    void* mBase = nullptr;  // of the region; null when not mapped, MAP_FAILED for one of no bytes
 };
 
 /**

@@ -24,7 +24,7 @@ class GrallocHalWrapper : public Singleton<GrallocHalWrapper> {
     GrallocHalWrapper(const GrallocHalWrapper&) = delete;
     GrallocHalWrapper& operator=(const GrallocHalWrapper&) = delete;
 
-    /** 0 when an allocator was opened, else why not. */
+    /** Why no allocator was opened; 0 also for a module of an unknown version. */
     int32_t getError() const { return mError; }
 
     /** 0 legacy, 1 version 1, -1 none. */

@@ -1,16 +1,17 @@
 #pragma once
 
 #include <hardware/sensors.h>
-#include <pthread.h>
 
+#include <condition_variable>
 #include <cstddef>
 #include <memory>
+#include <mutex>
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
 /**
- * A bounded queue of events between any number of writing and reading threads. Nothing here
- * uses one.
+ * A bounded queue of events between any number of writing and reading threads. No thread may be
+ * inside when it goes.
  */
 class RingBuffer {
   public:
@@ -19,21 +20,18 @@ class RingBuffer {
     RingBuffer(const RingBuffer&) = delete;
     RingBuffer& operator=(const RingBuffer&) = delete;
 
-    /** No thread may be inside read() or write() any more. */
-    ~RingBuffer();
-
-    /** Appends as many of the events as there is room for, the first ones; answers how many. */
+    /** Appends as many of the events as there is room for, the first ones; returns how many. */
     size_t write(const sensors_event_t* events, size_t count);
 
-    /** Waits until the queue holds something, takes up to `count` events and answers how many. */
+    /** Waits until the queue holds something, takes up to `count` events and returns how many. */
     size_t read(sensors_event_t* events, size_t count);
 
   private:
     /** Slot of a running count. */
     size_t slot(size_t position) const { return mCapacity == 0 ? position : position % mCapacity; }
 
-    pthread_mutex_t mLock;
-    pthread_cond_t mWritten;  // on the monotonic clock
+    std::mutex mLock;
+    std::condition_variable mWritten;
     const size_t mCapacity;
     const std::unique_ptr<sensors_event_t[]> mData;
     // Since construction; guarded by mLock. Their difference is what the queue holds.

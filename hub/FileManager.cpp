@@ -15,7 +15,8 @@
 #include "sensors/HubPaths.h"
 #include "sensors/UniqueFd.h"
 
-// The hub firmware's access to host files. Nothing in a request is trusted but its path.
+// The hub firmware's access to host files. The path of a request is trusted; a READ of more than a
+// reply holds ends the process.
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
 namespace {

@@ -25,10 +25,6 @@ constexpr int kStateDumpLimit = 2;
 constexpr char kStateName[] = "shub_dumpstate";
 constexpr char kStampFormat[] = "%Y%m%d_%H%M%S";
 
-// Where the stamp begins in a kept dump's name: behind "shub_dumpstate_", or "shub_dump_005_".
-constexpr size_t kStatePrefixLength = 15;
-constexpr size_t kNumberedPrefixLength = 14;
-
 /** The next entry other than "." and ".."; null at the end. */
 const dirent* nextEntry(DIR* directory) {
     const dirent* entry = readdir(directory);
@@ -64,15 +60,14 @@ void deleteAllDumps(DIR* directory, const char* prefix) {
 }
 
 // It is the newest of the previous dumps that gives way, not the oldest.
-void deleteNewestDump(DIR* directory, int type, const char* prefix, int limit) {
-    const size_t stampAt = type == kStateDump ? kStatePrefixLength : kNumberedPrefixLength;
+void deleteNewestDump(DIR* directory, const char* prefix, int limit) {
     int count = 0;
     std::string newest;
     time_t newestTime = 0;
     while (const dirent* entry = nextEntry(directory)) {
         const std::string name = entry->d_name;
         if (name.compare(0, strlen(prefix), prefix) != 0) continue;
-        const std::string stamp = name.size() > stampAt ? name.substr(stampAt) : "";
+        const std::string stamp = name.substr(strlen(prefix));
         time_t time = 0;
         if (!parseStamp(stamp.c_str(), &time)) {
             ALOGE("deletePrevDump: str time %s error: %s", stamp.c_str(), strerror(errno));
@@ -115,13 +110,13 @@ void SensorHubSensor::dump(int type, int count) {
              nullptr);
 }
 
-void SensorHubSensor::deletePrevDump(int type, const char* prefix, int limit) {
+void SensorHubSensor::deletePrevDump(int /*type*/, const char* prefix, int limit) {
     const Directory directory(opendir(paths::kDumpDirectory));
     if (directory == nullptr) return;
     if (limit == 1) {
         deleteAllDumps(directory.get(), prefix);
     } else {
-        deleteNewestDump(directory.get(), type, prefix, limit);
+        deleteNewestDump(directory.get(), prefix, limit);
     }
 }
 

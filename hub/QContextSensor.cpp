@@ -96,7 +96,9 @@ int QContextSensor::flush(int handle) {
 }
 
 int QContextSensor::injectSensorData(const Event& event) {
+    // Spelt so on purpose.
     ALOGI("QContextSensor::injecet_sensor_data");
+    const std::lock_guard<std::mutex> lock(mWriterLock);
     mHubDataWriter->handleData(event);
     return 0;
 }

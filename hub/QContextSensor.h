@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <mutex>
 
 #include "hub/SensorHubDataWriter.h"
 #include "sensors/SensorBase.h"
@@ -11,7 +12,7 @@ namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 /**
  * The way to the hub's context algorithms. An event of this sensor is one piece of a context
  * message, which the sub-HAL carries without interpretation: the message's size, the indexes of the
- * first and last byte carried, and up to 56 bytes. A record without a timestamp tells that the hub
+ * first and last byte carried, and up to 56 bytes. A record without a timestamp says that the hub
  * was reset. Byte messages to the hub travel the other way, inside injected events.
  */
 class QContextSensor : public SensorBase {
@@ -21,17 +22,15 @@ class QContextSensor : public SensorBase {
 
     /**
      * Announces the hub's context facilities before the device is enabled: three
-     * additional-information events in one vector. Without the list file nothing is enabled, and
-     * the answer is still 0. Callers switch a sensor from one thread at a time; the callback runs
-     * on the caller's thread, under the lock that the caller switches sensors under.
+     * additional-information events in one vector. Without the list file it does nothing and
+     * returns 0, so that the sub-HAL switches the hub's side all the same. Callers switch a sensor
+     * from one thread at a time; the callback runs on the caller's thread, under the lock that the
+     * caller switches sensors under.
      */
     int enable(int handle, bool on) override;
 
     using SensorBase::batch;
-    /**
-     * A separate overload, not the request of the sensor interface. Does nothing; 0. Nothing
-     * here calls it.
-     */
+    /** A separate overload, not the request of the sensor interface. Does nothing; 0. */
     virtual int batch(int handle, int flags, int64_t samplingPeriodNs, int64_t maxReportLatencyNs);
 
     /** Posts the flush-complete event at once; the hub sends no marker for this sensor. */
@@ -64,8 +63,9 @@ class QContextSensor : public SensorBase {
     // Keeps the last list. Touched by enable() alone: guarded by what the caller switches sensors
     // under, mActivateLock.
     Event mListEvent = {};
-    Record::Message mLastMessage = {};                    // poll thread only
-    std::unique_ptr<SensorHubDataWriter> mHubDataWriter;  // made once the buffer runs
+    Record::Message mLastMessage = {};  // poll thread only
+    std::mutex mWriterLock;
+    std::unique_ptr<SensorHubDataWriter> mHubDataWriter;  // guarded by mWriterLock
 };
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

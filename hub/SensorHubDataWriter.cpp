@@ -60,9 +60,10 @@ int32_t SensorHubDataWriter::handleData(const Event& event) {
             return start(piece.length, event.timestamp, piece.chunk);
         case kData:
             // No event carries more than its chunk, whatever it says.
-            return append(piece.length, piece.chunk, sizeof(piece.chunk));
+            return isInjecting() ? append(piece.length, piece.chunk, sizeof(piece.chunk)) : -1;
         case kEnd:
-            return end(piece.length);
+            if (isInjecting()) end(piece.length);
+            return -1;
         default:
             ALOGI("SensorHubDataWriter: does not support this type %d", piece.kind);
             return -1;
@@ -94,40 +95,30 @@ int32_t SensorHubDataWriter::start(uint32_t length, int64_t timestamp, const uin
     return 0;
 }
 
-int32_t SensorHubDataWriter::append(uint32_t length, const uint8_t* chunk, uint32_t chunkSize) {
-    if (!mInjecting) {
-        ALOGE("SensorHubDataWriter: does not start injection");
-        return -1;
-    }
-    return appendBytes(length, chunk, chunkSize);
-}
-
-int32_t SensorHubDataWriter::appendBytes(uint32_t length, const void* bytes, uint32_t available) {
-    const int32_t position = mDataPos;
-    // In 64 bits, and against the buffer too: no length and no order of calls gets past it.
-    const int64_t filled = static_cast<int64_t>(position) + length;
-    if (length > available || filled > mDataLength || filled > kCapacity) {
+int32_t SensorHubDataWriter::append(uint32_t length, const void* bytes, uint32_t available) {
+    // In 64 bits, where no length wraps; what is announced is never above the buffer.
+    if (length > available || static_cast<int64_t>(mDataPos) + length > mDataLength) {
         ALOGE("SensorHubDataWriter: SetHubData failed , Not enough buffer %zu",
               static_cast<size_t>(length));
         return -1;
     }
-    memcpy(mHubData + position, bytes, length);
-    mDataPos = position + static_cast<int32_t>(length);
+    memcpy(mHubData + mDataPos, bytes, length);
+    mDataPos += static_cast<int32_t>(length);
     return mDataPos;
 }
 
-int32_t SensorHubDataWriter::end(uint32_t length) {
-    if (!mInjecting) {
-        ALOGE("SensorHubDataWriter: does not start injection");
-        return -1;
-    }
+bool SensorHubDataWriter::isInjecting() const {
+    if (!mInjecting) ALOGE("SensorHubDataWriter: does not start injection");
+    return mInjecting;
+}
+
+void SensorHubDataWriter::end(uint32_t length) {
     mInjecting = false;
     if (length == static_cast<uint32_t>(mDataLength) && mDataLength == mDataPos) {
         writeData();
     } else {
         ALOGE("SensorHubDataWriter: injection was not finished");
     }
-    return -1;
 }
 
 int32_t SensorHubDataWriter::writeData() {
@@ -189,7 +180,7 @@ int32_t SensorHubDataWriter::setHubData(int length, const int* data) {
         return -1;
     }
     // The caller's buffer holds what it says; the message's room is what limits it.
-    return appendBytes(static_cast<uint32_t>(length), data, kCapacity);
+    return append(static_cast<uint32_t>(length), data, kCapacity);
 }
 
 void SensorHubDataWriter::clearBuffer() {

@@ -20,8 +20,8 @@ extern int hbx_data_injection_fd;
  *
  * A message of 56 to 1,119 bytes comes as a start event, data events of up to 56 bytes and an end
  * event; a shorter one fits into the start event. Start and end announce the length of the whole
- * message, and only a message that agrees with both is sent. Takes no lock: the events of a message
- * come in order from one caller.
+ * message, and only a message that agrees with both is sent. Takes no lock: its owner hands one
+ * event at a time, and the events of a message come in order from one caller.
  */
 class SensorHubDataWriter {
   public:
@@ -33,7 +33,7 @@ class SensorHubDataWriter {
     ~SensorHubDataWriter();
 
     /**
-     * Takes one injected event. Answers the bytes collected so far when more are expected, else -1:
+     * Takes one injected event. Returns the bytes collected so far when more are expected, else -1:
      * both for an event that was refused and for one that ended a message.
      */
     int32_t handleData(const Event& event);
@@ -49,14 +49,10 @@ class SensorHubDataWriter {
 
     /**
      * Begins a message of `length` bytes (0 to 1,120), all of them at `data` unless it is null.
-     * Part of the interface; nothing here calls it.
      */
     void initBuffers(int length, unsigned long timestamp, const int* data);
 
-    /**
-     * Appends `length` bytes. The new fill level, or -1 without data or room. Nothing here calls
-     * it.
-     */
+    /** Appends `length` bytes. The new fill level, or -1 without data or room. */
     int32_t setHubData(int length, const int* data);
 
     /** Forgets the message. */
@@ -68,10 +64,11 @@ class SensorHubDataWriter {
     static constexpr uint32_t kMaxWholeMessage = 55;
 
     int32_t start(uint32_t length, int64_t timestamp, const uint8_t* chunk);
-    int32_t append(uint32_t length, const uint8_t* chunk, uint32_t chunkSize);
-    /** Appends `length` bytes of which `available` are there, when both have room. */
-    int32_t appendBytes(uint32_t length, const void* bytes, uint32_t available);
-    int32_t end(uint32_t length);
+    /** Appends `length` bytes when `available` are that many and the message has room. */
+    int32_t append(uint32_t length, const void* bytes, uint32_t available);
+    void end(uint32_t length);
+    /** Whether a message is open; logs it when none is. */
+    bool isInjecting() const;
 
     int32_t mDataPos = 0;             // bytes collected
     int32_t mDataLength = kCapacity;  // announced length; 0 to kCapacity

@@ -28,7 +28,7 @@ class SensorHubSensor : public SensorBase {
 
     /** Copies the hub's dump into a file of its own and into the one of the latest dump. */
     void dump(int type, int count);
-    /** Makes room for a dump when `limit` of the type are there. */
+    /** Makes room for a dump when `limit` of the prefix are there. */
     void deletePrevDump(int type, const char* prefix, int limit);
     /** Copies inDir + inName over the start of outDir + outName + suffix, which may be null. */
     void copyFile(const char* inDir, const char* inName, const char* outDir, const char* outName,

@@ -9,15 +9,15 @@ inline constexpr char kEnable[] = "/sys/class/sensors/hbx_sensor/enable";
 inline constexpr char kFlush[] = "/sys/class/sensors/hbx_sensor/hbx_flush";
 inline constexpr char kBatch[] = "/dev/batch_io";
 
-// Industrial I/O: one device per sensor. The formats take the device number; the attributes lie in
-// the device's own directory.
+// Industrial I/O: one device per sensor. Its number follows the prefix in the directory, and its
+// record device's path; the attributes lie in the device's own directory.
 inline constexpr char kIioDirectory[] = "/sys/bus/iio/devices/";
 inline constexpr char kIioPrefix[] = "iio:device";
 inline constexpr char kIioName[] = "name";
 inline constexpr char kIioBufferLength[] = "buffer/length";
 inline constexpr char kIioBufferEnable[] = "buffer/enable";
 inline constexpr char kIioDataAvailable[] = "buffer/data_available";
-inline constexpr char kIioDeviceFormat[] = "/dev/iio:device%d";
+inline constexpr char kIioDevice[] = "/dev/iio:device";
 
 // Data injection; the first that opens is used.
 inline constexpr char kInjection[] = "/dev/shub_data_injection";

@@ -14,6 +14,7 @@
 #include "common/Log.h"
 #include "sensors/DecimalText.h"
 #include "sensors/HubPaths.h"
+#include "sensors/IioNames.h"
 #include "sensors/InjectedEvent.h"
 #include "sensors/SensorHandles.h"
 
@@ -33,15 +34,13 @@ struct __attribute__((packed)) DefaultInjection {
 };
 static_assert(sizeof(DefaultInjection) == 60);
 
-std::string deviceAttribute(int number, const char* attribute) {
-    return std::string(paths::kIioDirectory) + paths::kIioPrefix + std::to_string(number) + "/" +
-           attribute;
-}
+// Any direct rate, over shared memory.
+constexpr uint32_t kDirectReportFlags =
+    static_cast<uint32_t>(SensorFlagBits::MASK_DIRECT_REPORT) |
+    static_cast<uint32_t>(SensorFlagBits::DIRECT_CHANNEL_ASHMEM);
 
 std::string devicePath(int number) {
-    char path[64];
-    snprintf(path, sizeof(path), paths::kIioDeviceFormat, number);
-    return path;
+    return paths::kIioDevice + std::to_string(number);
 }
 
 }  // namespace
@@ -63,12 +62,15 @@ SensorBase::SensorBase(const char* iioName, const char* tag, const char* display
 }
 
 void SensorBase::openDevice(const std::string& name, const SensorInfo& info) {
-    mDevNum = findTypeByName(name.c_str(), paths::kIioPrefix);
+    IioNames* const names = IioNames::current();
+    mDevNum =
+        names != nullptr ? names->find(name) : findTypeByName(name.c_str(), paths::kIioPrefix);
     if (mDevNum < 0) return;
 
-    mBufferLengthPath = deviceAttribute(mDevNum, paths::kIioBufferLength);
-    mBufferEnablePath = deviceAttribute(mDevNum, paths::kIioBufferEnable);
-    mDataAvailablePath = deviceAttribute(mDevNum, paths::kIioDataAvailable);
+    const std::string directory = iioDirectory(paths::kIioPrefix, mDevNum);
+    mBufferLengthPath = directory + paths::kIioBufferLength;
+    mBufferEnablePath = directory + paths::kIioBufferEnable;
+    mDataAvailablePath = directory + paths::kIioDataAvailable;
 
     // Not blocking: whoever believes a wrong count must not wait for a record that is not there.
     mDataFd.reset(open(devicePath(mDevNum).c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
@@ -146,6 +148,13 @@ int SensorBase::getDataAvailable(uint64_t maxReportLatencyNs) {
     return count < 0 ? 1 : count;
 }
 
+int SensorBase::findTypeByName(const char* name, const char* prefix) {
+    for (const auto& device : readIioNames(prefix, name)) {
+        if (device.name == name) return device.number;
+    }
+    return -ENODEV;
+}
+
 int SensorBase::openIio(const char* name) {
     const int number = findTypeByName(name, paths::kIioPrefix);
     if (number < 0) {
@@ -185,13 +194,7 @@ int SensorBase::readSysfsInt(const char* path, int* value) {
 }
 
 int SensorBase::writeSysfsInt(const char* path, int value) {
-    bool wasOpened = false;
-    return writeSysfsInt(path, value, &wasOpened);
-}
-
-int SensorBase::writeSysfsInt(const char* path, int value, bool* wasOpened) {
     UniqueFd file(open(path, O_WRONLY | O_TRUNC | O_CLOEXEC));
-    *wasOpened = file.ok();
     if (!file.ok()) return 0;
 
     const std::string text = std::to_string(value) + "\n";
@@ -200,13 +203,6 @@ int SensorBase::writeSysfsInt(const char* path, int value, bool* wasOpened) {
     if (error == 0) return 0;
     ALOGE("writeSysfsInt, ERROR open file %s to write with error %d", path, error);
     return -error;
-}
-
-int SensorBase::enableBuffer() {
-    bool wasOpened = false;
-    const int result = writeSysfsInt(mBufferEnablePath.c_str(), 1, &wasOpened);
-    mBufferEnabled = wasOpened && result == 0;
-    return result;
 }
 
 void SensorBase::retryIioBufferEnable() {
@@ -252,7 +248,7 @@ unsigned SensorBase::atou(const char* text) {
 void SensorBase::describe(SensorType type, uint32_t flags, FlushLine flushLine) {
     mSensorInfo.type = type;
     mPendingEvent.sensorType = type;
-    mSensorInfo.flags |= flags;
+    mSensorInfo.flags |= flags | (reportsDirectly(mHandle) ? kDirectReportFlags : 0);
     mFlushLine = flushLine;
 }
 

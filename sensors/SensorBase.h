@@ -6,12 +6,12 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <type_traits>
 #include <vector>
 
 #include "sensors/ISensorsEventCallback.h"
-#include "sensors/Relaxed.h"
 #include "sensors/UniqueFd.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
@@ -32,10 +32,10 @@ inline constexpr auto kContinuous = static_cast<uint32_t>(SensorFlagBits::CONTIN
 inline constexpr auto kOnChange = static_cast<uint32_t>(SensorFlagBits::ON_CHANGE_MODE);
 inline constexpr auto kOneShot = static_cast<uint32_t>(SensorFlagBits::ONE_SHOT_MODE);
 inline constexpr auto kSpecial = static_cast<uint32_t>(SensorFlagBits::SPECIAL_REPORTING_MODE);
-inline constexpr auto kDirectChannel = static_cast<uint32_t>(SensorFlagBits::MASK_DIRECT_CHANNEL);
-/** Any direct rate, over shared memory. */
-inline constexpr auto kDirectReport = static_cast<uint32_t>(SensorFlagBits::MASK_DIRECT_REPORT) |
-                                      static_cast<uint32_t>(SensorFlagBits::DIRECT_CHANNEL_ASHMEM);
+
+/** In a sensor's flags: the kinds of memory over which it reports directly. */
+inline constexpr auto kDirectMemoryMask =
+    static_cast<uint32_t>(SensorFlagBits::MASK_DIRECT_CHANNEL);
 
 /** What a client must hold to get a sensor's events. */
 inline constexpr char kPermission[] = "com.tavrine.permission.QSENSOR";
@@ -56,7 +56,7 @@ inline constexpr FlushLine kNoFlushLine = {ANDROID_LOG_DEFAULT, nullptr};
  * errno.
  *
  * A driver describes itself in its constructor and turns one record into one event in readEvents. A
- * record is a packed struct in wire order with an int64_t `timestamp` (ns), and tells with
+ * record is a packed struct in wire order with an int64_t `timestamp` (ns), and says with
  * `isFlushMarker()` whether it is the one by which the hub reports a completed flush. Where the
  * length depends on the hub, `expandFrom(count)` brings the bytes read into the struct's form.
  */
@@ -84,7 +84,7 @@ class SensorBase {
     virtual int getFd() const { return mDataFd.get(); }
 
     /**
-     * Prepares the device for a switch; the hub itself is told by the sub-HAL. Retries a failed
+     * Prepares the device for a switch; the sub-HAL asks the hub itself. Retries a failed
      * buffer enable once. -EIO without a device. Callers switch a sensor one at a time.
      */
     virtual int enable(int handle, bool on);
@@ -95,7 +95,7 @@ class SensorBase {
         return 0;
     }
 
-    /** batch() with a latency of 0. Part of the interface; nothing here calls it. */
+    /** batch() with a latency of 0. */
     virtual int setDelay(int handle, int64_t periodNs) { return batch(handle, periodNs, 0); }
 
     /** Called after the hub was asked to flush; the completion arrives as a record. */
@@ -115,7 +115,7 @@ class SensorBase {
     bool isWakeUpSensor() const { return (mSensorInfo.flags & kWakeUp) != 0; }
     /** Tests bits 1 and 2 alone, not the whole reporting-mode mask. */
     bool isOneShotSensor() const { return (mSensorInfo.flags & kSpecial) == kOneShot; }
-    bool isDirectReportSensor() const { return (mSensorInfo.flags & kDirectChannel) != 0; }
+    bool isDirectReportSensor() const { return (mSensorInfo.flags & kDirectMemoryMask) != 0; }
 
     /** Time since boot in ns, sleep included. */
     static int64_t getTimestamp();
@@ -130,12 +130,6 @@ class SensorBase {
     uint32_t recordsRead() const { return mRecordsRead; }
 
     /**
-     * Whether the device's buffer could be switched on, the last time that was tried. Without it
-     * the sensor is listed and takes requests, but no record ever comes.
-     */
-    bool isBufferEnabled() const { return mBufferEnabled; }
-
-    /**
      * Number of the IIO device called `name`, the first in the order of the directory whose entry
      * begins with `prefix`; -ENODEV when there is none.
      */
@@ -143,7 +137,7 @@ class SensorBase {
 
     /**
      * Opens the IIO event descriptor of the device called `name`; -1 on failure. The caller closes
-     * it. Part of the interface; nothing here calls it.
+     * it.
      */
     int openIio(const char* name);
 
@@ -153,10 +147,7 @@ class SensorBase {
     /** Writes a decimal number and a newline; a file that cannot be opened counts as success. */
     static int writeSysfsInt(const char* path, int value);
 
-    /**
-     * Leading decimal digits of a text as a number; 0 when there are none. Wraps on overflow. Part
-     * of the interface; nothing here calls it.
-     */
+    /** Leading decimal digits of a text as a number; 0 when there are none. Wraps on overflow. */
     static unsigned atou(const char* text);
 
   protected:
@@ -168,6 +159,11 @@ class SensorBase {
     /** The same for a type of the hub's own, by the hub's number for it. */
     void describePrivate(int32_t number, const char* stringType, const char* permission,
                          uint32_t flags, FlushLine flushLine);
+    /** Keeps the flush line that is there: a parent's, or none. */
+    void describePrivate(int32_t number, const char* stringType, const char* permission,
+                         uint32_t flags) {
+        describePrivate(number, stringType, permission, flags, mFlushLine);
+    }
 
     /** Replaces what is logged, ahead of the error, for a failed read. Not copied. */
     void setReadFailure(const char* text) { mReadFailure = text; }
@@ -175,8 +171,8 @@ class SensorBase {
     /** For three-axis payloads whose records carry no accuracy. */
     void presetAccuracyHigh() { mPendingEvent.u.vec3.status = SensorStatus::ACCURACY_HIGH; }
 
-    /** Switches the device's buffer on. 0 or a negative errno. */
-    int enableBuffer();
+    /** Switches the device's buffer on. 0 or a negative errno; 0 for a missing attribute. */
+    int enableBuffer() { return writeSysfsInt(mBufferEnablePath.c_str(), 1); }
 
     // Steps of a driver's readEvents.
 
@@ -211,7 +207,7 @@ class SensorBase {
             return;
         }
         mPendingEvent.timestamp = record.timestamp;
-        fill(record, mPendingEvent.u);
+        std::invoke(fill, record, mPendingEvent.u);
         postPendingEvent();
     }
 
@@ -247,7 +243,6 @@ class SensorBase {
     void composeName(const char* displayName, bool wakeUpIsDefault);
     void prepareEvents();
     void chooseInjectionDevice();
-    static int writeSysfsInt(const char* path, int value, bool* wasOpened);
     void retryIioBufferEnable();
     /** Bytes read into the zeroed record, or -1 with errno. */
     ssize_t readBytes(void* record, size_t size);
@@ -262,9 +257,9 @@ class SensorBase {
     std::string mSensorName;
     std::string mInputName;  // of the device that openIio() found last
     const char* mInjectionPath = "";
-    bool mIioBufferEnableFailed = false;   // guarded by whatever lock enable()'s callers hold
-    Relaxed<bool> mBufferEnabled = false;  // written as the one above, read anywhere
-    uint32_t mRecordsRead = 0;             // poll thread only
+    bool mIioBufferEnableFailed =
+        false;                  // guarded by mActivateLock, which enable() is called under
+    uint32_t mRecordsRead = 0;  // poll thread only
     std::string mBufferLengthPath;
     std::string mBufferEnablePath;
     std::string mDataAvailablePath;

@@ -9,7 +9,8 @@ namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 inline constexpr int32_t kQContextHandle = 32;
 inline constexpr int32_t kSensorHubHandle = 33;
 
-// The camera's stabilisation gyroscopes, the only sensors that direct channels carry.
+// The camera's stabilisation gyroscopes, the only sensors that direct channels carry; their flags
+// follow from this.
 inline constexpr int32_t kDirectReportHandles[] = {38, 50};
 
 constexpr bool reportsDirectly(int32_t handle) {

@@ -12,7 +12,7 @@
 #include "common/Log.h"
 #include "sensors/DriverFactory.h"
 #include "sensors/HubPaths.h"
-#include "sensors/IioDevices.h"
+#include "sensors/IioNames.h"
 #include "sensors/SensorHandles.h"
 #include "sensors/UniqueFd.h"
 
@@ -160,7 +160,8 @@ void logRecord(const SensorInfo& info, uint8_t wakeUp) {
     ALOGI("name %s", info.name.c_str());
     ALOGI("vendor %s", info.vendor.c_str());
     ALOGI("version %d", info.version);
-    ALOGI("maxRage %f", static_cast<double>(info.maxRange));
+    ALOGI("maxRage %f",  // spelt so on purpose
+          static_cast<double>(info.maxRange));
     ALOGI("resolution %f", static_cast<double>(info.resolution));
     ALOGI("Delay min %d Max %d", info.minDelay, info.maxDelay);
     ALOGI("fifo %u %u", info.fifoReservedEventCount, info.fifoMaxEventCount);
@@ -197,7 +198,7 @@ void SensorList::makeSensorList(ISensorsEventCallback* callback,
     const size_t records = static_cast<size_t>(size) / sizeof(SpecRecord);
     ALOGI("SensorList size %zd num %zu unitsize %zu", size, records, sizeof(SpecRecord));
 
-    const IioNamesSeen names;  // each sensor looks for a device of its own
+    const IioNames names;  // each sensor looks for a device of its own
     for (size_t i = 0; i < records; ++i) {
         SpecRecord record;
         memcpy(&record, buffer + i * sizeof(record), sizeof(record));

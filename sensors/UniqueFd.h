@@ -29,7 +29,7 @@ class UniqueFd {
         mFd = fd;
     }
 
-    /** Closes now and answers close's result, for files whose close can fail. */
+    /** Closes now and returns close's result, for files whose close can fail. */
     int closeNow() {
         const int fd = mFd;
         mFd = -1;

@@ -12,6 +12,7 @@
 
 #include "common/Log.h"
 #include "hub/SensorHubSensor.h"
+#include "sensors/SensorHandles.h"
 #include "subhal/SensorsSubHal.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
@@ -110,7 +111,9 @@ void SensorsSubHal::startThread(SensorsSubHal* self) {
 
 void SensorsSubHal::run() {
     ALOGI("thread run");
-    if (mSensorHub != nullptr) mSensorHub->ready();
+    // Null when its device does not work; no other class has this handle.
+    auto* sensorHub = static_cast<SensorHubSensor*>(mSensorList->get(kSensorHubHandle));
+    if (sensorHub != nullptr) sensorHub->ready();
     Rests rests(mPollFds, mSensorList->size());
     size_t failedPolls = 0;  // in a row
     // Without a time-out while nothing rests, and without a wake-up descriptor: the thread stops at

@@ -16,13 +16,7 @@ SensorsSubHal::SensorsSubHal() {
         mSensorToChannel[handle];
     mSensorList = std::make_unique<SensorList>(
         this, [](auto* callback) { return std::make_unique<QContextSensor>(callback); },
-        [this](auto* callback) {
-            auto sensor = std::make_unique<SensorHubSensor>(callback);
-            mSensorHub = sensor.get();
-            return sensor;
-        });
-    // The list drops a sensor whose device does not work.
-    if (mSensorList->get(kSensorHubHandle) == nullptr) mSensorHub = nullptr;
+        [](auto* callback) { return std::make_unique<SensorHubSensor>(callback); });
     if (mSensorList->size() < 1) return;
     mPollFds = mSensorList->getFds();
     const auto start = [](void* self) -> void* {

@@ -31,8 +31,6 @@ using V1_0::SharedMemInfo;
 using V2_0::implementation::IHalProxyCallback;
 using V2_0::implementation::ISensorsSubHal;
 
-class SensorHubSensor;
-
 /**
  * The sub-HAL: what the proxy talks to, and where sensor objects post their events.
  *
@@ -74,7 +72,7 @@ class SensorsSubHal : public ISensorsSubHal, public ISensorsEventCallback {
     /** BAD_VALUE for unknown handles and what the sensor object refuses. */
     Return<Result> injectSensorData(const Event& event) override;
     /**
-     * Answers a channel handle, 1 or more and never used again. Only ashmem is taken.
+     * Gives a channel handle, 1 or more and never used again. Only ashmem is taken.
      *
      * The memory's descriptor, the first of its native handle, passes to the library, which closes
      * it when the channel goes or could not be made; what is refused before that, by its type or
@@ -84,15 +82,16 @@ class SensorsSubHal : public ISensorsSubHal, public ISensorsEventCallback {
     Return<void> registerDirectChannel(const SharedMemInfo& mem,
                                        registerDirectChannel_cb callback) override;
     /**
-     * Zeroes and lets go of the channel's memory, and switches off the sensors that it leaves
-     * without a channel, except those that the proxy has switched on. OK for unknown handles too.
+     * Zeroes and lets go of the channel's memory, and switches off the sensors that still report
+     * on it and on no other, except those that the proxy has switched on. OK for unknown handles
+     * too.
      */
     Return<Result> unregisterDirectChannel(int32_t channelHandle) override;
     /**
      * Puts a sensor's report on a channel, or at RateLevel::STOP takes it off; STOP with sensor
      * handle -1 takes every sensor off. VERY_FAST runs as FAST, the hub's fastest.
      *
-     * Answers the sensor handle as the report token, 0 for STOP. A rate switches the sensor on;
+     * Gives the sensor handle as the report token, 0 for STOP. A rate switches the sensor on;
      * STOP of one sensor leaves it on, STOP of all switches it off as unregistering does.
      */
     Return<void> configDirectReport(int32_t sensorHandle, int32_t channelHandle, RateLevel rate,
@@ -180,7 +179,6 @@ class SensorsSubHal : public ISensorsSubHal, public ISensorsEventCallback {
     /** Puts a channel on, moves it to, or at level 0 takes it off a rate level. */
     void setRateLevelLocked(int32_t sensorHandle, int32_t channelHandle, int32_t rateLevel);
 
-    /** Part of the interface; nothing here calls it. */
     int64_t rateLevelToDeviceSamplingPeriodNs(int32_t sensorHandle, int32_t rateLevel) const;
     void mergeDirectReportRequest(batch_config* request, int32_t sensorHandle);
     void sendDirectReportEvent(const sensors_event_t& event);
@@ -190,7 +188,6 @@ class SensorsSubHal : public ISensorsSubHal, public ISensorsEventCallback {
     std::mutex mConfigLock;      // around activation and batching by the direct-channel paths
     std::mutex mActivateLock;    // one switch at a time, from the row to the hub
     std::unique_ptr<SensorList> mSensorList;  // never changed after construction
-    SensorHubSensor* mSensorHub = nullptr;    // mSensorList's; null without its device
     pthread_t mPollThread = {};
     std::atomic<bool> mStopThread{false};
     std::array<SensorState, kMaxHandle + 1> mSensorState;  // by sensor handle

@@ -6,9 +6,7 @@
 
 /**
  * Conversions between the interface's records and those of the platform's C interface. Free of
- * state, callable from any thread; output records are the caller's. The sub-HAL itself calls
- * convertToSensorEvent, convertFromSharedMemInfo and convertFromRateLevel; the others are part of
- * the interface, and nothing here calls them.
+ * state, callable from any thread; output records are the caller's.
  */
 namespace android::hardware::sensors::V1_0::implementation {
 

@@ -25,7 +25,7 @@ MISTAKES = (
     ("a source that is gone", SOURCES, r"subhal/convert\.cpp", "subhal/conversion.cpp", "there is no subhal/conversion.cpp"),
     ("a source of the unit test left out", SOURCES, r'        "tests/support/FakeGralloc\.cpp",\n', "",
      "undefined reference to `testing_support::FakeGralloc"),
-    ("a source of the unit test too many", SOURCES, r"    exclude_srcs: .*coverage_test.*\n", "", "DRIVERS_DIR"),
+    ("a source of the unit test too many", SOURCES, r"    exclude_srcs: .*coverage_test.*\n", "", "coverage_test"),
     ("the simulator in the device's tool", SOURCES, r'"tools/subhalctl/\*\*/\*\.cpp",', r'"simulator/*.cpp",\n        \g<0>',
      "World.cpp is not a source of subhalctl"),
     ("no version script", BP, r"    version_script: .*\n", "", "version script"),

@@ -68,7 +68,7 @@ def nodes(tree, report):
         if name == "kDumpSourceDirectory":
             path = text + known.get("kDumpName", "")
         elif text.startswith("/"):
-            path = text.replace("%d", "*")
+            path = text + "*" if name == "kIioDevice" else text
         elif text.startswith("sys/"):  # relative to the service's working directory, "/"
             path = "/" + text
         elif name.startswith("kIio"):

@@ -9,7 +9,7 @@ class FoldingAngle : public SensorBase {
     FoldingAngle(const SensorInfo& info, ISensorsEventCallback* callback)
         : SensorBase("folding_angle", "FoldingAngle", "Folding Angle", info, callback,
                      kPlainIsNonWakeUp) {
-        // Clients look for this spelling.
+        // Spelt so on purpose: clients look for it.
         describePrivate(150, "com.tavrine.sensor.foling_angle", kPermission, kOnChange,
                         {ANDROID_LOG_ERROR, "FoldingAngle : Meta event"});
     }

@@ -4,9 +4,9 @@
 
 #include "sensors/Driver.h"
 #include "sensors/InjectedEvent.h"
-#include "sensors/LightBase.h"
-#include "sensors/RearLight.h"
+#include "sensors/light/LightBase.h"
 #include "sensors/light/LogsFirstRecords.h"
+#include "sensors/light/RearLight.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
@@ -51,7 +51,7 @@ class AutoBrightnessSensor : public LogsFirstRecords<LightBase> {
   public:
     AutoBrightnessSensor(const SensorInfo& info, ISensorsEventCallback* callback)
         : LogsFirstRecords("auto_brightness", "AutoBrightnessSensor", "Auto Brightness Sensor",
-                           info, callback, kPlainIsNonWakeUp) {
+                           info, callback) {
         describePrivate(65, "com.tavrine.sensor.autobrightness", kPermission, kOnChange,
                         {ANDROID_LOG_INFO, "AutoBrightnessSensor : Meta event"});
     }

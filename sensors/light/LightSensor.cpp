@@ -5,7 +5,7 @@
 
 #include "sensors/Driver.h"
 #include "sensors/InjectedEvent.h"
-#include "sensors/LightBase.h"
+#include "sensors/light/LightBase.h"
 #include "sensors/light/LogsFirstRecords.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
@@ -29,8 +29,7 @@ class LightSensor : public LogsFirstRecords<LightBase> {
 
   public:
     LightSensor(const SensorInfo& info, ISensorsEventCallback* callback)
-        : LogsFirstRecords("light_sensor", "LightSensor", "Light", info, callback,
-                           kPlainIsNonWakeUp) {
+        : LogsFirstRecords("light_sensor", "LightSensor", "Light", info, callback) {
         describe(SensorType::LIGHT, kOnChange, {ANDROID_LOG_INFO, "Light Sensor : Meta event"});
         property_set("persist.sns.camera_light", "false");
     }

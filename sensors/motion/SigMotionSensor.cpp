@@ -21,6 +21,7 @@ class SigMotionSensor : public SensorBase {
         : SensorBase("sig_motion_sensor", "SigMotionSensor", "Significant Motion", info, callback,
                      kPlainIsWakeUp) {
         describe(SensorType::SIGNIFICANT_MOTION, kOneShot, kNoFlushLine);
+        // Spelt so on purpose.
         setReadFailure("SIgMotionSensor :input data file descriptor not available");
     }
 

@@ -28,6 +28,7 @@ class DeviceOrientation : public SensorBase {
     static_assert(sizeof(ModePacket) == 4);
 
   public:
+    // The name is spelt so on purpose.
     DeviceOrientation(const SensorInfo& info, ISensorsEventCallback* callback)
         : SensorBase("device_orientation", "DeviceOrientation", "Device Orientataion", info,
                      callback, kPlainIsNonWakeUp) {

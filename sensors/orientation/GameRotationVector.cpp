@@ -13,11 +13,7 @@ class GameRotationVector : public SensorBase {
                  {ANDROID_LOG_ERROR, "GRV Sensor : Meta event"});
     }
 
-    void readEvents() override {
-        readAndPost<QuaternionRecord>([](const QuaternionRecord& record, EventPayload& payload) {
-            record.convertTo(payload);
-        });
-    }
+    void readEvents() override { readAndPost<QuaternionRecord>(&QuaternionRecord::convertTo); }
 };
 
 template struct Driver<GameRotationVector>;

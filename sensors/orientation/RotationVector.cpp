@@ -16,11 +16,7 @@ class RotationVector : public SensorBase {
                  {ANDROID_LOG_ERROR, "RotationVectorSensor : Meta event"});
     }
 
-    void readEvents() override {
-        readAndPost<QuaternionRecord>([](const QuaternionRecord& record, EventPayload& payload) {
-            record.convertTo(payload);
-        });
-    }
+    void readEvents() override { readAndPost<QuaternionRecord>(&QuaternionRecord::convertTo); }
 };
 
 template struct Driver<RotationVector>;

@@ -9,8 +9,7 @@ class StillwaveGyroSensor : public ScaledSensor<PaddedVectorRecord> {
     StillwaveGyroSensor(const SensorInfo& info, ISensorsEventCallback* callback)
         : ScaledSensor("stillwave_gyro_sensor", "StillwaveGyroSensor", "Stillwave Gyroscope", info,
                        callback) {
-        describePrivate(110, "com.tavrine.sensor.stillwave_gyro", kPermission,
-                        kSpecial | kDirectReport,
+        describePrivate(110, "com.tavrine.sensor.stillwave_gyro", kPermission, kSpecial,
                         {ANDROID_LOG_ERROR, "StillwaveGyroSensor : Meta event"});
         presetAccuracyHigh();
     }

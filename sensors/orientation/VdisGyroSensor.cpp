@@ -8,7 +8,7 @@ class VdisGyroSensor : public ScaledSensor<PaddedVectorRecord> {
   public:
     VdisGyroSensor(const SensorInfo& info, ISensorsEventCallback* callback)
         : ScaledSensor("vdis_gyro_sensor", "VdisGyroSensor", "VDIS Gyroscope", info, callback) {
-        describePrivate(71, "com.tavrine.sensor.vdis_gyro", kPermission, kSpecial | kDirectReport,
+        describePrivate(71, "com.tavrine.sensor.vdis_gyro", kPermission, kSpecial,
                         {ANDROID_LOG_ERROR, "VdisGyroSensor : Meta event"});
         presetAccuracyHigh();
     }

@@ -5,7 +5,7 @@
 
 #include <cmath>
 
-#include "sensors/LightBase.h"
+#include "sensors/light/LightBase.h"
 #include "tests/drivers/DriverBench.h"
 
 namespace driver_tests {

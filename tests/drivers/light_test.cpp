@@ -3,7 +3,7 @@
 #include <cmath>
 #include <limits>
 
-#include "sensors/LightBase.h"
+#include "sensors/light/LightBase.h"
 #include "simulator/RearLightSensor.h"
 #include "tests/drivers/DriverBench.h"
 

@@ -12,7 +12,7 @@ namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 class LightBase : public SensorBase {
   public:
     /**
-     * What the display tells about itself, in lux except for the brightness. Fields are written one
+     * What the display reports of itself, in lux except for the brightness. Fields are written one
      * by one on a proxy thread; the poll thread reads the dark threshold alone.
      */
     struct PmsInfo {
@@ -24,9 +24,9 @@ class LightBase : public SensorBase {
     /** One per process: LightSensor's injection writes it, AutoBrightnessSensor reads it. */
     static inline PmsInfo pmsInfo;
 
-    /** As SensorBase's, but the plain device is the non-wake-up twin whatever is asked for. */
+    /** As SensorBase's; the plain device is the non-wake-up twin. */
     LightBase(const char* iioName, const char* tag, const char* displayName, SensorInfo info,
-              ISensorsEventCallback* callback, bool)
+              ISensorsEventCallback* callback)
         : SensorBase(iioName, tag, displayName, std::move(info), callback, kPlainIsNonWakeUp) {}
 };
 

@@ -1,4 +1,4 @@
-#include "sensors/RearLight.h"
+#include "sensors/light/RearLight.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -9,8 +9,8 @@
 #include "common/Log.h"
 #include "sensors/HubPaths.h"
 #include "sensors/InjectedEvent.h"
-#include "sensors/LightBase.h"
 #include "sensors/UniqueFd.h"
+#include "sensors/light/LightBase.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
