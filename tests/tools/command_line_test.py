@@ -335,8 +335,6 @@ ROWS = {
         Row("message --text hello", out="received the whole message"),
         Row("message --hex " + LONGEST, out="^1119 bytes sent\nthe hub received the whole message"),
         Row("hub dump 5 1", out=r"/shub_dump\n.*/data/vendor/sensorhub/shub_dump_005_[0-9]+_"),
-        Row("hub file write /data/vendor/sensorhub/note hello", out="library wrote 5 bytes\n$"),
-        Row("hub file read /data/vendor/sensorhub/note", 5, out="No such file"),
     ],
     "refusals": [
         Row("", 2, err="say what to do: list, doctor"),

@@ -33,7 +33,6 @@ constexpr char kFooter[] =
 constexpr size_t kLargestPayload = 16;
 constexpr uint32_t kSmallestRing = 2 * 104;
 constexpr uint32_t kLargestRing = 16 * 1024 * 1024;
-constexpr int kLargestFileRead = 4091;
 constexpr double kLongestSeconds = 1e6;
 constexpr double kLargestCount = 1e15;  // a period of that many ns is eleven days
 
@@ -275,23 +274,6 @@ void addMessage(CLI::App& app, Command& command) {
     group->require_option(1);
 }
 
-void addHubFile(CLI::App& hub, Command& command) {
-    const Verb<HubFileOptions> verb(hub, command, "file", "Ask for a file operation", runHubFile);
-    verb.app->add_option("OPERATION", verb.options->operation, "read, write or remove")
-        ->required()
-        ->check(CLI::IsMember({"read", "write", "remove"}));
-    verb.app
-        ->add_option("PATH", verb.options->path,
-                     "Path on the host; beside the hub's own paths, a real file of this machine")
-        ->required();
-    verb.app->add_option("TEXT", verb.options->text, "What to write");
-    verb.app->add_option("--size", verb.options->size, "Bytes to read")
-        ->check(number(0, kLargestFileRead))
-        ->capture_default_str();
-    verb.app->add_option("--offset", verb.options->offset, "Position in the file")
-        ->check(number(0, kLargestCount));
-}
-
 void addHub(CLI::App& app, Command& command) {
     CLI::App* hub = app.add_subcommand("hub", "Make the simulated hub ask for something (--sim)");
     hub->require_subcommand(1);
@@ -306,7 +288,6 @@ void addHub(CLI::App& app, Command& command) {
                      "How many of this type the library is to keep; for type 0 that is always 2")
         ->required()
         ->check(number(0, 255));
-    addHubFile(*hub, command);
 }
 
 /** A verb inherits the footer, which is of no use to one that takes no sensors. */
