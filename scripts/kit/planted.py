@@ -1,110 +1,135 @@
 #!/usr/bin/python3
-"""Checks the kit, then plants mistakes, one at a time; fails when the check lets one pass or complains of
-another."""
+"""Checks the kit, then plants mistakes, one at a time; fails when the check lets one pass. With
+"generate", writes the kit's generated files instead."""
 
+import concurrent.futures
+import pathlib
 import re
 import sys
+import types
 
 import check
-import tree as project
+import generate
 
-BP, SOURCES = "device/Android.bp", "Android.bp"
-SEPOLICY = "device/sepolicy/"
-RULES = check.policy.RULES
-
-# What is forgotten or mistyped; the file; a regular expression and what stands in its place; what the
-# check has to say.
+BP, SOURCES, RULES = "device/Android.bp", "Android.bp", f"{generate.SEPOLICY}{generate.DOMAIN}.te"
+INIT, UEVENTD = "device/" + generate.INIT, "device/" + generate.UEVENTD
+POLICY, TAP, BASE = generate.SEPOLICY, "simulator/FileTap.cpp", "sensors/SensorBase.cpp"
+AS_HOST = "extern \"C\" int ioctl(int, unsigned long, ...) noexcept;" + "".join(
+    f"extern \"C\" int {call} noexcept;" for call in (
+        "remove(const char*)", "unlink(const char*)", "access(const char*, int)",
+        "stat(const char*, struct stat*)", "stat64(const char*, struct stat64*)"))
+# What is wrong; the file; a regular expression and what stands in its place (None: the file is gone);
+# what the check has to say, where it is not that the file is not what is generated.
 MISTAKES = (
-    ("a bracket too few", BP, r"\n\}\n\Z", "\n", "bpfmt"),
-    ("a misspelt property", BP, "shared_libs", "shared_lib", "has no property shared_lib"),
-    ("a misspelt type of module", BP, "cc_binary", "cc_binarry", "no type of module"),
-    ("a folder of sources left out", SOURCES, r'        "hub/\*\.cpp",\n', "", "hub/FileManager.cpp is missing"),
-    ("drivers in subfolders left out", SOURCES, r"sensors/\*\*/\*\.cpp", "sensors/*.cpp", "BackTap.cpp is missing"),
-    ("a source of another part", SOURCES, r'"subhal/\*\.cpp",', r'"subhal/*.cpp",\n        "simulator/World.cpp",',
-     "World.cpp is not a source"),
-    ("a source that is gone", SOURCES, r"subhal/convert\.cpp", "subhal/conversion.cpp", "there is no subhal/conversion.cpp"),
-    ("a source of the unit test left out", SOURCES, r'        "tests/support/FakeGralloc\.cpp",\n', "",
-     "undefined reference to `testing_support::FakeGralloc"),
-    ("a source of the unit test too many", SOURCES, r"    exclude_srcs: .*coverage_test.*\n", "", "coverage_test"),
-    ("the simulator in the device's tool", SOURCES, r'"tools/subhalctl/\*\*/\*\.cpp",', r'"simulator/*.cpp",\n        \g<0>',
-     "World.cpp is not a source of subhalctl"),
-    ("no version script", BP, r"    version_script: .*\n", "", "version script"),
-    ("the wakelock library left out", BP, r'        "android.hardware.sensors@2.0-ScopedWakelock",\n', "",
-     "lacks android.hardware.sensors@2.0-ScopedWakelock"),
-    ("a header library left out", BP, r'        "libandroid_sensor_headers",\n', "", "lacks libandroid_sensor_headers"),
-    ("a library that nothing needs", BP, r'        "libutils",\n', '        "libtinyxml2",\n        "libutils",\n',
-     "libtinyxml2, which nothing needs"),
-    ("another name of the library", BP, '"libsensorhub_subhal"', '"sensorhub_subhal"', "called libsensorhub_subhal"),
-    ("hals.conf in another folder", BP, r'    sub_dir: "sensors",\n', "", "not installed as"),
-    ("another name in hals.conf", "device/hals.conf", "lib", "", "hals.conf does not name"),
-    ("the rc file not brought along", BP, r"    init_rc: .*\n", "", "rc file"),
+    ("a folder of sources left out", SOURCES, r'        "hub/\*\.cpp",\n', ""),
+    ("a family of drivers left out", SOURCES, r'        "sensors/motion/\*\.cpp",\n', ""),
+    ("the simulator in the device's tool", SOURCES, r'"tools/proxy/\*\.cpp",', r'"simulator/*.cpp",\n\g<0>'),
+    ("a source of the unit test left out", SOURCES, r'        "tests/support/FakeGralloc\.cpp",\n', ""),
+    ("no version script", BP, r"    version_script: .*\n", ""),
+    ("the wakelock library left out", BP, r'        "android.hardware.sensors@2.0-ScopedWakelock",\n', ""),
+    ("a header library left out", BP, r'        "libandroid_sensor_headers",\n', ""),
+    ("a library that nothing needs", BP, '"libutils",', '"libtinyxml2", "libutils",'),
+    ("the rc file not brought along", BP, r"    init_rc: .*\n", ""),
+    ("the tool's functions not exported", BP, r'(?s)(name: "subhalctl".*?)    ldflags: .*?\n', r"\1"),
+    ("no exceptions for the tool", BP, r'        "-fexceptions",\n', ""),
+    ("no headers of the command line's library", BP, r'        "cli11_headers",\n', ""),
+    ("hals.conf not for the vendor partition", BP, r'(_hals.conf",\n)    vendor: true,\n', r"\1"),
+    ("hals.conf in another folder", BP, r'    sub_dir: "sensors",\n', ""),
+    ("another name in hals.conf", "device/hals.conf", "lib", ""),
+    ("another name of the ueventd file", BP, r'name: "ueventd\.sensorhub', 'name: "ueventd.hub'),
+    ("a renamed ueventd file", UEVENTD, "", None),
+    ("a mistyped node in the rc file", INIT, "hbx_flush", "hbx_flsh"),
+    ("a command too late", INIT, "early-boot", "boot"),
+    ("a mode too narrow", UEVENTD, r"(/dev/batch_io +)0440", r"\g<1>0220"),
+    ("a mode too wide", UEVENTD, r"(/dev/hbx_sensorhub +)0660", r"\g<1>0666"),
+    ("another owner", UEVENTD, r"(/dev/batch_io +0440 +)system", r"\g<1>root"),
+    ("a node left out of ueventd", UEVENTD, r"/dev/shub_sensorhub.*\n", ""),
+    ("a mistyped path in file_contexts", POLICY + "file_contexts", "batch_io", "batchio"),
+    ("a mistyped path in genfs_contexts", POLICY + "genfs_contexts", "hbx_sensor/hbx_flush", "hbx_sensor/flush"),
+    ("no sysfs_type", POLICY + "file.te", "sysfs_type, ", ""),
+    ("no dev_type", POLICY + "device.te", ", dev_type", ""),
+    ("a property's type without prefix", POLICY + "property.te", "vendor_sensorhub_camera", "sensorhub_camera"),
+    ("a mistyped property", POLICY + "property_contexts", "camera_light", "camera_ligth"),
+    ("a permission left out", RULES, r"(sensorhub_data_device:chr_file \{ open read) write", r"\1"),
+    ("a permission too many", RULES, r"(sensorhub_data_device:chr_file \{ open)", r"\1 ioctl"),
+    ("a request too few, as of a new driver", RULES, " 0xfc0b", ""),
+    ("no list of requests", RULES, r"allowxperm[^;]*;", ""),
+    ("a mode that the guide has otherwise", generate.GUIDE, r"(batch_io` \| requests \| )0440", r"\g<1>0660"),
 
-    ("a new path in the sources", project.PATHS_HEADER, r"// Housekeeping",
-     r'inline constexpr char kNew[] = "/dev/hbx_new";\n// Housekeeping', "the library opens /dev/hbx_new"),
-    ("a path outside the header", "hub/HubDump.cpp", "kStateDump = 0;",
-     r'kStateDump = 0;\nconstexpr char kOther[] = "/sys/kernel/other";', "outside sensors/HubPaths.h"),
-    ("a path that the sources no longer have", project.PATHS_HEADER, r".*kContextList.*\n", "",
-     "does not open /sys/class/sensors/hbx_sensor/qcontext_list"),
-    ("a node opened for more", "hub/QContextSensor.cpp", "kContextList, O_RDONLY", "kContextList, O_RDWR",
-     "qcontext_list: opened for both, not for reading"),
-    ("a mistyped node in the rc file", check.INIT_RC, "hbx_flush", "hbx_flsh", "hbx_flsh is in an rc file"),
-    ("a command that init does not know", check.INIT_RC, "    mkdir", "    makedir", "not a command"),
-    ("a command too late", check.INIT_RC, "early-boot", "boot", "the service may have started"),
-    ("a mode too narrow", check.UEVENTD_RC, r"(/dev/batch_io +)0440", r"\g<1>0220", "0220 in the rc files"),
-    ("a mode too wide", check.UEVENTD_RC, r"(/dev/hbx_sensorhub +)0660", r"\g<1>0666", "0666 in the rc files"),
-    ("another owner", check.UEVENTD_RC, r"(/dev/batch_io +0440 +)system", r"\g<1>root", "not a rule"),
-    ("a node left out of ueventd", check.UEVENTD_RC, r"/dev/shub_sensorhub.*\n", "", "/dev/shub_sensorhub: mode 0000"),
+    ("a node that the table lacks", check.TABLE, r".*qcontext_list.*\n", "", "library opens ('/sys/class/sensors/hbx_s"),
+    ("a node too many", check.TABLE, r'    \("/dev/shub_sensorhub"(.*\n)', r'\g<0>    ("/dev/other"\1', "never opens ('/dev/other'"),
+    ("a node opened otherwise", check.TABLE, r'(als_data", )"RDONLY"', r'\1"RDWR"', "als_data', 'RDWR'"),
+    ("a mode that does not fit", check.TABLE, r"(hbx_flush.*)0o220", r"\g<1>0o440", "mode 0440 is not what WRONLY"),
+    ("another request", check.TABLE, "0x8008FC00", "0x8009FC00", "never asks"),
+    ("a property that the table lacks", check.TABLE, r'    \("ro\.build.*\n', "", "library uses ('ro.build.type'"),
+    ("a label that nobody declares", check.TABLE, r'(als_data.*)"sysfs_sensorhub"', r'\1"sysfs_hub"', "sysfs_hub"),
+    ("labels on the links", check.TABLE, '"/devices/virtual/sensors/"', '"/class/sensors/"', "genfs_contexts: not what"),
 
-    ("a type that nobody declares", RULES, "sensorhub_data_device", "sensorhub_date_device", "unknown type"),
-    ("a label with a mistyped type", SEPOLICY + "file_contexts", "sensorhub_batch_device", "sensorhub_batch",
-     "sefcontext_compile"),
-    ("a mistyped path in file_contexts", SEPOLICY + "file_contexts", "batch_io", "batchio",
-     "/dev/batch_io: labelled device"),
-    ("files of the folder without a label", SEPOLICY + "file_contexts", r"\(/\.\*\)\?", "", "is not labelled"),
-    ("a mistyped path in genfs_contexts", SEPOLICY + "genfs_contexts", "hbx_sensor/hbx_flush", "hbx_sensor/flush",
-     "hbx_flush: labelled sysfs_sensorhub,"),
-    ("a label on a link", SEPOLICY + "genfs_contexts", "sysfs /devices/iio:device", "sysfs /class/iio:device",
-     "labelled sysfs, sysfs_sensorhub_iio"),
-    ("a mistyped property", SEPOLICY + "property_contexts", "camera_light", "camera_ligth",
-     "the library uses persist.sns.camera_light"),
-    ("a permission left out", RULES, r"(sensorhub_data_device:chr_file \{ open read) write", r"\1",
-     "write is missing on sensorhub_data_device"),
-    ("a permission too many", RULES, r"(sensorhub_data_device:chr_file \{ open)", r"\1 ioctl",
-     "ioctl on sensorhub_data_device:chr_file is not needed"),
-    ("the priority forgotten", RULES, r".*sys_nice.*\n", "", "sys_nice is missing"),
-    ("a request too few", RULES, " 0xfc0b", "",
-     "0xfc0b, handle 11, is missing in device/sepolicy/hal_sensors_default.te"),
-    ("a request too many", RULES, "0xfc44-0xfc47", "0xfc44-0xfc48", "0xfc48 on sensorhub_batch_device is allowed"),
-    ("no list of requests", RULES, r"allowxperm[^;]*;", "", "the policy would allow all"),
-    ("a new driver", "sensors/SensorList.cpp", r"(    \{)71(, .*\},)", r"\g<0>\n\g<1>72\2",
-     "0xfc48, handle 72, is missing in"),
-    ("the confinement lifted", SEPOLICY + "sensorhub_confinement.te", r"neverallow hal_sensors_default mnt_[^;]*;", "",
-     "mnt_vendor_file:file unlink passes"),
+    ("the message device opened otherwise", "hub/SensorHubDataWriter.cpp", r"open\(path, O_RDWR", "open(path, O_WRONLY",
+     "opens ('/dev/hbx_sensorhub', 'WRONLY')"),
+    ("record devices opened otherwise", BASE, r"O_RDONLY \| O_NONBLOCK", "O_RDWR | O_NONBLOCK",
+     "opens ('/dev/iio:device*', 'RDWR+NONBLOCK')"),
+    ("injection opened otherwise", BASE, r"open\(mInjectionPath, O_RDWR", "open(mInjectionPath, O_WRONLY",
+     "opens ('/dev/shub_data_injection', 'WRONLY')"),
+    ("the dump's source opened otherwise", "hub/HubDump.cpp", r"O_RDONLY \| O_NONBLOCK", "O_RDWR | O_NONBLOCK",
+     "shub_dump', 'RDWR+NONBLOCK')"),
+    ("an open without O_CLOEXEC", "hub/SensorHubSensor.cpp", r"O_RDWR \| O_CLOEXEC", "O_RDWR", "without_CLOEXEC"),
+    ("a new path in the sources", "hub/QContextSensor.cpp", "paths::kContextList", '"/dev/hbx_other"', "/dev/hbx_other"),
+    ("another property in the sources", "sensors/light/LightSensor.cpp", r"persist\.sns", "persist.hub",
+     "uses ('persist.hub.camera_light', 'setprop')"),
+    ("a log text that has changed", "subhal/PollAndPosting.cpp", "thread run", "thread runs", 'to log "I thread run"'),
 
-    ("a log line that is not one", check.GUIDE, "SensorList size", "Sensor list size", "does not log \"I Sensor list"),
-    ("a log text that has changed", "subhal/PollAndPosting.cpp", "thread run", "thread runs", 'does not log "I thread run"'),
-    ("a mode that the guide has otherwise", check.GUIDE, r"(batch_io` \| requests \| )0440", r"\g<1>0660",
-     "mode 0660 is not what requests needs"),
+    ("calls declared as on a host", TAP, r'namespace simulator \{\nnamespace', '#include <cstdio>\n#include <unistd.h>\n'
+     '#include <sys/ioctl.h>\n#include <sys/stat.h>\n' + AS_HOST + r"\n\g<0>", "6 errors generated"),
+    ("a dynamic_cast in the tool", "tools/subhalctl/CommandLine.cpp", r"error\.get_exit_code\(\) ==",
+     r"dynamic_cast<const CLI::RequiredError*>(&error) != nullptr || \g<0>", "requires -frtti"),
+    ("a typeid in the tool", "tools/subhalctl/main.cpp", r"int main\(", r"const char* gName = typeid(subhalctl::Command).name();\n\g<0>",
+     "requires -frtti"),
+
+    ("the confinement lifted", check.CONFINEMENT, r"neverallow hal_sensors_default mnt_[^;]*;", "", "unlink write passes"),
+    ("a capability that the confinement lacks", check.CONFINEMENT, " sys_admin", "", "sys_admin passes"),
+    ("other parts' data", check.CONFINEMENT, "-core_data_file_type", r"\g<0> -other_vendor_data_file", "rename setattr unlink"),
+    ("a type that is none", check.CONFINEMENT, "sysfs_wake_lock", "sysfs_wakelock", "unknown type"),
+    ("a log line that is not one", generate.GUIDE, "SensorList size", "Sensor list size", "log \"I Sensor list"),
+    ("a wrong import path", generate.GUIDE, r"/vendor/etc/ueventd\.sensorhub", "/vendor/etc/ueventd.hub",
+     "installs no /vendor/etc/ueventd.hub.rc"),
+    ("a file that is none", generate.GUIDE, r"`hals\.conf`", "`hal.conf`", "there is no hal.conf"),
 )
 
 
-def main():
-    sound = project.Tree(".")
-    complaints = check.check(sound)
+def planted(kit, what, name, pattern, replacement, complaint=""):
+    """What is wrong with the check, or nothing."""
+    text = (kit.root / name).read_text()
+    edited, count = (None, 1) if replacement is None else re.subn(pattern, replacement, text)
+    found = kit.check({name: edited}) if count else []
+    if not count:
+        return f"{what}: nothing to spoil"
+    wanted = complaint or f"{name}: not what is generated"
+    return "" if any(wanted in line for line in found) else f"{what}: not found: {'; '.join(found)}"
+
+
+def main(build, *arguments):
+    kit = check.Kit(".", f"{build}/tools/subhalctl/subhalctl", f"{build}/kit")
+    table = types.SimpleNamespace()
+    exec(pathlib.Path(check.TABLE).read_text(), table.__dict__)
+    if arguments == ("generate",):
+        read = lambda name: pathlib.Path(name).read_text()
+        for name, text in generate.generate(read, kit.build, table, kit.sound).items():
+            pathlib.Path(name).write_text(text)
+        return False
+    complaints = kit.check({})
     if complaints:
         print("\n".join(complaints))
         return True
-    print("the kit fits the sources", flush=True)
-    failed = []
-    for what, name, pattern, replacement, complaint in MISTAKES:
-        text, count = re.subn(pattern, replacement, sound.read(name), count=0)
-        found = check.check(sound.edited({name: text})) if count else []
-        if not any(complaint in line for line in found):
-            failed.append(what)
-            print(f"{what}: " + ("not found: " + "; ".join(found) if count else "nothing to spoil"))
-    print(f"{len(MISTAKES)} mistakes planted, {len(failed)} passed")
+    print(f"the kit fits {len(kit.sound.opens)} ways to open {len(table.NODES)} nodes", flush=True)
+    nothing, empty = [], types.SimpleNamespace(**{name: set() for name in vars(kit.sound)})
+    check.compare(table, empty, nothing.append)
+    with concurrent.futures.ThreadPoolExecutor(4) as pool:
+        failed = [line for line in pool.map(lambda row: planted(kit, *row), MISTAKES) if line]
+    failed += [] if "the library was not seen to do anything" in nothing else ["an empty run: not found"]
+    print("\n".join(failed + [f"{len(MISTAKES) + 1} mistakes planted, {len(failed)} passed"]))
     return bool(failed)
 
 
 if __name__ == "__main__":
-    sys.exit(main())
+    sys.exit(main(*sys.argv[1:]))
