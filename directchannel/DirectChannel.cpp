@@ -42,10 +42,6 @@ AshmemDirectChannel::~AshmemDirectChannel() {
     close(mAshmemFd);
 }
 
-bool AshmemDirectChannel::memoryMatches(const sensors_direct_mem_t*) const {
-    return false;
-}
-
 GrallocDirectChannel::GrallocDirectChannel(const sensors_direct_mem_t* mem) {
     if (mem->handle == nullptr) {
         ALOGE("mem->handle == nullptr");

@@ -58,7 +58,7 @@ class AshmemDirectChannel : public DirectChannelBase {
     ~AshmemDirectChannel() override;
 
     /** Always false: two registrations are never taken as the same region. */
-    bool memoryMatches(const sensors_direct_mem_t* mem) const override;
+    bool memoryMatches(const sensors_direct_mem_t*) const override { return false; }
 
   private:
     int32_t mAshmemFd = 0;

@@ -128,56 +128,37 @@ void GrallocHalWrapper::openLegacy(const hw_module_t* module) {
 }
 
 int32_t GrallocHalWrapper::registerBuffer(const native_handle_t* handle) {
-    switch (mVersion) {
-        case kGralloc1Version:
-            return mapGralloc1Error(mPfnRetain(mGralloc1Device, handle));
-        case kLegacyVersion:
-            return mGrallocModule->registerBuffer(mGrallocModule, handle);
-        default:
-            return -ENODEV;
-    }
+    if (mVersion == kGralloc1Version) return mapGralloc1Error(mPfnRetain(mGralloc1Device, handle));
+    if (mVersion != kLegacyVersion) return -ENODEV;
+    return mGrallocModule->registerBuffer(mGrallocModule, handle);
 }
 
 int32_t GrallocHalWrapper::unregisterBuffer(const native_handle_t* handle) {
-    switch (mVersion) {
-        case kGralloc1Version:
-            return mapGralloc1Error(mPfnRelease(mGralloc1Device, handle));
-        case kLegacyVersion:
-            return mGrallocModule->unregisterBuffer(mGrallocModule, handle);
-        default:
-            return -ENODEV;
-    }
+    if (mVersion == kGralloc1Version) return mapGralloc1Error(mPfnRelease(mGralloc1Device, handle));
+    if (mVersion != kLegacyVersion) return -ENODEV;
+    return mGrallocModule->unregisterBuffer(mGrallocModule, handle);
 }
 
 int32_t GrallocHalWrapper::lock(const native_handle_t* handle, int usage, int left, int top,
                                 int width, int height, void** vaddr) {
-    switch (mVersion) {
-        case kGralloc1Version: {
-            constexpr int32_t kNoFence = -1;
-            const gralloc1_rect_t region = {left, top, width, height};
-            return mapGralloc1Error(
-                mPfnLock(mGralloc1Device, handle, GRALLOC1_PRODUCER_USAGE_CPU_WRITE_OFTEN,
-                         GRALLOC1_CONSUMER_USAGE_NONE, &region, vaddr, kNoFence));
-        }
-        case kLegacyVersion:
-            return mGrallocModule->lock(mGrallocModule, handle, usage, left, top, width, height,
-                                        vaddr);
-        default:
-            return -ENODEV;
+    if (mVersion == kGralloc1Version) {
+        constexpr int32_t kNoFence = -1;
+        const gralloc1_rect_t region = {left, top, width, height};
+        return mapGralloc1Error(mPfnLock(mGralloc1Device, handle,
+                                         GRALLOC1_PRODUCER_USAGE_CPU_WRITE_OFTEN,
+                                         GRALLOC1_CONSUMER_USAGE_NONE, &region, vaddr, kNoFence));
     }
+    if (mVersion != kLegacyVersion) return -ENODEV;
+    return mGrallocModule->lock(mGrallocModule, handle, usage, left, top, width, height, vaddr);
 }
 
 int32_t GrallocHalWrapper::unlock(const native_handle_t* handle) {
-    switch (mVersion) {
-        case kGralloc1Version: {
-            int32_t ignoredFence = -1;
-            return mapGralloc1Error(mPfnUnlock(mGralloc1Device, handle, &ignoredFence));
-        }
-        case kLegacyVersion:
-            return mGrallocModule->unlock(mGrallocModule, handle);
-        default:
-            return -ENODEV;
+    if (mVersion == kGralloc1Version) {
+        int32_t ignoredFence = -1;
+        return mapGralloc1Error(mPfnUnlock(mGralloc1Device, handle, &ignoredFence));
     }
+    if (mVersion != kLegacyVersion) return -ENODEV;
+    return mGrallocModule->unlock(mGrallocModule, handle);
 }
 
 bool GrallocHalWrapper::isSameMemory(const native_handle_t* handle1,

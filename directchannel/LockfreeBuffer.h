@@ -29,12 +29,15 @@ class LockfreeBuffer {
      * @param base aligned to 4 bytes; borrowed, must outlive this object
      * @param bytes size of the region; what is left behind its last whole slot is never written
      */
-    LockfreeBuffer(void* base, size_t bytes);
+    LockfreeBuffer(void* base, size_t bytes)
+        : mData(static_cast<uint8_t*>(base)), mSize(bytes / kRecordSize) {
+        memset(mData, 0, bytes);
+    }
     LockfreeBuffer(const LockfreeBuffer&) = delete;
     LockfreeBuffer& operator=(const LockfreeBuffer&) = delete;
 
     /** Zeroes every slot. */
-    ~LockfreeBuffer();
+    ~LockfreeBuffer() { memset(mData, 0, mSize * kRecordSize); }
 
     /** Appends `count` events, over the oldest ones; does nothing without slots. */
     void write(const sensors_event_t* events, size_t count) {

@@ -25,16 +25,6 @@ constexpr int kStateDumpLimit = 2;
 constexpr char kStateName[] = "shub_dumpstate";
 constexpr char kStampFormat[] = "%Y%m%d_%H%M%S";
 
-/** The next entry other than "." and ".."; null at the end. */
-const dirent* nextEntry(DIR* directory) {
-    const dirent* entry = readdir(directory);
-    while (entry != nullptr &&
-           (strcmp(entry->d_name, ".") == 0 || strcmp(entry->d_name, "..") == 0)) {
-        entry = readdir(directory);
-    }
-    return entry;
-}
-
 bool parseStamp(const char* text, time_t* time) {
     tm local = {};
     local.tm_isdst = -1;
@@ -51,35 +41,6 @@ void removeDump(const std::string& name) {
     const std::string path = paths::kDumpDirectory + name;
     ALOGI("SensorHubSensor::deletePrevDump remove %s", path.c_str());
     remove(path.c_str());
-}
-
-void deleteAllDumps(DIR* directory, const char* prefix) {
-    while (const dirent* entry = nextEntry(directory)) {
-        if (strncmp(entry->d_name, prefix, strlen(prefix)) == 0) removeDump(entry->d_name);
-    }
-}
-
-// It is the newest of the previous dumps that gives way, not the oldest.
-void deleteNewestDump(DIR* directory, const char* prefix, int limit) {
-    int count = 0;
-    std::string newest;
-    time_t newestTime = 0;
-    while (const dirent* entry = nextEntry(directory)) {
-        const std::string name = entry->d_name;
-        if (name.compare(0, strlen(prefix), prefix) != 0) continue;
-        const std::string stamp = name.substr(strlen(prefix));
-        time_t time = 0;
-        if (!parseStamp(stamp.c_str(), &time)) {
-            ALOGE("deletePrevDump: str time %s error: %s", stamp.c_str(), strerror(errno));
-            continue;
-        }
-        if (count == 0 || time > newestTime) {
-            newest = name;
-            newestTime = time;
-        }
-        ++count;
-    }
-    if (count >= limit && !newest.empty()) removeDump(newest);
 }
 
 }  // namespace
@@ -110,14 +71,32 @@ void SensorHubSensor::dump(int type, int count) {
              nullptr);
 }
 
+// From a limit of two on, it is the newest of the previous dumps that gives way, not the oldest.
 void SensorHubSensor::deletePrevDump(int /*type*/, const char* prefix, int limit) {
     const Directory directory(opendir(paths::kDumpDirectory));
     if (directory == nullptr) return;
-    if (limit == 1) {
-        deleteAllDumps(directory.get(), prefix);
-    } else {
-        deleteNewestDump(directory.get(), prefix, limit);
+    int count = 0;
+    std::string newest;
+    time_t newestTime = 0;
+    while (const dirent* entry = readdir(directory.get())) {
+        const std::string name = entry->d_name;
+        if (name.compare(0, strlen(prefix), prefix) != 0) continue;
+        if (limit == 1) {
+            removeDump(name);
+            continue;
+        }
+        const std::string stamp = name.substr(strlen(prefix));
+        time_t time = 0;
+        if (!parseStamp(stamp.c_str(), &time)) {
+            ALOGE("deletePrevDump: str time %s error: %s", stamp.c_str(), strerror(errno));
+            continue;
+        }
+        if (count++ == 0 || time > newestTime) {
+            newest = name;
+            newestTime = time;
+        }
     }
+    if (count >= limit && !newest.empty()) removeDump(newest);
 }
 
 void SensorHubSensor::copyFile(const char* inDir, const char* inName, const char* outDir,

@@ -78,20 +78,18 @@ int32_t SensorHubDataWriter::start(uint32_t length, int64_t timestamp, const uin
         ALOGD("SensorHubDataWriter: too big data");
         return -1;
     }
-    if (length <= kMaxWholeMessage) {
+    // A message of the full capacity is let in but gets no room: it can only be dropped.
+    if (length < kCapacity) {
         mDataLength = static_cast<int32_t>(length);
         mStartTimestamp = timestamp;
+    }
+    if (length <= kMaxWholeMessage) {
         memcpy(mHubData, chunk, length);
         writeData();
         clearBuffer();
         return -1;
     }
     mInjecting = true;
-    // A message of the full capacity is let in but gets no room: it can only be dropped.
-    if (length < kCapacity) {
-        mDataLength = static_cast<int32_t>(length);
-        mStartTimestamp = timestamp;
-    }
     return 0;
 }
 

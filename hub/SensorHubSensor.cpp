@@ -72,8 +72,4 @@ void SensorHubSensor::readEvents() {
     }
 }
 
-bool SensorHubSensor::isShownSensorList() {
-    return false;
-}
-
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

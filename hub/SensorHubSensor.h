@@ -19,8 +19,7 @@ class SensorHubSensor : public SensorBase {
     /** Serves one request of the hub. */
     void readEvents() override;
 
-    /** False. */
-    bool isShownSensorList() override;
+    bool isShownSensorList() override { return false; }
 
   private:
     /** Exchanges one request and its reply over the control file. */

@@ -30,7 +30,7 @@ std::string iioDirectory(const char* prefix, int number) {
     return std::string(paths::kIioDirectory) + prefix + std::to_string(number) + "/";
 }
 
-std::vector<IioDevice> readIioNames(const char* prefix, const char* last) {
+std::vector<IioDevice> readIioNames(const char* prefix) {
     std::vector<IioDevice> devices;
     const Directory directory(opendir(paths::kIioDirectory));
     if (directory == nullptr) {
@@ -39,14 +39,11 @@ std::vector<IioDevice> readIioNames(const char* prefix, const char* last) {
     }
     const size_t prefixLength = strlen(prefix);
     while (const dirent* entry = readdir(directory.get())) {
-        if (strlen(entry->d_name) <= prefixLength) continue;
         if (strncmp(entry->d_name, prefix, prefixLength) != 0) continue;
         int number = 0;
         if (sscanf(entry->d_name + prefixLength, "%9d", &number) != 1) continue;
         const std::string name = readName(prefix, number);
-        if (name.empty()) continue;
-        devices.push_back({number, name});
-        if (last != nullptr && name == last) break;
+        if (!name.empty()) devices.push_back({number, name});
     }
     return devices;
 }

@@ -15,10 +15,10 @@ struct IioDevice {
 std::string iioDirectory(const char* prefix, int number);
 
 /**
- * The entries whose name begins with `prefix`, in the order of the directory; those behind the
- * first that is called `last` are left out. Empty, with a log line, without the directory.
+ * The entries that begin with `prefix`, in the order of the directory. None, with a log line,
+ * without the directory.
  */
-std::vector<IioDevice> readIioNames(const char* prefix, const char* last = nullptr);
+std::vector<IioDevice> readIioNames(const char* prefix);
 
 /**
  * The names of all devices, read once for the catalogue that is being built: every sensor looks for

@@ -149,7 +149,7 @@ int SensorBase::getDataAvailable(uint64_t maxReportLatencyNs) {
 }
 
 int SensorBase::findTypeByName(const char* name, const char* prefix) {
-    for (const auto& device : readIioNames(prefix, name)) {
+    for (const auto& device : readIioNames(prefix)) {
         if (device.name == name) return device.number;
     }
     return -ENODEV;

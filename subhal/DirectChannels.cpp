@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdint>
+#include <iterator>
 #include <limits>
 #include <memory>
 #include <mutex>
@@ -27,27 +28,18 @@ constexpr int32_t kMaxStoredRate = SENSOR_DIRECT_RATE_FAST;
 
 /** Sampling period of a rate level in ns, 0 for a level without one. */
 int64_t periodOf(int32_t rateLevel) {
-    switch (rateLevel) {
-        case SENSOR_DIRECT_RATE_NORMAL:
-            return 20'000'000;
-        case SENSOR_DIRECT_RATE_FAST:
-            return 2'500'000;
-        case SENSOR_DIRECT_RATE_VERY_FAST:
-            return 2'000'000;
-        default:
-            return 0;
-    }
+    constexpr int64_t kPeriods[] = {0, 20'000'000, 2'500'000, 2'000'000};
+    const auto index = static_cast<size_t>(rateLevel);
+    return index < std::size(kPeriods) ? kPeriods[index] : 0;
 }
 
 /** A failure status as the proxy understands it. */
 Result toFailure(int32_t status) {
-    switch (status) {
-        case -EPERM:
-            return Result::PERMISSION_DENIED;
-        case -ENOMEM:
-            return Result::NO_MEMORY;
-        case -EINVAL:
-            return Result::BAD_VALUE;
+    switch (const auto result = static_cast<Result>(status)) {
+        case Result::PERMISSION_DENIED:
+        case Result::NO_MEMORY:
+        case Result::BAD_VALUE:
+            return result;
         default:
             return Result::INVALID_OPERATION;
     }

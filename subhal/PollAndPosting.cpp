@@ -28,11 +28,6 @@ constexpr char kPollThreadName[] = "sensorhub_poll";  // at most 15 characters
 // The largest buffer that a sensor's description can ask for; no true count is above it.
 constexpr int kMaxBatch = 65536;
 
-// Failed reads that end a batch: what is left wakes the thread again, unless the sensor is switched
-// off after this wake-up.
-constexpr int kFailuresOfABatch = 1;
-constexpr int kFailuresOfAOneShotBatch = 3;
-
 /** How long to leave alone what has failed so often in a row; a first failure costs nothing. */
 std::chrono::milliseconds pauseAfter(size_t failures) {
     constexpr std::chrono::milliseconds kPauses[] = {0ms, 0ms, 1ms, 2ms, 4ms, 8ms, 10ms};
@@ -142,7 +137,9 @@ bool SensorsSubHal::drain(SensorBase& sensor) {
     const int32_t handle = sensor.getHandle();
     const int64_t latencyNs = row(handle).maxReportLatencyNs;
     const int available = sensor.getDataAvailable(static_cast<uint64_t>(latencyNs));
-    int patience = sensor.isOneShotSensor() ? kFailuresOfAOneShotBatch : kFailuresOfABatch;
+    // A failed read ends the batch: what is left wakes the thread again. A one-shot sensor's would
+    // come too late, after the switch below.
+    int patience = sensor.isOneShotSensor() ? 3 : 1;
     bool consumed = false;
     for (int left = std::min(available, kMaxBatch); left > 0 && patience > 0; --left) {
         if (readOne(sensor)) {

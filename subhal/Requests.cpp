@@ -4,8 +4,8 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
+#include <string>
 
 #include "common/Log.h"
 #include "sensors/HubPaths.h"
@@ -63,12 +63,9 @@ int SensorsSubHal::queueActivate(int32_t handle, bool enable, Asker asker) {
         return -EIO;
     }
     ALOGI("type : %d, enable : %d", handle, enable);
-    char text[5];
-    const int length = snprintf(text, sizeof(text), "%d%d", handle, enable ? 1 : 0);
-    LOG_ALWAYS_FATAL_IF(length < 0 || length >= static_cast<int>(sizeof(text)),
-                        "enable text of handle %d does not fit", handle);
     // The driver expects the terminating NUL as part of the text.
-    const ssize_t written = write(file.get(), text, static_cast<size_t>(length) + 1);
+    const std::string text = std::to_string(handle) + (enable ? "1" : "0");
+    const ssize_t written = write(file.get(), text.c_str(), text.size() + 1);
     if (written < 0) {
         ALOGE("queueActivate: write failed. ret=%zd, handle =%d, enable =%d", written, handle,
               enable);
@@ -146,11 +143,8 @@ Return<Result> SensorsSubHal::flush(int32_t sensorHandle) {
     {
         const UniqueFd file(open(paths::kFlush, O_WRONLY | O_CLOEXEC));
         if (!file.ok()) return Result::BAD_VALUE;
-        char text[10];
-        const int length = snprintf(text, sizeof(text), "%d", sensorHandle);
-        LOG_ALWAYS_FATAL_IF(length < 0 || length >= static_cast<int>(sizeof(text)),
-                            "flush text of handle %d does not fit", sensorHandle);
-        if (write(file.get(), text, static_cast<size_t>(length) + 1) < 0) {
+        const std::string text = std::to_string(sensorHandle);
+        if (write(file.get(), text.c_str(), text.size() + 1) < 0) {
             ALOGI("flush write failed");
             return Result::BAD_VALUE;
         }
