@@ -11,7 +11,6 @@
 #include <fstream>
 #include <limits>
 #include <mutex>
-#include <optional>
 #include <set>
 #include <thread>
 

@@ -7,8 +7,14 @@ namespace subhalctl {
 namespace {
 
 const char* nameOf(Verdict verdict) {
-    if (verdict == Verdict::kPass) return "PASS";
-    return verdict == Verdict::kFail ? "FAIL" : "SKIP";
+    constexpr const char* kNames[] = {"PASS", "FAIL", "SKIP", "KNOWN"};
+    return kNames[static_cast<size_t>(verdict)];
+}
+
+/** What TAP has behind a test's name. */
+const char* directiveOf(Verdict verdict) {
+    if (verdict == Verdict::kSkip) return " # SKIP ";
+    return verdict == Verdict::kKnown ? " # TODO known deviation: " : ": ";
 }
 
 }  // namespace
@@ -18,41 +24,44 @@ void CheckReport::begin() const {
 }
 
 void CheckReport::add(const RuleResult& result) {
-    ++(result.verdict == Verdict::kPass ? mPassed
-                                        : (result.verdict == Verdict::kFail ? mFailed : mSkipped));
-    if (result.onPurpose) ++mOnPurpose;
-    const std::string figures = (result.onPurpose ? "on purpose: " : "") + result.figures;
+    const Verdict verdict = result.verdict;
+    ++mCounts[static_cast<size_t>(verdict)];
     if (mFormat == "json") {
-        const Json line = {{"verdict", nameOf(result.verdict)},
+        const Json line = {{"verdict", nameOf(verdict)},
                            {"sensor", result.sensor},
                            {"rule", result.rule},
-                           {"figures", result.figures},
-                           {"on_purpose", result.onPurpose}};
+                           {"figures", result.figures}};
         printText(jsonText(line) + "\n");
     } else if (mFormat == "tap") {
-        print("%s %d - %s %s%s%s\n", result.verdict == Verdict::kFail ? "not ok" : "ok",
-              mPassed + mFailed + mSkipped, result.sensor.c_str(), result.rule.c_str(),
-              result.verdict == Verdict::kSkip ? " # SKIP " : ": ", figures.c_str());
-    } else if (!mOnlyFailures || result.verdict == Verdict::kFail) {
-        print("%s  %-30s %-18s %s\n", nameOf(result.verdict), result.sensor.c_str(),
-              result.rule.c_str(), figures.c_str());
+        const bool ok = verdict == Verdict::kPass || verdict == Verdict::kSkip;
+        print("%s %d - %s %s%s%s\n", ok ? "ok" : "not ok",
+              mCounts[0] + mCounts[1] + mCounts[2] + mCounts[3], result.sensor.c_str(),
+              result.rule.c_str(), directiveOf(verdict), result.figures.c_str());
+    } else if (!mOnlyFailures || verdict == Verdict::kFail) {
+        printVerdict(nameOf(verdict));
+        print(" %-30s %-18s %s\n", result.sensor.c_str(), result.rule.c_str(),
+              result.figures.c_str());
     }
 }
 
-void CheckReport::end() const {
-    const int all = mPassed + mFailed + mSkipped;
+void CheckReport::end(bool interrupted) const {
+    const int passed = count(Verdict::kPass), failed = count(Verdict::kFail);
+    const int skipped = count(Verdict::kSkip), known = count(Verdict::kKnown);
+    const int all = passed + failed + skipped + known;
     if (mFormat == "json") {
-        const Json line = {{"verdict", "summary"},
-                           {"passed", mPassed},
-                           {"failed", mFailed},
-                           {"skipped", mSkipped},
-                           {"on_purpose", mOnPurpose}};
+        const Json line = {{"verdict", "summary"},      {"passed", passed},
+                           {"failed", failed},          {"skipped", skipped},
+                           {"known_deviations", known}, {"interrupted", interrupted}};
         printText(jsonText(line) + "\n");
     } else if (mFormat == "tap") {
-        print("1..%d\n", all);
+        if (interrupted)
+            print("Bail out! interrupted\n");
+        else
+            print("1..%d\n", all);
     } else {
-        print("%s: %d passed, %d failed, %d skipped, of them %d kept otherwise on purpose\n",
-              counted(all, "rule").c_str(), mPassed, mFailed, mSkipped, mOnPurpose);
+        print("%s%s: %d passed, %d failed, %d skipped, %s\n",
+              interrupted ? "interrupted after " : "", counted(all, "rule").c_str(), passed, failed,
+              skipped, counted(known, "known deviation").c_str());
     }
 }
 

@@ -1,11 +1,11 @@
 #pragma once
 
-#include <memory>
 #include <string>
 
 namespace subhalctl {
 
-enum class Verdict { kPass, kFail, kSkip };
+/** kKnown: the rule is broken in the one way in which this library is known to break it. */
+enum class Verdict { kPass, kFail, kSkip, kKnown };
 
 /** What became of one rule. */
 struct RuleResult {
@@ -13,7 +13,6 @@ struct RuleResult {
     std::string sensor;  ///< "library" for what is no sensor's
     std::string rule;
     std::string figures;
-    bool onPurpose = false;  ///< skipped, because the library departs from the rule deliberately
 };
 
 /** Prints results as they come, and counts them. */
@@ -25,17 +24,30 @@ class CheckReport {
 
     void begin() const;
     void add(const RuleResult& result);
-    void end() const;
+    void end(bool interrupted) const;
 
-    int failures() const { return mFailed; }
+    int failures() const { return count(Verdict::kFail); }
 
   private:
+    int count(Verdict verdict) const { return mCounts[static_cast<size_t>(verdict)]; }
+
     std::string mFormat;
     bool mOnlyFailures;
-    int mPassed = 0;
-    int mFailed = 0;
-    int mSkipped = 0;
-    int mOnPurpose = 0;  // of the skipped ones
+    int mCounts[4] = {};  // by verdict
+};
+
+/** Where a sensor's results go. */
+struct Results {
+    CheckReport* report;
+    std::string sensor;
+
+    void add(Verdict verdict, const char* rule, const std::string& figures) const {
+        report->add({verdict, sensor, rule, figures});
+    }
+    void judge(bool passed, const char* rule, const std::string& figures) const {
+        add(passed ? Verdict::kPass : Verdict::kFail, rule, figures);
+    }
+    void skip(const char* rule, const std::string& why) const { add(Verdict::kSkip, rule, why); }
 };
 
 }  // namespace subhalctl

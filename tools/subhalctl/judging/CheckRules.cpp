@@ -4,9 +4,11 @@
 #include <cinttypes>
 #include <cmath>
 #include <cstring>
-#include <map>
+#include <set>
+#include <utility>
 
 #include "tools/subhalctl/KnownSensors.h"
+#include "tools/subhalctl/proxy/RingReader.h"
 #include "tools/subhalctl/proxy/SensorLookup.h"
 #include "tools/subhalctl/showing/EventWriter.h"
 #include "tools/subhalctl/showing/Output.h"
@@ -16,15 +18,17 @@ namespace subhalctl {
 namespace {
 
 constexpr int32_t kFirstPrivateType = 0x10000;
-constexpr int32_t kInterruptGyroHandle = 31;
-constexpr int32_t kPocketModeLiteHandle = 39;
 constexpr int64_t kMillisecond = 1'000'000;
 constexpr int64_t kFirstEventNs = 1000 * kMillisecond;  // beyond the period
 constexpr int64_t kSilenceNs = 300 * kMillisecond;
 constexpr int64_t kArrivalNs = 500 * kMillisecond;
+constexpr int64_t kAgeNs = 40 * kMillisecond;   // of the one among several events that came soonest
 constexpr int64_t kAheadNs = 1 * kMillisecond;  // a stamp may lead the clock by a rounding
-constexpr double kLowestRate = 0.9;             // of what was granted
-constexpr double kHighestRate = 2.2;
+constexpr size_t kSeveral = 5;
+constexpr double kRateTolerance = 0.1;  // of what was granted
+constexpr double kRateNote = 0.01;
+constexpr double kLatencyTolerance = 0.25;
+constexpr int64_t kFlushSlackNs = 80 * kMillisecond;  // the hub may be late with what it samples
 
 struct Norm {
     int32_t type;
@@ -129,6 +133,17 @@ std::string rangeFault(const SensorInfo& sensor, const Value& value) {
                      static_cast<double>(sensor.maxRange));
 }
 
+/** Whether its FIFO is the one that the hub's specification describes. */
+std::string fifoFault(const SensorInfo& sensor, const std::map<int, simulator::SensorSpec>& specs) {
+    const auto spec = specs.find(sensor.sensorHandle);
+    if (spec == specs.end()) return "";
+    const bool same = sensor.fifoMaxEventCount == spec->second.fifoMax &&
+                      sensor.fifoReservedEventCount == spec->second.fifoReserved;
+    return same ? ""
+                : formatted("FIFO of %" PRIu32 " instead of %u", sensor.fifoMaxEventCount,
+                            spec->second.fifoMax);
+}
+
 double normOf(const Reading& reading, size_t count) {
     double squares = 0;
     for (size_t i = 0; i < std::min(count, reading.values.size()); ++i) {
@@ -138,54 +153,164 @@ double normOf(const Reading& reading, size_t count) {
     return std::sqrt(squares);
 }
 
+bool reportsByItself(const SensorInfo& sensor) {
+    const SensorFlagBits mode = reportingMode(sensor);
+    // The hub's own kinds of on-change sensors may have nothing to report before something happens.
+    return mode == SensorFlagBits::CONTINUOUS_MODE ||
+           (mode == SensorFlagBits::ON_CHANGE_MODE &&
+            static_cast<int32_t>(sensor.type) < kFirstPrivateType);
+}
+
+std::vector<int64_t> stampsOf(const Observed& observed) {
+    std::vector<int64_t> stamps;
+    for (const ReceivedEvent& received : observed.events) {
+        stamps.push_back(received.event.timestamp);
+    }
+    return stamps;
+}
+
+int64_t ageOf(const ReceivedEvent& received) {
+    return elapsedNs(received.event.timestamp, received.receivedNs);
+}
+
+void checkValues(const SensorInfo& sensor, const Observed& observed, const Results& results) {
+    if (observed.events.empty()) return;
+    const auto type = static_cast<int32_t>(sensor.type);
+    const Norm* norm = std::find_if(std::begin(kNorms), std::end(kNorms),
+                                    [&](const Norm& one) { return one.type == type; });
+    double sum = 0;
+    for (const ReceivedEvent& received : observed.events) {
+        const Reading reading = decode(type, payloadOf(received.event));
+        for (const Value& value : reading.values) {
+            const std::string fault = rangeFault(sensor, value);
+            if (!fault.empty()) return results.judge(false, "values", fault);
+        }
+        if (norm != std::end(kNorms)) sum += normOf(reading, norm->values);
+    }
+    if (norm == std::end(kNorms)) {
+        return results.judge(true, "values",
+                             counted(observed.events.size(), "event") + " in range");
+    }
+    const double mean = sum / static_cast<double>(observed.events.size());
+    results.judge(mean >= norm->low && mean <= norm->high, "values",
+                  formatted("%zu events in range, %.3f for %s of %g to %g", observed.events.size(),
+                            mean, norm->what, norm->low, norm->high));
+}
+
+void checkFlushOrder(const Observed& observed, int64_t flushedNs, const Results& results) {
+    size_t held = 0;
+    size_t behind = 0;
+    for (size_t i = 0; i < observed.events.size(); ++i) {
+        const ReceivedEvent& received = observed.events[i];
+        if (received.receivedNs < flushedNs) continue;
+        if (received.event.timestamp >= flushedNs - kFlushSlackNs) continue;
+        ++held;
+        if (i >= observed.beforeFlushed) ++behind;
+    }
+    if (observed.completions != 1 || held == 0) {
+        return results.skip("flush-order", formatted("%zu events held back, %d completions", held,
+                                                     observed.completions));
+    }
+    // What a hub on a busy machine samples late comes behind it too, but not most of what it held.
+    results.judge(2 * behind <= held, "flush-order",
+                  formatted("%zu of %zu events held back came behind it", behind, held));
+}
+
 }  // namespace
 
-void Observed::add(const ReceivedEvent& received) {
-    const EventKind kind = kindOf(received.event);
-    if (kind == EventKind::kFlushComplete) ++completions;
+const std::vector<Rule>& checkRules() {
+    constexpr const char* kHubSeen = "--sim or --trace";
+    static const std::vector<Rule> rules = {
+        {"names-distinct", "", "no two sensors have the same handle, or the same type and name"},
+        {"listing", "", "what describes a sensor is there, and its delays are those of its mode"},
+        {"identity", "", "type, permission, flags and FIFO are those of the hub's sensor"},
+        {"unknown-handles", "", "requests for handles that are not listed give BAD_VALUE"},
+        {"operation-mode", "", "the normal mode is accepted; known: every mode is refused"},
+        {"shortest-period", kHubSeen, "the hub is asked for no period below the shortest"},
+        {"longest-period", kHubSeen, "nor for one above the longest; known: it is"},
+        {"activate", "", "activate and batch return OK"},
+        {"hub-switch", kHubSeen, "each switch on and off is written to the hub"},
+        {"first-event", "", "a sensor that reports by itself does so within a second and a period"},
+        {"timestamps", "",
+         "time stamps rise, at the times of the samples, on the clock since boot"},
+        {"rate", "",
+         "within 10 % of the rate asked for, clamped to the sensor's limits, also when "
+         "it is changed while the sensor is on; more than 1 % off is noted"},
+        {"lost", "", "no gap of more than one and a half periods, and no silence at the end"},
+        {"values", "", "within the sensor's range and what physics allows"},
+        {"event-kind", "",
+         "events are of the sensor's type, meta-data events are completed flushes"},
+        {"wakelock", "", "held for every event of a wake-up sensor, and for no other"},
+        {"on-change", "on-change sensor", "no event repeats the one before"},
+        {"one-shot", "one-shot sensor", "one event, and then off"},
+        {"flush", "", "one completion for each; refused by a one-shot sensor"},
+        {"silent-when-off", "", "no events from a sensor that is off"},
+        {"flush-when-off", "", "a sensor that is off refuses to be flushed; known: it does not"},
+        {"batching", "FIFO", "events are held back as long as asked for, and no longer"},
+        {"flush-order", "FIFO", "most of what is held back comes before a flush's completion"},
+        {"direct-token", "direct channel", "a report has a token above 0"},
+        {"direct-memory", "direct channel", "zeroed when registered and when unregistered"},
+        {"direct-records", "direct channel", "whole, counted one by one, and none lost"},
+        {"direct-stamps", "direct channel", "the newest record is not older than half a second"},
+        {"direct-rate", "direct channel", "within the level's bounds; known: very fast is fast"},
+        {"direct-stop", "direct channel, --sim or --trace",
+         "a stopped report switches its sensor off; known: it stays on"},
+        {"direct-refused", "", "a sensor that declares no direct channels refuses them"},
+        {"injection-mode", "", "events are injected in that mode only; known: in any"},
+        {"initialize-again", "", "accepted, and earlier channels are gone"},
+        {"initialize-sensors", "", "and sensors are off; known: they stay as they are"},
+        {"handles", "", "no events but of sensors that are on"},
+    };
+    return rules;
+}
+
+void Observed::add(const SensorInfo& sensor, const ReceivedEvent& received) {
+    const Event& event = received.event;
+    const EventKind kind = kindOf(event);
+    std::string foreign;
+    if (kind == EventKind::kFlushComplete) {
+        if (completions++ == 0) beforeFlushed = events.size();
+        const auto code = static_cast<uint32_t>(event.u.meta.what);
+        if (code != 1) foreign = formatted(" meta-data code %" PRIu32, code);
+    } else if (kind == EventKind::kData && event.sensorType != sensor.type) {
+        foreign = formatted(" type %" PRId32, static_cast<int32_t>(event.sensorType));
+    }
+    if (foreignKinds.find(foreign) == std::string::npos) foreignKinds += foreign;
     if (kind != EventKind::kData) return;
-    if (received.event.timestamp < startNs) {
+    if (event.timestamp < startNs) {
         ++stale;
     } else {
         events.push_back(received);
     }
 }
 
-void Results::judge(bool passed, const char* rule, const std::string& figures) const {
-    report->add({passed ? Verdict::kPass : Verdict::kFail, sensor, rule, figures});
+Spacing::Spacing(std::vector<int64_t> stamps) {
+    if (stamps.size() < 2) return;
+    const int64_t spanNs = elapsedNs(stamps.front(), stamps.back());
+    for (size_t i = 0; i + 1 < stamps.size(); ++i) {
+        stamps[i] = elapsedNs(stamps[i], stamps[i + 1]);
+    }
+    stamps.pop_back();
+    const auto middle = stamps.begin() + static_cast<std::ptrdiff_t>(stamps.size() / 2);
+    std::nth_element(stamps.begin(), middle, stamps.end());
+    typicalNs = *middle;
+    if (typicalNs <= 0 || spanNs <= 0) return;
+    for (const int64_t interval : stamps) {
+        if (interval <= typicalNs + typicalNs / 2) continue;
+        lost += std::llround(static_cast<double>(interval) / static_cast<double>(typicalNs)) - 1;
+    }
+    const auto intervals = static_cast<double>(stamps.size()) + static_cast<double>(lost);
+    rateHz = intervals * 1e9 / static_cast<double>(spanNs);
 }
 
-void Results::pass(const char* rule, const std::string& figures) const {
-    judge(true, rule, figures);
-}
-
-void Results::fail(const char* rule, const std::string& figures) const {
-    judge(false, rule, figures);
-}
-
-void Results::skip(const char* rule, const std::string& figures) const {
-    report->add({Verdict::kSkip, sensor, rule, figures});
-}
-
-void Results::onPurpose(const char* rule, const std::string& figures) const {
-    report->add({Verdict::kSkip, sensor, rule, figures, true});
-}
-
-void checkListing(const SensorInfo& sensor, const Results& results) {
+void checkListing(const SensorInfo& sensor, const std::map<int, simulator::SensorSpec>& specs,
+                  const Results& results) {
     const std::string fault = listingFault(sensor);
     results.judge(fault.empty(), "listing", fault.empty() ? "complete" : fault);
-    const std::string difference = identityFault(sensor);
+    std::string difference = identityFault(sensor);
+    if (difference.empty()) difference = fifoFault(sensor, specs);
     results.judge(difference.empty(), "identity",
                   difference.empty() ? formatted("flags 0x%03" PRIx32, sensor.flags) : difference);
-    if (sensor.sensorHandle == kPocketModeLiteHandle) {
-        results.onPurpose("own-type", "pocket_mode_lite shares pocket_mode's string type");
-    }
-    if (sensor.sensorHandle == kInterruptGyroHandle) {
-        results.onPurpose("mode-of-type", "a gyroscope that is listed as on-change");
-    }
-    if (canReportDirectly(sensor)) {
-        results.onPurpose("mode-of-type", "a periodic sensor that is listed as special");
-    }
 }
 
 void checkNamesDistinct(const std::vector<SensorInfo>& sensors, const Results& results) {
@@ -202,95 +327,77 @@ void checkNamesDistinct(const std::vector<SensorInfo>& sensors, const Results& r
 }
 
 void checkFirstEvent(const SensorInfo& sensor, const Observed& observed, const Results& results) {
-    const SensorFlagBits mode = reportingMode(sensor);
-    // The hub's own kinds of on-change sensors may have nothing to tell before something happens.
-    const bool owesOne = mode == SensorFlagBits::CONTINUOUS_MODE ||
-                         (mode == SensorFlagBits::ON_CHANGE_MODE &&
-                          static_cast<int32_t>(sensor.type) < kFirstPrivateType);
     if (observed.events.empty()) {
-        if (owesOne) return results.fail("first-event", "none");
-        return results.skip("first-event", "nothing happened");
+        if (reportsByItself(sensor) && observed.stale == 0) {
+            return results.judge(false, "first-event", "none");
+        }
+        return results.skip("first-event",
+                            observed.stale > 0 ? "only stale ones" : "nothing happened");
     }
     const int64_t afterNs = observed.events.front().receivedNs - observed.startNs;
     const int64_t boundNs = kFirstEventNs + grantedPeriodNs(sensor, observed.periodNs);
-    results.judge(
-        afterNs <= boundNs || !owesOne, "first-event",
-        formatted("after %.1f ms%s", milliseconds(afterNs),
-                  owesOne ? formatted(" of %.0f ms", milliseconds(boundNs)).c_str() : ""));
+    results.judge(afterNs <= boundNs || !reportsByItself(sensor), "first-event",
+                  formatted("after %.1f ms", milliseconds(afterNs)));
 }
 
-void checkRate(const SensorInfo& sensor, const Observed& observed, const char* rule,
-               const Results& results) {
+bool checkTimestamps(const SensorInfo& sensor, const Observed& observed, int64_t latencyNs,
+                     const Results& results) {
     const int64_t periodNs = grantedPeriodNs(sensor, observed.periodNs);
-    IntervalStatistics intervals(periodNs);
-    for (const ReceivedEvent& received : observed.events) {
-        intervals.add(received.event.timestamp);
+    if (observed.events.empty()) {
+        if (observed.stale == 0 || periodNs == 0) return periodNs == 0;
+        results.judge(false, "timestamps", "all are from before the sensor was switched on");
+        return false;
     }
-    // What stops coming leaves the intervals before it as they were, so its end counts too.
-    const int64_t lastNs =
-        observed.events.empty() ? observed.startNs : observed.events.back().event.timestamp;
-    const int64_t silenceNs = observed.endNs - lastNs;
-    const double grantedHz = 1e9 / static_cast<double>(periodNs);
-    const bool talksToTheEnd = silenceNs <= kSilenceNs + 2 * periodNs;
-    results.judge(
-        talksToTheEnd && intervals.rateHz() >= kLowestRate * grantedHz &&
-            intervals.rateHz() <= kHighestRate * grantedHz,
-        rule,
-        formatted("%.3f Hz measured, %.3f Hz granted, %.3f Hz asked, %" PRId64
-                  " lost, silent for the last %.1f ms",
-                  intervals.rateHz(), grantedHz, 1e9 / static_cast<double>(observed.periodNs),
-                  intervals.lost(), milliseconds(silenceNs)));
-}
-
-void checkTimestamps(const SensorInfo& sensor, const Observed& observed, const Results& results) {
-    if (observed.events.empty()) return;
-    const bool periodic = grantedPeriodNs(sensor, observed.periodNs) > 0;
     int64_t last = INT64_MIN;
-    int64_t oldest = 0;
-    int64_t ahead = 0;
-    int backward = 0;
+    int64_t soonest = INT64_MAX;
+    int notRising = 0;
     for (const ReceivedEvent& received : observed.events) {
         const int64_t stamp = received.event.timestamp;
-        const bool rises = periodic ? stamp > last : stamp >= last;
-        if (!rises) ++backward;
+        if (periodNs > 0 ? stamp <= last : stamp < last) ++notRising;
         last = stamp;
-        oldest = std::max(oldest, received.receivedNs - stamp);
-        ahead = std::max(ahead, stamp - received.receivedNs);
+        soonest = std::min(soonest, ageOf(received));
     }
-    const std::string figures = formatted(
-        "%zu events, %d not rising, arrived up to %.3f ms after and %.3f ms before their "
-        "stamps, %zu stale",
-        observed.events.size(), backward, milliseconds(oldest), milliseconds(ahead),
-        observed.stale);
-    results.judge(backward == 0 && oldest <= kArrivalNs && ahead <= kAheadNs, "timestamps",
-                  figures);
+    const bool several = periodNs > 0 && observed.events.size() >= kSeveral;
+    // Stamps that were taken on arrival lie as close together as what was held back and came at
+    // once.
+    const int64_t apart = Spacing(stampsOf(observed)).typicalNs;
+    const bool bunched = latencyNs > 0 && several && apart < periodNs / 4;
+    const bool timely =
+        soonest >= -kAheadNs && soonest <= latencyNs + (several ? kAgeNs : kArrivalNs);
+    const bool sound = notRising == 0 && !bunched && timely;
+    results.judge(
+        sound, "timestamps",
+        formatted("%zu events, %d not rising, %.3f ms apart, at least %.3f ms old when they "
+                  "arrived, %zu stale",
+                  observed.events.size(), notRising, milliseconds(apart), milliseconds(soonest),
+                  observed.stale));
+    return sound;
 }
 
-void checkValues(const SensorInfo& sensor, const Observed& observed, const Results& results) {
-    if (observed.events.empty()) return;
-    const auto type = static_cast<int32_t>(sensor.type);
-    const Norm* norm = std::find_if(std::begin(kNorms), std::end(kNorms),
-                                    [&](const Norm& one) { return one.type == type; });
-    double sum = 0;
-    for (const ReceivedEvent& received : observed.events) {
-        const Reading reading = decode(type, payloadOf(received.event));
-        for (const Value& value : reading.values) {
-            const std::string fault = rangeFault(sensor, value);
-            if (!fault.empty()) return results.fail("values", fault);
-        }
-        if (norm != std::end(kNorms)) sum += normOf(reading, norm->values);
-    }
-    if (norm == std::end(kNorms)) {
-        return results.pass("values", counted(observed.events.size(), "event") + " in range");
-    }
-    const double mean = sum / static_cast<double>(observed.events.size());
-    results.judge(mean >= norm->low && mean <= norm->high, "values",
-                  formatted("%zu events in range, %.3f for %s of %g to %g", observed.events.size(),
-                            mean, norm->what, norm->low, norm->high));
+void checkRate(const SensorInfo& sensor, const Observed& observed, const Results& results) {
+    const int64_t periodNs = grantedPeriodNs(sensor, observed.periodNs);
+    const std::vector<int64_t> stamps = stampsOf(observed);
+    const Spacing spacing(stamps);
+    const double grantedHz = 1e9 / static_cast<double>(periodNs);
+    const double off = spacing.rateHz / grantedHz - 1;
+    results.judge(
+        std::fabs(off) <= kRateTolerance, "rate",
+        formatted("%.3f Hz measured, %.3f Hz granted, %.3f Hz asked%s", spacing.rateHz, grantedHz,
+                  1e9 / static_cast<double>(observed.periodNs),
+                  std::fabs(off) > kRateNote ? formatted("; note: %+.1f %% off", 100 * off).c_str()
+                                             : ""));
+    // What stops coming leaves the gaps before it as they were.
+    const int64_t silenceNs = observed.endNs - (stamps.empty() ? observed.startNs : stamps.back());
+    results.judge(
+        spacing.lost == 0 && silenceNs <= kSilenceNs + 2 * std::max(periodNs, spacing.typicalNs),
+        "lost",
+        formatted("%" PRId64 " of %zu, silent for the last %.1f ms", spacing.lost,
+                  stamps.size() + static_cast<size_t>(spacing.lost), milliseconds(silenceNs)));
 }
 
-void checkWakelocks(const SensorInfo& sensor, const Observed& observed, const Results& results) {
+void checkEvents(const SensorInfo& sensor, const Observed& observed, const Results& results) {
     if (observed.events.empty()) return;
+    checkValues(sensor, observed, results);
     const auto held =
         std::count_if(observed.events.begin(), observed.events.end(),
                       [](const ReceivedEvent& received) { return received.wakelock; });
@@ -324,21 +431,65 @@ void checkMode(const SensorInfo& sensor, const Observed& observed, const Results
     results.judge(repeated == 0, "on-change", figures);
 }
 
-void checkBatching(const SensorInfo& sensor, const Observed& observed, int64_t latencyNs,
+void checkBatching(const Observed& observed, int64_t latencyNs, int64_t flushedNs,
                    const Results& results) {
-    const int64_t periodNs = grantedPeriodNs(sensor, observed.periodNs);
-    IntervalStatistics intervals(periodNs);
-    int64_t heldNs = 0;
+    // A batch begins where the age leaps up; a busy machine makes some of them older, not all.
+    int64_t heldNs = INT64_MAX;
+    int64_t lastAgeNs = INT64_MIN / 2;
+    int batches = 0;
+    size_t events = 0;
     for (const ReceivedEvent& received : observed.events) {
-        intervals.add(received.event.timestamp);
-        heldNs = std::max(heldNs, received.receivedNs - received.event.timestamp);
+        if (received.receivedNs >= flushedNs) break;
+        const int64_t age = ageOf(received);
+        ++events;
+        if (age > lastAgeNs + latencyNs / 2 && ++batches) heldNs = std::min(heldNs, age);
+        lastAgeNs = age;
     }
-    const std::string figures = formatted(
-        "%zu events held back up to %.1f ms of %.1f ms, %" PRId64 " lost", observed.events.size(),
-        milliseconds(heldNs), milliseconds(latencyNs), intervals.lost());
-    results.judge(heldNs >= latencyNs / 2 && heldNs <= latencyNs + kArrivalNs + periodNs &&
-                      intervals.lost() == 0,
-                  "batching", figures);
+    const auto longestNs =
+        static_cast<int64_t>(static_cast<double>(latencyNs) * (1 + kLatencyTolerance));
+    results.judge(batches > 0 && heldNs >= latencyNs / 2 && heldNs <= longestNs, "batching",
+                  formatted("%zu events in %s, held back for %.1f ms of %.1f ms", events,
+                            counted(batches, "batch", "es").c_str(),
+                            batches > 0 ? milliseconds(heldNs) : 0.0, milliseconds(latencyNs)));
+    checkFlushOrder(observed, flushedNs, results);
+}
+
+const DirectLevel kDirectLevels[] = {{RateLevel::NORMAL, "normal", 27.5, 110},
+                                     {RateLevel::FAST, "fast", 110, 440},
+                                     {RateLevel::VERY_FAST, "very fast", 440, 1760}};
+
+void checkDirectRecords(const SensorInfo& sensor, const DirectLevel& level,
+                        const SharedMemory& memory, int64_t startNs, const Results& results) {
+    const int64_t stoppedNs = hubNowNs();
+    size_t written = memory.records();
+    while (written > 0 && memory.record(written - 1).reserved0 == 0) {
+        --written;
+    }
+    RingCheck ring(sensor.sensorHandle, static_cast<int32_t>(sensor.type));
+    std::vector<int64_t> stamps;
+    for (size_t i = 0; i < written; ++i) {
+        const sensors_event_t record = memory.record(i);
+        // The device's buffer may hold records of an earlier run.
+        if (ring.add(record) && record.timestamp >= startNs) stamps.push_back(record.timestamp);
+    }
+    const Spacing spacing(stamps);
+    results.judge(
+        ring.sound() && written > 0 && spacing.lost == 0, "direct-records",
+        formatted("%s: %s, %" PRId64 " lost", level.name, ring.figures().c_str(), spacing.lost));
+    const int64_t ageNs = elapsedNs(ring.newestNs(), stoppedNs);
+    const bool current = written > 0 && ageNs >= -kAheadNs && ageNs <= kArrivalNs;
+    results.judge(
+        current, "direct-stamps",
+        formatted("%s: the newest record is %.1f ms old", level.name, milliseconds(ageNs)));
+    if (!current) return;
+    const std::string figures = formatted("%s: %.1f Hz of %.1f to %.1f Hz", level.name,
+                                          spacing.rateHz, level.lowestHz, level.highestHz);
+    const bool slow = level.level == RateLevel::VERY_FAST &&
+                      spacing.rateHz >= kDirectLevels[1].lowestHz &&
+                      spacing.rateHz < level.lowestHz;
+    if (slow) return results.add(Verdict::kKnown, "direct-rate", figures);
+    results.judge(spacing.rateHz >= level.lowestHz && spacing.rateHz <= level.highestHz,
+                  "direct-rate", figures);
 }
 
 }  // namespace subhalctl

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <utility>
 
 namespace subhalctl {
 
@@ -13,8 +12,7 @@ int64_t elapsedNs(int64_t earlier, int64_t later) {
 }
 
 void IntervalStatistics::add(int64_t timestampNs) {
-    ++mEvents;
-    const bool first = !std::exchange(mStarted, true);
+    const bool first = mEvents++ == 0;
     const int64_t intervalNs = elapsedNs(mLastNs, timestampNs);
     mLastNs = timestampNs;
     if (first) return;
@@ -23,13 +21,6 @@ void IntervalStatistics::add(int64_t timestampNs) {
     } else {
         ++mBackward;
     }
-}
-
-void IntervalStatistics::restart() {
-    const IntervalStatistics before = *this;
-    *this = IntervalStatistics(mExpectedNs);
-    mLastNs = before.mLastNs;
-    mStarted = before.mStarted;
 }
 
 void IntervalStatistics::addInterval(int64_t intervalNs) {
@@ -72,30 +63,17 @@ int64_t DurationStatistics::middleOf(size_t step) {
 
 void DurationStatistics::add(int64_t durationNs) {
     durationNs = std::max<int64_t>(durationNs, 0);
-    mLongestNs = std::max(mLongestNs, durationNs);
-    if (++mCount <= kMostExact) return mDurations.push_back(durationNs);
-    if (mCounts.empty()) {
-        mCounts.resize((64 - kStepBits) * kSteps);
-        for (const int64_t earlier : std::exchange(mDurations, {})) {
-            ++mCounts[stepOf(earlier)];
-        }
-    }
     ++mCounts[stepOf(durationNs)];
+    ++mCount;
+    mLongestNs = std::max(mLongestNs, durationNs);
 }
 
 int64_t DurationStatistics::quantileNs(double share) const {
-    if (mCount == 0) return 0;
-    const auto ceiling = static_cast<int64_t>(std::ceil(share * static_cast<double>(mCount)));
-    const int64_t wanted = std::max<int64_t>(ceiling, 1);
-    if (exact()) {
-        const auto nth = mDurations.begin() + wanted - 1;
-        std::nth_element(mDurations.begin(), nth, mDurations.end());
-        return *nth;
-    }
+    const auto wanted = static_cast<int64_t>(std::ceil(share * static_cast<double>(mCount)));
     int64_t seen = 0;
     for (size_t step = 0; step < mCounts.size(); ++step) {
         seen += mCounts[step];
-        if (seen >= wanted) return std::min(middleOf(step), mLongestNs);
+        if (seen >= std::max<int64_t>(wanted, 1)) return std::min(middleOf(step), mLongestNs);
     }
     return 0;
 }

@@ -24,8 +24,8 @@ Result ClientChannel::registerMemory(int regionFd, uint32_t bytes) {
     return answer.result;
 }
 
-Result ClientChannel::setRate(int32_t sensorHandle, RateLevel level) {
-    return host_proxy::configDirectReport(mProxy.subHal(), sensorHandle, mHandle, level).result;
+host_proxy::Answer ClientChannel::setRate(int32_t sensorHandle, RateLevel level) {
+    return host_proxy::configDirectReport(mProxy.subHal(), sensorHandle, mHandle, level);
 }
 
 void ClientChannel::unregister() {

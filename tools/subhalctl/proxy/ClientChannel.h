@@ -20,7 +20,8 @@ class ClientChannel {
     ClientChannel& operator=(const ClientChannel&) = delete;
 
     Result registerMemory(int regionFd, uint32_t bytes);
-    Result setRate(int32_t sensorHandle, RateLevel level);
+    /** The result, and the report's token. */
+    host_proxy::Answer setRate(int32_t sensorHandle, RateLevel level);
     void unregister();
 
   private:

@@ -6,12 +6,17 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <cinttypes>
 #include <csignal>
 #include <cstring>
 #include <optional>
 #include <utility>
+
+#include "tools/subhalctl/hubs/PlatformHooks.h"
+#include "tools/subhalctl/showing/Output.h"
 
 namespace subhalctl {
 namespace {
@@ -80,7 +85,8 @@ class Ring {
     Ring ring(base, bytes);
     for (bool last = false;;) {
         while (const auto record = ring.next()) {
-            if (write(recordsFd, &*record, sizeof(*record)) < 0) _exit(0);  // nobody reads
+            const RingReader::Record found{*record, hubNowNs()};
+            if (write(recordsFd, &found, sizeof(found)) < 0) _exit(0);  // nobody reads
         }
         if (last) _exit(0);
         pollfd stop{stopFd, POLLIN, 0};
@@ -122,7 +128,7 @@ void RingReader::stop() {
     if (mStopFd >= 0) close(std::exchange(mStopFd, -1));
 }
 
-bool RingReader::read(sensors_event_t* record, int timeoutMs) {
+bool RingReader::read(Record* record, int timeoutMs) {
     pollfd readable{mRecordsFd, POLLIN, 0};
     if (poll(&readable, 1, timeoutMs) <= 0) return false;
     // A record is shorter than what a pipe keeps together, so it comes whole or not at all.
@@ -139,13 +145,20 @@ bool RingCheck::isWhole(const sensors_event_t& record) const {
 
 bool RingCheck::add(const sensors_event_t& record) {
     const auto counter = static_cast<uint32_t>(record.reserved0);
-    mMissed += static_cast<int64_t>(counter - mCounter) - 1;
-    mCounter = counter;
+    const auto ahead = counter == 0 ? 1 : static_cast<int32_t>(counter - mCounter);
+    mMissed += std::max(ahead - 1, 0);
+    if (ahead <= 0) ++mRepeated;
+    mCounter += static_cast<uint32_t>(ahead);
     ++mRecords;
     const bool whole = isWhole(record);
     if (!whole) ++mTorn;
-    if (record.type != SENSOR_TYPE_META_DATA) mTimestamp = record.timestamp;
+    if (whole && record.type != SENSOR_TYPE_META_DATA) mTimestamp = record.timestamp;
     return whole;
+}
+
+std::string RingCheck::figures() const {
+    return formatted("%s, %" PRId64 " missed, %" PRId64 " repeated, %" PRId64 " torn",
+                     counted(mRecords, "record").c_str(), mMissed, mRepeated, mTorn);
 }
 
 }  // namespace subhalctl

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 
 namespace subhalctl {
 
@@ -23,8 +24,13 @@ class RingReader {
 
     bool running() const { return mProcess > 0; }
 
-    /** One record; false when none came in time, or none will. reserved0 holds its counter. */
-    bool read(sensors_event_t* record, int timeoutMs);
+    /** A record, with its counter in reserved0. */
+    struct Record {
+        sensors_event_t record;
+        int64_t readNs;  ///< when the process found it, on the clock of the events' time stamps
+    };
+    /** False when none came in time, or none will. */
+    bool read(Record* record, int timeoutMs);
 
     /** Lets the process look once more and then end; what it found can still be read. */
     void stop();
@@ -44,9 +50,19 @@ class RingCheck {
     bool add(const sensors_event_t& record);
 
     int64_t records() const { return mRecords; }
+    /** Counter of the last record; the first has 1. */
+    uint32_t counter() const { return mCounter; }
+    int64_t newestNs() const { return mTimestamp; }
+
+    /** Nothing missed, repeated or torn. */
+    bool sound() const { return mMissed == 0 && mRepeated == 0 && mTorn == 0; }
+    /** As in "81 records, 0 missed, 0 repeated, 0 torn". */
+    std::string figures() const;
     /** Written to the ring, by the counters, and not read from it. */
     int64_t missed() const { return mMissed; }
-    /** Of another sensor or version than all others, or older than the one before. */
+    /** With a counter that came before. */
+    int64_t repeated() const { return mRepeated; }
+    /** Empty, of another sensor or version, or older than the one before. */
     int64_t torn() const { return mTorn; }
 
   private:
@@ -54,10 +70,11 @@ class RingCheck {
 
     int32_t mHandle;
     int32_t mType;
-    uint32_t mCounter = 0;  // of the last record; the first has 1
+    uint32_t mCounter = 0;
     int64_t mTimestamp = INT64_MIN;
     int64_t mRecords = 0;
     int64_t mMissed = 0;
+    int64_t mRepeated = 0;
     int64_t mTorn = 0;
 };
 

@@ -72,55 +72,28 @@ std::string rateText(double hertz) {
 
 std::string millisecondsText(const DurationStatistics& durations, double share) {
     if (durations.count() == 0) return "-";
-    return formatted("%s%.3f", durations.exact() ? "" : "~",
-                     static_cast<double>(durations.quantileNs(share)) / 1e6);
-}
-
-std::string measuredText(const Watched& one) {
-    return one.grantedHz > 0 ? rateText(one.intervals.rateHz()) : "-";
-}
-
-std::string jitterText(const Watched& one) {
-    if (one.grantedHz <= 0 || one.intervals.intervals() == 0) return "-";
-    return formatted("%.3f", one.intervals.jitterNs() / 1e6);
-}
-
-size_t longestName(const std::vector<Watched>& watched) {
-    size_t longest = 0;
-    for (const Watched& one : watched) {
-        longest = std::max(longest, shownWidth(typeName(*one.sensor)));
-    }
-    return longest;
+    return formatted("%.3f", static_cast<double>(durations.quantileNs(share)) / 1e6);
 }
 
 class TextWriter : public EventWriter {
   public:
     void begin(const std::vector<Watched>& watched) override {
         for (const Watched& one : watched) {
-            const std::string legend = formatted(
-                "%6" PRId32 "  %s: %s%s", one.sensor->sensorHandle, typeName(*one.sensor).c_str(),
-                valueLegend(*one.sensor).c_str(), isWakeUp(*one.sensor) ? "; wake-up" : "");
-            print("%s\n", wrapped(legend, 8).c_str());
-        }
-        const char* sensor = "sensor (W: wakelock, S: stale)";
-        if (outputWidth() != kUnlimited) {
-            print("%8s(W: wakelock, S: stale)\n", "");
-            sensor = "sensor";
-            narrow(watched);
+            print("%6" PRId32 "  %s: %s%s\n", one.sensor->sensorHandle,
+                  typeName(*one.sensor).c_str(), valueLegend(*one.sensor).c_str(),
+                  isWakeUp(*one.sensor) ? "; wake-up" : "");
         }
         const std::string values = watched.size() == 1 ? header(*watched.front().sensor) : "values";
-        print("\n%s\n", (prefix("timestamp/s", "handle   ", sensor) + values).c_str());
+        print("\n%20s  %6s     %-30s  %s\n", "timestamp/s", "handle",
+              "sensor (W: wakelock, S: stale)", values.c_str());
     }
 
     void event(const Watched& watched, const ReceivedEvent& received) override {
         const Event& event = received.event;
-        const std::string start =
-            prefix(timeText(event.timestamp),
-                   formatted("%6" PRId32 " %c%c", event.sensorHandle, received.wakelock ? 'W' : ' ',
-                             watched.isStale(received) ? 'S' : ' '),
-                   typeName(*watched.sensor));
-        const std::string line = start + contents(*watched.sensor, event);
-        print("%s\n", wrapped(line, shownWidth(start)).c_str());
+        print("%s  %6" PRId32 " %c%c  %-30s  %s\n", timeText(event.timestamp).c_str(),
+              event.sensorHandle, received.wakelock ? 'W' : ' ',
+              watched.isStale(received) ? 'S' : ' ', typeName(*watched.sensor).c_str(),
+              contents(*watched.sensor, event).c_str());
     }
 
     void summary(const std::vector<Watched>& watched) override {
@@ -128,29 +101,6 @@ class TextWriter : public EventWriter {
     }
 
   private:
-    /** Where names do not fit before the values, they are left to the legend. */
-    void narrow(const std::vector<Watched>& watched) {
-        constexpr size_t kValue = 12;
-        constexpr size_t kNotes = 14;  // unit and accuracy
-        mTime = 17;
-        mName = longestName(watched);
-        const size_t start = shownWidth(prefix("", "handle   ", ""));
-        for (const Watched& one : watched) {
-            const size_t values = decode(typeOf(*one.sensor), Payload{}).values.size();
-            if (start + values * kValue + kNotes > outputWidth()) mName = 0;
-        }
-    }
-
-    std::string prefix(const std::string& time, const std::string& handle,
-                       const std::string& sensor) const {
-        const size_t blanks = std::min(time.find_first_not_of(' '), time.size());
-        const std::string name =
-            mName == 0 ? "" : formatted("  %-*s", static_cast<int>(mName), sensor.c_str());
-        return formatted("%*s  %s", static_cast<int>(mTime), time.substr(blanks).c_str(),
-                         handle.c_str()) +
-               name + "  ";
-    }
-
     static std::string header(const SensorInfo& sensor) {
         const std::vector<Value> values = decode(typeOf(sensor), Payload{}).values;
         const std::string unit = commonUnit(values);
@@ -172,9 +122,6 @@ class TextWriter : public EventWriter {
         }
         return valueColumns(sensor, event);
     }
-
-    size_t mTime = 20;  // characters
-    size_t mName = 30;
 };
 
 class SilentWriter : public EventWriter {
@@ -320,12 +267,6 @@ void Watched::add(const ReceivedEvent& received) {
     }
 }
 
-void Watched::restart() {
-    intervals.restart();
-    latency = {};
-    events = stale = flushes = wakelocks = 0;
-}
-
 std::string timeText(int64_t timestampNs) {
     return formatted("%10" PRId64 ".%09" PRId64, timestampNs / 1000000000,
                      std::abs(timestampNs % 1000000000));
@@ -343,52 +284,40 @@ std::string valueLegend(const SensorInfo& sensor) {
 }
 
 std::string summaryTable(const std::vector<Watched>& watched) {
-    Table table({{"handle", 0},
-                 {"sensor", 0, true, true},
-                 {"events", 0},
-                 {"asked/Hz", 8, false},
-                 {"granted/Hz", 4, false},
-                 {"measured/Hz", 0, false},
-                 {"jitter/ms", 7, false},
-                 {"p50/ms", 5, false},
-                 {"p99/ms", 1, false},
-                 {"lost", 0},
-                 {"backward", 2, false},
-                 {"stale", 3, false},
-                 {"flushes", 9, false},
-                 {"wakelocks", 6, false}});
+    std::string table =
+        formatted("%6s  %-30s %8s %10s %10s %11s %8s %8s %6s %8s %6s %7s %9s\n", "handle", "sensor",
+                  "events", "asked/Hz", "granted/Hz", "measured/Hz", "p50/ms", "p99/ms", "lost",
+                  "backward", "stale", "flushes", "wakelocks");
     for (const Watched& one : watched) {
-        table.add({std::to_string(one.sensor->sensorHandle), typeName(*one.sensor),
-                   std::to_string(one.events), rateText(one.askedHz), rateText(one.grantedHz),
-                   measuredText(one), jitterText(one), millisecondsText(one.latency, 0.5),
-                   millisecondsText(one.latency, 0.99), std::to_string(one.intervals.lost()),
-                   std::to_string(one.intervals.backward()), std::to_string(one.stale),
-                   std::to_string(one.flushes), std::to_string(one.wakelocks)});
+        const double measuredHz = one.grantedHz > 0 ? one.intervals.rateHz() : 0;
+        table += formatted("%6" PRId32 "  %-30s %8" PRId64 " %10s %10s %11s %8s %8s %6" PRId64
+                           " %8" PRId64 " %6" PRId64 " %7" PRId64 " %9" PRId64 "\n",
+                           one.sensor->sensorHandle, typeName(*one.sensor).c_str(), one.events,
+                           rateText(one.askedHz).c_str(), rateText(one.grantedHz).c_str(),
+                           rateText(measuredHz).c_str(), millisecondsText(one.latency, 0.5).c_str(),
+                           millisecondsText(one.latency, 0.99).c_str(), one.intervals.lost(),
+                           one.intervals.backward(), one.stale, one.flushes, one.wakelocks);
     }
-    return table.text();
+    return table;
 }
 
-Table statsTable(const std::vector<Watched>& watched) {
-    return Table({{"time/s", 0, true, false, 10},
-                  {"sensor", 0, true, true, longestName(watched)},
-                  {"events", 0},
-                  {"granted/Hz", 3},
-                  {"measured/Hz", 0},
-                  {"jitter/ms", 4},
-                  {"p50/ms", 2, true, false, 8},
-                  {"p99/ms", 1, true, false, 8},
-                  {"lost", 0},
-                  {"wakelocks", 5}});
+std::string statsHeader() {
+    return formatted("%14s  %-30s %8s %10s %11s %8s %8s %6s %9s\n", "time/s", "sensor", "events",
+                     "granted/Hz", "measured/Hz", "p50/ms", "p99/ms", "lost", "wakelocks");
 }
 
-void addStats(const std::vector<Watched>& watched, Table* table) {
+std::string statsLines(const std::vector<Watched>& watched) {
+    std::string lines;
     for (const Watched& one : watched) {
-        table->add({formatted("%.3f", static_cast<double>(hubNowNs()) / 1e9), typeName(*one.sensor),
-                    std::to_string(one.events), rateText(one.grantedHz), measuredText(one),
-                    jitterText(one), millisecondsText(one.latency, 0.5),
-                    millisecondsText(one.latency, 0.99), std::to_string(one.intervals.lost()),
-                    std::to_string(one.wakelocks)});
+        const double measuredHz = one.grantedHz > 0 ? one.intervals.rateHz() : 0;
+        lines += formatted(
+            "%14.3f  %-30s %8" PRId64 " %10s %11s %8s %8s %6" PRId64 " %9" PRId64 "\n",
+            static_cast<double>(hubNowNs()) / 1e9, typeName(*one.sensor).c_str(), one.events,
+            rateText(one.grantedHz).c_str(), rateText(measuredHz).c_str(),
+            millisecondsText(one.latency, 0.5).c_str(), millisecondsText(one.latency, 0.99).c_str(),
+            one.intervals.lost(), one.wakelocks);
     }
+    return lines;
 }
 
 std::string valueColumns(const SensorInfo& sensor, const Event& event) {

@@ -7,7 +7,6 @@
 
 #include "tools/subhalctl/judging/Statistics.h"
 #include "tools/subhalctl/proxy/EventQueue.h"
-#include "tools/subhalctl/showing/Table.h"
 
 namespace subhalctl {
 
@@ -30,8 +29,6 @@ struct Watched {
 
     bool isStale(const ReceivedEvent& received) const;
     void add(const ReceivedEvent& received);
-    /** Counts from here on. */
-    void restart();
 };
 
 /** Writes events to standard output, one per line. */
@@ -64,7 +61,7 @@ std::string timeText(int64_t timestampNs);
 std::string summaryTable(const std::vector<Watched>& watched);
 
 /** The same, shorter, to be written again and again. */
-Table statsTable(const std::vector<Watched>& watched);
-void addStats(const std::vector<Watched>& watched, Table* table);
+std::string statsHeader();
+std::string statsLines(const std::vector<Watched>& watched);
 
 }  // namespace subhalctl

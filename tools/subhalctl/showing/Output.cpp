@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -11,6 +10,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <map>
 
 #include "tools/subhalctl/Interrupt.h"
 #include "tools/subhalctl/recording/Hex.h"
@@ -18,14 +18,11 @@
 namespace subhalctl {
 namespace {
 
-constexpr size_t kNarrowest = 40;  // below that nothing fits
-constexpr size_t kUsualWidth = 80;
 constexpr size_t kPiece = 4096;   // a pipe that poll() calls writable takes that much at once
 constexpr int kPatienceMs = 300;  // for a blocked output, once the verb is to end
 
 std::string gPending;
 int gError = 0;
-bool gWide = false;
 
 std::string formatArguments(const char* format, va_list arguments) {
     va_list again;
@@ -118,6 +115,21 @@ void printText(const std::string& text) {
     if (gPending.size() >= kPiece || (!gPending.empty() && gPending.back() == '\n')) flushOutput();
 }
 
+void printVerdict(const std::string& word) {
+    static const bool colours = [] {
+        const char* off = std::getenv("NO_COLOR");
+        const char* terminal = std::getenv("TERM");
+        return (off == nullptr || *off == '\0') && isatty(STDOUT_FILENO) != 0 &&
+               terminal != nullptr && std::strcmp(terminal, "dumb") != 0;
+    }();
+    static const std::map<std::string, const char*> names = {
+        {"PASS", "32"}, {"ok", "32"}, {"FAIL", "31"}, {"SKIP", "2"}};  // green, red, dim
+    const auto found = names.find(word);
+    const char* colour = found != names.end() ? found->second : "33";
+    printText((colours ? formatted("\033[%sm%s\033[0m", colour, word.c_str()) : word) +
+              std::string(word.size() < 5 ? 5 - word.size() : 0, ' '));
+}
+
 void flushOutput() {
     size_t at = 0;
     while (at < gPending.size()) {
@@ -155,48 +167,6 @@ std::string formatted(const char* format, ...) {
     std::string text = formatArguments(format, arguments);
     va_end(arguments);
     return text;
-}
-
-size_t outputWidth() {
-    if (gWide) return kUnlimited;
-    const bool terminal = isatty(STDOUT_FILENO) != 0;
-    winsize window{};
-    if (terminal && ioctl(STDOUT_FILENO, TIOCGWINSZ, &window) == 0 && window.ws_col > 0) {
-        return std::max<size_t>(window.ws_col, kNarrowest);
-    }
-    const char* columns = std::getenv("COLUMNS");
-    const size_t wanted = columns != nullptr ? std::strtoul(columns, nullptr, 10) : 0;
-    if (wanted > 0) return std::max(wanted, kNarrowest);
-    return terminal ? kUsualWidth : kUnlimited;  // a serial line does not know its width
-}
-
-void showWide() {
-    gWide = true;
-}
-
-size_t shownWidth(const std::string& text) {
-    return static_cast<size_t>(std::count_if(text.begin(), text.end(), [](char byte) {
-        return (static_cast<unsigned char>(byte) & 0xC0) != 0x80;  // not the first of a character
-    }));
-}
-
-std::string wrapped(const std::string& line, size_t indent, size_t width) {
-    std::string result;
-    std::string rest = line;
-    while (shownWidth(rest) > width) {
-        const size_t first = rest.find_first_not_of(' ');
-        size_t cut = rest.find(' ', first);
-        for (size_t next = cut; next < rest.size() && shownWidth(rest.substr(0, next)) <= width;
-             next = rest.find(' ', next + 1)) {
-            cut = next;
-        }
-        const size_t word = rest.find_first_not_of(' ', cut);
-        if (word == std::string::npos) break;
-        const size_t end = rest.find_last_not_of(' ', cut) + 1;
-        result += rest.substr(0, end) + '\n';
-        rest = std::string(indent, ' ') + rest.substr(word);
-    }
-    return result + rest;
 }
 
 std::string quoted(const std::string& text) {

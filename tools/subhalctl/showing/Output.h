@@ -1,7 +1,5 @@
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
 #include <string>
 
 #include "tools/subhalctl/ExitCode.h"
@@ -34,6 +32,12 @@ void print(const char* format, ...) __attribute__((format(printf, 1, 2)));
 void printText(const std::string& text);
 void flushOutput();
 
+/**
+ * "PASS", "FAIL", "SKIP" or another verdict, five columns wide; on a terminal in colour, unless
+ * NO_COLOR is set.
+ */
+void printVerdict(const std::string& word);
+
 /** "subhalctl: ", the text, printable, and a newline, to standard error. */
 void complain(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
@@ -46,25 +50,10 @@ ExitCode afterOutput(ExitCode verb);
 /** Text of printf's arguments. */
 std::string formatted(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
-constexpr size_t kUnlimited = SIZE_MAX;
-
-/**
- * Characters that fit into a line of standard output: of a terminal its width, else COLUMNS when
- * the environment has it. kUnlimited in a pipe, and after showWide().
- */
-size_t outputWidth();
-void showWide();
-
-/** Characters of a printable UTF-8 text. */
-size_t shownWidth(const std::string& text);
-
-/** A line broken at blanks where it is longer than `width`; all but the first are indented. */
-std::string wrapped(const std::string& line, size_t indent, size_t width = outputWidth());
-
 /** As in "1 event" and "2 events". */
 template <typename Number>
-std::string counted(Number number, const char* noun) {
-    return std::to_string(number) + ' ' + noun + (number == 1 ? "" : "s");
+std::string counted(Number number, const char* noun, const char* ending = "s") {
+    return std::to_string(number) + ' ' + noun + (number == 1 ? "" : ending);
 }
 
 /** `text` as a shell takes it for one word. */

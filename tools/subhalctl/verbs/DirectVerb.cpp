@@ -1,23 +1,25 @@
-#include <cutils/ashmem.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <chrono>
 #include <cinttypes>
+#include <cstdio>
 #include <cstring>
+#include <memory>
 #include <optional>
 
 #include "tools/subhalctl/Interrupt.h"
+#include "tools/subhalctl/judging/CheckRules.h"
 #include "tools/subhalctl/proxy/ClientChannel.h"
 #include "tools/subhalctl/proxy/RingReader.h"
 #include "tools/subhalctl/proxy/SensorLookup.h"
 #include "tools/subhalctl/showing/EventWriter.h"
+#include "tools/subhalctl/showing/Json.h"
 #include "tools/subhalctl/showing/Output.h"
 #include "tools/subhalctl/verbs/Verbs.h"
 
 namespace subhalctl {
 namespace {
 
+using android::hardware::sensors::V1_0::SensorType;
 using Clock = std::chrono::steady_clock;
 
 constexpr int kSliceMs = 50;  // a signal does not end a wait
@@ -30,60 +32,125 @@ RateLevel levelOf(const std::string& rate) {
 /** Prints and judges what the reader finds. */
 class Client {
   public:
-    Client(const SensorInfo& sensor, bool quiet)
-        : mSensor(sensor),
-          mQuiet(quiet),
+    Client(const SensorInfo& sensor, const std::string& format, bool quiet)
+        : mWatched{{&sensor, 0, 0, IntervalStatistics()}},
+          mFormat(format),
           mCheck(sensor.sensorHandle, static_cast<int32_t>(sensor.type)) {
         if (quiet) return;
-        print("%10s  %20s  %s\n", "counter", "timestamp/s", valueLegend(sensor).c_str());
+        mWriter = EventWriter::make(format);
+        if (format != "text") {
+            mWriter->begin(mWatched);
+        } else {
+            print("%10s  %20s  %8s  %s\n", "counter", "timestamp/s", "age/ms",
+                  valueLegend(sensor).c_str());
+        }
     }
 
-    void add(const sensors_event_t& record) {
+    void add(const RingReader::Record& read) {
+        const sensors_event_t& record = read.record;
         const bool whole = mCheck.add(record);
-        if (whole && record.type != SENSOR_TYPE_META_DATA) mStatistics.add(record.timestamp);
-        if (!mQuiet) printRecord(record, whole);
+        const int64_t ageNs = elapsedNs(record.timestamp, read.readNs);
+        if (whole && record.type != SENSOR_TYPE_META_DATA) {
+            mStatistics.add(record.timestamp);
+            mStamps.push_back(record.timestamp);
+            mAges.add(ageNs);
+        }
+        if (mWriter) show(read, ageNs, whole);
     }
 
-    void summary() const {
-        print("%" PRId64 " records, %.3f Hz, jitter %.3f ms; %" PRId64 " missed, %" PRId64
-              " torn\n",
-              mCheck.records(), mStatistics.rateHz(), mStatistics.jitterNs() / 1e6, mCheck.missed(),
-              mCheck.torn());
+    /** @param written the highest counter in the memory */
+    void summary(uint32_t written) {
+        mStalled = written > mCheck.counter();
+        const int64_t lost = Spacing(mStamps).lost;
+        if (mFormat == "json") {
+            const Json line = {{"kind", "summary"},
+                               {"age_p50_ns", mAges.quantileNs(0.5)},
+                               {"age_p99_ns", mAges.quantileNs(0.99)},
+                               {"age_max_ns", mAges.longestNs()},
+                               {"records", mCheck.records()},
+                               {"written", written},
+                               {"rate_hz", mStatistics.rateHz()},
+                               {"jitter_ns", mStatistics.jitterNs()},
+                               {"missed", mCheck.missed()},
+                               {"repeated", mCheck.repeated()},
+                               {"torn", mCheck.torn()},
+                               {"lost", lost},
+                               {"stalled", mStalled}};
+            return printText(jsonText(line) + "\n");
+        }
+        std::string text = formatted(
+            "age p50 %.3f, p99 %.3f, max %.3f ms; %s, %" PRId64 " lost; %.3f Hz, jitter %.3f ms\n",
+            static_cast<double>(mAges.quantileNs(0.5)) / 1e6,
+            static_cast<double>(mAges.quantileNs(0.99)) / 1e6,
+            static_cast<double>(mAges.longestNs()) / 1e6, mCheck.figures().c_str(), lost,
+            mStatistics.rateHz(), mStatistics.jitterNs() / 1e6);
+        if (mStalled) {
+            text += formatted("the reader stalled at record %" PRIu32 " of %" PRIu32 "\n",
+                              mCheck.counter(), written);
+        }
+        if (mFormat == "csv")
+            std::fputs(text.c_str(), stderr);  // as watch does
+        else
+            printText(text);
     }
 
-    const RingCheck& check() const { return mCheck; }
+    int64_t records() const { return mCheck.records(); }
+    /** Once summary() has been called. */
+    bool sound() const { return mCheck.sound() && !mStalled && Spacing(mStamps).lost == 0; }
 
   private:
-    void printRecord(const sensors_event_t& record, bool whole) const {
+    void show(const RingReader::Record& read, int64_t ageNs, bool whole) {
+        const sensors_event_t& record = read.record;
         Event event{};
+        event.timestamp = record.timestamp;
+        event.sensorHandle = mWatched[0].sensor->sensorHandle;
+        event.sensorType = static_cast<SensorType>(record.type);
         std::memcpy(&event.u, &record.u64, sizeof(event.u));
-        const std::string values =
-            record.type == SENSOR_TYPE_META_DATA ? "flush complete" : valueColumns(mSensor, event);
-        print("%10" PRIu32 "  %s  %s%s\n", static_cast<uint32_t>(record.reserved0),
-              timeText(record.timestamp).c_str(), values.c_str(), whole ? "" : "  TORN");
+        if (mFormat != "text") {
+            // What is torn has no place in a table of values; the summary counts it.
+            if (whole) mWriter->event(mWatched[0], {event, read.readNs, false, false});
+            return;
+        }
+        const bool flushed = record.type == SENSOR_TYPE_META_DATA;
+        print("%10" PRIu32 "  %s  %8.3f  %s%s\n", static_cast<uint32_t>(record.reserved0),
+              timeText(record.timestamp).c_str(), static_cast<double>(ageNs) / 1e6,
+              flushed ? "flush complete" : valueColumns(*mWatched[0].sensor, event).c_str(),
+              whole ? "" : "  TORN");
     }
 
-    const SensorInfo& mSensor;
-    bool mQuiet;
+    const std::vector<Watched> mWatched;
+    const std::string mFormat;
+    std::unique_ptr<EventWriter> mWriter;  // null: no records
     RingCheck mCheck;
     IntervalStatistics mStatistics;
+    DurationStatistics mAges;
+    std::vector<int64_t> mStamps;
+    bool mStalled = false;
 };
 
 void receive(RingReader& reader, Client& client, double seconds) {
     const auto deadline = Clock::now() + std::chrono::duration_cast<Clock::duration>(
                                              std::chrono::duration<double>(seconds));
     while (!interrupted() && Clock::now() < deadline) {
-        sensors_event_t record;
+        RingReader::Record record;
         if (reader.read(&record, kSliceMs)) client.add(record);
     }
 }
 
 void receiveRest(RingReader& reader, Client& client) {
     reader.stop();
-    sensors_event_t record;
+    RingReader::Record record;
     while (reader.read(&record, -1)) {
         client.add(record);
     }
+}
+
+uint32_t highestCounter(const SharedMemory& memory) {
+    uint32_t highest = 0;
+    for (size_t i = 0; i < memory.records(); ++i) {
+        highest = std::max(highest, static_cast<uint32_t>(memory.record(i).reserved0));
+    }
+    return highest;
 }
 
 /** Names the sensors that can, when this one cannot. */
@@ -107,18 +174,19 @@ size_t proxyEvents(Proxy& proxy) {
     return count + proxy.events().overflowed();
 }
 
-ExitCode play(Proxy& proxy, const DirectOptions& options, int regionFd, RingReader& reader) {
+ExitCode play(Proxy& proxy, const DirectOptions& options, const SharedMemory& memory,
+              RingReader& reader) {
     const SensorInfo* sensor = proxy.find(options.sensor);
     if (sensor == nullptr) return kNoSuchSensor;
     if (!mayReportDirectly(proxy, *sensor)) return kRefused;
     // A stopped report leaves its sensor on, and so does a channel that goes with it stopped.
     const Off off(proxy, *sensor);
     ClientChannel channel(proxy);
-    const Result registered = channel.registerMemory(regionFd, options.bytes);
+    const Result registered = channel.registerMemory(memory.fd(), memory.bytes());
     if (registered != Result::OK) {
         return refused(typeName(*sensor), "registerDirectChannel", registered);
     }
-    const Result configured = channel.setRate(sensor->sensorHandle, levelOf(options.rate));
+    const Result configured = channel.setRate(sensor->sensorHandle, levelOf(options.rate)).result;
     if (configured != Result::OK) {
         return refused(typeName(*sensor), "configDirectReport", configured);
     }
@@ -129,33 +197,32 @@ ExitCode play(Proxy& proxy, const DirectOptions& options, int regionFd, RingRead
         if (!beside->active()) return kRefused;
     }
 
-    Client client(*sensor, proxy.options().quiet);
+    Client client(*sensor, options.format, proxy.options().quiet);
     receive(reader, client, options.seconds);
     channel.setRate(sensor->sensorHandle, RateLevel::STOP);
     receiveRest(reader, client);
-    client.summary();
-    if (beside) print("%s through the proxy\n", counted(proxyEvents(proxy), "event").c_str());
-    if (client.check().records() == 0) {
+    client.summary(highestCounter(memory));
+    if (beside && options.format == "text")
+        print("%s through the proxy\n", counted(proxyEvents(proxy), "event").c_str());
+    if (client.records() == 0) {
         complain("%s: no records", typeName(*sensor).c_str());
         return kNoData;
     }
-    return options.check && client.check().torn() > 0 ? kCheckFailed : kOk;
+    return options.check && !client.sound() ? kCheckFailed : kOk;
 }
 
 }  // namespace
 
 ExitCode runDirect(Proxy& proxy, const DirectOptions& options) {
-    const int regionFd = ashmem_create_region("subhalctl", options.bytes);
+    const SharedMemory memory(options.bytes);
     // Forked before the library starts threads.
-    RingReader reader(regionFd, options.bytes);
-    if (regionFd < 0 || !reader.running()) {
+    RingReader reader(memory.fd(), options.bytes);
+    if (!memory.ok() || !reader.running()) {
         complain("no shared memory of %" PRIu32 " bytes: %s", options.bytes, std::strerror(errno));
         return kCheckFailed;
     }
     const ExitCode opened = proxy.open();
-    const ExitCode played = opened != kOk ? opened : play(proxy, options, regionFd, reader);
-    close(regionFd);
-    return played;
+    return opened != kOk ? opened : play(proxy, options, memory, reader);
 }
 
 }  // namespace subhalctl

@@ -28,6 +28,7 @@ struct CheckOptions {
     std::vector<std::string> sensors;  ///< none: all
     double seconds = 2;                ///< for each of the phases
     std::string format = "text";       ///< or "json" or "tap"
+    bool list = false;                 ///< the rules, instead of a check
 };
 ExitCode runCheck(Proxy& proxy, const CheckOptions& options);
 
@@ -72,6 +73,7 @@ struct DirectOptions {
     std::string rate;  ///< "normal", "fast" or "very-fast"
     uint32_t bytes = 256 * 104;
     double seconds = 2;
+    std::string format = "text";
     double eventsHz = 0;  ///< rate of the sensor's events through the proxy; 0: none
     bool check = false;
 };
@@ -89,5 +91,14 @@ struct HubDumpOptions {
     int count = 1;
 };
 ExitCode runHubDump(Proxy& proxy, const HubDumpOptions& options);
+
+struct HubFileOptions {
+    std::string operation;  ///< "read", "write" or "remove"
+    std::string path;
+    int size = 4091;
+    int64_t offset = 0;
+    std::string text;  ///< to be written
+};
+ExitCode runHubFile(Proxy& proxy, const HubFileOptions& options);
 
 }  // namespace subhalctl
