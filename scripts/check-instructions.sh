@@ -6,9 +6,7 @@
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 build=${1:-$root/build}
-"$root/scripts/install-packages.sh" g++ cmake ninja-build valgrind libbenchmark-dev
-[ -f "$build/CMakeCache.txt" ] && cmake "$build" >/dev/null # finds what was installed since
-"$root/scripts/build.sh" "$build"
+"$root/scripts/build.sh" -p valgrind -p libbenchmark-dev -t event_instructions "$build"
 
 failed=0
 # sensor, handle, bytes of a record, budget

@@ -24,7 +24,7 @@ quietly() {
 
 # Not grep -q, which would end the program it listens to.
 sees_sensors() { "$@" --sim list | grep accelerometer; }
-finds_all() { ! ldd "$@" | grep "not found"; }
+finds_all() { ldd "$@" >"$work/found" && ! grep "not found" "$work/found"; }
 
 # The prefix moves before it is used: nothing in it may know where it was made.
 cmake --install "$build" --prefix "$work/made" >/dev/null
@@ -45,7 +45,8 @@ if grep -rlF -e "$PWD" -e "$work" "$work/prefix"; then
 fi
 client() {
     cmake -G Ninja -S examples/client -B "$work/client" -DCMAKE_PREFIX_PATH="$work/prefix" &&
-        cmake --build "$work/client" && ctest --test-dir "$work/client" --output-on-failure
+        cmake --build "$work/client" &&
+        ctest --test-dir "$work/client" --no-tests=error --output-on-failure
 }
 quietly "another project's test on the installed simulator" client
 

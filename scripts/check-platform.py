@@ -5,6 +5,7 @@ that the interface compiler makes of platform/hidl. Prints every difference; exi
 """
 import pathlib
 import re
+import subprocess
 import sys
 
 folder = pathlib.Path(sys.argv[1])
@@ -57,6 +58,64 @@ def dumped_records(dump):
     return records
 
 
+def compiled(source, *options):
+    (folder / "source.cpp").write_text(source)
+    done = subprocess.run(["clang++", "-std=c++17", *options, folder / "source.cpp"],
+                          check=True, text=True, stdout=subprocess.PIPE)
+    return done.stdout
+
+
+# Name and header of the constants that the stand-ins declare in C's way: enumerators, macros.
+def declared_constants(preprocessed):
+    texts, header = {}, None
+    for line in preprocessed.splitlines():
+        marker = re.match(r'# \d+ "(.*?)"', line)
+        if marker:
+            header = re.search(r"platform/\w+/include/(.*)", marker[1])
+        elif header:
+            texts[header[1]] = texts.get(header[1], "") + line + "\n"
+    for path, text in texts.items():
+        for body in re.findall(r"\benum\b(?! class)[^{};]*\{(.*?)\}", text, re.S):
+            yield from ((name, path) for name in re.findall(r"(?:^|,)\s*(\w+)", body))
+        yield from ((name, path) for name in re.findall(r"^#define (\w+) \S", text, re.M))
+        yield from ((name, path) for name in
+                    re.findall(r"^(?:static |inline )*const(?:expr)? [\w ]+ (\w+) =", text, re.M))
+
+
+def values(names, *options):
+    includes = "".join(f"#include <{header}>\n" for header in {"cstdio", "type_traits", *names.values()})
+    prints = "".join(f'print("{name}", {scopes.get(path, "")}{name});\n'
+                     for name, path in names.items())
+    compiled(includes + """
+        template <typename T> void print(const char* name, T value) {
+            if constexpr (std::is_convertible_v<T, long long>)
+                printf("%s %lld\\n", name, static_cast<long long>(value));
+            else if constexpr (std::is_null_pointer_v<T>)
+                printf("%s 0\\n", name);
+            else
+                printf("%s \\"%s\\"\\n", name, value);
+        }
+        int main() {""" + prints + "}", *options, "-o", folder / "values")
+    lines = subprocess.run([folder / "values"], check=True, text=True, stdout=subprocess.PIPE).stdout
+    return dict(line.split(" ") for line in lines.splitlines())
+
+
+def compare_constants(expected):
+    ours = [f"-isystem{path}" for path in (root / "platform").glob("*/include")]
+    headers = [str(path).split("/include/")[1] for path in root.glob("platform/*/include/**/*.h")]
+    everything = "".join(f"#include <{header}>\n" for header in headers)
+    constants = dict(declared_constants(compiled(everything, *ours, "-E", "-dD")))
+    packaged = {name: path for name, path in constants.items()
+                if name not in expected and (packages / path).exists()}
+    found = values(constants, *ours)
+    wanted = {**expected, **values(packaged, f"-isystem{packages}")}
+    compare("constants", *([f"{name} {one[name]}" for name in sorted(one)] for one in (wanted, found)))
+    return len(found)
+
+
+packages = pathlib.Path("/usr/include/android")
+scopes = {"utils/Mutex.h": "android::Mutex::", "hidl/Status.h": "android::hardware::Status::",
+          "hidl/MQDescriptor.h": "android::hardware::"}
 dump = (folder / "dump").read_text()
 slots, records = dumped_slots(dump), dumped_records(dump)
 expectation = re.sub(r"^#.*\n", "", (root / "tests/platform/shape.txt").read_text(), flags=re.M)
@@ -66,6 +125,11 @@ for paragraph in expectation.strip().split("\n\n"):
     if lines[0].startswith("slots "):
         compare(lines[0], lines[1:], slots.get(lines[0].split()[1], []))
         checked += len(lines) - 1
+        continue
+    if lines[0].startswith("constants"):
+        pairs = (pair.split() for pair in ", ".join(lines[1:]).split(", "))
+        checked += compare_constants({name: str(int(value, 0)) if value[0] in "-0123456789" else value
+                                      for name, value in pairs})
         continue
     for line in lines:
         name, size, members = re.match(r"record (.*?) (\d+)(?:: (.*))?$", line).groups()
@@ -148,5 +212,5 @@ for path, names in headers.items():
 
 for difference in differences:
     print(difference)
-print(f"{checked} slots, members, enumerators and methods compared, {len(differences)} differ")
+print(f"{checked} slots, members, constants and methods compared, {len(differences)} differ")
 sys.exit(1 if differences else 0)

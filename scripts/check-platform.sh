@@ -1,9 +1,10 @@
 #!/bin/bash
 # That the stand-ins have the platform's names, values, layouts and virtual tables: the compiler's own
-# print of them against an expectation, and the interface compiler's headers against ours.
+# print of them against an expectation, the distribution's packaged headers, and the interface compiler's headers against ours.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-scripts/install-packages.sh clang hidl-gen python3
+scripts/install-packages.sh clang hidl-gen python3 android-liblog-dev android-libutils-dev \
+    android-libcutils-dev android-platform-system-core-headers
 
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT

@@ -31,7 +31,6 @@ for target in "$@"; do
     scripts/build.sh "$build" "${options[@]}" -DSENSORHUB_WERROR=ON \
         -DCMAKE_PREFIX_PATH="$googletest/installed" \
         -DCMAKE_DISABLE_FIND_PACKAGE_benchmark=ON -DCMAKE_DISABLE_FIND_PACKAGE_CLI11=ON
-    ctest --test-dir "$build" --output-on-failure -j"$(nproc)" --timeout 120 >"$build/ctest.log" ||
-        { cat "$build/ctest.log"; exit 1; }
-    echo "$target: $(grep 'tests passed' "$build/ctest.log") in $((SECONDS - began)) s"
+    scripts/run-tests.sh "$build"
+    echo "$target: in $((SECONDS - began)) s"
 done

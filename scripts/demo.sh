@@ -4,13 +4,7 @@ set -eu
 root=$(cd "$(dirname "$0")/.." && pwd)
 . "$root/scripts/tell.sh"
 build=$root/build
-"$root/scripts/install-packages.sh" g++ cmake ninja-build libcli11-dev nlohmann-json3-dev
-[ -f "$build/CMakeCache.txt" ] || cmake -S "$root" -B "$build" -G Ninja >/dev/null
-# The library and the tool only; on a terminal the build tells how far it is.
-quiet=--quiet
-if [ -t 1 ]; then quiet=; else echo "Building the library and subhalctl..."; fi
-# shellcheck disable=SC2086 # nothing, where there is a terminal
-cmake --build "$build" --target subhalctl --parallel "$(nproc)" -- $quiet
+"$root/scripts/build.sh" -p libcli11-dev -p nlohmann-json3-dev -t subhalctl "$build"
 
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT

@@ -1,21 +1,48 @@
-#!/bin/sh
+#!/bin/bash
 # Installs those of the named Debian packages that are missing. Quiet when there is nothing to do.
-set -eu
+set -euo pipefail
 list_missing() {
+    local package
     for package in "$@"; do
-        status=$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null || true)
-        [ "$status" = installed ] || printf ' %s' "$package"
+        [ "$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null)" = installed ] ||
+            printf ' %s' "$package"
     done
 }
-[ -n "$(list_missing "$@")" ] || exit 0
-# One at a time: the package tools do not wait for one another.
-exec 9>"${TMPDIR:-/tmp}/sensorhub-packages.$(id -u).lock"
-flock 9
 missing=$(list_missing "$@")
 [ -n "$missing" ] || exit 0
-echo "Installing:$missing"
-sudo=""
-[ "$(id -u)" -eq 0 ] || sudo=sudo
-$sudo apt-get update -qq
+
+fail() {
+    printf '%s\n' "$@" >&2
+    exit 1
+}
+command -v apt-get >/dev/null || fail "There is no apt-get to install what Debian calls:$missing"
+by_hand="apt-get update && apt-get install -y --no-install-recommends$missing"
+sudo=()
+[ "$(id -u)" -eq 0 ] || sudo=(sudo)
+[ ${#sudo[@]} -eq 0 ] || command -v sudo >/dev/null ||
+    fail "Packages are missing, and there is no sudo. As root, run:" "$by_hand"
+
+log=$(mktemp)
+trap 'rm -f "$log"' EXIT
+# Waits while another package tool is at work. Nothing else may end up on the user's screen.
+apt() {
+    local told=""
+    until "${sudo[@]}" env LC_ALL=C DEBIAN_FRONTEND=noninteractive apt-get -qq "$@" >"$log" 2>&1; do
+        grep -q 'Could not get lock' "$log" && [ "$SECONDS" -lt 600 ] || return 1
+        [ -n "$told" ] || echo "Another package tool is at work, waiting for it..."
+        told=yes
+        sleep 2
+    done
+}
+echo "Installing:$missing" | fold -s -w 79
+offline=""
+apt update || fail "$(tail -n 1 "$log")" "As root, run:" "$by_hand"
+! grep -q 'Failed to fetch' "$log" || offline=yes
 # shellcheck disable=SC2086 # a list of packages
-DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq --no-install-recommends $missing >/dev/null
+apt install -y --no-install-recommends $missing || {
+    [ -z "$offline" ] || fail "The package archive cannot be reached. Is there a network?"
+    fail "$(grep -v '^W:' "$log" | tail -n 3)" "As root, run:" "$by_hand"
+}
+# An interrupted apt-get may return 0.
+missing=$(list_missing "$@")
+[ -z "$missing" ] || fail "These packages did not get installed:$missing"

@@ -5,9 +5,7 @@
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 build=${1:-$root/build}
-"$root/scripts/install-packages.sh" g++ cmake ninja-build libcli11-dev nlohmann-json3-dev
-[ -f "$build/CMakeCache.txt" ] || cmake -S "$root" -B "$build" -G Ninja >/dev/null
-cmake --build "$build" --parallel "$(nproc)" --target hubplay subhalctl -- --quiet
+"$root/scripts/build.sh" -p libcli11-dev -p nlohmann-json3-dev -t hubplay -t subhalctl "$build"
 
 work=$build/kernel-demo
 mkdir -p "$work"

@@ -179,14 +179,17 @@ work=$(cd "$1" && pwd)
 script=$2
 shift 2
 "$root/scripts/install-packages.sh" qemu-system-x86 busybox-static cpio xz-utils make gcc-12 \
-    libelf1 binutils
+    perl libelf1 binutils
 version=""
 provide_kernel
 build_module "$work" "$cache/$version/usr/src/linux-headers-$version"
 pack "$work" "$cache/$version" "$script" "$@"
 status=0
 boot "$work" "$cache/$version" || status=$?
-if sed '/expected warning begins/,/expected warning ends/d' "$work/kernel.log" |
+grep -q 'Linux version' "$work/kernel.log" || fail "the kernel's log is not there"
+expected=$(grep -c 'expected warning begins' "$work/kernel.log" || true)
+if [ "$expected" -ne "$(grep -c 'expected warning ends' "$work/kernel.log" || true)" ] ||
+    sed '/expected warning begins/,/expected warning ends/d' "$work/kernel.log" |
     grep -E 'BUG|WARNING|Oops|Call Trace'; then
     echo "kernel-guest: the kernel complained" >&2
     exit 3

@@ -6,9 +6,7 @@ set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 build=${1:-$root/build}
 shift || true
-"$root/scripts/install-packages.sh" g++ cmake ninja-build libgtest-dev
-[ -f "$build/CMakeCache.txt" ] || cmake -S "$root" -B "$build" -G Ninja >/dev/null
-cmake --build "$build" --parallel "$(nproc)" --target kernel_test -- --quiet
+"$root/scripts/build.sh" -p libgtest-dev -t kernel_test "$build"
 
 work=$build/kernel
 mkdir -p "$work"

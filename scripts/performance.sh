@@ -3,8 +3,7 @@
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 build=${1:-$root/build}
-"$root/scripts/install-packages.sh" g++ cmake ninja-build libbenchmark-dev valgrind python3
-"$root/scripts/build.sh" "$build"
+"$root/scripts/build.sh" -p libbenchmark-dev -p valgrind -p python3 "$build"
 results=$(mktemp -d)
 trap 'rm -rf "$results"' EXIT
 for devices in 1 10 50; do

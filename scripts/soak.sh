@@ -3,7 +3,6 @@
 # Takes some minutes; a divisor of 100 some seconds.
 set -eu
 root=$(cd "$(dirname "$0")/.." && pwd)
-"$root/scripts/install-packages.sh" g++ cmake ninja-build libgtest-dev
 # shellcheck disable=SC2086 # a list of options
-"$root/scripts/build.sh" "$root/build" ${SENSORHUB_BUILD_OPTIONS:-}
+"$root/scripts/build.sh" -p libgtest-dev "$root/build" ${SENSORHUB_BUILD_OPTIONS:-}
 exec "$root/build/tests/soak" "$@"
