@@ -119,7 +119,7 @@ scopes = {"utils/Mutex.h": "android::Mutex::", "hidl/Status.h": "android::hardwa
 dump = (folder / "dump").read_text()
 slots, records = dumped_slots(dump), dumped_records(dump)
 expectation = re.sub(r"^#.*\n", "", (root / "tests/platform/shape.txt").read_text(), flags=re.M)
-checked = 0
+checked, constants = 0, {}
 for paragraph in expectation.strip().split("\n\n"):
     lines = paragraph.splitlines()
     if lines[0].startswith("slots "):
@@ -127,9 +127,8 @@ for paragraph in expectation.strip().split("\n\n"):
         checked += len(lines) - 1
         continue
     if lines[0].startswith("constants"):
-        pairs = (pair.split() for pair in ", ".join(lines[1:]).split(", "))
-        checked += compare_constants({name: str(int(value, 0)) if value[0] in "-0123456789" else value
-                                      for name, value in pairs})
+        for name, value in (pair.split() for pair in ", ".join(lines[1:]).split(", ")):
+            constants[name] = value if value.startswith('"') else str(int(value, 0))
         continue
     for line in lines:
         name, size, members = re.match(r"record (.*?) (\d+)(?:: (.*))?$", line).groups()
@@ -141,6 +140,7 @@ for paragraph in expectation.strip().split("\n\n"):
             checked += 1
             if (member_name, int(offset)) not in found_members:
                 differences.append(f"{name}: {member_name} is not at {offset}")
+checked += compare_constants(constants)
 
 
 # The interface compiler's headers against the stand-ins' own.

@@ -5,7 +5,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 [ $# -gt 0 ] || set -- clang-libcxx arm-linux-gnueabihf aarch64-linux-gnu
-packages=(cmake ninja-build googletest binutils)
+packages=(cmake ninja-build googletest binutils libcli11-dev nlohmann-json3-dev)
 for target in "$@"; do
     case $target in
         clang-libcxx) packages+=(clang libc++-dev libc++abi-dev) ;;
@@ -13,6 +13,13 @@ for target in "$@"; do
     esac
 done
 scripts/install-packages.sh "${packages[@]}"
+
+# Headers alone, which any target may have; /usr/include itself has the host's beside them.
+headers=$PWD/build-headers
+rm -rf "$headers"
+mkdir "$headers"
+dpkg -L libcli11-dev nlohmann-json3-dev | grep -E '/(include|share/cmake)/.*\.' |
+    tar -cP -T - | tar -x -C "$headers"
 
 for target in "$@"; do
     began=$SECONDS
@@ -29,8 +36,9 @@ for target in "$@"; do
     } >"$googletest.log" 2>&1 || { cat "$googletest.log"; exit 1; }
 
     scripts/build.sh "$build" "${options[@]}" -DSENSORHUB_WERROR=ON \
-        -DCMAKE_PREFIX_PATH="$googletest/installed" \
-        -DCMAKE_DISABLE_FIND_PACKAGE_benchmark=ON -DCMAKE_DISABLE_FIND_PACKAGE_CLI11=ON
+        -DCMAKE_PREFIX_PATH="$googletest/installed;$headers/usr" \
+        -DCMAKE_DISABLE_FIND_PACKAGE_benchmark=ON
+    [ -x "$build/tools/subhalctl/subhalctl" ] || { echo "$target: no subhalctl was built"; exit 1; }
     scripts/run-tests.sh "$build"
     echo "$target: in $((SECONDS - began)) s"
 done
