@@ -24,5 +24,6 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS gnuplot-nox)  # draws the pictures of subhalctl plot
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS
     ${PROJECT_BINARY_DIR}/platform ${PROJECT_BINARY_DIR}/subhal)
+set(CPACK_PROJECT_CONFIG_FILE ${PROJECT_SOURCE_DIR}/cmake/SensorhubPackageTools.cmake)
 
 include(CPack)

@@ -52,6 +52,8 @@ quietly "another project's test on the installed simulator" client
 
 quietly "package" cpack -G DEB --config "$build/CPackConfig.cmake" -B "$work"
 package=$(echo "$work"/*.deb)
+depends() { dpkg-deb -f "$package" Depends | grep -E 'libc6 .*libstdc'; }
+quietly "its dependencies" depends
 quietly "lintian" lintian --allow-root --fail-on error --tag-display-limit 0 "$package"
 
 # Only what the package depends on is in this root, beside what every Debian has.

@@ -122,6 +122,7 @@ everything() {
     show_demo "$1"
     succeeds "$1" scripts/kernel-test.sh
     succeeds "$1" scripts/test.sh
+    succeeds root "apt-get install -y --no-install-recommends dpkg-dev file"
     succeeds "$1" "cmake -S . -B other && cmake --build other -j\$(nproc) --target package"
     use_package "$1" "./other/*.deb"
     succeeds "$1" "cmake -S examples/client -B client && cmake --build client &&

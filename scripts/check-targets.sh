@@ -14,13 +14,6 @@ for target in "$@"; do
 done
 scripts/install-packages.sh "${packages[@]}"
 
-# Headers alone, which any target may have; /usr/include itself has the host's beside them.
-headers=$PWD/build-headers
-rm -rf "$headers"
-mkdir "$headers"
-dpkg -L libcli11-dev nlohmann-json3-dev | grep -E '/(include|share/cmake)/.*\.' |
-    tar -cP -T - | tar -x -C "$headers"
-
 for target in "$@"; do
     began=$SECONDS
     build=$PWD/build-$target
@@ -34,9 +27,12 @@ for target in "$@"; do
         cmake -G Ninja -S /usr/src/googletest -B "$googletest" "${options[@]}" -DBUILD_GMOCK=OFF \
             -DCMAKE_INSTALL_PREFIX="$googletest/installed" && ninja -C "$googletest" install
     } >"$googletest.log" 2>&1 || { cat "$googletest.log"; exit 1; }
+    # These have headers alone; beside them, in /usr/include, lie the host's.
+    dpkg -L libcli11-dev nlohmann-json3-dev | grep -E '/(include|share/cmake)/.*\.' |
+        tar -c -T - 2>/dev/null | tar -x -C "$googletest/installed" --strip-components=1
 
     scripts/build.sh "$build" "${options[@]}" -DSENSORHUB_WERROR=ON \
-        -DCMAKE_PREFIX_PATH="$googletest/installed;$headers/usr" \
+        -DCMAKE_PREFIX_PATH="$googletest/installed" \
         -DCMAKE_DISABLE_FIND_PACKAGE_benchmark=ON
     [ -x "$build/tools/subhalctl/subhalctl" ] || { echo "$target: no subhalctl was built"; exit 1; }
     scripts/run-tests.sh "$build"
