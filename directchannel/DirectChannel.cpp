@@ -37,7 +37,6 @@ AshmemDirectChannel::~AshmemDirectChannel() {
     if (mBase != nullptr) {
         mBuffer.reset();
         munmap(mBase, mSize);
-        mBase = nullptr;
     }
     close(mAshmemFd);
 }
@@ -82,14 +81,12 @@ GrallocDirectChannel::~GrallocDirectChannel() {
     if (mBase != nullptr) {
         mBuffer.reset();
         gralloc.unlock(mNativeHandle);
-        mBase = nullptr;
     }
     gralloc.unregisterBuffer(mNativeHandle);
     if (!gralloc.isReleaseImplyDelete()) {
         native_handle_close(mNativeHandle);
         native_handle_delete(mNativeHandle);
     }
-    mNativeHandle = nullptr;
 }
 
 bool GrallocDirectChannel::memoryMatches(const sensors_direct_mem_t* mem) const {

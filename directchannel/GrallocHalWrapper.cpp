@@ -1,9 +1,9 @@
 #include "directchannel/GrallocHalWrapper.h"
 
 #include <algorithm>
-#include <climits>
 #include <cstring>
 #include <iterator>
+#include <type_traits>
 
 #include "common/Log.h"
 
@@ -17,10 +17,6 @@ namespace {
 
 constexpr int kLegacyVersion = 0;
 constexpr int kGralloc1Version = 1;
-
-int majorVersion(const hw_module_t* module) {
-    return module->module_api_version >> 8;
-}
 
 template <typename Function>
 void* address(Function function) {
@@ -39,17 +35,14 @@ GrallocHalWrapper::GrallocHalWrapper() {
         mError = result < 0 ? result : -ENODEV;
         return;
     }
-    switch (majorVersion(module)) {
-        case kGralloc1Version:
-            openGralloc1(module);
-            break;
-        case kLegacyVersion:
-            openLegacy(module);
-            break;
-        default:
-            ALOGE("Unknown version, not supported");
-            mError = result;
-            break;
+    const int majorVersion = module->module_api_version >> 8;
+    if (majorVersion == kGralloc1Version) {
+        openGralloc1(module);
+    } else if (majorVersion == kLegacyVersion) {
+        openLegacy(module);
+    } else {
+        ALOGE("Unknown version, not supported");
+        mError = result;
     }
 }
 
@@ -77,13 +70,11 @@ void GrallocHalWrapper::openGralloc1(const hw_module_t* module) {
     mVersion = kGralloc1Version;
 }
 
-template <typename Function>
-void GrallocHalWrapper::fetch(Function* function, gralloc1_function_descriptor_t descriptor) {
-    *function =
-        reinterpret_cast<Function>(mGralloc1Device->getFunction(mGralloc1Device, descriptor));
-}
-
 bool GrallocHalWrapper::fetchGralloc1Functions() {
+    const auto fetch = [this](auto* function, gralloc1_function_descriptor_t descriptor) {
+        *function = reinterpret_cast<std::remove_pointer_t<decltype(function)>>(
+            mGralloc1Device->getFunction(mGralloc1Device, descriptor));
+    };
     fetch(&mPfnRetain, GRALLOC1_FUNCTION_RETAIN);
     fetch(&mPfnRelease, GRALLOC1_FUNCTION_RELEASE);
     fetch(&mPfnLock, GRALLOC1_FUNCTION_LOCK);
@@ -172,22 +163,11 @@ bool GrallocHalWrapper::isSameMemory(const native_handle_t* handle1,
 }
 
 int32_t GrallocHalWrapper::mapGralloc1Error(int error) {
-    switch (error) {
-        case GRALLOC1_ERROR_NONE:
-            return 0;
-        case GRALLOC1_ERROR_BAD_DESCRIPTOR:
-        case GRALLOC1_ERROR_BAD_HANDLE:
-        case GRALLOC1_ERROR_BAD_VALUE:
-            return -EINVAL;
-        case GRALLOC1_ERROR_NOT_SHARED:
-        case GRALLOC1_ERROR_NO_RESOURCES:
-            return -ENOMEM;
-        case GRALLOC1_ERROR_UNDEFINED:
-        case GRALLOC1_ERROR_UNSUPPORTED:
-            return -ENOSYS;
-        default:
-            return INT32_MIN;
-    }
+    // None; bad descriptor, handle, value; not shared, no resources; undefined, unsupported.
+    constexpr int32_t kStatus[] = {0,       -EINVAL, -EINVAL, -EINVAL,
+                                   -ENOMEM, -ENOMEM, -ENOSYS, -ENOSYS};
+    const auto index = static_cast<size_t>(error);
+    return index < std::size(kStatus) ? kStatus[index] : INT32_MIN;
 }
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -68,10 +68,6 @@ class GrallocHalWrapper : public Singleton<GrallocHalWrapper> {
     void readGralloc1Capabilities();
     void openLegacy(const hw_module_t* module);
 
-    /** Asks the version 1 device for one of its functions; null when it has none. */
-    template <typename Function>
-    void fetch(Function* function, gralloc1_function_descriptor_t descriptor);
-
     int32_t mError = -ENODEV;
     int32_t mVersion = -1;
     const gralloc_module_t* mGrallocModule = nullptr;

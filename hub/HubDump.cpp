@@ -73,7 +73,7 @@ void SensorHubSensor::dump(int type, int count) {
 
 // From a limit of two on, it is the newest of the previous dumps that gives way, not the oldest.
 void SensorHubSensor::deletePrevDump(int /*type*/, const char* prefix, int limit) {
-    const Directory directory(opendir(paths::kDumpDirectory));
+    const Directory directory(opendir(paths::kDumpDirectory), closedir);
     if (directory == nullptr) return;
     int count = 0;
     std::string newest;

@@ -4,10 +4,9 @@
 #include <inttypes.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
+#include <string>
 #include <vector>
 
 #include "common/Log.h"
@@ -128,13 +127,10 @@ void QContextSensor::logMessage(const Record& record) {
     uint8_t bytes[kMaxDistance + 1] = {};
     static_assert(sizeof(bytes) == sizeof(Record) - kDataOffset + 1);
     memcpy(bytes, reinterpret_cast<const uint8_t*>(&record) + kDataOffset, sizeof(bytes) - 1);
-    char text[std::size(bytes) * sizeof("255,") + 1] = "";
-    size_t length = 0;
-    for (int i = 0; i <= end - begin; ++i) {
-        const int printed = snprintf(text + length, sizeof(text) - length, "%d,", bytes[i]);
-        if (printed > 0) length += static_cast<size_t>(printed);
-    }
-    ALOGI("context %d %d %d %s %" PRId64, size, begin, end, text, record.timestamp);
+    std::string text;
+    for (int i = 0; i <= end - begin; ++i)
+        text += std::to_string(bytes[i]) + ",";
+    ALOGI("context %d %d %d %s %" PRId64, size, begin, end, text.c_str(), record.timestamp);
 }
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

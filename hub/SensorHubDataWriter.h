@@ -2,7 +2,6 @@
 
 #include <android/hardware/sensors/1.0/types.h>
 
-#include <cstddef>
 #include <cstdint>
 
 #include "sensors/ISensorsEventCallback.h"

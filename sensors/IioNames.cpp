@@ -32,7 +32,7 @@ std::string iioDirectory(const char* prefix, int number) {
 
 std::vector<IioDevice> readIioNames(const char* prefix) {
     std::vector<IioDevice> devices;
-    const Directory directory(opendir(paths::kIioDirectory));
+    const Directory directory(opendir(paths::kIioDirectory), closedir);
     if (directory == nullptr) {
         ALOGE("No industrialio devices available");
         return devices;

@@ -40,11 +40,7 @@ class UniqueFd {
     int mFd = -1;
 };
 
-struct DirectoryCloser {
-    void operator()(DIR* directory) const { closedir(directory); }
-};
-
-/** Owns an open directory; null means none. */
-using Directory = std::unique_ptr<DIR, DirectoryCloser>;
+/** Owns an open directory, with closedir; null means none. */
+using Directory = std::unique_ptr<DIR, int (*)(DIR*)>;
 
 }  // namespace android::hardware::sensors::V2_0::zelva_sensorhub

@@ -19,7 +19,6 @@
 #include "sensors/ISensorsEventCallback.h"
 #include "sensors/Relaxed.h"
 #include "sensors/SensorList.h"
-#include "subhal/BatchConfig.h"
 #include "subhal/StrongPointerSlot.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
@@ -30,6 +29,16 @@ using V1_0::Result;
 using V1_0::SharedMemInfo;
 using V2_0::implementation::IHalProxyCallback;
 using V2_0::implementation::ISensorsSubHal;
+
+/** The record that the hub's batch device takes. */
+struct batch_config {
+    int64_t timeout;  // maximum report latency in ns; 0 reports at once
+    int64_t delay;    // sampling period in ns
+    int32_t flag;     // always 0
+    int32_t padding;  // always 0
+};
+// The request number announces 8 bytes, but the driver takes all 24.
+static_assert(sizeof(batch_config) == 24 && offsetof(batch_config, flag) == 16);
 
 /**
  * The sub-HAL: what the proxy talks to, and where sensor objects post their events.

@@ -186,14 +186,8 @@ bool convertFromSharedMemInfo(const SharedMemInfo& src, sensors_direct_mem_t* ds
 }
 
 int convertFromRateLevel(RateLevel rate) {
-    switch (rate) {
-        case RateLevel::STOP:
-        case RateLevel::NORMAL:
-        case RateLevel::FAST:
-        case RateLevel::VERY_FAST:
-            return static_cast<int>(rate);
-    }
-    return -1;
+    const bool isKnown = rate >= RateLevel::STOP && rate <= RateLevel::VERY_FAST;
+    return isKnown ? static_cast<int>(rate) : -1;
 }
 
 }  // namespace android::hardware::sensors::V1_0::implementation

@@ -9,10 +9,6 @@ namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 // Written before the poll thread starts, which alone reads it afterwards.
 static bool gDebugBuild = false;
 
-static bool startsWith(const char* text, const char* prefix) {
-    return strncmp(text, prefix, strlen(prefix)) == 0;
-}
-
 /**
  * How the device fell: a class of fall and its figures. Negative events are traces of the
  * accelerometer, which leave this class on debug builds alone.
@@ -40,7 +36,7 @@ class DropClassifier : public SensorBase {
     virtual void checkBuildType() {
         char value[PROPERTY_VALUE_MAX] = {};
         property_get("ro.build.type", value, "user");
-        gDebugBuild = startsWith(value, "eng") || startsWith(value, "userdebug");
+        gDebugBuild = strncmp(value, "eng", 3) == 0 || strncmp(value, "userdebug", 9) == 0;
         ALOGI("DropClassifier:: build_type %s, user_build %d", value, !gDebugBuild);
     }
 

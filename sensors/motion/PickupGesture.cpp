@@ -1,17 +1,14 @@
 #include "sensors/Driver.h"
+#include "sensors/motion/EventCodeRecord.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
 /** The device was picked up, once per activation. */
 class PickupGesture : public SensorBase {
-    struct __attribute__((packed)) Record {
-        uint8_t event;
-        int64_t timestamp;  // ns
-
+    struct Record : EventCodeRecord {
         /** Every record is an event, even without a timestamp. */
         static bool isFlushMarker() { return false; }
     };
-    static_assert(sizeof(Record) == 9);
 
   public:
     PickupGesture(const SensorInfo& info, ISensorsEventCallback* callback)

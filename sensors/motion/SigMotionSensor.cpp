@@ -1,4 +1,5 @@
 #include "sensors/Driver.h"
+#include "sensors/motion/EventCodeRecord.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
@@ -7,14 +8,10 @@ namespace android::hardware::sensors::V2_0::zelva_sensorhub {
  * record's.
  */
 class SigMotionSensor : public SensorBase {
-    struct __attribute__((packed)) Record {
-        uint8_t event;
-        int64_t timestamp;  // ns
-
+    struct Record : EventCodeRecord {
         /** Every record is an event, even without a timestamp. */
         static bool isFlushMarker() { return false; }
     };
-    static_assert(sizeof(Record) == 9);
 
   public:
     SigMotionSensor(const SensorInfo& info, ISensorsEventCallback* callback)

@@ -1,17 +1,14 @@
 #include "sensors/Driver.h"
+#include "sensors/motion/EventCodeRecord.h"
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
 /** One step taken. */
 class StepDetectorSensor : public SensorBase {
-    struct __attribute__((packed)) Record {
-        uint8_t event;
-        int64_t timestamp;  // ns
-
+    struct Record : EventCodeRecord {
         /** A step may carry no timestamp. */
         bool isFlushMarker() const { return timestamp == 0 && event == 0; }
     };
-    static_assert(sizeof(Record) == 9);
 
   public:
     StepDetectorSensor(const SensorInfo& info, ISensorsEventCallback* callback)

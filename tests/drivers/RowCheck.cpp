@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <ctime>
+#include <iterator>
 
 #include "tests/drivers/Golden.h"
 
@@ -15,10 +17,24 @@ int64_t bootTime() {
     return now.tv_sec * int64_t{1000000000} + now.tv_nsec;
 }
 
-std::vector<uint32_t> wordsOf(const Event& event) {
-    std::vector<uint32_t> words(16);
-    memcpy(words.data(), &event.u, sizeof(event.u));
-    return words;
+/** A payload word as the float that it may be, and its bits. */
+std::string show(uint32_t bits) {
+    float value = 0;
+    memcpy(&value, &bits, sizeof(value));
+    char text[40];
+    snprintf(text, sizeof(text), "%.9g (0x%08x)", static_cast<double>(value), bits);
+    return text;
+}
+
+void checkPayload(const std::vector<Word>& expected, const Event& event) {
+    uint32_t words[16];
+    memcpy(words, &event.u, sizeof(words));
+    for (size_t i = 0; i < std::size(words); ++i) {
+        const uint32_t wanted = i < expected.size() ? expected[i].bits : 0;
+        if (words[i] == wanted) continue;
+        ADD_FAILURE() << "payload word " << i << " is " << show(words[i]) << ", expected "
+                      << show(wanted);
+    }
 }
 
 Lines withTime(Lines lines, const std::string& time) {
@@ -51,11 +67,7 @@ void checkExchange(const DriverRow& row, const Exchange& exchange, RecordPath& p
         withTime(exchange.log, isNow ? std::to_string(outcome.events[0].timestamp) : kTimeText));
     if (!exchange.posted) return;
     checkEvent(row, *exchange.posted, outcome.events[0], begin);
-    std::vector<uint32_t> words;
-    for (const Word& word : exchange.posted->payload)
-        words.push_back(word.bits);
-    words.resize(16);
-    EXPECT_EQ(wordsOf(outcome.events[0]), words);
+    checkPayload(exchange.posted->payload, outcome.events[0]);
 }
 
 /** What kind of event a record gives, whatever its payload. */
