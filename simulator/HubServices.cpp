@@ -26,29 +26,22 @@ constexpr size_t kReplyHead = 5;
 constexpr size_t kMaxReply = 4096;
 constexpr size_t kContextData = 56;
 
-HubServices::FileReply decode(const std::string& bytes) {
-    HubServices::FileReply reply;
-    reply.operation = static_cast<unsigned char>(bytes[0]);
-    std::memcpy(&reply.result, bytes.data() + 1, sizeof(reply.result));
-    reply.data = bytes.substr(kReplyHead);
-    return reply;
-}
-
 /** What is wrong with the form of a reply to a request of `operation`; empty when nothing is. */
 std::string complaint(const std::string& bytes, int operation) {
     if (bytes.size() < kReplyHead || bytes.size() > kMaxReply) {
         return "reply of " + std::to_string(bytes.size()) + " bytes";
     }
-    const HubServices::FileReply reply = decode(bytes);
-    if (reply.operation != operation) {
-        return "reply to operation " + std::to_string(reply.operation) + " instead of " +
+    const int replied = static_cast<unsigned char>(bytes[0]);
+    if (replied != operation) {
+        return "reply to operation " + std::to_string(replied) + " instead of " +
                std::to_string(operation);
     }
-    const bool hasData = operation == HubServices::kRead && reply.result > 0;
-    const size_t expected = hasData ? static_cast<size_t>(reply.result) : 0;
-    if (reply.data.size() == expected) return "";
-    return "result " + std::to_string(reply.result) + " with " + std::to_string(reply.data.size()) +
-           " bytes of data";
+    int32_t result = 0;
+    std::memcpy(&result, bytes.data() + 1, sizeof(result));
+    const size_t data = bytes.size() - kReplyHead;
+    const bool hasData = operation == HubServices::kRead && result > 0;
+    if (data == (hasData ? static_cast<size_t>(result) : 0)) return "";
+    return "result " + std::to_string(result) + " with " + std::to_string(data) + " bytes of data";
 }
 
 }  // namespace
@@ -97,9 +90,8 @@ class HubServices::State {
         return mChanged.wait_for(lock, timeout, [this] { return mReady; });
     }
 
-    std::optional<std::string> waitReply(Milliseconds timeout) {
-        std::unique_lock<std::mutex> lock(mMutex);
-        mChanged.wait_for(lock, timeout, [this] { return mReply.has_value(); });
+    std::optional<std::string> takeReply() {
+        const std::lock_guard<std::mutex> lock(mMutex);
         return std::exchange(mReply, std::nullopt);
     }
 
@@ -163,35 +155,7 @@ bool HubServices::postRequest(int operation, const std::string& text) {
 }
 
 std::optional<std::string> HubServices::takeReply() {
-    return mState->waitReply(Milliseconds(0));
-}
-
-std::optional<std::string> HubServices::waitReply(Milliseconds timeout) {
-    return mState->waitReply(timeout);
-}
-
-std::optional<HubServices::FileReply> HubServices::exchange(int operation,
-                                                            const std::string& text) {
-    if (!postRequest(operation, text)) return std::nullopt;
-    const std::optional<std::string> reply = waitReply();
-    if (!reply) return std::nullopt;
-    return decode(*reply);
-}
-
-std::optional<HubServices::FileReply> HubServices::readFile(const std::string& path, int size,
-                                                            int64_t offset) {
-    return exchange(kRead, path + "," + std::to_string(size) + "," + std::to_string(offset));
-}
-
-std::optional<HubServices::FileReply> HubServices::writeFile(const std::string& path,
-                                                             const std::string& bytes,
-                                                             int64_t offset) {
-    return exchange(kWrite, path + "," + std::to_string(bytes.size()) + "," +
-                                std::to_string(offset) + ",1," + bytes);
-}
-
-std::optional<HubServices::FileReply> HubServices::removeFile(const std::string& path) {
-    return exchange(kRemove, path);
+    return mState->takeReply();
 }
 
 std::vector<std::string> HubServices::violations() const {

@@ -25,13 +25,6 @@ class HubServices {
     static constexpr int kWrite = 1;
     static constexpr int kRemove = 2;
 
-    /** One answer of the host's file manager. */
-    struct FileReply {
-        int operation = -1;
-        int32_t result = 0;
-        std::string data;  ///< READ: the bytes of the file
-    };
-
     explicit HubServices(SimulatedHub& hub);
     ~HubServices();
     HubServices(const HubServices&) = delete;
@@ -46,13 +39,6 @@ class HubServices {
     bool postRequest(int operation, const std::string& text);
     /** The reply to the last request as it came, none while there is none. */
     std::optional<std::string> takeReply();
-    std::optional<std::string> waitReply(Milliseconds timeout = Milliseconds(5000));
-
-    /** Whole exchanges; no value when the host stays silent or answers in a wrong form. */
-    std::optional<FileReply> readFile(const std::string& path, int size, int64_t offset);
-    std::optional<FileReply> writeFile(const std::string& path, const std::string& bytes,
-                                       int64_t offset);
-    std::optional<FileReply> removeFile(const std::string& path);
 
     /** What the host did against the protocol, in words. */
     std::vector<std::string> violations() const;
@@ -79,7 +65,6 @@ class HubServices {
     class State;
 
     bool pushCommand(uint8_t command, int type, int count);
-    std::optional<FileReply> exchange(int operation, const std::string& text);
 
     SimulatedHub& mHub;
     std::shared_ptr<State> mState;  // shared with the handlers

@@ -6,6 +6,7 @@ the simulated hub stays behind."""
 
 import atexit
 import concurrent.futures
+import contextlib
 import ctypes
 import fcntl
 import json
@@ -14,9 +15,11 @@ import re
 import select
 import shutil
 import signal
+import struct
 import subprocess
 import sys
 import tempfile
+import termios
 import time
 
 PROGRAM, NOT_A_SUB_HAL, GROUP = sys.argv[1:4]
@@ -32,13 +35,18 @@ EVENT = (r'^{"kind":"data","timestamp_ns":[0-9]+,"received_ns":[0-9]+,"handle":4
          r'"accuracy":"high","unit":"rad/s"}$' % (NUMBER, NUMBER, NUMBER))
 
 FIGURES = ["events<0", "lost<0", "latency.p50<0ns", "latency.max<0ns", "interval.min<0ns",
-           "interval.max<0ns", "rate<0"]
+           "interval.max<0ns", "jitter<0s", "rate<0"]
 
 
-def start(command, closed=(), small=(), **options):
+os.environ.pop("COLUMNS", None)
+
+
+def start(command, closed=(), small=(), ignored=(), **options):
     """Starts a process that ends with this script at the latest, however that ends."""
     def before():
         LIBC.prctl(PR_SET_PDEATHSIG, signal.SIGKILL)
+        for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
+            signal.signal(number, signal.SIG_IGN if number in ignored else signal.SIG_DFL)
         for number in small:
             fcntl.fcntl(number, F_SETPIPE_SZ, 4096)
         for number in closed:
@@ -52,7 +60,7 @@ class Row:
     "hung" when it is standard error that is blocked."""
 
     def __init__(self, args, code=0, out="", err="", lines="", judge=None, stdout="pipe",
-                 signals=(), hub="--sim", env=None, watched=True):
+                 signals=(), ignored=(), hub="--sim", env=None, watched=True):
         self.__dict__.update(locals())
         self.args = args if isinstance(args, list) else args.split()
 
@@ -66,7 +74,7 @@ class Row:
             process = start(
                 command, stdout=output, stderr=subprocess.PIPE, stdin=subprocess.DEVNULL,
                 env={**os.environ, "TMPDIR": directory, "LC_ALL": "C", **(self.env or {})},
-                closed=[1] if self.stdout == "closed" else [],
+                ignored=self.ignored, closed=[1] if self.stdout == "closed" else [],
                 small={"blocked": [1], "hung": [2]}.get(self.stdout, []))
             try:
                 return self.watch(process, directory)
@@ -119,6 +127,24 @@ class Row:
 def figures(column, low, high):
     """The column of the one sensor's summary lies between two numbers."""
     return lambda out: low <= float(out.rstrip().splitlines()[-1].split()[column]) <= high
+
+
+def fits_a_terminal():
+    """The window decides, not what COLUMNS says of another one."""
+    faults = []
+    for options, longest in ((["--sim"], 80), (["--sim", "--wide"], 130)):
+        master, slave = os.openpty()
+        fcntl.ioctl(slave, termios.TIOCSWINSZ, struct.pack("4H", 24, 80, 0, 0))
+        with start([PROGRAM] + options + ["list"], stdout=slave, env={**os.environ, "COLUMNS": "70"}):
+            os.close(slave)
+            text = b""
+            with contextlib.suppress(OSError):  # the end, on a terminal
+                while piece := os.read(master, 4096):
+                    text += piece
+        os.close(master)
+        found = max(map(len, text.decode().splitlines()))
+        faults += ["%s: lines of %d" % (options, found)] if found != longest else []
+    return faults
 
 
 def stale_tree_is_swept():
@@ -307,14 +333,22 @@ ROWS = {
             out=r"  \\x1b\[2m\\x0a\\x07äµ\\x7f\\xc2\\x9b Accel", lines=r"^[^\0-\x1f\x7f-\x9f]*$",
             err=r": name \\x1b\[2m\\x0a\\x07ä"),
         Row("list -v", out="\n +flags +0x786: special; non-wake-up, direct in memory up to very"),
+        Row("list", env={"COLUMNS": "80"}, lines=r"^.{1,80}$", out="^handle  sensor +mode +rates\n"),
+        fits_a_terminal,
         Row("list --format json",
             judge=lambda out: json.loads(out)[0]["name"] == "LSM6DSO Accelerometer"),
         Row("--version", out=r"^subhalctl [0-9.]+\n$", hub=""),
         Row("watch 1 --rate 100 --count 20", out="1  accelerometer: x .m/s²], y .m/s²",
             judge=figures(2, 20, 20)),
         Row("watch accelerometer@100 pressure@50 --seconds 1",
-            out=r"accelerometer +[0-9]+ +100.000 +100.000 +(9[0-9]|100)\.[0-9]+ +[0-9.]+ +[0-9.]+ "
-                r"+0 (.|\n)*pressure +[0-9]+ +50.000 +25.000 +2[0-9]\."),
+            out=r"accelerometer +[0-9]+ +100.000 +100.000 +(9[0-9]|100)(\.[0-9]+ +[0-9]+){3}\.[0-9]+"
+                r" +0 (.|\n)*pressure +[0-9]+ +50.000 +25.000 +2[0-9]\."),
+        Row("watch 16 8 --count 6", env={"COLUMNS": "80"}, lines="^.{0,80}$",
+            out=r"\n   [0-9.]+      16    ( +\S+){4}\n {29}( +\S+){2}  rad/s\n(.|\n)*"
+                r"\nhandle  sensor +events  granted/Hz  measured/Hz +p99/ms  lost\n"),
+        Row("watch --help", hub="", env={"COLUMNS": "80"}, lines="^.{0,80}$",
+            out=r"--require(.|\n)*\n  --sim(.|\n)*\n  --quiet(.|\n)*\nExit codes: \S+ --help\n$"),
+        Row("plot --help", hub="", out="gnuplot", judge=lambda out: "--sim" not in out),
         Row("watch 1@1 --count 4", out=r"accelerometer +4 +1.000 +6.250 +6.250 "),
         Row("watch 1 5 --rate 50 --count 20 --format csv", lines=r"^([^,]*,){10}[^,]*$",
             out="^timestamp_ns,received_ns,handle,sensor,kind,stale,wakeup,accuracy,v0,v1,v2\n",
@@ -337,13 +371,15 @@ ROWS = {
         Row("message --text hello", out="received the whole message"),
         Row("message --hex " + LONGEST, out="^1119 bytes sent\nthe hub received the whole message"),
         Row("hub dump 5 1", out=r"/shub_dump\n.*/data/vendor/sensorhub/shub_dump_005_[0-9]+_"),
-        Row("hub file write /data/vendor/sensorhub/note hello", out="library wrote 5 bytes\n$"),
-        Row("hub file read /data/vendor/sensorhub/note", 5, out="No such file"),
     ],
     "refusals": [
         Row("", 2, err="say what to do: list, doctor"),
         Row("lst", 2, err="lst is no verb; the verbs are list, "),
         Row("watch 1 --rate 5 --period 5", 2, err="excludes"),
+        Row("--seed 3 list", 2, err="--seed requires --sim", hub=""),
+        Row("--still list", 2, err="--still requires --sim", hub=""),
+        Row("--fast list", 2, err="--fast requires --replay"),
+        Row("watch 1 --count 1.5", 2, err="1.5 is not a whole number"),
         Row("message --hex " + LONGEST + "00", 2, err="has 1 to 1119 bytes, not more"),
         Row("message --file /dev/zero", 2, err="not more"),
         Row("message --file /", 2, err="Is a directory"),
@@ -385,7 +421,8 @@ ROWS = {
         Row("inject 1 0", out="sub-command 0 stands for nothing to do"),
         Row("direct 1 --rate normal", 5, err=r"these do: vdis_gyro \(38\), stillwave_gyro \(50\)"),
         Row("flush significant_motion", 5, err="significant_motion: flush: BAD_VALUE"),
-        Row("watch 1@10 --count 1000 --seconds 0.3", 6),
+        Row("watch 1@10 --count 1e3 --seconds 0.3", 6, err="[1-4] of 1000 events came"),
+        Row("watch 1 --latency 60000 --seconds 0.3", 6, err="y.t: --latency lets it wait for 60000"),
         Row("watch 1@100 aois_sensor@1 --seconds 0.3", 4),
         Row("list", 7, err="no sensor hub here: /sys/.*: No such file.*\n.*--sim", hub=""),
         Row("--fault open:/sys/class/sensors/hbx_sensor/sensor_spec:EACCES list", 7,
@@ -456,9 +493,9 @@ ROWS = {
               err="".join(r"%s \S+ is %s( ms)?, required is %s\n.*" % (name, value, figure)
                           for figure, value in zip(FIGURES, values.split())))
           for sensor, name, values in (
-              ("1@20", "accelerometer:", "13 12 7.733 85.559 100.000 100.000 10"),
-              ("38@100", "vdis_gyro:", "61 60 3.736 94.204 20.000 20.000 50"),
-              ("5", "light:", "6 0 6.947 21.004 200.000 250.000"))],
+              ("1@20", "accelerometer:", "13 12 7.817 85.559 100.000 100.000 0.000 10"),
+              ("38@100", "vdis_gyro:", "61 60 3.751 94.204 20.000 20.000 0.000 50"),
+              ("5", "light:", "6 0 6.818 21.004 200.000 250.000 20.000"))],
         Row("record 1 --seconds 0.3 -o /dev/full", 8, err="/dev/full: No space left"),
         Row("record 1@500 -o -", 8, stdout="head", err="-: Broken pipe"),
         Row(["--replay", REAL_DEVICES, "--fast", "watch", "1", "--require", "lost=0,rate<11"], hub=""),
@@ -468,6 +505,10 @@ ROWS = {
         Row("replay /dev/null", 2, err="line 0: the file is empty", hub=""),
         Row("watch 1@100 8 --stats 0.2 --seconds 0.5 --require lost=0,backward=0,rate>90,rate<110",
             out=r"time/s .*\n.* accelerometer +[1-9][0-9]* +100.000 +(9[0-9]|100)\.(.|\n)*handle "),
+        # A slice's only interval began in an earlier slice.
+        Row("watch 34@5 --stats 0.1 --seconds 0.5", out=r"light_cct +1 +5.000 +5.000 +5.000 +0.000 "),
+        Row(["watch", "1@100", "--seconds", "0.3", "--require", " events > 5,lost=0 , jitter< 5 ms"]),
+        Row("watch 34@5 --count 1 --require interval.max<1s", 1, err="light_cct: nothing was meas"),
         Row("watch 1@100 --seconds 0.3 --require events>5,latency.p99<1us", 1,
             err="accelerometer: latency.p99 is .* ms, required is latency.p99<1us"),
         *[Row("watch 1 --require " + text, 2, err="--require: ")
@@ -488,6 +529,11 @@ ROWS = {
           for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP)],
         Row("direct 38 --rate fast --seconds 30", signals=[signal.SIGINT], out="records, "),
         Row("watch 1 --count 100000", 6, signals=[signal.SIGINT]),
+        Row("--still watch 17 --require lost=0", 6, signals=[signal.SIGTERM], err="before any event"),
+        Row("watch 1 --seconds 20 --require lost=0", 6, signals=[signal.SIGTERM],
+            err="before --require could be judged"),
+        *[Row("watch 1@100 --seconds 1 --require events>80", signals=[number], ignored=[number])
+          for number in (signal.SIGINT, signal.SIGHUP)],
         Row("list", 130, stdout="hung", signals=[signal.SIGINT, signal.SIGINT]),
         Row("watch 1 --count 100000", -signal.SIGKILL, signals=[signal.SIGKILL], watched=False),
         stale_tree_is_swept,

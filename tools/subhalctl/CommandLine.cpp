@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
@@ -15,10 +16,12 @@
 namespace subhalctl {
 namespace {
 
-constexpr char kFooter[] =
-    "SENSOR is a handle, a type name (accelerometer, back_tap, com.tavrine.sensor.back_tap) or a\n"
-    "part of a name. Use -- before negative numbers if they are taken for options.\n"
-    "\n"
+constexpr char kNaming[] =
+    "SENSOR is a handle, a type name (accelerometer, back_tap) or a part of a name.\n"
+    "Use -- before negative numbers if they are taken for options.\n";
+constexpr char kHubOptions[] = "Hub options";
+constexpr char kCommonOptions[] = "Common options";
+constexpr char kExitCodes[] =
     "Exit codes:\n"
     "  0  fine\n"
     "  1  a check failed\n"
@@ -33,7 +36,6 @@ constexpr char kFooter[] =
 constexpr size_t kLargestPayload = 16;
 constexpr uint32_t kSmallestRing = 2 * 104;
 constexpr uint32_t kLargestRing = 16 * 1024 * 1024;
-constexpr int kLargestFileRead = 4091;
 constexpr double kLongestSeconds = 1e6;
 constexpr double kLargestCount = 1e15;  // a period of that many ns is eleven days
 
@@ -47,6 +49,19 @@ CLI::Validator number(double from, double to) {
         return quoted(text) + " is not a number from " + formatted("%g to %g", from, to);
     };
     return CLI::Validator(check, "", "number");
+}
+
+/** The same, and without a fraction; 1e6 is one, which the parser's own conversion refuses. */
+CLI::Validator whole(double from, double to) {
+    const auto check = [from, to](std::string& text) -> std::string {
+        const std::string wrong = number(from, to)(text);
+        if (!wrong.empty()) return wrong;
+        const double value = std::strtod(text.c_str(), nullptr);
+        if (value != std::floor(value)) return subhalctl::quoted(text) + " is not a whole number";
+        text = std::to_string(static_cast<int64_t>(value));
+        return {};
+    };
+    return CLI::Validator(check, "", "whole number");
 }
 
 CLI::Validator seconds() {
@@ -92,6 +107,7 @@ struct Verb {
 };
 
 void addGlobalOptions(CLI::App& app, GlobalOptions& options) {
+    app.option_defaults()->group(kHubOptions);
     auto* sim =
         app.add_flag("--sim", options.hub.sim, "Run on a simulated hub whose sensors send signals");
     app.add_option("--replay", options.hub.recording,
@@ -99,12 +115,12 @@ void addGlobalOptions(CLI::App& app, GlobalOptions& options) {
         ->transform(path(Except::kDash))
         ->excludes(sim);
     app.add_flag("--fast", options.hub.fast, "Play a recording in no time instead of its own");
-    app.add_flag("--trace", options.trace,
-                 "Show each call of the library on the hub's files on standard error");
     app.add_option("--seed", options.hub.seed, "Seed of the simulated signals")
-        ->check(number(0, kLargestCount))
-        ->capture_default_str();
-    app.add_flag("--still", options.hub.still, "The simulated device lies on a table, untouched");
+        ->transform(whole(0, kLargestCount))
+        ->capture_default_str()
+        ->needs(sim);
+    app.add_flag("--still", options.hub.still, "The simulated device lies on a table, untouched")
+        ->needs(sim);
     app.add_option("--chips", options.hub.chips,
                    "Another catalogue for the simulated hub: a device's sensor_spec, or JSON as in "
                    "the manual")
@@ -114,6 +130,9 @@ void addGlobalOptions(CLI::App& app, GlobalOptions& options) {
                    "Let the simulated hub fail, as in read:1:EIO or drop:4@5s; see the manual")
         ->allow_extra_args(false)
         ->needs(sim);
+    app.option_defaults()->group(kCommonOptions);
+    app.add_flag("--trace", options.trace,
+                 "Show each call of the library on the hub's files on standard error");
     app.add_option("--library", options.library,
                    "Path of the sub-HAL library (default: the build tree's, else the loader's)")
         ->transform(path(Except::kBareNames));
@@ -123,6 +142,9 @@ void addGlobalOptions(CLI::App& app, GlobalOptions& options) {
         ->check(CLI::IsMember({"verbose", "debug", "info", "warning", "error", "silent"}));
     app.add_flag("--quiet", options.quiet,
                  "No headers and notes, no summary of watch, no records of direct");
+    app.add_flag("--wide", options.wide,
+                 "All columns and whole lines, however narrow the terminal is");
+    app.option_defaults()->group("Options");
 }
 
 void addList(CLI::App& app, Command& command) {
@@ -161,12 +183,12 @@ void addWatched(CLI::App& verb, WatchOptions& options) {
     auto* rate =
         verb.add_option("--rate", options.rateHz, "Rate in Hz (default: 50)")->check(hertz());
     verb.add_option("--period", options.periodNs, "Sampling period in ns")
-        ->check(number(1, kLargestCount))
+        ->transform(whole(1, kLargestCount))
         ->excludes(rate);
     verb.add_option("--latency", options.latencyMs, "Maximum report latency in ms")
-        ->check(number(0, 86'400'000));
+        ->transform(whole(0, 86'400'000));
     verb.add_option("--count", options.count, "End after that many events")
-        ->check(number(1, kLargestCount));
+        ->transform(whole(1, kLargestCount));
     verb.add_option("--seconds", options.seconds,
                     "End after that time (default: at Ctrl-C). Exit code 6 with fewer events than "
                     "--count, or when a sensor that reports by itself stayed silent")
@@ -206,12 +228,14 @@ void addReplay(CLI::App& app, Command& command) {
     replay->add_option("FILE", command.options.hub.recording, "Recording, - for standard input")
         ->required()
         ->transform(path(Except::kDash));
+    replay->add_flag("--fast", command.options.hub.fast, "Play in no time instead of its own");
     replay->callback([&command] { command.run = runReplay; });
 }
 
 void addPlot(CLI::App& app, Command& command) {
     const Verb<PlotOptions> verb(
-        app, command, "plot", "Draw a recording: values, intervals, latencies, wakelocks", runPlot);
+        app, command, "plot",
+        "Draw a recording: values, intervals, latencies, wakelocks; needs gnuplot", runPlot);
     verb.app->add_option("FILE", verb.options->recording, "Recording, - for standard input")
         ->required()
         ->transform(path(Except::kDash));
@@ -253,7 +277,7 @@ void addDirect(CLI::App& app, Command& command) {
         ->required()
         ->check(CLI::IsMember({"normal", "fast", "very-fast"}));
     verb.app->add_option("--size", verb.options->bytes, "Bytes of the memory, 104 per record")
-        ->check(number(kSmallestRing, kLargestRing))
+        ->transform(whole(kSmallestRing, kLargestRing))
         ->capture_default_str();
     verb.app->add_option("--seconds", verb.options->seconds, "Time to read")
         ->check(seconds())
@@ -283,23 +307,6 @@ void addMessage(CLI::App& app, Command& command) {
     group->require_option(1);
 }
 
-void addHubFile(CLI::App& hub, Command& command) {
-    const Verb<HubFileOptions> verb(hub, command, "file", "Ask for a file operation", runHubFile);
-    verb.app->add_option("OPERATION", verb.options->operation, "read, write or remove")
-        ->required()
-        ->check(CLI::IsMember({"read", "write", "remove"}));
-    verb.app
-        ->add_option("PATH", verb.options->path,
-                     "Path on the host; beside the hub's own paths, a real file of this machine")
-        ->required();
-    verb.app->add_option("TEXT", verb.options->text, "What to write");
-    verb.app->add_option("--size", verb.options->size, "Bytes to read")
-        ->check(number(0, kLargestFileRead))
-        ->capture_default_str();
-    verb.app->add_option("--offset", verb.options->offset, "Position in the file")
-        ->check(number(0, kLargestCount));
-}
-
 void addHub(CLI::App& app, Command& command) {
     CLI::App* hub = app.add_subcommand("hub", "Make the simulated hub ask for something (--sim)");
     hub->require_subcommand(1);
@@ -308,21 +315,62 @@ void addHub(CLI::App& app, Command& command) {
     dump.app
         ->add_option("TYPE", dump.options->type, "Kind of dump; becomes a part of the files' names")
         ->required()
-        ->check(number(0, 255));
+        ->transform(whole(0, 255));
     dump.app
         ->add_option("COUNT", dump.options->count,
                      "How many of this type the library is to keep; for type 0 that is always 2")
         ->required()
-        ->check(number(0, 255));
-    addHubFile(*hub, command);
+        ->transform(whole(0, 255));
 }
 
-/** A verb inherits the footer, which is of no use to one that takes no sensors. */
-void trimHelp(CLI::App& app) {
-    for (CLI::App* verb : app.get_subcommands([](const CLI::App*) { return true; })) {
-        if (verb->get_option_no_throw("SENSOR") == nullptr) verb->footer("");
-        trimHelp(*verb);
+/** A recording is its hub. */
+bool bringsHub(const CLI::App& verb) {
+    return verb.get_name() == "replay" || verb.get_name() == "plot";
+}
+
+/** A verb's help also has the options that all verbs share, for they are understood behind it. */
+class Help : public CLI::Formatter {
+  public:
+    Help() { column_width(kColumn); }
+
+    std::string make_help(const CLI::App* app, std::string name,
+                          CLI::AppFormatMode mode) const override {
+        std::istringstream text(CLI::Formatter::make_help(app, std::move(name), mode));
+        std::string help;
+        for (std::string line; std::getline(text, line);) {
+            const bool second = line.empty() && help.size() > 1 && help[help.size() - 2] == '\n';
+            if (!second) help += wrapped(line, line.rfind("  ", 0) == 0 ? kColumn : 0) + '\n';
+        }
+        return help;
     }
+
+    std::string make_footer(const CLI::App* app) const override {
+        const CLI::App* program = app;
+        while (program->get_parent() != nullptr) {
+            program = program->get_parent();
+        }
+        if (program == app) return std::string(kNaming) + '\n' + kExitCodes + '\n';
+        std::string footer = app->get_option_no_throw("SENSOR") != nullptr ? kNaming : "";
+        if (!bringsHub(*app)) footer += group(*program, kHubOptions);
+        if (app->get_name() != "plot") footer += group(*program, kCommonOptions);
+        return footer + "\nExit codes: subhalctl --help\n";
+    }
+
+  private:
+    static constexpr size_t kColumn = 26;
+
+    std::string group(const CLI::App& app, const char* name) const {
+        return make_group(name, false, app.get_options([name](const CLI::Option* option) {
+            return option->get_group() == name;
+        }));
+    }
+};
+
+/** An option that was given and has no effect. */
+std::string idleOption(const HubChoice& hub) {
+    if (hub.sim && !hub.recording.empty()) return "--sim excludes replay";
+    const bool idle = hub.fast && hub.recording.empty();
+    return idle ? "--fast requires --replay, or the verb replay" : "";
 }
 
 /** What parsing stopped at, in words that help. */
@@ -358,7 +406,7 @@ ExitCode tell(const CLI::App& app, const CLI::ParseError& error) {
 Command parseCommandLine(int argc, char** argv, ExitCode* exitCode) {
     Command command;
     CLI::App app("Plays the sensors proxy to a sub-HAL library.", "subhalctl");
-    app.footer(kFooter);
+    app.formatter(std::make_shared<Help>());
     app.set_version_flag("--version", "subhalctl " SUBHALCTL_VERSION);
     app.require_subcommand(1);
     app.fallthrough();
@@ -375,12 +423,17 @@ Command parseCommandLine(int argc, char** argv, ExitCode* exitCode) {
     addDirect(app, command);
     addMessage(app, command);
     addHub(app, command);
-    trimHelp(app);
     *exitCode = kOk;
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         *exitCode = tell(app, error);
+        command.run = nullptr;
+    }
+    const std::string idle = command.run ? idleOption(command.options.hub) : "";
+    if (!idle.empty()) {
+        complain("%s; see --help", idle.c_str());
+        *exitCode = kUsage;
         command.run = nullptr;
     }
     return command;

@@ -31,6 +31,9 @@ void catchInterrupts() {
     struct sigaction action {};
     action.sa_handler = onSignal;  // no SA_RESTART: whatever blocks is to give up
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        struct sigaction before {};
+        // nohup, or a shell's background job: who ignored it wants the run to go on.
+        if (sigaction(signal, nullptr, &before) == 0 && before.sa_handler == SIG_IGN) continue;
         sigaction(signal, &action, nullptr);
     }
     std::signal(SIGPIPE, SIG_IGN);

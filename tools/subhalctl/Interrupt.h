@@ -4,8 +4,8 @@ namespace subhalctl {
 
 /**
  * From now on the first Ctrl-C, SIGTERM or SIGHUP only asks the verb to end in an orderly way, with
- * all sensors off, and the second ends the process wherever it hangs. SIGPIPE becomes a failed
- * write.
+ * all sensors off, and the second ends the process wherever it hangs. One that was ignored stays
+ * ignored. SIGPIPE becomes a failed write.
  */
 void catchInterrupts();
 

@@ -31,6 +31,7 @@ int main(int argc, char** argv) {
     subhalctl::ExitCode exitCode = subhalctl::kOk;
     const subhalctl::Command command = subhalctl::parseCommandLine(argc, argv, &exitCode);
     if (!command.run) return subhalctl::afterOutput(exitCode);
+    if (command.options.wide) subhalctl::showWide();
     subhalctl::setLogLevel(logLevelOf(command.options));
     // As the sensors service does; the library names one file relative to it.
     if (chdir("/") != 0) subhalctl::complain("cannot enter the root directory");

@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -33,13 +32,6 @@ struct Injection {
     bool refused;
 };
 
-enum class FileOperation { kRead, kWrite, kRemove };
-
-struct FileOutcome {
-    int32_t result;
-    std::string data;
-};
-
 /** A hub in this process, in the place of the machine's own. It outlives the library. */
 class Hub {
   public:
@@ -59,11 +51,6 @@ class Hub {
     virtual bool requestDump(int type, int count) = 0;
     /** Names and sizes in the dump directory. */
     virtual std::vector<std::pair<std::string, size_t>> dumpFiles() = 0;
-    virtual std::optional<FileOutcome> requestFile(FileOperation operation, const std::string& path,
-                                                   const std::string& text, int size,
-                                                   int64_t offset) = 0;
-    /** What the library did against the protocol, in words. */
-    virtual std::vector<std::string> violations() = 0;
 
     // For a recording that is played request by request.
 

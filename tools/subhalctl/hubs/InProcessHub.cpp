@@ -66,20 +66,4 @@ std::vector<std::pair<std::string, size_t>> InProcessHub::dumpFiles() {
     return files;
 }
 
-std::optional<FileOutcome> InProcessHub::requestFile(FileOperation operation,
-                                                     const std::string& path,
-                                                     const std::string& text, int size,
-                                                     int64_t offset) {
-    std::optional<HubServices::FileReply> reply;
-    if (operation == FileOperation::kRead) reply = mServices.readFile(path, size, offset);
-    if (operation == FileOperation::kWrite) reply = mServices.writeFile(path, text, offset);
-    if (operation == FileOperation::kRemove) reply = mServices.removeFile(path);
-    if (!reply) return {};
-    return FileOutcome{reply->result, reply->data};
-}
-
-std::vector<std::string> InProcessHub::violations() {
-    return mServices.violations();
-}
-
 }  // namespace subhalctl

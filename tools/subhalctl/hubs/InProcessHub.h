@@ -1,6 +1,5 @@
 #pragma once
 
-#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -29,10 +28,6 @@ class InProcessHub : public Hub {
     bool waitReady() override;
     bool requestDump(int type, int count) override;
     std::vector<std::pair<std::string, size_t>> dumpFiles() override;
-    std::optional<FileOutcome> requestFile(FileOperation operation, const std::string& path,
-                                           const std::string& text, int size,
-                                           int64_t offset) override;
-    std::vector<std::string> violations() override;
 
   protected:
     simulator::SimulatedHub mHub;

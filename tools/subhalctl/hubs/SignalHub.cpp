@@ -11,6 +11,7 @@
 #include <fstream>
 #include <limits>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <thread>
 

@@ -22,13 +22,15 @@ double asDouble(int64_t value) {
     return static_cast<double>(value);
 }
 
+constexpr char kRate[] = "rate";
 constexpr Figure kFigures[] = {
     {"events", false, [](const Watched& one) { return asDouble(one.events); }},
     {"lost", false, [](const Watched& one) { return asDouble(one.intervals.lost()); }},
     {"backward", false, [](const Watched& one) { return asDouble(one.intervals.backward()); }},
     {"stale", false, [](const Watched& one) { return asDouble(one.stale); }},
     {"wakelocks", false, [](const Watched& one) { return asDouble(one.wakelocks); }},
-    {"rate", false, [](const Watched& one) { return one.intervals.rateHz(); }},
+    {kRate, false, [](const Watched& one) { return one.intervals.rateHz(); }},
+    {"jitter", true, [](const Watched& one) { return one.intervals.jitterNs(); }},
     {"latency.p50", true, [](const Watched& one) { return asDouble(one.latency.quantileNs(0.5)); }},
     {"latency.p99", true,
      [](const Watched& one) { return asDouble(one.latency.quantileNs(0.99)); }},
@@ -37,12 +39,22 @@ constexpr Figure kFigures[] = {
     {"interval.max", true, [](const Watched& one) { return asDouble(one.intervals.longestNs()); }},
 };
 
+bool isMeasured(const Figure& figure, const Watched& one) {
+    if (std::strncmp(figure.name, "latency", 7) == 0) return one.latency.count() > 0;
+    return one.intervals.intervals() > 0 || !(figure.isDuration || figure.name == kRate);
+}
+
 struct Part {
     const Figure* figure;
     std::string comparison;
     double bound;
     std::string text;
 };
+
+std::string trimmed(const std::string& text) {
+    const size_t begin = std::min(text.find_first_not_of(' '), text.size());
+    return text.substr(begin, text.find_last_not_of(' ') + 1 - begin);
+}
 
 std::optional<double> unitOf(const std::string& text, bool isDuration) {
     if (!isDuration) return text.empty() || text == "Hz" ? std::optional<double>(1) : std::nullopt;
@@ -56,7 +68,7 @@ std::optional<double> unitOf(const std::string& text, bool isDuration) {
 std::optional<Part> parsePart(const std::string& text, std::string* why) {
     const size_t at = std::min(text.find_first_of("<>="), text.size());
     const size_t behind = std::min(text.find_first_not_of("<>=", at), text.size());
-    const std::string name = text.substr(0, at);
+    const std::string name = trimmed(text.substr(0, at));
     const auto* figure = std::find_if(std::begin(kFigures), std::end(kFigures),
                                       [&](const Figure& one) { return name == one.name; });
     if (figure == std::end(kFigures)) {
@@ -70,10 +82,10 @@ std::optional<Part> parsePart(const std::string& text, std::string* why) {
         *why = "behind " + name + " stands one of = < <= > >=";
         return {};
     }
-    const std::string number = text.substr(behind);
+    const std::string number = trimmed(text.substr(behind));
     char* end = nullptr;
     const double value = std::strtod(number.c_str(), &end);
-    const auto unit = unitOf(end, figure->isDuration);
+    const auto unit = unitOf(trimmed(end), figure->isDuration);
     if (end == number.c_str() || !unit || !(value >= 0 && value <= 1e18)) {
         *why = quoted(number) + (figure->isDuration ? " is no time such as 20ms" : " is no number");
         return {};
@@ -85,7 +97,7 @@ std::vector<Part> parse(const std::string& text, std::string* why) {
     std::vector<Part> parts;
     for (size_t begin = 0; begin <= text.size();) {
         const size_t end = std::min(text.find(',', begin), text.size());
-        const auto part = parsePart(text.substr(begin, end - begin), why);
+        const auto part = parsePart(trimmed(text.substr(begin, end - begin)), why);
         if (!part) return {};
         parts.push_back(*part);
         begin = end + 1;
@@ -114,10 +126,15 @@ std::vector<std::string> brokenRequirements(const std::string& text, const Watch
     if (text.empty()) return broken;
     std::string why;
     for (const Part& part : parse(text, &why)) {
-        // A sensor that keeps no rate cannot miss one.
-        if (std::strcmp(part.figure->name, "rate") == 0 && watched.grantedHz <= 0) continue;
+        const bool measured = isMeasured(*part.figure, watched);
+        // A sensor that keeps no rate cannot miss one, and may have reported only once.
+        if (watched.grantedHz <= 0 && (!measured || part.figure->name == kRate)) continue;
         const double value = part.figure->of(watched);
-        if (fulfils(value, part)) continue;
+        if (measured && fulfils(value, part)) continue;
+        if (!measured) {
+            broken.push_back("nothing was measured, required is " + part.text);
+            continue;
+        }
         broken.push_back(part.figure->isDuration
                              ? formatted("%s is %.3f ms, required is %s", part.figure->name,
                                          value / 1e6, part.text.c_str())

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace subhalctl {
 
@@ -12,7 +13,8 @@ int64_t elapsedNs(int64_t earlier, int64_t later) {
 }
 
 void IntervalStatistics::add(int64_t timestampNs) {
-    const bool first = mEvents++ == 0;
+    ++mEvents;
+    const bool first = !std::exchange(mStarted, true);
     const int64_t intervalNs = elapsedNs(mLastNs, timestampNs);
     mLastNs = timestampNs;
     if (first) return;
@@ -21,6 +23,13 @@ void IntervalStatistics::add(int64_t timestampNs) {
     } else {
         ++mBackward;
     }
+}
+
+void IntervalStatistics::restart() {
+    const IntervalStatistics before = *this;
+    *this = IntervalStatistics(mExpectedNs);
+    mLastNs = before.mLastNs;
+    mStarted = before.mStarted;
 }
 
 void IntervalStatistics::addInterval(int64_t intervalNs) {
@@ -46,34 +55,40 @@ double IntervalStatistics::jitterNs() const {
     return mIntervals == 0 ? 0 : std::sqrt(mSquares / static_cast<double>(mIntervals));
 }
 
-size_t DurationStatistics::stepOf(int64_t durationNs) {
-    const auto duration = static_cast<uint64_t>(durationNs);
-    if (duration < kSteps) return static_cast<size_t>(duration);
-    const int shift = 63 - __builtin_clzll(duration) - kStepBits;
-    return static_cast<size_t>(shift + 1) * kSteps +
-           static_cast<size_t>((duration >> shift) - kSteps);
+namespace {
+
+/** To the middle of those that have the same eleven leading bits. */
+int64_t rounded(int64_t duration) {
+    const int dropped = std::max(0, 53 - __builtin_clzll(static_cast<uint64_t>(duration) | 1));
+    return (duration >> dropped << dropped) + (int64_t{1} << dropped) / 2;
 }
 
-int64_t DurationStatistics::middleOf(size_t step) {
-    if (step < kSteps) return static_cast<int64_t>(step);
-    const size_t shift = step / kSteps - 1;
-    const uint64_t low = uint64_t{step % kSteps + kSteps} << shift;
-    return static_cast<int64_t>(low + (uint64_t{1} << shift) / 2);
-}
+}  // namespace
 
 void DurationStatistics::add(int64_t durationNs) {
     durationNs = std::max<int64_t>(durationNs, 0);
-    ++mCounts[stepOf(durationNs)];
-    ++mCount;
     mLongestNs = std::max(mLongestNs, durationNs);
+    if (++mCount; exact() && mDurations.size() < kMostExact)
+        return mDurations.push_back(durationNs);
+    for (const int64_t earlier : std::exchange(mDurations, {})) {
+        ++mCounts[rounded(earlier)];
+    }
+    ++mCounts[rounded(durationNs)];
 }
 
 int64_t DurationStatistics::quantileNs(double share) const {
-    const auto wanted = static_cast<int64_t>(std::ceil(share * static_cast<double>(mCount)));
+    if (mCount == 0) return 0;
+    const auto ceiling = static_cast<int64_t>(std::ceil(share * static_cast<double>(mCount)));
+    const int64_t wanted = std::max<int64_t>(ceiling, 1);
+    if (exact()) {
+        const auto nth = mDurations.begin() + wanted - 1;
+        std::nth_element(mDurations.begin(), nth, mDurations.end());
+        return *nth;
+    }
     int64_t seen = 0;
-    for (size_t step = 0; step < mCounts.size(); ++step) {
-        seen += mCounts[step];
-        if (seen >= std::max<int64_t>(wanted, 1)) return std::min(middleOf(step), mLongestNs);
+    for (const auto& [duration, count] : mCounts) {
+        seen += count;
+        if (seen >= wanted) return std::min(duration, mLongestNs);
     }
     return 0;
 }

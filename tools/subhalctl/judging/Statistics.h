@@ -1,8 +1,9 @@
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
+#include <map>
+#include <vector>
 
 namespace subhalctl {
 
@@ -16,8 +17,11 @@ class IntervalStatistics {
     explicit IntervalStatistics(int64_t expectedPeriodNs = 0) : mExpectedNs(expectedPeriodNs) {}
 
     void add(int64_t timestampNs);
+    /** Forgets all but the last time stamp, so that the next interval is not lost between two. */
+    void restart();
 
     int64_t events() const { return mEvents; }
+    int64_t intervals() const { return mIntervals; }
     /** Events per second by their timestamps, 0 with less than two events in order. */
     double rateHz() const;
     /** Standard deviation of the intervals. */
@@ -36,6 +40,7 @@ class IntervalStatistics {
     int64_t mExpectedNs;
     int64_t mEvents = 0;
     int64_t mLastNs = 0;
+    bool mStarted = false;
     int64_t mIntervals = 0;
     double mMeanNs = 0;
     double mSquares = 0;  // sum of squared deviations from the mean
@@ -45,25 +50,26 @@ class IntervalStatistics {
     int64_t mBackward = 0;
 };
 
-/** Quantiles of durations, each true to about 3 %, in memory that does not grow. */
+/**
+ * Quantiles of durations: exact for the first million, and true to 0.1 % once there are more, so
+ * that a run of days costs no more memory.
+ */
 class DurationStatistics {
   public:
     /** A negative duration counts as none at all. */
     void add(int64_t durationNs);
 
+    bool exact() const { return mCounts.empty(); }
     int64_t count() const { return mCount; }
     /** @param share 0.5 for the median; 0 without durations */
     int64_t quantileNs(double share) const;
     int64_t longestNs() const { return mLongestNs; }
 
   private:
-    static constexpr int kStepBits = 4;  // so many steps, as a power of two, between powers of two
-    static constexpr size_t kSteps = size_t{1} << kStepBits;
+    static constexpr size_t kMostExact = 1'000'000;
 
-    static size_t stepOf(int64_t durationNs);
-    static int64_t middleOf(size_t step);
-
-    std::array<int64_t, (64 - kStepBits) * kSteps> mCounts{};
+    mutable std::vector<int64_t> mDurations;  // in any order; none once they are counted
+    std::map<int64_t, int64_t> mCounts;       // by rounded duration
     int64_t mCount = 0;
     int64_t mLongestNs = 0;
 };

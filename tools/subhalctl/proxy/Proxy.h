@@ -27,6 +27,7 @@ struct GlobalOptions {
     std::string library;   ///< empty: the build tree's, else what the loader finds
     std::string logLevel;  ///< empty: silent with a hub of this process, else warnings
     bool quiet = false;
+    bool wide = false;   ///< all columns, however narrow the terminal is
     bool trace = false;  ///< show each call of the library on the hub's files
 };
 

@@ -72,28 +72,52 @@ std::string rateText(double hertz) {
 
 std::string millisecondsText(const DurationStatistics& durations, double share) {
     if (durations.count() == 0) return "-";
-    return formatted("%.3f", static_cast<double>(durations.quantileNs(share)) / 1e6);
+    return formatted("%s%.3f", durations.exact() ? "" : "~",
+                     static_cast<double>(durations.quantileNs(share)) / 1e6);
+}
+
+std::string jitterText(const Watched& one) {
+    if (one.grantedHz <= 0 || one.intervals.intervals() == 0) return "-";
+    return formatted("%.3f", one.intervals.jitterNs() / 1e6);
+}
+
+size_t longestName(const std::vector<Watched>& watched) {
+    size_t longest = 0;
+    for (const Watched& one : watched) {
+        longest = std::max(longest, shownWidth(typeName(*one.sensor)));
+    }
+    return longest;
 }
 
 class TextWriter : public EventWriter {
   public:
-    void begin(const std::vector<Watched>& watched) override {
+    void begin(const std::vector<Watched>& watched, bool quiet) override {
+        mName = std::max<size_t>(longestName(watched), 6);
+        const size_t start = shownWidth(prefix("      timestamp/s", "handle   ", ""));
         for (const Watched& one : watched) {
-            print("%6" PRId32 "  %s: %s%s\n", one.sensor->sensorHandle,
-                  typeName(*one.sensor).c_str(), valueLegend(*one.sensor).c_str(),
-                  isWakeUp(*one.sensor) ? "; wake-up" : "");
+            const std::string legend = formatted(
+                "%6" PRId32 "  %s: %s%s", one.sensor->sensorHandle, typeName(*one.sensor).c_str(),
+                valueLegend(*one.sensor).c_str(), isWakeUp(*one.sensor) ? "; wake-up" : "");
+            if (!quiet) print("%s\n", wrapped(legend, 8).c_str());
+            const size_t values = decode(typeOf(*one.sensor), Payload{}).values.size();
+            // Where they do not fit before 12 characters a value and the notes, no names.
+            if (start + 12 * values + 14 > outputWidth()) mName = 0;
         }
+        if (quiet) return;
         const std::string values = watched.size() == 1 ? header(*watched.front().sensor) : "values";
-        print("\n%20s  %6s     %-30s  %s\n", "timestamp/s", "handle",
-              "sensor (W: wakelock, S: stale)", values.c_str());
+        print("%8s(W: wakelock, S: stale)\n\n%s%s\n", "",
+              prefix("      timestamp/s", "handle   ", "sensor").c_str(), values.c_str());
     }
 
     void event(const Watched& watched, const ReceivedEvent& received) override {
         const Event& event = received.event;
-        print("%s  %6" PRId32 " %c%c  %-30s  %s\n", timeText(event.timestamp).c_str(),
-              event.sensorHandle, received.wakelock ? 'W' : ' ',
-              watched.isStale(received) ? 'S' : ' ', typeName(*watched.sensor).c_str(),
-              contents(*watched.sensor, event).c_str());
+        const std::string handle =
+            formatted("%6" PRId32 " %c%c", event.sensorHandle, received.wakelock ? 'W' : ' ',
+                      watched.isStale(received) ? 'S' : ' ');
+        const std::string start =
+            prefix(timeText(event.timestamp), handle, typeName(*watched.sensor));
+        const std::string line = start + contents(*watched.sensor, event);
+        print("%s\n", wrapped(line, shownWidth(start)).c_str());
     }
 
     void summary(const std::vector<Watched>& watched) override {
@@ -101,6 +125,13 @@ class TextWriter : public EventWriter {
     }
 
   private:
+    std::string prefix(const std::string& time, const std::string& handle,
+                       const std::string& sensor) const {
+        const auto width = static_cast<int>(mName);
+        return time + "  " + handle +
+               (mName == 0 ? "" : formatted("  %-*s", width, sensor.c_str())) + "  ";
+    }
+
     static std::string header(const SensorInfo& sensor) {
         const std::vector<Value> values = decode(typeOf(sensor), Payload{}).values;
         const std::string unit = commonUnit(values);
@@ -122,11 +153,13 @@ class TextWriter : public EventWriter {
         }
         return valueColumns(sensor, event);
     }
+
+    size_t mName = 0;  // characters; 0 for none
 };
 
 class SilentWriter : public EventWriter {
   public:
-    void begin(const std::vector<Watched>&) override {}
+    void begin(const std::vector<Watched>&, bool) override {}
     void event(const Watched&, const ReceivedEvent&) override {}
     void summary(const std::vector<Watched>& watched) override { printText(summaryTable(watched)); }
 };
@@ -140,7 +173,8 @@ Reading readingOf(const SensorInfo& sensor, const Event& event) {
 
 class CsvWriter : public EventWriter {
   public:
-    void begin(const std::vector<Watched>& watched) override {
+    void begin(const std::vector<Watched>& watched, bool) override {
+        // The header is part of a CSV file, not a courtesy.
         for (const Watched& one : watched) {
             mColumns = std::max(mColumns, namesOf(*one.sensor).size());
         }
@@ -186,7 +220,7 @@ class CsvWriter : public EventWriter {
 
 class JsonWriter : public EventWriter {
   public:
-    void begin(const std::vector<Watched>&) override {}
+    void begin(const std::vector<Watched>&, bool) override {}
 
     void event(const Watched& watched, const ReceivedEvent& received) override {
         const Event& event = received.event;
@@ -267,8 +301,14 @@ void Watched::add(const ReceivedEvent& received) {
     }
 }
 
+void Watched::restart() {
+    intervals.restart();
+    latency = {};
+    events = stale = flushes = wakelocks = 0;
+}
+
 std::string timeText(int64_t timestampNs) {
-    return formatted("%10" PRId64 ".%09" PRId64, timestampNs / 1000000000,
+    return formatted("%7" PRId64 ".%09" PRId64, timestampNs / 1000000000,
                      std::abs(timestampNs % 1000000000));
 }
 
@@ -283,41 +323,40 @@ std::string valueLegend(const SensorInfo& sensor) {
     return reading.accuracy[0] != '\0' ? text + ", accuracy" : text;
 }
 
+Table figuresTable(const std::vector<Watched>& watched, bool slices) {
+    return Table({{slices ? "time/s" : "handle", 0, true, false, slices ? 10U : 0U},
+                  {"sensor", 0, true, true, longestName(watched)},
+                  {"events", 0},
+                  {"asked/Hz", 8, false},
+                  {"granted/Hz", 4, false},
+                  {"measured/Hz", 0, false},
+                  {"jitter/ms", 7, false},
+                  {"p50/ms", 5, false, false, 7},
+                  {"p99/ms", 1, false, false, 7},
+                  {"lost", 0},
+                  {"backward", slices ? 10 : 2, false},
+                  {"stale", slices ? 10 : 3, false},
+                  {"flushes", 9, false},
+                  {"wakelocks", 6, false}});
+}
+
+void addFigures(const std::vector<Watched>& watched, bool slices, Table* table) {
+    const std::string now = formatted("%.3f", static_cast<double>(hubNowNs()) / 1e9);
+    for (const Watched& one : watched) {
+        table->add({slices ? now : std::to_string(one.sensor->sensorHandle), typeName(*one.sensor),
+                    std::to_string(one.events), rateText(one.askedHz), rateText(one.grantedHz),
+                    rateText(one.grantedHz > 0 ? one.intervals.rateHz() : 0), jitterText(one),
+                    millisecondsText(one.latency, 0.5), millisecondsText(one.latency, 0.99),
+                    std::to_string(one.intervals.lost()), std::to_string(one.intervals.backward()),
+                    std::to_string(one.stale), std::to_string(one.flushes),
+                    std::to_string(one.wakelocks)});
+    }
+}
+
 std::string summaryTable(const std::vector<Watched>& watched) {
-    std::string table =
-        formatted("%6s  %-30s %8s %10s %10s %11s %8s %8s %6s %8s %6s %7s %9s\n", "handle", "sensor",
-                  "events", "asked/Hz", "granted/Hz", "measured/Hz", "p50/ms", "p99/ms", "lost",
-                  "backward", "stale", "flushes", "wakelocks");
-    for (const Watched& one : watched) {
-        const double measuredHz = one.grantedHz > 0 ? one.intervals.rateHz() : 0;
-        table += formatted("%6" PRId32 "  %-30s %8" PRId64 " %10s %10s %11s %8s %8s %6" PRId64
-                           " %8" PRId64 " %6" PRId64 " %7" PRId64 " %9" PRId64 "\n",
-                           one.sensor->sensorHandle, typeName(*one.sensor).c_str(), one.events,
-                           rateText(one.askedHz).c_str(), rateText(one.grantedHz).c_str(),
-                           rateText(measuredHz).c_str(), millisecondsText(one.latency, 0.5).c_str(),
-                           millisecondsText(one.latency, 0.99).c_str(), one.intervals.lost(),
-                           one.intervals.backward(), one.stale, one.flushes, one.wakelocks);
-    }
-    return table;
-}
-
-std::string statsHeader() {
-    return formatted("%14s  %-30s %8s %10s %11s %8s %8s %6s %9s\n", "time/s", "sensor", "events",
-                     "granted/Hz", "measured/Hz", "p50/ms", "p99/ms", "lost", "wakelocks");
-}
-
-std::string statsLines(const std::vector<Watched>& watched) {
-    std::string lines;
-    for (const Watched& one : watched) {
-        const double measuredHz = one.grantedHz > 0 ? one.intervals.rateHz() : 0;
-        lines += formatted(
-            "%14.3f  %-30s %8" PRId64 " %10s %11s %8s %8s %6" PRId64 " %9" PRId64 "\n",
-            static_cast<double>(hubNowNs()) / 1e9, typeName(*one.sensor).c_str(), one.events,
-            rateText(one.grantedHz).c_str(), rateText(measuredHz).c_str(),
-            millisecondsText(one.latency, 0.5).c_str(), millisecondsText(one.latency, 0.99).c_str(),
-            one.intervals.lost(), one.wakelocks);
-    }
-    return lines;
+    Table table = figuresTable(watched, false);
+    addFigures(watched, false, &table);
+    return table.text();
 }
 
 std::string valueColumns(const SensorInfo& sensor, const Event& event) {

@@ -7,6 +7,7 @@
 
 #include "tools/subhalctl/judging/Statistics.h"
 #include "tools/subhalctl/proxy/EventQueue.h"
+#include "tools/subhalctl/showing/Table.h"
 
 namespace subhalctl {
 
@@ -29,6 +30,8 @@ struct Watched {
 
     bool isStale(const ReceivedEvent& received) const;
     void add(const ReceivedEvent& received);
+    /** Counts from here on. */
+    void restart();
 };
 
 /** Writes events to standard output, one per line. */
@@ -36,8 +39,8 @@ class EventWriter {
   public:
     virtual ~EventWriter() = default;
 
-    /** What goes before the first event. */
-    virtual void begin(const std::vector<Watched>& watched) = 0;
+    /** Before the first event, with what goes before it unless it is to be `quiet`. */
+    virtual void begin(const std::vector<Watched>& watched, bool quiet) = 0;
     virtual void event(const Watched& watched, const ReceivedEvent& received) = 0;
     /** What goes behind the last one. */
     virtual void summary(const std::vector<Watched>& watched) = 0;
@@ -60,8 +63,8 @@ std::string timeText(int64_t timestampNs);
 /** A table of the sensors' figures. */
 std::string summaryTable(const std::vector<Watched>& watched);
 
-/** The same, shorter, to be written again and again. */
-std::string statsHeader();
-std::string statsLines(const std::vector<Watched>& watched);
+/** The same, to be written again and again, with the time in place of the handle for `slices`. */
+Table figuresTable(const std::vector<Watched>& watched, bool slices);
+void addFigures(const std::vector<Watched>& watched, bool slices, Table* table);
 
 }  // namespace subhalctl

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -18,11 +19,14 @@
 namespace subhalctl {
 namespace {
 
+constexpr size_t kNarrowest = 40;  // below that nothing fits
+constexpr size_t kUsualWidth = 80;
 constexpr size_t kPiece = 4096;   // a pipe that poll() calls writable takes that much at once
 constexpr int kPatienceMs = 300;  // for a blocked output, once the verb is to end
 
 std::string gPending;
 int gError = 0;
+bool gWide = false;
 
 std::string formatArguments(const char* format, va_list arguments) {
     va_list again;
@@ -167,6 +171,48 @@ std::string formatted(const char* format, ...) {
     std::string text = formatArguments(format, arguments);
     va_end(arguments);
     return text;
+}
+
+size_t outputWidth() {
+    if (gWide) return kUnlimited;
+    const bool terminal = isatty(STDOUT_FILENO) != 0;
+    winsize window{};
+    if (terminal && ioctl(STDOUT_FILENO, TIOCGWINSZ, &window) == 0 && window.ws_col > 0) {
+        return std::max<size_t>(window.ws_col, kNarrowest);
+    }
+    const char* columns = std::getenv("COLUMNS");
+    const size_t wanted = columns != nullptr ? std::strtoul(columns, nullptr, 10) : 0;
+    if (wanted > 0) return std::max(wanted, kNarrowest);
+    return terminal ? kUsualWidth : kUnlimited;  // a serial line does not know its width
+}
+
+void showWide() {
+    gWide = true;
+}
+
+size_t shownWidth(const std::string& text) {
+    return static_cast<size_t>(std::count_if(text.begin(), text.end(), [](char byte) {
+        return (static_cast<unsigned char>(byte) & 0xC0) != 0x80;  // not the first of a character
+    }));
+}
+
+std::string wrapped(const std::string& line, size_t indent, size_t width) {
+    std::string result;
+    std::string rest = line;
+    while (shownWidth(rest) > width) {
+        const size_t first = rest.find_first_not_of(' ');
+        size_t cut = rest.find(' ', first);
+        for (size_t next = cut; next < rest.size() && shownWidth(rest.substr(0, next)) <= width;
+             next = rest.find(' ', next + 1)) {
+            cut = next;
+        }
+        const size_t word = rest.find_first_not_of(' ', cut);
+        if (word == std::string::npos) break;
+        const size_t end = rest.find_last_not_of(' ', cut) + 1;
+        result += rest.substr(0, end) + '\n';
+        rest = std::string(indent, ' ') + rest.substr(word);
+    }
+    return result + rest;
 }
 
 std::string quoted(const std::string& text) {

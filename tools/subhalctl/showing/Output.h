@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <string>
 
 #include "tools/subhalctl/ExitCode.h"
@@ -49,6 +51,21 @@ ExitCode afterOutput(ExitCode verb);
 
 /** Text of printf's arguments. */
 std::string formatted(const char* format, ...) __attribute__((format(printf, 1, 2)));
+
+constexpr size_t kUnlimited = SIZE_MAX;
+
+/**
+ * Characters that fit into a line of standard output: of a terminal its width, else COLUMNS when
+ * the environment has it. kUnlimited in a pipe, and after showWide().
+ */
+size_t outputWidth();
+void showWide();
+
+/** Characters of a printable UTF-8 text. */
+size_t shownWidth(const std::string& text);
+
+/** A line broken at blanks where it is longer than `width`; all but the first are indented. */
+std::string wrapped(const std::string& line, size_t indent, size_t width = outputWidth());
 
 /** As in "1 event" and "2 events". */
 template <typename Number>

@@ -39,9 +39,9 @@ class Client {
         if (quiet) return;
         mWriter = EventWriter::make(format);
         if (format != "text") {
-            mWriter->begin(mWatched);
+            mWriter->begin(mWatched, false);
         } else {
-            print("%10s  %20s  %8s  %s\n", "counter", "timestamp/s", "age/ms",
+            print("%10s  %17s  %8s  %s\n", "counter", "timestamp/s", "age/ms",
                   valueLegend(sensor).c_str());
         }
     }

@@ -65,26 +65,33 @@ std::string orNone(const android::hardware::hidl_string& text) {
     return text.empty() ? "-" : printable(text);
 }
 
-void printLine(const SensorInfo& sensor) {
-    print("%6" PRId32 "  %-30s %-10s  %-7s  %-24s %6" PRIu32 "  %s\n", sensor.sensorHandle,
-          typeName(sensor).c_str(), modeName(reportingMode(sensor)),
-          isWakeUp(sensor) ? "wake-up" : "", rates(sensor).c_str(), sensor.fifoMaxEventCount,
-          orNone(sensor.name).c_str());
+std::string detailsOf(const SensorInfo& sensor) {
+    const std::string lines[] = {
+        "vendor      " + orNone(sensor.vendor),
+        formatted("type        %" PRId32 ", %s, version %" PRId32,
+                  static_cast<int32_t>(sensor.type), orNone(sensor.typeAsString).c_str(),
+                  sensor.version),
+        "permission  " + orNone(sensor.requiredPermission),
+        formatted("flags       0x%03" PRIx32 ": %s; %s", sensor.flags,
+                  modeName(reportingMode(sensor)), otherFlags(sensor.flags).c_str()),
+        formatted("range       %.6g in steps of %.6g, %.3f mA", numberOf(sensor.maxRange),
+                  numberOf(sensor.resolution), numberOf(sensor.power)),
+        formatted("delays      %" PRId32 " to %" PRId32 " µs; FIFO %" PRIu32 ", reserved %" PRIu32,
+                  sensor.minDelay, sensor.maxDelay, sensor.fifoMaxEventCount,
+                  sensor.fifoReservedEventCount),
+        "values      " + valueLegend(sensor)};
+    std::string text;
+    for (const std::string& line : lines) {
+        text += wrapped("        " + line, 20) + '\n';
+    }
+    return text;
 }
 
-void printDetails(const SensorInfo& sensor) {
-    print("%8svendor      %s\n", "", orNone(sensor.vendor).c_str());
-    print("%8stype        %" PRId32 ", %s, version %" PRId32 "\n", "",
-          static_cast<int32_t>(sensor.type), orNone(sensor.typeAsString).c_str(), sensor.version);
-    print("%8spermission  %s\n", "", orNone(sensor.requiredPermission).c_str());
-    print("%8sflags       0x%03" PRIx32 ": %s; %s\n", "", sensor.flags,
-          modeName(reportingMode(sensor)), otherFlags(sensor.flags).c_str());
-    print("%8srange       %.6g in steps of %.6g, %.3f mA\n", "", numberOf(sensor.maxRange),
-          numberOf(sensor.resolution), numberOf(sensor.power));
-    print("%8sdelays      %" PRId32 " to %" PRId32 " µs; FIFO %" PRIu32 ", reserved %" PRIu32 "\n",
-          "", sensor.minDelay, sensor.maxDelay, sensor.fifoMaxEventCount,
-          sensor.fifoReservedEventCount);
-    print("%8svalues      %s\n", "", valueLegend(sensor).c_str());
+void addLine(const SensorInfo& sensor, bool details, Table* table) {
+    table->add({std::to_string(sensor.sensorHandle), typeName(sensor),
+                modeName(reportingMode(sensor)), isWakeUp(sensor) ? "wake-up" : "", rates(sensor),
+                std::to_string(sensor.fifoMaxEventCount), orNone(sensor.name)},
+               details ? detailsOf(sensor) : "");
 }
 
 Json jsonOf(const SensorInfo& sensor) {
@@ -130,14 +137,17 @@ ExitCode runList(Proxy& proxy, const ListOptions& options) {
         printText(list.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
         return kOk;
     }
-    if (!proxy.options().quiet) {
-        print("%6s  %-30s %-10s  %-7s  %-24s %6s  %s\n", "handle", "sensor", "mode", "", "rates",
-              "FIFO", "name");
-    }
+    Table table({{"handle", 0},
+                 {"sensor", 0, true, true},
+                 {"mode", 1, true, true},
+                 {"", 3, true, true},
+                 {"rates", 2, true, true},
+                 {"FIFO", 4, false},
+                 {"name", 5, true, true}});
     for (const SensorInfo* sensor : sensors) {
-        printLine(*sensor);
-        if (options.details) printDetails(*sensor);
+        addLine(*sensor, options.details, &table);
     }
+    print("%s", table.text(!proxy.options().quiet).c_str());
     return kOk;
 }
 

@@ -306,10 +306,6 @@ ExitCode Replay::run() {
 
 ExitCode runReplay(Proxy& proxy) {
     const HubChoice& hub = proxy.options().hub;
-    if (hub.sim) {
-        complain("--sim excludes replay: a recording is a hub of its own");
-        return kUsage;
-    }
     const ExitCode made = proxy.openReplay(hub.recording, {hub.fast, false, {}, {}});
     if (made != kOk) return made;
     proxy.keepCalls();

@@ -92,13 +92,4 @@ struct HubDumpOptions {
 };
 ExitCode runHubDump(Proxy& proxy, const HubDumpOptions& options);
 
-struct HubFileOptions {
-    std::string operation;  ///< "read", "write" or "remove"
-    std::string path;
-    int size = 4091;
-    int64_t offset = 0;
-    std::string text;  ///< to be written
-};
-ExitCode runHubFile(Proxy& proxy, const HubFileOptions& options);
-
 }  // namespace subhalctl

@@ -46,6 +46,7 @@ class Watch {
     void showProgress();
     bool allSpent() const;
     EventQueue::End receive();
+    ExitCode judgeSilence() const;
     ExitCode keepRecording(EventQueue::End end);
     ExitCode judgeRecording() const;
     ExitCode judge(EventQueue::End end) const;
@@ -56,7 +57,6 @@ class Watch {
     std::unique_ptr<EventWriter> mWriter;
     Progress mProgress;
     std::vector<Watched> mWatched;
-    std::vector<Watched> mFresh;    // the same before the first event
     std::vector<Watched> mSlice;    // the same for the seconds that are counted now
     std::vector<int64_t> mPeriods;  // by index of mWatched
     std::deque<ActiveSensor> mActive;
@@ -105,7 +105,6 @@ bool Watch::activateSensors() {
         if (!mActive.back().active()) return false;
         mWatched[i].startNs = mActive.back().startNs();
     }
-    mFresh = mWatched;
     return true;
 }
 
@@ -158,15 +157,7 @@ ExitCode Watch::judgeRecording() const {
 }
 
 /** Sensors that report by themselves, and did not, make a failure; so does no event at all. */
-ExitCode Watch::judge(EventQueue::End end) const {
-    if (const size_t overflowed = mProxy.events().overflowed()) {
-        complain("%zu events were dropped, because the output could not take them", overflowed);
-        return kOutputLost;
-    }
-    const bool played = end == EventQueue::End::kEnded;
-    if (played && judgeRecording() != kOk) return kNoData;
-    if (mOptions.count > 0) return mLeft > 0 ? kNoData : kOk;
-    if (played || end == EventQueue::End::kInterrupted) return kOk;
+ExitCode Watch::judgeSilence() const {
     bool any = false;
     ExitCode result = kOk;
     for (const Watched& one : mWatched) {
@@ -175,12 +166,47 @@ ExitCode Watch::judge(EventQueue::End end) const {
         const bool talks =
             mode == SensorFlagBits::CONTINUOUS_MODE || mode == SensorFlagBits::ON_CHANGE_MODE;
         if (one.events > 0 || !talks) continue;
-        complain("%s stayed silent; \"subhalctl doctor\" and --log error tell more",
-                 typeName(*one.sensor).c_str());
         result = kNoData;
+        if (one.sensor->fifoMaxEventCount > 0 &&
+            mOptions.latencyMs * 1'000'000 > elapsedNs(one.startNs, hubNowNs())) {
+            complain("%s reported nothing yet: --latency lets it wait for %" PRId64 " ms",
+                     typeName(*one.sensor).c_str(), mOptions.latencyMs);
+        } else {
+            complain("%s stayed silent; \"subhalctl doctor\" and --log error tell more",
+                     typeName(*one.sensor).c_str());
+        }
     }
     if (!any && result == kOk) complain("no events");
     return any ? result : kNoData;
+}
+
+ExitCode Watch::judge(EventQueue::End end) const {
+    if (const size_t overflowed = mProxy.events().overflowed()) {
+        complain("%zu events were dropped, because the output could not take them", overflowed);
+        return kOutputLost;
+    }
+    const bool played = end == EventQueue::End::kEnded;
+    if (played && judgeRecording() != kOk) return kNoData;
+    if (mOptions.count > 0 && mLeft == 0) return kOk;
+    if (mOptions.count > 0) {
+        const ExitCode silence = played ? kOk : judgeSilence();
+        if (silence == kOk)
+            complain("%" PRId64 " of %" PRId64 " events came", mOptions.count - mLeft,
+                     mOptions.count);
+        return kNoData;
+    }
+    if (played) return kOk;
+    if (end == EventQueue::End::kInterrupted) {
+        const bool any = std::any_of(mWatched.begin(), mWatched.end(),
+                                     [](const Watched& one) { return one.events > 0; });
+        // Without --seconds there is no other end, and what came is all there was to judge.
+        if (!any || (mOptions.seconds > 0 && !mOptions.requirement.empty())) {
+            complain("interrupted before %s", any ? "--require could be judged" : "any event");
+            return kNoData;
+        }
+        if (mOptions.requirement.empty()) return kOk;
+    }
+    return judgeSilence();
 }
 
 ExitCode Watch::require() const {
@@ -203,12 +229,17 @@ EventQueue::End Watch::receive() {
     };
     const auto end =
         mOptions.seconds > 0 ? Clock::now() + lengthOf(mOptions.seconds) : Clock::time_point::max();
-    print("%s", statsHeader().c_str());
+    Table table = figuresTable(mWatched, true);
+    mSlice = mWatched;
+    print("%s", table.text().c_str());
     for (auto next = Clock::now();;) {
         next += lengthOf(mOptions.statsSeconds);
-        mSlice = mFresh;
         const auto ended = mProxy.events().receive(std::min(next, end), handler);
-        print("%s", statsLines(mSlice).c_str());
+        addFigures(mSlice, true, &table);
+        print("%s", table.text().c_str());
+        for (Watched& one : mSlice) {
+            one.restart();
+        }
         if (ended != EventQueue::End::kTimeout || Clock::now() >= end) return ended;
     }
 }
@@ -227,9 +258,7 @@ ExitCode Watch::run() {
     const ExitCode selected = selectSensors();
     if (selected != kOk) return selected;
     const bool quiet = mProxy.options().quiet;
-    // The header is part of a CSV file, not a courtesy.
-    const bool events = mOptions.statsSeconds <= 0;
-    if (events && (!quiet || mOptions.format == "csv")) mWriter->begin(mWatched);
+    if (mOptions.statsSeconds <= 0) mWriter->begin(mWatched, quiet);
     if (!activateSensors()) return kRefused;
     const auto end = receive();
     mActive.clear();
