@@ -13,7 +13,7 @@
 #include <fstream>
 #include <thread>
 
-#include "simulator/DeviceProfile.h"
+#include "simulator/KnownSensors.h"
 
 // The library's log costs what the platform's log costs; it is not what is measured here.
 extern "C" __attribute__((visibility("default"))) int __android_log_print(int, const char*,
@@ -56,15 +56,15 @@ MountedHub::MountedHub(const std::vector<int>& handles, int strangers) {
         if (std::find(handles.begin(), handles.end(), sensor.handle) == handles.end()) continue;
         spec += simulator::encodeSpec(sensor);
         makeDevice(number,
-                   simulator::deviceName(*simulator::findProfile(sensor.handle), sensor.wakeUp));
+                   simulator::iioNameOf(*simulator::findKnownSensor(sensor.handle), sensor.wakeUp));
         mWriters[sensor.handle] = makeFifo("/dev/iio:device" + std::to_string(number));
         mNumberOf[sensor.handle] = number;
         mNumbers.push_back(number++);
     }
     // The hub's own two, which the library asks for whatever the specification lists.
     for (const int handle : {32, 33}) {
-        const simulator::DeviceProfile& profile = *simulator::findProfile(handle);
-        makeDevice(number, simulator::deviceName(profile, profile.plainNameIsWakeUp));
+        const simulator::KnownSensor& profile = *simulator::findKnownSensor(handle);
+        makeDevice(number, simulator::iioNameOf(profile, profile.plainNameIsWakeUp));
         mWriters[handle] = makeFifo("/dev/iio:device" + std::to_string(number));
         mNumbers.push_back(number++);
     }

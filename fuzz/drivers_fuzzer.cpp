@@ -26,7 +26,7 @@ struct Bench {
         SensorBase& sensor = *list.at(input.byte() % list.size());
         const int handle = sensor.getHandle();
         const uint8_t what = input.byte();
-        const size_t whole = simulator::findProfile(handle)->recordSize;
+        const size_t whole = simulator::findKnownSensor(handle)->recordSize;
         switch (what % 8) {
             case 0: {
                 Event event = {};

@@ -11,6 +11,7 @@
 #include "hub/SensorHubDataWriter.h"
 #include "hub/SensorHubSensor.h"
 #include "simulator/HubServices.h"
+#include "simulator/KnownSensors.h"
 #include "simulator/SimulatedHub.h"
 
 // The input is a row of steps, each behind a byte: records of either device, whole or short, the
@@ -26,8 +27,8 @@ using android::hardware::sensors::V2_0::zelva_sensorhub::SensorHubDataWriter;
 using android::hardware::sensors::V2_0::zelva_sensorhub::SensorHubSensor;
 
 constexpr char kDirectory[] = "/data/vendor/sensorhub/";
-constexpr int kContextHandle = 32;
-constexpr int kHousekeepingHandle = 33;
+using simulator::kContextHandle;
+using simulator::kHousekeepingHandle;
 constexpr size_t kMaxSteps = 40;
 constexpr size_t kLongestMessage = 1120;
 

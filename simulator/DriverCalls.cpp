@@ -130,7 +130,7 @@ ssize_t SimulatedHub::readRecords(IioDevice& device, int fd, void* buffer, size_
     const auto ready = [&device] { return device.isRemoved() || device.queued() > 0; };
     if (!ready()) {
         if (!device.wasEverEnabled()) return 0;
-        if (size < device.profile().recordSize) return -EINVAL;
+        if (size < device.known().recordSize) return -EINVAL;
         if ((fcntl(fd, F_GETFL) & O_NONBLOCK) != 0) return -EAGAIN;
         ++device.waitingReads;
         mReadable.wait(lock, ready);

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "simulator/DeviceProfile.h"
+#include "simulator/KnownSensors.h"
 
 namespace simulator {
 

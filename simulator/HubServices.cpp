@@ -15,9 +15,6 @@
 namespace simulator {
 namespace {
 
-constexpr int kContextHandle = 32;
-constexpr int kHousekeepingHandle = 33;
-
 constexpr uint8_t kFileManagerCommand = 0xFB;
 constexpr uint8_t kDumpCommand = 0xFC;
 constexpr char kReadySignal = 3;

@@ -26,8 +26,8 @@ uint64_t capacityOf(uint32_t length) {
 
 }  // namespace
 
-IioDevice::IioDevice(const DeviceProfile& profile, const SensorSpec& spec, int number)
-    : mProfile(profile), mSpec(spec), mNumber(number) {}
+IioDevice::IioDevice(const KnownSensor& known, const SensorSpec& spec, int number)
+    : mKnown(known), mSpec(spec), mNumber(number) {}
 
 IioDevice::~IioDevice() {
     if (mFifo >= 0) ::close(mFifo);
@@ -69,7 +69,7 @@ int IioDevice::setWatermark(uint32_t watermark) {
 
 int IioDevice::setBufferEnabled(bool enable) {
     if (enable == mBufferEnabled) return 0;
-    if (enable && capacityOf(mLength) * mProfile.recordSize > kMaxBuffer) return ENOMEM;
+    if (enable && capacityOf(mLength) * mKnown.recordSize > kMaxBuffer) return ENOMEM;
     if (enable) mRecords.clear();
     mBufferEnabled = enable;
     mEverEnabled = true;
@@ -91,7 +91,7 @@ bool IioDevice::push(const std::string& record, bool force) {
 
 ssize_t IioDevice::take(void* buffer, size_t size) {
     if (size < mRecords.front().size()) return -EINVAL;
-    const size_t most = std::max<size_t>(1, size / mProfile.recordSize);
+    const size_t most = std::max<size_t>(1, size / mKnown.recordSize);
     size_t filled = 0;
     for (size_t i = 0; i < most && !mRecords.empty(); ++i) {
         size_t count = mRecords.front().size();

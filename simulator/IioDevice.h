@@ -7,8 +7,8 @@
 #include <optional>
 #include <string>
 
-#include "simulator/DeviceProfile.h"
 #include "simulator/DeviceState.h"
+#include "simulator/KnownSensors.h"
 
 namespace simulator {
 
@@ -19,7 +19,7 @@ namespace simulator {
  */
 class IioDevice {
   public:
-    IioDevice(const DeviceProfile& profile, const SensorSpec& spec, int number);
+    IioDevice(const KnownSensor& known, const SensorSpec& spec, int number);
     ~IioDevice();
     IioDevice(const IioDevice&) = delete;
     IioDevice& operator=(const IioDevice&) = delete;
@@ -27,7 +27,7 @@ class IioDevice {
     /** Opens the writing end of the FIFO that has been made at `path`. */
     bool attach(const std::string& path);
 
-    const DeviceProfile& profile() const { return mProfile; }
+    const KnownSensor& known() const { return mKnown; }
     const SensorSpec& spec() const { return mSpec; }
     int handle() const { return mSpec.handle; }
     std::string devicePath() const;
@@ -72,7 +72,7 @@ class IioDevice {
     /** Makes the FIFO show what poll() is to see. */
     void settle();
 
-    const DeviceProfile& mProfile;
+    const KnownSensor& mKnown;
     const SensorSpec mSpec;
     const int mNumber;
     int mFifo = -1;

@@ -27,8 +27,8 @@ int64_t later(int64_t timeNs, int64_t durationNs) {
     return durationNs < kNever - timeNs ? timeNs + durationNs : kNever;
 }
 
-int64_t effectivePeriodNs(const DeviceProfile& profile, const SensorSpec& spec, int64_t asked) {
-    if (profile.reporting != Reporting::kContinuous) return kLookPeriodNs;
+int64_t effectivePeriodNs(const KnownSensor& known, const SensorSpec& spec, int64_t asked) {
+    if (known.reporting != Reporting::kContinuous) return kLookPeriodNs;
     const int64_t shortest = std::max<int64_t>(int64_t{spec.minDelayUs} * 1000, kMillisecond);
     const int64_t longest = spec.maxDelayUs > 0 ? int64_t{spec.maxDelayUs} * 1000 : kNever;
     return std::clamp(asked, shortest, std::max(shortest, longest));
@@ -51,10 +51,10 @@ SignalGenerator::~SignalGenerator() {
     mThread.join();
 }
 
-void SignalGenerator::addSensor(const DeviceProfile& profile, const SensorSpec& spec) {
+void SignalGenerator::addSensor(const KnownSensor& known, const SensorSpec& spec) {
     std::lock_guard<std::mutex> lock(mMutex);
     Stream stream;
-    stream.profile = &profile;
+    stream.known = &known;
     stream.spec = spec;
     mStreams.emplace(spec.handle, std::move(stream));
 }
@@ -77,7 +77,7 @@ void SignalGenerator::setRate(int handle, int64_t periodNs, int64_t latencyNs) {
     if (stream == nullptr) return;
     stream->periodNs = periodNs;
     stream->latencyNs = latencyNs;
-    const int64_t period = effectivePeriodNs(*stream->profile, stream->spec, periodNs);
+    const int64_t period = effectivePeriodNs(*stream->known, stream->spec, periodNs);
     stream->nextSampleNs = std::min(stream->nextSampleNs, later(bootTimeNs(), period));
     mWoken = true;
     mChanged.notify_all();
@@ -88,7 +88,7 @@ void SignalGenerator::flush(int handle) {
     Stream* stream = find(handle);
     if (stream == nullptr) return;
     release(*stream);
-    mSink(handle, std::string(stream->profile->recordSize, '\0'));
+    mSink(handle, std::string(stream->known->recordSize, '\0'));
 }
 
 SignalGenerator::Stream* SignalGenerator::find(int handle) {
@@ -110,15 +110,15 @@ void SignalGenerator::run() {
 }
 
 int64_t SignalGenerator::serve(Stream& stream, int64_t nowNs) {
-    if (!stream.enabled || stream.profile->signal == nullptr) return kNever;
-    const int64_t period = effectivePeriodNs(*stream.profile, stream.spec, stream.periodNs);
+    if (!stream.enabled || stream.known->signal == nullptr) return kNever;
+    const int64_t period = effectivePeriodNs(*stream.known, stream.spec, stream.periodNs);
     if (nowNs - stream.nextSampleNs > kMaxLagNs) stream.nextSampleNs = nowNs;
     while (stream.enabled && stream.nextSampleNs <= nowNs) {
         sample(stream, stream.nextSampleNs);
         stream.nextSampleNs = later(stream.nextSampleNs, period);
     }
     const bool batching = stream.latencyNs > 0 && stream.spec.fifoMax > 0 &&
-                          stream.profile->reporting != Reporting::kOneShot;
+                          stream.known->reporting != Reporting::kOneShot;
     const int64_t dueNs = batching ? later(stream.heldSinceNs, stream.latencyNs) : nowNs;
     if (dueNs <= nowNs || stream.held.size() >= stream.spec.fifoMax) release(stream);
     if (!stream.enabled) return kNever;
@@ -127,8 +127,8 @@ int64_t SignalGenerator::serve(Stream& stream, int64_t nowNs) {
 
 void SignalGenerator::sample(Stream& stream, int64_t timeNs) {
     RecordBuilder data;
-    stream.profile->signal(mWorld, stream.spec, static_cast<double>(timeNs - mStartNs) / 1e9, data);
-    const Reporting reporting = stream.profile->reporting;
+    stream.known->signal(mWorld, stream.spec, static_cast<double>(timeNs - mStartNs) / 1e9, data);
+    const Reporting reporting = stream.known->reporting;
     const bool first = !stream.hasLast;
     const bool changed = first || data.bytes() != stream.lastData;
     stream.lastData = data.bytes();

@@ -9,7 +9,7 @@
 #include <thread>
 #include <vector>
 
-#include "simulator/DeviceProfile.h"
+#include "simulator/KnownSensors.h"
 #include "simulator/World.h"
 
 namespace simulator {
@@ -28,7 +28,7 @@ class SignalGenerator {
     SignalGenerator(const SignalGenerator&) = delete;
     SignalGenerator& operator=(const SignalGenerator&) = delete;
 
-    void addSensor(const DeviceProfile& profile, const SensorSpec& spec);
+    void addSensor(const KnownSensor& known, const SensorSpec& spec);
     void setEnabled(int handle, bool enabled);
     void setRate(int handle, int64_t periodNs, int64_t latencyNs);
     /** Sends what is held back, and the flush marker behind it. */
@@ -36,7 +36,7 @@ class SignalGenerator {
 
   private:
     struct Stream {
-        const DeviceProfile* profile = nullptr;
+        const KnownSensor* known = nullptr;
         SensorSpec spec;
         bool enabled = false;
         int64_t periodNs = 0;

@@ -14,9 +14,6 @@
 namespace simulator {
 namespace {
 
-constexpr int kQContextHandle = 32;
-constexpr int kSensorHubHandle = 33;
-
 [[noreturn]] void fail(const std::string& message) {
     std::fprintf(stderr, "simulator: %s\n", message.c_str());
     std::abort();
@@ -37,7 +34,7 @@ SimulatedHub::SimulatedHub(const Options& options) {
             World(options.seed, options.still),
             [this](int handle, const std::string& record) { push(handle, record); });
         for (const auto& device : mDevices)
-            mGenerator->addSensor(device->profile(), device->spec());
+            mGenerator->addSensor(device->known(), device->spec());
     }
     if (!installBackend(this)) fail("another hub is still there");
 }
@@ -56,31 +53,28 @@ void SimulatedHub::buildDevices(const Options& options) {
         buildDevice(spec);
     }
     mTree.write(kSpecPath, specFile);
-    SensorSpec own;
-    own.handle = kQContextHandle;
-    buildDevice(own);
-    own.handle = kSensorHubHandle;
-    if (options.hasSensorHub) buildDevice(own);
+    buildDevice(findKnownSensor(kContextHandle)->chip);
+    if (options.hasSensorHub) buildDevice(findKnownSensor(kHousekeepingHandle)->chip);
 }
 
 void SimulatedHub::buildDevice(const SensorSpec& spec) {
     if (spec.handle == 0) return;  // an empty slot
-    const DeviceProfile* profile = findProfile(spec.handle);
-    if (profile == nullptr) {
+    const KnownSensor* known = findKnownSensor(spec.handle);
+    if (known == nullptr) {
         std::fprintf(stderr,
                      "simulator: sensor %d gets no device: it has no row in the table of "
-                     "simulator/DeviceProfile.cpp\n",
+                     "simulator/KnownSensors.cpp\n",
                      spec.handle);
         return;
     }
     if (mByHandle.count(spec.handle) != 0) return;
     const int number = static_cast<int>(mDevices.size()) + 1;
-    mDevices.push_back(std::make_unique<IioDevice>(*profile, spec, number));
+    mDevices.push_back(std::make_unique<IioDevice>(*known, spec, number));
     IioDevice* device = mDevices.back().get();
     mByHandle[spec.handle] = device;
     mHandles.insert(spec.handle);
 
-    mTree.write(device->attributePath("name"), deviceName(*profile, spec.wakeUp) + "\n");
+    mTree.write(device->attributePath("name"), iioNameOf(*known, spec.wakeUp) + "\n");
     describe(device->attributePath("buffer/length"), NodeKind::kBufferLength, device);
     describe(device->attributePath("buffer/watermark"), NodeKind::kBufferWatermark, device);
     describe(device->attributePath("buffer/enable"), NodeKind::kBufferEnable, device);
@@ -121,8 +115,8 @@ bool SimulatedHub::push(int handle, const std::string& record) {
 }
 
 bool SimulatedHub::pushFlushMarker(int handle) {
-    const DeviceProfile* profile = findProfile(handle);
-    return profile != nullptr && push(handle, std::string(profile->recordSize, '\0'));
+    const KnownSensor* known = findKnownSensor(handle);
+    return known != nullptr && push(handle, std::string(known->recordSize, '\0'));
 }
 
 bool SimulatedHub::allRead() const {
@@ -144,12 +138,12 @@ void SimulatedHub::wakeLibrary() {
         if (device->openCount == 0 || device->isRemoved()) continue;
         // The housekeeping device takes an all-zero record for nothing at all. A thread that waits
         // in read() sees nothing but its own device.
-        const bool preferred = device->handle() == kSensorHubHandle || device->waitingReads > 0;
+        const bool preferred = device->handle() == kHousekeepingHandle || device->waitingReads > 0;
         if (target == nullptr || preferred) target = device.get();
         if (device->waitingReads > 0) break;
     }
     if (target == nullptr || target->queued() >= kEnough) return;
-    target->push(std::string(target->profile().recordSize, '\0'), true);
+    target->push(std::string(target->known().recordSize, '\0'), true);
     mReadable.notify_all();
 }
 

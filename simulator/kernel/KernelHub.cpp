@@ -13,8 +13,6 @@
 namespace simulator {
 namespace {
 
-constexpr int kOwnHandles[] = {32, 33};  // the context sensor's and the housekeeping device
-
 uint64_t address(const void* data) {
     return reinterpret_cast<uintptr_t>(data);
 }
@@ -47,17 +45,15 @@ bool KernelHub::addSensors(const std::vector<SensorSpec>& sensors,
     std::string file;
     for (const SensorSpec& spec : sensors)
         file += encodeSpec(spec);
-    for (const int handle : kOwnHandles) {
-        all.emplace_back();
-        all.back().handle = handle;
-    }
+    for (const int handle : {kContextHandle, kHousekeepingHandle})
+        all.push_back(findKnownSensor(handle)->chip);
     bool good = setFile(HUB_NODE_SPEC, file);
     for (const SensorSpec& spec : all) {
-        const DeviceProfile* profile = findProfile(spec.handle);
-        if (profile == nullptr || mNumbers.count(spec.handle) != 0) continue;
+        const KnownSensor* known = findKnownSensor(spec.handle);
+        if (known == nullptr || mNumbers.count(spec.handle) != 0) continue;
         const auto other = recordSizes.find(spec.handle);
-        const size_t size = other != recordSizes.end() ? other->second : profile->recordSize;
-        good &= addDevice(spec.handle, deviceName(*profile, spec.wakeUp), size) >= 0;
+        const size_t size = other != recordSizes.end() ? other->second : known->recordSize;
+        good &= addDevice(spec.handle, iioNameOf(*known, spec.wakeUp), size) >= 0;
     }
     return good;
 }

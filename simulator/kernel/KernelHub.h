@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "simulator/DeviceProfile.h"
+#include "simulator/KnownSensors.h"
 #include "simulator/kernel/module/hub_uapi.h"
 
 namespace simulator {

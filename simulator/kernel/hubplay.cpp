@@ -65,7 +65,7 @@ int main(int argc, char** argv) {
         simulator::World(seed),
         [&hub](int handle, const std::string& record) { hub.push(handle, record); });
     for (const auto& spec : sensors)
-        generator.addSensor(*simulator::findProfile(spec.handle), spec);
+        generator.addSensor(*simulator::findKnownSensor(spec.handle), spec);
     std::printf("hubplay: %zu sensors\n", sensors.size());
     for (;;) {
         if (const auto request = hub.nextRequest(std::chrono::hours(1)))

@@ -10,7 +10,7 @@
 #include <regex>
 #include <set>
 
-#include "simulator/DeviceProfile.h"
+#include "simulator/KnownSensors.h"
 #include "tests/drivers/Golden.h"
 
 namespace {
@@ -81,7 +81,7 @@ TEST(RecordPage, ShowsEachDriversRecords) {
                              [handle](const DriverRow& each) { return each.handle == handle; });
             ASSERT_NE(row, rows.end()) << line;
             EXPECT_EQ(row->plainIsWakeUp, cell[2].matched) << line;
-            const auto* profile = simulator::findProfile(handle);
+            const auto* profile = simulator::findKnownSensor(handle);
             if (!devices.empty()) {  // else an older form
                 EXPECT_EQ(profile->iioName, devices[std::min(column++, devices.size() - 1)])
                     << line;

@@ -11,7 +11,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "simulator/DeviceProfile.h"
+#include "simulator/KnownSensors.h"
 #include "simulator/SignalGenerator.h"
 #include "simulator/World.h"
 #include "tests/kernel/HubScript.h"
@@ -42,17 +42,6 @@ std::unique_ptr<Hub> newHub() {
 
 namespace simulator {
 namespace {
-
-TEST(Signals, FillTheirRecords) {
-    const World world(5);
-    for (const SensorSpec& spec : standardCatalogue()) {
-        const DeviceProfile* profile = findProfile(spec.handle);
-        if (profile->signal == nullptr) continue;
-        RecordBuilder record;
-        profile->signal(world, spec, 1.7, record);
-        EXPECT_EQ(profile->recordSize, record.bytes().size() + sizeof(uint64_t)) << spec.handle;
-    }
-}
 
 TEST(World, FieldTurnsAgainstTheRotation) {
     const World world(5);
@@ -158,7 +147,7 @@ TEST(SignalGenerator, TakesAnyDuration) {
             times.emplace_back(stamp, now.tv_sec * int64_t{1000000000} + now.tv_nsec);
             changed.notify_all();
         });
-        generator.addSensor(*findProfile(1), spec);
+        generator.addSensor(*findKnownSensor(1), spec);
         generator.setRate(1, asked.periodNs, asked.latencyNs);
         generator.setEnabled(1, true);
         std::unique_lock<std::mutex> lock(mutex);
@@ -173,7 +162,7 @@ TEST(SignalGenerator, WaitsForTheLongestPeriod) {
     spec.handle = 1;
     std::atomic<int> records{0};
     SignalGenerator generator(World(1), [&](int, const std::string&) { ++records; });
-    generator.addSensor(*findProfile(1), spec);
+    generator.addSensor(*findKnownSensor(1), spec);
     generator.setRate(1, INT64_MAX, 0);
     generator.setEnabled(1, true);
     while (records == 0)

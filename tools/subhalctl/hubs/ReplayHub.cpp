@@ -9,9 +9,9 @@
 #include <set>
 #include <thread>
 
+#include "simulator/KnownSensors.h"
 #include "simulator/SimulatedHub.h"
 #include "tools/subhalctl/Interrupt.h"
-#include "tools/subhalctl/KnownSensors.h"
 #include "tools/subhalctl/hubs/DevicePaths.h"
 #include "tools/subhalctl/hubs/InProcessHub.h"
 #include "tools/subhalctl/recording/Recording.h"
@@ -119,9 +119,9 @@ class ReplayHub : public InProcessHub {
 
     bool push(int32_t handle, const std::string& bytes) override {
         // By these the hub has files of the host read, written and removed: not at a file's word.
-        if (handle == kHousekeepingHandle) return true;
+        if (handle == simulator::kHousekeepingHandle) return true;
         // One read may have brought several records.
-        const KnownSensor* known = findKnownSensor(handle);
+        const auto* known = simulator::findKnownSensor(handle);
         size_t size = bytes.size();
         if (known != nullptr && size % known->recordSize == 0) size = known->recordSize;
         for (size_t at = 0; at < bytes.size(); at += size) {

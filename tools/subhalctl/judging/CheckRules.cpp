@@ -7,7 +7,7 @@
 #include <set>
 #include <utility>
 
-#include "tools/subhalctl/KnownSensors.h"
+#include "simulator/KnownSensors.h"
 #include "tools/subhalctl/proxy/RingReader.h"
 #include "tools/subhalctl/proxy/SensorLookup.h"
 #include "tools/subhalctl/showing/EventWriter.h"
@@ -17,7 +17,6 @@
 namespace subhalctl {
 namespace {
 
-constexpr int32_t kFirstPrivateType = 0x10000;
 constexpr int64_t kMillisecond = 1'000'000;
 constexpr int64_t kFirstEventNs = 1000 * kMillisecond;  // beyond the period
 constexpr int64_t kSilenceNs = 300 * kMillisecond;
@@ -76,12 +75,13 @@ std::string listingFault(const SensorInfo& sensor) {
     if (sensor.version <= 0) return formatted("version %" PRId32, sensor.version);
     const auto type = static_cast<int32_t>(sensor.type);
     if (type <= 0) return formatted("type %" PRId32, type);
-    if (type >= kFirstPrivateType && sensor.typeAsString.empty()) return "no string type";
+    if (type >= simulator::kFirstPrivateType && sensor.typeAsString.empty())
+        return "no string type";
     if (!(sensor.maxRange > 0) || !std::isfinite(sensor.maxRange)) {
         return formatted("range %g", static_cast<double>(sensor.maxRange));
     }
     // The context sensor carries bytes, which have no step.
-    if (!(sensor.resolution > 0) && sensor.sensorHandle != kContextHandle) {
+    if (!(sensor.resolution > 0) && sensor.sensorHandle != simulator::kContextHandle) {
         return formatted("resolution %g", static_cast<double>(sensor.resolution));
     }
     if (!(sensor.power >= 0)) return formatted("power %g", static_cast<double>(sensor.power));
@@ -94,16 +94,16 @@ std::string listingFault(const SensorInfo& sensor) {
 
 /** Whether it is what this hub's sensor of that handle is. */
 std::string identityFault(const SensorInfo& sensor) {
-    const KnownSensor* known = findKnownSensor(sensor.sensorHandle);
+    const auto* known = simulator::findKnownSensor(sensor.sensorHandle);
     if (known == nullptr) return "";
     if (static_cast<int32_t>(sensor.type) != known->type) {
         return formatted("type %" PRId32 " instead of %" PRId32, static_cast<int32_t>(sensor.type),
                          known->type);
     }
-    if (std::strcmp(sensor.typeAsString.c_str(), known->stringType) != 0) {
-        return std::string("string type instead of ") + known->stringType;
+    if (known->stringType() != sensor.typeAsString.c_str()) {
+        return "string type instead of " + known->stringType();
     }
-    const char* permission = known->needsPermission ? kSensorPermission : "";
+    const char* permission = known->needsPermission ? simulator::kSensorPermission : "";
     if (std::strcmp(sensor.requiredPermission.c_str(), permission) != 0) {
         return std::string("permission instead of \"") + permission + "\"";
     }
@@ -158,7 +158,7 @@ bool reportsByItself(const SensorInfo& sensor) {
     // The hub's own kinds of on-change sensors may have nothing to report before something happens.
     return mode == SensorFlagBits::CONTINUOUS_MODE ||
            (mode == SensorFlagBits::ON_CHANGE_MODE &&
-            static_cast<int32_t>(sensor.type) < kFirstPrivateType);
+            static_cast<int32_t>(sensor.type) < simulator::kFirstPrivateType);
 }
 
 std::vector<int64_t> stampsOf(const Observed& observed) {
@@ -425,7 +425,7 @@ void checkMode(const SensorInfo& sensor, const Observed& observed, const Results
     const std::string figures =
         formatted("%d of %zu events repeat the one before", repeated, observed.events.size());
     // The hub's own kinds tell of happenings as well as of values, and those may be alike.
-    if (repeated > 0 && static_cast<int32_t>(sensor.type) >= kFirstPrivateType) {
+    if (repeated > 0 && static_cast<int32_t>(sensor.type) >= simulator::kFirstPrivateType) {
         return results.skip("on-change", figures + ": the hub decides what is news");
     }
     results.judge(repeated == 0, "on-change", figures);

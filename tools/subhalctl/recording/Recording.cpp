@@ -13,9 +13,9 @@
 #include <filesystem>
 #include <set>
 
+#include "simulator/KnownSensors.h"
 #include "simulator/SensorSpec.h"
 #include "tools/subhalctl/Interrupt.h"
-#include "tools/subhalctl/KnownSensors.h"
 #include "tools/subhalctl/hubs/DevicePaths.h"
 #include "tools/subhalctl/recording/Hex.h"
 #include "tools/subhalctl/showing/Json.h"
@@ -49,10 +49,12 @@ int deviceNumber(const std::string& path, const std::string& prefix) {
 }
 
 std::map<std::string, int> handlesByName(const std::string& spec) {
-    std::map<std::string, int> handles = {{"qcontext_iio", kContextHandle},
-                                          {"sensorhub_sensor", kHousekeepingHandle}};
+    std::map<std::string, int> handles;
+    for (const int own : {simulator::kContextHandle, simulator::kHousekeepingHandle}) {
+        handles.emplace(simulator::findKnownSensor(own)->iioName, own);
+    }
     for (const auto& record : simulator::decodeSpecs(spec)) {
-        const KnownSensor* known = findKnownSensor(record.handle);
+        const auto* known = simulator::findKnownSensor(record.handle);
         if (known != nullptr) handles.emplace(iioNameOf(*known, record.wakeUp), record.handle);
     }
     return handles;

@@ -6,149 +6,69 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <iterator>
+#include <map>
+#include <sstream>
 
+#include "simulator/KnownSensors.h"
 #include "tools/subhalctl/showing/Json.h"
 
 namespace subhalctl {
 namespace {
 
 struct Field {
-    const char* name;  // null for a word that says nothing
-    const char* unit;
+    std::string name;  // "-" for a word that says nothing
+    std::string unit;
 };
 
-constexpr Field kVectorAcceleration[] = {{"x", "m/s²"}, {"y", "m/s²"}, {"z", "m/s²"}};
-constexpr Field kVectorRotation[] = {{"x", "rad/s"}, {"y", "rad/s"}, {"z", "rad/s"}};
-constexpr Field kVectorMagnetic[] = {{"x", "µT"}, {"y", "µT"}, {"z", "µT"}};
-constexpr Field kUncalAcceleration[] = {{"x", "m/s²"},      {"y", "m/s²"},      {"z", "m/s²"},
-                                        {"x_bias", "m/s²"}, {"y_bias", "m/s²"}, {"z_bias", "m/s²"}};
-constexpr Field kUncalRotation[] = {{"x", "rad/s"},      {"y", "rad/s"},      {"z", "rad/s"},
-                                    {"x_bias", "rad/s"}, {"y_bias", "rad/s"}, {"z_bias", "rad/s"}};
-constexpr Field kUncalMagnetic[] = {{"x", "µT"},      {"y", "µT"},      {"z", "µT"},
-                                    {"x_bias", "µT"}, {"y_bias", "µT"}, {"z_bias", "µT"}};
-constexpr Field kQuaternion[] = {{"x", ""}, {"y", ""}, {"z", ""}, {"w", ""}};
-constexpr Field kRotationVector[] = {
-    {"x", ""}, {"y", ""}, {"z", ""}, {"w", ""}, {"heading_acc", "rad"}};
-constexpr Field kPressure[] = {{"pressure", "hPa"}};
-constexpr Field kLux[] = {{"lux", "lux"}};
-constexpr Field kDistance[] = {{"distance", "cm"}};
-constexpr Field kSteps[] = {{"steps", "steps"}};
-constexpr Field kAngle[] = {{"angle", "degrees"}};
-constexpr Field kEvent[] = {{"event", ""}};
-constexpr Field kStatus[] = {{"status", ""}};
-constexpr Field kValue[] = {{"value", ""}};
-constexpr Field kOrientation[] = {{"orientation", ""}};
-constexpr Field kPhysicalProximity[] = {{"distance", "cm"}, {"level", ""}};
-constexpr Field kProximityRaw[] = {{"prox", ""},     {"raw", ""},   {"callmin", ""},
-                                   {"baseline", ""}, {"psoff", ""}, {"ir", ""}};
-constexpr Field kAutoBrightness[] = {{"lux", "lux"}, {"min_flag", ""}};
-constexpr Field kLightCct[] = {
-    {"lux", "lux"}, {"cct", "K"}, {"roi", ""}, {nullptr, ""}, {"raw_lux", "lux"}};
-constexpr Field kLightIr[] = {{"ir", ""}, {"r", ""},     {"g", ""},    {"b", ""},
-                              {"c", ""},  {"atime", ""}, {"again", ""}};
-constexpr Field kPocketModeLite[] = {{"state", ""}, {"value", ""}};
-constexpr Field kPocketMode[] = {{"event", ""},  {"reason", ""}, {"base", ""},   {"current", ""},
-                                 {"word2", ""},  {"word3", ""},  {"word4", ""},  {"temp", ""},
-                                 {"word6", ""},  {"word7", ""},  {"word8", ""},  {"word9", ""},
-                                 {"word10", ""}, {"word11", ""}, {"word12", ""}, {"word13", ""}};
-constexpr Field kPocketPosition[] = {{"total_state", ""},   {"position_state", ""},
-                                     {"position_case", ""}, {"pedo_state", ""},
-                                     {"pedo_case", ""},     {"version", ""}};
-constexpr Field kDrop[] = {{"event", ""},  {"value1", ""}, {"value2", ""}, {"value3", ""},
-                           {"value4", ""}, {"value5", ""}, {"value6", ""}};
-constexpr Field kBackTap[] = {{"event", ""}, {"value1", ""}, {"value2", ""}, {"value3", ""}};
-constexpr Field kFlipCover[] = {{"event", ""},  {"second", ""}, {"value1", ""},
-                                {"value2", ""}, {"value3", ""}, {"value4", ""},
-                                {"value5", ""}, {"value6", ""}, {"value7", ""}};
-constexpr Field kLidAngle[] = {{"mode", ""}, {"angle", "degrees"}};
-constexpr Field kDeviceInfo[] = {{"device_type", ""}, {"table_mode", ""}, {"active_screen", ""}};
-constexpr Field kWords[] = {{"word0", ""},  {"word1", ""},  {"word2", ""},  {"word3", ""},
-                            {"word4", ""},  {"word5", ""},  {"word6", ""},  {"word7", ""},
-                            {"word8", ""},  {"word9", ""},  {"word10", ""}, {"word11", ""},
-                            {"word12", ""}, {"word13", ""}, {"word14", ""}, {"word15", ""}};
-
+/** What the payload of a type's events holds. */
 struct Kind {
-    template <size_t kCount>
-    constexpr Kind(int32_t kindType, const char* kindName, const Field (&kindFields)[kCount],
-                   bool accuracy = false, Value::Form kindForm = Value::Form::kNumber)
-        : type(kindType),
-          name(kindName),
-          fields(kindFields),
-          count(kCount),
-          hasAccuracy(accuracy),
-          form(kindForm) {}
-
-    int32_t type;
-    const char* name;  // null for device-private types, whose string type names them
-    const Field* fields;
-    size_t count;
-    bool hasAccuracy;  // low byte of word 3
-    Value::Form form;
+    std::vector<Field> fields;
+    Value::Form form = Value::Form::kNumber;
+    bool hasAccuracy = false;  // low byte of word 3
 };
 
-// Sorted by type.
-constexpr Kind kKinds[] = {
-    {1, "accelerometer", kVectorAcceleration, true},
-    {2, "magnetic_field", kVectorMagnetic, true},
-    {4, "gyroscope", kVectorRotation, true},
-    {5, "light", kLux},
-    {6, "pressure", kPressure},
-    {8, "proximity", kDistance},
-    {11, "rotation_vector", kRotationVector},
-    {14, "magnetic_field_uncalibrated", kUncalMagnetic},
-    {15, "game_rotation_vector", kQuaternion},
-    {16, "gyroscope_uncalibrated", kUncalRotation},
-    {17, "significant_motion", kEvent},
-    {18, "step_detector", kEvent},
-    {19, "step_counter", kSteps, false, Value::Form::kCount},
-    {22, "tilt_detector", kEvent},
-    {25, "pick_up_gesture", kEvent},
-    {27, "device_orientation", kOrientation, true},
-    {35, "accelerometer_uncalibrated", kUncalAcceleration},
-    {36, "hinge_angle", kAngle},
-    {65578, nullptr, kLightIr},
-    {65579, nullptr, kVectorRotation, true},
-    {65582, nullptr, kProximityRaw},
-    {65587, nullptr, kLightCct},
-    {65590, nullptr, kEvent},
-    {65592, nullptr, kPhysicalProximity},
-    {65594, nullptr, kEvent},
-    {65601, nullptr, kAutoBrightness},
-    {65605, nullptr, kPocketMode},
-    {65606, nullptr, kEvent},
-    {65607, nullptr, kVectorRotation, true},
-    {65608, nullptr, kPocketModeLite},
-    {65613, nullptr, kEvent},
-    {65614, nullptr, kEvent},
-    {65639, nullptr, kFlipCover},
-    {65643, nullptr, kEvent},
-    {65644, nullptr, kDrop},
-    {65646, nullptr, kVectorRotation, true},
-    {65647, nullptr, kValue, true},
-    {65649, nullptr, kDeviceInfo},
-    {65651, nullptr, kBackTap},
-    {65686, nullptr, kAngle},
-    {65687, nullptr, kVectorAcceleration, true},
-    {65688, nullptr, kUncalAcceleration},
-    {65689, nullptr, kVectorRotation, true},
-    {65690, nullptr, kUncalRotation},
-    {65695, nullptr, kLidAngle},
-    {65697, nullptr, kLidAngle},
-    {65698, nullptr, kPocketPosition},
-    {65700, nullptr, kStatus},
-    {65711, nullptr, kStatus},
-};
-
-constexpr bool sortedByType() {
-    for (size_t i = 1; i < std::size(kKinds); ++i) {
-        if (kKinds[i - 1].type >= kKinds[i].type) return false;
+/** The kind that a row of the sensors' table describes. */
+Kind kindOf(const char* values) {
+    Kind kind;
+    size_t group = 0;
+    std::istringstream words(values);
+    for (std::string word; words >> word;) {
+        const bool ends = word.back() == ',';
+        if (ends) word.pop_back();
+        if (word == "accuracy") {
+            kind.hasAccuracy = true;
+        } else if (word[0] == '[') {
+            for (; group < kind.fields.size(); ++group)
+                kind.fields[group].unit = word.substr(1, word.size() - 2);
+        } else {
+            if (word[0] == '#') kind.form = Value::Form::kCount;
+            kind.fields.push_back({word.substr(word[0] == '#' ? 1 : 0), ""});
+        }
+        if (ends) group = kind.fields.size();
     }
-    return true;
+    return kind;
 }
-static_assert(sortedByType());
 
-constexpr Kind kUnknown{-1, nullptr, kWords, false, Value::Form::kWord};
+Kind unknownKind() {
+    Kind kind;
+    kind.form = Value::Form::kWord;
+    for (size_t i = 0; i < Payload().size(); ++i)
+        kind.fields.push_back({"word" + std::to_string(i), ""});
+    return kind;
+}
+
+const Kind& kindOf(int32_t type) {
+    static const std::map<int32_t, Kind> kinds = [] {
+        std::map<int32_t, Kind> made;
+        for (const auto& sensor : simulator::knownSensors()) {
+            if (sensor.values[0] != '\0') made.emplace(sensor.type, kindOf(sensor.values));
+        }
+        return made;
+    }();
+    static const Kind unknown = unknownKind();
+    const auto found = kinds.find(type);
+    return found != kinds.end() ? found->second : unknown;
+}
 
 struct Meaning {
     int32_t type;
@@ -159,8 +79,6 @@ struct Meaning {
 
 // Of the first value.
 constexpr Meaning kMeanings[] = {
-    {8, 0, 0, "near"},
-    {8, 8, 8, "far"},
     {27, -1, -1, "unknown"},
     {27, 0, 0, "upright"},
     {27, 1, 1, "turned 90° left"},
@@ -173,13 +91,6 @@ constexpr Meaning kMeanings[] = {
     {65644, -128, -1, "acceleration trace"},
     {65644, 0, 127, "drop"},
 };
-
-const Kind& kindOf(int32_t type) {
-    const auto* found =
-        std::lower_bound(std::begin(kKinds), std::end(kKinds), type,
-                         [](const Kind& kind, int32_t wanted) { return kind.type < wanted; });
-    return found != std::end(kKinds) && found->type == type ? *found : kUnknown;
-}
 
 const char* meaningOf(int32_t type, float value) {
     for (const Meaning& meaning : kMeanings) {
@@ -255,20 +166,25 @@ Json Value::json() const {
 Reading decode(int32_t type, const Payload& payload) {
     const Kind& kind = kindOf(type);
     Reading reading{{}, kind.hasAccuracy ? accuracyName(payload[3]) : "", ""};
-    reading.values.reserve(kind.count);
-    for (size_t i = 0; i < kind.count; ++i) {
+    reading.values.reserve(kind.fields.size());
+    for (size_t i = 0; i < kind.fields.size(); ++i) {
         const Field& field = kind.fields[i];
-        if (field.name == nullptr) continue;
+        if (field.name == "-") continue;
         uint64_t count = payload[i];
         if (kind.form == Value::Form::kCount) std::memcpy(&count, payload.data(), sizeof(count));
-        reading.values.push_back({field.name, field.unit, kind.form, floatOf(payload[i]), count});
+        reading.values.push_back(
+            {field.name.c_str(), field.unit.c_str(), kind.form, floatOf(payload[i]), count});
     }
     if (kind.form == Value::Form::kNumber) reading.meaning = meaningOf(type, floatOf(payload[0]));
     return reading;
 }
 
 const char* standardTypeName(int32_t type) {
-    return kindOf(type).name;
+    const auto& all = simulator::knownSensors();
+    const auto found = std::find_if(all.begin(), all.end(),
+                                    [type](const auto& sensor) { return sensor.type == type; });
+    return type > 0 && type < simulator::kFirstPrivateType && found != all.end() ? found->shortType
+                                                                                 : nullptr;
 }
 
 }  // namespace subhalctl

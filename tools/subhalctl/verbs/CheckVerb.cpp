@@ -8,8 +8,8 @@
 #include <map>
 #include <set>
 
+#include "simulator/KnownSensors.h"
 #include "tools/subhalctl/Interrupt.h"
-#include "tools/subhalctl/KnownSensors.h"
 #include "tools/subhalctl/hubs/DevicePaths.h"
 #include "tools/subhalctl/hubs/PlatformHooks.h"
 #include "tools/subhalctl/judging/CheckReport.h"
@@ -518,7 +518,7 @@ void Check::checkInjection() {
     size_t kept = 0;
     size_t broken = 0;
     for (const Subject& subject : mSubjects) {
-        if (subject.handle() == kContextHandle) continue;  // takes messages instead
+        if (subject.handle() == simulator::kContextHandle) continue;  // takes messages instead
         Event event{};
         event.sensorHandle = subject.handle();
         event.sensorType = subject.sensor->type;

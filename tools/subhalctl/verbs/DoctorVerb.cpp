@@ -18,14 +18,16 @@
 #include <memory>
 #include <set>
 
+#include "simulator/KnownSensors.h"
 #include "simulator/SensorSpec.h"
-#include "tools/subhalctl/KnownSensors.h"
 #include "tools/subhalctl/hubs/DevicePaths.h"
 #include "tools/subhalctl/showing/Output.h"
 #include "tools/subhalctl/verbs/Verbs.h"
 
 namespace subhalctl {
 namespace {
+
+using simulator::KnownSensor;
 
 constexpr char kGone[] = "the device has just gone";
 constexpr size_t kSpecBytesRead = 4096;  // by the library, in one read
@@ -346,7 +348,7 @@ void Doctor::checkNodes() {
         checkNode(kRearDataPath, O_RDONLY, "no help from the rear light sensor", false);
         checkNode(kRearEnablePath, O_WRONLY, "no help from the rear light sensor", false);
     }
-    if (mHandles.count(kFlipCoverHandle) != 0) {
+    if (mHandles.count(simulator::kFlipCoverHandle) != 0) {
         checkNode(kNfcCoverPath, O_RDWR, "flip_cover_detector is left out of the list", true);
     }
 }
@@ -414,12 +416,11 @@ void Doctor::checkRecord(size_t number, const simulator::SensorSpec& record) {
         return mFindings.ok(place, "an empty slot");
     }
     const std::string subject = formatted("record %zu, handle %" PRId32, number, record.handle);
-    const KnownSensor* sensor = findKnownSensor(record.handle);
-    if (sensor == nullptr) {
+    const KnownSensor* sensor = simulator::findKnownSensor(record.handle);
+    if (sensor == nullptr || sensor->isHubsOwn()) {
         mFindings.fail(subject, "no driver of the library serves this handle",
-                       record.handle == kContextHandle || record.handle == kHousekeepingHandle
-                           ? "the library makes this sensor by itself"
-                           : "the sensor is left out");
+                       sensor != nullptr ? "the library makes this sensor by itself"
+                                         : "the sensor is left out");
         return;
     }
     if (!mHandles.insert(record.handle).second) {
@@ -442,7 +443,7 @@ void Doctor::checkRecord(size_t number, const simulator::SensorSpec& record) {
         mFindings.note(subject, formatted("unknown vendor %d", record.vendor),
                        "the vendor stays empty");
     }
-    if (record.handle != kDebuggerHandle) {
+    if (record.handle != simulator::kDebuggerHandle) {
         checkFigures(subject, record, sensor->flags & kModeMask);
     }
     checkDevice(formatted("%s, handle %" PRId32, sensor->iioName, record.handle), *sensor,
@@ -554,7 +555,7 @@ void Doctor::tryBuffer(const std::string& subject, const std::string& directory,
 
 void Doctor::checkLeftOver() {
     std::set<std::string> known;
-    for (const KnownSensor& sensor : knownSensors()) {
+    for (const KnownSensor& sensor : simulator::knownSensors()) {
         known.insert(iioNameOf(sensor, false));
         known.insert(iioNameOf(sensor, true));
     }
@@ -600,11 +601,9 @@ ExitCode Doctor::run() {
         mFindings.fail(kSpecPath, "no record is a sensor's of the library",
                        "the driver and the library disagree about the record");
     }
-    static constexpr KnownSensor kOwn[] = {
-        {kContextHandle, "qcontext_iio", false, 72, "Qcontext", 65586, "", true, 6},
-        {kHousekeepingHandle, "sensorhub_sensor", false, 11, "SensorHub", 0, "", false, 0}};
-    for (const KnownSensor& sensor : kOwn) {
-        checkDevice(formatted("%s, handle %" PRId32, sensor.iioName, sensor.handle), sensor, false,
+    for (const KnownSensor& sensor : simulator::knownSensors()) {
+        if (!sensor.isHubsOwn()) continue;
+        checkDevice(formatted("%s, handle %d", sensor.iioName, sensor.chip.handle), sensor, false,
                     0);
     }
     tellShared();

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <optional>
 
+#include "simulator/KnownSensors.h"
 #include "tools/subhalctl/hubs/PlatformHooks.h"
 #include "tools/subhalctl/recording/Hex.h"
 #include "tools/subhalctl/showing/Output.h"
@@ -14,7 +15,6 @@
 namespace subhalctl {
 namespace {
 
-constexpr int32_t kContextHandle = 32;
 constexpr int32_t kContextType = 0x10032;
 constexpr size_t kLargestMessage = 1119;
 constexpr size_t kChunkSize = 56;
@@ -70,7 +70,7 @@ class Sender {
         std::memcpy(payload.chunk, chunk.data(), std::min(chunk.size(), kChunkSize));
         Event event{};
         event.timestamp = hubNowNs();
-        event.sensorHandle = kContextHandle;
+        event.sensorHandle = simulator::kContextHandle;
         event.sensorType = static_cast<decltype(event.sensorType)>(kContextType);
         std::memcpy(&event.u, &payload, sizeof(payload));
         const Result result = mProxy.subHal().injectSensorData(event);

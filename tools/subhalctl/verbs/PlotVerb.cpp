@@ -13,8 +13,8 @@
 #include <map>
 #include <optional>
 
+#include "simulator/KnownSensors.h"
 #include "simulator/SensorSpec.h"
-#include "tools/subhalctl/KnownSensors.h"
 #include "tools/subhalctl/proxy/SensorLookup.h"
 #include "tools/subhalctl/recording/Recording.h"
 #include "tools/subhalctl/showing/EventWriter.h"
@@ -63,9 +63,9 @@ SensorInfo sensorOf(const Recording& recording, int32_t handle, int32_t type) {
     SensorInfo sensor{};
     sensor.sensorHandle = handle;
     sensor.type = static_cast<decltype(sensor.type)>(type);
-    const KnownSensor* known = findKnownSensor(handle);
+    const auto* known = simulator::findKnownSensor(handle);
     if (known != nullptr) {
-        sensor.typeAsString = known->stringType;
+        sensor.typeAsString = known->stringType();
         sensor.flags = known->flags;
     }
     for (const auto& record : simulator::decodeSpecs(recording.spec)) {

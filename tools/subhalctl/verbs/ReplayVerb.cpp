@@ -5,8 +5,8 @@
 #include <map>
 #include <thread>
 
+#include "simulator/KnownSensors.h"
 #include "tools/subhalctl/Interrupt.h"
-#include "tools/subhalctl/KnownSensors.h"
 #include "tools/subhalctl/hubs/DevicePaths.h"
 #include "tools/subhalctl/proxy/SensorLookup.h"
 #include "tools/subhalctl/recording/Hex.h"
@@ -49,7 +49,7 @@ using Lanes = std::map<std::string, std::vector<HubCall>>;
  */
 std::string laneOf(const std::string& path, const std::string& bytes) {
     if (path != kEnablePath || bytes.size() < 3 || bytes[bytes.size() - 2] != '0') return "";
-    const KnownSensor* sensor = findKnownSensor(std::atoi(bytes.c_str()) / 10);
+    const auto* sensor = simulator::findKnownSensor(std::atoi(bytes.c_str()) / 10);
     const bool oneShot = sensor != nullptr && (sensor->flags & 6U) == 4;
     return oneShot ? bytes : "";
 }
