@@ -2,12 +2,21 @@
 #ifndef HUB_H
 #define HUB_H
 
+#include <linux/poll.h>
 #include <linux/types.h>
 
 #include "hub_uapi.h"
 
-struct class;
-struct device;
+/* Each source calls only what is declared above its own part. */
+
+/* hub_requests.c: the requests that are kept, and the faults that are set. */
+void hub_keep(const struct hub_request *request, const void *bytes);
+int hub_add_fault(const struct hub_fault *fault);
+/* The errno with which this call is to fail, as a negative number, or 0. */
+int hub_take_fault(enum hub_node node, int handle);
+void hub_requests_reset(void);
+ssize_t hub_requests_read(struct file *file, char __user *buffer, size_t size, loff_t *offset);
+__poll_t hub_requests_poll(struct file *file, poll_table *wait);
 
 /* hub_iio.c: the devices. All may sleep. */
 int hub_iio_init(void);
@@ -31,11 +40,8 @@ void hub_nodes_exit(void);
 int hub_nodes_set_file(enum hub_node node, const void *data, size_t size);
 void hub_nodes_reset(void);
 
-/* hub_control.c: the control device, the requests kept for it, and the faults that it set. */
+/* hub_control.c: the control device. */
 int hub_control_init(void);
 void hub_control_exit(void);
-void hub_keep(const struct hub_request *request, const void *bytes);
-/* The errno with which this call is to fail, as a negative number, or 0. */
-int hub_take_fault(enum hub_node node, int handle);
 
 #endif

@@ -21,6 +21,8 @@
 
 /* A late tick makes up for what it missed, but not for more than this. */
 #define MAX_CATCH_UP 1000
+/* A tick at each smaller period would leave the processor no time for anything else. */
+#define MIN_PERIOD_NS 1000
 
 struct hub_iio {
 	struct iio_dev *indio_dev;
@@ -363,8 +365,9 @@ int hub_iio_stream(const struct hub_stream *stream, const void *record)
 	hrtimer_cancel(&iio->timer);
 	if (!stream->count)
 		goto out;
-	if (!stream->period_ns || !stream->per_tick ||
-	    stream->stamp_offset + sizeof(u64) > iio->record_size) {
+	if (stream->period_ns < MIN_PERIOD_NS || stream->period_ns > KTIME_MAX ||
+	    !stream->per_tick || iio->record_size < sizeof(u64) ||
+	    stream->stamp_offset > iio->record_size - sizeof(u64)) {
 		ret = -EINVAL;
 		goto out;
 	}
