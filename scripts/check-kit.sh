@@ -4,7 +4,7 @@
 # finds what may go wrong. "check-kit.sh generate" writes the files.
 set -eu
 cd "$(dirname "$0")/.."
-scripts/install-packages.sh m4 blueprint-tools checkpolicy selinux-utils python3-setools clang musl-dev \
+scripts/install-packages.sh m4 blueprint-tools checkpolicy selinux-utils clang musl-dev \
     libc++-14-dev g++ cmake ninja-build libcli11-dev nlohmann-json3-dev libgtest-dev
 scripts/build.sh build
 export PATH="$PATH:/usr/sbin" PYTHONDONTWRITEBYTECODE=1

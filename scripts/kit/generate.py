@@ -91,22 +91,6 @@ def contexts(table):
 {genfs}"""
 
 
-def ranges(numbers):
-    text, numbers = [], sorted(numbers)
-    for number in numbers:
-        if text and text[-1][1] == number - 1:
-            text[-1][1] = number
-        else:
-            text.append([number, number])
-    return " ".join(f"{a:#x}" if a == b else f"{a:#x}-{b:#x}" for a, b in text)
-
-
-def requests(table, observed):
-    """Type: numbers of the requests that the table stands for. The policy sees a number's lower half."""
-    return {node.label: {(node.request | handle) & 0xFFFF for handle in observed.described}
-            for node in table.NODES if node.request}
-
-
 def rules(table, observed):
     wanted = {}
 
@@ -138,12 +122,13 @@ def rules(table, observed):
     want("vendor_data_file", "dir", "search")
     lines = "".join(f"allow {DOMAIN} {label}:{class_} {words[0] if len(words) == 1 else f'{{ {chr(32).join(words)} }}'};\n"
                     for (label, class_), words in wanted.items())
-    for label, numbers in requests(table, observed).items():
+    for node in (node for node in table.NODES if node.request):
+        numbers = " ".join(f"{(node.request | handle) & 0xFFFF:#x}" for handle in sorted(observed.described))
         lines += f"""
 # One request for each sensor, with the handle in the lowest byte; of the number, the policy sees the
 # lower half.
-allowxperm {DOMAIN} {label}:chr_file ioctl {{
-{textwrap.fill(ranges(numbers), 72, initial_indent=INDENT, subsequent_indent=INDENT)}
+allowxperm {DOMAIN} {node.label}:chr_file ioctl {{
+{textwrap.fill(numbers, 96, initial_indent=INDENT, subsequent_indent=INDENT)}
 }};
 """
     macros = "".join(f"{call[:3]}_prop({DOMAIN}, {type_})\n" for _, call, _, type_, _ in table.PROPERTIES if type_)
