@@ -15,7 +15,6 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
-#include <functional>
 #include <map>
 #include <memory>
 #include <set>
@@ -46,20 +45,11 @@ int64_t now(clockid_t clock) {
     return time.tv_sec * int64_t{1000000000} + time.tv_nsec;
 }
 
-/** What becomes of a data event; one that is not kept is dropped. */
-struct Spoilt {
-    Event event;
-    bool kept = true;
-    std::vector<Event> more{};
-};
-
-Spoilt spoilt(const Event& whole, int number) {
+/** What becomes of a data event. */
+void spoil(Event event, int number, std::vector<Event>* out) {
     static const int64_t start = now(CLOCK_BOOTTIME);
-    Spoilt result{whole};
-    Event& event = result.event;
     const bool tenth = number % 10 == 0;
-    if (fault("silent")) result.kept = false;
-    if (fault("drops-1%")) result.kept = number % 100 != 0;
+    if (fault("silent") || (fault("drops-1%") && number % 100 == 0)) return;
     if (fault("wrong-type") && tenth) event.sensorType = SensorType::LIGHT;
     if (fault("listed-type")) event.sensorType = SensorType::GYROSCOPE;
     if (fault("stamp-arrival")) event.timestamp = now(CLOCK_BOOTTIME);
@@ -70,14 +60,10 @@ Spoilt spoilt(const Event& whole, int number) {
     if (fault("stamp-back") && tenth) event.timestamp -= 200000000;
     if (fault("nan") && tenth) event.u.vec3.y = NAN;
     if (fault("range") && tenth) event.u.vec3.y = 1e4F;
-    if (fault("duplicates")) result.more.push_back(event);
-    if (fault("wrong-handle")) result.more.push_back(event);
-    if (fault("repeats")) result.more.push_back(event);
-    for (Event& more : result.more) {
-        if (fault("wrong-handle")) more.sensorHandle = kNobody;
-        if (fault("repeats")) ++more.timestamp;
-    }
-    return result;
+    out->push_back(event);
+    if (fault("wrong-handle")) event.sensorHandle = kNobody;
+    if (fault("repeats")) ++event.timestamp;
+    if (fault("duplicates") || fault("wrong-handle") || fault("repeats")) out->push_back(event);
 }
 
 /** Between the real library and the proxy. */
@@ -90,9 +76,7 @@ class Callback : public IHalProxyCallback {
         for (Event event : events) {
             if (mHidden.count(event.sensorHandle) != 0) continue;
             if (event.sensorType != SensorType::META_DATA) {
-                const Spoilt one = spoilt(event, ++mNumber);
-                if (one.kept) passed.push_back(one.event);
-                passed.insert(passed.end(), one.more.begin(), one.more.end());
+                spoil(event, ++mNumber, &passed);
                 continue;
             }
             if (fault("flush-code")) event.u.meta.what = static_cast<MetaDataEventType>(2);
@@ -158,15 +142,13 @@ class Channel {
         return static_cast<sensors_event_t*>(
             mmap(nullptr, mBytes, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0));
     }
-    static int32_t* counterOf(sensors_event_t* record) { return &record->reserved0; }
-
     void run() {
         const size_t slots = mBytes / sizeof(sensors_event_t);
         int32_t seen = 0;
         size_t written = 0;
         while (!mStop) {
             sensors_event_t* source = mOwn + static_cast<size_t>(seen) % slots;
-            if (__atomic_load_n(counterOf(source), __ATOMIC_ACQUIRE) != seen + 1) {
+            if (__atomic_load_n(&source->reserved0, __ATOMIC_ACQUIRE) != seen + 1) {
                 usleep(500);
                 continue;
             }
@@ -182,7 +164,7 @@ class Channel {
             record.reserved0 = 0;
             sensors_event_t* target = mClient + written++ % slots;
             *target = record;
-            __atomic_store_n(counterOf(target), counter, __ATOMIC_RELEASE);
+            __atomic_store_n(&target->reserved0, counter, __ATOMIC_RELEASE);
         }
     }
 

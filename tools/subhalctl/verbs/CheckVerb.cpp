@@ -200,11 +200,10 @@ void Check::activate(Subject& subject, bool on) {
 void Check::batch(Subject& subject, int64_t periodNs, int64_t latencyNs) {
     const int64_t before =
         subject.on ? grantedPeriodNs(*subject.sensor, subject.observed.periodNs) : 0;
-    const int64_t now = hubNowNs();
     count(subject, "batch", mProxy.batch(subject.handle(), periodNs, latencyNs));
     subject.observed = {};
     subject.observed.periodNs = periodNs;
-    subject.observed.startNs = now + before;
+    subject.observed.startNs = hubNowNs() + before;
 }
 
 void Check::start(const Subjects& subjects, int64_t latencyNs) {
@@ -462,7 +461,6 @@ void Check::checkDirectLevel(const Subject& subject, const DirectLevel& level) {
     memory.fill('\x55');
     const Off off(mProxy, sensor);
     ClientChannel channel(mProxy);
-    const int64_t startNs = hubNowNs();
     const Result registered = channel.registerMemory(memory.fd(), memory.bytes());
     const bool zeroed = memory.allZero();
     const auto report = channel.setRate(sensor.sensorHandle, level.level);
@@ -472,6 +470,7 @@ void Check::checkDirectLevel(const Subject& subject, const DirectLevel& level) {
             formatted("%s: register: %s, configure: %s", level.name, resultName(registered).c_str(),
                       resultName(report.result).c_str()));
     }
+    const int64_t startNs = hubNowNs();  // earlier records may have another period
     // 4096 records are ten seconds of the fastest level.
     if (!receive(std::min(mOptions.seconds, 5.0))) return;
     mProxy.takeCalls();

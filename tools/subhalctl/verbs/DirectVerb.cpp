@@ -7,6 +7,7 @@
 #include <optional>
 
 #include "tools/subhalctl/Interrupt.h"
+#include "tools/subhalctl/hubs/PlatformHooks.h"
 #include "tools/subhalctl/judging/CheckRules.h"
 #include "tools/subhalctl/proxy/ClientChannel.h"
 #include "tools/subhalctl/proxy/RingReader.h"
@@ -52,7 +53,7 @@ class Client {
         const int64_t ageNs = elapsedNs(record.timestamp, read.readNs);
         if (whole && record.type != SENSOR_TYPE_META_DATA) {
             mStatistics.add(record.timestamp);
-            mStamps.push_back(record.timestamp);
+            if (record.timestamp >= mStartNs) mStamps.push_back(record.timestamp);
             mAges.add(ageNs);
         }
         if (mWriter) show(read, ageNs, whole);
@@ -124,6 +125,7 @@ class Client {
     RingCheck mCheck;
     IntervalStatistics mStatistics;
     DurationStatistics mAges;
+    const int64_t mStartNs = hubNowNs();  // earlier records may have another period
     std::vector<int64_t> mStamps;
     bool mStalled = false;
 };
