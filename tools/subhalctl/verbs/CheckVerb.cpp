@@ -436,7 +436,7 @@ void Check::checkBatches() {
     start(subjects, latencyNs);
     // Three whole batches, and the flush while the fourth is held back.
     const double seconds =
-        (3.6 * static_cast<double>(latencyNs) + 3.0 * static_cast<double>(longestNs)) / 1e9;
+        (3.7 * static_cast<double>(latencyNs) + 3.0 * static_cast<double>(longestNs)) / 1e9;
     bool finished = receive(seconds);
     const int64_t flushedNs = hubNowNs();
     for (const Subject* subject : subjects) {
