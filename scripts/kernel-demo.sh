@@ -9,23 +9,22 @@ build=${1:-$root/build}
 
 work=$build/kernel-demo
 mkdir -p "$work"
-cat "$root/scripts/tell.sh" - >"$work/script" <<'END'
+cat >"$work/script" <<'END'
 hubplay &
 until [ -e /sys/class/sensors/als_rear ]; do sleep 0.1; done
 sleep 0.2
 status=0
 show() {
-    set -- --log silent "$@"
-    tell "$@"
-    subhalctl "$@" || status=1
+    printf '\n$ %s\n' "$1"
+    eval "$1" || status=1
 }
-printf '\n$ uname -sr; ls /dev/iio:device* | wc -l\n%s\n%s\n' "$(uname -sr)" \
-    "$(ls /dev/iio:device* | wc -l)"
-show doctor
-show list
-show watch 1@5 4@2 --seconds 1
-show --quiet direct 38 --rate fast --events 50 --seconds 0.2 --check
-show message --text "hello, hub"
+show "uname -sr; ls /dev/iio:device* | wc -l"
+alias subhalctl="subhalctl --log silent"
+show "subhalctl doctor"
+show "subhalctl list"
+show "subhalctl watch 1@5 4@2 --seconds 1"
+show "subhalctl --quiet direct 38 --rate fast --events 50 --seconds 0.2 --check"
+show "subhalctl message --text 'hello, hub'"
 sleep 0.2
 exit $status
 END
