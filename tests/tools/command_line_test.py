@@ -435,6 +435,8 @@ ROWS = {
         Row("doctor -v", out=r", (\d+) records\n(.|\n)*ok +record 3, handle 4: Gyroscope .*\n(.|\n)*"
                              r"ok .*handle 4: a buffer of 3000 records starts\n(.|\n)*\n\1 sensors"),
         Row("doctor", 7, hub="", out="No sensor hub here"),
+        Row("--fault open:1:EACCES doctor", 1, env={"COLUMNS": "80"}, lines="^.{1,80}$",
+            out=r"FAIL  acc.*\n {6}(\S+ ?)+\n"),
         *[Row("--fault %s doctor" % fault, code, out="(^|\n)" + says)
           for fault, code, says in (
               ("open:/sys/class/sensors/hbx_sensor/sensor_spec:EACCES", 7, "FAIL .*Permission"),

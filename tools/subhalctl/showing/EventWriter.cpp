@@ -105,8 +105,9 @@ class TextWriter : public EventWriter {
         }
         if (quiet) return;
         const std::string values = watched.size() == 1 ? header(*watched.front().sensor) : "values";
-        print("%8s(W: wakelock, S: stale)\n\n%s%s\n", "",
-              prefix("      timestamp/s", "handle   ", "sensor").c_str(), values.c_str());
+        const std::string heading = prefix("      timestamp/s", "handle   ", "sensor");
+        print("%8s(W: wakelock, S: stale)\n\n%s\n", "",
+              wrapped(heading + values, shownWidth(heading)).c_str());
     }
 
     void event(const Watched& watched, const ReceivedEvent& received) override {

@@ -21,6 +21,7 @@ namespace {
 
 constexpr size_t kNarrowest = 40;  // below that nothing fits
 constexpr size_t kUsualWidth = 80;
+constexpr size_t kVerdict = 6;    // so wide is what begins a long line: "FAIL  "
 constexpr size_t kPiece = 4096;   // a pipe that poll() calls writable takes that much at once
 constexpr int kPatienceMs = 300;  // for a blocked output, once the verb is to end
 
@@ -109,8 +110,14 @@ std::string printableLines(const std::string& text) {
 void print(const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    printText(printableLines(formatArguments(format, arguments)));
+    const std::string text = printableLines(formatArguments(format, arguments));
     va_end(arguments);
+    if (outputWidth() == kUnlimited) return printText(text);
+    for (size_t at = 0; at < text.size();) {
+        const size_t end = std::min(text.find('\n', at), text.size());
+        printText(wrapped(text.substr(at, end - at), kVerdict) + (end < text.size() ? "\n" : ""));
+        at = end + 1;
+    }
 }
 
 void printText(const std::string& text) {

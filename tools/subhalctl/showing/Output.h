@@ -26,8 +26,8 @@ std::string printable(const std::string& text);
 std::string printableLines(const std::string& text);
 
 /**
- * To standard output, line by line, and printable. Once a write has failed, nothing more is
- * written.
+ * To standard output, line by line, printable, and broken at blanks where a line does not fit. Once
+ * a write has failed, nothing more is written.
  */
 void print(const char* format, ...) __attribute__((format(printf, 1, 2)));
 /** As it is. */
