@@ -52,7 +52,7 @@ What to try next; on a device, all of it without --sim:
   PATH=$PWD/build/tools/subhalctl:$PATH
   subhalctl --sim watch 1@200 --seconds 5 --require 'lost=0,latency.p99<20ms'
   subhalctl --sim record -o run.jsonl 1@100 5 8 --seconds 5
-  subhalctl plot run.jsonl -o run.html      with gnuplot-nox
+  subhalctl plot run.jsonl -o run.html      a page for the browser
   subhalctl --sim --trace list              each call that the library makes
   subhalctl --sim check                     all sensors, in half a minute
   subhalctl --help                          and VERB --help: the rest

@@ -10,12 +10,13 @@ bool WakelockCounter::incrementRefCountAndMaybeAcquireWakelock(size_t delta,
                                                                int64_t* timeoutStart) {
     if (timeoutStart != nullptr) *timeoutStart = android::elapsedRealtimeNano();
     mTaken += static_cast<int>(delta);
-    mHeld += static_cast<int>(delta);
+    if (mHeld.fetch_add(static_cast<int>(delta)) == 0 && mObserver) mObserver(true);
     return true;
 }
 
 void WakelockCounter::decrementRefCountAndMaybeReleaseWakelock(size_t delta, int64_t) {
-    mHeld -= static_cast<int>(delta);
+    const int held = static_cast<int>(delta);
+    if (mHeld.fetch_sub(held) == held && mObserver) mObserver(false);
 }
 
 HalProxyCallback::HalProxyCallback(Handler handler) : mHandler(std::move(handler)) {}

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <functional>
 #include <mutex>
+#include <utility>
 #include <vector>
 
 // The platform lets only its own HalProxyCallbackBase make wakelocks, so a host program's proxy has
@@ -22,7 +23,12 @@ class WakelockCounter : public IScopedWakelockRefCounter {
     int taken() const { return mTaken; }
     int held() const { return mHeld; }
 
+    /** Before the library has the callback: `observer` learns when the first is out, the last back.
+     */
+    void observe(std::function<void(bool held)> observer) { mObserver = std::move(observer); }
+
   private:
+    std::function<void(bool held)> mObserver;
     std::atomic<int> mTaken{0};
     std::atomic<int> mHeld{0};
 };
@@ -31,7 +37,7 @@ class WakelockCounter : public IScopedWakelockRefCounter {
 class HalProxyCallbackBase : public IHalProxyCallback {
   public:
     ScopedWakelock createScopedWakelock(bool lock) override;
-    const WakelockCounter& wakelock() const { return mWakelock; }
+    WakelockCounter& wakelock() { return mWakelock; }
 
   private:
     WakelockCounter mWakelock;

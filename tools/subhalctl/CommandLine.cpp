@@ -26,7 +26,7 @@ constexpr char kExitCodes[] =
     "  0  fine\n"
     "  1  a check failed\n"
     "  2  usage, or a file named there cannot be used\n"
-    "  3  the library cannot be loaded, or no simulated hub or picture made\n"
+    "  3  the library cannot be loaded, or no simulated hub made\n"
     "  4  no such sensor, or the name is ambiguous\n"
     "  5  refused by the library\n"
     "  6  no data in time, fewer than asked for, or interrupted early\n"
@@ -211,38 +211,55 @@ void addWatch(CLI::App& app, Command& command) {
         ->check(seconds());
 }
 
+/** A file that a verb reads or writes; "-" is standard input or output. */
+void addFile(CLI::App& verb, const char* name, const char* description, std::string& file) {
+    verb.add_option(name, file, description)->required()->transform(path(Except::kDash));
+}
+
+constexpr char kRecordingHelp[] = "Recording, - for standard input";
+constexpr char kOutputHelp[] = "File to be written, - for standard output";
+
 void addRecord(CLI::App& app, Command& command) {
     const Verb<WatchOptions> verb(app, command, "record",
                                   "Keep what crosses the library's borders in a file", runWatch);
-    verb.app
-        ->add_option("-o,--output", verb.options->recording,
-                     "File to be written, - for standard output")
-        ->required()
-        ->transform(path(Except::kDash));
+    addFile(*verb.app, "-o,--output", kOutputHelp, verb.options->recording);
     addWatched(*verb.app, *verb.options);
 }
 
 void addReplay(CLI::App& app, Command& command) {
     CLI::App* replay = app.add_subcommand(
         "replay", "Play a recording, requests and all, and compare events and calls");
-    replay->add_option("FILE", command.options.hub.recording, "Recording, - for standard input")
-        ->required()
-        ->transform(path(Except::kDash));
+    addFile(*replay, "FILE", kRecordingHelp, command.options.hub.recording);
     replay->add_flag("--fast", command.options.hub.fast, "Play in no time instead of its own");
     replay->callback([&command] { command.run = runReplay; });
 }
 
-void addPlot(CLI::App& app, Command& command) {
-    const Verb<PlotOptions> verb(
-        app, command, "plot",
-        "Draw a recording: values, intervals, latencies, wakelocks; needs gnuplot", runPlot);
-    verb.app->add_option("FILE", verb.options->recording, "Recording, - for standard input")
-        ->required()
-        ->transform(path(Except::kDash));
-    verb.app
-        ->add_option("-o,--output", verb.options->output,
-                     "File to be drawn into, .svg, .png or .html (default: text on the terminal)")
-        ->transform(path());
+void addPlotAndExport(CLI::App& app, Command& command) {
+    const Verb<ConvertOptions> plot(
+        app, command, "plot", "Draw a recording as a page for a browser, or for paper", runPlot);
+    const Verb<ConvertOptions> exported(app, command, "export",
+                                        "Convert a recording for a trace viewer, or into tables",
+                                        runExport);
+    for (const auto* verb : {&plot, &exported}) {
+        addFile(*verb->app, "FILE", kRecordingHelp, verb->options->recording);
+        addFile(*verb->app, "-o,--output", kOutputHelp, verb->options->output);
+    }
+    exported.app->add_option("--format", exported.options->format, "trace events, or csv")
+        ->check(CLI::IsMember({"trace", "csv"}))
+        ->capture_default_str();
+}
+
+void addCompare(CLI::App& app, Command& command) {
+    const Verb<CompareOptions> verb(
+        app, command, "compare",
+        "Compare two recordings (with --quiet: only what differs); exit code 1 "
+        "when they differ",
+        runCompare);
+    addFile(*verb.app, "FIRST", kRecordingHelp, verb.options->first);
+    addFile(*verb.app, "SECOND", kRecordingHelp, verb.options->second);
+    verb.app->add_option("--tolerance", verb.options->tolerance, "How much may differ, in percent")
+        ->check(number(0, 1000))
+        ->capture_default_str();
 }
 
 void addFlush(CLI::App& app, Command& command) {
@@ -323,9 +340,15 @@ void addHub(CLI::App& app, Command& command) {
         ->transform(whole(0, 255));
 }
 
+/** It loads no library. */
+bool readsOnly(const CLI::App& verb) {
+    const std::string name = verb.get_name();
+    return name == "plot" || name == "export" || name == "compare";
+}
+
 /** A recording is its hub. */
 bool bringsHub(const CLI::App& verb) {
-    return verb.get_name() == "replay" || verb.get_name() == "plot";
+    return verb.get_name() == "replay" || readsOnly(verb);
 }
 
 /** A verb's help also has the options that all verbs share, for they are understood behind it. */
@@ -352,7 +375,7 @@ class Help : public CLI::Formatter {
         if (program == app) return std::string(kNaming) + '\n' + kExitCodes + '\n';
         std::string footer = app->get_option_no_throw("SENSOR") != nullptr ? kNaming : "";
         if (!bringsHub(*app)) footer += group(*program, kHubOptions);
-        if (app->get_name() != "plot") footer += group(*program, kCommonOptions);
+        if (!readsOnly(*app)) footer += group(*program, kCommonOptions);
         return footer + "\nExit codes: subhalctl --help\n";
     }
 
@@ -417,7 +440,8 @@ Command parseCommandLine(int argc, char** argv, ExitCode* exitCode) {
     addWatch(app, command);
     addRecord(app, command);
     addReplay(app, command);
-    addPlot(app, command);
+    addPlotAndExport(app, command);
+    addCompare(app, command);
     addFlush(app, command);
     addInject(app, command);
     addDirect(app, command);

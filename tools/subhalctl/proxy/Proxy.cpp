@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cinttypes>
 #include <cstdio>
@@ -125,6 +126,7 @@ ExitCode Proxy::initialize() {
     mCallback = new HalProxyCallback([this](const std::vector<Event>& events, bool wakelock) {
         mEvents.push(events, wakelock);
     });
+    if (mRecorder) mCallback->wakelock().observe([this](bool held) { mRecorder->wakelock(held); });
     const Result result = subHal().initialize(mCallback);
     if (result != Result::OK) return refused("library", "initialize", result);
     mSensors = host_proxy::sensorsOf(subHal());
@@ -166,6 +168,7 @@ const SensorInfo* Proxy::find(const std::string& text) const {
 
 Result Proxy::keep(ProxyRequest request, int64_t startNs, Result result) {
     request.result = resultName(result);
+    request.durationNs = std::max<int64_t>(hubNowNs() - startNs, 0);
     if (mRecorder) mRecorder->request(startNs, request);
     return result;
 }

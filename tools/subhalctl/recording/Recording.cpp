@@ -171,6 +171,7 @@ void Recorder::request(int64_t startNs, const ProxyRequest& request) {
         fields["enable"] = request.enable;
     }
     fields["result"] = request.result;
+    fields["duration_ns"] = request.durationNs;
     write("request", startNs, fields);
 }
 
@@ -186,6 +187,11 @@ void Recorder::event(const ReceivedEvent& received) {
            {"timestamp_ns", received.event.timestamp},
            {"wakelock", received.wakelock},
            {"hex", hexOf(bytes)}});
+}
+
+void Recorder::wakelock(bool held) {
+    const std::lock_guard<std::mutex> lock(mLock);
+    write("wakelock", hubNowNs(), {{"held", held}});
 }
 
 int64_t Recorder::clock(int64_t now) {
@@ -241,7 +247,6 @@ class Members {
   public:
     explicit Members(const Json& line) : mLine(line) {}
 
-    bool has(const char* name) const { return mLine.contains(name); }
     int64_t number(const char* name, int64_t low, int64_t high) {
         const auto found = mLine.find(name);
         if (found == mLine.end() || !found->is_number_integer()) {
@@ -255,6 +260,7 @@ class Members {
         if (value < low || value > high) blame(name, "is out of range");
         return value;
     }
+    bool has(const char* name) const { return mLine.contains(name); }
     bool flag(const char* name) {
         const auto found = mLine.find(name);
         if (found == mLine.end() || !found->is_boolean()) {
@@ -293,6 +299,9 @@ ProxyRequest requestOf(Members& members) {
     request.what = members.text("request");
     request.handle = members.handle();
     request.result = members.text("result");
+    if (members.has("duration_ns")) {
+        request.durationNs = members.number("duration_ns", 0, kLatestNs);
+    }
     if (request.what == "batch") {
         request.periodNs = members.number("period_ns", INT64_MIN, INT64_MAX);
         request.latencyNs = members.number("latency_ns", INT64_MIN, INT64_MAX);
@@ -373,6 +382,9 @@ class Loader {
             entry.timestampNs = members.number("timestamp_ns", INT64_MIN, INT64_MAX);
             entry.flag = members.flag("wakelock");
             entry.bytes = members.bytes("hex", sizeof(Payload), sizeof(Payload));
+        } else if (kind == "wakelock") {
+            entry.kind = Kind::kWakelock;
+            entry.flag = members.flag("held");
         } else if (kind == "call") {
             entry.kind = Kind::kCall;
             entry.text = members.text("call");

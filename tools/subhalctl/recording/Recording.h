@@ -29,6 +29,7 @@ struct ProxyRequest {
     int64_t latencyNs = 0;
     bool enable = false;
     std::string result;
+    int64_t durationNs = 0;  ///< 0 when the recording does not say
 };
 
 /** Keeps a run. Any thread; lines come in the order in which they are finished. */
@@ -48,6 +49,8 @@ class Recorder : public PlatformHooks {
     void call(const FileCall& call);
     void request(int64_t startNs, const ProxyRequest& request);
     void event(const ReceivedEvent& received);
+    /** The proxy's wakelock is taken or given back. */
+    void wakelock(bool held);
     int64_t clock(int64_t now) override;
     void propertyWasRead(const std::string& name, const std::string& value) override;
 
@@ -83,7 +86,7 @@ class Recorder : public PlatformHooks {
 /** A run that was kept. */
 struct Recording {
     struct Entry {
-        enum class Kind { kRaw, kRequest, kEvent, kCall, kProperty, kClock };
+        enum class Kind { kRaw, kRequest, kEvent, kWakelock, kCall, kProperty, kClock };
 
         Kind kind;
         size_t line;
@@ -93,7 +96,7 @@ struct Recording {
         ProxyRequest request{};
         int32_t type = 0;         ///< of an event
         int64_t timestampNs = 0;  ///< of an event; what the clock said
-        bool flag = false;        ///< wakelock of an event; whether the main thread read the clock
+        bool flag = false;        ///< wakelock of an event, or held; the main thread read the clock
         std::string name{};       ///< of a property, a path
         std::string text{};       ///< a property's value; what kind of call
         int64_t result = 0;       ///< of a call

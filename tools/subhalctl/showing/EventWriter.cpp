@@ -20,11 +20,6 @@ int32_t typeOf(const SensorInfo& sensor) {
     return static_cast<int32_t>(sensor.type);
 }
 
-const char* kindName(EventKind kind) {
-    if (kind == EventKind::kFlushComplete) return "flush";
-    return kind == EventKind::kAdditionalInfo ? "info" : "data";
-}
-
 /** Unit to stand beside a value, where one unit does not do for all. */
 std::string ownUnit(const Value& value, const std::string& common) {
     return common.empty() && value.unit[0] != '\0' ? std::string(" ") + value.unit : "";
@@ -281,6 +276,11 @@ EventKind kindOf(const Event& event) {
     if (event.sensorType == SensorType::META_DATA) return EventKind::kFlushComplete;
     return event.sensorType == SensorType::ADDITIONAL_INFO ? EventKind::kAdditionalInfo
                                                            : EventKind::kData;
+}
+
+const char* kindName(EventKind kind) {
+    if (kind == EventKind::kFlushComplete) return "flush";
+    return kind == EventKind::kAdditionalInfo ? "info" : "data";
 }
 
 bool Watched::isStale(const ReceivedEvent& received) const {

@@ -14,6 +14,8 @@ namespace subhalctl {
 enum class EventKind { kData, kFlushComplete, kAdditionalInfo };
 
 EventKind kindOf(const Event& event);
+/** "data", "flush" or "info". */
+const char* kindName(EventKind kind);
 
 /** One watched sensor. */
 struct Watched {

@@ -153,6 +153,15 @@ void flushOutput() {
     gPending.clear();
 }
 
+bool sendOutputTo(const std::string& path) {
+    if (path == "-") return true;
+    const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    const bool opened = fd >= 0 && dup2(fd, STDOUT_FILENO) >= 0;
+    if (!opened) complain("%s: %s", quoted(path).c_str(), std::strerror(errno));
+    if (fd >= 0) close(fd);
+    return opened;
+}
+
 void complain(const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);

@@ -40,6 +40,9 @@ void flushOutput();
  */
 void printVerdict(const std::string& word);
 
+/** What is printed from now on goes into a file, unless `path` is "-". Reports a failure. */
+bool sendOutputTo(const std::string& path);
+
 /** "subhalctl: ", the text, printable, and a newline, to standard error. */
 void complain(const char* format, ...) __attribute__((format(printf, 1, 2)));
 

@@ -179,6 +179,20 @@ Reading decode(int32_t type, const Payload& payload) {
     return reading;
 }
 
+std::vector<std::vector<size_t>> groupsOf(const std::vector<Value>& values) {
+    std::vector<std::vector<size_t>> groups;
+    std::string last;
+    for (size_t i = 0; i < values.size(); ++i) {
+        const std::string name = values[i].name;
+        const bool isPart = name.size() == 1 || name[1] == '_';
+        const std::string what = (isPart ? name.substr(1) : name) + ' ' + values[i].unit;
+        if (groups.empty() || what != last) groups.emplace_back();
+        groups.back().push_back(i);
+        last = what;
+    }
+    return groups;
+}
+
 const char* standardTypeName(int32_t type) {
     const auto& all = simulator::knownSensors();
     const auto found = std::find_if(all.begin(), all.end(),

@@ -44,6 +44,9 @@ struct Reading {
 /** Decodes by the sensor's type; a type that is not known gives its payload words. */
 Reading decode(int32_t type, const Payload& payload);
 
+/** Columns of values that are comparable: one, or the parts of a vector. */
+std::vector<std::vector<size_t>> groupsOf(const std::vector<Value>& values);
+
 /** Name of one of the platform's own types, null for the device-private and the unknown ones. */
 const char* standardTypeName(int32_t type);
 

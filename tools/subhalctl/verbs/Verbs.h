@@ -49,11 +49,20 @@ ExitCode runWatch(Proxy& proxy, const WatchOptions& options);
 /** Plays the recording of the global options. */
 ExitCode runReplay(Proxy& proxy);
 
-struct PlotOptions {
+struct ConvertOptions {
     std::string recording;
-    std::string output;  ///< .svg, .png or .html; empty: text for a terminal
+    std::string output;
+    std::string format = "trace";  ///< or "csv"
 };
-ExitCode runPlot(Proxy& proxy, const PlotOptions& options);
+ExitCode runPlot(Proxy& proxy, const ConvertOptions& options);
+ExitCode runExport(Proxy& proxy, const ConvertOptions& options);
+
+struct CompareOptions {
+    std::string first;
+    std::string second;
+    double tolerance = 10;  ///< percent
+};
+ExitCode runCompare(Proxy& proxy, const CompareOptions& options);
 
 struct FlushOptions {
     std::string sensor;

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "tools/subhalctl/ExitCode.h"
+#include "tools/subhalctl/recording/Recording.h"
+#include "tools/subhalctl/showing/EventWriter.h"
+
+namespace subhalctl {
+
+struct Span {
+    int64_t beginNs;
+    int64_t endNs;
+};
+
+/** One event of a recording, and how it follows those before it. */
+struct RecordedEvent {
+    ReceivedEvent received;
+    EventKind kind;
+    int64_t readNs;                ///< when its record was read; its arrival when nobody knows
+    std::vector<double> values{};  ///< none but of data
+    int64_t intervalNs = 0;        ///< 0 for the first one
+    int64_t lost = 0;              ///< that should have come just before it
+    bool backward = false;
+    bool stale = false;
+    bool late = false;  ///< beyond the latency asked for, two periods and 100 ms
+
+    bool isData() const { return kind == EventKind::kData && !stale; }
+    int64_t latencyNs() const { return elapsedNs(received.event.timestamp, received.receivedNs); }
+};
+
+/** What a recording says of one sensor. */
+struct Series {
+    SensorInfo sensor{};
+    int64_t periodNs = 0;   ///< granted, 0 for a sensor without a rate
+    int64_t latencyNs = 0;  ///< asked for
+    std::vector<RecordedEvent> events{};
+    std::vector<const Recording::Entry*> requests{};
+    std::vector<Span> on{};
+    int64_t late = 0;
+    Watched figures{nullptr, 0, 0, IntervalStatistics()};
+
+    /** As in "light (5)". */
+    std::string name() const;
+    bool hasData() const { return figures.intervals.events() > 0; }
+};
+
+/** A recording and its parts, which point into it. */
+struct RecordedRun {
+    RecordedRun() = default;
+    RecordedRun(const RecordedRun&) = delete;
+    RecordedRun& operator=(const RecordedRun&) = delete;
+
+    /** Anything but kOk was reported; a recording without data is such a thing. */
+    ExitCode load(const std::string& path);
+
+    std::string name;  ///< of the file
+    Recording recording;
+    std::map<int32_t, Series> sensors;  ///< by handle, with a request or an event
+    std::vector<Span> wakelocks;
+    int64_t endNs = 0;
+};
+
+}  // namespace subhalctl

@@ -1,0 +1,149 @@
+#include <algorithm>
+#include <cmath>
+
+#include "tools/subhalctl/recording/Series.h"
+#include "tools/subhalctl/showing/Output.h"
+#include "tools/subhalctl/showing/SensorValues.h"
+#include "tools/subhalctl/verbs/Verbs.h"
+
+namespace subhalctl {
+namespace {
+
+constexpr double kLatencyMs = 100;  // what the tolerance of a latency is a share of, at least
+constexpr double kErrors = 3;       // standard errors that chance may make
+
+struct Spread {
+    double mean = 0;
+    double deviation = 0;
+    double error = 0;  // of both
+};
+
+Spread spreadOf(const Series& series, size_t column) {
+    Spread spread;
+    double count = 0;
+    double squares = 0;
+    for (const RecordedEvent& event : series.events) {
+        if (column >= event.values.size() || !std::isfinite(event.values[column])) continue;
+        const double off = event.values[column] - spread.mean;
+        spread.mean += off / ++count;
+        squares += off * (event.values[column] - spread.mean);
+    }
+    spread.deviation = std::sqrt(squares / std::max(count, 1.0));
+    spread.error = spread.deviation / std::sqrt(std::max(count, 1.0));
+    return spread;
+}
+
+/** Two recordings, sensor by sensor. */
+class Comparison {
+  public:
+    /** @param tolerance as a share */
+    Comparison(double tolerance, bool quiet) : mTolerance(tolerance), mQuiet(quiet) {}
+
+    void compare(const Series& first, const Series& second);
+    /** A sensor that only one of them has. */
+    void alone(const Series& series, const char* where) {
+        print("%s\ndiffers  only in the %s recording\n", series.name().c_str(), where);
+        ++mDifferences;
+    }
+    int differences() const { return mDifferences; }
+
+  private:
+    void figure(const std::string& name, double first, double second, double allowed) {
+        const bool differs = std::fabs(second - first) > allowed;
+        mDifferences += differs ? 1 : 0;
+        if (mQuiet && !differs) return;
+        print("%s%-8s %-24s %14.6g %14.6g %+14.6g\n", mHead.c_str(), differs ? "differs" : "",
+              name.c_str(), first, second, second - first);
+        mHead.clear();
+    }
+    void share(const std::string& name, double first, double second, double more = 0) {
+        figure(name, first, second,
+               mTolerance * std::max(std::fabs(first), std::fabs(second)) + more);
+    }
+    void rates(const Watched& first, const Watched& second, double periodMs);
+    void values(const Series& first, const Series& second);
+
+    double mTolerance;
+    bool mQuiet;
+    std::string mHead;  // of the sensor, until it is printed
+    int mDifferences = 0;
+};
+
+void Comparison::rates(const Watched& first, const Watched& second, double periodMs) {
+    const auto lost = [](const Watched& figures) {
+        const auto count = static_cast<double>(figures.intervals.lost());
+        return 100 * count / (static_cast<double>(figures.events) + count);
+    };
+    share("granted/Hz", first.grantedHz, second.grantedHz);
+    share("rate/Hz", first.intervals.rateHz(), second.intervals.rateHz());
+    figure("jitter/ms", first.intervals.jitterNs() / 1e6, second.intervals.jitterNs() / 1e6,
+           mTolerance * periodMs);
+    share("lost/%", lost(first), lost(second));
+}
+
+void Comparison::compare(const Series& first, const Series& second) {
+    if (!second.hasData() && first.hasData()) return alone(first, "first");
+    if (!first.hasData() && second.hasData()) return alone(second, "second");
+    if (!first.hasData()) return;
+    mHead = first.name() + "\n";
+    const auto periodMs = static_cast<double>(std::max(first.periodNs, second.periodNs)) / 1e6;
+    if (periodMs > 0) rates(first.figures, second.figures, periodMs);
+    for (const auto& [name, wanted] :
+         {std::pair("latency.p50/ms", 0.5), std::pair("latency.p99/ms", 0.99)}) {
+        figure(name, static_cast<double>(first.figures.latency.quantileNs(wanted)) / 1e6,
+               static_cast<double>(second.figures.latency.quantileNs(wanted)) / 1e6,
+               mTolerance * std::max(periodMs, kLatencyMs));
+    }
+    values(first, second);
+}
+
+void Comparison::values(const Series& first, const Series& second) {
+    const auto all = decode(static_cast<int32_t>(first.sensor.type), Payload{}).values;
+    for (const std::vector<size_t>& group : groupsOf(all)) {
+        // A part of a vector is judged by the longest one: gravity is on one axis only.
+        double length = 0;
+        for (const size_t column : group) {
+            length = std::max({length, std::fabs(spreadOf(first, column).mean),
+                               std::fabs(spreadOf(second, column).mean)});
+        }
+        for (const size_t column : group) {
+            const Spread one = spreadOf(first, column);
+            const Spread other = spreadOf(second, column);
+            const double chance = kErrors * std::hypot(one.error, other.error) +
+                                  static_cast<double>(first.sensor.resolution);
+            const std::string name = all[column].name;
+            figure(name + " mean", one.mean, other.mean, mTolerance * length + chance);
+            share(name + " deviation", one.deviation, other.deviation, chance);
+        }
+    }
+}
+
+}  // namespace
+
+ExitCode runCompare(Proxy& proxy, const CompareOptions& options) {
+    RecordedRun first;
+    RecordedRun second;
+    for (const auto& [run, path] :
+         {std::pair(&first, &options.first), std::pair(&second, &options.second)}) {
+        const ExitCode loaded = run->load(*path);
+        if (loaded != kOk) return loaded;
+    }
+    const bool quiet = proxy.options().quiet;
+    if (!quiet) print("%33s %14s %14s %14s\n", "", "first", "second", "change");
+    Comparison comparison(options.tolerance / 100, quiet);
+    for (const auto& [handle, series] : first.sensors) {
+        const auto found = second.sensors.find(handle);
+        if (found == second.sensors.end()) {
+            comparison.alone(series, "first");
+        } else {
+            comparison.compare(series, found->second);
+        }
+    }
+    for (const auto& [handle, series] : second.sensors) {
+        if (first.sensors.count(handle) == 0) comparison.alone(series, "second");
+    }
+    print("%s\n", counted(comparison.differences(), "difference").c_str());
+    return comparison.differences() > 0 ? kCheckFailed : kOk;
+}
+
+}  // namespace subhalctl
