@@ -505,7 +505,7 @@ ROWS = {
             err="none of its sensors works"),
     ],
     "doctor": [
-        Row("doctor", lines=r"^[1-9]\d* sensors, 0 failures, 0 notes$"),
+        Row("doctor", lines=r"^[1-9]\d* sensors, 0 failures, 0 notes(; as root, .*)?$"),
         Row("doctor -v", out=r", (\d+) records\n(.|\n)*ok +record 3, handle 4: Gyroscope .*\n(.|\n)*"
                              r"ok .*handle 4: a buffer of 3000 records starts\n(.|\n)*\n\1 sensors"),
         Row("doctor", 7, hub="", out="No sensor hub here"),
@@ -527,6 +527,30 @@ ROWS = {
                "FAIL .*handle 4: .*/length: Permission denied.*without a word"),
               ("absent:/sys/bus/iio/devices/iio:device3/name", 1,
                'FAIL .*handle 4: no IIO device is called "gyro_sensor"'))],
+        # Where a record stops, in the order of its stations; what may be right is a note.
+        *[Row(["--still", *(["--fault", fault] if fault else []), "doctor", *sensor.split(), "--seconds",
+               "0.6"], "FAIL" in says, out="(^|\n)" + says)
+          for fault, sensor, says in (
+              ("ioctl:/dev/batch_io:EINVAL", "1", r"FAIL  \S+ .1., hub: batch gave BAD.*: Invalid arg"),
+              ("write:/sys/class/sensors/hbx_sensor/enable:EIO", "1", "FAIL .*, hub: activate gave BAD"),
+              ("drop:1", "1", 'FAIL .*handle 1: no IIO device(.|\n)*51 sensors, 1 failure'),
+              ("drop:1@0.4s", "17 1", "note .*\nFAIL .*1., device: .* is gone; "),
+              ("poll:EIO", "1", "FAIL .*, device: a record is there.*: poll.. fails: Input/output"),
+              ("write:/sys/bus/iio/devices/iio:device1/buffer/enable:EIO", "1",
+               "FAIL .*, buffer: .*device1/buffer/enable is 0, write .*: Input/output error; "),
+              ("available:1:0", "1", "ok .*\nFAIL .*1., batched, count: .*data_available says 0 "),
+              ("read:1:EIO", "1", "FAIL .*, read: [0-9]+ failed reads, read /dev/iio:device1: Input"),
+              ("read:1:EIO*2", "1", "note .*, read: 2 of 3 reads failed, .*\nok    accelerometer .1.: "),
+              ("cut:1:5", "1", "FAIL .*, read: a record of 5 bytes instead of 14; "),
+              ("push:57:ff" + "00" * 24 + "0100000000000000@0.4s", "57",
+               "note  .*, driver: a whole record became no event: ff0000.*; that may be right"),
+              ("", "17", "note  .*, hub: took the request and sent no record in 0.6 s; that may be"),
+              ("", "32", "ok    sensorhubs .32.: an event"))],
+        Row("--fault read:17:EIO*1 doctor 17", 1, out="FAIL .*17., filter: the library dropped a rec"),
+        Row(["--replay", REAL_DEVICES, "--fast", "doctor", "4"], 1, hub="",
+            out="FAIL  gyroscope .4., hub: took the request and sent no record "),
+        Row("doctor 1 -v", out=r"ok +acc.*, hub: .*\nok .*, device: .*\nok .*, buffer: on, 3000 .*\nok .*, "
+            r"read: 1 whole record\nok +accelerometer .1.: an event [0-9.]+ ms after switching"),
         Row(["--chips", saved_file([{"handle": 0}]), "doctor"], 1, out="FAIL .*spec: 1 record, all of "
             "them empty slots; .*firmware(.|\n)*0 sensors, 1 failure"),
         Row(["--chips", saved_file([

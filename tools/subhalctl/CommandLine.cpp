@@ -160,6 +160,11 @@ void addDoctor(CLI::App& app, Command& command) {
     const Verb<DoctorOptions> verb(app, command, "doctor",
                                    "Find out why sensors are missing or silent, and what to do",
                                    runDoctor);
+    verb.app->add_option("SENSOR", verb.options->sensors,
+                         "Sensors to be switched on, to follow a record of each");
+    verb.app->add_option("--seconds", verb.options->seconds, "Time to wait for a record")
+        ->check(seconds())
+        ->capture_default_str();
     verb.app->add_flag("-v,--verbose", verb.options->details, "Also what is as it should be");
 }
 

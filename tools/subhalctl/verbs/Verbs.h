@@ -20,6 +20,8 @@ struct ListOptions {
 ExitCode runList(Proxy& proxy, const ListOptions& options);
 
 struct DoctorOptions {
+    std::vector<std::string> sensors;  ///< to be switched on and followed
+    double seconds = 2;                ///< to wait for a record
     bool details = false;
 };
 ExitCode runDoctor(Proxy& proxy, const DoctorOptions& options);

@@ -172,8 +172,8 @@ ExitCode Watch::judgeSilence() const {
             complain("%s reported nothing yet: --latency lets it wait for %" PRId64 " ms",
                      typeName(*one.sensor).c_str(), mOptions.latencyMs);
         } else {
-            complain("%s stayed silent; \"subhalctl doctor\" and --log error tell more",
-                     typeName(*one.sensor).c_str());
+            complain("%s stayed silent; \"subhalctl doctor %" PRId32 "\" finds out where it stops",
+                     typeName(*one.sensor).c_str(), one.sensor->sensorHandle);
         }
     }
     if (!any && result == kOk) complain("no events");

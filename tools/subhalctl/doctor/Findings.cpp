@@ -1,0 +1,97 @@
+#include "tools/subhalctl/doctor/Findings.h"
+
+#include <fcntl.h>
+#include <grp.h>
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "tools/subhalctl/showing/Output.h"
+
+namespace subhalctl {
+
+int tryOpen(const std::string& path, int flags) {
+    const int fd = open(path.c_str(), flags | O_CLOEXEC);
+    if (fd < 0) return errno;
+    close(fd);
+    return 0;
+}
+
+int readFile(const std::string& path, std::string* bytes) {
+    constexpr size_t kMost = 65536;
+    const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) return errno;
+    char piece[4096];
+    ssize_t got = 0;
+    while (bytes->size() < kMost && (got = read(fd, piece, sizeof(piece))) > 0) {
+        bytes->append(piece, static_cast<size_t>(got));
+    }
+    const int error = got < 0 ? errno : 0;
+    close(fd);
+    return error;
+}
+
+std::string readLine(const std::string& path, int* error) {
+    std::string text;
+    const int failed = readFile(path, &text);
+    if (error != nullptr) *error = failed;
+    return text.substr(0, text.find_first_of("\n\r"));
+}
+
+int writeText(const std::string& path, const std::string& text) {
+    const int fd = open(path.c_str(), O_WRONLY | O_CLOEXEC);
+    if (fd < 0) return errno;
+    const int error = write(fd, text.data(), text.size()) < 0 ? errno : 0;
+    close(fd);
+    return error;
+}
+
+std::string modeOf(const std::string& path) {
+    struct stat status {};
+    if (stat(path.c_str(), &status) != 0) return "absent";
+    std::string text = S_ISDIR(status.st_mode) ? "d" : (S_ISCHR(status.st_mode) ? "c" : "-");
+    constexpr char kLetters[] = "rwxrwxrwx";
+    for (int bit = 0; bit < 9; ++bit) {
+        text += (status.st_mode & (0400U >> bit)) != 0 ? kLetters[bit] : '-';
+    }
+    const passwd* user = getpwuid(status.st_uid);
+    const group* group = getgrgid(status.st_gid);
+    text += ' ' + (user != nullptr ? user->pw_name : std::to_string(status.st_uid)) + ':';
+    return text + (group != nullptr ? group->gr_name : std::to_string(status.st_gid));
+}
+
+const char* accessName(int flags) {
+    if (flags == O_RDONLY) return "read";
+    return flags == O_WRONLY ? "write" : "read and write";
+}
+
+std::string remedyOf(int error, const std::string& absent, const char* access) {
+    switch (error) {
+        case ENOENT:
+            return absent;
+        case EACCES:
+        case EPERM:
+            return std::string("the sensors service has to ") + access +
+                   " it: check owner, mode and the security policy";
+        case EBUSY:
+            return "another program holds it";
+        case ENODEV:
+        case ENXIO:
+            return "the node is there, the driver behind it is gone: look for a failed probe or an "
+                   "unplugged hub in the kernel log";
+        default:
+            return "look at the driver's messages in the kernel log";
+    }
+}
+
+void Findings::line(const char* level, const std::string& subject, const std::string& text,
+                    const std::string& remedy) {
+    const std::string found = printable(subject + ": " + text);
+    print("%-5s %s%s%s\n", level, found.c_str(), remedy.empty() ? "" : "; ",
+          printable(remedy).c_str());
+}
+
+}  // namespace subhalctl
