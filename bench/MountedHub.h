@@ -40,7 +40,7 @@ class MountedHub {
     /** One write to a sensor's device; it must have room (256 records). */
     void push(int handle, const std::string& record);
 
-    /** What the device's buffer says it holds, until told otherwise. */
+    /** The device's `data_available`, until the next call. */
     void setDataAvailable(int handle, int count);
 
     /** A second FIFO of the sensor's kind, for a reader that is not the library. */

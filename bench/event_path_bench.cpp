@@ -1,4 +1,4 @@
-// The way of an event through the shipped library on the hub's real paths, beside its floor: the
+// The path of an event through the shipped library on the hub's real paths, and its floor: the
 // bare system calls on a thread built alike. Library and floor take turns in one process; an
 // iteration is such a pair, and "ratio" the median of the pairs' own ratios.
 

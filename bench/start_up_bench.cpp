@@ -1,4 +1,4 @@
-// What it takes until the library answers, with the hub's files at their real paths. Each figure is
+// The time until the library is ready, with the hub's files at their real paths. Each figure is
 // a process of its own, since the library is started once in a process; the floor touches each of
 // the sensors' devices once, in the same tree.
 

@@ -1,4 +1,4 @@
-# What an installation on a PC holds, and the Debian package made of it. It brings the stand-ins, so a
+# What an installation on a PC contains, and the Debian package made of it. It brings the stand-ins, so a
 # build on the distribution's platform packages has none.
 if(SENSORHUB_PACKAGED_PLATFORM)
     return()

@@ -71,7 +71,7 @@ class GrallocDirectChannel : public DirectChannelBase {
     explicit GrallocDirectChannel(const sensors_direct_mem_t* mem);
     ~GrallocDirectChannel() override;
 
-    /** Whether both handles have the same backing store; false where that cannot be told. */
+    /** Whether both handles have the same backing store; false where that is unknown. */
     bool memoryMatches(const sensors_direct_mem_t* mem) const override;
 
   private:

@@ -96,7 +96,7 @@ void GrallocHalWrapper::readGralloc1Capabilities() {
     int32_t capabilities[3] = {};
     uint32_t count = std::size(capabilities);
     mGralloc1Device->getCapabilities(mGralloc1Device, &count, capabilities);
-    // The device may answer that it has more than there was room for.
+    // The device may report more than there was room for.
     const size_t known = std::min<size_t>(count, std::size(capabilities));
     mReleaseImplyDelete = std::count(capabilities, capabilities + known,
                                      GRALLOC1_CAPABILITY_RELEASE_IMPLY_DELETE) > 0;

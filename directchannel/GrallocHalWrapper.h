@@ -16,7 +16,7 @@ namespace android::hardware::sensors::V2_0::zelva_sensorhub {
  * of operations.
  *
  * One instance per process, made at first use, by getInstance(), and never destroyed. Operations
- * answer 0 or a negative status and take no lock; without a working allocator all of them answer
+ * return 0 or a negative status and take no lock; without a working allocator all of them return
  * -ENODEV.
  */
 class GrallocHalWrapper : public Singleton<GrallocHalWrapper> {
@@ -50,7 +50,7 @@ class GrallocHalWrapper : public Singleton<GrallocHalWrapper> {
     /** Ends lock(): its address is no longer valid. The release fence, if any, is left unread. */
     int32_t unlock(const native_handle_t* handle);
 
-    /** Whether both handles have the same backing store; the legacy interface cannot tell. */
+    /** Whether both handles have the same backing store; the legacy interface does not know. */
     bool isSameMemory(const native_handle_t* handle1, const native_handle_t* handle2);
 
     /** A version 1 error number as status. */

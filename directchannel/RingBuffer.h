@@ -23,7 +23,7 @@ class RingBuffer {
     /** Appends as many of the events as there is room for, the first ones; returns how many. */
     size_t write(const sensors_event_t* events, size_t count);
 
-    /** Waits until the queue holds something, takes up to `count` events and returns how many. */
+    /** Waits for a first event, takes up to `count` events and returns how many. */
     size_t read(sensors_event_t* events, size_t count);
 
   private:

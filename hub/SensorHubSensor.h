@@ -13,7 +13,7 @@ class SensorHubSensor : public SensorBase {
   public:
     explicit SensorHubSensor(ISensorsEventCallback* callback);
 
-    /** Tells the hub that the file manager is there. Called once, before the first wait. */
+    /** Reports to the hub that the file manager is ready. Called once, before the first wait. */
     void ready();
 
     /** Serves one request of the hub. */

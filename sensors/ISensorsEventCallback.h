@@ -18,7 +18,7 @@ class ISensorsEventCallback {
 
     /**
      * Forwards events to the proxy, under the proxy's wakelock when `wakeup` is true. Called on the
-     * poll thread, and on a proxy thread by sensors that answer a request with an event.
+     * poll thread, and on a proxy thread by sensors that post an event for a request.
      */
     virtual void postEvents(const std::vector<Event>& events, bool wakeup) = 0;
 

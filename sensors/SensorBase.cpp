@@ -278,7 +278,7 @@ void SensorBase::postFlushComplete() {
     if (mFlushLine.text != nullptr) {
         __android_log_print(mFlushLine.level, LOG_TAG, "%s", mFlushLine.text);
     }
-    // Not through mPosted: some sensors answer a flush on the thread that asks for it.
+    // Not through mPosted: some sensors complete a flush on the thread that requests it.
     postToAll(std::vector<Event>(1, mMetaEvent));
 }
 

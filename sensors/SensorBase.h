@@ -52,7 +52,7 @@ inline constexpr FlushLine kNoFlushLine = {ANDROID_LOG_DEFAULT, nullptr};
  * One hub sensor: its IIO device, its description and the two events it posts.
  *
  * Built and destroyed with the catalogue; readEvents, getDataAvailable and getHandle run on the
- * poll thread, the requests on the proxy's threads. Takes no locks. Requests answer 0 or a negative
+ * poll thread, the requests on the proxy's threads. Takes no locks. Requests return 0 or a negative
  * errno.
  *
  * A driver describes itself in its constructor and turns one record into one event in readEvents. A

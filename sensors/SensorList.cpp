@@ -63,7 +63,7 @@ struct CatalogueEntry {
 }  // namespace
 
 // Handle to driver, by rising handle. The numbers are the hub's own. The lines also declare the
-// classes, so the table must not stand in the unnamed namespace.
+// classes, so the table must not be in the unnamed namespace.
 constexpr CatalogueEntry kCatalogue[] = {
     {1, Driver<class AccSensor>::make},
     {2, Driver<class MagneticSensor>::make},

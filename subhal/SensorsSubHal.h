@@ -161,9 +161,9 @@ class SensorsSubHal : public ISensorsSubHal, public ISensorsEventCallback {
 
     // Requests.
     enum class Asker { kProxy, kChannels };
-    /** Tells the sensor object, then the hub; nothing for a channel while the proxy has it on. */
+    /** Switches the sensor object, then the hub; not for a channel while the proxy has it on. */
     int queueActivate(int32_t handle, bool enable, Asker asker);
-    /** Tells the hub, then the sensor object, what the row and the rate levels make of it. */
+    /** Sends the hub, then the sensor object, the row merged with the rate levels. */
     int queueBatch(int32_t handle, int64_t periodNs, int64_t latencyNs);
     /** The row's batch request, sent again when the row has changed meanwhile. */
     int sendBatch(int32_t handle);

@@ -38,7 +38,7 @@ int main() {
     }));
     subHal.batch(kAccelerometer, 20'000'000, 0);
     subHal.activate(kAccelerometer, true);
-    expect(hub.device(kAccelerometer).enabled, "the hub was told to switch the accelerometer on");
+    expect(hub.device(kAccelerometer).enabled, "the accelerometer was switched on");
 
     // Three raw 16-bit values at 0.0023942 m/s² each, and the time in ns: 1 g along z.
     hub.push(kAccelerometer, simulator::RecordBuilder().i16(0).i16(0).i16(4096).u64(1000).bytes());

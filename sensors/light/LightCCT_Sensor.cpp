@@ -25,7 +25,7 @@ class LightCCT_Sensor : public LogsFirstRecords<SensorBase> {
 
         void expandFrom(size_t count) {
             if (count == sizeof(Record)) return;
-            // It stands where the region would, and overlaps its place here.
+            // It is where the region would be, and overlaps its place here.
             memmove(&timestamp, reinterpret_cast<const uint8_t*>(this) + offsetof(Record, roi),
                     sizeof(timestamp));
             roi = 0;

@@ -12,7 +12,7 @@ namespace android::hardware::sensors::V2_0::zelva_sensorhub {
  */
 class RearLight {
   public:
-    /** Answer when there is no lux. */
+    /** Returned when there is no lux. */
     static constexpr int32_t kNoFlickerLux = -1;
 
     /** Looks whether there is one. */

@@ -2,7 +2,7 @@
 
 namespace android::hardware::sensors::V2_0::zelva_sensorhub {
 
-/** A signal without data: each record, whatever it holds, is answered by a flush-complete event. */
+/** A signal without data: each record, whatever its bytes, gives a flush-complete event. */
 class AoisSensor : public SensorBase {
     struct __attribute__((packed)) Record {
         uint8_t ignored[8];

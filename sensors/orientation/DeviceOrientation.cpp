@@ -10,7 +10,7 @@ namespace android::hardware::sensors::V2_0::zelva_sensorhub {
  * Which way up the screen is held: 0 to 3 in quarter turns, -1 for any other code of the hub.
  *
  * The hub describes this sensor under two handles, one for each twin of the device; the wake-up
- * bit in the log lines tells the two objects apart.
+ * bit in the log lines distinguishes the two objects.
  */
 class DeviceOrientation : public SensorBase {
     struct __attribute__((packed)) Record {

@@ -59,7 +59,7 @@ struct __attribute__((packed)) UncalibratedRecord {
 static_assert(sizeof(UncalibratedRecord<int16_t>) == 20);
 static_assert(sizeof(UncalibratedRecord<int32_t>) == 32);
 
-/** Base of the sensors whose record holds counts, to be scaled by the hub's resolution. */
+/** Base of the sensors whose record has counts, to be scaled by the hub's resolution. */
 template <typename Record>
 class ScaledSensor : public SensorBase {
   public:

@@ -1,4 +1,4 @@
-// Descriptors of the fast message queues: records of the right size, no queue stands behind them.
+// Descriptors of the fast message queues: records of the right size, without queues.
 #pragma once
 
 #include <cstdint>

@@ -43,7 +43,7 @@ class ISensorsSubHal : public ISensors {
         return Result::INVALID_OPERATION;
     }
 
-    /// Writes the sub-HAL's state to the handle's descriptor; every sub-HAL answers this itself.
+    /// Writes the sub-HAL's state to the handle's descriptor; each sub-HAL implements it.
     Return<void> debug(const hidl_handle& fd, const hidl_vec<hidl_string>& options) override = 0;
 
     /// A short unique name, for messages.

@@ -1,4 +1,4 @@
-// What a sensors implementation tells its client. Declaration order is virtual-table order.
+// What a sensors implementation reports to its client. Declaration order is virtual-table order.
 #pragma once
 
 #include <android/hardware/sensors/1.0/types.h>
