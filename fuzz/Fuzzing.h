@@ -1,6 +1,5 @@
 #pragma once
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -8,7 +7,9 @@
 #include <vector>
 
 #include "sensors/ISensorsEventCallback.h"
-#include "simulator/SimulatedHub.h"
+#include "tests/support/OnlySensors.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 
 namespace fuzzing {
 
@@ -21,25 +22,6 @@ class DroppingCallback
     void postEvents(const std::vector<Event>&, bool) override {}
     void postDirectEvents(const std::vector<Event>&) override {}
 };
-
-/** These of the standard sensors. */
-inline std::vector<simulator::SensorSpec> only(const std::vector<int>& handles) {
-    std::vector<simulator::SensorSpec> chosen;
-    for (const simulator::SensorSpec& spec : simulator::standardCatalogue()) {
-        if (std::count(handles.begin(), handles.end(), spec.handle) != 0) chosen.push_back(spec);
-    }
-    return chosen;
-}
-
-/** A hub with its two own devices alone, for the whole process. */
-inline simulator::SimulatedHub& hubWithoutSensors() {
-    static simulator::SimulatedHub hub([] {
-        simulator::SimulatedHub::Options options;
-        options.sensors.clear();
-        return options;
-    }());
-    return hub;
-}
 
 /** The next `size` bytes of the input, zero-filled at its end. */
 class Input {

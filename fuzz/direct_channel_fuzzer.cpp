@@ -19,7 +19,7 @@
 #include "tests/support/FakeGralloc.h"
 
 // The input is a row of steps: a client's memory descriptions, reports and events of the direct
-// report sensor; graphics buffers of an allocator that answers as the input says; conversions there
+// report sensor; graphics buffers of an allocator whose results the input gives; conversions there
 // and back; the queue.
 namespace {
 
@@ -45,7 +45,7 @@ struct Wrapper : GrallocHalWrapper {
     }
 };
 
-/** What an allocator answers or lacks. */
+/** What an allocator returns or lacks. */
 FakeGralloc::Told told(fuzzing::Input& input) {
     constexpr const char* kCalls[] = {"load", "open",   "register", "retain",
                                       "lock", "unlock", "own",      "other"};
@@ -186,18 +186,13 @@ class Bench {
             free(const_cast<char*>(text));
     }
 
-    simulator::SimulatedHub hub{[] {
-        simulator::SimulatedHub::Options options;
-        options.sensors = fuzzing::only({kVdis});
-        return options;
-    }()};
+    simulator::SimulatedHub hub{testing_support::onlySensors({kVdis})};
     SensorsSubHal& subHal = *new SensorsSubHal;  // stays: its thread waits for a record
     int32_t mChannel = 0;
 };
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static Bench& bench = *new Bench;
     fuzzing::Input input(data, size);

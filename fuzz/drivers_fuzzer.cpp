@@ -59,7 +59,6 @@ struct Bench {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static Bench bench;
     bench.hub.clearRequests();

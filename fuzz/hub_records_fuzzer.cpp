@@ -15,8 +15,8 @@
 #include "simulator/SimulatedHub.h"
 
 // The input is a row of steps, each behind a byte: records of either device, whole or short, the
-// firmware's requests for files, what the proxy asks and injects, and calls that fail. In front of
-// it stands the name of a file in the dump directory, up to a NUL.
+// firmware's requests for files, what the proxy asks and injects, and calls that fail. It begins
+// with the name of a file in the dump directory, up to a NUL.
 namespace {
 
 using android::hardware::sensors::V1_0::Event;
@@ -27,17 +27,20 @@ using android::hardware::sensors::V2_0::zelva_sensorhub::SensorHubDataWriter;
 using android::hardware::sensors::V2_0::zelva_sensorhub::SensorHubSensor;
 
 constexpr char kDirectory[] = "/data/vendor/sensorhub/";
+using simulator::HubServices;
 using simulator::kContextHandle;
 using simulator::kHousekeepingHandle;
+constexpr int kMaxRead = 4091;
 constexpr size_t kMaxSteps = 40;
 constexpr size_t kLongestMessage = 1120;
 
 struct Bench {
-    simulator::SimulatedHub& hub = fuzzing::hubWithoutSensors();
-    simulator::HubServices services{hub};
+    simulator::SimulatedHub hub{testing_support::onlySensors({})};
+    HubServices services{hub};
     fuzzing::DroppingCallback callback;
     QContextSensor context{&callback};
     SensorHubSensor housekeeping{&callback};
+    bool isSpoilt = false;  // calls fail in this input
 
     Bench() {
         services.setDumpContent("dump");
@@ -51,6 +54,7 @@ struct Bench {
 
     /** The next call on one of the files that both sides share. */
     void spoil(uint8_t which, int error) {
+        isSpoilt = true;
         constexpr const char* kPaths[] = {"/sys/class/sensors/hbx_sensor/shub_file",
                                           "/dev/hbx_sensorhub",
                                           "/dev/shub_sensorhub",
@@ -80,6 +84,18 @@ struct Bench {
         SensorHubDataWriter::inject_qcontext_data(nullptr, length);
     }
 
+    /** A request whose path stays inside the directory. Larger reads end the process by design. */
+    void request(int operation, std::string text) {
+        const auto pathEnd = std::find(text.begin(), text.end(), ',');
+        std::replace(text.begin(), pathEnd, '/', '_');
+        const bool hasSize = operation == HubServices::kRead && pathEnd != text.end();
+        if (hasSize && strtoll(&*pathEnd + 1, nullptr, 10) > kMaxRead) return;
+        const size_t violations = services.violations().size();
+        if (!services.postRequest(operation, kDirectory + text)) return;
+        housekeeping.readEvents();
+        if (!isSpoilt && services.violations().size() > violations) abort();
+    }
+
     void step(uint8_t head, fuzzing::Input& input) {
         const bool isContext = (head & 1) != 0;
         const size_t whole = isContext ? 72 : 11;
@@ -96,10 +112,7 @@ struct Bench {
                 context.injectSensorData(event);
                 break;
             case 3:
-                // A path of the tree, and three digits at most: larger reads end the process.
-                services.postRequest(head % 3, kDirectory + ("f," + input.take(3)) + "," +
-                                                   input.take(3) + ',' + input.take(5));
-                housekeeping.readEvents();
+                request(head % 3, input.take(input.byte()));
                 break;
             case 4:
                 spoil(input.byte(), isContext ? EINTR : EIO);
@@ -121,7 +134,6 @@ struct Bench {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static Bench bench;
     bench.hub.clearRequests();
@@ -129,11 +141,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const size_t begin = std::min(name.size() + 1, size);
     name.resize(std::min(name.size(), size_t{200}));
     std::replace(name.begin(), name.end(), '/', '_');
-    bench.hub.setFile(kDirectory + (name.empty() || name[0] == '.' ? "f" : name), "");
+    bench.hub.setFile(kDirectory + (name.empty() || name[0] == '.' ? "f" : name),
+                      std::string(5000, 'f'));
     fuzzing::Input input(data + begin, size - begin);
     for (size_t i = 0; i < kMaxSteps && !input.atEnd(); ++i)
         bench.step(input.byte(), input);
     bench.hub.clearFaults();
+    bench.isSpoilt = false;
     for (const std::string& left : bench.hub.listDirectory(kDirectory))
         bench.hub.removeFile(kDirectory + left);
     return 0;

@@ -12,15 +12,9 @@ using android::hardware::sensors::V2_0::zelva_sensorhub::SensorList;
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    // The search for a device takes its time; what the file says of the others is read all the
-    // same.
-    static simulator::SimulatedHub hub([] {
-        simulator::SimulatedHub::Options options;
-        options.sensors = fuzzing::only({1, 17, 38});
-        return options;
-    }());
+    // Few devices, as the search for one takes time; the file's other records are read, too.
+    static simulator::SimulatedHub hub(testing_support::onlySensors({1, 17, 38}));
     static fuzzing::DroppingCallback callback;
     hub.clearRequests();
     hub.setRawSpec(std::string(reinterpret_cast<const char*>(data), size));

@@ -61,7 +61,9 @@ TEST_F(Departures, Injection) {
     expect(52, kSet, {-1.5F}, RecordBuilder().u32(0xFF), orientation + "-1");
     expect(52, kSet, {3e9F}, RecordBuilder().u32(0xFF), orientation + "2147483647");
     expect(54, kSet, {-2.75F}, RecordBuilder().i32(-2), backoff + "-2");
-    expect(54, kSet, {1e20F}, RecordBuilder().i32(INT32_MAX), backoff + "2147483647");
+    expect(54, kSet, {-INFINITY}, RecordBuilder().i32(INT32_MIN), backoff + "-2147483648");
+    expect(54, kSet, {2147483520.0F}, RecordBuilder().i32(2147483520), backoff + "2147483520");
+    expect(54, kSet, {2147483648.0F}, RecordBuilder().i32(INT32_MAX), backoff + "2147483647");
     expect(54, kSet, {NAN}, RecordBuilder().i32(0), backoff + "0");
     EXPECT_EQ(LightBase::pmsInfo.threshold_dark, 100);
     EXPECT_EQ(LightBase::pmsInfo.threshold_bright, INT32_MAX);

@@ -109,16 +109,12 @@ TEST_F(LightTest, RearSensorReadings) {
         {"43000000,100000000", "-3298 (43000000, 100000000"},
         {"42999000,100000000", "-3232 (42999000, 100000000"},
         {"2000000,0", "122 (2000000, 0"},
-        {"0,0", "0 (0, 0"},
         {"500000000,500000000", "953 (500000000, 500000000"},
         {"500000001,1", "-1 (500000001, 1"},
         {"1,500000001", "-1 (1, 500000001"},
         {"-3,5", "-1 (-3, 5"},
-        {"5,-3", "-1 (5, -3"},
-        {"-2,5", "-1 (-2, 5"},
         {"5,-2", "-1 (5, -2"},
         {"-6,5", "-1 (-6, 5"},
-        {"5,-6", "-1 (5, -6"},
         {"1394299,697149", "43 (1394299, 697149"},
         {"1996383,998191", "63 (1996383, 998191"},
         {"garbage\n", "0 (0, 0"},
@@ -205,9 +201,7 @@ TEST_F(LightTest, TheRearSensorRaisesTheLight) {
         {false, 0, lux150, 151, 0, 1, {151, 0}, true},
         {false, 100, lux150, 20, 1, 0, {20, 1}, false},
         // In the dark: up to one lux beyond the threshold.
-        {true, 100, lux150, 20, 1, 0, {101, 0}, true},
         {true, 150, lux150, 20, 1, 0, {150, 1}, true},
-        {true, 100, lux80, 20, 1, 0, {80, 1}, true},
         {true, 100, lux80, 80, 1, 0, {80, 1}, true},
         {true, 100, lux80, 81, 1, 0, {81, 1}, true},
         {true, 100, lux80, -2, 0, 0, {80, 0}, true},
@@ -240,14 +234,10 @@ TEST_F(LightTest, SeamlessConfigurationIsSentAtEachEnable) {
     const std::string longest(91, '7');
     property_set(kAmbientBrightness, longest.c_str());
     EXPECT_EQ(seamless.enable(kSeamless, true), 0);
-    EXPECT_EQ(takeWritten(), (Packets{"\x01\x37"
-                                      "12,34",
-                                      "\x01\x37" + longest}));
-    EXPECT_LOG(
-        "I LightSeamless_Sensor::setConfig fail to get "
-        "persist.dm.passive.ambient_brightness",
-        "I LightSeamless_Sensor::setConfig seamless lux 12,34",
-        "I LightSeamless_Sensor::setConfig seamless lux " + longest);
+    EXPECT_EQ(takeWritten(), (Packets{"\x01\x37" + std::string("12,34"), "\x01\x37" + longest}));
+    const std::string lead = "I LightSeamless_Sensor::setConfig ";
+    EXPECT_LOG(lead + "fail to get persist.dm.passive.ambient_brightness",
+               lead + "seamless lux 12,34", lead + "seamless lux " + longest);
 }
 
 }  // namespace

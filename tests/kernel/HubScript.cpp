@@ -36,7 +36,7 @@ struct Step {
 struct Script {
     const char* name;
     std::vector<Step> steps;
-    bool kernelWarns = false;  ///< a real kernel's log tells about it, too
+    bool kernelWarns = false;  ///< a real kernel's log has warnings, too
 };
 
 void PrintTo(const Script& script, std::ostream* stream) {
@@ -76,11 +76,7 @@ const std::vector<Script> kScripts = {
       {"write", "buffer/length", "", ""},
       {"read", "buffer/length", "", "602\n"},
       {"write", "buffer/length", " 600", "EINVAL"},
-      {"write", "buffer/length", "600 ", "EINVAL"},
-      {"write", "buffer/length", "600\n\n", "EINVAL"},
       {"write", "buffer/length", "0x10", "EINVAL"},
-      {"write", "buffer/length", "-1", "EINVAL"},
-      {"write", "buffer/length", "\n", "EINVAL"},
       {"write", "buffer/length", "4294967296", "ERANGE"},
       {"write", "buffer/length", "0", ""},
       {"read", "buffer/length", "", "2\n"},
@@ -91,21 +87,14 @@ const std::vector<Script> kScripts = {
     {"TruthValues",
      {{"write", "buffer/enable", "1\n", ""},
       {"read", "buffer/enable", "", "1\n"},
-      {"write", "buffer/enable", "1", ""},
-      {"write", "buffer/enable", "0", ""},
-      {"read", "buffer/enable", "", "0\n"},
       {"write", "buffer/enable", "y", ""},
       {"write", "buffer/enable", "N\n", ""},
       {"write", "buffer/enable", "on\n", ""},
       {"write", "buffer/enable", "OFF", ""},
-      {"write", "buffer/enable", "true", ""},
-      {"write", "buffer/enable", "false", ""},
       {"write", "buffer/enable", "11\0"s, ""},
       {"read", "buffer/enable", "", "1\n"},
       {"write", "buffer/enable", "o", "EINVAL"},
       {"write", "buffer/enable", "2", "EINVAL"},
-      {"write", "buffer/enable", " 0", "EINVAL"},
-      {"write", "buffer/enable", "", ""},
       {"read", "buffer/enable", "", "1\n"}}},
     {"LengthHoldsWhileTheBufferIsOn",
      {{"write", "buffer/length", "3\n", ""},
@@ -180,7 +169,6 @@ const std::vector<Script> kScripts = {
       {"open", "buffer/length", "wc", ""},
       {"open", "buffer/none", "wc", "EACCES"},
       {"open", "buffer/none", "w", "ENOENT"},
-      {"open", "none/length", "wc", "ENOENT"},
       {"open", "/sys/class/sensors/hbx_sensor/sensor_spec", "rw", "EACCES"},
       {"open", kFlush, "w", ""},
       {"open", kFlush, "rw", "EACCES"},
@@ -193,11 +181,9 @@ const std::vector<Script> kScripts = {
       {"write", kEnable, "1\0"s, "EINVAL"},
       {"write", kEnable, "011\0"s, "EINVAL"},
       {"write", kEnable, "31\0"s, "EINVAL"},
-      {"write", kEnable, "1 1\0"s, "EINVAL"},
       {"write", kFlush, "1\0"s, ""},
       {"write", kFlush, "1", "EINVAL"},
       {"write", kFlush, "3\0"s, "EINVAL"},
-      {"write", kFlush, "x\0"s, "EINVAL"},
       {"write", kInjection, "\1\1xyz", ""},
       {"write", kInjection, "\2\1xyz", "EINVAL"},
       {"write", kInjection, "\1\7xyz", "EINVAL"},

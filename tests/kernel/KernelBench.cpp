@@ -32,18 +32,9 @@ std::string axesRecord(uint64_t timestamp, int16_t x) {
     return simulator::RecordBuilder().i16(x).i16(-2).i16(3).u64(timestamp).bytes();
 }
 
-std::vector<simulator::SensorSpec> sensorsOf(const std::vector<int>& handles) {
-    std::vector<simulator::SensorSpec> chosen;
-    for (const simulator::SensorSpec& spec : simulator::standardCatalogue()) {
-        if (std::count(handles.begin(), handles.end(), spec.handle) != 0) chosen.push_back(spec);
-    }
-    EXPECT_EQ(chosen.size(), handles.size());
-    return chosen;
-}
-
 KernelBench::KernelBench(const std::vector<int>& handles,
                          const std::map<int, size_t>& recordSizes) {
-    EXPECT_TRUE(mHub.addSensors(sensorsOf(handles), recordSizes));
+    EXPECT_TRUE(mHub.addSensors(testing_support::onlySensors(handles).sensors, recordSizes));
     load();
 }
 

@@ -11,6 +11,7 @@
 
 #include "simulator/kernel/KernelHub.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/OnlySensors.h"
 #include "tools/proxy/HalProxyCallback.h"
 #include "tools/proxy/SubHalLibrary.h"
 
@@ -44,7 +45,7 @@ class KernelBench {
     KernelBench() = default;
     ~KernelBench();
 
-    /** @param initialize hands the proxy's callback over; until then the library posts nothing */
+    /** @param initialize passes the proxy's callback; until then the library posts nothing */
     void load(bool initialize = true);
     void initialize();
     void unload();
@@ -68,12 +69,11 @@ class KernelBench {
     bool settle(int marker);
     /** Waits until nothing of the device is queued. */
     bool drained(int handle);
-    /** Keeps the poll thread inside the proxy's callback, with a marker's record, until release().
-     */
+    /** Keeps the poll thread inside the proxy's callback, by a marker, until release(). */
     bool hold(int marker);
     void release();
 
-    /** What the kernel says: the attribute's text without its newline. */
+    /** The text of the kernel's attribute without its newline. */
     std::string attribute(int handle, const std::string& name) const;
 
   private:
@@ -89,8 +89,5 @@ class KernelBench {
     android::sp<host_proxy::HalProxyCallback> mProxy;
     std::optional<host_proxy::SubHalLibrary> mLibrary;
 };
-
-/** Sensors of the standard catalogue, described alike. */
-std::vector<simulator::SensorSpec> sensorsOf(const std::vector<int>& handles);
 
 }  // namespace kernel_tests

@@ -1,27 +1,20 @@
 // What real devices do that FIFOs cannot show, and what the shipped library makes of it.
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <fstream>
 #include <functional>
 #include <map>
 #include <numeric>
 
-#include "tests/drivers/Golden.h"
 #include "tests/kernel/KernelBench.h"
 
 namespace kernel_tests {
 namespace {
 
-using simulator::SensorSpec;
-
 constexpr int kAcc = 1;
 constexpr int kGyro = 4;  // the marker, when it is not under test
-constexpr int kHousekeeping = 33;
 constexpr int kVdis = 38;
 constexpr uint32_t kSmallest = 1024;  // records that a buffer of the least length, 600, holds
 
@@ -39,12 +32,6 @@ std::vector<int64_t> numbers(int64_t from, size_t count) {
     return result;
 }
 
-bool writeText(const std::string& path, const char* text) {
-    std::ofstream file(path);
-    file << text << std::flush;
-    return file.good();
-}
-
 int errorLines() {
     const auto lines = LogCapture::lines();
     return static_cast<int>(std::count_if(lines.begin(), lines.end(), [](const auto& line) {
@@ -52,44 +39,11 @@ int errorLines() {
     }));
 }
 
-std::vector<SensorSpec> withoutFifos(std::vector<SensorSpec> sensors) {
-    for (SensorSpec& spec : sensors)
-        spec.fifoMax = 0;
-    return sensors;
-}
-
-// A driver that reads more than its record takes two at once, and loses one.
-TEST(Devices, QueuedRecordsAreEachAnEvent) {
-    constexpr size_t kCopies = 3;
-    KernelBench bench;
-    std::map<int, size_t> sizes;
-    std::map<int, size_t> expected;
-    const std::vector<golden::DriverRow> rows = golden::allRows();
-    for (const golden::DriverRow& row : rows) {
-        sizes[row.handle] = row.exchanges[0].record.size();
-        const bool isOneShot = (row.addedFlags & 6) == 4;  // switched off by the first
-        if (row.exchanges[0].posted) expected[row.handle] = isOneShot ? 1 : kCopies;
-    }
-    ASSERT_TRUE(bench.hub().addSensors(withoutFifos(simulator::standardCatalogue()), sizes));
-    bench.load();
-    for (const golden::DriverRow& row : rows)
-        bench.activate(row.handle);
-    ASSERT_TRUE(bench.hold(kAcc));
-    for (const golden::DriverRow& row : rows) {
-        const std::string& record = row.exchanges[0].record;
-        EXPECT_EQ(bench.hub().push(row.handle, record + record + record, kCopies), kCopies);
-    }
-    bench.release();
-    ASSERT_TRUE(bench.settle(kAcc));
-    std::map<int, size_t> counts;
-    for (const Posted& posted : bench.take())
-        ++counts[posted.event.sensorHandle];
-    EXPECT_EQ(counts, expected);
-}
-
 TEST(Devices, NextStartFindsBuffersOnAndFull) {
     KernelBench bench;
-    auto sensors = withoutFifos(sensorsOf({kAcc, kGyro}));
+    auto sensors = testing_support::onlySensors({kAcc, kGyro}).sensors;
+    for (simulator::SensorSpec& spec : sensors)
+        spec.fifoMax = 0;
     ASSERT_TRUE(bench.hub().addSensors(sensors));
     bench.load();
     bench.unload();
@@ -133,7 +87,7 @@ TEST(Devices, UnpluggedWithinABatch) {
     ASSERT_TRUE(bench.pass(kGyro));
     EXPECT_LE(errorLines(), 1) << "a dead device is polled";
 
-    // The hub goes on answering, and a device that comes back is not the one that is open.
+    // The hub still takes requests, and a device that comes back is not the one that is open.
     EXPECT_EQ(bench.hal().flush(kVdis), Result::OK);
     EXPECT_EQ(bench.hal().batch(kVdis, 5000000, 0), Result::OK);
     ASSERT_GE(bench.hub().addDevice(kVdis, "vdis_gyro_sensor", 14), 0);
@@ -141,86 +95,6 @@ TEST(Devices, UnpluggedWithinABatch) {
     EXPECT_EQ(bench.hub().push(kVdis, axesRecords(1, 1)), 0);
     ASSERT_TRUE(bench.pass(kGyro));
     EXPECT_EQ(bench.take().size(), 0U);
-}
-
-// Switching a buffer on empties it: a batch whose count was read before must not wait for more.
-TEST(Devices, BufferOffAndOnWithinABatch) {
-    KernelBench bench({kGyro, kVdis});
-    bench.activate(kGyro);
-    bench.activate(kVdis);
-    ASSERT_TRUE(bench.hold(kGyro));
-    ASSERT_EQ(bench.hub().push(kVdis, axesRecords(1, 10), 10), 10);
-    bench.release();
-    EXPECT_EQ(bench.times(10), numbers(1, 10));
-
-    ASSERT_TRUE(bench.hold(kGyro));
-    ASSERT_EQ(bench.hub().push(kVdis, axesRecords(11, 1)), 1);
-    bench.release();
-    EXPECT_EQ(bench.times(1), numbers(11, 1));
-    // Held with the first of ten, all of which are counted already.
-    ASSERT_TRUE(bench.hold(kGyro));
-    const std::string ten = axesRecords(int64_t{0x7E57} << 48, 1) + axesRecords(21, 9);
-    ASSERT_EQ(bench.hub().push(kVdis, ten, 10), 10);
-    const std::string enable = bench.hub().attributePath(kVdis, "buffer/enable");
-    EXPECT_TRUE(writeText(enable, "0\n"));
-    EXPECT_TRUE(writeText(enable, "1\n"));
-    bench.release();
-    ASSERT_TRUE(bench.pass(kGyro));
-    ASSERT_EQ(bench.hub().push(kVdis, axesRecords(31, 2), 2), 2);
-    EXPECT_EQ(bench.times(2), numbers(31, 2));
-}
-
-/** Another user's rights, for the whole process, while it lives. */
-class AsAnotherUser {
-  public:
-    AsAnotherUser() { EXPECT_EQ(seteuid(1000), 0); }
-    ~AsAnotherUser() { EXPECT_EQ(seteuid(0), 0); }
-};
-
-TEST(Devices, AnotherUserNeedsTheNodes) {
-    KernelBench bench;
-    ASSERT_TRUE(bench.hub().addSensors(sensorsOf({kAcc, kGyro})));
-    const std::string number = std::to_string(bench.hub().number(kAcc));
-    // Without a device that it may read, and that runs, the library could not be woken and ended.
-    ASSERT_EQ(chmod(bench.hub().devicePath(kHousekeeping).c_str(), 0644), 0);
-    ASSERT_TRUE(writeText(bench.hub().attributePath(kHousekeeping, "buffer/enable"), "1\n"));
-    {
-        const AsAnotherUser user;
-        bench.load();
-        EXPECT_EQ(LogCapture::count("E SensorBase, ERROR mDevNum = " + number), 1);
-        EXPECT_EQ(host_proxy::sensorsOf(bench.hal()).size(), 0U);
-        EXPECT_NE(bench.hal().activate(kAcc, true), Result::OK);
-    }
-    bench.unload();
-    ASSERT_EQ(chmod(bench.hub().devicePath(kAcc).c_str(), 0644), 0);
-    LogCapture::take();
-    {
-        const AsAnotherUser user;
-        bench.load();
-        EXPECT_EQ(host_proxy::sensorsOf(bench.hal()).size(), 1U);
-        EXPECT_FALSE(bench.hub().state(kAcc).buffer_enabled);  // whose files are not writable
-        EXPECT_EQ(bench.hal().activate(kAcc, true), Result::BAD_VALUE);
-        EXPECT_EQ(LogCapture::count("W queueActivate: fd open failed(-1)"), 1);
-        EXPECT_EQ(bench.hal().batch(kAcc, 5000000, 0), Result::BAD_VALUE);
-        EXPECT_EQ(bench.hal().flush(kAcc), Result::BAD_VALUE);
-    }
-    bench.unload();
-}
-
-TEST(Devices, RefusedBufferIsTriedOnceMore) {
-    KernelBench bench;
-    ASSERT_TRUE(bench.hub().addSensors(sensorsOf({kAcc, kGyro})));
-    ASSERT_TRUE(bench.hub().fail(HUB_NODE_BUFFER, ENOMEM, kAcc));
-    bench.load();
-    EXPECT_EQ(LogCapture::count("E writeSysfsInt, ERROR open file " +
-                                bench.hub().attributePath(kAcc, "buffer/enable") +
-                                " to write with error 12"),
-              1);
-    EXPECT_FALSE(bench.hub().state(kAcc).buffer_enabled);
-    bench.activate(kAcc);
-    EXPECT_TRUE(bench.hub().state(kAcc).buffer_enabled);
-    EXPECT_EQ(bench.hub().push(kAcc, axesRecords(3, 1)), 1);
-    EXPECT_EQ(bench.times(1), numbers(3, 1));
 }
 
 struct Load {

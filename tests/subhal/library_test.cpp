@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <atomic>
 #include <functional>
-#include <numeric>
 
 #include "tests/support/LoadedSubHal.h"
 
@@ -224,22 +223,6 @@ TEST_F(Library, OnlyEnabledSensorsReachTheLatestProxy) {
     EXPECT_EQ(timestamps(8, eventCode(1, 8)), Times{8});
     EXPECT_EQ(proxy().wakelock().taken(), 1);
     EXPECT_EQ(proxy().wakelock().held(), 0);
-}
-
-TEST_F(Library, ABatchIsDrainedInOneWakeUpInOrder) {
-    initialize();
-    ASSERT_EQ(hal().batch(1, 10000000, 1000000000), Result::OK);
-    ASSERT_EQ(hal().activate(1, true), Result::OK);
-    hub().setDataAvailable(1, "0\n");  // keeps the records in the queue
-    for (uint64_t i = 1; i <= 100; ++i)
-        ASSERT_TRUE(hub().push(1, sample(i)));
-    EXPECT_EQ(timestamps(), Times{});
-    hub().failPoll(EINTR, 1, 2);
-    hub().setDataAvailable(1, "100\n");
-    ASSERT_TRUE(hub().waitIdle());
-    Times numbers(100);
-    std::iota(numbers.begin(), numbers.end(), 1);
-    EXPECT_EQ(timestamps(), numbers);
 }
 
 TEST_F(Library, AOneShotSensorIsSwitchedOffOnceItHasFired) {

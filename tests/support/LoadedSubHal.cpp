@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-
 namespace testing_support {
 
 using android::hardware::sensors::V1_0::Result;
@@ -78,17 +76,6 @@ std::vector<std::string> LoadedSubHal::told() {
 bool LoadedSubHal::unload() {
     const simulator::ShutdownHelper helper(mHub);
     return mLibrary.unload();
-}
-
-LoadedSubHal::Options onlySensors(const std::vector<int>& handles) {
-    LoadedSubHal::Options options;
-    std::vector<simulator::SensorSpec> chosen;
-    for (const simulator::SensorSpec& spec : options.sensors) {
-        if (std::count(handles.begin(), handles.end(), spec.handle) != 0) chosen.push_back(spec);
-    }
-    EXPECT_EQ(chosen.size(), handles.size());
-    options.sensors = chosen;
-    return options;
 }
 
 }  // namespace testing_support

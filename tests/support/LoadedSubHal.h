@@ -8,6 +8,7 @@
 #include "simulator/SimulatedHub.h"
 #include "tests/support/ClientMemory.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/OnlySensors.h"
 #include "tools/proxy/SubHalLibrary.h"
 
 namespace testing_support {
@@ -31,7 +32,7 @@ class LoadedSubHal {
     HalProxyCallback& proxy() { return *mProxy; }
     host_proxy::SubHalLibrary& library() { return mLibrary; }
 
-    /** Hands the proxy's callback over and forgets the log so far. */
+    /** Passes the proxy's callback and forgets the log so far. */
     void initialize();
 
     /** Queues a record and waits until the library has dealt with it. */
@@ -61,8 +62,5 @@ class LoadedSubHal {
 inline std::string sample(uint64_t timestamp = 4) {
     return simulator::RecordBuilder().i16(1).i16(2).i16(3).u64(timestamp).bytes();
 }
-
-/** A hub that has only these sensors, with plausible values in every field. */
-LoadedSubHal::Options onlySensors(const std::vector<int>& handles);
 
 }  // namespace testing_support

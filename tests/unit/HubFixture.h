@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "simulator/HubServices.h"
-#include "simulator/SimulatedHub.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/OnlySensors.h"
 #include "tests/support/RecordingCallback.h"
 
 namespace testing_support {
@@ -17,15 +17,10 @@ class HubFixture : public testing::Test {
   protected:
     using Log = std::vector<LogLine>;
 
-    static simulator::SimulatedHub::Options noSensors() {
-        simulator::SimulatedHub::Options options;
-        options.sensors.clear();
-        return options;
-    }
     static bool logged(const LogLine& line) { return LogCapture::contains(line); }
 
     LogCapture mLog;
-    simulator::SimulatedHub mHub{noSensors()};
+    simulator::SimulatedHub mHub{onlySensors({})};
     simulator::HubServices mServices{mHub};
     RecordingCallback mCallback;
 };

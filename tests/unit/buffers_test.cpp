@@ -21,7 +21,7 @@ namespace {
 
 constexpr size_t kRecord = 104;
 
-/** Every byte tells the event, the bytes of the counter word included. */
+/** Every byte has the value `fill`, the bytes of the counter word included. */
 sensors_event_t eventOf(uint8_t fill) {
     sensors_event_t event;
     memset(&event, fill, sizeof(event));
@@ -107,7 +107,7 @@ TEST(LockfreeBuffer, OverrunReaderInAnotherProcessSeesNoTornRecord) {
 
 using Numbers = std::vector<int64_t>;
 
-/** Writes so many events that tell their number; how many were taken. */
+/** Writes numbered events; how many were taken. */
 size_t write(RingBuffer& ring, int64_t first, size_t count) {
     std::vector<sensors_event_t> events(count);
     for (auto& event : events)

@@ -135,30 +135,4 @@ TEST(Convert, SensorsComeBackAsTheyWere) {
         free(const_cast<char*>(text));  // the caller's copies, as plain heap memory
 }
 
-TEST(Convert, SharedMemory) {
-    native_handle_t handle = {};
-    for (int32_t i = 0; i < 30; ++i) {
-        const int32_t type = i % 5 - 1;
-        const int32_t format = i / 5 % 3;
-        const native_handle_t* memory = i < 15 ? &handle : nullptr;
-        const SharedMemInfo info{static_cast<SharedMemType>(type),
-                                 static_cast<SharedMemFormat>(format), 0xFFFFFFFF, memory};
-        const bool isGood = (type == 1 || type == 2) && format == 1 && memory != nullptr;
-        sensors_direct_mem_t mem = {};
-        EXPECT_FALSE(convertFromSharedMemInfo(info, nullptr));
-        EXPECT_EQ(convertFromSharedMemInfo(info, &mem), isGood) << i;
-        if (!isGood) continue;
-        EXPECT_EQ(mem.type, type);
-        EXPECT_EQ(mem.format, 1);
-        EXPECT_EQ(mem.size, 0xFFFFFFFFU);
-        EXPECT_EQ(mem.handle, &handle);
-    }
-}
-
-TEST(Convert, RateLevels) {
-    for (const int32_t level : {-1, 0, 1, 2, 3})
-        EXPECT_EQ(convertFromRateLevel(static_cast<RateLevel>(level)), level);
-    EXPECT_EQ(convertFromRateLevel(static_cast<RateLevel>(4)), -1);
-}
-
 }  // namespace
