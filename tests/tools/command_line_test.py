@@ -255,7 +255,7 @@ def recordings():
         spoilt(raw, 2, "line %(line)d: .hex. is not in hex", ('hex":"', 'hex":"x'))
         spoilt(raw, 2, "line %(line)d: this is no JSON object", ("}", ""))
         spoilt(raw, 2, "line %(line)d: .handle. is out of range", ('handle":', 'handle":99999'))
-        spoilt(raw, 2, "line %(line)d: .kind. is none that is known", ("raw", "row"))
+        spoilt(raw, 2, "line %(line)d: .kind. is unknown", ("raw", "row"))
         spoilt(event, 2, "line %(line)d: .hex. has 65 bytes instead of 64", ('hex":"', 'hex":"00'))
         spoilt(0, 2, "line 1: .version. is out of range", ('version":1', 'version":2'))
         spoilt(len(lines) - 1, 2, "line [0-9]+: the recording breaks off", (".*\n", ""))
@@ -481,7 +481,7 @@ ROWS = {
             ("drop:3", "no sensor has the handle 3; there are 1 2 4 "), ("drop:1*2", "drop is no call"),
             ("absent:/x", "/x is no file of the hub; it has\n  /dev/batch_io\n"),
             ("push:1:00", "it needs a time"), ("write:/sys/class/sensors/hbx_sensor/sensor_spec:EIO",
-                                               ".*sensor_spec is only read"))],
+                                               ".*sensor_spec is read-only"))],
         Row("--fault drop:4 list", 2, err="--fault requires --sim", hub=""),
         Row("replay " + REAL_DEVICES, 2, err="--sim excludes replay"),
         Row("--library /no/such/library.so list", 3, err="/no/such/library.so", hub=""),

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
 
 #include "tools/subhalctl/recording/Hex.h"
 #include "tools/subhalctl/showing/Output.h"
@@ -10,29 +11,11 @@
 namespace subhalctl {
 namespace {
 
-enum class Place { kNone, kHandle, kPath, kEither };
-
-struct KindRow {
-    const char* form;  ///< as the user writes it, the name first
-    HubFault::Kind kind;
-    Place place;
-    bool needsWhat;  ///< something stands behind the place
-    bool isCall;     ///< fails as often as one likes
-};
-
-constexpr KindRow kKinds[] = {
-    {"open:WHERE:ERROR", HubFault::Kind::kOpen, Place::kEither, true, true},
-    {"read:WHERE:ERROR", HubFault::Kind::kRead, Place::kEither, true, true},
-    {"write:WHERE:ERROR", HubFault::Kind::kWrite, Place::kEither, true, true},
-    {"ioctl:WHERE:ERROR", HubFault::Kind::kIoctl, Place::kEither, true, true},
-    {"close:WHERE:ERROR", HubFault::Kind::kClose, Place::kEither, true, true},
-    {"poll:ERROR", HubFault::Kind::kPoll, Place::kNone, true, true},
-    {"drop:HANDLE", HubFault::Kind::kDrop, Place::kHandle, false, false},
-    {"cut:HANDLE:BYTES", HubFault::Kind::kCut, Place::kHandle, true, false},
-    {"available:HANDLE:TEXT", HubFault::Kind::kAvailable, Place::kHandle, true, false},
-    {"absent:PATH", HubFault::Kind::kAbsent, Place::kPath, false, false},
-    {"push:HANDLE:HEX@TIME", HubFault::Kind::kPush, Place::kHandle, true, false},
-};
+// Faults with an ERROR are calls, and can fail a number of times.
+constexpr const char* kForms[] = {
+    "open:WHERE:ERROR",      "read:WHERE:ERROR", "write:WHERE:ERROR",   "ioctl:WHERE:ERROR",
+    "close:WHERE:ERROR",     "poll:ERROR",       "drop:HANDLE",         "cut:HANDLE:BYTES",
+    "available:HANDLE:TEXT", "absent:PATH",      "push:HANDLE:HEX@TIME"};
 
 constexpr int kLastErrno = 133;
 constexpr int kLargestNumber = 999'999'999;
@@ -73,7 +56,7 @@ bool takeSeconds(std::string text, double* seconds) {
     return plain && !text.empty() && *end == '\0' && *seconds <= kLatestSeconds;
 }
 
-/** What stands behind the last `mark`, taken off `*text`; nothing when there is no mark. */
+/** Cuts `*text` at the last `mark` and returns what followed; nothing without a mark. */
 std::optional<std::string> takeTail(std::string* text, char mark) {
     const size_t at = text->rfind(mark);
     if (at == std::string::npos) return {};
@@ -82,123 +65,91 @@ std::optional<std::string> takeTail(std::string* text, char mark) {
     return tail;
 }
 
-/** Takes a fault out of its text, up to the first part that does not fit. */
+/** Parses up to the first part that does not fit. */
 class FaultReader {
   public:
-    explicit FaultReader(const std::string& text) : mRest(text) {
-        takeTail();
-        takeKind();
-        if (mWhy.empty()) takeParts();
-    }
+    explicit FaultReader(HubFault* fault) : mFault(*fault) {}
 
-    const HubFault& fault() const { return mFault; }
-    /** What is wrong, empty when nothing is. */
+    void read(std::string text) {
+        const auto time = takeTail(&text, '@');
+        if (time && !takeSeconds(*time, &mFault.afterSeconds)) {
+            isNo(*time, "time, as 5s and 250ms in read:1:EIO@5s and read:1:EIO*3@250ms");
+        }
+        const auto count = takeTail(&text, '*');
+        if (count && !takeWhole(*count, 1, kMostCalls, &mFault.count)) {
+            isNo(*count, "count of calls from 1 on, as 3 in read:1:EIO*3");
+        }
+        mFault.kind = text.substr(0, text.find(':'));
+        text.erase(0, std::min(mFault.kind.size() + 1, text.size()));
+        std::string forms;
+        for (const std::string form : kForms) {
+            const size_t colon = form.find(':');
+            if (form.substr(0, colon) == mFault.kind) {
+                if (count && form.find("ERROR") == std::string::npos) {
+                    isNo(mFault.kind, "call, so it does not happen a number of times");
+                }
+                return readParts(form, form.substr(colon + 1), text);
+            }
+            forms += (forms.empty() ? "" : ", ") + form;
+        }
+        isNo(mFault.kind, "fault; there are " + forms);
+    }
     const std::string& why() const { return mWhy; }
 
   private:
-    void takeTail();
-    void takeKind();
-    void takeParts();
-    void takePlace(const std::string& place);
-    void takeWhat(const std::string& what);
-
     void isNo(const std::string& text, const std::string& wanted) {
         if (mWhy.empty()) mWhy = quoted(text) + " is no " + wanted;
     }
 
-    std::string mRest;  // what has not been taken yet
-    const KindRow* mKind = nullptr;
-    bool mCounts = false;
-    HubFault mFault{};
+    void readParts(const std::string& form, const std::string& parts, const std::string& text) {
+        const size_t end = parts.find(':');
+        if (end == std::string::npos) return readPart(parts, text);
+        // A path may contain colons, and so may what follows a handle.
+        const size_t colon = parts[0] == 'W' ? text.rfind(':') : text.find(':');
+        if (colon == std::string::npos) {
+            if (mWhy.empty()) mWhy = "the form is " + form;
+            return;
+        }
+        readPart(parts.substr(0, end), text.substr(0, colon));
+        readPart(parts.substr(end + 1), text.substr(colon + 1));
+    }
+
+    void readPart(const std::string& part, const std::string& text) {
+        if (part == "ERROR") {
+            mFault.error = errnoOf(text);
+            if (mFault.error == 0) isNo(text, "name of an error such as EIO; see errno(3)");
+        } else if (part == "BYTES") {
+            if (takeWhole(text, 1, kLargestRecord - 1, &mFault.bytes)) return;
+            isNo(text, formatted("number of bytes from 1 to %d", kLargestRecord - 1));
+        } else if (part == "TEXT") {
+            mFault.text = text;
+        } else if (part == "HEX@TIME") {
+            mFault.text = bytesOfHex(text).value_or("");
+            if (mFault.text.empty() || mFault.text.size() > kLargestRecord) {
+                isNo(text, formatted("record of 1 to %d bytes in hex", kLargestRecord));
+            } else if (mWhy.empty() && mFault.afterSeconds <= 0) {
+                mWhy = "it needs a time when the library has the buffer on: push:HANDLE:HEX@TIME";
+            }
+        } else if (part != "HANDLE" && text[0] == '/') {
+            mFault.path = text;
+        } else if (part == "PATH") {
+            isNo(text, "path from the root directory");
+        } else if (!takeWhole(text, 0, kLargestNumber, &mFault.handle)) {
+            isNo(text, part == "HANDLE" ? "handle of a sensor"
+                                        : "handle of a sensor and no path from the root directory");
+        }
+    }
+
+    HubFault& mFault;
     std::string mWhy;
 };
 
-void FaultReader::takeTail() {
-    const auto time = subhalctl::takeTail(&mRest, '@');
-    if (time && !takeSeconds(*time, &mFault.afterSeconds)) {
-        isNo(*time, "time, as 5s and 250ms in read:1:EIO@5s and read:1:EIO*3@250ms");
-    }
-    const auto count = subhalctl::takeTail(&mRest, '*');
-    mCounts = count.has_value();
-    if (count && !takeWhole(*count, 1, kMostCalls, &mFault.count)) {
-        isNo(*count, "count of calls from 1 on, as 3 in read:1:EIO*3");
-    }
-}
-
-void FaultReader::takeKind() {
-    const std::string name = mRest.substr(0, mRest.find(':'));
-    std::string forms;
-    for (const KindRow& row : kKinds) {
-        const std::string form = row.form;
-        if (form.substr(0, form.find(':')) == name) mKind = &row;
-        forms += (forms.empty() ? "" : ", ") + form;
-    }
-    if (mKind == nullptr) return isNo(name, "fault; there are " + forms);
-    mRest.erase(0, std::min(name.size() + 1, mRest.size()));
-    mFault.kind = mKind->kind;
-    if (mCounts && !mKind->isCall) isNo(name, "call, so it does not happen a number of times");
-}
-
-void FaultReader::takeParts() {
-    // A path may hold colons, what stands behind a handle may as well.
-    const bool last = mKind->place == Place::kEither;
-    const size_t colon = last ? mRest.rfind(':') : mRest.find(':');
-    if (mKind->place == Place::kNone) {
-        takeWhat(mRest);
-    } else if (!mKind->needsWhat) {
-        takePlace(mRest);
-    } else if (colon == std::string::npos) {
-        mWhy = std::string("it is written ") + mKind->form;
-    } else {
-        takePlace(mRest.substr(0, colon));
-        takeWhat(mRest.substr(colon + 1));
-    }
-}
-
-void FaultReader::takePlace(const std::string& place) {
-    if (mKind->place != Place::kHandle && !place.empty() && place[0] == '/') {
-        mFault.path = place;
-    } else if (mKind->place == Place::kPath) {
-        isNo(place, "path from the root directory");
-    } else if (!takeWhole(place, 0, kLargestNumber, &mFault.handle)) {
-        isNo(place, mKind->place == Place::kHandle
-                        ? "handle of a sensor"
-                        : "handle of a sensor and no path from the root directory");
-    }
-}
-
-void FaultReader::takeWhat(const std::string& what) {
-    switch (mFault.kind) {
-        case HubFault::Kind::kCut:
-            if (!takeWhole(what, 1, kLargestRecord - 1, &mFault.bytes)) {
-                isNo(what, formatted("number of bytes from 1 to %d", kLargestRecord - 1));
-            }
-            return;
-        case HubFault::Kind::kAvailable:
-            mFault.text = what;
-            return;
-        case HubFault::Kind::kPush:
-            mFault.text = bytesOfHex(what).value_or("");
-            if (mFault.text.empty() || mFault.text.size() > kLargestRecord) {
-                isNo(what, formatted("record of 1 to %d bytes in hex", kLargestRecord));
-            } else if (mWhy.empty() && mFault.afterSeconds <= 0) {
-                mWhy = "it needs a time, when the library has the buffer on: push:HANDLE:HEX@TIME";
-            }
-            return;
-        default:
-            mFault.error = errnoOf(what);
-            if (mFault.error == 0)
-                isNo(what, "name of an error such as EIO or EACCES; see errno(3)");
-    }
-}
-
 }  // namespace
 
-std::optional<HubFault> parseFault(const std::string& text, std::string* why) {
-    const FaultReader reader(text);
-    *why = reader.why();
-    if (!why->empty()) return {};
-    return reader.fault();
+std::string parseFault(const std::string& text, HubFault* fault) {
+    FaultReader reader(fault);
+    reader.read(text);
+    return reader.why();
 }
 
 }  // namespace subhalctl

@@ -128,15 +128,6 @@ std::optional<Specs> readChips(const std::string& path) {
     return simulator::decodeSpecs(bytes);
 }
 
-simulator::SimulatedHub::Options simulatorOptions(const HubChoice& options, const Specs& specs) {
-    simulator::SimulatedHub::Options result;
-    result.seed = options.seed;
-    result.still = options.still;
-    result.generateSignals = true;
-    result.sensors = specs;
-    return result;
-}
-
 /** Lets faults happen at their times. */
 class FaultTimer {
   public:
@@ -174,37 +165,24 @@ class FaultTimer {
         }
     }
 
-    std::string pathOf(const HubFault& fault) const {
-        if (fault.handle < 0) return fault.path;
-        return mHub.devicePath(fault.handle);
-    }
-
     void play(const HubFault& fault) {
-        switch (fault.kind) {
-            case HubFault::Kind::kOpen:
-                return mHub.failOpen(pathOf(fault), fault.error, 1, fault.count);
-            case HubFault::Kind::kRead:
-                return mHub.failRead(pathOf(fault), fault.error, 1, fault.count);
-            case HubFault::Kind::kWrite:
-                return mHub.failWrite(pathOf(fault), fault.error, 1, fault.count);
-            case HubFault::Kind::kIoctl:
-                return mHub.failIoctl(pathOf(fault), fault.error, 1, fault.count);
-            case HubFault::Kind::kClose:
-                return mHub.failClose(pathOf(fault), fault.error, 1, fault.count);
-            case HubFault::Kind::kPoll:
-                return mHub.failPoll(fault.error, 1, fault.count);
-            case HubFault::Kind::kDrop:
-                return mHub.dropDevice(fault.handle);
-            case HubFault::Kind::kCut:
-                return mHub.cutNextRecord(fault.handle, static_cast<size_t>(fault.bytes));
-            case HubFault::Kind::kAvailable:
-                return mHub.setDataAvailable(fault.handle, fault.text);
-            case HubFault::Kind::kAbsent:
-                return mHub.removeFile(fault.path);
-            case HubFault::Kind::kPush:
-                mHub.push(fault.handle, fault.text);
-                return;
+        using simulator::SimulatedHub;
+        using Fail = void (SimulatedHub::*)(const std::string&, int, int, int);
+        constexpr std::pair<const char*, Fail> kCalls[] = {{"open", &SimulatedHub::failOpen},
+                                                           {"read", &SimulatedHub::failRead},
+                                                           {"write", &SimulatedHub::failWrite},
+                                                           {"ioctl", &SimulatedHub::failIoctl},
+                                                           {"close", &SimulatedHub::failClose}};
+        const std::string path = fault.handle < 0 ? fault.path : mHub.devicePath(fault.handle);
+        for (const auto& [kind, fail] : kCalls) {
+            if (fault.kind == kind) (mHub.*fail)(path, fault.error, 1, fault.count);
         }
+        if (fault.kind == "poll") mHub.failPoll(fault.error, 1, fault.count);
+        if (fault.kind == "drop") mHub.dropDevice(fault.handle);
+        if (fault.kind == "cut") mHub.cutNextRecord(fault.handle, static_cast<size_t>(fault.bytes));
+        if (fault.kind == "available") mHub.setDataAvailable(fault.handle, fault.text);
+        if (fault.kind == "absent") mHub.removeFile(path);
+        if (fault.kind == "push") mHub.push(fault.handle, fault.text);
     }
 
     simulator::SimulatedHub& mHub;
@@ -219,100 +197,95 @@ class FaultTimer {
 
 class SignalHub : public InProcessHub {
   public:
-    SignalHub(const HubChoice& options, const Specs& specs)
-        : InProcessHub(simulatorOptions(options, specs)) {}
+    using InProcessHub::InProcessHub;
 
-    /** Why the fault cannot happen here, empty when it can. Its path becomes the library's. */
-    std::string misplaced(HubFault* fault) const;
+    /** Why the hub cannot have the fault, empty when it can. Its path becomes the library's. */
+    std::string misplaced(HubFault* fault) const {
+        if (fault->handle >= 0) return misplacedHandle(*fault);
+        if (fault->kind == "poll") return {};
+        const std::string given = fs::path(fault->path).lexically_normal();
+        std::string path = simulator::hubPath(given.c_str());
+        if (!path.empty() && path.back() == '/') path.pop_back();
+        const bool directory = fs::is_directory(mHub.root() + path);
+        const bool opened = path + '/' == kIioDirectory || path == kDataDirectory;
+        const bool opens = fault->kind == "open";
+        const bool may = fault->kind == "absent" || (opens && opened);
+        // Apart from the kernel's nodes there are files that come and go, as dumps do.
+        const bool there = !path.empty() && (mHub.hasFile(path) || !simulator::isKernelNode(path));
+        if (!there)
+            return subhalctl::quoted(fault->path) + " is no file of the hub; it has\n" + files();
+        if (directory && !may)
+            return subhalctl::quoted(fault->path) + " is a directory; there are\n" + files();
+        const mode_t mode = simulator::isAttribute(path) ? simulator::attributeMode(path) : 0666;
+        if (fault->kind == "read" && (mode & 0444) == 0) return path + " is write-only";
+        if (fault->kind == "write" && (mode & 0222) == 0) return path + " is read-only";
+        if (fault->kind == "ioctl" && path.compare(0, 5, "/dev/") != 0) {
+            return path + " is no device, so it takes no ioctl";
+        }
+        fault->path = directory && opens ? path + '/' : path;
+        return {};
+    }
     void letFail(std::vector<HubFault> faults) { mFaults.emplace(mHub, std::move(faults)); }
 
   private:
-    std::string misplacedHandle(const HubFault& fault) const;
+    std::string misplacedHandle(const HubFault& fault) const {
+        if (mHub.devicePath(fault.handle).empty()) {
+            std::string handles;
+            for (int handle = 0; handle <= UINT8_MAX; ++handle) {
+                if (!mHub.devicePath(handle).empty()) handles += ' ' + std::to_string(handle);
+            }
+            return formatted("no sensor has the handle %d; there are", fault.handle) + handles;
+        }
+        return fault.kind == "write" ? "a sensor's device is read-only" : "";
+    }
     /** All files, a line each. */
-    std::string files() const;
+    std::string files() const {
+        std::set<std::string> paths;
+        size_t devices = 0;
+        for (const auto& entry : fs::recursive_directory_iterator(mHub.root())) {
+            if (entry.is_directory()) continue;
+            std::string path = entry.path().string().substr(mHub.root().size());
+            const size_t number = path.find(kIioPrefix);
+            if (number != std::string::npos) {
+                const size_t begin = number + std::strlen(kIioPrefix);
+                const size_t end = std::min(path.find('/', begin), path.size());
+                if (end == path.size()) ++devices;
+                path.replace(begin, end - begin, "N");
+            }
+            paths.insert(path);
+        }
+        std::string text;
+        for (const std::string& path : paths) {
+            text += "  " + path + '\n';
+        }
+        return text + formatted("  and %s and what is in it, where N is 1 to %zu", kDataDirectory,
+                                devices);
+    }
 
     std::optional<FaultTimer> mFaults;
 };
 
-std::string SignalHub::misplaced(HubFault* fault) const {
-    if (fault->handle >= 0) return misplacedHandle(*fault);
-    if (fault->kind == HubFault::Kind::kPoll) return {};
-    const std::string given = fs::path(fault->path).lexically_normal();
-    std::string path = simulator::hubPath(given.c_str());
-    if (!path.empty() && path.back() == '/') path.pop_back();
-    const bool directory = fs::is_directory(mHub.root() + path);
-    const bool opened = path + '/' == kIioDirectory || path == kDataDirectory;
-    const bool may =
-        fault->kind == HubFault::Kind::kAbsent || (fault->kind == HubFault::Kind::kOpen && opened);
-    // Beside the kernel's nodes there are files that come and go, as dumps do.
-    const bool there = !path.empty() && (mHub.hasFile(path) || !simulator::isKernelNode(path));
-    if (!there)
-        return subhalctl::quoted(fault->path) + " is no file of the hub; it has\n" + files();
-    if (directory && !may)
-        return subhalctl::quoted(fault->path) + " is a directory; there are\n" + files();
-    const mode_t mode = simulator::isAttribute(path) ? simulator::attributeMode(path) : 0666;
-    if (fault->kind == HubFault::Kind::kRead && (mode & 0444) == 0)
-        return path + " is only written";
-    if (fault->kind == HubFault::Kind::kWrite && (mode & 0222) == 0) return path + " is only read";
-    if (fault->kind == HubFault::Kind::kIoctl && path.compare(0, 5, "/dev/") != 0) {
-        return path + " is no device, so it takes no ioctl";
-    }
-    fault->path = directory && fault->kind == HubFault::Kind::kOpen ? path + '/' : path;
-    return {};
-}
-
-std::string SignalHub::misplacedHandle(const HubFault& fault) const {
-    if (mHub.devicePath(fault.handle).empty()) {
-        std::string handles;
-        for (int handle = 0; handle <= UINT8_MAX; ++handle) {
-            if (!mHub.devicePath(handle).empty()) handles += ' ' + std::to_string(handle);
-        }
-        return formatted("no sensor has the handle %d; there are", fault.handle) + handles;
-    }
-    return fault.kind == HubFault::Kind::kWrite ? "a sensor's device is only read" : "";
-}
-
-std::string SignalHub::files() const {
-    std::set<std::string> paths;
-    size_t devices = 0;
-    for (const auto& entry : fs::recursive_directory_iterator(mHub.root())) {
-        if (entry.is_directory()) continue;
-        std::string path = entry.path().string().substr(mHub.root().size());
-        const size_t number = path.find(kIioPrefix);
-        if (number != std::string::npos) {
-            const size_t begin = number + std::strlen(kIioPrefix);
-            const size_t end = std::min(path.find('/', begin), path.size());
-            if (end == path.size()) ++devices;
-            path.replace(begin, end - begin, "N");
-        }
-        paths.insert(path);
-    }
-    std::string text;
-    for (const std::string& path : paths) {
-        text += "  " + path + '\n';
-    }
-    return text +
-           formatted("  and %s and what is in it, where N is 1 to %zu", kDataDirectory, devices);
-}
-
 }  // namespace
 
-ExitCode makeSignalHub(const HubChoice& options, std::unique_ptr<Hub>* hub) {
-    auto specs = std::optional<Specs>(simulator::standardCatalogue());
-    if (!options.chips.empty()) specs = readChips(options.chips);
+ExitCode makeSignalHub(const HubChoice& choice, std::unique_ptr<Hub>* hub) {
+    const auto specs = choice.chips.empty() ? std::optional<Specs>(simulator::standardCatalogue())
+                                            : readChips(choice.chips);
     if (!specs) return kUsage;
     if (!haveRoom()) return kCannotLoad;
-    auto made = std::make_unique<SignalHub>(options, *specs);
+    simulator::SimulatedHub::Options options;
+    options.seed = choice.seed;
+    options.still = choice.still;
+    options.generateSignals = true;
+    options.sensors = *specs;
+    auto made = std::make_unique<SignalHub>(options);
     std::vector<HubFault> faults;
-    for (const std::string& text : options.faults) {
-        std::string why;
-        auto fault = parseFault(text, &why);
-        if (fault) why = made->misplaced(&*fault);
-        if (!why.empty()) {
-            complain("--fault %s: %s", quoted(text).c_str(), why.c_str());
-            return kUsage;
-        }
-        faults.push_back(*fault);
+    for (const std::string& text : choice.faults) {
+        HubFault& fault = faults.emplace_back();
+        std::string why = parseFault(text, &fault);
+        if (why.empty()) why = made->misplaced(&fault);
+        if (why.empty()) continue;
+        complain("--fault %s: %s", quoted(text).c_str(), why.c_str());
+        return kUsage;
     }
     made->letFail(std::move(faults));
     *hub = std::move(made);

@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cinttypes>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -41,11 +40,17 @@ bool startsWith(const std::string& text, const char* prefix) {
     return text.compare(0, std::strlen(prefix), prefix) == 0;
 }
 
-/** N of ".../iio:deviceN..." behind `prefix`, -1 for another path. */
+/** The N of `prefix` + "N...", -1 for another path. */
 int deviceNumber(const std::string& path, const std::string& prefix) {
     int number = -1;
-    if (!startsWith(path, prefix.c_str())) return -1;
-    return std::sscanf(path.c_str() + prefix.size(), "%9d", &number) == 1 ? number : -1;
+    if (startsWith(path, prefix.c_str())) std::sscanf(&path[prefix.size()], "%9d", &number);
+    return number;
+}
+
+/** Reports a failure; returns false. */
+bool fails(const std::string& path, const std::string& why) {
+    complain("%s: %s", subhalctl::quoted(path).c_str(), why.c_str());
+    return false;
 }
 
 std::map<std::string, int> handlesByName(const std::string& spec) {
@@ -82,7 +87,7 @@ bool Recorder::openFile() {
     const bool isOutput = found && fstat(STDOUT_FILENO, &output) == 0 &&
                           there.st_dev == output.st_dev && there.st_ino == output.st_ino;
     if (found && (isOutput || !S_ISREG(there.st_mode))) {
-        // What else goes to standard output is to stand behind the recording, not over it.
+        // Other output has to follow the recording, not overwrite it.
         if (isOutput) dup3(STDOUT_FILENO, fd, O_CLOEXEC);
         mFile = fdopen(fd, "w");
     } else if (found || errno == ENOENT) {
@@ -90,8 +95,7 @@ bool Recorder::openFile() {
         return openPart(found ? &there : nullptr);
     }
     if (mFile != nullptr) return true;
-    complain("%s: %s", subhalctl::quoted(mPath).c_str(), std::strerror(errno));
-    return false;
+    return fails(mPath, std::strerror(errno));
 }
 
 bool Recorder::openPart(const struct stat* old) {
@@ -101,15 +105,14 @@ bool Recorder::openPart(const struct stat* old) {
     const std::string part = mPath + ".part";
     const int fd = ::open(part.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0666);
     if (fd >= 0 && flock(fd, LOCK_EX | LOCK_NB) != 0) {
-        complain("%s: another recording is writing it", subhalctl::quoted(part).c_str());
         ::close(fd);
-        return false;
+        return fails(part, "another recording is writing it");
     }
     if (fd >= 0 && ftruncate(fd, 0) == 0) mFile = fdopen(fd, "w");
     if (mFile == nullptr) {
-        complain("%s: %s", subhalctl::quoted(part).c_str(), std::strerror(errno));
+        const std::string why = std::strerror(errno);
         if (fd >= 0) ::close(fd);
-        return false;
+        return fails(part, why);
     }
     if (old != nullptr) fchmod(fd, old->st_mode & 0777);
     mPart = part;
@@ -123,7 +126,7 @@ void Recorder::write(const char* kind, int64_t timeNs, const Json& fields) {
     if (mFile != nullptr && std::fwrite(text.data(), 1, text.size(), mFile) != text.size() &&
         mError == 0) {
         mError = errno;
-        requestStop();  // or it would go on for nobody
+        requestStop();  // the rest would be lost as well
     }
 }
 
@@ -177,8 +180,6 @@ void Recorder::request(int64_t startNs, const ProxyRequest& request) {
 
 void Recorder::event(const ReceivedEvent& received) {
     const std::lock_guard<std::mutex> lock(mLock);
-    const Payload payload = payloadOf(received.event);
-    const std::string bytes(reinterpret_cast<const char*>(payload.data()), sizeof(payload));
     ++mEvents;
     mHasData = true;
     write("event", received.receivedNs,
@@ -186,7 +187,7 @@ void Recorder::event(const ReceivedEvent& received) {
            {"type", static_cast<int32_t>(received.event.sensorType)},
            {"timestamp_ns", received.event.timestamp},
            {"wakelock", received.wakelock},
-           {"hex", hexOf(bytes)}});
+           {"hex", hexOf(payloadBytes(received.event))}});
 }
 
 void Recorder::wakelock(bool held) {
@@ -210,7 +211,7 @@ bool Recorder::hasData() const {
     return mHasData;
 }
 
-/** All of it is on the disk before the old file goes. */
+/** Everything is on the disk before the old file goes. */
 void Recorder::store() {
     const bool stored = std::fflush(mFile) == 0 &&
                         (mPart.empty() || (fsync(fileno(mFile)) == 0 &&
@@ -219,21 +220,21 @@ void Recorder::store() {
 }
 
 bool Recorder::finish() {
-    {
-        const std::lock_guard<std::mutex> lock(mLock);
-        if (mFile == nullptr) return true;
-        write("end", hubNowNs(), {{"events", mEvents}});
-        if (mError == 0) store();
-        if (mError == 0) mPart.clear();
-    }
-    discard();
-    if (mError == 0) return true;
-    complain("%s: %s", subhalctl::quoted(mPath).c_str(), std::strerror(mError));
-    return false;
+    const std::lock_guard<std::mutex> lock(mLock);
+    if (mFile == nullptr) return true;
+    write("end", hubNowNs(), {{"events", mEvents}});
+    if (mError == 0) store();
+    if (mError == 0) mPart.clear();
+    close();  // under the same lock: another thread's line must not follow the end
+    return mError == 0 || fails(mPath, std::strerror(mError));
 }
 
 void Recorder::discard() {
     const std::lock_guard<std::mutex> lock(mLock);
+    close();
+}
+
+void Recorder::close() {
     if (mFile == nullptr) return;
     if (!mPart.empty()) unlink(mPart.c_str());
     if (std::fclose(mFile) != 0 && mError == 0) mError = errno;
@@ -242,36 +243,24 @@ void Recorder::discard() {
 
 namespace {
 
-/** Takes one line's members, and remembers the first that is not as it should be. */
+/** Reads the members of a line, and keeps the first fault. */
 class Members {
   public:
     explicit Members(const Json& line) : mLine(line) {}
 
-    int64_t number(const char* name, int64_t low, int64_t high) {
-        const auto found = mLine.find(name);
-        if (found == mLine.end() || !found->is_number_integer()) {
-            return blame(name, "is no whole number"), 0;
-        }
-        // Beyond the signed numbers lie the unsigned ones.
-        if (found->is_number_unsigned() && found->get<uint64_t>() > INT64_MAX) {
-            return blame(name, "is too large"), 0;
-        }
-        const auto value = found->get<int64_t>();
-        if (value < low || value > high) blame(name, "is out of range");
-        return value;
-    }
     bool has(const char* name) const { return mLine.contains(name); }
+    int64_t number(const char* name, int64_t low, int64_t high) {
+        const Json value = member(name, &Json::is_number_integer, "is no whole number", low);
+        const bool huge = value.is_number_unsigned() && value.get<uint64_t>() > INT64_MAX;
+        const auto number = value.get<int64_t>();
+        if (huge || number < low || number > high) blame(name, "is out of range");
+        return number;
+    }
     bool flag(const char* name) {
-        const auto found = mLine.find(name);
-        if (found == mLine.end() || !found->is_boolean()) {
-            return blame(name, "is neither true nor false"), false;
-        }
-        return found->get<bool>();
+        return member(name, &Json::is_boolean, "is neither true nor false", false).get<bool>();
     }
     std::string text(const char* name) {
-        const auto found = mLine.find(name);
-        if (found == mLine.end() || !found->is_string()) return blame(name, "is no text"), "";
-        return found->get<std::string>();
+        return member(name, &Json::is_string, "is no text", "").get<std::string>();
     }
     std::string bytes(const char* name, size_t least, size_t most) {
         const auto value = bytesOfHex(text(name));
@@ -290,6 +279,14 @@ class Members {
     const std::string& fault() const { return mFault; }
 
   private:
+    Json member(const char* name, bool (Json::*fits)() const noexcept, const char* fault,
+                const Json& standard) {
+        const auto found = mLine.find(name);
+        if (found != mLine.end() && ((*found).*fits)()) return *found;
+        blame(name, fault);
+        return standard;
+    }
+
     const Json& mLine;
     std::string mFault;
 };
@@ -308,7 +305,7 @@ ProxyRequest requestOf(Members& members) {
     } else if (request.what == "activate") {
         request.enable = members.flag("enable");
     } else if (request.what != "flush") {
-        members.blame("request", "is none that is known");
+        members.blame("request", "is unknown");
     }
     return request;
 }
@@ -318,47 +315,44 @@ class Loader {
   public:
     explicit Loader(Recording* recording) : mRecording(*recording) {}
 
-    /** What is wrong, empty when nothing is. */
-    std::string line(const std::string& text) {
-        ++mLine;
-        if (mEnded) return "there is something behind the end";
-        const Json line = Json::parse(text, nullptr, false);
-        if (!line.is_object()) return "this is no JSON object";
-        Members members(line);
-        const std::string kind = members.text("kind");
-        const int64_t timeNs = members.number("t", 0, kLatestNs);
-        take(kind, timeNs, members);
-        return members.fault();
-    }
-    /** Takes the whole lines off the front; what is wrong, with its place. */
-    std::string takeLines(std::string* text) {
-        size_t begin = 0;
-        for (size_t end; (end = text->find('\n', begin)) != std::string::npos; begin = end + 1) {
-            const std::string wrong = line(text->substr(begin, end - begin));
-            if (!wrong.empty()) return formatted("line %zu: %s", mLine, wrong.c_str());
+    /** Returns what is wrong, empty when nothing is. */
+    std::string read(std::FILE* file) {
+        std::string buffer(kLongestLine, '\0');
+        while (std::fgets(buffer.data(), static_cast<int>(buffer.size()), file) != nullptr) {
+            ++mLine;
+            const std::string fault = line(buffer.c_str());
+            if (!fault.empty()) return fault;
         }
-        text->erase(0, begin);
-        return text->size() > kLongestLine ? formatted("line %zu: too long", mLine + 1) : "";
-    }
-    std::string end() const {
+        if (std::ferror(file) != 0) return std::strerror(errno);
         if (mLine == 0) return "the file is empty";
         if (!mEnded) return "the recording breaks off here: its end is missing";
-        return mRecording.spec.empty() ? "the recording holds no sensor specification" : "";
+        return mRecording.spec.empty() ? "the recording has no sensor specification" : "";
     }
     size_t lines() const { return mLine; }
 
   private:
+    std::string line(const std::string& text) {
+        if (mEnded) return "there is a line after the end";
+        if (text.empty() || text.back() != '\n') {
+            return text.size() + 1 < kLongestLine ? "the recording breaks off in this line"
+                                                  : "too long";
+        }
+        const Json line = Json::parse(text, nullptr, false);
+        if (!line.is_object()) return "this is no JSON object";
+        Members members(line);
+        take(members.text("kind"), members.number("t", 0, kLatestNs), members);
+        return members.fault();
+    }
     void take(const std::string& kind, int64_t timeNs, Members& members) {
         using Kind = Recording::Entry::Kind;
         if (mLine == 1) {
             if (kind != "start" || members.text("recording") != "subhalctl") {
-                return members.blame("kind", "tells of no recording");
+                return members.blame("kind", "is not that of a recording");
             }
             members.number("version", kVersion, kVersion);
             mRecording.startNs = timeNs;
             return;
         }
-        Recording::Entry entry{Kind::kRaw, mLine, timeNs};
         if (kind == "spec") {
             mRecording.spec = members.bytes("hex", 0, kLargestRecord);
             return;
@@ -368,6 +362,7 @@ class Loader {
             mEnded = true;
             return;
         }
+        Recording::Entry entry{Kind::kRaw, mLine, timeNs};
         if (kind == "raw") {
             entry.handle = members.handle();
             entry.bytes = members.bytes("hex", 1, kLargestRecord);
@@ -400,7 +395,7 @@ class Loader {
             entry.kind = Kind::kClock;
             entry.flag = members.flag("main");
         } else {
-            return members.blame("kind", "is none that is known");
+            return members.blame("kind", "is unknown");
         }
         mRecording.entries.push_back(std::move(entry));
     }
@@ -461,32 +456,20 @@ bool loadRecording(const std::string& path, Recording* recording) {
     std::FILE* file = path == kStandard ? fdopen(fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0), "r")
                                         : std::fopen(path.c_str(), "re");
     Loader loader(recording);
-    std::string fault = file == nullptr ? std::strerror(errno) : "";
-    std::string text;
-    char piece[65536];
-    for (size_t got = 1; file != nullptr && fault.empty() && got > 0;) {
-        got = std::fread(piece, 1, sizeof(piece), file);
-        text.append(piece, got);
-        fault = loader.takeLines(&text);
-    }
-    if (file != nullptr) {
-        if (std::ferror(file) != 0 && fault.empty()) fault = std::strerror(errno);
+    std::string fault;
+    if (file == nullptr) {
+        fault = std::strerror(errno);
+    } else {
+        fault = loader.read(file);
+        if (!fault.empty()) fault = formatted("line %zu: ", loader.lines()) + fault;
         std::fclose(file);
     }
-    if (fault.empty() && !text.empty()) {
-        fault = formatted("line %zu: the recording breaks off in this line", loader.lines() + 1);
-    }
-    if (fault.empty() && !loader.end().empty()) {
-        fault = formatted("line %zu: %s", loader.lines(), loader.end().c_str());
-    }
-    if (!fault.empty()) {
-        complain("%s: %s", subhalctl::quoted(path).c_str(), fault.c_str());
-        return false;
-    }
-    std::stable_sort(
-        recording->entries.begin(), recording->entries.end(),
-        [](const auto& left, const auto& right) { return left.timeNs < right.timeNs; });
-    dropUnposted(&recording->entries);
+    if (!fault.empty()) return fails(path, fault);
+    std::vector<Recording::Entry>& entries = recording->entries;
+    std::stable_sort(entries.begin(), entries.end(), [](const auto& left, const auto& right) {
+        return left.timeNs < right.timeNs;
+    });
+    dropUnposted(&entries);
     return true;
 }
 

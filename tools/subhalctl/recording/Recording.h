@@ -17,9 +17,8 @@
 
 namespace subhalctl {
 
-// What crossed the library's borders in one run, as JSON Lines; docs: the manual page,
-// "RECORDINGS". Every line has "kind", and "t", the time since boot in ns. Bytes stand in
-// hexadecimal.
+// What crossed the library's borders in one run, as JSON Lines; see "RECORDINGS" in the manual
+// page. Every line has "kind" and "t", the time since boot in ns. Bytes are in hexadecimal.
 
 /** One request of the proxy. */
 struct ProxyRequest {
@@ -29,10 +28,10 @@ struct ProxyRequest {
     int64_t latencyNs = 0;
     bool enable = false;
     std::string result;
-    int64_t durationNs = 0;  ///< 0 when the recording does not say
+    int64_t durationNs = 0;  ///< 0 when unknown
 };
 
-/** Keeps a run. Any thread; lines come in the order in which they are finished. */
+/** Writes a recording. Any thread; lines are in the order in which they are finished. */
 class Recorder : public PlatformHooks {
   public:
     Recorder() = default;
@@ -41,39 +40,37 @@ class Recorder : public PlatformHooks {
     Recorder& operator=(const Recorder&) = delete;
 
     /**
-     * "-" is standard output. A regular file, and one that is not there yet, changes in finish()
-     * only; until then the lines go to PATH.part. False, and told, when that cannot be made.
+     * "-" is standard output. A regular or new file changes in finish() only; until then the lines
+     * go to PATH.part. Returns false after reporting the error.
      */
     bool open(const std::string& path);
 
     void call(const FileCall& call);
     void request(int64_t startNs, const ProxyRequest& request);
     void event(const ReceivedEvent& received);
-    /** The proxy's wakelock is taken or given back. */
+    /** The proxy's wakelock is acquired or released. */
     void wakelock(bool held);
     int64_t clock(int64_t now) override;
     void propertyWasRead(const std::string& name, const std::string& value) override;
 
-    /** Whether a sensor had its say. */
+    /** Whether a sensor produced data. */
     bool hasData() const;
-    /**
-     * Writes the last line, and puts the file in its place. False, and told, when anything could
-     * not be written.
-     */
+    /** Writes the last line and replaces the file. Returns false after reporting any lost write. */
     bool finish();
-    /** Leaves nothing behind, unless it is finished. */
+    /** Removes the file unless it is finished. */
     void discard();
 
   private:
     bool openFile();
     bool openPart(const struct stat* old);
     void store();
+    void close();
     void write(const char* kind, int64_t timeNs, const nlohmann::ordered_json& fields);
     void readOfDevice(const FileCall& call);
 
     mutable std::mutex mLock;
     std::FILE* mFile = nullptr;
-    std::string mPath;  // behind all links
+    std::string mPath;  // with links resolved
     std::string mPart;  // empty when the lines go to mPath
     int mError = 0;     // errno of the first write that failed
     bool mHasData = false;
@@ -83,7 +80,7 @@ class Recorder : public PlatformHooks {
     std::map<int, std::string> mNames;    // IIO names by device number
 };
 
-/** A run that was kept. */
+/** A loaded recording. */
 struct Recording {
     struct Entry {
         enum class Kind { kRaw, kRequest, kEvent, kWakelock, kCall, kProperty, kClock };
@@ -95,12 +92,12 @@ struct Recording {
         std::string bytes{};  ///< of a record, a payload, or a call
         ProxyRequest request{};
         int32_t type = 0;         ///< of an event
-        int64_t timestampNs = 0;  ///< of an event; what the clock said
+        int64_t timestampNs = 0;  ///< of an event
         bool flag = false;        ///< wakelock of an event, or held; the main thread read the clock
         std::string name{};       ///< of a property, a path
         std::string text{};       ///< a property's value; what kind of call
         int64_t result = 0;       ///< of a call
-        int64_t number = -1;      ///< of an ioctl, where the recording says it
+        int64_t number = -1;      ///< of an ioctl, -1 when unknown
     };
 
     std::string path;
@@ -108,11 +105,11 @@ struct Recording {
     std::string spec;
     std::vector<Entry> entries;  ///< by time
 
-    /** That the sensor was last asked for, 0 when it was not. */
+    /** The last requested one, 0 for none. */
     int64_t periodNs(int32_t handle) const;
 };
 
-/** False after reporting line and reason, when the file, "-" for standard input, is not whole. */
+/** "-" is standard input. Returns false after reporting line and reason when it is not whole. */
 bool loadRecording(const std::string& path, Recording* recording);
 
 }  // namespace subhalctl

@@ -84,9 +84,37 @@ class Picture {
   public:
     explicit Picture(const RecordedRun& run) : mStartNs(run.recording.startNs), mEndNs(run.endNs) {}
 
-    void wakelocks(const std::vector<Span>& spans);
-    void sensor(const Series& series);
-    std::string svg();
+    void wakelocks(const std::vector<Span>& spans) {
+        for (const Span& held : spans) {
+            span("wakelock", held);
+        }
+        endLane("held", counted(spans.size(), "time"));
+    }
+    void sensor(const Series& series) {
+        requests(series);
+        faults(series);
+        if (!series.hasData()) return;
+        values(series);
+        if (series.periodNs > 0) {
+            durations(series, "interval", [](const RecordedEvent& event) {
+                return event.intervalNs == 0 ? NAN : millisecondsOf(event.intervalNs);
+            });
+        }
+        durations(series, "latency",
+                  [](const RecordedEvent& event) { return millisecondsOf(event.latencyNs()); });
+    }
+    /** With the axis of time below it, and through all of it. */
+    std::string svg() {
+        const double seconds = millisecondsOf(mEndNs - mStartNs) / 1e3;
+        const double step = stepOf(seconds, 10);
+        for (double tick = 0; tick * step <= seconds; ++tick) {
+            const double at = kLeft + (kRight - kLeft) * tick * step / seconds;
+            mBelow += formatted("<path class=\"grid\" d=\"M%.1f 0V%.1f\"/>", at, mTop);
+            text(at, mTop - 6, formatted("%.6g s", tick * step), "middle");
+        }
+        return formatted("<svg viewBox=\"0 0 %d %.0f\">\n", kWidth, mTop + kLine - 2) + mBelow +
+               mText + "</svg>\n";
+    }
 
   private:
     using ValueOf = std::function<double(const RecordedEvent&)>;
@@ -118,16 +146,198 @@ class Picture {
         mTop += kLine + 3;
     }
 
-    void requests(const Series& series);
-    void faults(const Series& series);
-    void values(const Series& series);
+    void requests(const Series& series) {
+        std::string asked = "on";
+        std::string refused;
+        for (const Span& on : series.on) {
+            span("on", on, 0);
+        }
+        for (const Recording::Entry* entry : series.requests) {
+            const ProxyRequest& request = entry->request;
+            const bool fine = request.result == "OK";
+            if (!fine) refused = request.what + ": " + request.result;
+            span(fine ? "request" : "bad", {entry->timeNs, entry->timeNs + request.durationNs});
+        }
+        for (const RecordedEvent& event : series.events) {
+            if (event.kind != EventKind::kFlushComplete) continue;
+            span("request", {event.received.receivedNs, event.received.receivedNs}, 5);
+        }
+        if (series.figures.askedHz > 0) asked = formatted("%.6g Hz", series.figures.askedHz);
+        if (series.latencyNs > 0)
+            asked += formatted(", latency %g ms", millisecondsOf(series.latencyNs));
+        if (!series.on.empty()) text(x(series.on.front().beginNs) + 6, mTop, asked);
+        endLane("requests", refused, "bad");
+    }
+    /** What went wrong, where it did: spans without events, and strokes. */
+    void faults(const Series& series) {
+        const Watched& figures = series.figures;
+        std::string beside;
+        for (const auto& [count, what] :
+             {std::pair(figures.intervals.lost(), " lost"), std::pair(series.late, " late"),
+              std::pair(figures.intervals.backward(), " backward"),
+              std::pair(figures.stale, " stale")}) {
+            if (count > 0) beside += (beside.empty() ? "" : ", ") + std::to_string(count) + what;
+        }
+        if (beside.empty()) return;
+        for (const RecordedEvent& event : series.events) {
+            const int64_t stampNs = event.received.event.timestamp;
+            if (event.lost > 0) {
+                mGaps.push_back({stampNs - event.intervalNs, stampNs});
+                span("lost", mGaps.back());
+            }
+            const int64_t timeNs = event.stale ? event.received.receivedNs : stampNs;
+            if (event.late || event.backward || event.stale) span("bad", {timeNs, timeNs});
+        }
+        endLane("faults", beside, "bad");
+    }
+    void values(const Series& series) {
+        const auto all = decode(static_cast<int32_t>(series.sensor.type), Payload{}).values;
+        std::string left;
+        for (std::vector<size_t>& group : groupsOf(all)) {
+            const auto isLeft = [&](size_t column) {
+                // Of a code or a word zero is nothing, of what has a unit it is a value.
+                const bool keepsZero = all[column].unit[0] != '\0' || all.size() == 1;
+                for (const Point& point :
+                     pointsOf(series, [&](const auto& event) { return event.values[column]; })) {
+                    if (keepsZero || point.value != 0) return false;
+                }
+                left += (left.empty() ? "" : ", ") + std::string(all[column].name);
+                return true;
+            };
+            group.erase(std::remove_if(group.begin(), group.end(), isLeft), group.end());
+            if (!group.empty()) valueStrip(series, all, group);
+        }
+        if (left.empty()) return;
+        text(kLeft, mTop - 4, "always zero, or no number: " + left);
+        mTop += kLine;
+    }
     void valueStrip(const Series& series, const std::vector<Value>& all,
-                    const std::vector<size_t>& group);
-    void durations(const Series& series, const char* name, const ValueOf& valueOf);
-    void distribution(const Strip& strip, const char* name, const std::vector<double>& sorted);
-    Points pointsOf(const Series& series, const ValueOf& valueOf) const;
-    void frame(const Strip& strip);
-    void curve(const Strip& strip, const Points& points, const char* colour, bool steps);
+                    const std::vector<size_t>& group) {
+        std::vector<Points> curves;
+        double low = INFINITY;
+        double high = -INFINITY;
+        for (const size_t column : group) {
+            curves.push_back(
+                pointsOf(series, [&](const auto& event) { return event.values[column]; }));
+            const auto [least, greatest] =
+                std::minmax_element(curves.back().begin(), curves.back().end(), byValue);
+            low = std::min(low, least->value);
+            high = std::max(high, greatest->value);
+            const double line = mTop + kLine * static_cast<double>(curves.size() - 1);
+            mText +=
+                formatted("<path stroke=\"%s\" stroke-width=\"3\" d=\"M%g %.1fh14\"/>",
+                          kColours[(curves.size() - 1) % std::size(kColours)], kSide, line + 9);
+            const std::string unit = all[column].unit;
+            text(kSide + 20, line,
+                 all[column].name + (unit.empty() ? "" : " [" + unit + "]") +
+                     formatted(": %.5g … %.5g", least->value, greatest->value));
+        }
+        const double flat = high == 0 ? 1 : std::fabs(high) / 10;
+        const double margin = low < high ? (high - low) * 0.06 : flat;
+        // A code or a count needs less room than what has a unit.
+        const bool isCode = all[group.front()].unit[0] == '\0' && curves.size() == 1;
+        const Strip strip{low - margin, high + margin, mTop, (isCode ? 2 : 4) * kLine};
+        frame(strip);
+        for (size_t i = 0; i < curves.size(); ++i) {
+            curve(strip, curves[i], kColours[i % std::size(kColours)], series.periodNs == 0);
+        }
+    }
+    void durations(const Series& series, const char* name, const ValueOf& valueOf) {
+        const Points points = pointsOf(series, valueOf);
+        if (points.empty()) return;
+        std::vector<double> sorted;
+        for (const Point& point : points) {
+            sorted.push_back(point.value);
+        }
+        std::sort(sorted.begin(), sorted.end());
+        // The few longest go beyond the axis, or the others would be one line.
+        double low = sorted[sorted.size() / 100];
+        double high = sorted[sorted.size() - 1 - sorted.size() / 100];
+        const double margin = std::max({(high - low) * 0.3, high * 0.02, 1e-3});
+        high += margin;
+        low = sorted.front() < 0 ? low - margin : low < high / 3 ? 0 : low - margin;
+        const Strip strip{low, high, mTop, 4 * kLine};
+        distribution(strip, name, sorted);
+        frame(strip);
+        if (name[0] == 'i') mText += across("period", strip.y(millisecondsOf(series.periodNs)));
+        curve(strip, points, kColours[0], false);
+    }
+    /** Beside the strip, on its axis. */
+    void distribution(const Strip& strip, const char* name, const std::vector<double>& sorted) {
+        std::array<size_t, kBins> counts{};
+        size_t beyond = 0;
+        for (const double value : sorted) {
+            const double bin = std::floor((value - strip.low) / (strip.high - strip.low) * kBins);
+            ++(bin >= 0 && bin < kBins ? counts[static_cast<size_t>(bin)] : beyond);
+        }
+        const auto most = static_cast<double>(*std::max_element(counts.begin(), counts.end()));
+        const double height = strip.height / kBins;
+        for (size_t i = 0; i < kBins; ++i) {
+            if (counts[i] == 0) continue;
+            mText += box("bar", kSide, kSide + kBarWidth * static_cast<double>(counts[i]) / most,
+                         strip.top + height * static_cast<double>(kBins - 1 - i), height);
+        }
+        const double at = kSide + kBarWidth + 8;
+        const auto quantile = [&](size_t hundredths) {
+            return sorted[(sorted.size() - 1) * hundredths / 100];
+        };
+        text(at, mTop - 2, std::string(name) + formatted(" p50 %.4g ms", quantile(50)));
+        text(at, mTop - 2 + kLine, formatted("p99 %.4g ms", quantile(99)));
+        text(at, mTop - 2 + 2 * kLine, formatted("%.4g … %.4g ms", sorted.front(), sorted.back()));
+        if (beyond > 0) text(at, mTop - 2 + 3 * kLine, formatted("%zu beyond", beyond), "bad");
+    }
+    Points pointsOf(const Series& series, const ValueOf& valueOf) const {
+        Points points;
+        bool joined = false;
+        for (const RecordedEvent& event : series.events) {
+            const int64_t timeNs = event.received.event.timestamp;
+            if (!event.isData() || timeNs < mStartNs || timeNs > mEndNs) continue;
+            const double value = valueOf(event);
+            joined = joined && event.lost == 0 && !event.backward && std::isfinite(value);
+            if (!std::isfinite(value)) continue;
+            points.push_back({x(timeNs), value, joined});
+            joined = true;
+        }
+        return points;
+    }
+    /** With what is lost in its ground. */
+    void frame(const Strip& strip) {
+        for (const Span& gap : mGaps) {
+            mBelow += box("lost", x(gap.beginNs), x(gap.endNs), strip.top, strip.height);
+        }
+        const double step = stepOf(strip.high - strip.low, strip.height / 16);
+        for (double tick = std::ceil(strip.low / step); tick * step <= strip.high; ++tick) {
+            mText += across("grid", strip.y(tick * step));
+            text(kLeft - 6, strip.y(tick * step) - 8.5, formatted("%.6g", tick * step + 0.0),
+                 "right");
+        }
+        mText += box("frame", kLeft, kRight, strip.top, strip.height);
+        mTop += strip.height + 10;
+    }
+    /** By way of the least and the greatest of each column of pixels, so that no spike is lost. */
+    void curve(const Strip& strip, const Points& points, const char* colour, bool steps) {
+        std::string line;
+        std::string dots;
+        for (auto first = points.begin(), end = first; first != points.end(); first = end) {
+            end = std::find_if(first, points.end(), [&](const Point& point) {
+                return std::floor(point.x) != std::floor(first->x);
+            });
+            const char* form = !first->joined ? "M%.1f %.1f" : steps ? "H%.1fV%.1f" : "L%.1f %.1f";
+            line += formatted(form, first->x, strip.y(first->value));
+            if (end - first > 1) {
+                const auto [least, greatest] = std::minmax_element(first, end, byValue);
+                line += formatted("V%.1fV%.1fV%.1f", strip.y(least->value),
+                                  strip.y(greatest->value), strip.y(std::prev(end)->value));
+            }
+            const bool alone = !first->joined && (end == points.end() || !end->joined);
+            if (!alone && points.size() > kFew) continue;
+            dots += formatted("M%.1f %.1fh0", first->x, strip.y(first->value));
+        }
+        for (const auto& [kind, path] : {std::pair("curve", &line), std::pair("dots", &dots)}) {
+            mText +=
+                formatted("<path class=\"%s\" stroke=\"%s\" d=\"", kind, colour) + *path + "\"/>\n";
+        }
+    }
 
     int64_t mStartNs;
     int64_t mEndNs;
@@ -136,239 +346,6 @@ class Picture {
     std::string mBelow;
     std::string mText;
 };
-
-void Picture::wakelocks(const std::vector<Span>& spans) {
-    for (const Span& held : spans) {
-        span("wakelock", held);
-    }
-    endLane("held", counted(spans.size(), "time"));
-}
-
-void Picture::sensor(const Series& series) {
-    requests(series);
-    faults(series);
-    if (!series.hasData()) return;
-    values(series);
-    if (series.periodNs > 0) {
-        durations(series, "interval", [](const RecordedEvent& event) {
-            return event.intervalNs == 0 ? NAN : millisecondsOf(event.intervalNs);
-        });
-    }
-    durations(series, "latency",
-              [](const RecordedEvent& event) { return millisecondsOf(event.latencyNs()); });
-}
-
-void Picture::requests(const Series& series) {
-    std::string asked = "on";
-    std::string refused;
-    for (const Span& on : series.on) {
-        span("on", on, 0);
-    }
-    for (const Recording::Entry* entry : series.requests) {
-        const ProxyRequest& request = entry->request;
-        const bool fine = request.result == "OK";
-        if (!fine) refused = request.what + ": " + request.result;
-        span(fine ? "request" : "bad", {entry->timeNs, entry->timeNs + request.durationNs});
-    }
-    for (const RecordedEvent& event : series.events) {
-        if (event.kind != EventKind::kFlushComplete) continue;
-        span("request", {event.received.receivedNs, event.received.receivedNs}, 5);
-    }
-    if (series.figures.askedHz > 0) asked = formatted("%.6g Hz", series.figures.askedHz);
-    if (series.latencyNs > 0)
-        asked += formatted(", latency %g ms", millisecondsOf(series.latencyNs));
-    if (!series.on.empty()) text(x(series.on.front().beginNs) + 6, mTop, asked);
-    endLane("requests", refused, "bad");
-}
-
-/** What went wrong, where it did: spans without events, and strokes. */
-void Picture::faults(const Series& series) {
-    const Watched& figures = series.figures;
-    std::string beside;
-    for (const auto& [count, what] :
-         {std::pair(figures.intervals.lost(), " lost"), std::pair(series.late, " late"),
-          std::pair(figures.intervals.backward(), " backward"),
-          std::pair(figures.stale, " stale")}) {
-        if (count > 0) beside += (beside.empty() ? "" : ", ") + std::to_string(count) + what;
-    }
-    if (beside.empty()) return;
-    for (const RecordedEvent& event : series.events) {
-        const int64_t stampNs = event.received.event.timestamp;
-        if (event.lost > 0) {
-            mGaps.push_back({stampNs - event.intervalNs, stampNs});
-            span("lost", mGaps.back());
-        }
-        const int64_t timeNs = event.stale ? event.received.receivedNs : stampNs;
-        if (event.late || event.backward || event.stale) span("bad", {timeNs, timeNs});
-    }
-    endLane("faults", beside, "bad");
-}
-
-Points Picture::pointsOf(const Series& series, const ValueOf& valueOf) const {
-    Points points;
-    bool joined = false;
-    for (const RecordedEvent& event : series.events) {
-        const int64_t timeNs = event.received.event.timestamp;
-        if (!event.isData() || timeNs < mStartNs || timeNs > mEndNs) continue;
-        const double value = valueOf(event);
-        joined = joined && event.lost == 0 && !event.backward && std::isfinite(value);
-        if (!std::isfinite(value)) continue;
-        points.push_back({x(timeNs), value, joined});
-        joined = true;
-    }
-    return points;
-}
-
-void Picture::values(const Series& series) {
-    const auto all = decode(static_cast<int32_t>(series.sensor.type), Payload{}).values;
-    std::string left;
-    for (std::vector<size_t>& group : groupsOf(all)) {
-        const auto isLeft = [&](size_t column) {
-            // Of a code or a word zero is nothing, of what has a unit it is a value.
-            const bool keepsZero = all[column].unit[0] != '\0' || all.size() == 1;
-            for (const Point& point :
-                 pointsOf(series, [&](const auto& event) { return event.values[column]; })) {
-                if (keepsZero || point.value != 0) return false;
-            }
-            left += (left.empty() ? "" : ", ") + std::string(all[column].name);
-            return true;
-        };
-        group.erase(std::remove_if(group.begin(), group.end(), isLeft), group.end());
-        if (!group.empty()) valueStrip(series, all, group);
-    }
-    if (left.empty()) return;
-    text(kLeft, mTop - 4, "always zero, or no number: " + left);
-    mTop += kLine;
-}
-
-void Picture::valueStrip(const Series& series, const std::vector<Value>& all,
-                         const std::vector<size_t>& group) {
-    std::vector<Points> curves;
-    double low = INFINITY;
-    double high = -INFINITY;
-    for (const size_t column : group) {
-        curves.push_back(pointsOf(series, [&](const auto& event) { return event.values[column]; }));
-        const auto [least, greatest] =
-            std::minmax_element(curves.back().begin(), curves.back().end(), byValue);
-        low = std::min(low, least->value);
-        high = std::max(high, greatest->value);
-        const double line = mTop + kLine * static_cast<double>(curves.size() - 1);
-        mText += formatted("<path stroke=\"%s\" stroke-width=\"3\" d=\"M%g %.1fh14\"/>",
-                           kColours[(curves.size() - 1) % std::size(kColours)], kSide, line + 9);
-        const std::string unit = all[column].unit;
-        text(kSide + 20, line,
-             all[column].name + (unit.empty() ? "" : " [" + unit + "]") +
-                 formatted(": %.5g … %.5g", least->value, greatest->value));
-    }
-    const double flat = high == 0 ? 1 : std::fabs(high) / 10;
-    const double margin = low < high ? (high - low) * 0.06 : flat;
-    // A code or a count needs less room than what has a unit.
-    const bool isCode = all[group.front()].unit[0] == '\0' && curves.size() == 1;
-    const Strip strip{low - margin, high + margin, mTop, (isCode ? 2 : 4) * kLine};
-    frame(strip);
-    for (size_t i = 0; i < curves.size(); ++i) {
-        curve(strip, curves[i], kColours[i % std::size(kColours)], series.periodNs == 0);
-    }
-}
-
-/** With what is lost in its ground. */
-void Picture::frame(const Strip& strip) {
-    for (const Span& gap : mGaps) {
-        mBelow += box("lost", x(gap.beginNs), x(gap.endNs), strip.top, strip.height);
-    }
-    const double step = stepOf(strip.high - strip.low, strip.height / 16);
-    for (double tick = std::ceil(strip.low / step); tick * step <= strip.high; ++tick) {
-        mText += across("grid", strip.y(tick * step));
-        text(kLeft - 6, strip.y(tick * step) - 8.5, formatted("%.6g", tick * step + 0.0), "right");
-    }
-    mText += box("frame", kLeft, kRight, strip.top, strip.height);
-    mTop += strip.height + 10;
-}
-
-/** By way of the least and the greatest of each column of pixels, so that no spike is lost. */
-void Picture::curve(const Strip& strip, const Points& points, const char* colour, bool steps) {
-    std::string line;
-    std::string dots;
-    for (auto first = points.begin(), end = first; first != points.end(); first = end) {
-        end = std::find_if(first, points.end(), [&](const Point& point) {
-            return std::floor(point.x) != std::floor(first->x);
-        });
-        const char* form = !first->joined ? "M%.1f %.1f" : steps ? "H%.1fV%.1f" : "L%.1f %.1f";
-        line += formatted(form, first->x, strip.y(first->value));
-        if (end - first > 1) {
-            const auto [least, greatest] = std::minmax_element(first, end, byValue);
-            line += formatted("V%.1fV%.1fV%.1f", strip.y(least->value), strip.y(greatest->value),
-                              strip.y(std::prev(end)->value));
-        }
-        const bool alone = !first->joined && (end == points.end() || !end->joined);
-        if (!alone && points.size() > kFew) continue;
-        dots += formatted("M%.1f %.1fh0", first->x, strip.y(first->value));
-    }
-    for (const auto& [kind, path] : {std::pair("curve", &line), std::pair("dots", &dots)}) {
-        mText +=
-            formatted("<path class=\"%s\" stroke=\"%s\" d=\"", kind, colour) + *path + "\"/>\n";
-    }
-}
-
-void Picture::durations(const Series& series, const char* name, const ValueOf& valueOf) {
-    const Points points = pointsOf(series, valueOf);
-    if (points.empty()) return;
-    std::vector<double> sorted;
-    for (const Point& point : points) {
-        sorted.push_back(point.value);
-    }
-    std::sort(sorted.begin(), sorted.end());
-    // The few longest go beyond the axis, or the others would be one line.
-    double low = sorted[sorted.size() / 100];
-    double high = sorted[sorted.size() - 1 - sorted.size() / 100];
-    const double margin = std::max({(high - low) * 0.3, high * 0.02, 1e-3});
-    high += margin;
-    low = sorted.front() < 0 ? low - margin : low < high / 3 ? 0 : low - margin;
-    const Strip strip{low, high, mTop, 4 * kLine};
-    distribution(strip, name, sorted);
-    frame(strip);
-    if (name[0] == 'i') mText += across("period", strip.y(millisecondsOf(series.periodNs)));
-    curve(strip, points, kColours[0], false);
-}
-
-/** Beside the strip, on its axis. */
-void Picture::distribution(const Strip& strip, const char* name,
-                           const std::vector<double>& sorted) {
-    std::array<size_t, kBins> counts{};
-    size_t beyond = 0;
-    for (const double value : sorted) {
-        const double bin = std::floor((value - strip.low) / (strip.high - strip.low) * kBins);
-        ++(bin >= 0 && bin < kBins ? counts[static_cast<size_t>(bin)] : beyond);
-    }
-    const auto most = static_cast<double>(*std::max_element(counts.begin(), counts.end()));
-    const double height = strip.height / kBins;
-    for (size_t i = 0; i < kBins; ++i) {
-        if (counts[i] == 0) continue;
-        mText += box("bar", kSide, kSide + kBarWidth * static_cast<double>(counts[i]) / most,
-                     strip.top + height * static_cast<double>(kBins - 1 - i), height);
-    }
-    const double at = kSide + kBarWidth + 8;
-    const auto quantile = [&](size_t hundredths) {
-        return sorted[(sorted.size() - 1) * hundredths / 100];
-    };
-    text(at, mTop - 2, std::string(name) + formatted(" p50 %.4g ms", quantile(50)));
-    text(at, mTop - 2 + kLine, formatted("p99 %.4g ms", quantile(99)));
-    text(at, mTop - 2 + 2 * kLine, formatted("%.4g … %.4g ms", sorted.front(), sorted.back()));
-    if (beyond > 0) text(at, mTop - 2 + 3 * kLine, formatted("%zu beyond", beyond), "bad");
-}
-
-/** With the axis of time below it, and through all of it. */
-std::string Picture::svg() {
-    const double seconds = millisecondsOf(mEndNs - mStartNs) / 1e3;
-    const double step = stepOf(seconds, 10);
-    for (double tick = 0; tick * step <= seconds; ++tick) {
-        const double at = kLeft + (kRight - kLeft) * tick * step / seconds;
-        mBelow += formatted("<path class=\"grid\" d=\"M%.1f 0V%.1f\"/>", at, mTop);
-        text(at, mTop - 6, formatted("%.6g s", tick * step), "middle");
-    }
-    return formatted("<svg viewBox=\"0 0 %d %.0f\">\n", kWidth, mTop + kLine - 2) + mBelow + mText +
-           "</svg>\n";
-}
 
 /** As in "234 events, measured 99.98 Hz". */
 std::string summaryOf(const Watched& figures) {

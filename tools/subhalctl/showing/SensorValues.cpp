@@ -140,6 +140,10 @@ Payload payloadOf(const Event& event) {
     return payload;
 }
 
+std::string payloadBytes(const Event& event) {
+    return {reinterpret_cast<const char*>(&event.u), sizeof(event.u)};
+}
+
 std::string Value::text() const {
     if (form == Form::kNumber) {
         // Without a unit it is a code or a count, and those are whole.

@@ -16,6 +16,7 @@ using android::hardware::sensors::V1_0::Event;
 using Payload = std::array<uint32_t, 16>;
 
 Payload payloadOf(const Event& event);
+std::string payloadBytes(const Event& event);
 
 /** One value of a payload, in the unit of the sensor's type. */
 struct Value {

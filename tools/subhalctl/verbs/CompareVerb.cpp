@@ -39,7 +39,21 @@ class Comparison {
     /** @param tolerance as a share */
     Comparison(double tolerance, bool quiet) : mTolerance(tolerance), mQuiet(quiet) {}
 
-    void compare(const Series& first, const Series& second);
+    void compare(const Series& first, const Series& second) {
+        if (!second.hasData() && first.hasData()) return alone(first, "first");
+        if (!first.hasData() && second.hasData()) return alone(second, "second");
+        if (!first.hasData()) return;
+        mHead = first.name() + "\n";
+        const auto periodMs = static_cast<double>(std::max(first.periodNs, second.periodNs)) / 1e6;
+        if (periodMs > 0) rates(first.figures, second.figures, periodMs);
+        for (const auto& [name, wanted] :
+             {std::pair("latency.p50/ms", 0.5), std::pair("latency.p99/ms", 0.99)}) {
+            figure(name, static_cast<double>(first.figures.latency.quantileNs(wanted)) / 1e6,
+                   static_cast<double>(second.figures.latency.quantileNs(wanted)) / 1e6,
+                   mTolerance * std::max(periodMs, kLatencyMs));
+        }
+        values(first, second);
+    }
     /** A sensor that only one of them has. */
     void alone(const Series& series, const char* where) {
         print("%s\ndiffers  only in the %s recording\n", series.name().c_str(), where);
@@ -60,63 +74,43 @@ class Comparison {
         figure(name, first, second,
                mTolerance * std::max(std::fabs(first), std::fabs(second)) + more);
     }
-    void rates(const Watched& first, const Watched& second, double periodMs);
-    void values(const Series& first, const Series& second);
+    void rates(const Watched& first, const Watched& second, double periodMs) {
+        const auto lost = [](const Watched& figures) {
+            const auto count = static_cast<double>(figures.intervals.lost());
+            return 100 * count / (static_cast<double>(figures.events) + count);
+        };
+        share("granted/Hz", first.grantedHz, second.grantedHz);
+        share("rate/Hz", first.intervals.rateHz(), second.intervals.rateHz());
+        figure("jitter/ms", first.intervals.jitterNs() / 1e6, second.intervals.jitterNs() / 1e6,
+               mTolerance * periodMs);
+        share("lost/%", lost(first), lost(second));
+    }
+    void values(const Series& first, const Series& second) {
+        const auto all = decode(static_cast<int32_t>(first.sensor.type), Payload{}).values;
+        for (const std::vector<size_t>& group : groupsOf(all)) {
+            // A part of a vector is judged by the longest one: gravity is on one axis only.
+            double length = 0;
+            for (const size_t column : group) {
+                length = std::max({length, std::fabs(spreadOf(first, column).mean),
+                                   std::fabs(spreadOf(second, column).mean)});
+            }
+            for (const size_t column : group) {
+                const Spread one = spreadOf(first, column);
+                const Spread other = spreadOf(second, column);
+                const double chance = kErrors * std::hypot(one.error, other.error) +
+                                      static_cast<double>(first.sensor.resolution);
+                const std::string name = all[column].name;
+                figure(name + " mean", one.mean, other.mean, mTolerance * length + chance);
+                share(name + " deviation", one.deviation, other.deviation, chance);
+            }
+        }
+    }
 
     double mTolerance;
     bool mQuiet;
     std::string mHead;  // of the sensor, until it is printed
     int mDifferences = 0;
 };
-
-void Comparison::rates(const Watched& first, const Watched& second, double periodMs) {
-    const auto lost = [](const Watched& figures) {
-        const auto count = static_cast<double>(figures.intervals.lost());
-        return 100 * count / (static_cast<double>(figures.events) + count);
-    };
-    share("granted/Hz", first.grantedHz, second.grantedHz);
-    share("rate/Hz", first.intervals.rateHz(), second.intervals.rateHz());
-    figure("jitter/ms", first.intervals.jitterNs() / 1e6, second.intervals.jitterNs() / 1e6,
-           mTolerance * periodMs);
-    share("lost/%", lost(first), lost(second));
-}
-
-void Comparison::compare(const Series& first, const Series& second) {
-    if (!second.hasData() && first.hasData()) return alone(first, "first");
-    if (!first.hasData() && second.hasData()) return alone(second, "second");
-    if (!first.hasData()) return;
-    mHead = first.name() + "\n";
-    const auto periodMs = static_cast<double>(std::max(first.periodNs, second.periodNs)) / 1e6;
-    if (periodMs > 0) rates(first.figures, second.figures, periodMs);
-    for (const auto& [name, wanted] :
-         {std::pair("latency.p50/ms", 0.5), std::pair("latency.p99/ms", 0.99)}) {
-        figure(name, static_cast<double>(first.figures.latency.quantileNs(wanted)) / 1e6,
-               static_cast<double>(second.figures.latency.quantileNs(wanted)) / 1e6,
-               mTolerance * std::max(periodMs, kLatencyMs));
-    }
-    values(first, second);
-}
-
-void Comparison::values(const Series& first, const Series& second) {
-    const auto all = decode(static_cast<int32_t>(first.sensor.type), Payload{}).values;
-    for (const std::vector<size_t>& group : groupsOf(all)) {
-        // A part of a vector is judged by the longest one: gravity is on one axis only.
-        double length = 0;
-        for (const size_t column : group) {
-            length = std::max({length, std::fabs(spreadOf(first, column).mean),
-                               std::fabs(spreadOf(second, column).mean)});
-        }
-        for (const size_t column : group) {
-            const Spread one = spreadOf(first, column);
-            const Spread other = spreadOf(second, column);
-            const double chance = kErrors * std::hypot(one.error, other.error) +
-                                  static_cast<double>(first.sensor.resolution);
-            const std::string name = all[column].name;
-            figure(name + " mean", one.mean, other.mean, mTolerance * length + chance);
-            share(name + " deviation", one.deviation, other.deviation, chance);
-        }
-    }
-}
 
 }  // namespace
 

@@ -19,7 +19,35 @@ double microsecondsOf(int64_t ns) {
 /** Writes the trace-event format: times in microseconds since boot, an event a line. */
 class Trace {
   public:
-    void write(const RecordedRun& run);
+    void write(const RecordedRun& run) {
+        printText("{\"displayTimeUnit\":\"ms\",\"traceEvents\":[\n");
+        name("process_name", 0, run.name);
+        name("thread_name", kCallsTrack, "library's calls");
+        name("thread_name", kWakelockTrack, "wakelock");
+        for (const Recording::Entry& entry : run.recording.entries) {
+            if (entry.kind != Recording::Entry::Kind::kCall) continue;
+            add("i", entry.text + ' ' + entry.name, kCallsTrack,
+                {{"ts", microsecondsOf(entry.timeNs)},
+                 {"s", "t"},
+                 {"args", {{"hex", hexOf(entry.bytes)}, {"result", entry.result}}}});
+        }
+        for (const Span& held : run.wakelocks) {
+            add("X", "wakelock", kWakelockTrack,
+                {{"ts", microsecondsOf(held.beginNs)},
+                 {"dur", microsecondsOf(held.endNs - held.beginNs)},
+                 {"args", Json::object()}});
+        }
+        for (const auto& [handle, series] : run.sensors) {
+            name("thread_name", handle, series.name());
+            for (const Recording::Entry* entry : series.requests) {
+                request(*entry);
+            }
+            for (const RecordedEvent& one : series.events) {
+                event(series, one);
+            }
+        }
+        printText("\n]}\n");
+    }
 
   private:
     void add(const char* phase, const std::string& name, int track, const Json& more) {
@@ -31,84 +59,51 @@ class Trace {
     void name(const char* what, int track, const std::string& text) {
         add("M", what, track, {{"args", {{"name", text}}}});
     }
-    void request(const Recording::Entry& entry);
-    void event(const Series& series, const RecordedEvent& event);
+    void request(const Recording::Entry& entry) {
+        const ProxyRequest& request = entry.request;
+        Json arguments = {{"result", request.result}};
+        if (request.what == "batch") {
+            arguments.update({{"period_ns", request.periodNs}, {"latency_ns", request.latencyNs}});
+        }
+        if (request.what == "activate") arguments["enable"] = request.enable;
+        add("X", request.what + ": " + request.result, entry.handle,
+            {{"ts", microsecondsOf(entry.timeNs)},
+             {"dur", microsecondsOf(request.durationNs)},
+             {"args", arguments}});
+    }
+    void event(const Series& series, const RecordedEvent& event) {
+        const Event& what = event.received.event;
+        const int64_t arrivalNs = event.received.receivedNs;
+        // An old stamp would stretch the trace to before its beginning.
+        const double time = microsecondsOf(event.isData() ? what.timestamp : arrivalNs);
+        add("i", event.stale ? "stale" : kindName(event.kind), what.sensorHandle,
+            {{"ts", time},
+             {"s", "t"},
+             {"args",
+              {{"timestamp_ns", what.timestamp},
+               {"received_ns", arrivalNs},
+               {"wakelock", event.received.wakelock}}}});
+        // Each with a number, for they may overlap.
+        ++mLatencies;
+        for (const auto& [phase, timeNs] :
+             {std::pair("b", event.readNs), std::pair("e", arrivalNs)}) {
+            add(phase, series.name() + " latency", what.sensorHandle,
+                {{"ts", microsecondsOf(timeNs)}, {"cat", "latency"}, {"id", mLatencies}});
+        }
+        if (!event.isData()) return;
+        Json values = Json::object();
+        for (const Value& value :
+             decode(static_cast<int32_t>(series.sensor.type), payloadOf(what)).values) {
+            const Json number = value.form == Value::Form::kWord ? Json(value.count) : value.json();
+            if (number.is_number()) values[value.name] = number;
+        }
+        if (!values.empty())
+            add("C", series.name(), what.sensorHandle, {{"ts", time}, {"args", values}});
+    }
 
     bool mFirst = true;
     int64_t mLatencies = 0;
 };
-
-void Trace::request(const Recording::Entry& entry) {
-    const ProxyRequest& request = entry.request;
-    Json arguments = {{"result", request.result}};
-    if (request.what == "batch") {
-        arguments.update({{"period_ns", request.periodNs}, {"latency_ns", request.latencyNs}});
-    }
-    if (request.what == "activate") arguments["enable"] = request.enable;
-    add("X", request.what + ": " + request.result, entry.handle,
-        {{"ts", microsecondsOf(entry.timeNs)},
-         {"dur", microsecondsOf(request.durationNs)},
-         {"args", arguments}});
-}
-
-void Trace::event(const Series& series, const RecordedEvent& event) {
-    const Event& what = event.received.event;
-    const int64_t arrivalNs = event.received.receivedNs;
-    // An old stamp would stretch the trace to before its beginning.
-    const double time = microsecondsOf(event.isData() ? what.timestamp : arrivalNs);
-    add("i", event.stale ? "stale" : kindName(event.kind), what.sensorHandle,
-        {{"ts", time},
-         {"s", "t"},
-         {"args",
-          {{"timestamp_ns", what.timestamp},
-           {"received_ns", arrivalNs},
-           {"wakelock", event.received.wakelock}}}});
-    // Each with a number, for they may overlap.
-    ++mLatencies;
-    for (const auto& [phase, timeNs] : {std::pair("b", event.readNs), std::pair("e", arrivalNs)}) {
-        add(phase, series.name() + " latency", what.sensorHandle,
-            {{"ts", microsecondsOf(timeNs)}, {"cat", "latency"}, {"id", mLatencies}});
-    }
-    if (!event.isData()) return;
-    Json values = Json::object();
-    for (const Value& value :
-         decode(static_cast<int32_t>(series.sensor.type), payloadOf(what)).values) {
-        const Json number = value.form == Value::Form::kWord ? Json(value.count) : value.json();
-        if (number.is_number()) values[value.name] = number;
-    }
-    if (!values.empty())
-        add("C", series.name(), what.sensorHandle, {{"ts", time}, {"args", values}});
-}
-
-void Trace::write(const RecordedRun& run) {
-    printText("{\"displayTimeUnit\":\"ms\",\"traceEvents\":[\n");
-    name("process_name", 0, run.name);
-    name("thread_name", kCallsTrack, "library's calls");
-    name("thread_name", kWakelockTrack, "wakelock");
-    for (const Recording::Entry& entry : run.recording.entries) {
-        if (entry.kind != Recording::Entry::Kind::kCall) continue;
-        add("i", entry.text + ' ' + entry.name, kCallsTrack,
-            {{"ts", microsecondsOf(entry.timeNs)},
-             {"s", "t"},
-             {"args", {{"hex", hexOf(entry.bytes)}, {"result", entry.result}}}});
-    }
-    for (const Span& held : run.wakelocks) {
-        add("X", "wakelock", kWakelockTrack,
-            {{"ts", microsecondsOf(held.beginNs)},
-             {"dur", microsecondsOf(held.endNs - held.beginNs)},
-             {"args", Json::object()}});
-    }
-    for (const auto& [handle, series] : run.sensors) {
-        name("thread_name", handle, series.name());
-        for (const Recording::Entry* entry : series.requests) {
-            request(*entry);
-        }
-        for (const RecordedEvent& one : series.events) {
-            event(series, one);
-        }
-    }
-    printText("\n]}\n");
-}
 
 /** A table of each sensor, an empty line between two. */
 void writeTables(const RecordedRun& run) {
