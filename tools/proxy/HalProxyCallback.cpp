@@ -34,14 +34,6 @@ void HalProxyCallback::postEvents(const std::vector<Event>& events, ScopedWakelo
     mPosts.push_back({events, wakelock.isLocked()});
 }
 
-Return<void> HalProxyCallback::onDynamicSensorsConnected(const hidl_vec<SensorInfo>&) {
-    return Void();
-}
-
-Return<void> HalProxyCallback::onDynamicSensorsDisconnected(const hidl_vec<int32_t>&) {
-    return Void();
-}
-
 std::vector<HalProxyCallback::Post> HalProxyCallback::take() {
     const std::lock_guard<std::mutex> lock(mLock);
     return std::exchange(mPosts, {});

@@ -23,7 +23,7 @@ class WakelockCounter : public IScopedWakelockRefCounter {
     int taken() const { return mTaken; }
     int held() const { return mHeld; }
 
-    /** Before the library has the callback: `observer` learns when the first is out, the last back.
+    /** Before the library has the callback. `observer` sees the first share taken, the last back.
      */
     void observe(std::function<void(bool held)> observer) { mObserver = std::move(observer); }
 
@@ -59,8 +59,8 @@ class HalProxyCallback : public HalProxyCallbackBase {
     explicit HalProxyCallback(Handler handler);
 
     void postEvents(const std::vector<Event>& events, ScopedWakelock wakelock) override;
-    Return<void> onDynamicSensorsConnected(const hidl_vec<SensorInfo>& sensorInfos) override;
-    Return<void> onDynamicSensorsDisconnected(const hidl_vec<int32_t>& sensorHandles) override;
+    Return<void> onDynamicSensorsConnected(const hidl_vec<SensorInfo>&) override { return Void(); }
+    Return<void> onDynamicSensorsDisconnected(const hidl_vec<int32_t>&) override { return Void(); }
 
     std::vector<Post> take();
 

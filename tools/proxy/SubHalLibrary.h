@@ -34,7 +34,7 @@ class SubHalLibrary {
     /** Why subHal() is null. */
     const std::string& error() const { return mError; }
     EntryPoint entryPoint() const { return mEntryPoint; }
-    /** The version of the interface that the library says it speaks. */
+    /** The interface version that the library reports. */
     uint32_t version() const { return mVersion; }
 
     /**
@@ -53,7 +53,7 @@ class SubHalLibrary {
     ISensorsSubHal* mSubHal = nullptr;  // the library's
 };
 
-// The requests whose answer comes by a callback, which every library calls before it returns.
+// Requests with a result callback, which every library calls before it returns.
 
 struct Answer {
     Result result = Result::INVALID_OPERATION;

@@ -12,7 +12,7 @@
 
 namespace subhalctl {
 
-/** Options of a hub that stands in for the machine's own. */
+/** Options of a hub that replaces the machine's own. */
 struct HubChoice {
     bool sim = false;
     bool still = false;  ///< nothing moves and no light changes
@@ -20,19 +20,19 @@ struct HubChoice {
     std::vector<std::string> faults;  ///< as parseFault() takes them
     std::string chips;                ///< file with another catalogue, empty for the usual one
     std::string recording;            ///< file with a recording that plays the hub
-    bool fast = false;                ///< the recording in no time instead of its own
+    bool fast = false;                ///< plays the recording without waiting
 
-    /** A hub of this process is asked for. */
+    /** Whether a hub of this process is wanted. */
     bool own() const { return sim || !recording.empty(); }
 };
 
-/** A packet that came to an injection device. */
+/** A packet that an injection device received. */
 struct Injection {
     std::string bytes;
     bool refused;
 };
 
-/** A hub in this process, in the place of the machine's own. It outlives the library. */
+/** A hub in this process that replaces the machine's own. It outlives the library. */
 class Hub {
   public:
     virtual ~Hub() = default;
@@ -40,37 +40,36 @@ class Hub {
     /** Ends the library; false when it stays. */
     virtual bool unload(host_proxy::SubHalLibrary& library) = 0;
 
-    virtual void forgetInjections() = 0;
-    virtual std::vector<Injection> injections() = 0;
-    /** Byte messages that came to the message device. */
+    /** Those since the last call. */
+    virtual std::vector<Injection> takeInjections() = 0;
+    /** Byte messages that the message device received. */
     virtual std::vector<std::string> messages() = 0;
 
-    // What the hub asks of the library. False or nothing when it does not answer.
+    // Requests of the hub to the library. False or nothing when it does not react.
 
     virtual bool waitReady() = 0;
     virtual bool requestDump(int type, int count) = 0;
     /** Names and sizes in the dump directory. */
     virtual std::vector<std::pair<std::string, size_t>> dumpFiles() = 0;
 
-    // For a recording that is played request by request.
+    // For a recording that the caller plays.
 
-    /** Records as one read gave them. False when the library does not take them. */
+    /** Records as one read returned them. False when the library does not read them. */
     virtual bool push(int32_t /*handle*/, const std::string& /*bytes*/) { return false; }
-    /** Until the library has dealt with all records. False when it does not, or is not to. */
+    /** Waits until the library has handled all records. */
     virtual bool waitIdle() { return false; }
     /** The next such call on the path fails. */
     virtual void failNext(const std::string& /*call*/, const std::string& /*path*/, int /*error*/) {
     }
 };
 
-/** Anything but kOk has been told on standard error. */
+/** Reports any failure. */
 ExitCode makeSignalHub(const HubChoice& options, std::unique_ptr<Hub>* hub);
 
 struct Recording;
 struct ReplayOptions {
     bool fast;                      ///< without waiting
-    bool live;                      ///< it plays by itself, and answers flushes; else push() does
-    std::function<void()> ended;    ///< when it has played itself to the end
+    std::function<void()> ended;    ///< set when it plays by itself; else push() plays it
     std::function<bool()> blocked;  ///< the library waits for the events' reader
 };
 /** The same for a hub that plays a recording, which outlives it. */

@@ -33,15 +33,12 @@ bool InProcessHub::unload(host_proxy::SubHalLibrary& library) {
     return library.unload();
 }
 
-void InProcessHub::forgetInjections() {
-    mHub.clearRequests();
-}
-
-std::vector<Injection> InProcessHub::injections() {
+std::vector<Injection> InProcessHub::takeInjections() {
     std::vector<Injection> result;
     for (const auto& request : mHub.requests(simulator::Request::Kind::kInjection)) {
         result.push_back({request.bytes, request.error != 0});
     }
+    mHub.clearRequests();
     return result;
 }
 

@@ -13,7 +13,7 @@
 
 namespace subhalctl {
 
-/** False, and told, when there is no place for the simulator's files. */
+/** Returns false after reporting that the simulator's files have no room. */
 bool haveRoom();
 
 /** A hub on the simulator's devices. */
@@ -22,8 +22,7 @@ class InProcessHub : public Hub {
     explicit InProcessHub(const simulator::SimulatedHub::Options& options);
 
     bool unload(host_proxy::SubHalLibrary& library) override;
-    void forgetInjections() override;
-    std::vector<Injection> injections() override;
+    std::vector<Injection> takeInjections() override;
     std::vector<std::string> messages() override;
     bool waitReady() override;
     bool requestDump(int type, int count) override;

@@ -6,14 +6,14 @@
 
 namespace subhalctl {
 
-/** Stands behind what the library asks of the platform beside files. Any thread. */
+/** Handles the library's calls to the platform other than on files. Any thread. */
 class PlatformHooks {
   public:
     virtual ~PlatformHooks() = default;
 
-    /** What the library is to take for the time since boot, which is `now`. */
+    /** The time since boot that the library gets, where `now` is the true one. */
     virtual int64_t clock(int64_t now) { return now; }
-    /** A property's value in place of the platform's. */
+    /** Replaces the platform's value of a property. */
     virtual std::optional<std::string> property(const std::string&) { return {}; }
     virtual void propertyWasRead(const std::string&, const std::string&) {}
 };
@@ -30,7 +30,7 @@ void propertyWasUsed(const char* call, const std::string& name, const std::strin
 /** The clock of the events' time stamps: the machine's, or that of a recording. */
 int64_t hubNowNs();
 
-/** Sets hubNowNs() to run on from `startNs`, or to stand still there. */
+/** Sets hubNowNs() to continue from `startNs`, or to stop there. */
 void setHubClock(int64_t startNs, bool runs);
 
 int64_t bootTimeNs();

@@ -1,4 +1,4 @@
-// A recording in the hub's place, on the simulator's devices.
+// A recording that plays the hub, on the simulator's devices.
 
 #include <algorithm>
 #include <atomic>
@@ -23,7 +23,7 @@ namespace {
 using Entry = Recording::Entry;
 
 constexpr std::chrono::milliseconds kSlice{50};
-constexpr std::chrono::seconds kPatience{5};  // with a library that does not take a record
+constexpr std::chrono::seconds kPatience{5};  // with a library that does not read a record
 
 simulator::SimulatedHub::Options replayOptions(const Recording& recording) {
     simulator::SimulatedHub::Options options;
@@ -31,8 +31,8 @@ simulator::SimulatedHub::Options replayOptions(const Recording& recording) {
     return options;
 }
 
-// What the library only looks at. By the others a recording could have files of the host written
-// or removed: a device renamed to the file manager's, and a request for it.
+// What the library only reads. Through others a recording could write or remove files of the host:
+// a device renamed to the file manager's, and a request for it.
 constexpr const char* kReplayedFiles[] = {kContextListPath, kNfcCoverPath, kRearDataPath,
                                           kDumpPath};
 
@@ -41,25 +41,20 @@ bool isReplayed(const std::string& path) {
            std::end(kReplayedFiles);
 }
 
-/** Answers each read of a file with what was read when it was recorded, the last one again. */
-class RecordedReads {
-  public:
-    void add(const std::string& bytes) { mReads.push_back(bytes); }
+/** The recorded reads of a file, in their order; the last one repeats. */
+struct RecordedReads {
+    std::mutex lock;
+    std::deque<std::string> rest;
 
     ssize_t next(void* buffer, size_t size) {
-        const std::lock_guard<std::mutex> lock(mLock);
-        const std::string bytes = mReads.front().substr(0, size);
-        if (mReads.size() > 1) mReads.pop_front();
-        std::copy(bytes.begin(), bytes.end(), static_cast<char*>(buffer));
-        return static_cast<ssize_t>(bytes.size());
+        const std::lock_guard<std::mutex> guard(lock);
+        const size_t length = rest.front().copy(static_cast<char*>(buffer), size);
+        if (rest.size() > 1) rest.pop_front();
+        return static_cast<ssize_t>(length);
     }
-
-  private:
-    std::mutex mLock;
-    std::deque<std::string> mReads;
 };
 
-/** Properties and the clock as they were. */
+/** Recorded properties and clock. */
 class RecordedPlatform : public PlatformHooks {
   public:
     RecordedPlatform(const Recording& recording, bool live) : mLive(live) {
@@ -98,12 +93,12 @@ class ReplayHub : public InProcessHub {
         : InProcessHub(replayOptions(recording)),
           mRecording(recording),
           mOptions(options),
-          mPlatform(recording, options.live) {
+          mPlatform(recording, options.ended != nullptr) {
         mHub.setRawSpec(recording.spec);
         layOutFiles();
         // A live one runs from when a sensor is first switched on, and must not go back there.
-        setHubClock(recording.startNs, !options.fast && !options.live);
-        if (!options.live) return;
+        setHubClock(recording.startNs, !options.fast && !options.ended);
+        if (!options.ended) return;
         simulator::NodeHandler flushes;
         flushes.onWrite = [this](const std::string& bytes) {
             mHub.pushFlushMarker(std::atoi(bytes.c_str()));
@@ -118,7 +113,7 @@ class ReplayHub : public InProcessHub {
     }
 
     bool push(int32_t handle, const std::string& bytes) override {
-        // By these the hub has files of the host read, written and removed: not at a file's word.
+        // These records read, write and remove files of the host: a recording must not.
         if (handle == simulator::kHousekeepingHandle) return true;
         // One read may have brought several records.
         const auto* known = simulator::findKnownSensor(handle);
@@ -133,7 +128,7 @@ class ReplayHub : public InProcessHub {
         return true;
     }
 
-    /** Once the library has left a record where it is, it is not waited for again until it goes. */
+    /** Once the library has left a record unread, later calls do not wait until it is read. */
     bool waitIdle() override {
         const auto deadline = std::chrono::steady_clock::now() + kPatience;
         while (!mHub.waitIdle(mStuck ? std::chrono::milliseconds(0) : kSlice)) {
@@ -152,7 +147,7 @@ class ReplayHub : public InProcessHub {
     }
 
   private:
-    /** Files beside the devices, as the library found them. */
+    /** Files other than the devices, as the library found them. */
     void layOutFiles() {
         std::map<std::string, std::shared_ptr<RecordedReads>> reads;
         std::set<std::string> opened;
@@ -165,13 +160,13 @@ class ReplayHub : public InProcessHub {
             } else if (entry.text == "read" && entry.result >= 0 && isReplayed(entry.name)) {
                 auto& found = reads[entry.name];
                 if (found == nullptr) found = std::make_shared<RecordedReads>();
-                found->add(entry.bytes);
+                found->rest.push_back(entry.bytes);
             }
         }
         for (const auto& [path, found] : reads) {
             simulator::NodeHandler handler;
-            handler.onRead = [answers = found](void* buffer, size_t size) {
-                return answers->next(buffer, size);
+            handler.onRead = [recorded = found](void* buffer, size_t size) {
+                return recorded->next(buffer, size);
             };
             mHub.setHandler(path, handler);
         }
@@ -188,7 +183,7 @@ class ReplayHub : public InProcessHub {
         };
         while (!mStop && !mHub.waitForRequest(isOn, kSlice)) {
         }
-        // Without a time of its own, the recording waits until nothing more is being switched on.
+        // A fast recording waits until no more sensors are being switched on.
         for (size_t seen = 0; mOptions.fast && !mStop && seen != mHub.requests().size();) {
             seen = mHub.requests().size();
             std::this_thread::sleep_for(kSlice);
@@ -212,7 +207,7 @@ class ReplayHub : public InProcessHub {
             if (mOptions.fast) waitIdle();  // so that it arrives at its time
         }
         waitIdle();
-        if (mStuck) complain("the library did not take all records of the recording");
+        if (mStuck) complain("the library did not read all records of the recording");
         mOptions.ended();
     }
 

@@ -30,10 +30,29 @@ using Specs = std::vector<simulator::SensorSpec>;
 constexpr size_t kLargestChipsFile = size_t{1} << 20;
 constexpr int kLargestVendor = 11;
 
-/** Takes a chip out of JSON, up to the first member that does not fit. */
+/** Reads a chip from JSON, up to the first member that does not fit. */
 class ChipReader {
   public:
-    ChipReader(const Json& chip, simulator::SensorSpec* spec);
+    ChipReader(const Json& chip, simulator::SensorSpec* spec) : mChip(chip) {
+        if (!chip.is_object() || !chip.contains("handle")) {
+            mFault = chip.is_object() ? "handle is missing" : "it is no object";
+            return;
+        }
+        whole("handle", &spec->handle, 0, UINT8_MAX);
+        take("chip", &spec->chipName, "text", [](const Json& value) { return value.is_string(); });
+        spec->chipName.resize(std::min(spec->chipName.size(), simulator::kSpecNameSize - 1));
+        whole("vendor", &spec->vendor, 0, kLargestVendor);
+        whole("version", &spec->version);
+        take("wakeup", &spec->wakeUp, "true or false",
+             [](const Json& value) { return value.is_boolean(); });
+        whole("min_delay_us", &spec->minDelayUs);
+        whole("max_delay_us", &spec->maxDelayUs);
+        whole("fifo_max", &spec->fifoMax);
+        whole("fifo_reserved", &spec->fifoReserved);
+        number("resolution", &spec->resolution);
+        number("range", &spec->range);
+        number("power_ma", &spec->powerMa);
+    }
 
     /** What is wrong with the chip, empty when it is fine. */
     const std::string& fault() const { return mFault; }
@@ -70,65 +89,37 @@ class ChipReader {
     std::string mFault;
 };
 
-ChipReader::ChipReader(const Json& chip, simulator::SensorSpec* spec) : mChip(chip) {
-    if (!chip.is_object() || !chip.contains("handle")) {
-        mFault = chip.is_object() ? "handle is missing" : "it is no object";
-        return;
-    }
-    whole("handle", &spec->handle, 0, UINT8_MAX);
-    take("chip", &spec->chipName, "text", [](const Json& value) { return value.is_string(); });
-    spec->chipName.resize(std::min(spec->chipName.size(), simulator::kSpecNameSize - 1));
-    whole("vendor", &spec->vendor, 0, kLargestVendor);
-    whole("version", &spec->version);
-    take("wakeup", &spec->wakeUp, "true or false",
-         [](const Json& value) { return value.is_boolean(); });
-    whole("min_delay_us", &spec->minDelayUs);
-    whole("max_delay_us", &spec->maxDelayUs);
-    whole("fifo_max", &spec->fifoMax);
-    whole("fifo_reserved", &spec->fifoReserved);
-    number("resolution", &spec->resolution);
-    number("range", &spec->range);
-    number("power_ma", &spec->powerMa);
-}
-
-/** The chips of a file; nothing, and told, when it holds none. */
+/** The chips of a file; nothing after reporting why it has none. */
 std::optional<Specs> readChips(const std::string& path) {
+    const auto fails = [&path](const std::string& why) {
+        complain("%s: %s", quoted(path).c_str(), why.c_str());
+        return std::nullopt;
+    };
     std::ifstream file(path, std::ios::binary);
-    if (!file) {
-        complain("%s: %s", quoted(path).c_str(), std::strerror(errno));
-        return {};
-    }
+    if (!file) return fails(std::strerror(errno));
     std::string bytes(kLargestChipsFile + 1, '\0');
     file.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     bytes.resize(static_cast<size_t>(std::max<std::streamsize>(file.gcount(), 0)));
-    if (file.bad() || bytes.empty() || bytes.size() > kLargestChipsFile) {
-        complain(
-            "%s: %s", quoted(path).c_str(),
-            file.bad() ? "cannot be read" : (bytes.empty() ? "the file is empty" : "too long"));
-        return {};
+    if (file.bad()) return fails("cannot be read");
+    if (bytes.empty()) return fails("the file is empty");
+    if (bytes.size() > kLargestChipsFile) return fails("too long");
+    const Json chips = Json::parse(bytes, nullptr, false);
+    if (!chips.is_array()) {
+        if (bytes.size() % simulator::kSpecSize == 0) return simulator::decodeSpecs(bytes);
+        return fails(
+            formatted("neither a JSON list of chips nor a whole number of %zu-byte records",
+                      simulator::kSpecSize));
     }
     Specs specs;
-    const Json chips = Json::parse(bytes, nullptr, false);
-    if (chips.is_array()) {
-        for (const Json& chip : chips) {
-            specs.emplace_back();
-            const ChipReader reader(chip, &specs.back());
-            if (reader.fault().empty()) continue;
-            complain("%s: chip %zu: %s", quoted(path).c_str(), specs.size(),
-                     reader.fault().c_str());
-            return {};
-        }
-        return specs;
+    for (const Json& chip : chips) {
+        specs.emplace_back();
+        const std::string fault = ChipReader(chip, &specs.back()).fault();
+        if (!fault.empty()) return fails(formatted("chip %zu: ", specs.size()) + fault);
     }
-    if (bytes.size() % simulator::kSpecSize != 0) {
-        complain("%s: neither a list of chips in JSON nor a whole number of %zu-byte records",
-                 quoted(path).c_str(), simulator::kSpecSize);
-        return {};
-    }
-    return simulator::decodeSpecs(bytes);
+    return specs;
 }
 
-/** Lets faults happen at their times. */
+/** Triggers faults at their times. */
 class FaultTimer {
   public:
     FaultTimer(simulator::SimulatedHub& hub, std::vector<HubFault> faults)

@@ -29,30 +29,30 @@ class EventQueue {
     using Clock = std::chrono::steady_clock;
     enum class End { kDone, kTimeout, kInterrupted, kEnded };
 
-    /** More than this are not kept, so that a reader that stands still costs no memory. */
+    /** Limits the memory that a blocked reader costs. */
     static constexpr size_t kCapacity = 65536;
 
     void push(const std::vector<Event>& events, bool wakelock);
 
-    /** Whether push() waits when there is no room, as suits a sender that has time. */
+    /** Whether push() waits for room instead of dropping events. */
     void waitForRoom(bool wait = true);
 
     /**
-     * Hands events to `handle`, on the calling thread, until it returns true, the deadline has
-     * passed or the verb is to end. Events behind the one that ended it are dropped.
+     * Passes events to `handle`, on the calling thread, until it returns true, the deadline has
+     * passed or the verb is to end. Events after the one that ended it are dropped.
      */
     End receive(Clock::time_point deadline,
                 const std::function<bool(const ReceivedEvent&)>& handle);
     /** The same with a time from now in seconds, 0 for no limit. */
     End receiveFor(double seconds, const std::function<bool(const ReceivedEvent&)>& handle);
 
-    /** Nothing more will come: receive() ends with kEnded once it has handed over the rest. */
+    /** No more events follow: receive() ends with kEnded after passing the rest. */
     void end();
 
     /** No room is left. */
     bool full() const;
 
-    /** Hands over what is there. */
+    /** Passes what has arrived. */
     void drain(const std::function<void(const ReceivedEvent&)>& handle);
 
     /** Events for which there was no room. */

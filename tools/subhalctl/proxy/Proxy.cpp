@@ -56,9 +56,8 @@ ExitCode refused(const std::string& sensor, const char* what, Result result) {
 ExitCode Proxy::openHub() {
     if (mHub != nullptr) return kOk;
     if (!mOptions.hub.recording.empty()) {
-        return openReplay(mOptions.hub.recording,
-                          {mOptions.hub.fast, true, [this] { mEvents.end(); },
-                           [this] { return mEvents.full(); }});
+        return openReplay(mOptions.hub.recording, {mOptions.hub.fast, [this] { mEvents.end(); },
+                                                   [this] { return mEvents.full(); }});
     }
     return mOptions.hub.sim ? makeSignalHub(mOptions.hub, &mHub) : kOk;
 }
@@ -114,12 +113,12 @@ ExitCode Proxy::open() {
     }
     const ExitCode initialized = initialize();
     if (initialized != kOk) return initialized;
-    return mSensors.empty() ? tellNoSensors() : kOk;
+    return mSensors.empty() ? reportNoSensors() : kOk;
 }
 
 ExitCode Proxy::initialize() {
     if (mLibrary->version() != SUB_HAL_2_0_VERSION) {
-        complain("the library speaks version 0x%08" PRIx32 ", not 0x%08x", mLibrary->version(),
+        complain("the library has version 0x%08" PRIx32 " instead of 0x%08x", mLibrary->version(),
                  SUB_HAL_2_0_VERSION);
         return kCannotLoad;
     }
@@ -133,12 +132,12 @@ ExitCode Proxy::initialize() {
     return kOk;
 }
 
-ExitCode Proxy::tellNoSensors() const {
+ExitCode Proxy::reportNoSensors() const {
     const int fd = ::open(kSpecPath, O_RDONLY | O_CLOEXEC);
     if (fd >= 0) {
         ::close(fd);
         complain(
-            "there is a sensor hub, but none of its sensors works; \"subhalctl doctor\" tells why");
+            "there is a sensor hub, but none of its sensors works; \"subhalctl doctor\" shows why");
         return kNoSuchSensor;
     }
     const int error = errno;
@@ -146,7 +145,7 @@ ExitCode Proxy::tellNoSensors() const {
     if (error == ENOENT) {
         complain("on a machine without one, --sim runs the library on a simulated hub");
     } else {
-        complain("\"subhalctl doctor\" tells what is needed");
+        complain("\"subhalctl doctor\" shows what is needed");
     }
     return kNoHub;
 }
@@ -166,7 +165,10 @@ const SensorInfo* Proxy::find(const std::string& text) const {
     return nullptr;
 }
 
-Result Proxy::keep(ProxyRequest request, int64_t startNs, Result result) {
+template <typename Call>
+Result Proxy::request(ProxyRequest request, const Call& call) {
+    const int64_t startNs = hubNowNs();
+    const Result result = call();
     request.result = resultName(result);
     request.durationNs = std::max<int64_t>(hubNowNs() - startNs, 0);
     if (mRecorder) mRecorder->request(startNs, request);
@@ -174,21 +176,17 @@ Result Proxy::keep(ProxyRequest request, int64_t startNs, Result result) {
 }
 
 Result Proxy::batch(int32_t handle, int64_t periodNs, int64_t latencyNs) {
-    const int64_t startNs = hubNowNs();
-    const Result result = subHal().batch(handle, periodNs, latencyNs);
-    return keep({"batch", handle, periodNs, latencyNs, false, ""}, startNs, result);
+    return request({"batch", handle, periodNs, latencyNs, false, ""},
+                   [&] { return subHal().batch(handle, periodNs, latencyNs); });
 }
 
 Result Proxy::activate(int32_t handle, bool enable) {
-    const int64_t startNs = hubNowNs();
-    const Result result = subHal().activate(handle, enable);
-    return keep({"activate", handle, 0, 0, enable, ""}, startNs, result);
+    return request({"activate", handle, 0, 0, enable, ""},
+                   [&] { return subHal().activate(handle, enable); });
 }
 
 Result Proxy::flush(int32_t handle) {
-    const int64_t startNs = hubNowNs();
-    const Result result = subHal().flush(handle);
-    return keep({"flush", handle, 0, 0, false, ""}, startNs, result);
+    return request({"flush", handle, 0, 0, false, ""}, [&] { return subHal().flush(handle); });
 }
 
 bool Proxy::close() {

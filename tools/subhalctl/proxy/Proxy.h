@@ -31,7 +31,7 @@ struct GlobalOptions {
     bool trace = false;  ///< show each call of the library on the hub's files
 };
 
-/** Text of a library's answer, as in "BAD_VALUE". */
+/** As in "BAD_VALUE". */
 std::string resultName(Result result);
 
 /** "SENSOR: WHAT: RESULT" on standard error. */
@@ -49,14 +49,15 @@ class Proxy {
     /** Makes the hub that was asked for, if one was. Its threads run from now on. */
     ExitCode openHub();
 
-    /** Before open(), behind openHub(): keeps what crosses the borders. False, and told, if not. */
+    /** Between openHub() and open(): starts a recording. Returns false after reporting the error.
+     */
     bool recordTo(const std::string& path);
     /** Null without a recording. */
     Recorder* recorder() { return mRecorder.get(); }
 
-    /** Before open(): the recording plays as `options` tell, instead of by itself. */
+    /** Before open(), in place of openHub(): the recording plays as `options` say. */
     ExitCode openReplay(const std::string& path, const ReplayOptions& options);
-    /** Null when no recording plays the hub. */
+    /** The one that plays the hub, or null. */
     const Recording* recording() const { return mRecording.get(); }
 
     /** Before open(): keeps the library's calls on the hub's files for takeCalls(). */
@@ -65,8 +66,8 @@ class Proxy {
     std::vector<FileCall> takeCalls();
 
     /**
-     * Loads the library on the hub. Other threads run from now on. Anything but kOk has been told
-     * on standard error; having no sensors at all is such a thing.
+     * Loads the library on the hub. Other threads run from now on. Reports any failure; having no
+     * sensors at all is one.
      */
     ExitCode open();
 
@@ -78,10 +79,10 @@ class Proxy {
     EventQueue& events() { return mEvents; }
     const std::vector<SensorInfo>& sensors() const { return mSensors; }
 
-    /** Hands the callback over once more, as a proxy that was started anew does. */
+    /** Passes the callback again, as a restarted proxy does. */
     Result initializeAgain() { return subHal().initialize(mCallback); }
 
-    /** The one sensor that `text` names; null when it names none or several, which is told. */
+    /** The one sensor that `text` names; null after reporting none or several. */
     const SensorInfo* find(const std::string& text) const;
 
     /** Null on the machine's own hub. */
@@ -93,14 +94,15 @@ class Proxy {
      */
     bool close();
 
-    /** Wakelocks not given back; of use once the library is unloaded. */
+    /** Wakelocks not released; meaningful once the library is unloaded. */
     int wakelocksHeld() const { return mCallback ? mCallback->wakelock().held() : 0; }
 
   private:
     ExitCode initialize();
     void tapCalls();
-    Result keep(ProxyRequest request, int64_t startNs, Result result);
-    ExitCode tellNoSensors() const;
+    template <typename Call>
+    Result request(ProxyRequest request, const Call& call);
+    ExitCode reportNoSensors() const;
 
     const GlobalOptions& mOptions;
     EventQueue mEvents;
@@ -125,9 +127,9 @@ class ActiveSensor {
     ActiveSensor(const ActiveSensor&) = delete;
     ActiveSensor& operator=(const ActiveSensor&) = delete;
 
-    /** False when the library refused, which has been told on standard error. */
+    /** False when the library refused; that was reported. */
     bool active() const { return mActive; }
-    /** Before it was switched on. What is stamped earlier was left by whoever used it before. */
+    /** Before it was switched on. Earlier stamps are left from its previous user. */
     int64_t startNs() const { return mStartNs; }
 
   private:

@@ -21,7 +21,7 @@ SensorFlagBits reportingMode(const SensorInfo& sensor);
 bool isWakeUp(const SensorInfo& sensor);
 bool canReportDirectly(const SensorInfo& sensor);
 
-/** What the sensor makes of a period that it is asked for, 0 for one that keeps no period. */
+/** The period that the sensor grants, 0 for one without a period. */
 int64_t grantedPeriodNs(const SensorInfo& sensor, int64_t askedNs);
 
 /**
@@ -44,7 +44,7 @@ constexpr double kHighestRateHz = 1e9;
 
 int64_t periodOfRate(double hertz);
 
-/** Splits at the last "@"; nothing when what is behind it is not a rate. */
+/** Splits at the last "@"; nothing when no rate follows it. */
 std::optional<SensorSelector> parseSelector(const std::string& text);
 
 }  // namespace subhalctl

@@ -48,7 +48,7 @@ CallTap::~CallTap() {
     if (mOwnHub) simulator::untapFiles();
 }
 
-void CallTap::tell(const FileCall& call) const {
+void CallTap::pass(const FileCall& call) const {
     for (const Sink& sink : mSinks) {
         sink(call);
     }
@@ -65,22 +65,22 @@ void CallTap::opened(const std::string& hubPath, int flags, int result) {
         const std::lock_guard<std::mutex> lock(mLock);
         mPaths[result] = hubPath;
     }
-    tell({FileCall::Kind::kOpen, hubPath, static_cast<unsigned long>(flags), "", result});
+    pass({FileCall::Kind::kOpen, hubPath, static_cast<unsigned long>(flags), "", result});
 }
 
 void CallTap::wasRead(int fd, const void* buffer, size_t size, ssize_t result) {
     const std::string bytes = bytesAt(buffer, static_cast<size_t>(std::max<ssize_t>(result, 0)));
-    tell({FileCall::Kind::kRead, pathOf(fd), size, bytes, result});
+    pass({FileCall::Kind::kRead, pathOf(fd), size, bytes, result});
 }
 
 void CallTap::written(int fd, const void* buffer, size_t size, ssize_t result) {
-    tell({FileCall::Kind::kWrite, pathOf(fd), size, bytesAt(buffer, size), result});
+    pass({FileCall::Kind::kWrite, pathOf(fd), size, bytesAt(buffer, size), result});
 }
 
 void CallTap::controlled(int fd, unsigned long request, const void* argument, int result) {
     const std::string path = pathOf(fd);
     const bool isBatch = path == "/dev/batch_io" && argument != nullptr;
-    tell({FileCall::Kind::kIoctl, path, request & 0xFFFFFFFF,
+    pass({FileCall::Kind::kIoctl, path, request & 0xFFFFFFFF,
           isBatch ? bytesAt(argument, kBatchBytes) : "", result});
 }
 
@@ -91,15 +91,15 @@ void CallTap::closing(int fd) {
         path = mPaths[fd];
         mPaths.erase(fd);
     }
-    tell({FileCall::Kind::kClose, path, 0, "", 0});
+    pass({FileCall::Kind::kClose, path, 0, "", 0});
 }
 
 void CallTap::openedDirectory(const std::string& hubPath, int result) {
-    tell({FileCall::Kind::kOpendir, hubPath, 0, "", result});
+    pass({FileCall::Kind::kOpendir, hubPath, 0, "", result});
 }
 
 void CallTap::removed(const std::string& hubPath, int result) {
-    tell({FileCall::Kind::kRemove, hubPath, 0, "", result});
+    pass({FileCall::Kind::kRemove, hubPath, 0, "", result});
 }
 
 void traceCall(const FileCall& call) {

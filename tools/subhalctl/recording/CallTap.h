@@ -23,12 +23,12 @@ struct FileCall {
 
 const char* nameOf(FileCall::Kind kind);
 
-/** Shows each such call to those who want to see it, on the thread that made it. */
+/** Passes each such call to the sinks, on the thread that made it. */
 class CallTap : private simulator::CallObserver {
   public:
     using Sink = std::function<void(const FileCall&)>;
 
-    /** @param ownHub the machine's own hub is looked at; else one in this process answers */
+    /** @param ownHub taps the machine's own hub instead of one in this process */
     CallTap(bool ownHub, std::vector<Sink> sinks);
     ~CallTap() override;
     CallTap(const CallTap&) = delete;
@@ -42,7 +42,7 @@ class CallTap : private simulator::CallObserver {
     void closing(int fd) override;
     void openedDirectory(const std::string& hubPath, int result) override;
     void removed(const std::string& hubPath, int result) override;
-    void tell(const FileCall& call) const;
+    void pass(const FileCall& call) const;
     std::string pathOf(int fd) const;
 
     std::vector<Sink> mSinks;

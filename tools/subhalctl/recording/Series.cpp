@@ -17,7 +17,7 @@ using Entry = Recording::Entry;
 constexpr int64_t kPromptNs = 100'000'000;
 constexpr int64_t kLongestNs = INT64_MAX / 4;  // more can be added to it
 
-/** The sensor as far as the recording knows it. */
+/** The sensor as far as it is in the recording. */
 SensorInfo sensorOf(const Recording& recording, int32_t handle) {
     SensorInfo sensor{};
     sensor.sensorHandle = handle;

@@ -16,27 +16,27 @@ struct Span {
     int64_t endNs;
 };
 
-/** One event of a recording, and how it follows those before it. */
+/** One event of a recording, and how it follows the previous ones. */
 struct RecordedEvent {
     ReceivedEvent received;
     EventKind kind;
-    int64_t readNs;                ///< when its record was read; its arrival when nobody knows
-    std::vector<double> values{};  ///< none but of data
+    int64_t readNs;                ///< when its record was read; its arrival when unknown
+    std::vector<double> values{};  ///< only of data
     int64_t intervalNs = 0;        ///< 0 for the first one
-    int64_t lost = 0;              ///< that should have come just before it
+    int64_t lost = 0;              ///< events missing just before it
     bool backward = false;
     bool stale = false;
-    bool late = false;  ///< beyond the latency asked for, two periods and 100 ms
+    bool late = false;  ///< beyond the requested latency, two periods and 100 ms
 
     bool isData() const { return kind == EventKind::kData && !stale; }
     int64_t latencyNs() const { return elapsedNs(received.event.timestamp, received.receivedNs); }
 };
 
-/** What a recording says of one sensor. */
+/** One sensor of a recording. */
 struct Series {
     SensorInfo sensor{};
     int64_t periodNs = 0;   ///< granted, 0 for a sensor without a rate
-    int64_t latencyNs = 0;  ///< asked for
+    int64_t latencyNs = 0;  ///< requested
     std::vector<RecordedEvent> events{};
     std::vector<const Recording::Entry*> requests{};
     std::vector<Span> on{};
@@ -48,13 +48,13 @@ struct Series {
     bool hasData() const { return figures.intervals.events() > 0; }
 };
 
-/** A recording and its parts, which point into it. */
+/** A recording and its sensors, which point into it. */
 struct RecordedRun {
     RecordedRun() = default;
     RecordedRun(const RecordedRun&) = delete;
     RecordedRun& operator=(const RecordedRun&) = delete;
 
-    /** Anything but kOk was reported; a recording without data is such a thing. */
+    /** Reports any failure; a recording without data is one. */
     ExitCode load(const std::string& path);
 
     std::string name;  ///< of the file

@@ -15,7 +15,7 @@ namespace {
 constexpr int kWidth = 1140;
 constexpr double kLeft = 74;
 constexpr double kRight = 874;
-constexpr double kSide = 886;  // what stands beside the curves
+constexpr double kSide = 886;  // left edge of what is right of the curves
 constexpr double kLine = 17;
 constexpr double kBarWidth = 84;
 constexpr size_t kFew = 120;  // points of a curve that also get dots
@@ -34,7 +34,7 @@ small { font: 13px sans-serif } .right { text-anchor: end } .middle { text-ancho
 @page { size: A4 landscape; margin: 10mm } @media print { body { width: auto; margin: 0 } }
 </style>)";
 
-// They differ to the colour-blind too, and in grey.
+// Distinct for the colour-blind and in grey.
 constexpr const char* kColours[] = {"#0072b2", "#d55e00", "#009e73", "#aa4499", "#222", "#e69f00"};
 
 std::string escaped(const std::string& text) {
@@ -103,7 +103,7 @@ class Picture {
         durations(series, "latency",
                   [](const RecordedEvent& event) { return millisecondsOf(event.latencyNs()); });
     }
-    /** With the axis of time below it, and through all of it. */
+    /** Adds the time axis, with grid lines through all strips. */
     std::string svg() {
         const double seconds = millisecondsOf(mEndNs - mStartNs) / 1e3;
         const double step = stepOf(seconds, 10);
@@ -140,9 +140,9 @@ class Picture {
     void span(const char* kind, const Span& span, double inset = 2) {
         mText += box(kind, x(span.beginNs), x(span.endNs), mTop + inset, kLine - 2 * inset);
     }
-    void endLane(const char* name, const std::string& beside, const char* kind = "") {
+    void endLane(const char* name, const std::string& right, const char* kind = "") {
         text(kLeft - 6, mTop, name, "right");
-        text(kSide, mTop, beside, kind);
+        text(kSide, mTop, right, kind);
         mTop += kLine + 3;
     }
 
@@ -168,17 +168,17 @@ class Picture {
         if (!series.on.empty()) text(x(series.on.front().beginNs) + 6, mTop, asked);
         endLane("requests", refused, "bad");
     }
-    /** What went wrong, where it did: spans without events, and strokes. */
+    /** Lost events as spans, other faults as strokes. */
     void faults(const Series& series) {
         const Watched& figures = series.figures;
-        std::string beside;
+        std::string summary;
         for (const auto& [count, what] :
              {std::pair(figures.intervals.lost(), " lost"), std::pair(series.late, " late"),
               std::pair(figures.intervals.backward(), " backward"),
               std::pair(figures.stale, " stale")}) {
-            if (count > 0) beside += (beside.empty() ? "" : ", ") + std::to_string(count) + what;
+            if (count > 0) summary += (summary.empty() ? "" : ", ") + std::to_string(count) + what;
         }
-        if (beside.empty()) return;
+        if (summary.empty()) return;
         for (const RecordedEvent& event : series.events) {
             const int64_t stampNs = event.received.event.timestamp;
             if (event.lost > 0) {
@@ -188,14 +188,14 @@ class Picture {
             const int64_t timeNs = event.stale ? event.received.receivedNs : stampNs;
             if (event.late || event.backward || event.stale) span("bad", {timeNs, timeNs});
         }
-        endLane("faults", beside, "bad");
+        endLane("faults", summary, "bad");
     }
     void values(const Series& series) {
         const auto all = decode(static_cast<int32_t>(series.sensor.type), Payload{}).values;
         std::string left;
         for (std::vector<size_t>& group : groupsOf(all)) {
             const auto isLeft = [&](size_t column) {
-                // Of a code or a word zero is nothing, of what has a unit it is a value.
+                // Zero is a value only where there is a unit; codes and words leave it out.
                 const bool keepsZero = all[column].unit[0] != '\0' || all.size() == 1;
                 for (const Point& point :
                      pointsOf(series, [&](const auto& event) { return event.values[column]; })) {
@@ -234,7 +234,7 @@ class Picture {
         }
         const double flat = high == 0 ? 1 : std::fabs(high) / 10;
         const double margin = low < high ? (high - low) * 0.06 : flat;
-        // A code or a count needs less room than what has a unit.
+        // A code or a count needs less room than a value with a unit.
         const bool isCode = all[group.front()].unit[0] == '\0' && curves.size() == 1;
         const Strip strip{low - margin, high + margin, mTop, (isCode ? 2 : 4) * kLine};
         frame(strip);
@@ -250,7 +250,7 @@ class Picture {
             sorted.push_back(point.value);
         }
         std::sort(sorted.begin(), sorted.end());
-        // The few longest go beyond the axis, or the others would be one line.
+        // The longest 1 % are cut off, or the others would be a flat line.
         double low = sorted[sorted.size() / 100];
         double high = sorted[sorted.size() - 1 - sorted.size() / 100];
         const double margin = std::max({(high - low) * 0.3, high * 0.02, 1e-3});
@@ -262,7 +262,7 @@ class Picture {
         if (name[0] == 'i') mText += across("period", strip.y(millisecondsOf(series.periodNs)));
         curve(strip, points, kColours[0], false);
     }
-    /** Beside the strip, on its axis. */
+    /** Right of the strip, on its axis. */
     void distribution(const Strip& strip, const char* name, const std::vector<double>& sorted) {
         std::array<size_t, kBins> counts{};
         size_t beyond = 0;
@@ -300,7 +300,7 @@ class Picture {
         }
         return points;
     }
-    /** With what is lost in its ground. */
+    /** Gaps are shaded in its background. */
     void frame(const Strip& strip) {
         for (const Span& gap : mGaps) {
             mBelow += box("lost", x(gap.beginNs), x(gap.endNs), strip.top, strip.height);
@@ -314,7 +314,7 @@ class Picture {
         mText += box("frame", kLeft, kRight, strip.top, strip.height);
         mTop += strip.height + 10;
     }
-    /** By way of the least and the greatest of each column of pixels, so that no spike is lost. */
+    /** Draws minimum and maximum of each pixel column, so that no spike is lost. */
     void curve(const Strip& strip, const Points& points, const char* colour, bool steps) {
         std::string line;
         std::string dots;

@@ -9,8 +9,8 @@
 namespace subhalctl {
 namespace {
 
-constexpr double kLatencyMs = 100;  // what the tolerance of a latency is a share of, at least
-constexpr double kErrors = 3;       // standard errors that chance may make
+constexpr double kLatencyMs = 100;  // the tolerance of a latency is a share of at least this
+constexpr double kErrors = 3;       // standard errors that chance explains
 
 struct Spread {
     double mean = 0;
@@ -88,7 +88,7 @@ class Comparison {
     void values(const Series& first, const Series& second) {
         const auto all = decode(static_cast<int32_t>(first.sensor.type), Payload{}).values;
         for (const std::vector<size_t>& group : groupsOf(all)) {
-            // A part of a vector is judged by the longest one: gravity is on one axis only.
+            // Parts of a vector are compared by the longest: gravity is on one axis only.
             double length = 0;
             for (const size_t column : group) {
                 length = std::max({length, std::fabs(spreadOf(first, column).mean),

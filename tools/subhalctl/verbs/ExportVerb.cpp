@@ -2,13 +2,14 @@
 #include "tools/subhalctl/recording/Series.h"
 #include "tools/subhalctl/showing/Json.h"
 #include "tools/subhalctl/showing/Output.h"
+#include "tools/subhalctl/showing/PlotPage.h"
 #include "tools/subhalctl/showing/SensorValues.h"
 #include "tools/subhalctl/verbs/Verbs.h"
 
 namespace subhalctl {
 namespace {
 
-// Handles are the other tracks.
+// The other tracks are numbered by handle.
 constexpr int kCallsTrack = 1000;
 constexpr int kWakelockTrack = 1001;
 
@@ -16,7 +17,7 @@ double microsecondsOf(int64_t ns) {
     return static_cast<double>(ns) / 1e3;
 }
 
-/** Writes the trace-event format: times in microseconds since boot, an event a line. */
+/** Writes the trace-event format: times in microseconds since boot, one event per line. */
 class Trace {
   public:
     void write(const RecordedRun& run) {
@@ -74,7 +75,7 @@ class Trace {
     void event(const Series& series, const RecordedEvent& event) {
         const Event& what = event.received.event;
         const int64_t arrivalNs = event.received.receivedNs;
-        // An old stamp would stretch the trace to before its beginning.
+        // An old stamp would extend the trace to before its start.
         const double time = microsecondsOf(event.isData() ? what.timestamp : arrivalNs);
         add("i", event.stale ? "stale" : kindName(event.kind), what.sensorHandle,
             {{"ts", time},
@@ -83,7 +84,7 @@ class Trace {
               {{"timestamp_ns", what.timestamp},
                {"received_ns", arrivalNs},
                {"wakelock", event.received.wakelock}}}});
-        // Each with a number, for they may overlap.
+        // Each has its own id since they may overlap.
         ++mLatencies;
         for (const auto& [phase, timeNs] :
              {std::pair("b", event.readNs), std::pair("e", arrivalNs)}) {
@@ -105,7 +106,7 @@ class Trace {
     int64_t mLatencies = 0;
 };
 
-/** A table of each sensor, an empty line between two. */
+/** A table per sensor, separated by empty lines. */
 void writeTables(const RecordedRun& run) {
     const char* between = "";
     for (const auto& [handle, series] : run.sensors) {
@@ -120,19 +121,24 @@ void writeTables(const RecordedRun& run) {
     }
 }
 
-}  // namespace
-
-ExitCode runExport(Proxy&, const ConvertOptions& options) {
+ExitCode convert(const ConvertOptions& options, void (*write)(const RecordedRun& run)) {
     RecordedRun run;
     const ExitCode loaded = run.load(options.recording);
     if (loaded != kOk) return loaded;
     if (!sendOutputTo(options.output)) return kUsage;
-    if (options.format == "csv") {
-        writeTables(run);
-    } else {
-        Trace().write(run);
-    }
+    write(run);
     return kOk;
+}
+
+}  // namespace
+
+ExitCode runExport(Proxy&, const ConvertOptions& options) {
+    if (options.format == "csv") return convert(options, writeTables);
+    return convert(options, [](const RecordedRun& run) { Trace().write(run); });
+}
+
+ExitCode runPlot(Proxy&, const ConvertOptions& options) {
+    return convert(options, [](const RecordedRun& run) { printText(plotPage(run)); });
 }
 
 }  // namespace subhalctl

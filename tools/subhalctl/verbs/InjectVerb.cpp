@@ -79,9 +79,9 @@ ExitCode runInject(Proxy& proxy, const InjectOptions& options) {
     event.sensorHandle = sensor->sensorHandle;
     event.sensorType = sensor->type;
     std::memcpy(&event.u, payload->data(), sizeof(event.u));
-    if (proxy.hub() != nullptr) proxy.hub()->forgetInjections();
+    if (proxy.hub() != nullptr) proxy.hub()->takeInjections();
     const Result result = proxy.subHal().injectSensorData(event);
-    if (proxy.hub() != nullptr) printReceived(proxy.hub()->injections());
+    if (proxy.hub() != nullptr) printReceived(proxy.hub()->takeInjections());
     if (result != Result::OK) return refused(typeName(*sensor), "inject", result);
     if (proxy.options().quiet) return kOk;
     if (payload->front() < kFirstSubCommand) {

@@ -262,7 +262,7 @@ class Replay {
 
 ExitCode runReplay(Proxy& proxy) {
     const HubChoice& hub = proxy.options().hub;
-    const ExitCode made = proxy.openReplay(hub.recording, {hub.fast, false, {}, {}});
+    const ExitCode made = proxy.openReplay(hub.recording, {hub.fast, {}, {}});
     if (made != kOk) return made;
     proxy.keepCalls();
     const ExitCode opened = proxy.open();
