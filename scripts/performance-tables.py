@@ -27,6 +27,11 @@ def main(directory):
     directory = pathlib.Path(directory)
     pairs = ("library, ns", "floor, ns", "ratio (quartiles)")
 
+    allocations = max(one["allocs/event"] for devices in (1, 10, 50)
+                      for one in rows(directory, "events-%d.json" % devices).values()
+                      if "allocs/event" in one)
+    print("\nAllocations per event, at most: %.3f" % allocations)
+
     table("An event", "what", "devices polled", *pairs)
     for devices in (1, 10, 50):
         events = rows(directory, "events-%d.json" % devices)
