@@ -261,10 +261,9 @@ void SensorsSubHal::mergeDirectReportRequest(batch_config* request, int32_t sens
 }
 
 void SensorsSubHal::postDirectEvents(const std::vector<Event>& events) {
-    // A vector holds events of one sensor, which is seldom on a channel.
-    if (events.empty() || !hasRow(events.front().sensorHandle)) return;
-    if (row(events.front().sensorHandle).rateLevel == SENSOR_DIRECT_RATE_STOP) return;
     for (const Event& event : events) {
+        if (!hasRow(event.sensorHandle)) continue;
+        if (row(event.sensorHandle).rateLevel == SENSOR_DIRECT_RATE_STOP) continue;
         sensors_event_t converted;
         V1_0::implementation::convertToSensorEvent(event, &converted);
         sendDirectReportEvent(converted);

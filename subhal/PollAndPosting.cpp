@@ -139,14 +139,13 @@ bool SensorsSubHal::drain(SensorBase& sensor) {
     const int available = sensor.getDataAvailable(static_cast<uint64_t>(latencyNs));
     // A failed read ends the batch: what is left wakes the thread again. A one-shot sensor's would
     // come too late, after the switch below.
-    int patience = sensor.isOneShotSensor() ? 3 : 1;
+    const int mostFailures = sensor.isOneShotSensor() ? 3 : 1;
+    int failures = 0;  // in a row
     bool consumed = false;
-    for (int left = std::min(available, kMaxBatch); left > 0 && patience > 0; --left) {
-        if (readOne(sensor)) {
-            consumed = true;
-        } else {
-            --patience;
-        }
+    for (int left = std::min(available, kMaxBatch); left > 0 && failures < mostFailures; --left) {
+        const bool wasRead = readOne(sensor);
+        consumed |= wasRead;
+        failures = wasRead ? 0 : failures + 1;
     }
     // A one-shot sensor is done once it has fired; the proxy does not switch it off.
     if (sensor.isOneShotSensor()) activate(handle, false);

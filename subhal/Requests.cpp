@@ -21,10 +21,6 @@ constexpr uint32_t kBatchRequest = 0x8008FC00;
 
 constexpr int64_t kNsPerUs = 1000;
 
-// Each further turn takes another request for the same sensor during the one before. Whoever is
-// still behind then leaves the last word to those.
-constexpr int kMostTurns = 16;
-
 Result toResult(int status) {
     return status == 0 ? Result::OK : Result::BAD_VALUE;
 }
@@ -98,11 +94,16 @@ void SensorsSubHal::SensorState::setRequest(int64_t periodNs, int64_t latencyNs)
 
 int SensorsSubHal::sendBatch(int32_t handle) {
     const SensorState& state = row(handle);
-    int result = 0;
-    for (int turn = 0; turn < kMostTurns; ++turn) {
-        const uint32_t sent = state.changes;
-        result = queueBatch(handle, state.samplingPeriodNs, state.maxReportLatencyNs);
-        if (state.changes == sent) break;
+    const auto sendRow = [&] {
+        return queueBatch(handle, state.samplingPeriodNs, state.maxReportLatencyNs);
+    };
+    uint32_t sent = state.changes;
+    const int result = sendRow();
+    // Each further turn takes another request during the one before, whose own caller gets its
+    // result.
+    while (state.changes != sent) {
+        sent = state.changes;
+        sendRow();
     }
     return result;
 }

@@ -186,15 +186,16 @@ TEST_F(HostileHub, AFailedReadInABatchLosesNothing) {
         simulator::NodeHandler count;
         count.onRead = [isQueued](void* buffer, size_t size) {
             isQueued.wait();
-            return static_cast<ssize_t>(std::string("4\n").copy(static_cast<char*>(buffer), size));
+            return static_cast<ssize_t>(std::string("7\n").copy(static_cast<char*>(buffer), size));
         };
         hub().setHandler(hub().attributePath(handle, "buffer/data_available"), count);
-        hub().failRead(handle, EIO, 2);
-        for (uint64_t i = 1; i <= 3; ++i)
+        for (const int read : {2, 4, 6})
+            hub().failRead(handle, EIO, read);
+        for (uint64_t i = 1; i <= 4; ++i)
             EXPECT_TRUE(hub().push(handle, record(handle, i)));
         queued.set_value();
         EXPECT_TRUE(hub().waitIdle());
-        EXPECT_EQ(timestamps(), (std::vector<int64_t>{1, 2, 3})) << handle;
+        EXPECT_EQ(timestamps(), (std::vector<int64_t>{1, 2, 3, 4})) << handle;
     }
 }
 
