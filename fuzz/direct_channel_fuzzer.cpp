@@ -46,17 +46,17 @@ struct Wrapper : GrallocHalWrapper {
 };
 
 /** What an allocator returns or lacks. */
-FakeGralloc::Told told(fuzzing::Input& input) {
+FakeGralloc::Results resultsOf(fuzzing::Input& input) {
     constexpr const char* kCalls[] = {"load", "open",   "register", "retain",
                                       "lock", "unlock", "own",      "other"};
     constexpr const char* kParts[] = {"-module", "-device", "-getFunction", "-address",
                                       "-8",      "-16",     "-18",          "-20"};
-    FakeGralloc::Told all;
+    FakeGralloc::Results all;
     const uint8_t failing = input.byte();
     const uint8_t missing = input.byte();
-    const int answer = input.byte() % 16 - 4;
+    const int result = input.byte() % 16 - 4;
     for (size_t i = 0; i < 8; ++i) {
-        if ((failing & 1 << i) != 0) all[kCalls[i]] = answer;
+        if ((failing & 1 << i) != 0) all[kCalls[i]] = result;
         if ((missing & 1 << i) != 0) all[kParts[i]] = 0;
     }
     return all;
@@ -132,14 +132,14 @@ class Bench {
     void graphicsBuffer(fuzzing::Input& input) {
         const testing_support::Handle handle(native_handle_create(0, 1));
         {
-            FakeGralloc gralloc(input.byte() % 3, told(input));
+            FakeGralloc gralloc(input.byte() % 3, resultsOf(input));
             gralloc.capabilities = {4, 4, input.byte(), 4};  // one more than there is room for
-            const Wrapper wrapper(handle.get(), gralloc.told.empty());
+            const Wrapper wrapper(handle.get(), gralloc.results.empty());
         }
         // The process's own is of version 1 and whole.
         FakeGralloc gralloc(1, {});
         GrallocHalWrapper::getInstance();
-        gralloc.told = told(input);
+        gralloc.results = resultsOf(input);
         const sensors_direct_mem_t mem = {SENSOR_DIRECT_MEM_TYPE_GRALLOC,
                                           SENSOR_DIRECT_FMT_SENSORS_EVENT, input.byte() * size_t{3},
                                           input.byte() % 8 == 0 ? nullptr : handle.get()};

@@ -25,10 +25,10 @@ using testing_support::Lines;
 using testing_support::LogLine;
 using namespace std::string_literals;
 
-/** A timestamp with eight different bytes; "%T" stands for it in the text of a log line. */
+/** A timestamp with eight different bytes; "%T" in a log line is its text. */
 inline constexpr uint64_t kTime = 0x1122334455667788;
 inline constexpr char kTimeText[] = "1234605616436508552";
-/** Timestamp of an event that is stamped with the time of its reading; "%T" stands for that. */
+/** Timestamp of an event that is stamped with the time of its reading; so is "%T". */
 inline constexpr uint64_t kNow = ~uint64_t{0};
 
 /** A value of the wire: the low bytes of a number, or a float's bits. */

@@ -1,4 +1,4 @@
-// What adding a driver takes, step by step: each that is forgotten fails here under its name.
+// The steps of adding a driver: a forgotten one fails here under its name.
 
 #include <gtest/gtest.h>
 

@@ -86,7 +86,7 @@ TEST_F(Departures, OrientationModeLowersTheAccuracyOfItsOwnObject) {
     EXPECT_EQ(accuracy(27), 2) << "also by a packet that could not be written";
 }
 
-TEST_F(Departures, OrientationLogTellsTheWakeUpTwin) {
+TEST_F(Departures, OrientationLogNamesTheWakeUpTwin) {
     read(52, RecordBuilder().u8(255).u64(7).bytes());
     read(52, RecordBuilder().u8(0).u64(0).bytes());
     mHub.failRead(52, EIO);

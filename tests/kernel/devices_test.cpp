@@ -1,4 +1,4 @@
-// What real devices do that FIFOs cannot show, and what the shipped library makes of it.
+// The shipped library on what real devices do and FIFOs cannot show.
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -62,7 +62,7 @@ TEST(Devices, NextStartFindsBuffersOnAndFull) {
               1);
     for (const KernelRequest& request : bench.hub().takeRequests())
         EXPECT_NE(request.node, HUB_NODE_BUFFER) << "the buffer was switched";
-    EXPECT_TRUE(bench.drained(kAcc));  // by the poll thread, to which nobody listens
+    EXPECT_TRUE(bench.drained(kAcc));  // by the poll thread, without a proxy
     bench.initialize();
     bench.activate(kAcc);
     bench.activate(kGyro);

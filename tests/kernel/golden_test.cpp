@@ -43,7 +43,7 @@ class RealPath final : public golden::RecordPath {
     }
 
     /** A device keeps its records' length, so another one needs another device, and the library
-     *  anew. The driver hears again what it has heard: some log only their first values. */
+     *  anew. The driver gets the earlier records again: some log only their first values. */
     void rebuild(size_t size) {
         mBench.reset();
         mBench = std::make_unique<KernelBench>();

@@ -1,4 +1,4 @@
-// What the library asks of the hub, as the kernel hands it to a driver: each byte of each call.
+// The library's requests as the kernel passes them to a driver, byte by byte.
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -36,7 +36,7 @@ class Requests : public testing::Test {
 
     void expectNext(hub_node node, const std::string& bytes, uint32_t number = 0, int error = 0) {
         const auto request = mBench.hub().nextRequest(kPatience);
-        ASSERT_TRUE(request) << "nothing was asked";
+        ASSERT_TRUE(request) << "no request";
         EXPECT_EQ(request->node, node);
         EXPECT_EQ(request->bytes, bytes);
         EXPECT_EQ(request->number, number);

@@ -52,7 +52,7 @@ class SubHal final : public SubHalWithoutDebug {
 static_assert(std::is_abstract_v<SubHalWithoutDebug> && !std::is_abstract_v<SubHal>,
               "debug is every sub-HAL's own");
 
-// Access to the wakelock's constructor is checked where the name of it stands.
+// The compiler checks access to the wakelock's constructor where it is named.
 #define MAKES_WAKELOCKS(CLASS)                                                               \
     class CLASS {                                                                            \
       public:                                                                                \

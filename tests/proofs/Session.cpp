@@ -70,7 +70,7 @@ void Session::expect(Part part, bool good, const std::string& what) {
 void Session::settle() {
     // Without a single sensor the library has no thread.
     if (mListed.empty()) return;
-    if (!mHub.waitIdle()) expect(kStanding, false, "stands still");
+    if (!mHub.waitIdle()) expect(kHanging, false, "hangs");
 }
 
 bool Session::delivers(int handle, const std::string& record) {

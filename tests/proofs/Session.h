@@ -30,15 +30,15 @@ class Session {
         kMessages,
         kFiles,
         kDumps,
-        kStanding  // the library stands still
+        kHanging  // the poll thread
     };
 
     /** @param loaded runs before the library's first call */
     explicit Session(const std::function<void(void* library)>& loaded = {});
 
-    /** Answers a bit for each part that did not do all that it has to. */
+    /** Returns a bit for each part that failed. */
     uint32_t round();
-    /** What round() missed first, in words. */
+    /** The first failure of the last round(). */
     const std::string& complaint() const { return mComplaint; }
 
     testing_support::LoadedSubHal& subHal() { return mSubHal; }

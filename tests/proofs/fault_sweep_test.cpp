@@ -163,10 +163,10 @@ void setSubject(int fd, const std::string& subject) {
 struct Redirected {
     const char* symbol;
     void* replacement;
-    void** next;  ///< receives what stood there
+    void** next;  ///< receives the original function
 };
 
-/** Stands in a call's place. A variable argument comes as a plain one does. */
+/** Replaces a call. A variable argument is passed as a plain one is. */
 template <Kind kKind, typename Function, typename Next = Function>
 struct Call;
 template <Kind kKind, typename Next, typename Result, typename First, typename... Rest>
@@ -330,9 +330,9 @@ std::vector<Point> choosePoints(const std::vector<Point>& calls, bool all) {
     return points;
 }
 
-/** What is looked at once, at the start, can be lost: one thing with one device. */
+/** What the library reads only at the start can be lost: one part with one device. */
 bool mayCost(const Point& point, uint32_t lost) {
-    if (point.phase != kStart || (lost & 1U << Session::kStanding) != 0) return false;
+    if (point.phase != kStart || (lost & 1U << Session::kHanging) != 0) return false;
     if (strstr(point.subject, "sensor_spec") != nullptr) return true;
     const uint32_t parts = lost & ~(1U << Session::kCatalogue);
     // The context sensor's device carries the messages, the housekeeping one both of the others.
@@ -341,7 +341,7 @@ bool mayCost(const Point& point, uint32_t lost) {
     return (parts & (parts - 1)) == 0 || (parts & ~kHousekeeping) == 0 || (parts & ~kTalk) == 0;
 }
 
-/** What is wrong with a child's end, in words. */
+/** Why a child's end is wrong, or an empty text. */
 std::string judge(const Point& point, const Outcome& outcome, int status) {
     if (point.isFatal() && WIFSIGNALED(status) && WTERMSIG(status) == SIGABRT) return "";
     if (WIFSIGNALED(status)) return std::string("ended by ") + strsignal(WTERMSIG(status));

@@ -1,6 +1,6 @@
-// Requests at once. Two of them: wherever the first one stands still, at one of its log lines or
-// hub accesses, what is left in the end is what one of the two orders leaves. Then all of them
-// together, while events stream and the proxy restarts: it is the thread sanitizer that looks on.
+// Concurrent requests. First in pairs: one stops at each of its log lines and hub accesses while
+// the other runs, and the result must be that of one of the two orders. Then all at once, while
+// events stream and the proxy restarts, for the thread sanitizer.
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -32,9 +32,9 @@ using testing_support::sample;
 constexpr int kVdis = 38;
 constexpr size_t kRegion = 104 * 8;
 
-thread_local int tPlacesToPass = -1;  // before the calling thread stands still
+thread_local int tPlacesToPass = -1;  // before the calling thread stops
 
-/** Where one thread stands still until it is released. */
+/** Stops one thread until it is released. */
 class Gate {
   public:
     enum class State { kRunning, kStopped, kReleased };
@@ -50,7 +50,7 @@ class Gate {
         std::unique_lock<std::mutex> lock(mLock);
         mChanged.wait(lock, [this] { return mState == State::kReleased; });
     }
-    /** Whether the thread stands still; false when it got to the end. */
+    /** Whether the thread has stopped; false when it has ended. */
     bool waitStopped() {
         std::unique_lock<std::mutex> lock(mLock);
         mChanged.wait(lock, [this] { return mState != State::kRunning; });
@@ -139,17 +139,17 @@ class Crossing : public testing::Test {
         return false;
     }
 
-    std::string lastTold() {
+    std::string lastRequests() {
         std::string enable;
         std::string batch;
-        for (const std::string& line : subHal.told())
+        for (const std::string& line : subHal.requests())
             (line[0] == 'e' ? enable : batch) = line;
         return enable + ", " + batch;
     }
 
-    /** What the hub was told last, who gets events, and what the row makes of another report. */
+    /** The hub's last requests, who gets events, and the requests that another report causes. */
     std::string outcome() {
-        std::string text = lastTold();
+        std::string text = lastRequests();
         subHal.proxy().take();
         EXPECT_TRUE(deliver());
         text += subHal.proxy().take().empty() ? "" : ", proxy";
@@ -157,7 +157,7 @@ class Crossing : public testing::Test {
         subHal.hal().unregisterDirectChannel(channel);
         channel = subHal.openChannel(client);
         config(kVdis, RateLevel::NORMAL);
-        return text + ", then " + lastTold();
+        return text + ", then " + lastRequests();
     }
 
     LoadedSubHal subHal;
@@ -196,7 +196,7 @@ TEST_F(Crossing, LeavesWhatOneOfTheTwoOrdersLeaves) {
                         ended.set_value();
                     });
                     waitAsleep(otherId);
-                    // A batch request holds up nobody, however long the hub takes for it.
+                    // A batch request delays no other, however long the hub takes.
                     if (std::string(first.name, 5) == "batch") {
                         EXPECT_EQ(ended.get_future().wait_for(std::chrono::seconds(5)),
                                   std::future_status::ready)
@@ -215,7 +215,7 @@ TEST_F(Crossing, LeavesWhatOneOfTheTwoOrdersLeaves) {
                     ++stops;
                     const std::string left = outcome();
                     EXPECT_TRUE(left == allowed[0] || left == allowed[1])
-                        << '"' << first.name << "\" stood still at its place " << place << ", \""
+                        << '"' << first.name << "\" stopped at its place " << place << ", \""
                         << second.name << "\" came, start " << start << "\n left:  " << left
                         << "\n either " << allowed[0] << "\n or     " << allowed[1];
                     if (HasFailure()) return;

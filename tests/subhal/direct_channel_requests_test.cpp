@@ -32,7 +32,7 @@ constexpr int32_t kNormal = 1;
 constexpr int32_t kFast = 2;
 constexpr int32_t kVeryFast = 3;
 
-using Answer = std::pair<Result, int32_t>;
+using Reply = std::pair<Result, int32_t>;
 
 using Lines = std::vector<std::string>;
 
@@ -47,10 +47,10 @@ class DirectChannels : public testing::Test, protected testing_support::LoadedSu
 
     DirectChannels() : LoadedSubHal(sensors()) { initialize(); }
 
-    Answer config(int32_t sensor, int32_t channel, int32_t rate) {
-        const auto answer =
+    Reply config(int32_t sensor, int32_t channel, int32_t rate) {
+        const auto reply =
             host_proxy::configDirectReport(hal(), sensor, channel, static_cast<RateLevel>(rate));
-        return {answer.result, answer.value};
+        return {reply.result, reply.value};
     }
 };
 
@@ -60,17 +60,17 @@ TEST_F(DirectChannels, RegistrationLogsWhatItWasGiven) {
     const auto add = [&](int type, int format, uint32_t size, const native_handle_t* handle) {
         const SharedMemInfo mem{static_cast<SharedMemType>(type),
                                 static_cast<SharedMemFormat>(format), size, handle};
-        const auto answer = host_proxy::registerDirectChannel(hal(), mem);
-        return Answer(answer.result, answer.value);
+        const auto reply = host_proxy::registerDirectChannel(hal(), mem);
+        return Reply(reply.result, reply.value);
     };
-    EXPECT_EQ(add(1, 1, 1000, given.get()), Answer(Result::OK, 1));
+    EXPECT_EQ(add(1, 1, 1000, given.get()), Reply(Result::OK, 1));
     std::ostringstream line;
     line << "I convertFromSharedMemInfo type: 1 format: 1 memout size: 1000 handle: "
          << given.get();
     EXPECT_LOG("I registerDirectChannel++", line.str(), "I addDirectChannel++", "I mem->type 1",
                "I mem->type ASHMEM", "I addDirectChannel 1");
 
-    const Answer refused(Result::BAD_VALUE, -1);
+    const Reply refused(Result::BAD_VALUE, -1);
     EXPECT_EQ(add(2, 1, 1000, given.get()), refused);
     EXPECT_TRUE(LogCapture::contains("E type is not supported: 2"));
     EXPECT_EQ(add(0, 1, 1000, given.get()), refused);
@@ -84,16 +84,16 @@ TEST_F(DirectChannels, RegistrationLogsWhatItWasGiven) {
 TEST_F(DirectChannels, RefusedConfigurations) {
     const Client client;
     const int32_t channel = openChannel(client);
-    const Answer bad(Result::BAD_VALUE, -22);
+    const Reply bad(Result::BAD_VALUE, -22);
     for (const int32_t level : {-1, 4})
-        EXPECT_EQ(config(kVdis, channel, level), Answer(Result::BAD_VALUE, 0));
+        EXPECT_EQ(config(kVdis, channel, level), Reply(Result::BAD_VALUE, 0));
     for (const int32_t sensor : {0, -1, -2, 73, 12345, 2, kAccelerometer})
         EXPECT_EQ(config(sensor, channel, kNormal), bad) << sensor;
     LogCapture::take();
     EXPECT_EQ(config(kVdis, 9, kNormal), bad);
     EXPECT_LOG("I configDirectReport 38 9 1", "I configDirectChannel 38 9 1",
                "I mDirectChannel not found");
-    EXPECT_EQ(told(), Lines{});
+    EXPECT_EQ(requests(), Lines{});
 }
 
 /** Expected requests and results, by rules of the test's own. */
@@ -124,12 +124,12 @@ struct Model {
                std::to_string(latencyNs);
     }
     /** Handles of the sensors that this leaves without a channel, as a removal logs them. */
-    std::string stopAll(int32_t channel, Lines* told) {
+    std::string stopAll(int32_t channel, Lines* sent) {
         std::string handles;
         for (auto& [handle, sensor] : sensors) {
             if (sensor.rates.erase(channel) == 0 || !sensor.rates.empty()) continue;
             handles += std::to_string(handle) + ",";
-            if (!sensor.enabled) told->push_back(enable(handle, false));
+            if (!sensor.enabled) sent->push_back(enable(handle, false));
         }
         return handles;
     }
@@ -185,7 +185,7 @@ TEST_F(DirectChannels, RandomRequestsAgainstAModel) {
             }
             case 6:
                 EXPECT_EQ(config(-1, channel, kStop),
-                          isKnown ? Answer(Result::OK, 0) : Answer(Result::BAD_VALUE, -22));
+                          isKnown ? Reply(Result::OK, 0) : Reply(Result::BAD_VALUE, -22));
                 model.stopAll(channel, &expected);
                 break;
             case 7:
@@ -202,9 +202,9 @@ TEST_F(DirectChannels, RandomRequestsAgainstAModel) {
                 break;
             default: {
                 const int32_t rate = pick({kStop, kNormal, kFast, kVeryFast});
-                const Answer good(Result::OK, rate == kStop ? 0 : handle);
+                const Reply good(Result::OK, rate == kStop ? 0 : handle);
                 EXPECT_EQ(config(handle, channel, rate),
-                          isKnown ? good : Answer(Result::BAD_VALUE, -22));
+                          isKnown ? good : Reply(Result::BAD_VALUE, -22));
                 if (!isKnown) break;
                 sensor.rates.erase(channel);
                 if (rate == kStop) break;  // leaves the sensor on
@@ -213,7 +213,7 @@ TEST_F(DirectChannels, RandomRequestsAgainstAModel) {
                 expected.push_back(model.batch(handle));
             }
         }
-        Lines actual = told();
+        Lines actual = requests();
         std::sort(actual.begin(), actual.end());  // initialize removes in any order
         std::sort(expected.begin(), expected.end());
         ASSERT_EQ(actual, expected);
@@ -226,7 +226,7 @@ TEST_F(DirectChannels, RowsKeepWhatTheDriverRefused) {
     ASSERT_EQ(hal().activate(kVdis, true), Result::OK);
     hub().failIoctl("/dev/batch_io", EIO);
     ASSERT_EQ(hal().batch(kVdis, 10000000, 0), Result::BAD_VALUE);
-    ASSERT_EQ(config(kVdis, channel, kNormal), Answer(Result::OK, kVdis));
+    ASSERT_EQ(config(kVdis, channel, kNormal), Reply(Result::OK, kVdis));
     EXPECT_EQ(hub().device(kVdis).periodNs, 10000000);  // shorter than the channel's 20 ms
 }
 

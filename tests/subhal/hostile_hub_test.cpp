@@ -1,4 +1,4 @@
-// What a bad hub or a machine without means must not do to the poll thread.
+// The poll thread on a faulty hub and on a machine without resources.
 
 #include <gtest/gtest.h>
 #include <pthread.h>
@@ -221,7 +221,7 @@ TEST_F(HostileHub, ACountThatIsTooHighHoldsUpNobody) {
 
 }  // namespace
 
-// In the C library's place: what the poll thread asks for.
+// Replaces the C library's: notes the poll thread's pauses.
 extern "C" __attribute__((visibility("default"))) int nanosleep(const struct timespec* time,
                                                                 struct timespec* left) {
     char name[16] = "";

@@ -20,13 +20,13 @@ gralloc1_device_t gDevice;
 alloc_device_t gAllocator;
 
 bool has(const std::string& what) {
-    return gFake->told.count("-" + what) == 0;
+    return gFake->results.count("-" + what) == 0;
 }
 
 int note(const std::string& call) {
     gFake->calls.push_back(call);
-    const auto answer = gFake->told.find(call.substr(0, call.find(' ')));
-    return answer == gFake->told.end() ? 0 : answer->second;
+    const auto result = gFake->results.find(call.substr(0, call.find(' ')));
+    return result == gFake->results.end() ? 0 : result->second;
 }
 
 /** With the counter of the first record, which is cleared before the memory is given back. */
@@ -92,9 +92,9 @@ gralloc1_function_pointer_t functionOf(gralloc1_device_t*, int32_t number) {
     return has(std::to_string(number)) ? functions.at(number) : nullptr;
 }
 
-void capabilitiesOf(gralloc1_device_t*, uint32_t* room, int32_t* answer) {
+void capabilitiesOf(gralloc1_device_t*, uint32_t* room, int32_t* result) {
     const auto& own = gFake->capabilities;
-    std::copy_n(own.begin(), std::min<size_t>(*room, own.size()), answer);
+    std::copy_n(own.begin(), std::min<size_t>(*room, own.size()), result);
     *room = static_cast<uint32_t>(own.size());
 }
 
@@ -106,7 +106,7 @@ int openDevice(const hw_module_t*, const char* name, hw_device_t** opened) {
 
 }  // namespace
 
-FakeGralloc::FakeGralloc(int majorVersion, const Told& answers) : told(answers) {
+FakeGralloc::FakeGralloc(int majorVersion, const Results& given) : results(given) {
     gFake = this;
     gModule.common.module_api_version = static_cast<uint16_t>(majorVersion << 8);
 }

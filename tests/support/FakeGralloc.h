@@ -9,17 +9,18 @@
 
 namespace testing_support {
 
-/** The process's graphics allocator: notes every call, and answers 0 unless told. One at a time. */
+/** The process's graphics allocator: notes every call, and returns 0 or the result given. One at a
+ * time. */
 struct FakeGralloc {
-    using Told = std::map<std::string, int>;
+    using Results = std::map<std::string, int>;
 
-    /** `answers` by a call's first word; "-device" and the like are missing. */
-    FakeGralloc(int majorVersion, const Told& answers);
+    /** `given`: results by a call's first word; "-device" and the like are missing. */
+    FakeGralloc(int majorVersion, const Results& given);
     FakeGralloc(const FakeGralloc&) = delete;
     FakeGralloc& operator=(const FakeGralloc&) = delete;
     ~FakeGralloc();
 
-    Told told;
+    Results results;
     std::vector<int32_t> capabilities;
     std::vector<std::string> calls;
     const native_handle_t* handle = nullptr;  // of the last register or retain

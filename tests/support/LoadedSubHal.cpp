@@ -57,7 +57,7 @@ int32_t LoadedSubHal::openChannel(const ClientMemory& memory) {
     return host_proxy::registerDirectChannel(hal(), shared).value;
 }
 
-std::vector<std::string> LoadedSubHal::told() {
+std::vector<std::string> LoadedSubHal::requests() {
     std::vector<std::string> lines;
     for (const Request& request : mHub.requests()) {
         EXPECT_EQ(request.error, 0);

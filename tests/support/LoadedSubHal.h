@@ -46,7 +46,7 @@ class LoadedSubHal {
     int32_t openChannel(const ClientMemory& memory);
 
     /** "enable HANDLE VALUE" and "batch HANDLE PERIOD LATENCY" lines since the last call. */
-    std::vector<std::string> told();
+    std::vector<std::string> requests();
 
     /** Ends the library; its destructor's log can be read afterwards. */
     bool unload();

@@ -149,25 +149,6 @@ def fits_a_terminal():
     return faults
 
 
-def stale_tree_is_swept():
-    """What a killed process left goes at the next start, but not what another one uses."""
-    with tempfile.TemporaryDirectory() as directory:
-        env = dict(os.environ, TMPDIR=directory)
-        long_run = [PROGRAM, "--sim", "watch", "1"]
-        with start(long_run, env=env, stdout=subprocess.PIPE) as killed, \
-                start(long_run, env=env, stdout=subprocess.PIPE) as living:
-            killed.stdout.readline()
-            living.stdout.readline()
-            killed.kill()
-            killed.wait()
-            for name in os.listdir(directory):
-                os.utime(os.path.join(directory, name), (0, 0))
-            subprocess.run([PROGRAM, "--sim", "list"], env=env, stdout=subprocess.DEVNULL)
-            left = os.listdir(directory)
-            living.terminate()
-        return [] if len(left) == 1 and not os.listdir(directory) else ["left: %s" % left]
-
-
 def six_at_once():
     """Each has a hub of its own."""
     command = [PROGRAM, "--sim", "--quiet", "watch", "1@100", "--count", "30"]
@@ -647,7 +628,6 @@ ROWS = {
           for number in (signal.SIGINT, signal.SIGHUP)],
         Row("list", 130, stdout="hung", signals=[signal.SIGINT, signal.SIGINT]),
         Row("watch 1 --count 100000", -signal.SIGKILL, signals=[signal.SIGKILL], watched=False),
-        stale_tree_is_swept,
         six_at_once,
     ],
 }
