@@ -1,4 +1,4 @@
-// SimulatedHub's answers to the redirected calls.
+// The calls that are redirected to SimulatedHub.
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -9,7 +9,6 @@
 #include <cstring>
 #include <utility>
 
-#include "simulator/IioDevice.h"
 #include "simulator/NodePaths.h"
 #include "simulator/RequestParser.h"
 #include "simulator/SignalGenerator.h"
@@ -20,11 +19,7 @@ namespace {
 
 constexpr size_t kSysfsPage = 4096;  // one read or write of an attribute moves no more
 
-int accessOf(int fd) {
-    return fcntl(fd, F_GETFL) & O_ACCMODE;
-}
-
-/** The kernel looks at an attribute's mode even for root. */
+/** The kernel checks an attribute's mode even for root. */
 bool permits(mode_t mode, int flags) {
     const int access = flags & O_ACCMODE;
     return (access == O_WRONLY || (mode & 0444) != 0) && (access == O_RDONLY || (mode & 0222) != 0);
@@ -50,25 +45,25 @@ int SimulatedHub::enterDirectory(const std::string& path) {
     return mFaults.next(Call::kOpen, path);
 }
 
-SimulatedHub::Visit SimulatedHub::visit(Call call, uint32_t number) {
+SimulatedHub::Visit SimulatedHub::visit(Call call, void* node) {
     std::lock_guard<std::mutex> lock(mMutex);
-    const Node& node = mNodes[number - 1];
-    return {node, mFaults.next(call, node.path), node.handler};
+    const Node& visited = *static_cast<Node*>(node);
+    return {visited, mFaults.next(call, visited.path), visited.handler};
 }
 
-int SimulatedHub::open(const std::string& path, int flags, mode_t mode, uint32_t* number) {
+int SimulatedHub::open(const std::string& path, int flags, mode_t mode, void** node) {
     {
         std::lock_guard<std::mutex> lock(mMutex);
-        *number = nodeNumber(path);
+        *node = &nodeAt(path);
     }
-    const Visit opened = visit(Call::kOpen, *number);
+    const Visit opened = visit(Call::kOpen, *node);
     if (opened.fault != 0) return -opened.fault;
     if (const int error = prepareOpen(opened, flags)) return -error;
     if (isKernelNode(path)) flags &= ~(O_CREAT | O_TRUNC | O_EXCL);
     const int fd = real::open(mTree.real(path).c_str(), flags, mode);
     if (fd < 0) return -errno;
-    if (opened.node.kind != NodeKind::kRecords) return fd;
-    // A lock on the open file binds other processes too, and goes with its last descriptor.
+    if (!opened.node.isRecordDevice()) return fd;
+    // A lock on the open file binds other processes too, and ends with its last descriptor.
     if (flock(fd, LOCK_EX | LOCK_NB) != 0) {
         real::close(fd);
         return -EBUSY;
@@ -91,8 +86,9 @@ int SimulatedHub::prepareOpen(const Visit& visit, int flags) const {
     return visit.handler != nullptr && visit.handler->onOpen ? visit.handler->onOpen(flags) : 0;
 }
 
-ssize_t SimulatedHub::read(uint32_t number, int fd, void* buffer, size_t size) {
-    const Visit visited = visit(Call::kRead, number);
+ssize_t SimulatedHub::read(void* node, int fd, void* buffer, size_t size) {
+    const Visit visited = visit(Call::kRead, node);
+    IioDevice* device = visited.node.device;
     if (visited.fault != 0) return -visited.fault;
     const bool attribute = isAttribute(visited.node.path);
     if (attribute) size = std::min(size, kSysfsPage);
@@ -101,28 +97,13 @@ ssize_t SimulatedHub::read(uint32_t number, int fd, void* buffer, size_t size) {
         if (attribute && got > 0) lseek(fd, got, SEEK_CUR);
         return got;
     }
-    if (visited.node.kind == NodeKind::kRecords) {
-        return readRecords(*visited.node.device, fd, buffer, size);
+    if (visited.node.isRecordDevice()) return readRecords(*device, fd, buffer, size);
+    if (device != nullptr) {
+        std::lock_guard<std::mutex> lock(mMutex);
+        return readText(fd, (device->*visited.node.text)(), buffer, size);
     }
-    if (const auto text = stateText(visited.node)) return readText(fd, *text, buffer, size);
     const ssize_t got = real::read(fd, buffer, size);
     return got < 0 ? -errno : got;
-}
-
-std::optional<std::string> SimulatedHub::stateText(const Node& node) const {
-    std::lock_guard<std::mutex> lock(mMutex);
-    switch (node.kind) {
-        case NodeKind::kBufferLength:
-            return node.device->lengthText();
-        case NodeKind::kBufferWatermark:
-            return node.device->watermarkText();
-        case NodeKind::kBufferEnable:
-            return node.device->bufferEnabledText();
-        case NodeKind::kDataAvailable:
-            return node.device->dataAvailableText();
-        default:
-            return std::nullopt;
-    }
 }
 
 ssize_t SimulatedHub::readRecords(IioDevice& device, int fd, void* buffer, size_t size) {
@@ -142,12 +123,17 @@ ssize_t SimulatedHub::readRecords(IioDevice& device, int fd, void* buffer, size_
     return result;
 }
 
-ssize_t SimulatedHub::write(uint32_t number, int fd, const void* buffer, size_t size) {
-    const Visit visited = visit(Call::kWrite, number);
+ssize_t SimulatedHub::write(void* node, int fd, const void* buffer, size_t size) {
+    const Visit visited = visit(Call::kWrite, node);
     const bool attribute = isAttribute(visited.node.path);
     if (attribute) size = std::min(size, kSysfsPage);
-    Request request = parse(visited.node, std::string(static_cast<const char*>(buffer), size));
-    request.access = accessOf(fd);
+    const std::string bytes(static_cast<const char*>(buffer), size);
+    Request request;
+    request.bytes = bytes;
+    if (visited.node.parse != nullptr) request = visited.node.parse(bytes);
+    if (visited.node.device != nullptr) request.handle = visited.node.device->handle();
+    request.path = visited.node.path;
+    request.access = fcntl(fd, F_GETFL) & O_ACCMODE;
     if (attribute) request.offset = lseek(fd, 0, SEEK_CUR);
     ssize_t result = static_cast<ssize_t>(size);
     if (request.access == O_RDONLY) {
@@ -155,15 +141,15 @@ ssize_t SimulatedHub::write(uint32_t number, int fd, const void* buffer, size_t 
     } else if (visited.fault != 0) {
         request.error = visited.fault;
     } else if (attribute && size == 0) {
-        return 0;  // does not get as far as the driver
+        return 0;  // does not reach the driver
     } else if (visited.handler != nullptr && visited.handler->onWrite) {
         result = visited.handler->onWrite(request.bytes);
         request.error = result < 0 ? static_cast<int>(-result) : 0;
-    } else if (visited.node.kind == NodeKind::kPlain) {
+    } else if (visited.node.parse == nullptr) {
         result = real::write(fd, buffer, size);
         request.error = result < 0 ? errno : 0;
     } else if (request.error == 0) {
-        apply(visited.node, &request);
+        apply(&request);
     }
     const int error = request.error;
     if (attribute && error == 0) lseek(fd, static_cast<off_t>(request.offset + result), SEEK_SET);
@@ -171,107 +157,76 @@ ssize_t SimulatedHub::write(uint32_t number, int fd, const void* buffer, size_t 
     return error != 0 ? -error : result;
 }
 
-Request SimulatedHub::parse(const Node& node, const std::string& bytes) const {
-    Request request;
-    switch (node.kind) {
-        case NodeKind::kEnable:
-            request = parseEnable(bytes, mHandles);
-            break;
-        case NodeKind::kFlush:
-            request = parseFlush(bytes, mHandles);
-            break;
-        case NodeKind::kInjection:
-            request = parseInjection(bytes, mHandles);
-            break;
-        case NodeKind::kBufferLength:
-            request = parseBufferNumber(Request::Kind::kBufferLength, bytes);
-            break;
-        case NodeKind::kBufferWatermark:
-            request = parseBufferNumber(Request::Kind::kBufferWatermark, bytes);
-            break;
-        case NodeKind::kBufferEnable:
-            request = parseBufferEnable(bytes);
-            break;
-        case NodeKind::kPlain:
-            request.bytes = bytes;
-            break;
-        default:
-            request.bytes = bytes;
-            request.error = EINVAL;
-            break;
+void SimulatedHub::apply(Request* request) {
+    const bool on = request->enable == 1;
+    IioDevice* device = find(request->handle);
+    if (device == nullptr) {
+        request->error = EINVAL;
+        return;
     }
-    if (node.device != nullptr) request.handle = node.device->handle();
-    request.path = node.path;
-    return request;
-}
-
-void SimulatedHub::apply(const Node& node, Request* request) {
     {
         std::lock_guard<std::mutex> lock(mMutex);
         switch (request->kind) {
             case Request::Kind::kEnable:
-                find(request->handle)->enabled = request->enable == 1;
+                device->enabled = on;
                 break;
             case Request::Kind::kBatch:
-                find(request->handle)->periodNs = request->periodNs;
-                find(request->handle)->latencyNs = request->latencyNs;
+                device->periodNs = request->periodNs;
+                device->latencyNs = request->latencyNs;
                 break;
             case Request::Kind::kBufferLength:
-                request->error = node.device->setLength(request->value);
+                request->error = device->setLength(request->value);
                 break;
             case Request::Kind::kBufferWatermark:
-                request->error = node.device->setWatermark(request->value);
+                request->error = device->setWatermark(request->value);
                 break;
             case Request::Kind::kBufferEnable:
-                request->error = node.device->setBufferEnabled(request->enable == 1);
+                request->error = device->setBufferEnabled(on);
                 break;
             default:
                 break;
         }
     }
-    if (mGenerator != nullptr && request->error == 0) notifyGenerator(*request);
-}
-
-void SimulatedHub::notifyGenerator(const Request& request) {
-    if (request.kind == Request::Kind::kEnable) {
-        mGenerator->setEnabled(request.handle, request.enable == 1);
-    } else if (request.kind == Request::Kind::kBatch) {
-        mGenerator->setRate(request.handle, request.periodNs, request.latencyNs);
-    } else if (request.kind == Request::Kind::kFlush) {
-        mGenerator->flush(request.handle);
+    if (mGenerator == nullptr) return;
+    if (request->kind == Request::Kind::kEnable) {
+        mGenerator->setEnabled(request->handle, on);
+    } else if (request->kind == Request::Kind::kBatch) {
+        mGenerator->setRate(request->handle, request->periodNs, request->latencyNs);
+    } else if (request->kind == Request::Kind::kFlush) {
+        mGenerator->flush(request->handle);
     }
 }
 
-int SimulatedHub::ioctl(uint32_t number, int fd, unsigned long ioctlNumber, void* argument) {
-    const Visit visited = visit(Call::kIoctl, number);
-    const Node& node = visited.node;
+int SimulatedHub::ioctl(void* node, int fd, unsigned long ioctlNumber, void* argument) {
+    const Visit visited = visit(Call::kIoctl, node);
+    const bool isBatch = visited.node.path == kBatchPath;
     Request request;
     request.kind = Request::Kind::kIoctl;
     request.ioctlNumber = static_cast<uint32_t>(ioctlNumber);  // the kernel sees 32 bits of it
-    if (node.kind == NodeKind::kBatch) request = parseBatch(ioctlNumber, argument, mHandles);
-    if (node.device != nullptr) request.handle = node.device->handle();
-    request.path = node.path;
-    request.access = accessOf(fd);
+    if (isBatch) request = parseBatch(ioctlNumber, argument);
+    if (visited.node.device != nullptr) request.handle = visited.node.device->handle();
+    request.path = visited.node.path;
+    request.access = fcntl(fd, F_GETFL) & O_ACCMODE;
     int result = 0;
     if (visited.fault != 0) {
         request.error = visited.fault;
     } else if (visited.handler != nullptr && visited.handler->onIoctl) {
         result = visited.handler->onIoctl(ioctlNumber, argument);
         request.error = result < 0 ? -result : 0;
-    } else if (node.kind == NodeKind::kBatch) {
-        if (request.error == 0) apply(node, &request);
-    } else {
-        request.error = node.kind == NodeKind::kRecords ? ENODEV : ENOTTY;
+    } else if (!isBatch) {
+        request.error = visited.node.isRecordDevice() ? ENODEV : ENOTTY;
+    } else if (request.error == 0) {
+        apply(&request);
     }
     const int error = request.error;
     keep(std::move(request));
     return error != 0 ? -error : result;
 }
 
-int SimulatedHub::close(uint32_t number) {
+int SimulatedHub::close(void* node) {
     std::lock_guard<std::mutex> lock(mMutex);
-    const Node& closed = mNodes[number - 1];
-    if (closed.kind == NodeKind::kRecords) --closed.device->openCount;
+    const Node& closed = *static_cast<Node*>(node);
+    if (closed.isRecordDevice()) --closed.device->openCount;
     return mFaults.next(Call::kClose, closed.path);
 }
 

@@ -2,16 +2,10 @@
 
 namespace simulator {
 
-void Faults::add(Call call, const std::string& path, int error, int nth, int count) {
-    mFaults[{call, path}].push_back({error, nth - 1, count});
-}
-
 int Faults::next(Call call, const std::string& path) {
-    if (mFaults.empty()) return 0;
-    const auto found = mFaults.find({call, path});
-    if (found == mFaults.end()) return 0;
     int error = 0;
-    for (Fault& fault : found->second) {
+    for (Fault& fault : mFaults) {
+        if (fault.call != call || fault.path != path) continue;
         if (fault.pass > 0) {
             --fault.pass;
         } else if (error == 0 && fault.remaining != 0) {

@@ -1,21 +1,21 @@
 #pragma once
 
-#include <map>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace simulator {
 
 enum class Call { kOpen, kRead, kWrite, kIoctl, kClose, kPoll };
 
-/** Calls that are to fail. Not thread-safe by itself. */
+/** Calls that are to fail. Not thread-safe. */
 class Faults {
   public:
     static constexpr int kForever = -1;
 
     /** From the nth matching call on, `count` calls fail with `error`. */
-    void add(Call call, const std::string& path, int error, int nth, int count);
+    void add(Call call, const std::string& path, int error, int nth, int count) {
+        mFaults.push_back({call, path, error, nth - 1, count});
+    }
 
     /** Counts one call; the errno with which it is to fail, or 0. */
     int next(Call call, const std::string& path);
@@ -24,12 +24,14 @@ class Faults {
 
   private:
     struct Fault {
+        Call call;
+        std::string path;
         int error;
         int pass;       ///< calls that still pass
         int remaining;  ///< calls that still fail, or kForever
     };
 
-    std::map<std::pair<Call, std::string>, std::vector<Fault>> mFaults;
+    std::vector<Fault> mFaults;
 };
 
 }  // namespace simulator

@@ -1,78 +1,47 @@
-// The calls on paths, and poll, beside those of the tap; see there.
-
-#include "simulator/FileRedirection.h"
+// Replacements for further calls that a simulated hub needs: those on paths, and poll.
 
 #include <poll.h>
 
-#include <atomic>
 #include <cerrno>
 
-#include "simulator/NextFunction.h"
-#include "simulator/NodePaths.h"
+#include "simulator/FileTap.h"
 
 namespace simulator {
 namespace {
-
-std::atomic<FileBackend*> gBackend{nullptr};
-
-FileBackend* backend() {
-    return gBackend.load(std::memory_order_acquire);
-}
 
 NextFunction<int(const char*)> gUnlink("unlink");
 NextFunction<int(const char*, int)> gAccess("access");
 NextFunction<int(const char*, void*)> gStat("stat");
 NextFunction<int(const char*, void*)> gStat64("stat64");
-NextFunction<int(const char*, void*)> gStat64Time64("__stat64_time64");  // not on each target
+NextFunction<int(const char*, void*)> gStat64Time64("__stat64_time64");  // not on every target
 NextFunction<int(struct pollfd*, nfds_t, int)> gPoll("poll");
 
 __attribute__((constructor)) void lookUpAll() {
     lookUp(gUnlink, gAccess, gStat, gStat64, gStat64Time64, gPoll);
 }
 
-/** Makes the call on the path that `path` stands for. */
+/** Makes the call on the real path of `path`. */
 template <typename Function, typename... Arguments>
 int onRealPath(NextFunction<Function>& call, const char* path, Arguments... arguments) {
-    FileBackend* hub = backend();
-    const std::string inHub = hub != nullptr ? hubPath(path) : "";
-    if (inHub.empty()) return call.get()(path, arguments...);
-    return call.get()(hub->realPath(inHub).c_str(), arguments...);
+    std::string inHub;
+    TappedFiles* hub = tappedFiles(path, &inHub);
+    if (hub == nullptr) return call(path, arguments...);
+    return call(hub->realPath(inHub).c_str(), arguments...);
 }
 
-bool watchesHub(const struct pollfd* fds, nfds_t count) {
+/** The tap if one of the hub's descriptors is among these, else null. */
+TappedFiles* tappedFilesOf(const struct pollfd* fds, nfds_t count) {
     for (nfds_t i = 0; i < count; ++i) {
-        if (isTapped(fds[i].fd)) return true;
+        if (TappedFiles* hub = tappedFiles(fds[i].fd)) return hub;
     }
-    return false;
+    return nullptr;
 }
 
 }  // namespace
 
-DIR* FileBackend::openDirectory(const std::string& hubPath) {
-    const int error = enterDirectory(hubPath);
-    if (error == 0) return real::opendir(realPath(hubPath).c_str());
-    errno = error;
-    return nullptr;
-}
-
-int FileBackend::remove(const std::string& hubPath) {
-    return real::remove(realPath(hubPath).c_str()) == 0 ? 0 : -errno;
-}
-
-bool installBackend(FileBackend* newBackend) {
-    if (!tapFiles(newBackend)) return false;
-    gBackend.store(newBackend);
-    return true;
-}
-
-void removeBackend() {
-    gBackend.store(nullptr);
-    untapFiles();
-}
-
 extern "C" {
 
-/** Named by the link options, so that a program takes this file from the archive in any case. */
+/** Named by the link options, so that the linker always takes this file from the archive. */
 extern const int simulatorFileRedirection;
 const int simulatorFileRedirection = 1;
 
@@ -103,13 +72,13 @@ int redirectedStat64Time64(const char* path, void* status) {
 
 int redirectedPoll(struct pollfd* fds, nfds_t count, int timeout) __asm__("poll");
 int redirectedPoll(struct pollfd* fds, nfds_t count, int timeout) {
-    FileBackend* hub = backend();
-    if (hub == nullptr || !watchesHub(fds, count)) return gPoll.get()(fds, count, timeout);
+    TappedFiles* hub = tappedFilesOf(fds, count);
+    if (hub == nullptr) return gPoll(fds, count, timeout);
     if (const int error = hub->enterPoll()) {
         errno = error;
         return -1;
     }
-    const int result = gPoll.get()(fds, count, timeout);
+    const int result = gPoll(fds, count, timeout);
     const int savedErrno = errno;
     hub->leavePoll();
     errno = savedErrno;

@@ -1,10 +1,10 @@
-// The C library's calls, defined anew in the program so that they come before the library's own.
-// They run in every thread from before main() to after it, so everything they touch is constant
-// initialised and a program that taps nothing pays one load per call.
+// Replacements for calls of the C library. They run in every thread from before main() to after
+// it, so everything they touch is constant initialised and a program without a tap pays one load
+// per call.
 //
-// Each has a name of its own here and the call's as its label: C libraries declare these calls
-// differently, and fortified headers wrap them. An argument that a call need not have comes as a
-// plain one does, with no meaning then.
+// Each function has its own name and the call's name as its label: C libraries declare these calls
+// differently, and fortified headers wrap them. An optional argument is declared as a plain one and
+// has no meaning when the caller omits it.
 
 #include "simulator/FileTap.h"
 
@@ -14,7 +14,6 @@
 #include <atomic>
 #include <cerrno>
 
-#include "simulator/NextFunction.h"
 #include "simulator/NodePaths.h"
 
 namespace simulator {
@@ -23,54 +22,42 @@ namespace {
 constexpr int kMaxDescriptors = 65536;
 
 std::atomic<TappedFiles*> gFiles{nullptr};
-std::array<std::atomic<uint32_t>, kMaxDescriptors> gNodes{};
+std::array<std::atomic<void*>, kMaxDescriptors> gNodes{};
 std::atomic<CallObserver*> gObserver{nullptr};
 
-TappedFiles* tapped() {
-    return gFiles.load(std::memory_order_acquire);
-}
-
-/** Runs `tell` on the observer, if there is one, without touching errno. */
-template <typename Tell>
-void tellObserver(Tell tell) {
+/** Calls the observer's `event`, if there is an observer, without touching errno. */
+template <typename... Parameters, typename... Arguments>
+void observe(void (CallObserver::*event)(Parameters...), const Arguments&... arguments) {
     CallObserver* observer = gObserver.load(std::memory_order_acquire);
     if (observer == nullptr) return;
     const int saved = errno;
-    tell(*observer);
+    (observer->*event)(arguments...);
     errno = saved;
 }
 
-NextFunction<int(const char*, int, ...)> gOpen("open");
 NextFunction<int(int, const char*, int, ...)> gOpenAt("openat");
 NextFunction<DIR*(const char*)> gOpendir("opendir");
 NextFunction<int(const char*)> gRemove("remove");
-NextFunction<ssize_t(int, void*, size_t)> gRead("read");
-NextFunction<ssize_t(int, const void*, size_t)> gWrite("write");
 NextFunction<int(int, unsigned long, ...)> gIoctl("ioctl");
-NextFunction<int(int)> gClose("close");
 
 __attribute__((constructor)) void lookUpAll() {
-    lookUp(gOpen, gOpenAt, gOpendir, gRemove, gRead, gWrite, gIoctl, gClose);
+    lookUp(real::open, gOpenAt, gOpendir, gRemove, real::read, real::write, gIoctl, real::close);
 }
 
-uint32_t nodeOf(int fd) {
-    if (fd < 0 || fd >= kMaxDescriptors) return 0;
+/** What the descriptor was opened with; null for an ordinary one. */
+void* nodeOf(int fd) {
+    if (fd < 0 || fd >= kMaxDescriptors) return nullptr;
     return gNodes[static_cast<size_t>(fd)].load(std::memory_order_acquire);
 }
 
-void setNode(int fd, uint32_t node) {
+void setNode(int fd, void* node) {
     if (fd < 0 || fd >= kMaxDescriptors) return;
     gNodes[static_cast<size_t>(fd)].store(node, std::memory_order_release);
 }
 
-/** What stands behind the descriptor, null for an ordinary one. */
-TappedFiles* tapped(int fd) {
-    return nodeOf(fd) != 0 ? tapped() : nullptr;
-}
-
-/** A number handed out by an ordinary open cannot stand for a hub's file any more. */
+/** The number may have been one of the hub's, whose close bypassed the tap. */
 int ordinary(int fd) {
-    if (nodeOf(fd) != 0) setNode(fd, 0);
+    if (nodeOf(fd) != nullptr) setNode(fd, nullptr);
     return fd;
 }
 
@@ -86,20 +73,20 @@ Result orErrno(Result result) {
     return result >= 0 ? result : -errno;
 }
 
-/** Opens one of the hub's files. False when it is none. */
+/** Opens one of the hub's files. Returns false for any other path. */
 bool openTapped(const char* path, int flags, mode_t mode, int* result) {
-    TappedFiles* files = tapped();
-    const std::string inHub = files != nullptr ? hubPath(path) : "";
-    if (inHub.empty()) return false;
-    uint32_t node = 0;
+    std::string inHub;
+    TappedFiles* files = tappedFiles(path, &inHub);
+    if (files == nullptr) return false;
+    void* node = nullptr;
     const int fd = files->open(inHub, flags, mode, &node);
     if (fd >= 0) setNode(fd, node);
-    tellObserver([&](CallObserver& observer) { observer.opened(inHub, flags, fd); });
+    observe(&CallObserver::opened, inHub, flags, fd);
     *result = withErrno(fd);
     return true;
 }
 
-/** There is a mode only when a file may be created. */
+/** A mode is passed only if a file may be created. */
 mode_t modeFor(int flags, mode_t mode) {
     const bool creates = (flags & O_CREAT) != 0 || (flags & O_TMPFILE) == O_TMPFILE;
     return creates ? mode : 0;
@@ -107,27 +94,23 @@ mode_t modeFor(int flags, mode_t mode) {
 
 }  // namespace
 
-int TappedFiles::open(const std::string& path, int flags, mode_t mode, uint32_t* node) {
-    *node = 1;
+NextFunction<int(const char*, int, ...)> real::open("open");
+NextFunction<ssize_t(int, void*, size_t)> real::read("read");
+NextFunction<ssize_t(int, const void*, size_t)> real::write("write");
+NextFunction<int(int)> real::close("close");
+
+int TappedFiles::open(const std::string& path, int flags, mode_t mode, void** node) {
+    *node = this;
     return orErrno(real::open(path.c_str(), flags, mode));
 }
-ssize_t TappedFiles::read(uint32_t, int fd, void* buffer, size_t size) {
+ssize_t TappedFiles::read(void*, int fd, void* buffer, size_t size) {
     return orErrno(real::read(fd, buffer, size));
 }
-ssize_t TappedFiles::write(uint32_t, int fd, const void* buffer, size_t size) {
+ssize_t TappedFiles::write(void*, int fd, const void* buffer, size_t size) {
     return orErrno(real::write(fd, buffer, size));
 }
-int TappedFiles::ioctl(uint32_t, int fd, unsigned long request, void* argument) {
-    return orErrno(gIoctl.get()(fd, request, argument));
-}
-int TappedFiles::close(uint32_t) {
-    return 0;
-}
-DIR* TappedFiles::openDirectory(const std::string& path) {
-    return real::opendir(path.c_str());
-}
-int TappedFiles::remove(const std::string& path) {
-    return orErrno(real::remove(path.c_str()));
+int TappedFiles::ioctl(void*, int fd, unsigned long request, void* argument) {
+    return orErrno(gIoctl(fd, request, argument));
 }
 
 bool tapFiles(TappedFiles* files) {
@@ -138,41 +121,27 @@ bool tapFiles(TappedFiles* files) {
 void untapFiles() {
     gFiles.store(nullptr);
     for (auto& node : gNodes)
-        node.store(0, std::memory_order_release);
+        node.store(nullptr, std::memory_order_release);
+}
+
+TappedFiles* tappedFiles(int fd) {
+    return nodeOf(fd) != nullptr ? gFiles.load(std::memory_order_acquire) : nullptr;
+}
+
+TappedFiles* tappedFiles(const char* path, std::string* inHub) {
+    TappedFiles* files = gFiles.load(std::memory_order_acquire);
+    if (files == nullptr) return nullptr;
+    *inHub = hubPath(path);
+    return inHub->empty() ? nullptr : files;
 }
 
 void observeCalls(CallObserver* observer) {
     gObserver.store(observer);
 }
 
-bool isTapped(int fd) {
-    return nodeOf(fd) != 0;
-}
-
-namespace real {
-ssize_t read(int fd, void* buffer, size_t size) {
-    return gRead.get()(fd, buffer, size);
-}
-ssize_t write(int fd, const void* buffer, size_t size) {
-    return gWrite.get()(fd, buffer, size);
-}
-int open(const char* path, int flags, mode_t mode) {
-    return gOpen.get()(path, flags, mode);
-}
-int close(int fd) {
-    return gClose.get()(fd);
-}
-DIR* opendir(const char* path) {
-    return gOpendir.get()(path);
-}
-int remove(const char* path) {
-    return gRemove.get()(path);
-}
-}  // namespace real
-
 extern "C" {
 
-/** Named by the link options, so that a program takes this file from the archive in any case. */
+/** Named by the link options, so that the linker always takes this file from the archive. */
 extern const int simulatorFileTap;
 const int simulatorFileTap = 1;
 
@@ -192,7 +161,7 @@ int tapOpenAt(int directory, const char* path, int flags, mode_t mode) {
     const bool fromRoot = path != nullptr && (path[0] == '/' || directory == AT_FDCWD);
     int fd = -1;
     if (fromRoot && openTapped(path, flags, mode, &fd)) return fd;
-    return ordinary(gOpenAt.get()(directory, path, flags, mode));
+    return ordinary(gOpenAt(directory, path, flags, mode));
 }
 int tapOpenAt64(int, const char*, int, mode_t) __asm__("openat64") __attribute__((alias("openat")));
 
@@ -203,10 +172,10 @@ int tapCreat(const char* path, mode_t mode) {
 
 ssize_t tapRead(int fd, void* buffer, size_t size) __asm__("read");
 ssize_t tapRead(int fd, void* buffer, size_t size) {
-    TappedFiles* files = tapped(fd);
+    TappedFiles* files = tappedFiles(fd);
     if (files == nullptr) return real::read(fd, buffer, size);
     const ssize_t result = files->read(nodeOf(fd), fd, buffer, size);
-    tellObserver([&](CallObserver& observer) { observer.wasRead(fd, buffer, size, result); });
+    observe(&CallObserver::wasRead, fd, buffer, size, result);
     return withErrno(result);
 }
 
@@ -218,10 +187,10 @@ ssize_t tapReadChecked(int fd, void* buffer, size_t size, size_t room) {
 
 ssize_t tapWrite(int fd, const void* buffer, size_t size) __asm__("write");
 ssize_t tapWrite(int fd, const void* buffer, size_t size) {
-    TappedFiles* files = tapped(fd);
+    TappedFiles* files = tappedFiles(fd);
     if (files == nullptr) return real::write(fd, buffer, size);
     const ssize_t result = files->write(nodeOf(fd), fd, buffer, size);
-    tellObserver([&](CallObserver& observer) { observer.written(fd, buffer, size, result); });
+    observe(&CallObserver::written, fd, buffer, size, result);
     return withErrno(result);
 }
 
@@ -232,26 +201,25 @@ ssize_t tapWriteChecked(int fd, const void* buffer, size_t size, size_t room) {
     return tapWrite(fd, buffer, size);
 }
 
-// Not every C library takes a long; the upper half is then undefined.
+// Some C libraries take an int, which leaves the upper half undefined.
 int tapIoctl(int fd, uint32_t request, void* argument) __asm__("ioctl");
 int tapIoctl(int fd, uint32_t request, void* argument) {
-    TappedFiles* files = tapped(fd);
-    if (files == nullptr) return gIoctl.get()(fd, request, argument);
+    TappedFiles* files = tappedFiles(fd);
+    if (files == nullptr) return gIoctl(fd, request, argument);
     const int result = files->ioctl(nodeOf(fd), fd, request, argument);
-    tellObserver(
-        [&](CallObserver& observer) { observer.controlled(fd, request, argument, result); });
+    observe(&CallObserver::controlled, fd, request, argument, result);
     return withErrno(result);
 }
-// Called on 32-bit targets by programs that are built for late times.
+// Called on 32-bit targets by programs with 64-bit time_t.
 int tapIoctlTime64(int, uint32_t, void*) __asm__("__ioctl_time64") __attribute__((alias("ioctl")));
 
 int tapClose(int fd) __asm__("close");
 int tapClose(int fd) {
     int error = 0;
-    if (const uint32_t node = nodeOf(fd)) {
-        tellObserver([&](CallObserver& observer) { observer.closing(fd); });
-        setNode(fd, 0);
-        TappedFiles* files = tapped();
+    if (void* node = nodeOf(fd)) {
+        TappedFiles* files = tappedFiles(fd);
+        observe(&CallObserver::closing, fd);
+        setNode(fd, nullptr);
         if (files != nullptr) error = files->close(node);
     }
     const int result = real::close(fd);
@@ -262,22 +230,23 @@ int tapClose(int fd) {
 
 DIR* tapOpendir(const char* path) __asm__("opendir");
 DIR* tapOpendir(const char* path) {
-    TappedFiles* files = tapped();
-    const std::string inHub = files != nullptr ? hubPath(path) : "";
-    if (inHub.empty()) return real::opendir(path);
-    DIR* directory = files->openDirectory(inHub);
-    const int result = directory != nullptr ? 0 : -errno;
-    tellObserver([&](CallObserver& observer) { observer.openedDirectory(inHub, result); });
+    std::string inHub;
+    TappedFiles* files = tappedFiles(path, &inHub);
+    if (files == nullptr) return gOpendir(path);
+    const int error = files->enterDirectory(inHub);
+    DIR* directory = error == 0 ? gOpendir(files->realPath(inHub).c_str()) : nullptr;
+    if (error != 0) errno = error;
+    observe(&CallObserver::openedDirectory, inHub, directory != nullptr ? 0 : -errno);
     return directory;
 }
 
 int tapRemove(const char* path) __asm__("remove");
 int tapRemove(const char* path) {
-    TappedFiles* files = tapped();
-    const std::string inHub = files != nullptr ? hubPath(path) : "";
-    if (inHub.empty()) return real::remove(path);
-    const int result = files->remove(inHub);
-    tellObserver([&](CallObserver& observer) { observer.removed(inHub, result); });
+    std::string inHub;
+    TappedFiles* files = tappedFiles(path, &inHub);
+    if (files == nullptr) return gRemove(path);
+    const int result = orErrno(gRemove(files->realPath(inHub).c_str()));
+    observe(&CallObserver::removed, inHub, result);
     return withErrno(result);
 }
 

@@ -3,44 +3,52 @@
 #include <dirent.h>
 #include <sys/types.h>
 
-#include <cstdint>
 #include <string>
+
+#include "simulator/NextFunction.h"
 
 namespace simulator {
 
 /**
- * What stands behind the tapped calls on the hub's files: by itself, the machine's own files.
- * Results are the call's own, with a negative errno in place of -1. Called on whatever thread makes
- * the call.
+ * Handles the tapped calls on the hub's files; this base passes them to the machine's own files.
+ * Results are the call's own, with a negative errno in place of -1. Runs on the calling thread.
  */
 class TappedFiles {
   public:
     virtual ~TappedFiles() = default;
 
-    /** Opens; `*node` becomes a number above 0 by which the descriptor's later calls come back. */
-    virtual int open(const std::string& hubPath, int flags, mode_t mode, uint32_t* node);
-    virtual ssize_t read(uint32_t node, int fd, void* buffer, size_t size);
-    virtual ssize_t write(uint32_t node, int fd, const void* buffer, size_t size);
-    virtual int ioctl(uint32_t node, int fd, unsigned long request, void* argument);
-    /** The descriptor is about to be closed; an errno here becomes the result of the close. */
-    virtual int close(uint32_t node);
-    /** Null with errno when it cannot be opened. */
-    virtual DIR* openDirectory(const std::string& hubPath);
-    virtual int remove(const std::string& hubPath);
+    virtual std::string realPath(const std::string& hubPath) const { return hubPath; }
+    /** Called before a directory is opened; an errno becomes the result. */
+    virtual int enterDirectory(const std::string& /*hubPath*/) { return 0; }
+    /** Opens; sets `*node`, never to null, which the descriptor's later calls are passed. */
+    virtual int open(const std::string& hubPath, int flags, mode_t mode, void** node);
+    virtual ssize_t read(void* node, int fd, void* buffer, size_t size);
+    virtual ssize_t write(void* node, int fd, const void* buffer, size_t size);
+    virtual int ioctl(void* node, int fd, unsigned long request, void* argument);
+    /** Called before the descriptor is closed; an errno becomes the result of the close. */
+    virtual int close(void* /*node*/) { return 0; }
+    /** A poll of at least one of the hub's descriptors begins; an errno ends it at once. */
+    virtual int enterPoll() { return 0; }
+    virtual void leavePoll() {}
 };
 
 /**
- * Directs the process's calls on the hub's files to `files` from now on. False when others are
- * installed. Every other path and descriptor passes untouched.
+ * Directs the process's calls on the hub's files to `files` from now on. Returns false if others
+ * are installed. Calls on every other path and descriptor are unchanged.
  */
 bool tapFiles(TappedFiles* files);
 
 /** Ends the tap; descriptors still open become ordinary ones. */
 void untapFiles();
 
+/** The tap if `fd` is one of the hub's, else null. */
+TappedFiles* tappedFiles(int fd);
+/** The tap if `path` is one of the hub's, whose absolute form `*inHub` becomes; else null. */
+TappedFiles* tappedFiles(const char* path, std::string* inHub);
+
 /**
- * Sees every tapped call right after it was made, on the thread that made it; results as above. Its
- * own calls on ordinary files are free.
+ * Sees every tapped call right after it was made, on the thread that made it; results as above. It
+ * may itself use ordinary files.
  */
 class CallObserver {
   public:
@@ -51,7 +59,7 @@ class CallObserver {
     virtual void wasRead(int fd, const void* buffer, size_t size, ssize_t result) = 0;
     virtual void written(int fd, const void* buffer, size_t size, ssize_t result) = 0;
     virtual void controlled(int fd, unsigned long request, const void* argument, int result) = 0;
-    /** Just before the descriptor's number can be given away anew. */
+    /** Before the close, which frees the descriptor's number. */
     virtual void closing(int fd) = 0;
     virtual void openedDirectory(const std::string& hubPath, int result) = 0;
     virtual void removed(const std::string& hubPath, int result) = 0;
@@ -60,17 +68,12 @@ class CallObserver {
 /** Shows the calls to `observer` from now on; null for none. It outlives all threads that call. */
 void observeCalls(CallObserver* observer);
 
-/** Whether the descriptor is one of the hub's. */
-bool isTapped(int fd);
-
 /** The C library's own functions, for use on tapped descriptors. */
 namespace real {
-ssize_t read(int fd, void* buffer, size_t size);
-ssize_t write(int fd, const void* buffer, size_t size);
-int open(const char* path, int flags, mode_t mode);
-int close(int fd);
-DIR* opendir(const char* path);
-int remove(const char* path);
+extern NextFunction<int(const char*, int, ...)> open;
+extern NextFunction<ssize_t(int, void*, size_t)> read;
+extern NextFunction<ssize_t(int, const void*, size_t)> write;
+extern NextFunction<int(int)> close;
 }  // namespace real
 
 }  // namespace simulator

@@ -2,11 +2,8 @@
 
 #include <fcntl.h>
 
-#include <algorithm>
 #include <cerrno>
-#include <condition_variable>
 #include <cstring>
-#include <mutex>
 #include <utility>
 
 #include "simulator/NodePaths.h"
@@ -23,7 +20,7 @@ constexpr size_t kReplyHead = 5;
 constexpr size_t kMaxReply = 4096;
 constexpr size_t kContextData = 56;
 
-/** What is wrong with the form of a reply to a request of `operation`; empty when nothing is. */
+/** The error in the form of a reply to a request of `operation`; empty if there is none. */
 std::string complaint(const std::string& bytes, int operation) {
     if (bytes.size() < kReplyHead || bytes.size() > kMaxReply) {
         return "reply of " + std::to_string(bytes.size()) + " bytes";
@@ -43,81 +40,28 @@ std::string complaint(const std::string& bytes, int operation) {
 
 }  // namespace
 
-/** The firmware's memory. */
-class HubServices::State {
-  public:
-    ssize_t giveRequest(void* buffer, size_t size) {
-        const std::lock_guard<std::mutex> lock(mMutex);
-        const size_t count = std::min(size, mRequest.size());
-        std::memcpy(buffer, mRequest.data(), count);
-        return static_cast<ssize_t>(count);
+ssize_t HubServices::State::takeWrite(const std::string& bytes) {
+    const Lock lock(mutex);
+    if (bytes == std::string(1, kReadySignal)) {
+        ready = true;
+    } else {
+        const std::string wrong =
+            operation < 0 ? "reply without a request" : complaint(bytes, operation);
+        if (!wrong.empty()) violations.push_back(wrong);
+        if (!wrong.empty()) return -EINVAL;
+        reply = bytes;
+        operation = -1;
     }
+    changed.notify_all();
+    return static_cast<ssize_t>(bytes.size());
+}
 
-    ssize_t takeWrite(const std::string& bytes) {
-        const std::lock_guard<std::mutex> lock(mMutex);
-        if (bytes == std::string(1, kReadySignal)) {
-            mReady = true;
-        } else {
-            const std::string wrong =
-                mOperation < 0 ? "reply without a request" : complaint(bytes, mOperation);
-            if (!wrong.empty()) mViolations.push_back(wrong);
-            if (!wrong.empty()) return -EINVAL;
-            mReply = bytes;
-            mOperation = -1;
-        }
-        mChanged.notify_all();
-        return static_cast<ssize_t>(bytes.size());
-    }
-
-    ssize_t takeMessage(const std::string& bytes) {
-        const std::lock_guard<std::mutex> lock(mMutex);
-        mMessages.push_back(bytes);
-        return static_cast<ssize_t>(bytes.size());
-    }
-
-    void setRequest(int operation, const std::string& text) {
-        const std::lock_guard<std::mutex> lock(mMutex);
-        mOperation = operation;
-        mRequest = text;
-        mReply.reset();
-    }
-
-    bool waitReady(Milliseconds timeout) {
-        std::unique_lock<std::mutex> lock(mMutex);
-        return mChanged.wait_for(lock, timeout, [this] { return mReady; });
-    }
-
-    std::optional<std::string> takeReply() {
-        const std::lock_guard<std::mutex> lock(mMutex);
-        return std::exchange(mReply, std::nullopt);
-    }
-
-    std::vector<std::string> violations() {
-        const std::lock_guard<std::mutex> lock(mMutex);
-        return mViolations;
-    }
-
-    std::vector<std::string> messages() {
-        const std::lock_guard<std::mutex> lock(mMutex);
-        return mMessages;
-    }
-
-  private:
-    std::mutex mMutex;  // guards all that follows
-    std::condition_variable mChanged;
-    bool mReady = false;
-    int mOperation = -1;  // of the request without reply, -1 for none
-    std::string mRequest;
-    std::optional<std::string> mReply;
-    std::vector<std::string> mViolations;
-    std::vector<std::string> mMessages;
-};
-
-HubServices::HubServices(SimulatedHub& hub) : mHub(hub), mState(std::make_shared<State>()) {
+HubServices::HubServices(SimulatedHub& hub) : mHub(hub) {
     NodeHandler fileManager;
     fileManager.onOpen = [](int flags) { return (flags & O_ACCMODE) == O_RDWR ? 0 : EACCES; };
     fileManager.onRead = [state = mState](void* buffer, size_t size) {
-        return state->giveRequest(buffer, size);
+        const Lock lock(state->mutex);
+        return copyText(state->request, buffer, size);
     };
     fileManager.onWrite = [state = mState](const std::string& bytes) {
         return state->takeWrite(bytes);
@@ -126,7 +70,9 @@ HubServices::HubServices(SimulatedHub& hub) : mHub(hub), mState(std::make_shared
 
     NodeHandler messages;
     messages.onWrite = [state = mState](const std::string& bytes) {
-        return state->takeMessage(bytes);
+        const Lock lock(state->mutex);
+        state->messages.push_back(bytes);
+        return static_cast<ssize_t>(bytes.size());
     };
     mHub.setHandler(kMessagePath, std::move(messages));
 
@@ -134,10 +80,9 @@ HubServices::HubServices(SimulatedHub& hub) : mHub(hub), mState(std::make_shared
     setDumpContent("");
 }
 
-HubServices::~HubServices() = default;
-
 bool HubServices::waitReady(Milliseconds timeout) {
-    return mState->waitReady(timeout);
+    std::unique_lock<std::mutex> lock(mState->mutex);
+    return mState->changed.wait_for(lock, timeout, [this] { return mState->ready; });
 }
 
 bool HubServices::pushCommand(uint8_t command, int type, int count) {
@@ -147,16 +92,23 @@ bool HubServices::pushCommand(uint8_t command, int type, int count) {
 }
 
 bool HubServices::postRequest(int operation, const std::string& text) {
-    mState->setRequest(operation, text);
+    {
+        const Lock lock(mState->mutex);
+        mState->operation = operation;
+        mState->request = text;
+        mState->reply.reset();
+    }
     return pushCommand(kFileManagerCommand, operation, 0);
 }
 
 std::optional<std::string> HubServices::takeReply() {
-    return mState->takeReply();
+    const Lock lock(mState->mutex);
+    return std::exchange(mState->reply, std::nullopt);
 }
 
 std::vector<std::string> HubServices::violations() const {
-    return mState->violations();
+    const Lock lock(mState->mutex);
+    return mState->violations;
 }
 
 void HubServices::setDumpContent(const std::string& bytes) {
@@ -178,15 +130,14 @@ bool HubServices::pushContext(int32_t size, uint16_t begin, uint16_t end, const 
                               int64_t timestampNs) {
     std::string field = data;
     field.resize(kContextData);
-    RecordBuilder head;
-    head.i32(size).u16(begin).u16(end);
-    RecordBuilder tail;
-    tail.i64(timestampNs);
-    return mHub.push(kContextHandle, head.bytes() + field + tail.bytes());
+    RecordBuilder record;
+    record.i32(size).u16(begin).u16(end).text(field).i64(timestampNs);
+    return mHub.push(kContextHandle, record.bytes());
 }
 
 std::vector<std::string> HubServices::messages() const {
-    return mState->messages();
+    const Lock lock(mState->mutex);
+    return mState->messages;
 }
 
 }  // namespace simulator

@@ -2,8 +2,10 @@
 
 #include <array>
 #include <chrono>
+#include <condition_variable>
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -13,9 +15,9 @@
 namespace simulator {
 
 /**
- * What the hub's firmware does of its own accord: asks the host for file access, has dumps saved,
- * talks about contexts and takes byte messages. Build it before the library is loaded, which opens
- * the message device at once. Any thread may call; the handlers stay when this object is gone.
+ * What the hub's firmware does by itself: it requests file access and dumps from the host, reports
+ * contexts and receives byte messages. Build it before the library is loaded, which opens the
+ * message device at once. Any thread may call; the handlers remain after this object's end.
  */
 class HubServices {
   public:
@@ -26,27 +28,24 @@ class HubServices {
     static constexpr int kRemove = 2;
 
     explicit HubServices(SimulatedHub& hub);
-    ~HubServices();
-    HubServices(const HubServices&) = delete;
-    HubServices& operator=(const HubServices&) = delete;
 
     // File manager. --------------------------------------------------------------------------
 
-    /** Waits for the host's ready signal. False on time-out. */
+    /** Waits for the host's ready signal. Returns false on time-out. */
     bool waitReady(Milliseconds timeout = Milliseconds(5000));
 
     /** Puts a request into the control file, drops an earlier reply and wakes the host. */
     bool postRequest(int operation, const std::string& text);
-    /** The reply to the last request as it came, none while there is none. */
+    /** The bytes of the reply to the last request, once. */
     std::optional<std::string> takeReply();
 
-    /** What the host did against the protocol, in words. */
+    /** Descriptions of the host's protocol errors. */
     std::vector<std::string> violations() const;
 
     // Dumps. ---------------------------------------------------------------------------------
 
     void setDumpContent(const std::string& bytes);
-    /** Asks the host to save the dump and to keep `count` of its type (both 0 to 255). */
+    /** Requests that the host save the dump and keep `count` of its type (both 0 to 255). */
     bool requestDump(int type, int count);
 
     // Contexts. ------------------------------------------------------------------------------
@@ -58,16 +57,28 @@ class HubServices {
 
     // Messages. ------------------------------------------------------------------------------
 
-    /** Byte messages received, each as it came in one write. */
+    /** Byte messages received, one per write. */
     std::vector<std::string> messages() const;
 
   private:
-    class State;
+    struct State {
+        ssize_t takeWrite(const std::string& bytes);
+
+        std::mutex mutex;  // guards all that follows
+        std::condition_variable changed;
+        bool ready = false;
+        int operation = -1;  // of the request without reply, -1 for none
+        std::string request;
+        std::optional<std::string> reply;
+        std::vector<std::string> violations;
+        std::vector<std::string> messages;
+    };
+    using Lock = std::lock_guard<std::mutex>;
 
     bool pushCommand(uint8_t command, int type, int count);
 
     SimulatedHub& mHub;
-    std::shared_ptr<State> mState;  // shared with the handlers
+    std::shared_ptr<State> mState = std::make_shared<State>();  // shared with the handlers
 };
 
 }  // namespace simulator

@@ -14,9 +14,9 @@ namespace simulator {
 namespace {
 
 constexpr size_t kMaxRecord = 4096;       // one packet of a FIFO
-constexpr uint64_t kMaxBuffer = 4 << 20;  // the most that the kernel allocates in one piece
+constexpr uint64_t kMaxBuffer = 4 << 20;  // the kernel's largest allocation
 
-/** Records for which a kfifo of this length has room. */
+/** How many records a kfifo of this length holds. */
 uint64_t capacityOf(uint32_t length) {
     uint64_t capacity = 2;
     while (capacity < length)
@@ -34,22 +34,22 @@ IioDevice::~IioDevice() {
 }
 
 bool IioDevice::attach(const std::string& path) {
-    // Also open for reading, so that the open does not wait for a reader and a reader's close does
-    // not break the FIFO. O_DIRECT is refused at open here, but taken afterwards.
+    // Open for reading too, so that the open does not wait for a reader and a reader's close does
+    // not break the FIFO. The open would refuse O_DIRECT, fcntl() accepts it.
     mFifo = ::open(path.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
     return mFifo >= 0 && fcntl(mFifo, F_SETFL, O_NONBLOCK | O_DIRECT) == 0;
 }
 
 std::string IioDevice::devicePath() const {
-    return recordDevicePath(mNumber);
+    return "/dev/iio:device" + std::to_string(mNumber);
 }
 
 std::string IioDevice::attributePath(const std::string& attribute) const {
-    return iioAttributePath(mNumber, attribute);
+    return kIioDirectory + ("iio:device" + std::to_string(mNumber)) + "/" + attribute;
 }
 
 DeviceState IioDevice::state() const {
-    return {mNumber, enabled, mBufferEnabled, periodNs, latencyNs, mRecords.size()};
+    return {mNumber, enabled, periodNs, latencyNs, mRecords.size()};
 }
 
 int IioDevice::setLength(uint32_t length) {
@@ -114,23 +114,16 @@ void IioDevice::remove() {
     settle();
 }
 
-void IioDevice::emptyFifo() {
-    mInFifo = 0;
-    char packet;
-    while (real::read(mFifo, &packet, 1) > 0) {
-    }
-}
-
 void IioDevice::settle() {
-    // The watermark holds only while the buffer is on.
+    // The watermark applies only while the buffer is on.
     const size_t wanted = mBufferEnabled ? mWatermark : 1;
-    const bool ready = mRecords.size() >= wanted;
-    if (mInFifo > (ready ? mRecords.size() : 0)) emptyFifo();
-    if (!ready) return;
-    while (mInFifo < mRecords.size()) {
+    const size_t shown = mRecords.size() >= wanted ? mRecords.size() : 0;
+    char packet;
+    for (; mInFifo > shown; --mInFifo)
+        real::read(mFifo, &packet, 1);
+    for (; mInFifo < shown; ++mInFifo) {
         const std::string& record = mRecords[mInFifo];
         if (real::write(mFifo, record.data(), record.size()) < 0) return;
-        ++mInFifo;
     }
 }
 

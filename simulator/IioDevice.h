@@ -7,15 +7,23 @@
 #include <optional>
 #include <string>
 
-#include "simulator/DeviceState.h"
 #include "simulator/KnownSensors.h"
 
 namespace simulator {
 
+/** State of one sensor and its device. */
+struct DeviceState {
+    int number = -1;       ///< of "/dev/iio:deviceN"; -1 for a handle without device
+    bool enabled = false;  ///< by the hub's enable file
+    int64_t periodNs = 0;
+    int64_t latencyNs = 0;
+    size_t queued = 0;  ///< unread records
+};
+
 /**
- * One IIO device with its buffer. The record device is a FIFO in packet mode that shows each record
- * as a packet while the buffer is ready to be read, so that poll() tells the truth; a FIFO holds
- * few packets, so the rest waits in memory and moves up with every read. Not thread-safe by itself.
+ * One IIO device with its buffer. The record device is a FIFO in packet mode that has one packet
+ * per record while the buffer is ready to be read, so that poll() works; a FIFO holds few packets,
+ * so the other records wait in memory. Not thread-safe.
  */
 class IioDevice {
   public:
@@ -34,10 +42,11 @@ class IioDevice {
     std::string attributePath(const std::string& attribute) const;
     DeviceState state() const;
 
-    /** How the buffer's attributes answer a write of a value: 0 or an errno. */
+    // The buffer's attributes; 0 or an errno. ------------------------------------------------
+
     int setLength(uint32_t length);
     int setWatermark(uint32_t watermark);
-    /** Starts with an empty buffer, or keeps what is queued when stopped. Repeating is harmless. */
+    /** Enabling empties the buffer; disabling keeps what is queued. */
     int setBufferEnabled(bool enabled);
     std::string lengthText() const { return std::to_string(mLength) + "\n"; }
     std::string watermarkText() const { return std::to_string(mWatermark) + "\n"; }
@@ -46,19 +55,18 @@ class IioDevice {
 
     /** Appends a record; false when the buffer is off (unless `force`), full or gone. */
     bool push(const std::string& record, bool force = false);
-    /** Takes as many whole records as fit, at least one of the queued. EINVAL for a buffer smaller
-     *  than the first. */
+    /** Takes as many whole records as fit; -EINVAL if the first does not. One must be queued. */
     ssize_t take(void* buffer, size_t size);
     size_t queued() const { return mRecords.size(); }
-    /** poll() reports the device. */
+    /** Whether poll() reports the device. */
     bool isReadable() const { return mInFifo > 0; }
     bool wasEverEnabled() const { return mEverEnabled; }
 
-    /** Takes the device away, with all that is queued. */
+    /** Unregisters the device and drops all that is queued. */
     void remove();
     bool isRemoved() const { return mRemoved; }
 
-    // State that faults and requests leave.
+    // Set by faults and requests.
     std::optional<size_t> cutNext;
     std::optional<std::string> fixedDataAvailable;
     int openCount = 0;
@@ -68,21 +76,20 @@ class IioDevice {
     int64_t latencyNs = 0;
 
   private:
-    void emptyFifo();
-    /** Makes the FIFO show what poll() is to see. */
+    /** Brings the FIFO in line with the queue and the watermark. */
     void settle();
 
     const KnownSensor& mKnown;
     const SensorSpec mSpec;
     const int mNumber;
     int mFifo = -1;
-    uint32_t mLength = 2;  // the kernel's, before anything is written
+    uint32_t mLength = 2;  // the kernel's default
     uint32_t mWatermark = 1;
     bool mBufferEnabled = false;
     bool mEverEnabled = false;
     bool mRemoved = false;
     std::deque<std::string> mRecords;  // all that is queued
-    size_t mInFifo = 0;                // how many of them, from the front, are in the FIFO
+    size_t mInFifo = 0;                // how many of them have a packet in the FIFO
 };
 
 }  // namespace simulator

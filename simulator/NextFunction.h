@@ -7,9 +7,9 @@
 namespace simulator {
 
 /**
- * The next definition of a function behind the program's own, looked up once. Constant initialised,
- * and looked up before main(): dlsym() waits for the loader's lock, and a thread that first needed
- * it while dlclose() waits for that very thread would never get it.
+ * The next definition of a function after the program's own, looked up once. Constant initialised,
+ * and looked up before main(): dlsym() takes the loader's lock, so a first call during a dlclose()
+ * that waits for the calling thread would block forever.
  */
 template <typename Function>
 class NextFunction {
@@ -23,6 +23,11 @@ class NextFunction {
             mAddress.store(address, std::memory_order_release);
         }
         return reinterpret_cast<Function*>(address);
+    }
+
+    template <typename... Arguments>
+    auto operator()(Arguments... arguments) {
+        return get()(arguments...);
     }
 
   private:

@@ -18,19 +18,13 @@ constexpr const char* kReadOnly[] = {
 };
 constexpr const char* kWriteOnly[] = {kFlushPath, kRearEnablePath};
 
-bool startsWith(const std::string& text, const std::string& prefix) {
-    return text.compare(0, prefix.size(), prefix) == 0;
+bool startsWith(const char* text, const char* prefix) {
+    return std::strncmp(text, prefix, std::strlen(prefix)) == 0;
 }
 
 bool endsWith(const std::string& text, const std::string& suffix) {
     return text.size() >= suffix.size() &&
            text.compare(text.size() - suffix.size(), suffix.size(), suffix) == 0;
-}
-
-template <typename Paths>
-bool endsWithOneOf(const std::string& path, const Paths& endings) {
-    return std::any_of(std::begin(endings), std::end(endings),
-                       [&](const char* ending) { return endsWith(path, ending); });
 }
 
 std::string withoutRepeatedSlashes(const char* path) {
@@ -43,32 +37,23 @@ std::string withoutRepeatedSlashes(const char* path) {
 
 }  // namespace
 
-std::string recordDevicePath(int number) {
-    return "/dev/iio:device" + std::to_string(number);
-}
-
-std::string iioAttributePath(int number, const std::string& attribute) {
-    return kIioDirectory + ("iio:device" + std::to_string(number)) + "/" + attribute;
-}
-
 bool isAttribute(const std::string& path) {
-    return startsWith(path, "/sys/");
+    return startsWith(path.c_str(), "/sys/");
 }
 
 bool isKernelNode(const std::string& path) {
-    return isAttribute(path) || startsWith(path, "/dev/");
+    return isAttribute(path) || startsWith(path.c_str(), "/dev/");
 }
 
 mode_t attributeMode(const std::string& path) {
-    if (endsWithOneOf(path, kReadOnly)) return 0444;
-    return endsWithOneOf(path, kWriteOnly) ? 0200 : 0644;
+    const auto ends = [&path](const char* ending) { return endsWith(path, ending); };
+    if (std::any_of(std::begin(kReadOnly), std::end(kReadOnly), ends)) return 0444;
+    return std::any_of(std::begin(kWriteOnly), std::end(kWriteOnly), ends) ? 0200 : 0644;
 }
 
 std::string hubPath(const char* path) {
     if (path == nullptr) return {};
-    const auto begins = [path](const char* prefix) {
-        return std::strncmp(path, prefix, std::strlen(prefix)) == 0;
-    };
+    const auto begins = [path](const char* prefix) { return startsWith(path, prefix); };
     if (begins(kRelativePrefix)) return "/" + withoutRepeatedSlashes(path);
     if (std::none_of(std::begin(kPrefixes), std::end(kPrefixes), begins)) return {};
     return withoutRepeatedSlashes(path);

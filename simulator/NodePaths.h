@@ -6,7 +6,7 @@
 
 namespace simulator {
 
-// Every fixed path of the hub and its driver, in the simulator's own table.
+// Every fixed path of the hub and its driver; not taken from the library.
 constexpr char kSpecPath[] = "/sys/class/sensors/hbx_sensor/sensor_spec";
 constexpr char kEnablePath[] = "/sys/class/sensors/hbx_sensor/enable";
 constexpr char kFlushPath[] = "/sys/class/sensors/hbx_sensor/hbx_flush";
@@ -23,21 +23,16 @@ constexpr char kHbxInjectionPath[] = "/dev/hbx_data_injection";
 constexpr char kIioDirectory[] = "/sys/bus/iio/devices/";
 constexpr char kDataDirectory[] = "/data/vendor/sensorhub";
 
-/** "/dev/iio:deviceN" */
-std::string recordDevicePath(int number);
-/** "/sys/bus/iio/devices/iio:deviceN/" and `attribute`, for example "buffer/length" */
-std::string iioAttributePath(int number, const std::string& attribute);
-
-/** An attribute below /sys, where the mode binds even root. */
+/** Whether this is an attribute below /sys, where the mode binds even root. */
 bool isAttribute(const std::string& path);
-/** A node of the kernel, which can be neither created nor truncated. */
+/** Whether this is a node of the kernel, which can be neither created nor truncated. */
 bool isKernelNode(const std::string& path);
 /** The mode of an attribute: read-only, write-only, or both. */
 mode_t attributeMode(const std::string& path);
 
 /**
- * The path in absolute form when it is one of the hub's, else empty. One path of the hub is also
- * used relative to the root directory, "sys/class/sensors/...".
+ * The path in absolute form if it is one of the hub's, else empty. One path of the hub is also used
+ * relative to the root directory, "sys/class/sensors/...".
  */
 std::string hubPath(const char* path);
 

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <string>
 
 #include "simulator/NodePaths.h"
@@ -11,8 +12,8 @@ namespace simulator {
 
 /**
  * The light sensor at the device's back and its files below "/sys/class/sensors/als_rear". Build it
- * before the library is loaded, which looks once whether there is one. Any thread may call; the
- * files stay when this object is gone.
+ * before the library is loaded, which looks for it once. Any thread may call; the files remain
+ * after this object's end.
  */
 class RearLightSensor {
   public:
@@ -20,13 +21,10 @@ class RearLightSensor {
     static constexpr const char* kDataPath = kRearDataPath;
 
     explicit RearLightSensor(SimulatedHub& hub);
-    ~RearLightSensor();
-    RearLightSensor(const RearLightSensor&) = delete;
-    RearLightSensor& operator=(const RearLightSensor&) = delete;
 
     /** The next readings. (-2, -2) means nothing new, (-6, -6) a broken sensor. */
     void setChannels(int32_t a, int32_t b);
-    /** As setChannels(), with any text in the data file's place. */
+    /** As setChannels(), with any text as the data file's contents. */
     void setText(const std::string& text);
 
     bool isEnabled() const;
@@ -34,9 +32,15 @@ class RearLightSensor {
     int reads() const;
 
   private:
-    class State;
+    struct State {
+        std::mutex mutex;  // guards all that follows
+        bool enabled = false;
+        int reads = 0;
+        std::string text = "-2,-2\n";
+    };
+    using Lock = std::lock_guard<std::mutex>;
 
-    std::shared_ptr<State> mState;  // shared with the handlers
+    std::shared_ptr<State> mState = std::make_shared<State>();  // shared with the handlers
 };
 
 }  // namespace simulator

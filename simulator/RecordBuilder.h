@@ -6,7 +6,7 @@
 
 namespace simulator {
 
-/** Packs little-endian fields one behind the other, as the hub lays out its IIO records. */
+/** Packs little-endian fields without gaps, as in the hub's IIO records. */
 class RecordBuilder {
   public:
     RecordBuilder& u8(uint8_t value) { return put(value); }
@@ -17,6 +17,10 @@ class RecordBuilder {
     RecordBuilder& i64(int64_t value) { return put(value); }
     RecordBuilder& u64(uint64_t value) { return put(value); }
     RecordBuilder& f32(float value) { return put(value); }
+    RecordBuilder& text(const std::string& bytes) {
+        mBytes += bytes;
+        return *this;
+    }
 
     const std::string& bytes() const { return mBytes; }
 

@@ -5,7 +5,7 @@
 
 namespace simulator {
 
-/** One thing that the library asked of the hub's driver, accepted or rejected. */
+/** A request of the library to the hub's driver, accepted or refused. */
 struct Request {
     enum class Kind {
         kEnable,           ///< enable file: `handle`, `enable`
@@ -20,9 +20,9 @@ struct Request {
     };
 
     Kind kind = Kind::kWrite;
-    int error = 0;    ///< errno with which the driver refused it, 0 when it was accepted
-    int handle = -1;  ///< sensor handle, -1 when there is none or it could not be told
-    int enable = -1;  ///< 0 or 1, -1 where it has no meaning
+    int error = 0;    ///< errno of the refusal, 0 if it was accepted
+    int handle = -1;  ///< sensor handle, -1 if there is none or it is unreadable
+    int enable = -1;  ///< 0 or 1, -1 if it has no meaning
     uint32_t value = 0;
     int64_t periodNs = 0;
     int64_t latencyNs = 0;

@@ -18,8 +18,8 @@ struct BatchRecord {
 };
 static_assert(sizeof(BatchRecord) == 24);
 
-Request refused(Request request) {
-    request.error = EINVAL;
+Request refused(Request request, int error = EINVAL) {
+    request.error = error;
     return request;
 }
 
@@ -34,14 +34,14 @@ int decimal(const std::string& text) {
     return value;
 }
 
-/** Takes `terminator` off the end of `text`; false when it is not there. */
+/** Removes `terminator` from the end of `text`; returns false if it is not there. */
 bool takeTerminator(std::string* text, char terminator) {
     if (text->empty() || text->back() != terminator) return false;
     text->pop_back();
     return true;
 }
 
-/** The part of a write that the kernel's text functions see. */
+/** The part of a write that the kernel's string functions see. */
 std::string upToNul(const std::string& bytes) {
     return bytes.substr(0, bytes.find('\0'));
 }
@@ -51,51 +51,6 @@ Request make(Request::Kind kind, const std::string& bytes) {
     request.kind = kind;
     request.bytes = bytes;
     return request;
-}
-
-}  // namespace
-
-Request parseEnable(const std::string& bytes, const std::set<int>& handles) {
-    Request request = make(Request::Kind::kEnable, bytes);
-    std::string text = bytes;
-    if (!takeTerminator(&text, '\0') || text.size() < 2) return refused(request);
-    const int digit = text.back() - '0';
-    text.pop_back();
-    request.handle = decimal(text);
-    request.enable = digit;
-    if (digit != 0 && digit != 1) return refused(request);
-    return handles.count(request.handle) != 0 ? request : refused(request);
-}
-
-Request parseFlush(const std::string& bytes, const std::set<int>& handles) {
-    Request request = make(Request::Kind::kFlush, bytes);
-    std::string text = bytes;
-    if (!takeTerminator(&text, '\0')) return refused(request);
-    request.handle = decimal(text);
-    return handles.count(request.handle) != 0 ? request : refused(request);
-}
-
-Request parseBatch(unsigned long ioctlNumber, const void* record, const std::set<int>& handles) {
-    Request request = make(Request::Kind::kBatch, {});
-    request.ioctlNumber = static_cast<uint32_t>(ioctlNumber);
-    if ((request.ioctlNumber & ~0xFFUL) != kBatchRequest) {
-        request.error = ENOTTY;
-        return request;
-    }
-    request.handle = static_cast<int>(request.ioctlNumber & 0xFF);
-    if (record == nullptr) {
-        request.error = EFAULT;
-        return request;
-    }
-    BatchRecord batch;
-    std::memcpy(&batch, record, sizeof(batch));
-    request.bytes.assign(static_cast<const char*>(record), sizeof(batch));
-    request.periodNs = batch.delay;
-    request.latencyNs = batch.timeout;
-    request.flag = batch.flag;
-    const bool sound = batch.flag == 0 && batch.padding == 0 && batch.delay >= 0 &&
-                       batch.timeout >= 0 && handles.count(request.handle) != 0;
-    return sound ? request : refused(request);
 }
 
 Request parseBufferNumber(Request::Kind kind, const std::string& bytes) {
@@ -108,8 +63,53 @@ Request parseBufferNumber(Request::Kind kind, const std::string& bytes) {
     if (!isNumber) return refused(request);
     const uint64_t value = std::strtoull(text.c_str(), nullptr, 10);  // saturates
     request.value = static_cast<uint32_t>(value);
-    if (value > UINT32_MAX) request.error = ERANGE;
+    return value <= UINT32_MAX ? request : refused(request, ERANGE);
+}
+
+}  // namespace
+
+Request parseEnable(const std::string& bytes) {
+    Request request = make(Request::Kind::kEnable, bytes);
+    std::string text = bytes;
+    if (!takeTerminator(&text, '\0') || text.size() < 2) return refused(request);
+    const int digit = text.back() - '0';
+    text.pop_back();
+    request.handle = decimal(text);
+    request.enable = digit;
+    return digit == 0 || digit == 1 ? request : refused(request);
+}
+
+Request parseFlush(const std::string& bytes) {
+    Request request = make(Request::Kind::kFlush, bytes);
+    std::string text = bytes;
+    if (!takeTerminator(&text, '\0')) return refused(request);
+    request.handle = decimal(text);
     return request;
+}
+
+Request parseBatch(unsigned long ioctlNumber, const void* record) {
+    Request request = make(Request::Kind::kBatch, {});
+    request.ioctlNumber = static_cast<uint32_t>(ioctlNumber);
+    if ((request.ioctlNumber & ~0xFFUL) != kBatchRequest) return refused(request, ENOTTY);
+    request.handle = static_cast<int>(request.ioctlNumber & 0xFF);
+    if (record == nullptr) return refused(request, EFAULT);
+    BatchRecord batch;
+    std::memcpy(&batch, record, sizeof(batch));
+    request.bytes.assign(static_cast<const char*>(record), sizeof(batch));
+    request.periodNs = batch.delay;
+    request.latencyNs = batch.timeout;
+    request.flag = batch.flag;
+    const bool sound =
+        batch.flag == 0 && batch.padding == 0 && batch.delay >= 0 && batch.timeout >= 0;
+    return sound ? request : refused(request);
+}
+
+Request parseBufferLength(const std::string& bytes) {
+    return parseBufferNumber(Request::Kind::kBufferLength, bytes);
+}
+
+Request parseBufferWatermark(const std::string& bytes) {
+    return parseBufferNumber(Request::Kind::kBufferWatermark, bytes);
 }
 
 Request parseBufferEnable(const std::string& bytes) {
@@ -123,16 +123,20 @@ Request parseBufferEnable(const std::string& bytes) {
     } else if (text == "of" || first == '0' || first == 'n' || first == 'f') {
         request.enable = 0;
     } else {
-        request.error = EINVAL;
+        return refused(request);
     }
     return request;
 }
 
-Request parseInjection(const std::string& bytes, const std::set<int>& handles) {
+Request parseInjection(const std::string& bytes) {
     Request request = make(Request::Kind::kInjection, bytes);
     if (bytes.size() < 2 || bytes[0] != 1) return refused(request);
     request.handle = static_cast<unsigned char>(bytes[1]);
-    return handles.count(request.handle) != 0 ? request : refused(request);
+    return request;
+}
+
+Request parseRefused(const std::string& bytes) {
+    return refused(make(Request::Kind::kWrite, bytes));
 }
 
 }  // namespace simulator

@@ -1,7 +1,8 @@
 #include "simulator/SensorSpec.h"
 
-#include <cstddef>
 #include <cstring>
+
+#include "simulator/RecordBuilder.h"
 
 namespace simulator {
 namespace {
@@ -25,21 +26,14 @@ static_assert(sizeof(Record) == kSpecSize);
 }  // namespace
 
 std::string encodeSpec(const SensorSpec& spec) {
-    const Record record = {static_cast<uint8_t>(spec.handle),
-                           {},
-                           static_cast<uint8_t>(spec.vendor),
-                           spec.version,
-                           spec.wakeUp,
-                           spec.minDelayUs,
-                           spec.maxDelayUs,
-                           spec.fifoMax,
-                           spec.fifoReserved,
-                           spec.resolution,
-                           spec.range,
-                           spec.powerMa};
-    std::string bytes(reinterpret_cast<const char*>(&record), sizeof(record));
-    const std::string name = spec.chipName.substr(0, kSpecNameSize);
-    return bytes.replace(offsetof(Record, name), name.size(), name);
+    std::string name = spec.chipName;
+    name.resize(kSpecNameSize);
+    RecordBuilder record;
+    record.u8(static_cast<uint8_t>(spec.handle)).text(name).u8(static_cast<uint8_t>(spec.vendor));
+    record.i32(spec.version).u8(spec.wakeUp ? 1 : 0).i32(spec.minDelayUs).i32(spec.maxDelayUs);
+    record.u16(spec.fifoMax).u16(spec.fifoReserved);
+    record.f32(spec.resolution).f32(spec.range).f32(spec.powerMa);
+    return record.bytes();
 }
 
 std::vector<SensorSpec> decodeSpecs(const std::string& file) {

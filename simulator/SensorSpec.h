@@ -8,12 +8,12 @@
 namespace simulator {
 
 constexpr size_t kSpecSize = 46;      ///< bytes of a record in the hub's specification file
-constexpr size_t kSpecNameSize = 15;  ///< of its name; the end is one of them
+constexpr size_t kSpecNameSize = 15;  ///< of its name, NUL included
 
 /** What the hub's sensor specification file says about one sensor. */
 struct SensorSpec {
     int handle = 0;          ///< 0: an empty slot
-    std::string chipName{};  ///< with 15 characters its end is missing, the rest is cut off
+    std::string chipName{};  ///< cut after 15 characters, which leave no room for a NUL
     int vendor = 0;          ///< index into the vendor table, 3 is "STM"
     int32_t version = 1;
     bool wakeUp = false;

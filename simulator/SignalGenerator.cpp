@@ -12,8 +12,8 @@ namespace {
 
 constexpr int64_t kNever = std::numeric_limits<int64_t>::max();
 constexpr int64_t kMillisecond = 1000000;
-constexpr int64_t kLookPeriodNs = 50 * kMillisecond;  // how often on-change data are looked at
-constexpr int64_t kMaxLagNs = 1000 * kMillisecond;    // behind this, samples are given up
+constexpr int64_t kLookPeriodNs = 50 * kMillisecond;  // how often on-change data are computed
+constexpr int64_t kMaxLagNs = 1000 * kMillisecond;    // samples later than this are skipped
 
 /** The hub stamps its records with the time since boot, sleep included. */
 int64_t bootTimeNs() {
@@ -22,19 +22,19 @@ int64_t bootTimeNs() {
     return static_cast<int64_t>(now.tv_sec) * 1000000000 + now.tv_nsec;
 }
 
-/** Callers may ask for any 64-bit duration; one from 0 on ends at kNever at the latest. */
+/** The sum, at most kNever. Requests may contain any 64-bit duration. */
 int64_t later(int64_t timeNs, int64_t durationNs) {
     return durationNs < kNever - timeNs ? timeNs + durationNs : kNever;
 }
 
-int64_t effectivePeriodNs(const KnownSensor& known, const SensorSpec& spec, int64_t asked) {
-    if (known.reporting != Reporting::kContinuous) return kLookPeriodNs;
+}  // namespace
+
+int64_t SignalGenerator::Stream::period() const {
+    if (known->reporting != Reporting::kContinuous) return kLookPeriodNs;
     const int64_t shortest = std::max<int64_t>(int64_t{spec.minDelayUs} * 1000, kMillisecond);
     const int64_t longest = spec.maxDelayUs > 0 ? int64_t{spec.maxDelayUs} * 1000 : kNever;
-    return std::clamp(asked, shortest, std::max(shortest, longest));
+    return std::clamp(periodNs, shortest, std::max(shortest, longest));
 }
-
-}  // namespace
 
 SignalGenerator::SignalGenerator(const World& world, Sink sink)
     : mWorld(world),
@@ -53,10 +53,7 @@ SignalGenerator::~SignalGenerator() {
 
 void SignalGenerator::addSensor(const KnownSensor& known, const SensorSpec& spec) {
     std::lock_guard<std::mutex> lock(mMutex);
-    Stream stream;
-    stream.known = &known;
-    stream.spec = spec;
-    mStreams.emplace(spec.handle, std::move(stream));
+    mStreams.emplace(spec.handle, Stream{&known, spec});
 }
 
 void SignalGenerator::setEnabled(int handle, bool enabled) {
@@ -65,7 +62,7 @@ void SignalGenerator::setEnabled(int handle, bool enabled) {
     if (stream == nullptr || stream->enabled == enabled) return;
     stream->enabled = enabled;
     stream->held.clear();
-    stream->hasLast = false;
+    stream->lastData.reset();
     stream->nextSampleNs = bootTimeNs();
     mWoken = true;
     mChanged.notify_all();
@@ -77,8 +74,7 @@ void SignalGenerator::setRate(int handle, int64_t periodNs, int64_t latencyNs) {
     if (stream == nullptr) return;
     stream->periodNs = periodNs;
     stream->latencyNs = latencyNs;
-    const int64_t period = effectivePeriodNs(*stream->known, stream->spec, periodNs);
-    stream->nextSampleNs = std::min(stream->nextSampleNs, later(bootTimeNs(), period));
+    stream->nextSampleNs = std::min(stream->nextSampleNs, later(bootTimeNs(), stream->period()));
     mWoken = true;
     mChanged.notify_all();
 }
@@ -111,11 +107,10 @@ void SignalGenerator::run() {
 
 int64_t SignalGenerator::serve(Stream& stream, int64_t nowNs) {
     if (!stream.enabled || stream.known->signal == nullptr) return kNever;
-    const int64_t period = effectivePeriodNs(*stream.known, stream.spec, stream.periodNs);
     if (nowNs - stream.nextSampleNs > kMaxLagNs) stream.nextSampleNs = nowNs;
     while (stream.enabled && stream.nextSampleNs <= nowNs) {
         sample(stream, stream.nextSampleNs);
-        stream.nextSampleNs = later(stream.nextSampleNs, period);
+        stream.nextSampleNs = later(stream.nextSampleNs, stream.period());
     }
     const bool batching = stream.latencyNs > 0 && stream.spec.fifoMax > 0 &&
                           stream.known->reporting != Reporting::kOneShot;
@@ -129,17 +124,13 @@ void SignalGenerator::sample(Stream& stream, int64_t timeNs) {
     RecordBuilder data;
     stream.known->signal(mWorld, stream.spec, static_cast<double>(timeNs - mStartNs) / 1e9, data);
     const Reporting reporting = stream.known->reporting;
-    const bool first = !stream.hasLast;
-    const bool changed = first || data.bytes() != stream.lastData;
+    const bool first = !stream.lastData;
+    if (reporting != Reporting::kContinuous && data.bytes() == stream.lastData) return;
     stream.lastData = data.bytes();
-    stream.hasLast = true;
-    if (reporting != Reporting::kContinuous && !changed) return;
     if (first && (reporting == Reporting::kOnEvent || reporting == Reporting::kOneShot)) return;
 
     if (stream.held.empty()) stream.heldSinceNs = timeNs;
-    RecordBuilder stamp;
-    stamp.u64(static_cast<uint64_t>(timeNs));
-    stream.held.push_back(data.bytes() + stamp.bytes());
+    stream.held.push_back(data.i64(timeNs).bytes());
     if (reporting == Reporting::kOneShot) stream.enabled = false;
 }
 

@@ -5,6 +5,7 @@
 #include <functional>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -15,8 +16,8 @@
 namespace simulator {
 
 /**
- * Sends the records of enabled sensors at the period and in the batches that were asked for. One
- * thread serves all sensors. All methods may be called from any thread.
+ * Sends the records of enabled sensors at the requested period and latency. One thread serves all
+ * sensors. All methods may be called from any thread.
  */
 class SignalGenerator {
   public:
@@ -31,25 +32,27 @@ class SignalGenerator {
     void addSensor(const KnownSensor& known, const SensorSpec& spec);
     void setEnabled(int handle, bool enabled);
     void setRate(int handle, int64_t periodNs, int64_t latencyNs);
-    /** Sends what is held back, and the flush marker behind it. */
+    /** Sends what is held back, then the flush marker. */
     void flush(int handle);
 
   private:
     struct Stream {
-        const KnownSensor* known = nullptr;
+        /** The period in effect. */
+        int64_t period() const;
+
+        const KnownSensor* known;
         SensorSpec spec;
         bool enabled = false;
         int64_t periodNs = 0;
         int64_t latencyNs = 0;
         int64_t nextSampleNs = 0;
-        std::string lastData;
-        bool hasLast = false;
-        std::vector<std::string> held;
+        std::optional<std::string> lastData{};
+        std::vector<std::string> held{};
         int64_t heldSinceNs = 0;
     };
 
     void run();
-    /** Does what is due and returns the time of the next thing to do, or kNever. */
+    /** Does what is due and returns when the next work is due, or kNever. */
     int64_t serve(Stream& stream, int64_t nowNs);
     void sample(Stream& stream, int64_t timeNs);
     void release(Stream& stream);
@@ -62,8 +65,8 @@ class SignalGenerator {
     std::condition_variable mChanged;
     std::map<int, Stream> mStreams;  // guarded by mMutex
     bool mStop = false;              // guarded by mMutex
-    bool mWoken = false;             // guarded by mMutex: a stream has changed since the last look
-    std::thread mThread;             // last, so that it sees everything above built
+    bool mWoken = false;             // guarded by mMutex: a stream has changed
+    std::thread mThread;             // last, so that it starts last
 };
 
 }  // namespace simulator

@@ -4,11 +4,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <iterator>
-#include <thread>
 #include <utility>
 
-#include "simulator/IioDevice.h"
 #include "simulator/NodePaths.h"
+#include "simulator/RequestParser.h"
 #include "simulator/SignalGenerator.h"
 
 namespace simulator {
@@ -23,28 +22,28 @@ namespace {
 
 SimulatedHub::SimulatedHub(const Options& options) {
     buildDevices(options);
-    describe(kEnablePath, NodeKind::kEnable);
-    describe(kFlushPath, NodeKind::kFlush);
-    describe(kBatchPath, NodeKind::kBatch);
-    describe(kShubInjectionPath, NodeKind::kInjection);
-    describe(kHbxInjectionPath, NodeKind::kInjection);
+    createNode(kEnablePath).parse = parseEnable;
+    createNode(kFlushPath).parse = parseFlush;
+    createNode(kBatchPath).parse = parseRefused;
+    createNode(kShubInjectionPath).parse = parseInjection;
+    createNode(kHbxInjectionPath).parse = parseInjection;
     mTree.makeDirectory(kDataDirectory);
     if (options.generateSignals) {
         mGenerator = std::make_unique<SignalGenerator>(
             World(options.seed, options.still),
             [this](int handle, const std::string& record) { push(handle, record); });
-        for (const auto& device : mDevices)
+        for (const auto& [handle, device] : mDevices)
             mGenerator->addSensor(device->known(), device->spec());
     }
-    if (!installBackend(this)) fail("another hub is still there");
+    if (!tapFiles(this)) fail("another hub is in use");
 }
 
 SimulatedHub::~SimulatedHub() {
-    removeBackend();
+    untapFiles();
 }
 
 void SimulatedHub::buildDevices(const Options& options) {
-    // Neighbours of the hub's devices, as every phone has them.
+    // Other IIO devices, as every phone has them.
     mTree.write(kIioDirectory + std::string("iio:device0/name"), "pmic-adc\n");
     mTree.write(kIioDirectory + std::string("trigger0/name"), "timer\n");
     std::string specFile;
@@ -67,43 +66,44 @@ void SimulatedHub::buildDevice(const SensorSpec& spec) {
                      spec.handle);
         return;
     }
-    if (mByHandle.count(spec.handle) != 0) return;
+    if (find(spec.handle) != nullptr) return;
     const int number = static_cast<int>(mDevices.size()) + 1;
-    mDevices.push_back(std::make_unique<IioDevice>(*known, spec, number));
-    IioDevice* device = mDevices.back().get();
-    mByHandle[spec.handle] = device;
-    mHandles.insert(spec.handle);
+    mDevices[spec.handle] = std::make_unique<IioDevice>(*known, spec, number);
+    IioDevice* device = find(spec.handle);
 
     mTree.write(device->attributePath("name"), iioNameOf(*known, spec.wakeUp) + "\n");
-    describe(device->attributePath("buffer/length"), NodeKind::kBufferLength, device);
-    describe(device->attributePath("buffer/watermark"), NodeKind::kBufferWatermark, device);
-    describe(device->attributePath("buffer/enable"), NodeKind::kBufferEnable, device);
-    describe(device->attributePath("buffer/data_available"), NodeKind::kDataAvailable, device);
+    const auto describe = [&](const std::string& path, auto parse, auto text) {
+        Node& node = createNode(path);
+        node.device = device;
+        node.parse = parse;
+        node.text = text;
+    };
+    const auto attribute = [&](const char* name, auto parse, auto text) {
+        describe(device->attributePath(name), parse, text);
+    };
+    attribute("buffer/length", parseBufferLength, &IioDevice::lengthText);
+    attribute("buffer/watermark", parseBufferWatermark, &IioDevice::watermarkText);
+    attribute("buffer/enable", parseBufferEnable, &IioDevice::bufferEnabledText);
+    attribute("buffer/data_available", parseRefused, &IioDevice::dataAvailableText);
     mTree.makeFifo(device->devicePath());
-    describe(device->devicePath(), NodeKind::kRecords, device);
-    if (!device->attach(mTree.real(device->devicePath()))) fail("a FIFO cannot be opened");
+    describe(device->devicePath(), parseRefused, nullptr);
+    if (!device->attach(mTree.real(device->devicePath()))) fail("cannot open a FIFO");
 }
 
-void SimulatedHub::describe(const std::string& path, NodeKind kind, IioDevice* device) {
+SimulatedHub::Node& SimulatedHub::nodeAt(const std::string& path) {
+    Node& node = mNodes[path];
+    node.path = path;
+    return node;
+}
+
+SimulatedHub::Node& SimulatedHub::createNode(const std::string& path) {
     if (!mTree.exists(path)) mTree.write(path, "");
-    Node& node = mNodes[nodeNumber(path) - 1];
-    node.kind = kind;
-    node.device = device;
-}
-
-uint32_t SimulatedHub::nodeNumber(const std::string& path) {
-    const auto found = mNodeNumbers.find(path);
-    if (found != mNodeNumbers.end()) return found->second;
-    mNodes.emplace_back();
-    mNodes.back().path = path;
-    const auto number = static_cast<uint32_t>(mNodes.size());
-    mNodeNumbers[path] = number;
-    return number;
+    return nodeAt(path);
 }
 
 IioDevice* SimulatedHub::find(int handle) const {
-    const auto found = mByHandle.find(handle);
-    return found != mByHandle.end() ? found->second : nullptr;
+    const auto found = mDevices.find(handle);
+    return found != mDevices.end() ? found->second.get() : nullptr;
 }
 
 bool SimulatedHub::push(int handle, const std::string& record) {
@@ -119,26 +119,25 @@ bool SimulatedHub::pushFlushMarker(int handle) {
     return known != nullptr && push(handle, std::string(known->recordSize, '\0'));
 }
 
-bool SimulatedHub::allRead() const {
-    return std::none_of(mDevices.begin(), mDevices.end(), [](const auto& device) {
-        return device->openCount > 0 && device->isReadable();
+bool SimulatedHub::waitIdle(Milliseconds timeout) {
+    const auto isUnread = [](const auto& entry) {
+        return entry.second->openCount > 0 && entry.second->isReadable();
+    };
+    std::unique_lock<std::mutex> lock(mMutex);
+    return mChanged.wait_for(lock, timeout, [this, isUnread] {
+        return mPolling > 0 && std::none_of(mDevices.begin(), mDevices.end(), isUnread);
     });
 }
 
-bool SimulatedHub::waitIdle(Milliseconds timeout) {
-    std::unique_lock<std::mutex> lock(mMutex);
-    return mChanged.wait_for(lock, timeout, [this] { return mPolling > 0 && allRead(); });
-}
-
 void SimulatedHub::wakeLibrary() {
-    constexpr size_t kEnough = 4;  // unread, so there is no point in adding to them
+    constexpr size_t kEnough = 4;  // unread records will wake it anyway
     std::lock_guard<std::mutex> lock(mMutex);
     IioDevice* target = nullptr;
-    for (const auto& device : mDevices) {
+    for (const auto& [handle, device] : mDevices) {
         if (device->openCount == 0 || device->isRemoved()) continue;
-        // The housekeeping device takes an all-zero record for nothing at all. A thread that waits
-        // in read() sees nothing but its own device.
-        const bool preferred = device->handle() == kHousekeepingHandle || device->waitingReads > 0;
+        // The library ignores an all-zero record of the housekeeping device. A thread that waits in
+        // read() needs a record of that very device.
+        const bool preferred = handle == kHousekeepingHandle || device->waitingReads > 0;
         if (target == nullptr || preferred) target = device.get();
         if (device->waitingReads > 0) break;
     }
@@ -194,9 +193,8 @@ void SimulatedHub::setRawSpec(const std::string& bytes) {
 }
 
 void SimulatedHub::setHandler(const std::string& path, NodeHandler handler) {
-    if (!mTree.exists(path)) mTree.write(path, "");
     std::lock_guard<std::mutex> lock(mMutex);
-    mNodes[nodeNumber(path) - 1].handler = std::make_shared<const NodeHandler>(std::move(handler));
+    createNode(path).handler = std::make_shared<const NodeHandler>(std::move(handler));
 }
 
 void SimulatedHub::addFault(Call call, const std::string& path, int error, int nth, int count) {
@@ -225,47 +223,22 @@ void SimulatedHub::dropDevice(int handle) {
     mChanged.notify_all();
 }
 
-void SimulatedHub::setDataAvailable(int handle, const std::string& text) {
+void SimulatedHub::setDataAvailable(int handle, const std::optional<std::string>& text) {
     std::lock_guard<std::mutex> lock(mMutex);
     if (IioDevice* device = find(handle)) device->fixedDataAvailable = text;
 }
 
-void SimulatedHub::clearDataAvailable(int handle) {
-    std::lock_guard<std::mutex> lock(mMutex);
-    if (IioDevice* device = find(handle)) device->fixedDataAvailable.reset();
+ShutdownHelper::ShutdownHelper(SimulatedHub& hub)
+    : mThread([this, &hub] {
+          while (!mStop) {
+              hub.wakeLibrary();
+              std::this_thread::sleep_for(std::chrono::milliseconds(2));
+          }
+      }) {}
+
+ShutdownHelper::~ShutdownHelper() {
+    mStop = true;
+    mThread.join();
 }
-
-class ShutdownHelper::Worker {
-  public:
-    explicit Worker(SimulatedHub& hub) : mHub(hub), mThread(&Worker::run, this) {}
-
-    ~Worker() {
-        {
-            std::lock_guard<std::mutex> lock(mMutex);
-            mStop = true;
-        }
-        mChanged.notify_all();
-        mThread.join();
-    }
-
-  private:
-    void run() {
-        constexpr auto kInterval = std::chrono::milliseconds(2);
-        std::unique_lock<std::mutex> lock(mMutex);
-        while (!mStop) {
-            mHub.wakeLibrary();
-            mChanged.wait_for(lock, kInterval, [this] { return mStop; });
-        }
-    }
-
-    SimulatedHub& mHub;
-    std::mutex mMutex;
-    std::condition_variable mChanged;
-    bool mStop = false;   // guarded by mMutex
-    std::thread mThread;  // last, so that it sees everything above built
-};
-
-ShutdownHelper::ShutdownHelper(SimulatedHub& hub) : mWorker(std::make_unique<Worker>(hub)) {}
-ShutdownHelper::~ShutdownHelper() = default;
 
 }  // namespace simulator

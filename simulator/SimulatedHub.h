@@ -2,43 +2,52 @@
 
 #include <sys/types.h>
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
-#include <deque>
 #include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
-#include <set>
 #include <string>
+#include <thread>
 #include <vector>
 
-#include "simulator/DeviceState.h"
 #include "simulator/Faults.h"
-#include "simulator/FileRedirection.h"
-#include "simulator/HubOptions.h"
+#include "simulator/FileTap.h"
+#include "simulator/IioDevice.h"
 #include "simulator/NodeHandler.h"
 #include "simulator/Request.h"
 #include "simulator/TempTree.h"
 
 namespace simulator {
 
-class IioDevice;
 class SignalGenerator;
 
+struct HubOptions {
+    uint64_t seed = 1;
+    /** Listed in the specification file; one without a row in the table gets no device. */
+    std::vector<SensorSpec> sensors = standardCatalogue();
+    /** Enabled sensors send records of their own, and each flush is followed by its marker. If
+     *  false, records come only from push() and pushFlushMarker(). */
+    bool generateSignals = false;
+    bool still = false;        ///< the device lies on a table, untouched
+    bool hasSensorHub = true;  ///< the device of handle 33
+};
+
 /**
- * A sensor hub and its kernel driver, played on a temporary directory.
+ * A sensor hub and its kernel driver, simulated in a temporary directory.
  *
  * While an instance lives, the process's calls on the hub's fixed paths ("/sys/class/sensors/...",
- * "/dev/iio:deviceN", "/data/vendor/..." and so on) are redirected into its tree and answered by
- * the rules of the real driver: what the driver would refuse is refused, and every request is kept
- * in order. At most one instance may live at a time, and it must outlive whatever holds its files
+ * "/dev/iio:deviceN", "/data/vendor/..." and so on) are redirected into its tree and follow the
+ * rules of the real driver: it refuses what the driver would refuse, and keeps every request in
+ * order. At most one instance may live at a time, and it must outlive whatever holds its files
  * open. All methods may be called from any thread; handlers run on the calling product thread with
  * no lock of the hub held.
  */
-class SimulatedHub : private FileBackend {
+class SimulatedHub : private TappedFiles {
   public:
     using Milliseconds = std::chrono::milliseconds;
     using Options = HubOptions;
@@ -51,8 +60,8 @@ class SimulatedHub : private FileBackend {
     // Records. -------------------------------------------------------------------------------
 
     /**
-     * Queues one record, of any length from 1 to 4096 bytes, on the sensor's device. False when it
-     * is lost as on a real device: unknown handle, buffer not enabled, or buffer full.
+     * Queues one record, of any length from 1 to 4096 bytes, on the sensor's device. Returns false
+     * if a real device would lose it: unknown handle, buffer not enabled, or buffer full.
      */
     bool push(int handle, const std::string& record);
 
@@ -61,7 +70,7 @@ class SimulatedHub : private FileBackend {
 
     /**
      * Waits until every record that poll() reports has been read and the library's poll thread
-     * waits in poll() again, so that everything it makes of the records has been posted. False on
+     * waits in poll() again, so that all resulting events have been posted. Returns false on
      * time-out.
      */
     bool waitIdle(Milliseconds timeout = Milliseconds(5000));
@@ -79,7 +88,7 @@ class SimulatedHub : private FileBackend {
 
     // Requests. ------------------------------------------------------------------------------
 
-    /** All requests since construction or clearRequests(), in order, rejected ones included. */
+    /** All requests since construction or clearRequests(), in order, refused ones included. */
     std::vector<Request> requests() const;
     std::vector<Request> requests(Request::Kind kind) const;
     void clearRequests();
@@ -90,7 +99,7 @@ class SimulatedHub : private FileBackend {
 
     // Nodes. Paths are the device's own, for example "/sys/class/sensors/als_rear/als_data". ----
 
-    /** The directory that stands for "/" of the device. */
+    /** The directory that is "/" of the device. */
     const std::string& root() const { return mTree.root(); }
     /** Creates or replaces a file, with the directories above it. */
     void setFile(const std::string& path, const std::string& contents) {
@@ -98,7 +107,7 @@ class SimulatedHub : private FileBackend {
     }
     void removeFile(const std::string& path) { mTree.remove(path); }
     bool hasFile(const std::string& path) const { return mTree.exists(path); }
-    /** Whole contents, empty when there is no such file. */
+    /** Whole contents, empty if there is no such file. */
     std::string readFile(const std::string& path) const { return mTree.read(path); }
     /** Names in a directory, sorted. */
     std::vector<std::string> listDirectory(const std::string& path) const {
@@ -108,12 +117,12 @@ class SimulatedHub : private FileBackend {
     /** Replaces the specification file by raw bytes; the devices stay. */
     void setRawSpec(const std::string& bytes);
 
-    /** Lets a handler answer for a node, which is created empty when absent. An own handler
+    /** Installs a handler for a node, which is created if it does not exist. A handler's function
      *  replaces the driver's. */
     void setHandler(const std::string& path, NodeHandler handler);
 
     // Faults. The nth matching call from now fails with `error`, and so do the `count` - 1 calls
-    // behind it; kForever for all of them. -------------------------------------------------------
+    // after it; kForever for all of them. --------------------------------------------------------
 
     static constexpr int kForever = Faults::kForever;
 
@@ -142,93 +151,76 @@ class SimulatedHub : private FileBackend {
     void failPoll(int error, int nth = 1, int count = 1) {
         addFault(Call::kPoll, "", error, nth, count);
     }
-    /** All of the above end. */
+    /** Ends all of the above. */
     void clearFaults();
     /** The next record read from the sensor ends after `bytes`; the rest of it is lost. */
     void cutNextRecord(int handle, size_t bytes);
-    /** Unregisters the device: its files and all that is queued are gone, what has it open gets
-     *  ENODEV from read() and nothing more from poll(). */
+    /** Unregisters the device: its files and queued records are gone; an open descriptor gets
+     *  ENODEV from read() and no more events from poll(). */
     void dropDevice(int handle);
-    /** Fixed text for the data_available attribute instead of the true count. */
-    void setDataAvailable(int handle, const std::string& text);
-    void clearDataAvailable(int handle);
+    /** Fixed text for the data_available attribute; nullopt for the true count. */
+    void setDataAvailable(int handle, const std::optional<std::string>& text);
 
   private:
-    enum class NodeKind {
-        kPlain,
-        kEnable,
-        kFlush,
-        kBatch,
-        kInjection,
-        kBufferLength,
-        kBufferWatermark,
-        kBufferEnable,
-        kDataAvailable,
-        kRecords,
-    };
-
-    /** One path that has been opened or described. Never removed, so its number stays good. */
+    /** One path that has been opened or described. Never removed, so that pointers stay valid. */
     struct Node {
         std::string path;
-        NodeKind kind = NodeKind::kPlain;
         IioDevice* device = nullptr;
-        std::shared_ptr<const NodeHandler> handler;  // guarded by mMutex
+        Request (*parse)(const std::string& bytes) = nullptr;  // of a write; null: a plain file
+        std::string (IioDevice::*text)() const = nullptr;      // null: not computed from the state
+        std::shared_ptr<const NodeHandler> handler;            // guarded by mMutex
+
+        bool isRecordDevice() const { return device != nullptr && text == nullptr; }
     };
 
     void buildDevices(const Options& options);
     void buildDevice(const SensorSpec& spec);
-    void describe(const std::string& path, NodeKind kind, IioDevice* device = nullptr);
-    uint32_t nodeNumber(const std::string& path);
+    /** The path's node, which is new if there is none yet. */
+    Node& nodeAt(const std::string& path);
+    /** As above; creates the file, too. */
+    Node& createNode(const std::string& path);
     /** Null for a handle without device. */
     IioDevice* find(int handle) const;
-    bool allRead() const;
 
     // The driver's side, in DriverCalls.cpp. Handlers and the generator are called without mMutex,
     // since both call back.
     std::string realPath(const std::string& path) const override;
     int enterDirectory(const std::string& path) override;
-    int open(const std::string& path, int flags, mode_t mode, uint32_t* number) override;
-    ssize_t read(uint32_t number, int fd, void* buffer, size_t size) override;
-    ssize_t write(uint32_t number, int fd, const void* buffer, size_t size) override;
-    int ioctl(uint32_t number, int fd, unsigned long ioctlNumber, void* argument) override;
-    int close(uint32_t number) override;
+    int open(const std::string& path, int flags, mode_t mode, void** node) override;
+    ssize_t read(void* node, int fd, void* buffer, size_t size) override;
+    ssize_t write(void* node, int fd, const void* buffer, size_t size) override;
+    int ioctl(void* node, int fd, unsigned long ioctlNumber, void* argument) override;
+    int close(void* node) override;
     int enterPoll() override;
     void leavePoll() override;
 
-    /** One call on a node begins. */
+    /** One call on a node. */
     struct Visit {
-        const Node& node;  // stays good: nodes do not move, and only their handler changes
-        int fault;         // errno with which the call is to fail, or 0
+        const Node& node;
+        int fault;  // errno with which the call is to fail, or 0
         std::shared_ptr<const NodeHandler> handler;
     };
-    Visit visit(Call call, uint32_t number);
+    Visit visit(Call call, void* node);
 
     int prepareOpen(const Visit& visit, int flags) const;
     ssize_t readRecords(IioDevice& device, int fd, void* buffer, size_t size);
-    /** The text of an attribute that shows the device's state; none for other nodes. */
-    std::optional<std::string> stateText(const Node& node) const;
-    Request parse(const Node& node, const std::string& bytes) const;
-    /** Carries an accepted request out, which may still refuse it. */
-    void apply(const Node& node, Request* request);
-    void notifyGenerator(const Request& request);
+    /** Carries out a well-formed request, or sets its error. */
+    void apply(Request* request);
     void keep(Request request);
     void addFault(Call call, const std::string& path, int error, int nth, int count);
 
     TempTree mTree;
-    std::vector<std::unique_ptr<IioDevice>> mDevices;  // fixed after construction
-    std::map<int, IioDevice*> mByHandle;               // fixed after construction
-    std::set<int> mHandles;                            // fixed after construction
+    std::map<int, std::unique_ptr<IioDevice>> mDevices;  // by handle; fixed after construction
 
     mutable std::mutex mMutex;  // guards the devices' state and all that follows
     std::condition_variable mChanged;
     std::condition_variable mReadable;  // for reads that wait
-    std::deque<Node> mNodes;
-    std::map<std::string, uint32_t> mNodeNumbers;
+    std::map<std::string, Node> mNodes;
     Faults mFaults;
     std::vector<Request> mRequests;
     int mPolling = 0;  // threads inside poll()
 
-    std::unique_ptr<SignalGenerator> mGenerator;  // null without signals; first to go
+    std::unique_ptr<SignalGenerator> mGenerator;  // null without signals; destroyed first
 };
 
 /**
@@ -243,8 +235,8 @@ class ShutdownHelper {
     ShutdownHelper& operator=(const ShutdownHelper&) = delete;
 
   private:
-    class Worker;
-    std::unique_ptr<Worker> mWorker;
+    std::atomic<bool> mStop{false};
+    std::thread mThread;
 };
 
 }  // namespace simulator

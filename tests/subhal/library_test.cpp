@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <atomic>
 #include <functional>
+#include <optional>
 
 #include "tests/support/LoadedSubHal.h"
 
@@ -238,7 +239,7 @@ TEST_F(Library, AOneShotSensorIsSwitchedOffOnceItHasFired) {
     const auto isSwitchedOff = [](const Request& request) { return request.bytes == "170\0"s; };
     hub().clearRequests();
     EXPECT_TRUE(hub().waitForRequest(isSwitchedOff));
-    hub().clearDataAvailable(17);
+    hub().setDataAvailable(17, std::nullopt);
     ASSERT_TRUE(hub().waitIdle());
     EXPECT_EQ(timestamps(), Times{});
 }

@@ -30,7 +30,7 @@ std::string valueOf(const char* key) {
     subhalctl::PlatformHooks* hooks = subhalctl::platformHooks();
     if (auto own = hooks != nullptr ? hooks->property(key) : std::nullopt) return *own;
     char value[PROPERTY_VALUE_MAX];
-    gPropertyGet.get()(key, value, "");
+    gPropertyGet(key, value, "");
     if (hooks != nullptr) hooks->propertyWasRead(key, value);
     return value;
 }
@@ -49,5 +49,5 @@ extern "C" int property_get(const char* key, char* value, const char* defaultVal
 
 extern "C" int property_set(const char* key, const char* value) {
     subhalctl::propertyWasUsed("setprop", key, value);
-    return gPropertySet.get()(key, value);
+    return gPropertySet(key, value);
 }
