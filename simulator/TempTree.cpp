@@ -27,7 +27,7 @@ namespace {
     std::abort();
 }
 
-/** Memory where there is some: attributes on a disk would make the driver as slow as the disk. */
+/** In memory if possible: attributes on a disk would make the driver as slow as the disk. */
 const char* baseDirectory() {
     const char* chosen = std::getenv("TMPDIR");
     if (chosen != nullptr && chosen[0] != '\0') return chosen;
@@ -35,12 +35,10 @@ const char* baseDirectory() {
     return access(kMemory, W_OK | X_OK) == 0 ? kMemory : "/tmp";
 }
 
-constexpr char kPrefix[] = "hub.";
-constexpr size_t kNameSize = sizeof("hub.XXXXXX") - 1;
-// What is in it:
-constexpr char kMark[] = "made-by-simulator";
-constexpr char kRoot[] = "root";
-// Of all devices together, in whole pages, and some.
+constexpr char kPrefix[] = "/hub.";
+constexpr char kMark[] = "/made-by-simulator";
+constexpr char kRoot[] = "/root";
+// What all devices together need, and a reserve.
 constexpr uint64_t kRoomBytes = 4 << 20;
 constexpr uint64_t kRoomFiles = 1000;
 
@@ -48,37 +46,37 @@ int openDirectory(const std::string& path) {
     return open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
 }
 
-/** The mark of a tree: a copy of it, or one that was given another name, is somebody's own. */
+/** The contents of a tree's mark, which no copied or renamed tree has: that is the user's own. */
 std::string markOf(int tree, const std::string& path) {
     struct stat status {};
     if (fstat(tree, &status) != 0 || status.st_uid != geteuid() || status.st_nlink == 0) return {};
     return fs::path(path).filename().string() + " " + std::to_string(status.st_ino) + "\n";
 }
 
-/** Marked without a lock it would be taken for a dead one, so the mark comes last. */
+/** A mark without a lock would make the tree look stale, so it is written last. */
 int makeTree(const std::string& base, std::string* path, int* lock) {
-    *path = base + "/" + kPrefix + "XXXXXX";
+    *path = base + kPrefix + "XXXXXX";
     if (mkdtemp(path->data()) == nullptr) return errno;
     *lock = openDirectory(*path);
     if (*lock < 0 || flock(*lock, LOCK_SH) != 0) return errno;
-    if (mkdir((*path + "/" + kRoot).c_str(), 0700) != 0) return errno;
-    std::ofstream mark(*path + "/" + kMark);
+    if (mkdir((*path + kRoot).c_str(), 0700) != 0) return errno;
+    std::ofstream mark(*path + kMark);
     mark << markOf(*lock, *path);
     return mark.flush() ? 0 : EIO;
 }
 
-/** The mark goes last: what an interrupted removal leaves is still marked. */
+/** The mark goes last, so that the rest of an interrupted removal is still marked. */
 void removeTree(const std::string& path) {
     std::error_code ignored;
-    fs::remove_all(path + "/" + kRoot, ignored);
+    fs::remove_all(path + kRoot, ignored);
     fs::remove_all(path, ignored);
 }
 
-/** Removes a tree whose process, with those that it forked, is gone. */
+/** Removes a tree if its process and all that this forked have ended. */
 void removeIfStale(const std::string& path) {
     const int tree = openDirectory(path);
     if (tree < 0) return;
-    const int file = openat(tree, kMark, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    const int file = openat(tree, kMark + 1, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
     char text[64];
     const ssize_t size = file < 0 ? 0 : read(file, text, sizeof(text));
     if (size > 0 && flock(tree, LOCK_EX | LOCK_NB) == 0 &&
@@ -93,14 +91,11 @@ void removeStaleTrees(const std::string& base) {
     std::vector<std::string> found;
     std::error_code error;
     for (const auto& entry : fs::directory_iterator(base, error)) {
-        const std::string name = entry.path().filename();
-        if (name.size() == kNameSize && name.compare(0, sizeof(kPrefix) - 1, kPrefix) == 0) {
-            found.push_back(entry.path());
-        }
+        const std::string path = entry.path();
+        if (path.find(kPrefix, path.rfind('/')) != std::string::npos) found.push_back(path);
     }
-    for (const std::string& path : found) {
+    for (const std::string& path : found)
         removeIfStale(path);
-    }
 }
 
 }  // namespace
@@ -113,7 +108,7 @@ int TempTree::tryOut(std::string* base) {
     if (error == 0 && mkfifo((name + "/fifo").c_str(), 0600) != 0) error = errno;
     struct statvfs room {};
     if (error == 0 && statvfs(name.c_str(), &room) == 0) {
-        const bool counts = room.f_files > 0;  // some file systems have no fixed number of files
+        const bool counts = room.f_files > 0;  // not every file system limits the number of files
         const uint64_t bytes = uint64_t{room.f_bavail} * room.f_frsize;
         if (bytes < kRoomBytes || (counts && room.f_favail < kRoomFiles)) error = ENOSPC;
     }
@@ -129,7 +124,7 @@ TempTree::TempTree() : mOwner(getpid()) {
     removeStaleTrees(base);
     errno = makeTree(base, &mPath, &mLock);
     if (errno != 0) fail("create", mPath);
-    mRoot = mPath + "/" + kRoot;
+    mRoot = mPath + kRoot;
 }
 
 TempTree::~TempTree() {

@@ -9,29 +9,29 @@ using Vector3 = std::array<double, 3>;
 using Quaternion = std::array<double, 4>;  ///< x, y, z, w
 
 /**
- * The device's surroundings and motion as functions of time. One seed gives one history: nothing
- * here depends on when or how often it is asked. The motion sensors are consistent with each other,
- * since all are seen from the same attitude. Axes are the device's; times are seconds.
+ * The device's surroundings and motion as functions of time. One seed gives one history, whatever
+ * the order of the calls. The motion sensors are consistent with each other, since all follow the
+ * same attitude. Axes are the device's; times are seconds.
  */
 class World {
   public:
     /** @param still nobody touches the device, which lies flat on its back */
     explicit World(uint64_t seed, bool still = false);
 
-    /** The time for which the device has been handled: stands at 0 while it lies still. */
+    /** For how long the device has been handled: 0 if it lies still. */
     double handled(double seconds) const { return mStill ? 0.0 : seconds; }
 
     Vector3 acceleration(double seconds) const;   ///< m/s², gravity included
     Vector3 rotationRate(double seconds) const;   ///< rad/s
     Vector3 magneticField(double seconds) const;  ///< µT
-    /** The turn from the device's axes to the world's, whose heading counts from `headingZero`. */
+    /** From the device's axes to the world's, whose heading counts from `headingZero`. */
     Quaternion rotation(double seconds, double headingZero) const;
     double hingeAngle(double seconds) const;   ///< degrees, 0 closed and 180 flat
     double pressure(double seconds) const;     ///< hPa
     double temperature(double seconds) const;  ///< °C
     bool near(double seconds) const;           ///< something covers the proximity sensor
 
-    /** A value in [-1, 1] that is another for every channel and moment. */
+    /** A value in [-1, 1] that differs for every channel and moment. */
     double noise(uint32_t channel, double seconds) const;
 
   private:

@@ -84,41 +84,30 @@ hub_state KernelHub::state(int handle) const {
 }
 
 int KernelHub::push(int handle, const std::string& records, size_t count) {
-    hub_records pushed{};
-    pushed.handle = handle;
-    pushed.count = static_cast<uint32_t>(count);
-    pushed.data = address(records.data());
+    hub_records pushed{handle, static_cast<uint32_t>(count), address(records.data())};
     const int taken = ioctl(mFd, HUB_IOC_PUSH, &pushed);
     return taken < 0 ? -errno : taken;
 }
 
 bool KernelHub::stream(int handle, const std::string& record, size_t stampOffset, uint64_t count,
                        std::chrono::nanoseconds period, unsigned perTick) {
-    hub_stream stream{};
-    stream.handle = handle;
-    stream.per_tick = perTick;
-    stream.period_ns = static_cast<uint64_t>(period.count());
-    stream.count = count;
-    stream.data = address(record.data());
-    stream.stamp_offset = static_cast<uint32_t>(stampOffset);
+    hub_stream stream{handle,
+                      perTick,
+                      static_cast<uint64_t>(period.count()),
+                      count,
+                      address(record.data()),
+                      static_cast<uint32_t>(stampOffset),
+                      0};
     return ioctl(mFd, HUB_IOC_STREAM, &stream) == 0;
 }
 
 bool KernelHub::setFile(hub_node node, const std::string& bytes) {
-    hub_file file{};
-    file.node = node;
-    file.size = static_cast<uint32_t>(bytes.size());
-    file.data = address(bytes.data());
+    hub_file file{node, static_cast<uint32_t>(bytes.size()), address(bytes.data())};
     return ioctl(mFd, HUB_IOC_FILE, &file) == 0;
 }
 
 bool KernelHub::fail(hub_node node, int error, int handle, unsigned nth, unsigned count) {
-    hub_fault fault{};
-    fault.node = node;
-    fault.handle = handle;
-    fault.error = error;
-    fault.nth = nth;
-    fault.count = count;
+    hub_fault fault{node, handle, error, nth, count, 0};
     return ioctl(mFd, HUB_IOC_FAULT, &fault) == 0;
 }
 
@@ -130,14 +119,12 @@ std::optional<KernelRequest> KernelHub::nextRequest(Milliseconds timeout) {
     hub_request head{};
     if (got < static_cast<ssize_t>(sizeof(head))) return std::nullopt;
     std::memcpy(&head, buffer.data(), sizeof(head));
-    KernelRequest request;
-    request.node = static_cast<hub_node>(head.node);
-    request.handle = head.handle;
-    request.error = head.error;
-    request.number = head.number;
-    request.on = head.flag != 0;
-    request.bytes.assign(buffer.data() + sizeof(head), head.size);
-    return request;
+    return KernelRequest{static_cast<hub_node>(head.node),
+                         head.handle,
+                         head.error,
+                         head.number,
+                         head.flag != 0,
+                         {buffer.data() + sizeof(head), head.size}};
 }
 
 std::vector<KernelRequest> KernelHub::takeRequests() {

@@ -12,19 +12,19 @@
 
 namespace simulator {
 
-/** One thing that was asked of the module. */
+/** A request to the module. */
 struct KernelRequest {
-    hub_node node = HUB_NODE_ENABLE;
-    int handle = -1;      ///< -1 when there is none or it could not be told
-    int error = 0;        ///< errno of the refusal, 0 when accepted
-    uint32_t number = 0;  ///< of an ioctl; of a write to shub_file, the file position
-    bool on = false;      ///< enable files and buffers
-    std::string bytes;    ///< what was written, or the record handed to the ioctl
+    hub_node node;
+    int handle;         ///< -1 if there is none or it is unreadable
+    int error;          ///< errno of the refusal, 0 if accepted
+    uint32_t number;    ///< of an ioctl; of a write to shub_file, the file position
+    bool on;            ///< enable files and buffers
+    std::string bytes;  ///< what was written, or the record passed to the ioctl
 };
 
 /**
- * The simulated hub as a kernel module, seen from the program that plays its hardware. One at a
- * time: it starts from nothing, and leaves nothing behind.
+ * The simulated hub as a kernel module, for the program that simulates its hardware. One at a time;
+ * construction and destruction reset the module.
  */
 class KernelHub {
   public:
@@ -35,15 +35,15 @@ class KernelHub {
     KernelHub(const KernelHub&) = delete;
     KernelHub& operator=(const KernelHub&) = delete;
 
-    /** False when the module is not there. */
+    /** False if the module is not loaded. */
     bool ok() const { return mFd >= 0; }
 
     // Devices. -------------------------------------------------------------------------------
 
     /** The device's number, or a negative errno. */
     int addDevice(int handle, const std::string& name, size_t recordSize);
-    /** Writes the specification file of these sensors and adds their devices, the hub's own two
-     *  among them. A size in `recordSizes` replaces a handle's usual one. */
+    /** Writes the specification file of these sensors and adds their devices and the hub's own two.
+     *  A size in `recordSizes` replaces a handle's usual one. */
     bool addSensors(const std::vector<SensorSpec>& sensors,
                     const std::map<int, size_t>& recordSizes = {});
     bool unplug(int handle);
@@ -57,7 +57,7 @@ class KernelHub {
 
     // Records. -------------------------------------------------------------------------------
 
-    /** Records one behind the other; how many the device's buffer took, or a negative errno. */
+    /** Pushes consecutive records; how many the device's buffer took, or a negative errno. */
     int push(int handle, const std::string& records, size_t count = 1);
     /**
      * Pushes `count` copies of `record` at an even rate, `perTick` at a time, numbered from 1 in
@@ -71,9 +71,9 @@ class KernelHub {
     bool setFile(hub_node node, const std::string& bytes);
     bool fail(hub_node node, int error, int handle = -1, unsigned nth = 1, unsigned count = 1);
 
-    /** The next request; none on time-out, or when requests were lost. */
+    /** The next request; none on time-out or if requests were lost. */
     std::optional<KernelRequest> nextRequest(Milliseconds timeout = Milliseconds(0));
-    /** All requests that are there. */
+    /** All requests since the last call. */
     std::vector<KernelRequest> takeRequests();
 
   private:

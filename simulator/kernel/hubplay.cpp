@@ -1,5 +1,5 @@
-// Plays the hub's hardware on a machine with the module: the standard catalogue's sensors, whose
-// signals follow what is asked of the hub. Says when it is ready and what it is told.
+// Simulates the hub's hardware on a machine with the module: the standard catalogue's sensors,
+// whose signals follow the requests. Prints when it is ready and the messages to the hub.
 
 #include <cstdio>
 #include <cstdlib>

@@ -7,9 +7,9 @@
 
 #include "hub_uapi.h"
 
-/* Each source calls only what is declared above its own part. */
+/* Each source calls only functions that are declared above its own. */
 
-/* hub_requests.c: the requests that are kept, and the faults that are set. */
+/* hub_requests.c: kept requests and faults. */
 void hub_keep(const struct hub_request *request, const void *bytes);
 int hub_add_fault(const struct hub_fault *fault);
 /* The errno with which this call is to fail, as a negative number, or 0. */
@@ -28,7 +28,7 @@ int hub_iio_push(int handle, const void *records, unsigned int count);
 int hub_iio_stream(const struct hub_stream *stream, const void *record);
 int hub_iio_record_size(int handle);
 
-/* A handle stays known when its device is unplugged: the hub goes on answering. */
+/* A handle stays known after its device is unplugged, since the hub still takes requests. */
 bool hub_iio_known(int handle);
 void hub_iio_set_enabled(int handle, bool enabled);
 void hub_iio_set_rate(int handle, s64 period_ns, s64 latency_ns);
@@ -39,9 +39,5 @@ int hub_nodes_init(void);
 void hub_nodes_exit(void);
 int hub_nodes_set_file(enum hub_node node, const void *data, size_t size);
 void hub_nodes_reset(void);
-
-/* hub_control.c: the control device. */
-int hub_control_init(void);
-void hub_control_exit(void);
 
 #endif

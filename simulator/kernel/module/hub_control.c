@@ -1,5 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0
-/* The control device, by which a program plays the hardware. */
+/*
+ * A sensor hub without hardware: IIO devices whose records a program supplies, and the files and
+ * character devices by which the hub takes requests. Here: the module, and its control device, by
+ * which a program simulates the hardware.
+ */
 #include <linux/fs.h>
 #include <linux/miscdevice.h>
 #include <linux/module.h>
@@ -10,96 +14,67 @@
 
 #define MAX_PUSH (256 * 1024)
 
-static long control_add(void __user *argument)
-{
+union control_argument {
+	s32 handle;
 	struct hub_device device;
-	int ret;
-
-	if (copy_from_user(&device, argument, sizeof(device)))
-		return -EFAULT;
-	device.name[sizeof(device.name) - 1] = '\0';
-	ret = hub_iio_add(&device);
-	if (ret)
-		return ret;
-	return copy_to_user(argument, &device, sizeof(device)) ? -EFAULT : 0;
-}
-
-static long control_push(void __user *argument)
-{
 	struct hub_records records;
-	void *bytes;
-	int ret;
+	struct hub_stream stream;
+	struct hub_state state;
+	struct hub_fault fault;
+	struct hub_file file;
+};
 
-	if (copy_from_user(&records, argument, sizeof(records)))
-		return -EFAULT;
-	ret = hub_iio_record_size(records.handle);
+static int control_push(const struct hub_records *records)
+{
+	int ret = hub_iio_record_size(records->handle);
+	void *bytes;
+
 	if (ret < 0)
 		return ret;
-	if (records.count > MAX_PUSH / ret)
+	if (records->count > MAX_PUSH / ret)
 		return -EINVAL;
-	bytes = vmemdup_user(u64_to_user_ptr(records.data), (size_t)ret * records.count);
+	bytes = vmemdup_user(u64_to_user_ptr(records->data), (size_t)ret * records->count);
 	if (IS_ERR(bytes))
 		return PTR_ERR(bytes);
-	ret = hub_iio_push(records.handle, bytes, records.count);
+	ret = hub_iio_push(records->handle, bytes, records->count);
 	kvfree(bytes);
 	return ret;
 }
 
-static long control_stream(void __user *argument)
+static int control_stream(const struct hub_stream *stream)
 {
-	struct hub_stream stream;
+	int ret = hub_iio_record_size(stream->handle);
 	void *record = NULL;
-	int ret;
 
-	if (copy_from_user(&stream, argument, sizeof(stream)))
-		return -EFAULT;
-	ret = hub_iio_record_size(stream.handle);
 	if (ret < 0)
 		return ret;
-	if (stream.count) {
-		record = memdup_user(u64_to_user_ptr(stream.data), ret);
+	if (stream->count) {
+		record = memdup_user(u64_to_user_ptr(stream->data), ret);
 		if (IS_ERR(record))
 			return PTR_ERR(record);
 	}
-	ret = hub_iio_stream(&stream, record);
+	ret = hub_iio_stream(stream, record);
 	kfree(record);
 	return ret;
 }
 
-static long control_state(void __user *argument)
+static int control_file(const struct hub_file *file)
 {
-	struct hub_state state = {};
-
-	if (copy_from_user(&state.handle, argument, sizeof(state.handle)))
-		return -EFAULT;
-	hub_iio_state(&state);
-	return copy_to_user(argument, &state, sizeof(state)) ? -EFAULT : 0;
-}
-
-static long control_file(void __user *argument)
-{
-	struct hub_file file;
 	void *bytes;
 	int ret;
 
-	if (copy_from_user(&file, argument, sizeof(file)))
-		return -EFAULT;
-	if (file.size > HUB_MAX_FILE)
+	if (file->size > HUB_MAX_FILE)
 		return -EINVAL;
-	bytes = memdup_user(u64_to_user_ptr(file.data), file.size);
+	bytes = memdup_user(u64_to_user_ptr(file->data), file->size);
 	if (IS_ERR(bytes))
 		return PTR_ERR(bytes);
-	ret = hub_nodes_set_file(file.node, bytes, file.size);
+	ret = hub_nodes_set_file(file->node, bytes, file->size);
 	kfree(bytes);
 	return ret;
 }
 
-static long control_ioctl(struct file *file, unsigned int number, unsigned long value)
+static int control_call(unsigned int number, union control_argument *argument)
 {
-	void __user *argument = (void __user *)value;
-	struct hub_fault fault;
-	s32 handle;
-
 	switch (number) {
 	case HUB_IOC_RESET:
 		hub_iio_remove_all();
@@ -107,26 +82,40 @@ static long control_ioctl(struct file *file, unsigned int number, unsigned long 
 		hub_requests_reset();
 		return 0;
 	case HUB_IOC_ADD:
-		return control_add(argument);
+		return hub_iio_add(&argument->device);
 	case HUB_IOC_REMOVE:
-		if (copy_from_user(&handle, argument, sizeof(handle)))
-			return -EFAULT;
-		return hub_iio_remove(handle);
+		return hub_iio_remove(argument->handle);
 	case HUB_IOC_PUSH:
-		return control_push(argument);
+		return control_push(&argument->records);
 	case HUB_IOC_STREAM:
-		return control_stream(argument);
+		return control_stream(&argument->stream);
 	case HUB_IOC_STATE:
-		return control_state(argument);
+		hub_iio_state(&argument->state);
+		return 0;
 	case HUB_IOC_FAULT:
-		if (copy_from_user(&fault, argument, sizeof(fault)))
-			return -EFAULT;
-		return hub_add_fault(&fault);
+		return hub_add_fault(&argument->fault);
 	case HUB_IOC_FILE:
-		return control_file(argument);
+		return control_file(&argument->file);
 	default:
 		return -ENOTTY;
 	}
+}
+
+static long control_ioctl(struct file *file, unsigned int number, unsigned long value)
+{
+	void __user *user = (void __user *)value;
+	size_t size = _IOC_SIZE(number);
+	union control_argument argument;
+	int ret;
+
+	if (size > sizeof(argument))
+		return -ENOTTY;
+	if (copy_from_user(&argument, user, size))
+		return -EFAULT;
+	ret = control_call(number, &argument);
+	if (ret >= 0 && (_IOC_DIR(number) & _IOC_READ) && copy_to_user(user, &argument, size))
+		return -EFAULT;
+	return ret;
 }
 
 static const struct file_operations control_fops = {
@@ -142,13 +131,37 @@ static struct miscdevice control = {
 	.fops = &control_fops,
 };
 
-int hub_control_init(void)
+static int __init hub_init(void)
 {
-	return misc_register(&control);
+	int ret;
+
+	ret = hub_iio_init();
+	if (ret)
+		return ret;
+	ret = hub_nodes_init();
+	if (ret)
+		goto err_iio;
+	ret = misc_register(&control);
+	if (ret)
+		goto err_nodes;
+	return 0;
+
+err_nodes:
+	hub_nodes_exit();
+err_iio:
+	hub_iio_exit();
+	return ret;
 }
 
-void hub_control_exit(void)
+static void __exit hub_exit(void)
 {
 	misc_deregister(&control);
 	hub_requests_reset();
+	hub_nodes_exit();
+	hub_iio_exit();
 }
+
+module_init(hub_init);
+module_exit(hub_exit);
+MODULE_DESCRIPTION("Simulated sensor hub");
+MODULE_LICENSE("GPL");

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * One IIO device per sensor. The bytes of a record are split into equal channels that are all on,
- * so that one datum of the kfifo is exactly one record and user space writes only length and
- * enable.
+ * One IIO device per sensor. A record's bytes are split into equal channels, all of them on, so
+ * that one datum of the kfifo is one record and user space writes only length and enable.
  */
 #include <linux/bitmap.h>
 #include <linux/hrtimer.h>
@@ -19,9 +18,9 @@
 
 #include "hub.h"
 
-/* A late tick makes up for what it missed, but not for more than this. */
+/* A late tick sends what it missed, up to this many. */
 #define MAX_CATCH_UP 1000
-/* A tick at each smaller period would leave the processor no time for anything else. */
+/* Ticks at a smaller period would use all of the processor's time. */
 #define MIN_PERIOD_NS 1000
 
 struct hub_iio {
@@ -32,6 +31,7 @@ struct hub_iio {
 	unsigned int masklength;
 	unsigned int record_size;
 	int handle;
+	char name[HUB_NAME_SIZE];
 
 	spinlock_t lock; /* guards all that follows, and each push */
 	bool buffer_on;
@@ -49,19 +49,12 @@ struct hub_iio {
 struct hub_sensor {
 	bool known;
 	struct hub_iio *iio;
-	int enabled;
-	s64 period_ns;
-	s64 latency_ns;
+	struct hub_state state; /* without the device's part */
 };
 
 static DEFINE_MUTEX(sensors_lock); /* guards the table; taken before a device's own locks */
 static struct hub_sensor sensors[HUB_HANDLES];
 static struct device *parent;
-
-static struct hub_iio *hub_iio_of(struct iio_dev *indio_dev)
-{
-	return *(struct hub_iio **)iio_priv(indio_dev);
-}
 
 /* Called with the device's lock held. */
 static bool push_locked(struct hub_iio *iio, const void *record)
@@ -95,7 +88,7 @@ static enum hrtimer_restart hub_iio_tick(struct hrtimer *timer)
 	return again;
 }
 
-static void note_buffer(struct hub_iio *iio, bool on, int error)
+static void keep_buffer_request(struct hub_iio *iio, bool on, int error)
 {
 	struct hub_request request = {
 		.node = HUB_NODE_BUFFER,
@@ -107,36 +100,34 @@ static void note_buffer(struct hub_iio *iio, bool on, int error)
 	hub_keep(&request, NULL);
 }
 
+static void switch_buffer(struct hub_iio *iio, bool on)
+{
+	spin_lock_irq(&iio->lock);
+	iio->buffer_on = on;
+	spin_unlock_irq(&iio->lock);
+	keep_buffer_request(iio, on, 0);
+}
+
 static int hub_iio_preenable(struct iio_dev *indio_dev)
 {
-	struct hub_iio *iio = hub_iio_of(indio_dev);
+	struct hub_iio *iio = iio_priv(indio_dev);
 	int ret = hub_take_fault(HUB_NODE_BUFFER, iio->handle);
 
 	if (ret)
-		note_buffer(iio, true, ret);
+		keep_buffer_request(iio, true, ret);
 	return ret;
 }
 
 static int hub_iio_postenable(struct iio_dev *indio_dev)
 {
-	struct hub_iio *iio = hub_iio_of(indio_dev);
-
-	spin_lock_irq(&iio->lock);
-	iio->buffer_on = true;
-	spin_unlock_irq(&iio->lock);
-	note_buffer(iio, true, 0);
+	switch_buffer(iio_priv(indio_dev), true);
 	return 0;
 }
 
-/* The core takes the buffer off its list behind this: nothing may be pushed any more. */
+/* After this the core removes the buffer from its list, so that nothing may be pushed any more. */
 static int hub_iio_predisable(struct iio_dev *indio_dev)
 {
-	struct hub_iio *iio = hub_iio_of(indio_dev);
-
-	spin_lock_irq(&iio->lock);
-	iio->buffer_on = false;
-	spin_unlock_irq(&iio->lock);
-	note_buffer(iio, false, 0);
+	switch_buffer(iio_priv(indio_dev), false);
 	return 0;
 }
 
@@ -148,7 +139,7 @@ static const struct iio_buffer_setup_ops hub_iio_setup_ops = {
 
 static const struct iio_info hub_iio_info = {};
 
-/* Widest channels first: what fits eight-byte channels needs the fewest of them. */
+/* The widest channels that divide the record, so that it needs the fewest. */
 static int make_channels(struct hub_iio *iio)
 {
 	unsigned int width = 8;
@@ -181,23 +172,21 @@ static void free_iio(struct hub_iio *iio)
 {
 	if (iio->buffer)
 		iio_kfifo_free(iio->buffer);
-	if (iio->indio_dev)
-		iio_device_free(iio->indio_dev);
 	kfree(iio->masks);
 	kfree(iio->channels);
-	kfree(iio);
+	iio_device_free(iio->indio_dev);
 }
 
 static struct hub_iio *make_iio(const struct hub_device *device)
 {
-	struct iio_dev *indio_dev;
+	struct iio_dev *indio_dev = iio_device_alloc(parent, sizeof(struct hub_iio));
 	struct hub_iio *iio;
-	char *name;
 	int ret;
 
-	iio = kzalloc(sizeof(*iio), GFP_KERNEL);
-	if (!iio)
+	if (!indio_dev)
 		return ERR_PTR(-ENOMEM);
+	iio = iio_priv(indio_dev);
+	iio->indio_dev = indio_dev;
 	iio->handle = device->handle;
 	iio->record_size = device->record_size;
 	spin_lock_init(&iio->lock);
@@ -207,16 +196,8 @@ static struct hub_iio *make_iio(const struct hub_device *device)
 	if (ret)
 		goto err;
 
-	/* The name lives as long as the device, which open descriptors keep. */
-	ret = -ENOMEM;
-	indio_dev = iio_device_alloc(parent, sizeof(iio) + HUB_NAME_SIZE);
-	if (!indio_dev)
-		goto err;
-	iio->indio_dev = indio_dev;
-	*(struct hub_iio **)iio_priv(indio_dev) = iio;
-	name = (char *)iio_priv(indio_dev) + sizeof(iio);
-	strscpy(name, device->name, HUB_NAME_SIZE);
-	indio_dev->name = name;
+	strscpy(iio->name, device->name, sizeof(iio->name));
+	indio_dev->name = iio->name;
 	indio_dev->info = &hub_iio_info;
 	indio_dev->channels = iio->channels;
 	indio_dev->num_channels = iio->masklength;
@@ -225,6 +206,7 @@ static struct hub_iio *make_iio(const struct hub_device *device)
 	indio_dev->modes = INDIO_BUFFER_SOFTWARE;
 
 	iio->buffer = iio_kfifo_allocate();
+	ret = -ENOMEM;
 	if (!iio->buffer)
 		goto err;
 	ret = iio_device_attach_buffer(indio_dev, iio->buffer);
@@ -273,6 +255,7 @@ int hub_iio_add(struct hub_device *device)
 	}
 	sensor->iio = iio;
 	sensor->known = true;
+	sensor->state.handle = device->handle;
 	if (sscanf(dev_name(&iio->indio_dev->dev), "iio:device%d", &device->number) != 1)
 		device->number = -1;
 out:
@@ -280,12 +263,17 @@ out:
 	return ret;
 }
 
-static void unplug(struct hub_iio *iio)
+static void stop_stream(struct hub_iio *iio)
 {
 	spin_lock_irq(&iio->lock);
 	iio->streaming = 0;
 	spin_unlock_irq(&iio->lock);
 	hrtimer_cancel(&iio->timer);
+}
+
+static void unplug(struct hub_iio *iio)
+{
+	stop_stream(iio);
 	iio_device_unregister(iio->indio_dev); /* switches the buffer off */
 	free_iio(iio);
 }
@@ -359,10 +347,7 @@ int hub_iio_stream(const struct hub_stream *stream, const void *record)
 		ret = -ENODEV;
 		goto out;
 	}
-	spin_lock_irq(&iio->lock);
-	iio->streaming = 0;
-	spin_unlock_irq(&iio->lock);
-	hrtimer_cancel(&iio->timer);
+	stop_stream(iio);
 	if (!stream->count)
 		goto out;
 	if (stream->period_ns < MIN_PERIOD_NS || stream->period_ns > KTIME_MAX ||
@@ -399,34 +384,32 @@ bool hub_iio_known(int handle)
 void hub_iio_set_enabled(int handle, bool enabled)
 {
 	mutex_lock(&sensors_lock);
-	sensors[handle].enabled = enabled;
+	sensors[handle].state.enabled = enabled;
 	mutex_unlock(&sensors_lock);
 }
 
 void hub_iio_set_rate(int handle, s64 period_ns, s64 latency_ns)
 {
 	mutex_lock(&sensors_lock);
-	sensors[handle].period_ns = period_ns;
-	sensors[handle].latency_ns = latency_ns;
+	sensors[handle].state.period_ns = period_ns;
+	sensors[handle].state.latency_ns = latency_ns;
 	mutex_unlock(&sensors_lock);
 }
 
 void hub_iio_state(struct hub_state *state)
 {
 	struct hub_sensor *sensor = sensor_of(state->handle);
-	struct hub_iio *iio;
+	struct hub_iio *iio = NULL;
 
 	mutex_lock(&sensors_lock);
+	memset(state, 0, sizeof(*state));
 	if (sensor) {
-		state->enabled = sensor->enabled;
-		state->period_ns = sensor->period_ns;
-		state->latency_ns = sensor->latency_ns;
+		*state = sensor->state;
+		iio = sensor->iio;
 	}
-	iio = device_of(state->handle);
 	if (iio) {
 		spin_lock_irq(&iio->lock);
 		state->buffer_enabled = iio->buffer_on;
-		state->buffer_length = iio->buffer->length;
 		state->taken = iio->taken;
 		state->refused = iio->refused;
 		state->streaming = iio->streaming;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * The hub's class files, /sys/class/sensors/..., and its character devices. What the driver would
- * refuse is refused, and each request is kept, refused or not.
+ * The hub's class files, /sys/class/sensors/..., and its character devices. They refuse what the
+ * driver would refuse, and keep each request, refused or not.
  */
 #include <linux/device.h>
 #include <linux/fs.h>
@@ -15,7 +15,7 @@
 
 #define BATCH_REQUEST 0x8008fc00u
 
-/* The number claims eight bytes; the record has 24. */
+/* The ioctl number encodes eight bytes; the record has 24. */
 struct batch_record {
 	s64 timeout;
 	s64 delay;
@@ -67,30 +67,25 @@ static bool ends_in_nul(const char *text, size_t size)
 	return size > 0 && text[size - 1] == '\0';
 }
 
-/* The handle and the digit side by side, and a NUL. */
+/* The handle, the digit and a NUL, without separators. */
 static ssize_t enable_store(struct device *dev, struct device_attribute *attr, const char *text,
 			    size_t size)
 {
 	struct hub_request request = { .node = HUB_NODE_ENABLE, .handle = -1, .size = size };
 	char digit = size > 2 ? text[size - 2] : '\0';
-	int error = 0;
+	int error = -EINVAL;
 
 	if (ends_in_nul(text, size) && size > 2)
 		request.handle = plain_decimal(text, size - 2);
-	if (digit == '0' || digit == '1')
-		request.flag = digit - '0';
-	else
-		error = -EINVAL;
-	if (!hub_iio_known(request.handle))
-		error = -EINVAL;
-	if (!error)
+	request.flag = digit == '1';
+	if ((digit == '0' || digit == '1') && hub_iio_known(request.handle))
 		error = hub_take_fault(HUB_NODE_ENABLE, request.handle);
 	if (!error)
 		hub_iio_set_enabled(request.handle, request.flag);
 	return refuse_or_keep(&request, text, error);
 }
 
-/* Present so that the file can be opened for reading and writing, as is done. */
+/* Present because the library opens the file for reading and writing. */
 static ssize_t enable_show(struct device *dev, struct device_attribute *attr, char *text)
 {
 	return 0;
@@ -105,9 +100,8 @@ static ssize_t hbx_flush_store(struct device *dev, struct device_attribute *attr
 
 	if (ends_in_nul(text, size))
 		request.handle = plain_decimal(text, size - 1);
-	error = hub_iio_known(request.handle) ? 0 : -EINVAL;
-	if (!error)
-		error = hub_take_fault(HUB_NODE_FLUSH, request.handle);
+	error = hub_iio_known(request.handle) ? hub_take_fault(HUB_NODE_FLUSH, request.handle)
+					      : -EINVAL;
 	return refuse_or_keep(&request, text, error);
 }
 static DEVICE_ATTR_WO(hbx_flush);
@@ -131,10 +125,7 @@ static ssize_t hub_bin_read(struct file *file, struct kobject *kobj, struct bin_
 	return read_content((uintptr_t)attr->private, buffer, offset, size);
 }
 
-/*
- * Each write is one message, wherever the file position stands: behind a read of the request it is
- * not at the beginning.
- */
+/* Each write is one message at any file position, which a read of the request has moved. */
 static ssize_t shub_file_write(struct file *file, struct kobject *kobj, struct bin_attribute *attr,
 			       char *buffer, loff_t offset, size_t size)
 {
@@ -175,7 +166,7 @@ static const struct attribute_group hub_group = {
 };
 static const struct attribute_group *hub_groups[] = { &hub_group, NULL };
 
-/* The flip cover's detector is listed when this can be opened. */
+/* The flip cover's detector is listed if this can be opened. */
 static ssize_t nfc_cover_status_show(struct device *dev, struct device_attribute *attr, char *text)
 {
 	return sysfs_emit(text, "0\n");
@@ -232,9 +223,15 @@ static long batch_ioctl(struct file *file, unsigned int number, unsigned long ar
 	return -(long)request.error;
 }
 
-static ssize_t take_write(enum hub_node node, const char __user *bytes, size_t size)
+static struct miscdevice devices[4];
+
+static ssize_t device_write(struct file *file, const char __user *bytes, size_t size,
+			    loff_t *offset)
 {
+	struct miscdevice *device = file->private_data;
+	enum hub_node node = HUB_NODE_BATCH + (device - devices);
 	struct hub_request request = { .node = node, .handle = -1, .size = size };
+	int error = 0;
 	ssize_t result;
 	u8 *copy;
 
@@ -243,50 +240,26 @@ static ssize_t take_write(enum hub_node node, const char __user *bytes, size_t s
 	copy = memdup_user(bytes, size);
 	if (IS_ERR(copy))
 		return PTR_ERR(copy);
-	if (node != HUB_NODE_MESSAGE && (size < 2 || copy[0] != 1 || !hub_iio_known(copy[1]))) {
-		result = refuse_or_keep(&request, copy, -EINVAL);
-	} else {
-		if (node != HUB_NODE_MESSAGE)
+	if (node != HUB_NODE_MESSAGE) {
+		if (size >= 2 && copy[0] == 1 && hub_iio_known(copy[1]))
 			request.handle = copy[1];
-		result = refuse_or_keep(&request, copy, hub_take_fault(node, request.handle));
+		else
+			error = -EINVAL;
 	}
+	if (!error)
+		error = hub_take_fault(node, request.handle);
+	result = refuse_or_keep(&request, copy, error);
 	kfree(copy);
 	return result;
-}
-
-static ssize_t shub_injection_write(struct file *file, const char __user *bytes, size_t size,
-				    loff_t *offset)
-{
-	return take_write(HUB_NODE_SHUB_INJECTION, bytes, size);
-}
-
-static ssize_t hbx_injection_write(struct file *file, const char __user *bytes, size_t size,
-				   loff_t *offset)
-{
-	return take_write(HUB_NODE_HBX_INJECTION, bytes, size);
-}
-
-static ssize_t message_write(struct file *file, const char __user *bytes, size_t size,
-			     loff_t *offset)
-{
-	return take_write(HUB_NODE_MESSAGE, bytes, size);
 }
 
 static const struct file_operations batch_fops = {
 	.owner = THIS_MODULE,
 	.unlocked_ioctl = batch_ioctl,
 };
-static const struct file_operations shub_injection_fops = {
+static const struct file_operations write_fops = {
 	.owner = THIS_MODULE,
-	.write = shub_injection_write,
-};
-static const struct file_operations hbx_injection_fops = {
-	.owner = THIS_MODULE,
-	.write = hbx_injection_write,
-};
-static const struct file_operations message_fops = {
-	.owner = THIS_MODULE,
-	.write = message_write,
+	.write = device_write,
 };
 
 #define HUB_MISC(_name, _fops)                                                                     \
@@ -294,27 +267,25 @@ static const struct file_operations message_fops = {
 		.minor = MISC_DYNAMIC_MINOR, .name = _name, .fops = _fops                          \
 	}
 
+/* In the order of enum hub_node, from HUB_NODE_BATCH on. */
 static struct miscdevice devices[] = {
 	HUB_MISC("batch_io", &batch_fops),
-	HUB_MISC("shub_data_injection", &shub_injection_fops),
-	HUB_MISC("hbx_data_injection", &hbx_injection_fops),
-	HUB_MISC("hbx_sensorhub", &message_fops),
+	HUB_MISC("shub_data_injection", &write_fops),
+	HUB_MISC("hbx_data_injection", &write_fops),
+	HUB_MISC("hbx_sensorhub", &write_fops),
 };
 
 static int make_rear_device(void)
 {
-	int ret = 0;
+	int ret;
 
 	mutex_lock(&rear_lock);
-	if (!rear_device) {
-		struct device *made = device_create_with_groups(hub_class, NULL, 0, NULL,
-								rear_groups, "als_rear");
-
-		if (IS_ERR(made))
-			ret = PTR_ERR(made);
-		else
-			rear_device = made;
-	}
+	if (!rear_device)
+		rear_device = device_create_with_groups(hub_class, NULL, 0, NULL, rear_groups,
+							"als_rear");
+	ret = PTR_ERR_OR_ZERO(rear_device);
+	if (ret)
+		rear_device = NULL;
 	mutex_unlock(&rear_lock);
 	return ret;
 }
@@ -330,17 +301,11 @@ static void drop_rear_device(void)
 
 int hub_nodes_set_file(enum hub_node node, const void *data, size_t size)
 {
-	switch (node) {
-	case HUB_NODE_FILE_MANAGER:
-	case HUB_NODE_SPEC:
-	case HUB_NODE_CONTEXT_LIST:
-	case HUB_NODE_DUMP:
-	case HUB_NODE_REAR_DATA:
-		break;
-	default:
-		return -EINVAL;
-	}
-	if (size > HUB_MAX_FILE)
+	const unsigned long with_content = BIT(HUB_NODE_FILE_MANAGER) | BIT(HUB_NODE_SPEC) |
+					   BIT(HUB_NODE_CONTEXT_LIST) | BIT(HUB_NODE_DUMP) |
+					   BIT(HUB_NODE_REAR_DATA);
+
+	if (node >= HUB_NODES || !(with_content & BIT(node)) || size > HUB_MAX_FILE)
 		return -EINVAL;
 	mutex_lock(&contents_lock);
 	memcpy(contents[node].bytes, data, size);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* What was asked of the hub, kept for readers of the control device, and which call is to fail. */
+/* The requests to the hub, kept for readers of the control device, and the calls that fail. */
 #include <linux/fs.h>
 #include <linux/list.h>
 #include <linux/module.h>
@@ -26,7 +26,7 @@ static unsigned int kept_count;
 static bool kept_lost;
 static DECLARE_WAIT_QUEUE_HEAD(kept_changed);
 
-static DEFINE_SPINLOCK(faults_lock);
+static DEFINE_MUTEX(faults_lock);
 static struct hub_fault faults[MAX_FAULTS]; /* guarded by faults_lock; count 0: free */
 
 void hub_keep(const struct hub_request *request, const void *bytes)
@@ -52,11 +52,10 @@ void hub_keep(const struct hub_request *request, const void *bytes)
 
 int hub_take_fault(enum hub_node node, int handle)
 {
-	unsigned long flags;
 	int error = 0;
 	int i;
 
-	spin_lock_irqsave(&faults_lock, flags);
+	mutex_lock(&faults_lock);
 	for (i = 0; i < MAX_FAULTS && !error; i++) {
 		struct hub_fault *fault = &faults[i];
 
@@ -71,39 +70,33 @@ int hub_take_fault(enum hub_node node, int handle)
 		fault->count--;
 		error = -fault->error;
 	}
-	spin_unlock_irqrestore(&faults_lock, flags);
+	mutex_unlock(&faults_lock);
 	return error;
 }
 
 int hub_add_fault(const struct hub_fault *fault)
 {
-	unsigned long flags;
-	int ret = -ENOSPC;
 	int i;
 
 	if (fault->node >= HUB_NODES || fault->error <= 0 || fault->error > MAX_ERRNO ||
 	    !fault->count)
 		return -EINVAL;
-	spin_lock_irqsave(&faults_lock, flags);
-	for (i = 0; i < MAX_FAULTS; i++) {
-		if (faults[i].count)
-			continue;
+	mutex_lock(&faults_lock);
+	for (i = 0; i < MAX_FAULTS && faults[i].count; i++)
+		;
+	if (i < MAX_FAULTS)
 		faults[i] = *fault;
-		ret = 0;
-		break;
-	}
-	spin_unlock_irqrestore(&faults_lock, flags);
-	return ret;
+	mutex_unlock(&faults_lock);
+	return i < MAX_FAULTS ? 0 : -ENOSPC;
 }
 
 void hub_requests_reset(void)
 {
 	struct kept_request *entry, *next;
-	unsigned long flags;
 
-	spin_lock_irqsave(&faults_lock, flags);
+	mutex_lock(&faults_lock);
 	memset(faults, 0, sizeof(faults));
-	spin_unlock_irqrestore(&faults_lock, flags);
+	mutex_unlock(&faults_lock);
 
 	mutex_lock(&kept_lock);
 	list_for_each_entry_safe(entry, next, &kept, list)
@@ -114,46 +107,26 @@ void hub_requests_reset(void)
 	mutex_unlock(&kept_lock);
 }
 
-static bool something_kept(void)
-{
-	bool result;
-
-	mutex_lock(&kept_lock);
-	result = kept_count > 0 || kept_lost;
-	mutex_unlock(&kept_lock);
-	return result;
-}
-
 ssize_t hub_requests_read(struct file *file, char __user *buffer, size_t size, loff_t *offset)
 {
 	struct kept_request *entry;
 	ssize_t result;
 
-	for (;;) {
-		mutex_lock(&kept_lock);
-		if (kept_count > 0 || kept_lost)
-			break;
-		mutex_unlock(&kept_lock);
-		if (file->f_flags & O_NONBLOCK)
-			return -EAGAIN;
-		result = wait_event_interruptible(kept_changed, something_kept());
-		if (result)
-			return result;
-	}
-	if (!kept_count) {
+	mutex_lock(&kept_lock);
+	entry = list_first_entry_or_null(&kept, struct kept_request, list);
+	if (!entry) {
+		result = kept_lost ? -EOVERFLOW : -EAGAIN;
 		kept_lost = false;
-		mutex_unlock(&kept_lock);
-		return -EOVERFLOW;
+	} else if (size < sizeof(entry->request) + entry->request.size) {
+		result = -EINVAL;
+	} else {
+		result = sizeof(entry->request) + entry->request.size;
+		list_del(&entry->list);
+		kept_count--;
 	}
-	entry = list_first_entry(&kept, struct kept_request, list);
-	result = sizeof(entry->request) + entry->request.size;
-	if (size < result) {
-		mutex_unlock(&kept_lock);
-		return -EINVAL;
-	}
-	list_del(&entry->list);
-	kept_count--;
 	mutex_unlock(&kept_lock);
+	if (result < 0)
+		return result;
 	if (copy_to_user(buffer, &entry->request, sizeof(entry->request)) ||
 	    copy_to_user(buffer + sizeof(entry->request), entry->bytes, entry->request.size))
 		result = -EFAULT;
@@ -164,5 +137,5 @@ ssize_t hub_requests_read(struct file *file, char __user *buffer, size_t size, l
 __poll_t hub_requests_poll(struct file *file, poll_table *wait)
 {
 	poll_wait(file, &kept_changed, wait);
-	return something_kept() ? EPOLLIN | EPOLLRDNORM : 0;
+	return READ_ONCE(kept_count) || READ_ONCE(kept_lost) ? EPOLLIN | EPOLLRDNORM : 0;
 }

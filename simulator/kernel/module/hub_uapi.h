@@ -1,10 +1,10 @@
 /* SPDX-License-Identifier: GPL-2.0 WITH Linux-syscall-note */
 /*
- * What a program asks of the simulated hub through its control device.
+ * The control device of the simulated hub.
  *
- * The module starts without sensors. A program adds them, gives the class files their content,
- * hands records to the devices, and reads back what was asked of the hub: each read() of the
- * control device gives one struct hub_request with its bytes behind it.
+ * The module starts without sensors. A program adds them, sets the content of the class files,
+ * pushes records to the devices, and reads back the requests to the hub: each read() of the control
+ * device returns one struct hub_request and its bytes, or fails with EAGAIN.
  */
 #ifndef HUB_UAPI_H
 #define HUB_UAPI_H
@@ -19,7 +19,7 @@
 #define HUB_MAX_RECORD 512
 #define HUB_MAX_FILE 4096
 
-/* Where a request arrived, where a fault strikes, and which file gets a content. */
+/* The target of a request, a fault or a file's content. */
 enum hub_node {
 	HUB_NODE_ENABLE,	 /* sysfs enable */
 	HUB_NODE_FLUSH,		 /* sysfs hbx_flush */
@@ -46,7 +46,7 @@ struct hub_device {
 	__u32 reserved;
 };
 
-/* Records one behind the other. The ioctl's result is how many the device's buffer took. */
+/* Consecutive records. The ioctl's result is how many the device's buffer took. */
 struct hub_records {
 	__s32 handle;
 	__u32 count;
@@ -71,15 +71,15 @@ struct hub_state {
 	__s32 handle;
 	__s32 enabled;
 	__s32 buffer_enabled;
-	__u32 buffer_length;
+	__u32 reserved;
 	__s64 period_ns;
 	__s64 latency_ns;
 	__u64 taken;	 /* records that the buffer took since a stream was last begun */
-	__u64 refused;	 /* records that found it full or off since then */
-	__u64 streaming; /* records that a stream has still to send */
+	__u64 refused;	 /* records lost since then because it was full or off */
+	__u64 streaming; /* records that a stream has yet to send */
 };
 
-/* The nth matching call from now fails, and so do the count - 1 calls behind it. */
+/* The nth matching call from now fails, and so do the count - 1 calls after it. */
 struct hub_fault {
 	__u32 node;
 	__s32 handle; /* -1: any */
@@ -97,8 +97,8 @@ struct hub_file {
 
 struct hub_request {
 	__u32 node;
-	__s32 handle; /* -1: none, or it could not be told */
-	__s32 error;  /* errno of the refusal, 0 when accepted */
+	__s32 handle; /* -1: none, or unreadable */
+	__s32 error;  /* errno of the refusal, 0 if accepted */
 	__u32 number; /* of an ioctl */
 	__u32 flag;   /* HUB_NODE_BUFFER: on or off */
 	__u32 size;   /* bytes that follow */
@@ -111,6 +111,6 @@ struct hub_request {
 #define HUB_IOC_STREAM _IOW('H', 4, struct hub_stream)
 #define HUB_IOC_STATE _IOWR('H', 5, struct hub_state)
 #define HUB_IOC_FAULT _IOW('H', 6, struct hub_fault)
-#define HUB_IOC_FILE _IOW('H', 7, struct hub_file) /* a rear light sensor appears with its data */
+#define HUB_IOC_FILE _IOW('H', 7, struct hub_file) /* rear data create that sensor */
 
 #endif
