@@ -24,9 +24,8 @@ void hub_iio_exit(void);
 int hub_iio_add(struct hub_device *device);
 int hub_iio_remove(int handle);
 void hub_iio_remove_all(void);
-int hub_iio_push(int handle, const void *records, unsigned int count);
-int hub_iio_stream(const struct hub_stream *stream, const void *record);
-int hub_iio_record_size(int handle);
+int hub_iio_push(const struct hub_records *records);
+int hub_iio_stream(const struct hub_stream *stream);
 
 /* A handle stays known after its device is unplugged, since the hub still takes requests. */
 bool hub_iio_known(int handle);
@@ -37,7 +36,7 @@ void hub_iio_state(struct hub_state *state);
 /* hub_nodes.c: class files and character devices other than the control device. */
 int hub_nodes_init(void);
 void hub_nodes_exit(void);
-int hub_nodes_set_file(enum hub_node node, const void *data, size_t size);
+int hub_nodes_set_file(const struct hub_file *file);
 void hub_nodes_reset(void);
 
 #endif

@@ -7,12 +7,9 @@
 #include <linux/fs.h>
 #include <linux/miscdevice.h>
 #include <linux/module.h>
-#include <linux/slab.h>
 #include <linux/uaccess.h>
 
 #include "hub.h"
-
-#define MAX_PUSH (256 * 1024)
 
 union control_argument {
 	s32 handle;
@@ -23,55 +20,6 @@ union control_argument {
 	struct hub_fault fault;
 	struct hub_file file;
 };
-
-static int control_push(const struct hub_records *records)
-{
-	int ret = hub_iio_record_size(records->handle);
-	void *bytes;
-
-	if (ret < 0)
-		return ret;
-	if (records->count > MAX_PUSH / ret)
-		return -EINVAL;
-	bytes = vmemdup_user(u64_to_user_ptr(records->data), (size_t)ret * records->count);
-	if (IS_ERR(bytes))
-		return PTR_ERR(bytes);
-	ret = hub_iio_push(records->handle, bytes, records->count);
-	kvfree(bytes);
-	return ret;
-}
-
-static int control_stream(const struct hub_stream *stream)
-{
-	int ret = hub_iio_record_size(stream->handle);
-	void *record = NULL;
-
-	if (ret < 0)
-		return ret;
-	if (stream->count) {
-		record = memdup_user(u64_to_user_ptr(stream->data), ret);
-		if (IS_ERR(record))
-			return PTR_ERR(record);
-	}
-	ret = hub_iio_stream(stream, record);
-	kfree(record);
-	return ret;
-}
-
-static int control_file(const struct hub_file *file)
-{
-	void *bytes;
-	int ret;
-
-	if (file->size > HUB_MAX_FILE)
-		return -EINVAL;
-	bytes = memdup_user(u64_to_user_ptr(file->data), file->size);
-	if (IS_ERR(bytes))
-		return PTR_ERR(bytes);
-	ret = hub_nodes_set_file(file->node, bytes, file->size);
-	kfree(bytes);
-	return ret;
-}
 
 static int control_call(unsigned int number, union control_argument *argument)
 {
@@ -86,16 +34,16 @@ static int control_call(unsigned int number, union control_argument *argument)
 	case HUB_IOC_REMOVE:
 		return hub_iio_remove(argument->handle);
 	case HUB_IOC_PUSH:
-		return control_push(&argument->records);
+		return hub_iio_push(&argument->records);
 	case HUB_IOC_STREAM:
-		return control_stream(&argument->stream);
+		return hub_iio_stream(&argument->stream);
 	case HUB_IOC_STATE:
 		hub_iio_state(&argument->state);
 		return 0;
 	case HUB_IOC_FAULT:
 		return hub_add_fault(&argument->fault);
 	case HUB_IOC_FILE:
-		return control_file(&argument->file);
+		return hub_nodes_set_file(&argument->file);
 	default:
 		return -ENOTTY;
 	}

@@ -14,12 +14,14 @@
 #include <linux/mutex.h>
 #include <linux/slab.h>
 #include <linux/spinlock.h>
+#include <linux/uaccess.h>
 #include <asm/unaligned.h>
 
 #include "hub.h"
 
 /* A late tick sends what it missed, up to this many. */
 #define MAX_CATCH_UP 1000
+#define MAX_PUSH (256 * 1024)
 /* Ticks at a smaller period would use all of the processor's time. */
 #define MIN_PERIOD_NS 1000
 
@@ -305,58 +307,58 @@ void hub_iio_remove_all(void)
 	mutex_unlock(&sensors_lock);
 }
 
-int hub_iio_record_size(int handle)
+int hub_iio_push(const struct hub_records *records)
 {
 	struct hub_iio *iio;
-	int size;
-
-	mutex_lock(&sensors_lock);
-	iio = device_of(handle);
-	size = iio ? iio->record_size : -ENODEV;
-	mutex_unlock(&sensors_lock);
-	return size;
-}
-
-int hub_iio_push(int handle, const void *records, unsigned int count)
-{
-	struct hub_iio *iio;
+	int ret = -ENODEV;
 	unsigned int i;
-	int taken = 0;
+	void *bytes;
 
 	mutex_lock(&sensors_lock);
-	iio = device_of(handle);
+	iio = device_of(records->handle);
 	if (!iio)
-		taken = -ENODEV;
-	for (i = 0; iio && i < count; i++) {
+		goto out;
+	ret = -EINVAL;
+	if (records->count > MAX_PUSH / iio->record_size)
+		goto out;
+	bytes = vmemdup_user(u64_to_user_ptr(records->data),
+			     (size_t)iio->record_size * records->count);
+	ret = PTR_ERR_OR_ZERO(bytes);
+	if (ret)
+		goto out;
+	for (i = 0; i < records->count; i++) {
 		spin_lock_irq(&iio->lock);
-		taken += push_locked(iio, records + i * iio->record_size);
+		ret += push_locked(iio, bytes + i * iio->record_size);
 		spin_unlock_irq(&iio->lock);
 	}
+	kvfree(bytes);
+out:
 	mutex_unlock(&sensors_lock);
-	return taken;
+	return ret;
 }
 
-int hub_iio_stream(const struct hub_stream *stream, const void *record)
+int hub_iio_stream(const struct hub_stream *stream)
 {
 	struct hub_iio *iio;
-	int ret = 0;
+	int ret = -ENODEV;
 
 	mutex_lock(&sensors_lock);
 	iio = device_of(stream->handle);
-	if (!iio) {
-		ret = -ENODEV;
+	if (!iio)
 		goto out;
-	}
 	stop_stream(iio);
+	ret = 0;
 	if (!stream->count)
 		goto out;
+	ret = -EINVAL;
 	if (stream->period_ns < MIN_PERIOD_NS || stream->period_ns > KTIME_MAX ||
 	    !stream->per_tick || iio->record_size < sizeof(u64) ||
-	    stream->stamp_offset > iio->record_size - sizeof(u64)) {
-		ret = -EINVAL;
+	    stream->stamp_offset > iio->record_size - sizeof(u64))
 		goto out;
-	}
-	memcpy(iio->template, record, iio->record_size);
+	ret = -EFAULT;
+	if (copy_from_user(iio->template, u64_to_user_ptr(stream->data), iio->record_size))
+		goto out;
+	ret = 0;
 	iio->period = ns_to_ktime(stream->period_ns);
 	iio->per_tick = stream->per_tick;
 	iio->stamp_offset = stream->stamp_offset;

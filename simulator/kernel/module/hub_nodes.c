@@ -299,19 +299,25 @@ static void drop_rear_device(void)
 	mutex_unlock(&rear_lock);
 }
 
-int hub_nodes_set_file(enum hub_node node, const void *data, size_t size)
+int hub_nodes_set_file(const struct hub_file *file)
 {
 	const unsigned long with_content = BIT(HUB_NODE_FILE_MANAGER) | BIT(HUB_NODE_SPEC) |
 					   BIT(HUB_NODE_CONTEXT_LIST) | BIT(HUB_NODE_DUMP) |
 					   BIT(HUB_NODE_REAR_DATA);
+	struct file_content *content;
+	unsigned long missing;
 
-	if (node >= HUB_NODES || !(with_content & BIT(node)) || size > HUB_MAX_FILE)
+	if (file->node >= HUB_NODES || !(with_content & BIT(file->node)) ||
+	    file->size > HUB_MAX_FILE)
 		return -EINVAL;
+	content = &contents[file->node];
 	mutex_lock(&contents_lock);
-	memcpy(contents[node].bytes, data, size);
-	contents[node].size = size;
+	missing = copy_from_user(content->bytes, u64_to_user_ptr(file->data), file->size);
+	content->size = missing ? 0 : file->size;
 	mutex_unlock(&contents_lock);
-	return node == HUB_NODE_REAR_DATA ? make_rear_device() : 0;
+	if (missing)
+		return -EFAULT;
+	return file->node == HUB_NODE_REAR_DATA ? make_rear_device() : 0;
 }
 
 void hub_nodes_reset(void)
