@@ -63,34 +63,33 @@ std::string modeOf(const std::string& path) {
     return text + (group != nullptr ? group->gr_name : std::to_string(status.st_gid));
 }
 
-const char* accessName(int flags) {
-    if (flags == O_RDONLY) return "read";
-    return flags == O_WRONLY ? "write" : "read and write";
-}
-
-std::string remedyOf(int error, const std::string& absent, const char* access) {
+std::string remedyOf(int error, int flags, const std::string& absent) {
     switch (error) {
         case ENOENT:
             return absent;
         case EACCES:
         case EPERM:
-            return std::string("the sensors service has to ") + access +
+            return std::string("the sensors service has to ") +
+                   (flags == O_RDONLY ? "read" : (flags == O_WRONLY ? "write" : "read and write")) +
                    " it: check owner, mode and the security policy";
         case EBUSY:
-            return "another program holds it";
+            return "another program has it open";
         case ENODEV:
         case ENXIO:
-            return "the node is there, the driver behind it is gone: look for a failed probe or an "
+            return "the node exists, but its driver is gone: look for a failed probe or an "
                    "unplugged hub in the kernel log";
         default:
             return "look at the driver's messages in the kernel log";
     }
 }
 
-void Findings::line(const char* level, const std::string& subject, const std::string& text,
-                    const std::string& remedy) {
-    const std::string found = printable(subject + ": " + text);
-    print("%-5s %s%s%s\n", level, found.c_str(), remedy.empty() ? "" : "; ",
+void Findings::report(Level level, const std::string& subject, const std::string& text,
+                      const std::string& remedy) {
+    static constexpr const char* kNames[] = {"ok", "note", "FAIL"};
+    mNotes += level == Level::kNote ? 1 : 0;
+    mFailures += level == Level::kFail ? 1 : 0;
+    print("%-5s %s%s%s\n", kNames[static_cast<int>(level)],
+          printable(subject + ": " + text).c_str(), remedy.empty() ? "" : "; ",
           printable(remedy).c_str());
 }
 

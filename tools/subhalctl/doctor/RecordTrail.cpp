@@ -1,11 +1,13 @@
 #include "tools/subhalctl/doctor/RecordTrail.h"
 
+#include <fcntl.h>
 #include <poll.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cinttypes>
 #include <cstring>
+#include <optional>
 
 #include "simulator/KnownSensors.h"
 #include "tools/subhalctl/Interrupt.h"
@@ -18,11 +20,12 @@ namespace subhalctl {
 namespace {
 
 using Kind = FileCall::Kind;
+using Level = Findings::Level;
+using Calls = std::vector<FileCall>;
 
 constexpr int64_t kPeriodNs = 20'000'000;
 constexpr int64_t kLatencyNs = 100'000'000;
 constexpr int32_t kSeveralForms[] = {2, 14, 34, 37};  // whose records are of several lengths
-constexpr char kGone[] = "the device has just gone";
 
 bool isPath(const FileCall& call, Kind kind, const std::string& path) {
     return call.kind == kind && call.path == path;
@@ -33,21 +36,236 @@ bool isSwitch(const FileCall& call, int32_t handle, bool on) {
     return isPath(call, Kind::kWrite, kEnablePath) && call.bytes.c_str() == text;
 }
 
-/** The last such call that failed, as in "write /dev/x: Permission denied", or nothing. */
-const FileCall* failureOf(const std::vector<FileCall>& calls, const std::string& path) {
-    const auto found = std::find_if(calls.rbegin(), calls.rend(), [&](const FileCall& call) {
-        return call.result < 0 && call.path == path;
-    });
+/** The last call that fits, or null. */
+template <typename Fits>
+const FileCall* lastOf(const Calls& calls, Fits fits) {
+    const auto found = std::find_if(calls.rbegin(), calls.rend(), fits);
     return found != calls.rend() ? &*found : nullptr;
 }
 
-std::string textOf(const FileCall& call) {
-    return std::string(nameOf(call.kind)) + ' ' + call.path + ": " +
-           std::strerror(static_cast<int>(-call.result));
+const FileCall* failureOf(const Calls& calls, const std::string& path) {
+    return lastOf(calls, [&](const FileCall& c) { return c.result < 0 && c.path == path; });
 }
 
-double milliseconds(int64_t ns) {
-    return static_cast<double>(ns) / 1e6;
+/** As in ", write /dev/x: Permission denied"; empty without a failure. */
+std::string textOf(const FileCall* failure) {
+    if (failure == nullptr) return "";
+    return std::string(", ") + nameOf(failure->kind) + ' ' + failure->path + ": " +
+           std::strerror(static_cast<int>(-failure->result));
+}
+
+std::string remedyFor(const FileCall* failure, int flags, const std::string& otherwise) {
+    if (failure == nullptr) return otherwise;
+    return remedyOf(static_cast<int>(-failure->result), flags);
+}
+
+/** Where a record may stop, and whether it does. */
+struct Station {
+    bool stops;
+    const char* name;
+    std::string what;
+    std::string remedy;
+    std::string passed{};  ///< in the last row of a station that is worth a word
+    bool maybe = false;    ///< may be correct, unless the sensor is continuous
+};
+using Stations = std::vector<Station>;
+
+/** One sensor, switched on, and where its records go. */
+class Round {
+  public:
+    Round(Proxy& proxy, const SensorInfo& sensor, const Calls& loading, const std::string& device)
+        : mProxy(proxy), mSensor(sensor), mLoading(loading) {
+        if (device.empty()) return;
+        mNode = "/dev/" + device;
+        mBuffer = kIioDirectory + device + "/buffer/";
+    }
+
+    void watch(int64_t latencyNs, double seconds);
+    /** False when no record came through, which has been reported. */
+    bool judge(const std::string& subject, Findings& findings) const;
+
+  private:
+    void lookForUnreadRecord();
+    void sortReads();
+    Stations beforeReading() const;
+    Stations whileReading() const;
+    Stations afterReading() const;
+
+    Proxy& mProxy;
+    const SensorInfo& mSensor;
+    const Calls& mLoading;
+    std::string mNode;    // of the device, as the library opened it
+    std::string mBuffer;  // directory of the buffer's attributes
+    double mSeconds = 0;
+    int64_t mStartNs = 0;
+    std::string mRefusal;
+    Calls mCalls;
+    std::optional<ReceivedEvent> mEvent;
+    bool mWaiting = false;  // a record is in the device, unread
+    int mPollError = 0;     // errno of waiting for a record
+    size_t mRecords = 0;    // that were read
+    size_t mFailed = 0;     // reads
+    std::string mCut;       // of the last record that is too short
+    std::string mRecord;    // the last record, in hex, or the first before the sensor was off
+    bool mOff = false;      // the library switched the sensor off before it read the record
+};
+
+void Round::watch(int64_t latencyNs, double seconds) {
+    const int32_t handle = mSensor.sensorHandle;
+    mSeconds = seconds;
+    mProxy.events().drain([](const ReceivedEvent&) {});
+    mProxy.takeCalls();
+    mStartNs = hubNowNs();
+    Result result = mProxy.batch(handle, kPeriodNs, latencyNs);
+    const char* what = "batch";
+    if (result == Result::OK) {
+        result = mProxy.activate(handle, true);
+        what = "activate";
+    }
+    if (result == Result::OK) {
+        mProxy.events().receiveFor(seconds, [&](const ReceivedEvent& received) {
+            if (received.event.sensorHandle != handle) return false;
+            mEvent = received;
+            return true;
+        });
+    } else {
+        mRefusal = std::string(what) + " returned " + resultName(result);
+    }
+    mCalls = mProxy.takeCalls();
+    lookForUnreadRecord();
+    mProxy.activate(handle, false);
+    sortReads();
+}
+
+void Round::lookForUnreadRecord() {
+    const FileCall* open = lastOf(mLoading, [this](const FileCall& call) {
+        return isPath(call, Kind::kOpen, mNode) && call.result >= 0;
+    });
+    if (open == nullptr) return;
+    pollfd device{static_cast<int>(open->result), POLLIN, 0};
+    const timespec atOnce{};
+    mWaiting = ppoll(&device, 1, &atOnce, nullptr) > 0 && (device.revents & POLLIN) != 0;
+    // Fails if it does for the library as well.
+    if (mWaiting && poll(&device, 1, 0) < 0) mPollError = errno;
+}
+
+void Round::sortReads() {
+    const simulator::KnownSensor* known = simulator::findKnownSensor(mSensor.sensorHandle);
+    const bool severalForms =
+        std::count(std::begin(kSeveralForms), std::end(kSeveralForms), mSensor.sensorHandle) > 0;
+    const size_t whole = known == nullptr || severalForms ? 0 : known->recordSize;
+    for (const FileCall& call : mCalls) {
+        const bool off = mOff || isSwitch(call, mSensor.sensorHandle, false);
+        if (mRecords == 0) mOff = off;
+        if (!isPath(call, Kind::kRead, mNode)) continue;
+        if (call.result < 0 && call.result != -EAGAIN) ++mFailed;
+        if (call.result <= 0) continue;
+        if (++mRecords == 1) mRecord = hexOf(call.bytes);
+        if (call.bytes.size() >= whole) continue;
+        mCut = formatted("a record of %zu bytes instead of %zu", call.bytes.size(), whole);
+    }
+}
+
+Stations Round::beforeReading() const {
+    const FileCall* request = failureOf(mCalls, kBatchPath);
+    if (request == nullptr) request = failureOf(mCalls, kEnablePath);
+    const auto isBatch = [](const FileCall& c) { return isPath(c, Kind::kIoctl, kBatchPath); };
+    const auto isOn = [this](const FileCall& c) { return isSwitch(c, mSensor.sensorHandle, true); };
+    const bool sent = lastOf(mCalls, isBatch) != nullptr && lastOf(mCalls, isOn) != nullptr;
+
+    const std::string attribute = mBuffer + "enable";
+    int error = 0;
+    const std::string state = readLine(attribute, &error);
+    const FileCall* start = failureOf(mCalls, attribute);
+    if (start == nullptr) start = failureOf(mLoading, attribute);
+
+    return {{request != nullptr || !mRefusal.empty(), "hub", mRefusal + textOf(request),
+             remedyFor(request, O_RDWR, "no call on the hub failed; see --log error")},
+            {!sent, "hub", "was not sent both batch and switch",
+             "the library did not pass the request on", "accepted the batch and the switch"},
+            {modeOf(mNode) == "absent", "device", mNode.empty() ? "none" : mNode + " is gone",
+             "its driver has unregistered it: look at the kernel log", mNode},
+            {error == 0 && state != "1", "buffer", attribute + " is " + state + textOf(start),
+             remedyFor(start, O_WRONLY, "another program has switched it off"),
+             "on, " + readLine(mBuffer + "length") + " records"}};
+}
+
+Stations Round::whileReading() const {
+    const bool silent = mRecords == 0 && mFailed == 0 && !mEvent;
+    const bool unread = silent && mWaiting;
+    const FileCall* count = lastOf(mCalls, [this](const FileCall& c) {
+        return isPath(c, Kind::kRead, mBuffer + "data_available") && c.result > 0;
+    });
+    const std::string available =
+        count != nullptr ? count->bytes.substr(0, count->bytes.find('\n')) : "1";
+    const FileCall* read = failureOf(mCalls, mNode);
+    const std::string polling =
+        mPollError != 0 ? std::string(": poll() fails: ") + std::strerror(mPollError) : "";
+
+    return {
+        {unread && std::atoi(available.c_str()) == 0, "count",
+         mBuffer + "data_available is " + available + ", but a record is waiting",
+         "the library reads that many records: the driver counts wrongly"},
+        {unread, "device", "a record is waiting, but the library does not read it" + polling,
+         mPollError != 0 ? remedyOf(mPollError, O_RDONLY)
+                         : "its poll() fails, or its thread hangs: see --log info"},
+        {silent, "hub", formatted("accepted the request, sent no record in %g s", mSeconds),
+         "look at its messages in the kernel log, and at the chip", "", true},
+        {mRecords == 0 && mFailed > 0, "read", counted(mFailed, "failed read") + textOf(read),
+         read != nullptr && read->result == -EINVAL
+             ? formatted("a record may exceed the %lu bytes that the library reads", read->number)
+             : remedyFor(read, O_RDONLY, "")},
+        {!mCut.empty(), "read", mCut,
+         "the library assumes 0 for what is missing: the driver cuts records",
+         mRecords > 0 ? counted(mRecords, "whole record") : ""}};
+}
+
+Stations Round::afterReading() const {
+    const bool locked = mEvent && mEvent->wakelock;
+    return {{mEvent && locked != isWakeUp(mSensor), "proxy",
+             locked ? "an event with a wakelock" : "an event without a wakelock",
+             "a wake-up sensor's events need one, and no others"},
+            {!mEvent && mOff, "filter",
+             "the library dropped a record of a sensor that it had switched off: " + mRecord,
+             "it switches a one-shot sensor off after each wake-up, even if the read fails"},
+            {!mEvent, "driver", "the library posted no event for a whole record: " + mRecord,
+             "its driver of this sensor drops it", "", true}};
+}
+
+bool Round::judge(const std::string& subject, Findings& findings) const {
+    const bool continuous = reportingMode(mSensor) == SensorFlagBits::CONTINUOUS_MODE;
+    for (const Stations& stations : {beforeReading(), whileReading(), afterReading()}) {
+        for (const Station& station : stations) {
+            const std::string place = subject + ", " + station.name;
+            if (!station.stops) {
+                if (!station.passed.empty()) findings.ok(place, station.passed);
+                continue;
+            }
+            if (station.maybe && !continuous) {
+                findings.report(
+                    Level::kNote, place, station.what,
+                    "may be correct: it reports only when there is something to report");
+            } else {
+                findings.fail(place, station.what, station.remedy);
+            }
+            return false;
+        }
+    }
+    if (mFailed > 0) {
+        findings.report(Level::kNote, subject + ", read",
+                        formatted("%zu of %zu reads failed", mFailed, mFailed + mRecords) +
+                            textOf(failureOf(mCalls, mNode)));
+    }
+    const int64_t receivedNs = mEvent->receivedNs;
+    const int64_t stampNs = mEvent->event.timestamp;  // a completed flush has none
+    const auto after = [&](int64_t startNs) {
+        return static_cast<double>(receivedNs - startNs) / 1e6;
+    };
+    findings.report(
+        Level::kOk, subject,
+        formatted("an event %.1f ms after switching on", after(mStartNs)) +
+            (stampNs != 0 ? formatted(", %.1f ms after its stamp", after(stampNs)) : ""));
+    return true;
 }
 
 }  // namespace
@@ -67,217 +285,15 @@ void RecordTrail::follow(const SensorInfo& sensor) {
     if (followOnce(sensor, 0) && sensor.fifoMaxEventCount > 0) followOnce(sensor, kLatencyNs);
 }
 
-/** False when no record came through, which has been reported. */
 bool RecordTrail::followOnce(const SensorInfo& sensor, int64_t latencyNs) {
-    Round round{sensor, formatted("%s (%" PRId32 ")%s", typeName(sensor).c_str(),
-                                  sensor.sensorHandle, latencyNs > 0 ? ", batched" : "")};
     const simulator::KnownSensor* known = simulator::findKnownSensor(sensor.sensorHandle);
-    const std::string iioName = known != nullptr ? iioNameOf(*known, isWakeUp(sensor)) : "";
-    if (const auto found = mNodes.find(iioName); found != mNodes.end()) {
-        round.node = "/dev/" + found->second;
-        round.buffer = kIioDirectory + found->second + "/buffer/";
-    }
-    watch(&round, latencyNs);
+    const auto node = mNodes.find(known != nullptr ? iioNameOf(*known, isWakeUp(sensor)) : "");
+    Round round(mProxy, sensor, mLoading, node != mNodes.end() ? node->second : "");
+    round.watch(latencyNs, mSeconds);
     if (interrupted()) return false;  // too early for a verdict
-    if (!passesHub(round) || !passesBuffer(round) || !passesRead(round) || !passesLibrary(round)) {
-        return false;
-    }
-    const int64_t stampNs = round.event->event.timestamp;  // a completed flush has none
-    const std::string stamp =
-        formatted(", %.1f ms after its stamp", milliseconds(round.event->receivedNs - stampNs));
-    mFindings.good(round.subject, formatted("an event %.1f ms after switching on",
-                                            milliseconds(round.event->receivedNs - round.startNs)) +
-                                      (stampNs != 0 ? stamp : ""));
-    return true;
-}
-
-void RecordTrail::watch(Round* round, int64_t latencyNs) {
-    const int32_t handle = round->sensor.sensorHandle;
-    mProxy.events().drain([](const ReceivedEvent&) {});
-    mProxy.takeCalls();
-    round->startNs = hubNowNs();
-    Result result = mProxy.batch(handle, kPeriodNs, latencyNs);
-    if (result != Result::OK) round->refusal = "batch gave " + resultName(result);
-    if (result == Result::OK) {
-        result = mProxy.activate(handle, true);
-        if (result != Result::OK) round->refusal = "activate gave " + resultName(result);
-    }
-    if (result == Result::OK) {
-        mProxy.events().receiveFor(mSeconds, [&](const ReceivedEvent& received) {
-            if (received.event.sensorHandle != handle) return false;
-            round->event = received;
-            return true;
-        });
-    }
-    round->calls = mProxy.takeCalls();
-    for (const FileCall& call : mLoading) {
-        if (!isPath(call, Kind::kOpen, round->node) || call.result < 0) continue;
-        pollfd device{static_cast<int>(call.result), POLLIN, 0};
-        const timespec atOnce{};
-        round->waiting = ppoll(&device, 1, &atOnce, nullptr) > 0 && (device.revents & POLLIN) != 0;
-        // Fails if it does for the library as well.
-        if (round->waiting && poll(&device, 1, 0) < 0) round->pollError = errno;
-    }
-    mProxy.activate(handle, false);
-}
-
-bool RecordTrail::stops(const Round& round, const char* station, const std::string& what,
-                        const std::string& remedy) {
-    mFindings.fail(round.subject + ", " + station, what, remedy);
-    return false;
-}
-
-/** Only a continuous sensor has something to report at any time. */
-bool RecordTrail::mayStop(const Round& round, const char* station, const std::string& what,
-                          const std::string& remedy) {
-    if (reportingMode(round.sensor) == SensorFlagBits::CONTINUOUS_MODE) {
-        return stops(round, station, what, remedy);
-    }
-    mFindings.note(round.subject + ", " + station, what,
-                   "that may be right: it reports only when there is something to report");
-    return false;
-}
-
-bool RecordTrail::passesHub(const Round& round) {
-    const FileCall* failure = failureOf(round.calls, kBatchPath);
-    if (failure == nullptr) failure = failureOf(round.calls, kEnablePath);
-    if (failure != nullptr) {
-        return stops(round, "hub", round.refusal + ", " + textOf(*failure),
-                     remedyOf(static_cast<int>(-failure->result), "the hub's driver makes it",
-                              "read and write"));
-    }
-    if (!round.refusal.empty()) {
-        return stops(round, "hub", round.refusal, "no call on the hub failed; see --log error");
-    }
-    const auto hasCall = [&](auto fits) {
-        return std::any_of(round.calls.begin(), round.calls.end(), fits);
-    };
-    const bool batched =
-        hasCall([](const FileCall& c) { return isPath(c, Kind::kIoctl, kBatchPath); });
-    const bool enabled =
-        hasCall([&](const FileCall& c) { return isSwitch(c, round.sensor.sensorHandle, true); });
-    if (!batched || !enabled) {
-        return stops(round, "hub", std::string("was sent no ") + (batched ? "switch" : "batch"),
-                     "the library did not pass the request on");
-    }
-    mFindings.ok(round.subject + ", hub", "took the batch and the switch");
-    return true;
-}
-
-bool RecordTrail::passesBuffer(const Round& round) {
-    if (round.node.empty() || modeOf(round.node) == "absent") {
-        return stops(round, "device", round.node + (round.node.empty() ? "none" : " is gone"),
-                     "its driver has unregistered it: look at the kernel log");
-    }
-    mFindings.ok(round.subject + ", device", round.node);
-    const std::string attribute = round.buffer + "enable";
-    int error = 0;
-    const std::string state = readLine(attribute, &error);
-    if (error == 0 && state != "1") {
-        const FileCall* failure = failureOf(round.calls, attribute);
-        if (failure == nullptr) failure = failureOf(mLoading, attribute);
-        return stops(
-            round, "buffer",
-            attribute + " is " + state + (failure != nullptr ? ", " + textOf(*failure) : ""),
-            failure != nullptr ? remedyOf(static_cast<int>(-failure->result), kGone, "write")
-                               : "somebody has switched it off since the library was loaded");
-    }
-    mFindings.ok(round.subject + ", buffer",
-                 "on, " + readLine(round.buffer + "length") + " records");
-    return true;
-}
-
-/** No record was read: says why. */
-bool RecordTrail::isSilent(const Round& round) {
-    const auto count =
-        std::find_if(round.calls.rbegin(), round.calls.rend(), [&](const FileCall& c) {
-            return isPath(c, Kind::kRead, round.buffer + "data_available") && c.result > 0;
-        });
-    const std::string said =
-        count != round.calls.rend() ? count->bytes.substr(0, count->bytes.find('\n')) : "";
-    if (round.waiting && !said.empty() && std::atoi(said.c_str()) == 0) {
-        return stops(round, "count",
-                     round.buffer + "data_available says " + said + " although a record is there",
-                     "the library reads as many as it says: its driver counts wrongly");
-    }
-    if (round.waiting) {
-        return stops(round, "device",
-                     "a record is there, and the library does not read it" +
-                         (round.pollError != 0
-                              ? std::string(": poll() fails: ") + std::strerror(round.pollError)
-                              : ""),
-                     round.pollError != 0
-                         ? "look at the driver's messages in the kernel log"
-                         : "its poll() fails, or its thread hangs: see --log info");
-    }
-    return mayStop(round, "hub", formatted("took the request and sent no record in %g s", mSeconds),
-                   "look at its messages in the kernel log, and at the chip");
-}
-
-bool RecordTrail::passesRead(const Round& round) {
-    const simulator::KnownSensor* known = simulator::findKnownSensor(round.sensor.sensorHandle);
-    const bool severalForms = std::count(std::begin(kSeveralForms), std::end(kSeveralForms),
-                                         round.sensor.sensorHandle) > 0;
-    size_t records = 0;
-    size_t failed = 0;
-    const FileCall* cut = nullptr;
-    for (const FileCall& call : round.calls) {
-        if (!isPath(call, Kind::kRead, round.node)) continue;
-        if (call.result > 0) ++records;
-        if (call.result < 0 && call.result != -EAGAIN) ++failed;
-        const bool whole =
-            known == nullptr || severalForms || call.bytes.size() >= known->recordSize;
-        if (call.result > 0 && !whole) cut = &call;
-    }
-    const FileCall* failure = failureOf(round.calls, round.node);
-    if (records == 0 && failed == 0) return round.event || isSilent(round);
-    if (records == 0) {
-        const bool tooLong = failure->result == -EINVAL;
-        return stops(round, "read", counted(failed, "failed read") + ", " + textOf(*failure),
-                     tooLong
-                         ? formatted("a record may be longer than the %lu bytes that the library "
-                                     "reads",
-                                     failure->number)
-                         : remedyOf(static_cast<int>(-failure->result), kGone, "read"));
-    }
-    if (failed > 0) {
-        mFindings.note(
-            round.subject + ", read",
-            formatted("%zu of %zu reads failed, ", failed, failed + records) + textOf(*failure));
-    }
-    if (cut != nullptr) {
-        return stops(
-            round, "read",
-            formatted("a record of %zu bytes instead of %zu", cut->bytes.size(), known->recordSize),
-            "the library takes what is missing for zero: its driver cuts records");
-    }
-    mFindings.ok(round.subject + ", read", counted(records, "whole record"));
-    return true;
-}
-
-bool RecordTrail::passesLibrary(const Round& round) {
-    if (round.event) {
-        if (round.event->wakelock == isWakeUp(round.sensor)) return true;
-        return stops(
-            round, "proxy",
-            round.event->wakelock ? "an event with a wakelock" : "an event without a wakelock",
-            "a wake-up sensor's events have one, and no others");
-    }
-    bool off = false;
-    std::string hex;
-    for (const FileCall& call : round.calls) {
-        off = off || isSwitch(call, round.sensor.sensorHandle, false);
-        if (!isPath(call, Kind::kRead, round.node) || call.result <= 0) continue;
-        hex = hexOf(call.bytes);
-        if (!off) break;
-    }
-    if (off) {
-        return stops(round, "filter",
-                     "the library dropped a record of a sensor that it had off: " + hex,
-                     "it switches a one-shot sensor off behind each wake-up, a failed read's too");
-    }
-    return mayStop(round, "driver", "a whole record became no event: " + hex,
-                   "the library's driver of this sensor drops it");
+    return round.judge(formatted("%s (%" PRId32 ")%s", typeName(sensor).c_str(),
+                                 sensor.sensorHandle, latencyNs > 0 ? ", batched" : ""),
+                       mFindings);
 }
 
 }  // namespace subhalctl

@@ -1,6 +1,7 @@
 #include "tools/subhalctl/hubs/HubFault.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <optional>
@@ -118,6 +119,11 @@ class FaultReader {
         if (part == "ERROR") {
             mFault.error = errnoOf(text);
             if (mFault.error == 0) isNo(text, "name of an error such as EIO; see errno(3)");
+            // The library has to call again each time, for ever.
+            if (mFault.kind == "poll" && mFault.error == EINTR && mFault.count < 0 &&
+                mWhy.empty()) {
+                mWhy = "poll:EINTR needs a count, *N: a signal storm without end cannot happen";
+            }
         } else if (part == "BYTES") {
             if (takeWhole(text, 1, kLargestRecord - 1, &mFault.bytes)) return;
             isNo(text, formatted("number of bytes from 1 to %d", kLargestRecord - 1));

@@ -15,7 +15,7 @@ ExitCode followRecords(Proxy& proxy, const DoctorOptions& options, Findings& fin
     if (result != kOk) return result;
     RecordTrail trail(proxy, findings, options.seconds);
     for (const std::string& text : options.sensors) {
-        if (interrupted()) return kNoData;
+        if (interrupted()) break;
         const SensorInfo* sensor = proxy.find(text);
         if (sensor == nullptr) {
             result = kNoSuchSensor;
@@ -32,16 +32,14 @@ ExitCode runDoctor(Proxy& proxy, const DoctorOptions& options) {
     ExitCode result = proxy.openHub();
     if (result != kOk) return result;
     Findings findings(options.details);
-    Examination examination(findings);
-    // The library stays out until then: it would hold the very devices that are looked at.
-    result = examination.run();
-    if (result != kOk) return result;
+    // Before the library is loaded, which would keep the devices open.
+    const auto sensors = examineHub(findings);
+    if (!sensors) return kNoHub;
     if (!options.sensors.empty()) result = followRecords(proxy, options, findings);
-    const bool root = geteuid() == 0;
-    print("%s, %s, %s%s\n", counted(examination.sensors(), "sensor").c_str(),
+    print("%s, %s, %s%s\n", counted(*sensors, "sensor").c_str(),
           counted(findings.failures(), "failure").c_str(),
           counted(findings.notes(), "note").c_str(),
-          root ? "; as root, who has rights that the sensors service lacks" : "");
+          geteuid() == 0 ? "; as root, who has rights that the sensors service lacks" : "");
     return findings.failures() > 0 ? kCheckFailed : result;
 }
 
