@@ -504,7 +504,7 @@ ROWS = {
                r"[^\n]*\n\d+ sensors, 1 failure"),
               ("read:/sys/class/sensors/hbx_sensor/sensor_spec:EIO", 7, "FAIL .*: Input"),
               ("write:/sys/bus/iio/devices/iio:device3/buffer/enable:ENOMEM", 1,
-               "FAIL .*handle 4: no memory for a buffer of 3000 records of 14 bytes; lower"),
+               "FAIL .*handle 4: a buffer of 3000 records of 14 bytes: Cannot allocate memory; lower"),
               ("open:/sys/bus/iio/devices/iio:device3/buffer/length:EACCES", 1,
                "FAIL .*handle 4: .*/length: Permission denied.*silently"),
               ("absent:/sys/bus/iio/devices/iio:device3/name", 1,

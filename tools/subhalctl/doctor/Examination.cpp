@@ -94,7 +94,7 @@ class Examination {
     void reportShared();
     void reportUnused();
     void checkNodes();
-    size_t sensors() const { return mHandles.size(); }
+    HubDevices found() const { return {mHandles.size(), mIio}; }
 
   private:
     struct Use {
@@ -211,11 +211,7 @@ void Examination::checkRecord(const std::string& place, const SensorSpec& record
         return mFindings.fail(subject, "an earlier record has the same handle",
                               "the earlier one counts");
     }
-    mFindings.ok(subject, formatted("%s \"%s\", vendor %d, version %" PRId32 ", %s, %" PRId32
-                                    " to %" PRId32 " µs, FIFO %d",
-                                    sensor->displayName, record.chipName.c_str(), record.vendor,
-                                    record.version, record.wakeUp ? "wake-up" : "non-wake-up",
-                                    record.minDelayUs, record.maxDelayUs, record.fifoMax));
+    mFindings.ok(subject, std::string(sensor->displayName) + ' ' + record.chipName);
     checkFigures(subject, record, *sensor);
     checkDevice(*sensor, record.wakeUp, record.fifoMax);
 }
@@ -333,16 +329,12 @@ void Examination::tryBuffer(const std::string& subject, const std::string& direc
     if (error == 0) {
         writeText(directory + "enable", "0\n");
         mFindings.ok(subject, formatted("a buffer of %d records starts", length));
-    } else if (error == ENOMEM) {
-        mFindings.fail(subject,
-                       formatted("no memory for a buffer of %d records of %zu bytes", length,
-                                 sensor.recordSize),
-                       "lower the FIFO count in the specification's record");
     } else {
-        mFindings.fail(
-            subject,
-            formatted("a buffer of %d records does not start: %s", length, std::strerror(error)),
-            remedyOf(error, O_WRONLY));
+        mFindings.fail(subject,
+                       formatted("a buffer of %d records of %zu bytes: %s", length,
+                                 sensor.recordSize, std::strerror(error)),
+                       error == ENOMEM ? "lower the FIFO count in the specification's record"
+                                       : remedyOf(error, O_WRONLY));
     }
     writeText(directory + "length", before + "\n");
 }
@@ -400,7 +392,7 @@ void Examination::checkNodes() {
 
 }  // namespace
 
-std::optional<size_t> examineHub(Findings& findings) {
+std::optional<HubDevices> examineHub(Findings& findings) {
     Examination examination(findings);
     if (!examination.readSpec()) return {};
     examination.readIioNames();
@@ -411,7 +403,7 @@ std::optional<size_t> examineHub(Findings& findings) {
     examination.reportShared();
     examination.reportUnused();
     examination.checkNodes();
-    return examination.sensors();
+    return examination.found();
 }
 
 }  // namespace subhalctl

@@ -270,25 +270,15 @@ bool Round::judge(const std::string& subject, Findings& findings) const {
 
 }  // namespace
 
-RecordTrail::RecordTrail(Proxy& proxy, Findings& findings, double seconds)
-    : mProxy(proxy), mFindings(findings), mSeconds(seconds), mLoading(proxy.takeCalls()) {
-    for (const FileCall& call : mLoading) {
-        const size_t end = call.path.rfind("/name");
-        const size_t begin = std::strlen(kIioDirectory);
-        if (call.kind != Kind::kRead || end == std::string::npos || end < begin) continue;
-        const std::string name = call.bytes.substr(0, call.bytes.find('\n'));
-        mNodes.emplace(name, call.path.substr(begin, end - begin));
-    }
-}
-
 void RecordTrail::follow(const SensorInfo& sensor) {
     if (followOnce(sensor, 0) && sensor.fifoMaxEventCount > 0) followOnce(sensor, kLatencyNs);
 }
 
 bool RecordTrail::followOnce(const SensorInfo& sensor, int64_t latencyNs) {
     const simulator::KnownSensor* known = simulator::findKnownSensor(sensor.sensorHandle);
-    const auto node = mNodes.find(known != nullptr ? iioNameOf(*known, isWakeUp(sensor)) : "");
-    Round round(mProxy, sensor, mLoading, node != mNodes.end() ? node->second : "");
+    const auto node =
+        mDevices.iio.find(known != nullptr ? iioNameOf(*known, isWakeUp(sensor)) : "");
+    Round round(mProxy, sensor, mLoading, node != mDevices.iio.end() ? node->second : "");
     round.watch(latencyNs, mSeconds);
     if (interrupted()) return false;  // too early for a verdict
     return round.judge(formatted("%s (%" PRId32 ")%s", typeName(sensor).c_str(),

@@ -1,9 +1,8 @@
 #pragma once
 
-#include <map>
-#include <string>
 #include <vector>
 
+#include "tools/subhalctl/doctor/Examination.h"
 #include "tools/subhalctl/doctor/Findings.h"
 #include "tools/subhalctl/proxy/Proxy.h"
 
@@ -13,7 +12,12 @@ namespace subhalctl {
 class RecordTrail {
   public:
     /** @param proxy open, and it has kept the library's calls since */
-    RecordTrail(Proxy& proxy, Findings& findings, double seconds);
+    RecordTrail(Proxy& proxy, Findings& findings, const HubDevices& devices, double seconds)
+        : mProxy(proxy),
+          mFindings(findings),
+          mDevices(devices),
+          mSeconds(seconds),
+          mLoading(proxy.takeCalls()) {}
 
     /** Also with a latency, if the sensor batches: the library then reads its buffer's count. */
     void follow(const SensorInfo& sensor);
@@ -23,9 +27,9 @@ class RecordTrail {
 
     Proxy& mProxy;
     Findings& mFindings;
+    const HubDevices& mDevices;
     double mSeconds;
-    std::vector<FileCall> mLoading;             // the library's, before the first sensor
-    std::map<std::string, std::string> mNodes;  // "iio:deviceN" by IIO name
+    std::vector<FileCall> mLoading;  // the library's, before the first sensor
 };
 
 }  // namespace subhalctl

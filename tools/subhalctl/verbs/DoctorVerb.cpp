@@ -9,11 +9,12 @@
 namespace subhalctl {
 namespace {
 
-ExitCode followRecords(Proxy& proxy, const DoctorOptions& options, Findings& findings) {
+ExitCode followRecords(Proxy& proxy, const DoctorOptions& options, const HubDevices& devices,
+                       Findings& findings) {
     proxy.keepCalls();
     ExitCode result = proxy.open();
     if (result != kOk) return result;
-    RecordTrail trail(proxy, findings, options.seconds);
+    RecordTrail trail(proxy, findings, devices, options.seconds);
     for (const std::string& text : options.sensors) {
         if (interrupted()) break;
         const SensorInfo* sensor = proxy.find(text);
@@ -33,10 +34,10 @@ ExitCode runDoctor(Proxy& proxy, const DoctorOptions& options) {
     if (result != kOk) return result;
     Findings findings(options.details);
     // Before the library is loaded, which would keep the devices open.
-    const auto sensors = examineHub(findings);
-    if (!sensors) return kNoHub;
-    if (!options.sensors.empty()) result = followRecords(proxy, options, findings);
-    print("%s, %s, %s%s\n", counted(*sensors, "sensor").c_str(),
+    const auto devices = examineHub(findings);
+    if (!devices) return kNoHub;
+    if (!options.sensors.empty()) result = followRecords(proxy, options, *devices, findings);
+    print("%s, %s, %s%s\n", counted(devices->sensors, "sensor").c_str(),
           counted(findings.failures(), "failure").c_str(),
           counted(findings.notes(), "note").c_str(),
           geteuid() == 0 ? "; as root, who has rights that the sensors service lacks" : "");
