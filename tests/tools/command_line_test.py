@@ -474,7 +474,7 @@ ROWS = {
           for none in ("70000", "7", "")],
         Row("watch uncal", 4, err=r" 16  gyroscope_uncalibrated .*\n +43  accelerometer_uncalibrated "),
         Row("inject light 0x20000000", 5, err="light: inject: BAD_VALUE"),
-        Row("inject 1 0", out="sub-command 0 stands for nothing to do"),
+        Row("inject 1 0", out="nothing to do for sub-command 0x0"),
         Row("direct 1 --rate normal", 5, err=r"these do: vdis_gyro \(38\), stillwave_gyro \(50\)"),
         Row("flush significant_motion", 5, err="significant_motion: flush: BAD_VALUE"),
         Row("watch 1@10 --count 1e3 --seconds 0.3", 6, err="[1-4] of 1000 events came"),

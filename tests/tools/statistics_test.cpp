@@ -106,7 +106,7 @@ TEST(RingCheck, TellsMissedAndTornRecords) {
     EXPECT_TRUE(check.add(record(3))) << "two were overwritten before the first look";
     EXPECT_TRUE(check.add(record(4)));
     EXPECT_TRUE(check.add(record(9)));
-    EXPECT_EQ(check.missed(), 6);
+    EXPECT_EQ(check.figures().missed, 6);
 
     sensors_event_t older = record(10);
     older.timestamp = 1;
@@ -119,8 +119,8 @@ TEST(RingCheck, TellsMissedAndTornRecords) {
     flush.type = SENSOR_TYPE_META_DATA;
     flush.meta_data = {META_DATA_FLUSH_COMPLETE, kHandle};
     EXPECT_TRUE(check.add(flush));
-    EXPECT_EQ(check.torn(), 2);
-    EXPECT_EQ(check.records(), 6);
+    EXPECT_EQ(check.figures().torn, 2);
+    EXPECT_EQ(check.figures().records, 6);
 }
 
 using Ring = std::array<sensors_event_t, 8>;

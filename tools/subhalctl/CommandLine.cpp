@@ -147,38 +147,51 @@ void addGlobalOptions(CLI::App& app, GlobalOptions& options) {
     app.option_defaults()->group("Options");
 }
 
-void addList(CLI::App& app, Command& command) {
-    const Verb<ListOptions> verb(app, command, "list", "List the sensors, one a line", runList);
-    verb.app->add_option("SENSOR", verb.options->sensors, "Sensors (default: all)");
-    verb.app->add_flag("-v,--verbose", verb.options->details, "All that is known of each");
-    verb.app->add_option("--format", verb.options->format, "text or json")
-        ->check(CLI::IsMember({"text", "json"}))
+/** One of several words. */
+CLI::Option* addChoice(CLI::App& verb, const char* name, std::string& choice,
+                       const char* description, const std::vector<std::string>& words) {
+    return verb.add_option(name, choice, description)
+        ->check(CLI::IsMember(words))
         ->capture_default_str();
+}
+
+void addEventFormat(CLI::App& verb, std::string& format) {
+    addChoice(verb, "--format", format, "text, csv, or json (an object per line)",
+              {"text", "csv", "json"});
+}
+
+void addSeconds(CLI::App& verb, double& time, const char* description) {
+    verb.add_option("--seconds", time, description)->check(seconds())->capture_default_str();
+}
+
+void addList(CLI::App& app, Command& command) {
+    const auto [verb, options] =
+        Verb(app, command, "list", "List the sensors, one a line", runList);
+    verb->add_option("SENSOR", options->sensors, "Sensors (default: all)");
+    verb->add_flag("-v,--verbose", options->details, "All that is known of each");
+    addChoice(*verb, "--format", options->format, "text or json", {"text", "json"});
 }
 
 void addDoctor(CLI::App& app, Command& command) {
-    const Verb<DoctorOptions> verb(app, command, "doctor",
-                                   "Find out why sensors are missing or silent, and what to do",
-                                   runDoctor);
-    verb.app->add_option("SENSOR", verb.options->sensors,
-                         "Sensors to be switched on, to follow a record of each");
-    verb.app->add_option("--seconds", verb.options->seconds, "Time to wait for a record")
-        ->check(seconds())
-        ->capture_default_str();
-    verb.app->add_flag("-v,--verbose", verb.options->details, "Also what is as it should be");
+    const auto [verb, options] =
+        Verb(app, command, "doctor", "Find out why sensors are missing or silent, and what to do",
+             runDoctor);
+    verb->add_option("SENSOR", options->sensors,
+                     "Sensors to be switched on, to follow a record of each");
+    addSeconds(*verb, options->seconds, "Time to wait for a record");
+    verb->add_flag("-v,--verbose", options->details, "Also what is as it should be");
 }
 
 void addCheck(CLI::App& app, Command& command) {
-    const Verb<CheckOptions> verb(app, command, "check",
-                                  "Prove that the sensors keep the platform's rules", runCheck);
-    verb.app->add_option("SENSOR", verb.options->sensors, "Sensors (default: all)");
-    verb.app->add_option("--seconds", verb.options->seconds, "Time for each of the phases")
+    const auto [verb, options] =
+        Verb(app, command, "check", "Prove that the sensors keep the platform's rules", runCheck);
+    verb->add_option("SENSOR", options->sensors, "Sensors (default: all)");
+    verb->add_option("--seconds", options->seconds, "Time for each of the phases")
         ->check(number(0.1, 3600))
         ->capture_default_str();
-    verb.app->add_flag("--list", verb.options->list, "Show the rules and what each needs");
-    verb.app->add_option("--format", verb.options->format, "text, json (an object per line) or tap")
-        ->check(CLI::IsMember({"text", "json", "tap"}))
-        ->capture_default_str();
+    verb->add_flag("--list", options->list, "Show the rules and what each needs");
+    addChoice(*verb, "--format", options->format, "text, json (an object per line) or tap",
+              {"text", "json", "tap"});
 }
 
 /** What watch and record have in common. */
@@ -203,15 +216,11 @@ void addWatched(CLI::App& verb, WatchOptions& options) {
 }
 
 void addWatch(CLI::App& app, Command& command) {
-    const Verb<WatchOptions> verb(app, command, "watch", "Activate sensors and print their events",
-                                  runWatch);
-    addWatched(*verb.app, *verb.options);
-    verb.app
-        ->add_option("--format", verb.options->format, "text, csv, or json (an object per line)")
-        ->check(CLI::IsMember({"text", "csv", "json"}))
-        ->capture_default_str();
-    verb.app
-        ->add_option("--stats", verb.options->statsSeconds,
+    const auto [verb, options] =
+        Verb(app, command, "watch", "Activate sensors and print their events", runWatch);
+    addWatched(*verb, *options);
+    addEventFormat(*verb, options->format);
+    verb->add_option("--stats", options->statsSeconds,
                      "Instead of events, a table of the figures of each so many seconds, as text")
         ->check(seconds());
 }
@@ -225,10 +234,10 @@ constexpr char kRecordingHelp[] = "Recording, - for standard input";
 constexpr char kOutputHelp[] = "File to be written, - for standard output";
 
 void addRecord(CLI::App& app, Command& command) {
-    const Verb<WatchOptions> verb(app, command, "record",
-                                  "Keep what crosses the library's borders in a file", runWatch);
-    addFile(*verb.app, "-o,--output", kOutputHelp, verb.options->recording);
-    addWatched(*verb.app, *verb.options);
+    const auto [verb, options] =
+        Verb(app, command, "record", "Keep what crosses the library's borders in a file", runWatch);
+    addFile(*verb, "-o,--output", kOutputHelp, options->recording);
+    addWatched(*verb, *options);
 }
 
 void addReplay(CLI::App& app, Command& command) {
@@ -240,106 +249,90 @@ void addReplay(CLI::App& app, Command& command) {
 }
 
 void addPlotAndExport(CLI::App& app, Command& command) {
-    const Verb<ConvertOptions> plot(
-        app, command, "plot", "Draw a recording as a page for a browser, or for paper", runPlot);
-    const Verb<ConvertOptions> exported(app, command, "export",
-                                        "Convert a recording for a trace viewer, or into tables",
-                                        runExport);
+    const Verb plot(app, command, "plot", "Draw a recording as a page for a browser, or for paper",
+                    runPlot);
+    const Verb exported(app, command, "export",
+                        "Convert a recording for a trace viewer, or into tables", runExport);
     for (const auto* verb : {&plot, &exported}) {
         addFile(*verb->app, "FILE", kRecordingHelp, verb->options->recording);
         addFile(*verb->app, "-o,--output", kOutputHelp, verb->options->output);
     }
-    exported.app->add_option("--format", exported.options->format, "trace events, or csv")
-        ->check(CLI::IsMember({"trace", "csv"}))
-        ->capture_default_str();
+    addChoice(*exported.app, "--format", exported.options->format, "trace events, or csv",
+              {"trace", "csv"});
 }
 
 void addCompare(CLI::App& app, Command& command) {
-    const Verb<CompareOptions> verb(
+    const auto [verb, options] = Verb(
         app, command, "compare",
-        "Compare two recordings (with --quiet: only what differs); exit code 1 "
-        "when they differ",
+        "Compare two recordings (with --quiet: only what differs); exit code 1 when they differ",
         runCompare);
-    addFile(*verb.app, "FIRST", kRecordingHelp, verb.options->first);
-    addFile(*verb.app, "SECOND", kRecordingHelp, verb.options->second);
-    verb.app->add_option("--tolerance", verb.options->tolerance, "How much may differ, in percent")
+    addFile(*verb, "FIRST", kRecordingHelp, options->first);
+    addFile(*verb, "SECOND", kRecordingHelp, options->second);
+    verb->add_option("--tolerance", options->tolerance, "How much may differ, in percent")
         ->check(number(0, 1000))
         ->capture_default_str();
 }
 
 void addFlush(CLI::App& app, Command& command) {
-    const Verb<FlushOptions> verb(
+    const auto [verb, options] = Verb(
         app, command, "flush", "Activate a sensor, flush it and wait for the completion", runFlush);
-    verb.app->add_option("SENSOR", verb.options->sensor, "Sensor")->required();
-    verb.app->add_option("--seconds", verb.options->seconds, "Time to wait")
-        ->check(seconds())
-        ->capture_default_str();
+    verb->add_option("SENSOR", options->sensor, "Sensor")->required();
+    addSeconds(*verb, options->seconds, "Time to wait");
 }
 
 void addInject(CLI::App& app, Command& command) {
-    const Verb<InjectOptions> verb(app, command, "inject", "Inject an event into a sensor",
-                                   runInject);
-    verb.app->add_option("SENSOR", verb.options->sensor, "Sensor")->required();
-    verb.app
-        ->add_option("VALUE", verb.options->values,
+    const auto [verb, options] =
+        Verb(app, command, "inject", "Inject an event into a sensor", runInject);
+    verb->add_option("SENSOR", options->sensor, "Sensor")->required();
+    verb->add_option("VALUE", options->values,
                      "Sub-command (0x10000000 or decimal), put into payload word 0, then its "
                      "arguments as floats, put into words 2 and up")
         ->required()
         ->expected(1, static_cast<int>(kLargestPayload));
-    verb.app->add_flag("--words", verb.options->words,
-                       "All values are raw 32-bit words, put into payload words 0 and up");
+    verb->add_flag("--words", options->words,
+                   "All values are raw 32-bit words, put into payload words 0 and up");
 }
 
 void addDirect(CLI::App& app, Command& command) {
-    const Verb<DirectOptions> verb(
-        app, command, "direct", "Open a direct channel and read its memory in a process of its own",
-        runDirect);
-    verb.app->add_option("SENSOR", verb.options->sensor, "Sensor")->required();
-    verb.app->add_option("--rate", verb.options->rate, "normal, fast or very-fast")
-        ->required()
-        ->check(CLI::IsMember({"normal", "fast", "very-fast"}));
-    verb.app->add_option("--size", verb.options->bytes, "Bytes of the memory, 104 per record")
+    const auto [verb, options] =
+        Verb(app, command, "direct",
+             "Open a direct channel and read its memory in a process of its own", runDirect);
+    verb->add_option("SENSOR", options->sensor, "Sensor")->required();
+    addChoice(*verb, "--rate", options->rate, "normal, fast or very-fast",
+              {"normal", "fast", "very-fast"})
+        ->required();
+    verb->add_option("--size", options->bytes, "Bytes of the memory, 104 per record")
         ->transform(whole(kSmallestRing, kLargestRing))
         ->capture_default_str();
-    verb.app->add_option("--seconds", verb.options->seconds, "Time to read")
-        ->check(seconds())
-        ->capture_default_str();
-    verb.app
-        ->add_option("--events", verb.options->eventsHz,
-                     "Rate in Hz to ask for the sensor's events through the proxy, beside the "
-                     "channel")
+    addSeconds(*verb, options->seconds, "Time to read");
+    verb->add_option("--events", options->eventsHz,
+                     "Also request the sensor's events through the proxy, at this rate in Hz")
         ->check(hertz());
-    verb.app->add_flag(
-        "--check", verb.options->check,
-        "Exit code 1 when a record was missed, repeated, torn or lost, or the reader "
-        "stalled");
-    verb.app
-        ->add_option("--format", verb.options->format, "text, csv, or json (an object per line)")
-        ->check(CLI::IsMember({"text", "csv", "json"}))
-        ->capture_default_str();
+    verb->add_flag(
+        "--check", options->check,
+        "Exit code 1 when a record was missed, repeated, torn or lost, or the reader stalled");
+    addEventFormat(*verb, options->format);
 }
 
 void addMessage(CLI::App& app, Command& command) {
-    const Verb<MessageOptions> verb(app, command, "message",
-                                    "Send the hub a message of 1 to 1119 bytes", runMessage);
-    auto* group = verb.app->add_option_group("message");
-    group->add_option("--hex", verb.options->hex, "Bytes as pairs of hexadecimal digits");
-    group->add_option("--text", verb.options->text, "Bytes of the text");
-    group->add_option("--file", verb.options->file, "Bytes of a file")->transform(path());
+    const auto [verb, options] =
+        Verb(app, command, "message", "Send the hub a message of 1 to 1119 bytes", runMessage);
+    auto* group = verb->add_option_group("message");
+    group->add_option("--hex", options->hex, "Bytes as pairs of hexadecimal digits");
+    group->add_option("--text", options->text, "Bytes of the text");
+    group->add_option("--file", options->file, "Bytes of a file")->transform(path());
     group->require_option(1);
 }
 
 void addHub(CLI::App& app, Command& command) {
     CLI::App* hub = app.add_subcommand("hub", "Make the simulated hub ask for something (--sim)");
     hub->require_subcommand(1);
-    const Verb<HubDumpOptions> dump(*hub, command, "dump", "Ask for a dump; lists the dump files",
-                                    runHubDump);
-    dump.app
-        ->add_option("TYPE", dump.options->type, "Kind of dump; becomes a part of the files' names")
+    const auto [verb, options] =
+        Verb(*hub, command, "dump", "Ask for a dump; lists the dump files", runHubDump);
+    verb->add_option("TYPE", options->type, "Kind of dump; becomes a part of the files' names")
         ->required()
         ->transform(whole(0, 255));
-    dump.app
-        ->add_option("COUNT", dump.options->count,
+    verb->add_option("COUNT", options->count,
                      "How many of this type the library is to keep; for type 0 that is always 2")
         ->required()
         ->transform(whole(0, 255));
@@ -439,19 +432,11 @@ Command parseCommandLine(int argc, char** argv, ExitCode* exitCode) {
     app.require_subcommand(1);
     app.fallthrough();
     addGlobalOptions(app, command.options);
-    addList(app, command);
-    addDoctor(app, command);
-    addCheck(app, command);
-    addWatch(app, command);
-    addRecord(app, command);
-    addReplay(app, command);
-    addPlotAndExport(app, command);
-    addCompare(app, command);
-    addFlush(app, command);
-    addInject(app, command);
-    addDirect(app, command);
-    addMessage(app, command);
-    addHub(app, command);
+    for (auto* add :
+         {addList, addDoctor, addCheck, addWatch, addRecord, addReplay, addPlotAndExport,
+          addCompare, addFlush, addInject, addDirect, addMessage, addHub}) {
+        add(app, command);
+    }
     *exitCode = kOk;
     try {
         app.parse(argc, argv);

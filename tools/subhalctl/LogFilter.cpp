@@ -1,4 +1,4 @@
-// The platform log's functions, defined anew in the program so that they come before the library's.
+// Replaces the platform log's functions: those of the program come before the library's.
 
 #include "tools/subhalctl/LogFilter.h"
 

@@ -7,14 +7,6 @@ namespace subhalctl {
 /** kKnown: the rule is broken in the one way in which this library is known to break it. */
 enum class Verdict { kPass, kFail, kSkip, kKnown };
 
-/** What became of one rule. */
-struct RuleResult {
-    Verdict verdict;
-    std::string sensor;  ///< "library" for what is no sensor's
-    std::string rule;
-    std::string figures;
-};
-
 /** Prints results as they come, and counts them. */
 class CheckReport {
   public:
@@ -23,14 +15,14 @@ class CheckReport {
         : mFormat(format), mOnlyFailures(onlyFailures) {}
 
     void begin() const;
-    void add(const RuleResult& result);
+    /** @param sensor "library" for a rule of no sensor */
+    void add(Verdict verdict, const std::string& sensor, const char* rule,
+             const std::string& figures);
     void end(bool interrupted) const;
 
-    int failures() const { return count(Verdict::kFail); }
+    int failures() const { return mCounts[static_cast<size_t>(Verdict::kFail)]; }
 
   private:
-    int count(Verdict verdict) const { return mCounts[static_cast<size_t>(verdict)]; }
-
     std::string mFormat;
     bool mOnlyFailures;
     int mCounts[4] = {};  // by verdict
@@ -41,13 +33,17 @@ struct Results {
     CheckReport* report;
     std::string sensor;
 
-    void add(Verdict verdict, const char* rule, const std::string& figures) const {
-        report->add({verdict, sensor, rule, figures});
+    void judge(bool passed, const char* rule, const std::string& figures,
+               Verdict otherwise = Verdict::kFail) const {
+        report->add(passed ? Verdict::kPass : otherwise, sensor, rule, figures);
     }
-    void judge(bool passed, const char* rule, const std::string& figures) const {
-        add(passed ? Verdict::kPass : Verdict::kFail, rule, figures);
+    /** Passes with these figures when there is no fault. */
+    void expect(const char* rule, const std::string& fault, const std::string& figures) const {
+        judge(fault.empty(), rule, fault.empty() ? figures : fault);
     }
-    void skip(const char* rule, const std::string& why) const { add(Verdict::kSkip, rule, why); }
+    void skip(const char* rule, const std::string& why) const {
+        judge(false, rule, why, Verdict::kSkip);
+    }
 };
 
 }  // namespace subhalctl

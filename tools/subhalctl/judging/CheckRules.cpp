@@ -50,14 +50,6 @@ constexpr Norm kNorms[] = {
     {15, 4, 0.98, 1.02, "a rotation"},
 };
 
-double milliseconds(int64_t ns) {
-    return static_cast<double>(ns) / 1e6;
-}
-
-uint32_t modeBits(const SensorInfo& sensor) {
-    return static_cast<uint32_t>(reportingMode(sensor));
-}
-
 /** What is wrong with the delays for the sensor's mode, empty when nothing is. */
 std::string delayFault(const SensorInfo& sensor) {
     const int32_t low = sensor.minDelay;
@@ -92,36 +84,39 @@ std::string listingFault(const SensorInfo& sensor) {
     return delayFault(sensor);
 }
 
-/** Whether it is what this hub's sensor of that handle is. */
-std::string identityFault(const SensorInfo& sensor) {
-    const auto* known = simulator::findKnownSensor(sensor.sensorHandle);
-    if (known == nullptr) return "";
-    if (static_cast<int32_t>(sensor.type) != known->type) {
-        return formatted("type %" PRId32 " instead of %" PRId32, static_cast<int32_t>(sensor.type),
-                         known->type);
+/** How it differs from this hub's sensor of that handle. */
+std::string identityFault(const SensorInfo& sensor,
+                          const std::map<int, simulator::SensorSpec>& specs) {
+    if (const auto* known = simulator::findKnownSensor(sensor.sensorHandle)) {
+        const auto type = static_cast<int32_t>(sensor.type);
+        if (type != known->type) {
+            return formatted("type %" PRId32 " instead of %" PRId32, type, known->type);
+        }
+        if (known->stringType() != sensor.typeAsString.c_str()) {
+            return "string type instead of " + known->stringType();
+        }
+        const std::string permission = known->needsPermission ? simulator::kSensorPermission : "";
+        if (permission != sensor.requiredPermission.c_str()) {
+            return "permission instead of \"" + permission + "\"";
+        }
+        constexpr auto kWakeUp = static_cast<uint32_t>(SensorFlagBits::WAKE_UP);
+        if ((sensor.flags & ~kWakeUp) != (known->flags & ~kWakeUp)) {
+            return formatted("flags 0x%03" PRIx32 " instead of 0x%03" PRIx32, sensor.flags,
+                             known->flags);
+        }
     }
-    if (known->stringType() != sensor.typeAsString.c_str()) {
-        return "string type instead of " + known->stringType();
+    const auto spec = specs.find(sensor.sensorHandle);
+    if (spec == specs.end() || (sensor.fifoMaxEventCount == spec->second.fifoMax &&
+                                sensor.fifoReservedEventCount == spec->second.fifoReserved)) {
+        return "";
     }
-    const char* permission = known->needsPermission ? simulator::kSensorPermission : "";
-    if (std::strcmp(sensor.requiredPermission.c_str(), permission) != 0) {
-        return std::string("permission instead of \"") + permission + "\"";
-    }
-    constexpr auto kWakeUp = static_cast<uint32_t>(SensorFlagBits::WAKE_UP);
-    if ((sensor.flags & ~kWakeUp) != (known->flags & ~kWakeUp)) {
-        return formatted("flags 0x%03" PRIx32 " instead of 0x%03" PRIx32, sensor.flags,
-                         known->flags);
-    }
-    return "";
-}
-
-bool isNumber(const Value& value) {
-    return value.form == Value::Form::kNumber;
+    return formatted("FIFO of %" PRIu32 " instead of %u", sensor.fifoMaxEventCount,
+                     spec->second.fifoMax);
 }
 
 /** A value outside of the sensor's range, as text; empty when it is inside. */
 std::string rangeFault(const SensorInfo& sensor, const Value& value) {
-    if (!isNumber(value)) return "";
+    if (value.form != Value::Form::kNumber) return "";
     if (!std::isfinite(value.number)) return std::string(value.name) + " is no number";
     constexpr int32_t kRotationVector = 11;  // its range is the quaternion's, not the heading's
     const bool measured = value.unit[0] != '\0' && std::strstr(value.name, "bias") == nullptr &&
@@ -131,17 +126,6 @@ std::string rangeFault(const SensorInfo& sensor, const Value& value) {
     }
     return formatted("%s is %g of at most %g", value.name, static_cast<double>(value.number),
                      static_cast<double>(sensor.maxRange));
-}
-
-/** Whether its FIFO is the one that the hub's specification describes. */
-std::string fifoFault(const SensorInfo& sensor, const std::map<int, simulator::SensorSpec>& specs) {
-    const auto spec = specs.find(sensor.sensorHandle);
-    if (spec == specs.end()) return "";
-    const bool same = sensor.fifoMaxEventCount == spec->second.fifoMax &&
-                      sensor.fifoReservedEventCount == spec->second.fifoReserved;
-    return same ? ""
-                : formatted("FIFO of %" PRIu32 " instead of %u", sensor.fifoMaxEventCount,
-                            spec->second.fifoMax);
 }
 
 double normOf(const Reading& reading, size_t count) {
@@ -173,11 +157,12 @@ int64_t ageOf(const ReceivedEvent& received) {
     return elapsedNs(received.event.timestamp, received.receivedNs);
 }
 
-void checkValues(const SensorInfo& sensor, const Observed& observed, const Results& results) {
-    if (observed.events.empty()) return;
+void checkValues(const Tested& tested) {
+    const auto& [sensor, results, observed] = tested;
     const auto type = static_cast<int32_t>(sensor.type);
     const Norm* norm = std::find_if(std::begin(kNorms), std::end(kNorms),
                                     [&](const Norm& one) { return one.type == type; });
+    const size_t events = observed.events.size();
     double sum = 0;
     for (const ReceivedEvent& received : observed.events) {
         const Reading reading = decode(type, payloadOf(received.event));
@@ -188,16 +173,39 @@ void checkValues(const SensorInfo& sensor, const Observed& observed, const Resul
         if (norm != std::end(kNorms)) sum += normOf(reading, norm->values);
     }
     if (norm == std::end(kNorms)) {
-        return results.judge(true, "values",
-                             counted(observed.events.size(), "event") + " in range");
+        return results.judge(true, "values", counted(events, "event") + " in range");
     }
-    const double mean = sum / static_cast<double>(observed.events.size());
+    const double mean = sum / static_cast<double>(events);
     results.judge(mean >= norm->low && mean <= norm->high, "values",
-                  formatted("%zu events in range, %.3f for %s of %g to %g", observed.events.size(),
-                            mean, norm->what, norm->low, norm->high));
+                  formatted("%zu events in range, %.3f for %s of %g to %g", events, mean,
+                            norm->what, norm->low, norm->high));
 }
 
-void checkFlushOrder(const Observed& observed, int64_t flushedNs, const Results& results) {
+void checkMode(const Tested& tested) {
+    const auto& [sensor, results, observed] = tested;
+    const size_t events = observed.events.size();
+    const SensorFlagBits mode = reportingMode(sensor);
+    if (mode == SensorFlagBits::ONE_SHOT_MODE) {
+        return results.judge(events == 1, "one-shot", counted(events, "event"));
+    }
+    if (mode != SensorFlagBits::ON_CHANGE_MODE) return;
+    int repeated = 0;
+    for (size_t i = 1; i < events; ++i) {
+        if (payloadOf(observed.events[i].event) == payloadOf(observed.events[i - 1].event)) {
+            ++repeated;
+        }
+    }
+    const std::string figures =
+        formatted("%d of %zu events repeat the one before", repeated, events);
+    // The hub's own kinds also report occurrences, which may be alike.
+    if (repeated > 0 && static_cast<int32_t>(sensor.type) >= simulator::kFirstPrivateType) {
+        return results.skip("on-change", figures + ": the hub decides what is news");
+    }
+    results.judge(repeated == 0, "on-change", figures);
+}
+
+void checkFlushOrder(const Tested& tested, int64_t flushedNs) {
+    const Observed& observed = tested.observed;
     size_t held = 0;
     size_t behind = 0;
     for (size_t i = 0; i < observed.events.size(); ++i) {
@@ -208,12 +216,12 @@ void checkFlushOrder(const Observed& observed, int64_t flushedNs, const Results&
         if (i >= observed.beforeFlushed) ++behind;
     }
     if (observed.completions != 1 || held == 0) {
-        return results.skip("flush-order", formatted("%zu events held back, %d completions", held,
-                                                     observed.completions));
+        return tested.results.skip("flush-order", formatted("%zu events held back, %d completions",
+                                                            held, observed.completions));
     }
     // What a hub on a busy machine samples late comes behind it too, but not all that it held.
-    results.judge(behind < held, "flush-order",
-                  formatted("%zu of %zu events held back came behind it", behind, held));
+    tested.results.judge(behind < held, "flush-order",
+                         formatted("%zu of %zu events held back came behind it", behind, held));
 }
 
 }  // namespace
@@ -284,33 +292,30 @@ void Observed::add(const SensorInfo& sensor, const ReceivedEvent& received) {
     }
 }
 
-Spacing::Spacing(std::vector<int64_t> stamps) {
+Spacing::Spacing(const std::vector<int64_t>& stamps) {
     if (stamps.size() < 2) return;
-    const int64_t spanNs = elapsedNs(stamps.front(), stamps.back());
-    for (size_t i = 0; i + 1 < stamps.size(); ++i) {
-        stamps[i] = elapsedNs(stamps[i], stamps[i + 1]);
+    std::vector<int64_t> intervals;
+    for (size_t i = 1; i < stamps.size(); ++i) {
+        intervals.push_back(elapsedNs(stamps[i - 1], stamps[i]));
     }
-    stamps.pop_back();
-    const auto middle = stamps.begin() + static_cast<std::ptrdiff_t>(stamps.size() / 2);
-    std::nth_element(stamps.begin(), middle, stamps.end());
+    const auto middle = intervals.begin() + static_cast<std::ptrdiff_t>(intervals.size() / 2);
+    std::nth_element(intervals.begin(), middle, intervals.end());
     typicalNs = *middle;
+    const int64_t spanNs = elapsedNs(stamps.front(), stamps.back());
     if (typicalNs <= 0 || spanNs <= 0) return;
-    for (const int64_t interval : stamps) {
+    for (const int64_t interval : intervals) {
         if (interval <= typicalNs + typicalNs / 2) continue;
         lost += std::llround(static_cast<double>(interval) / static_cast<double>(typicalNs)) - 1;
     }
-    const auto intervals = static_cast<double>(stamps.size()) + static_cast<double>(lost);
-    rateHz = intervals * 1e9 / static_cast<double>(spanNs);
+    rateHz = static_cast<double>(static_cast<int64_t>(intervals.size()) + lost) * 1e9 /
+             static_cast<double>(spanNs);
 }
 
-void checkListing(const SensorInfo& sensor, const std::map<int, simulator::SensorSpec>& specs,
-                  const Results& results) {
-    const std::string fault = listingFault(sensor);
-    results.judge(fault.empty(), "listing", fault.empty() ? "complete" : fault);
-    std::string difference = identityFault(sensor);
-    if (difference.empty()) difference = fifoFault(sensor, specs);
-    results.judge(difference.empty(), "identity",
-                  difference.empty() ? formatted("flags 0x%03" PRIx32, sensor.flags) : difference);
+void checkListing(const Tested& tested, const std::map<int, simulator::SensorSpec>& specs) {
+    const SensorInfo& sensor = tested.sensor;
+    tested.results.expect("listing", listingFault(sensor), "complete");
+    tested.results.expect("identity", identityFault(sensor, specs),
+                          formatted("flags 0x%03" PRIx32, sensor.flags));
 }
 
 void checkNamesDistinct(const std::vector<SensorInfo>& sensors, const Results& results) {
@@ -322,17 +327,16 @@ void checkNamesDistinct(const std::vector<SensorInfo>& sensors, const Results& r
                            ++handles[sensor.sensorHandle] > 1;
         if (again) twice += " " + std::string(sensor.name);
     }
-    results.judge(twice.empty(), "names-distinct",
-                  twice.empty() ? counted(sensors.size(), "sensor") : "twice:" + twice);
+    results.expect("names-distinct", twice.empty() ? "" : "twice:" + twice,
+                   counted(sensors.size(), "sensor"));
 }
 
-void checkFirstEvent(const SensorInfo& sensor, const Observed& observed, const Results& results) {
+void checkFirstEvent(const Tested& tested) {
+    const auto& [sensor, results, observed] = tested;
     if (observed.events.empty()) {
-        if (reportsByItself(sensor) && observed.stale == 0) {
-            return results.judge(false, "first-event", "none");
-        }
-        return results.skip("first-event",
-                            observed.stale > 0 ? "only stale ones" : "nothing happened");
+        if (observed.stale > 0) return results.skip("first-event", "only stale ones");
+        if (!reportsByItself(sensor)) return results.skip("first-event", "nothing happened");
+        return results.judge(false, "first-event", "none");
     }
     const int64_t afterNs = observed.events.front().receivedNs - observed.startNs;
     const int64_t boundNs = kFirstEventNs + grantedPeriodNs(sensor, observed.periodNs);
@@ -340,8 +344,8 @@ void checkFirstEvent(const SensorInfo& sensor, const Observed& observed, const R
                   formatted("after %.1f ms", milliseconds(afterNs)));
 }
 
-bool checkTimestamps(const SensorInfo& sensor, const Observed& observed, int64_t latencyNs,
-                     const Results& results) {
+bool checkTimestamps(const Tested& tested, int64_t latencyNs) {
+    const auto& [sensor, results, observed] = tested;
     const int64_t periodNs = grantedPeriodNs(sensor, observed.periodNs);
     if (observed.events.empty()) {
         if (observed.stale == 0 || periodNs == 0) return periodNs == 0;
@@ -374,7 +378,8 @@ bool checkTimestamps(const SensorInfo& sensor, const Observed& observed, int64_t
     return sound;
 }
 
-void checkRate(const SensorInfo& sensor, const Observed& observed, const Results& results) {
+void checkRate(const Tested& tested) {
+    const auto& [sensor, results, observed] = tested;
     const int64_t periodNs = grantedPeriodNs(sensor, observed.periodNs);
     const std::vector<int64_t> stamps = stampsOf(observed);
     const Spacing spacing(stamps);
@@ -395,44 +400,22 @@ void checkRate(const SensorInfo& sensor, const Observed& observed, const Results
                   stamps.size() + static_cast<size_t>(spacing.lost), milliseconds(silenceNs)));
 }
 
-void checkEvents(const SensorInfo& sensor, const Observed& observed, const Results& results) {
-    if (observed.events.empty()) return;
-    checkValues(sensor, observed, results);
-    const auto held =
+void checkEvents(const Tested& tested) {
+    const auto& [sensor, results, observed] = tested;
+    const size_t events = observed.events.size();
+    if (events == 0) return;
+    checkValues(tested);
+    const auto held = static_cast<size_t>(
         std::count_if(observed.events.begin(), observed.events.end(),
-                      [](const ReceivedEvent& received) { return received.wakelock; });
-    const auto wanted = isWakeUp(sensor) ? static_cast<std::ptrdiff_t>(observed.events.size()) : 0;
-    results.judge(held == wanted, "wakelock",
-                  formatted("%td of %zu events with one, for a %s sensor", held,
-                            observed.events.size(), isWakeUp(sensor) ? "wake-up" : "non-wake-up"));
+                      [](const ReceivedEvent& received) { return received.wakelock; }));
+    results.judge(held == (isWakeUp(sensor) ? events : 0), "wakelock",
+                  formatted("%zu of %zu events with one, for a %s sensor", held, events,
+                            isWakeUp(sensor) ? "wake-up" : "non-wake-up"));
+    checkMode(tested);
 }
 
-void checkMode(const SensorInfo& sensor, const Observed& observed, const Results& results) {
-    constexpr auto kOnChange = static_cast<uint32_t>(SensorFlagBits::ON_CHANGE_MODE);
-    constexpr auto kOneShot = static_cast<uint32_t>(SensorFlagBits::ONE_SHOT_MODE);
-    if (modeBits(sensor) == kOneShot) {
-        if (observed.events.empty()) return;
-        return results.judge(observed.events.size() == 1, "one-shot",
-                             counted(observed.events.size(), "event"));
-    }
-    if (modeBits(sensor) != kOnChange) return;
-    int repeated = 0;
-    for (size_t i = 1; i < observed.events.size(); ++i) {
-        if (payloadOf(observed.events[i].event) == payloadOf(observed.events[i - 1].event)) {
-            ++repeated;
-        }
-    }
-    const std::string figures =
-        formatted("%d of %zu events repeat the one before", repeated, observed.events.size());
-    // The hub's own kinds tell of happenings as well as of values, and those may be alike.
-    if (repeated > 0 && static_cast<int32_t>(sensor.type) >= simulator::kFirstPrivateType) {
-        return results.skip("on-change", figures + ": the hub decides what is news");
-    }
-    results.judge(repeated == 0, "on-change", figures);
-}
-
-void checkBatching(const Observed& observed, int64_t latencyNs, int64_t flushedNs,
-                   const Results& results) {
+void checkBatching(const Tested& tested, int64_t latencyNs, int64_t flushedNs) {
+    const Observed& observed = tested.observed;
     // A batch begins where the age leaps up; a busy machine makes some of them older, not all.
     int64_t heldNs = INT64_MAX;
     int64_t lastAgeNs = INT64_MIN / 2;
@@ -447,25 +430,27 @@ void checkBatching(const Observed& observed, int64_t latencyNs, int64_t flushedN
     }
     const auto longestNs =
         static_cast<int64_t>(static_cast<double>(latencyNs) * (1 + kLatencyTolerance));
-    results.judge(batches > 0 && heldNs >= latencyNs / 2 && heldNs <= longestNs, "batching",
-                  formatted("%zu events in %s, held back for %.1f ms of %.1f ms", events,
-                            counted(batches, "batch", "es").c_str(),
-                            batches > 0 ? milliseconds(heldNs) : 0.0, milliseconds(latencyNs)));
-    checkFlushOrder(observed, flushedNs, results);
+    tested.results.judge(
+        batches > 0 && heldNs >= latencyNs / 2 && heldNs <= longestNs, "batching",
+        formatted("%zu events in %s, held back for %.1f ms of %.1f ms", events,
+                  counted(batches, "batch", "es").c_str(), batches > 0 ? milliseconds(heldNs) : 0.0,
+                  milliseconds(latencyNs)));
+    checkFlushOrder(tested, flushedNs);
 }
 
 const DirectLevel kDirectLevels[] = {{RateLevel::NORMAL, "normal", 27.5, 110},
                                      {RateLevel::FAST, "fast", 110, 440},
                                      {RateLevel::VERY_FAST, "very fast", 440, 1760}};
 
-void checkDirectRecords(const SensorInfo& sensor, const DirectLevel& level,
-                        const SharedMemory& memory, int64_t startNs, const Results& results) {
+void checkDirectRecords(const Tested& tested, const DirectLevel& level, const SharedMemory& memory,
+                        int64_t startNs) {
+    const Results& results = tested.results;
     const int64_t stoppedNs = hubNowNs();
     size_t written = memory.records();
     while (written > 0 && memory.record(written - 1).reserved0 == 0) {
         --written;
     }
-    RingCheck ring(sensor.sensorHandle, static_cast<int32_t>(sensor.type));
+    RingCheck ring(tested.sensor.sensorHandle, static_cast<int32_t>(tested.sensor.type));
     std::vector<int64_t> stamps;
     for (size_t i = 0; i < written; ++i) {
         const sensors_event_t record = memory.record(i);
@@ -473,9 +458,9 @@ void checkDirectRecords(const SensorInfo& sensor, const DirectLevel& level,
         if (ring.add(record) && record.timestamp >= startNs) stamps.push_back(record.timestamp);
     }
     const Spacing spacing(stamps);
-    results.judge(
-        ring.sound() && written > 0 && spacing.lost == 0, "direct-records",
-        formatted("%s: %s, %" PRId64 " lost", level.name, ring.figures().c_str(), spacing.lost));
+    results.judge(ring.figures().sound() && written > 0 && spacing.lost == 0, "direct-records",
+                  formatted("%s: %s, %" PRId64 " lost", level.name, ring.figures().text().c_str(),
+                            spacing.lost));
     const int64_t ageNs = elapsedNs(ring.newestNs(), stoppedNs);
     const bool current = written > 0 && ageNs >= -kAheadNs && ageNs <= kArrivalNs;
     results.judge(
@@ -487,9 +472,8 @@ void checkDirectRecords(const SensorInfo& sensor, const DirectLevel& level,
     const bool slow = level.level == RateLevel::VERY_FAST &&
                       spacing.rateHz >= kDirectLevels[1].lowestHz &&
                       spacing.rateHz < level.lowestHz;
-    if (slow) return results.add(Verdict::kKnown, "direct-rate", figures);
     results.judge(spacing.rateHz >= level.lowestHz && spacing.rateHz <= level.highestHz,
-                  "direct-rate", figures);
+                  "direct-rate", figures, slow ? Verdict::kKnown : Verdict::kFail);
 }
 
 }  // namespace subhalctl

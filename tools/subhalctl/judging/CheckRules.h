@@ -33,9 +33,16 @@ struct Observed {
     void add(const SensorInfo& sensor, const ReceivedEvent& received);
 };
 
+/** A sensor under test. */
+struct Tested {
+    const SensorInfo& sensor;
+    Results results;
+    Observed observed{};
+};
+
 /** How far time stamps lie apart, whatever was lost between them. */
 struct Spacing {
-    explicit Spacing(std::vector<int64_t> stamps);
+    explicit Spacing(const std::vector<int64_t>& stamps);
 
     double rateHz = 0;
     int64_t typicalNs = 0;  ///< the median
@@ -45,22 +52,18 @@ struct Spacing {
 // The rules that look at what was listed or came; CheckVerb.cpp makes it come.
 
 /** @param specs the hub's own, by handle */
-void checkListing(const SensorInfo& sensor, const std::map<int, simulator::SensorSpec>& specs,
-                  const Results& results);
+void checkListing(const Tested& tested, const std::map<int, simulator::SensorSpec>& specs);
 void checkNamesDistinct(const std::vector<SensorInfo>& sensors, const Results& results);
 
-void checkFirstEvent(const SensorInfo& sensor, const Observed& observed, const Results& results);
+void checkFirstEvent(const Tested& tested);
 /** False when a periodic sensor has no time stamps from which anything can be concluded. */
-bool checkTimestamps(const SensorInfo& sensor, const Observed& observed, int64_t latencyNs,
-                     const Results& results);
+bool checkTimestamps(const Tested& tested, int64_t latencyNs);
 /** The rate that the sensor grants, and nothing lost. */
-void checkRate(const SensorInfo& sensor, const Observed& observed, const Results& results);
-void checkEvents(const SensorInfo& sensor, const Observed& observed, const Results& results);
-/** What an on-change or a one-shot sensor may send. */
-void checkMode(const SensorInfo& sensor, const Observed& observed, const Results& results);
+void checkRate(const Tested& tested);
+/** Values, wakelocks, and what an on-change or a one-shot sensor may send. */
+void checkEvents(const Tested& tested);
 /** With a flush at `flushedNs`, while events were held back. */
-void checkBatching(const Observed& observed, int64_t latencyNs, int64_t flushedNs,
-                   const Results& results);
+void checkBatching(const Tested& tested, int64_t latencyNs, int64_t flushedNs);
 
 /** Rates that the platform wants at a level. */
 struct DirectLevel {
@@ -71,7 +74,7 @@ struct DirectLevel {
 };
 extern const DirectLevel kDirectLevels[3];
 /** What is in the memory of a channel that has just been stopped. */
-void checkDirectRecords(const SensorInfo& sensor, const DirectLevel& level,
-                        const SharedMemory& memory, int64_t startNs, const Results& results);
+void checkDirectRecords(const Tested& tested, const DirectLevel& level, const SharedMemory& memory,
+                        int64_t startNs);
 
 }  // namespace subhalctl

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <iterator>
+#include <map>
 #include <optional>
 
 #include "tools/subhalctl/showing/Output.h"
@@ -44,9 +46,18 @@ bool isMeasured(const Figure& figure, const Watched& one) {
     return one.intervals.intervals() > 0 || !(figure.isDuration || figure.name == kRate);
 }
 
+using Comparison = std::function<bool(double, double)>;
+
+const std::map<std::string, Comparison>& comparisons() {
+    static const std::map<std::string, Comparison> all = {
+        {"=", std::equal_to<>()},    {"==", std::equal_to<>()}, {"<", std::less<>()},
+        {"<=", std::less_equal<>()}, {">", std::greater<>()},   {">=", std::greater_equal<>()}};
+    return all;
+}
+
 struct Part {
     const Figure* figure;
-    std::string comparison;
+    Comparison compare;
     double bound;
     std::string text;
 };
@@ -75,11 +86,9 @@ std::optional<Part> parsePart(const std::string& text, std::string* why) {
         *why = "there is no figure " + quoted(name);
         return {};
     }
-    const std::string comparison = text.substr(at, behind - at);
-    constexpr const char* kComparisons[] = {"=", "==", "<", "<=", ">", ">="};
-    if (std::find(std::begin(kComparisons), std::end(kComparisons), comparison) ==
-        std::end(kComparisons)) {
-        *why = "behind " + name + " stands one of = < <= > >=";
+    const auto found = comparisons().find(text.substr(at, behind - at));
+    if (found == comparisons().end()) {
+        *why = "expected one of = < <= > >= after " + name;
         return {};
     }
     const std::string number = trimmed(text.substr(behind));
@@ -90,7 +99,7 @@ std::optional<Part> parsePart(const std::string& text, std::string* why) {
         *why = quoted(number) + (figure->isDuration ? " is no time such as 20ms" : " is no number");
         return {};
     }
-    return Part{figure, comparison, value * *unit, text};
+    return Part{figure, found->second, value * *unit, text};
 }
 
 std::vector<Part> parse(const std::string& text, std::string* why) {
@@ -103,14 +112,6 @@ std::vector<Part> parse(const std::string& text, std::string* why) {
         begin = end + 1;
     }
     return parts;
-}
-
-bool fulfils(double value, const Part& part) {
-    if (part.comparison == "<") return value < part.bound;
-    if (part.comparison == "<=") return value <= part.bound;
-    if (part.comparison == ">") return value > part.bound;
-    if (part.comparison == ">=") return value >= part.bound;
-    return value == part.bound;
 }
 
 }  // namespace
@@ -127,19 +128,16 @@ std::vector<std::string> brokenRequirements(const std::string& text, const Watch
     std::string why;
     for (const Part& part : parse(text, &why)) {
         const bool measured = isMeasured(*part.figure, watched);
-        // A sensor that keeps no rate cannot miss one, and may have reported only once.
+        // A sensor without a rate cannot miss one, and may have reported only once.
         if (watched.grantedHz <= 0 && (!measured || part.figure->name == kRate)) continue;
         const double value = part.figure->of(watched);
-        if (measured && fulfils(value, part)) continue;
-        if (!measured) {
-            broken.push_back("nothing was measured, required is " + part.text);
-            continue;
-        }
-        broken.push_back(part.figure->isDuration
-                             ? formatted("%s is %.3f ms, required is %s", part.figure->name,
-                                         value / 1e6, part.text.c_str())
-                             : formatted("%s is %g, required is %s", part.figure->name, value,
-                                         part.text.c_str()));
+        if (measured && part.compare(value, part.bound)) continue;
+        const char* name = part.figure->name;
+        const std::string is = !measured ? "nothing was measured"
+                               : part.figure->isDuration
+                                   ? formatted("%s is %.3f ms", name, value / 1e6)
+                                   : formatted("%s is %g", name, value);
+        broken.push_back(is + ", required is " + part.text);
     }
     return broken;
 }

@@ -10,6 +10,10 @@ namespace subhalctl {
 /** `later` less `earlier`; what no number can hold is the nearest that one can. */
 int64_t elapsedNs(int64_t earlier, int64_t later);
 
+inline double milliseconds(int64_t ns) {
+    return static_cast<double>(ns) / 1e6;
+}
+
 /** What the timestamps of one sensor's events tell about its rate. */
 class IntervalStatistics {
   public:

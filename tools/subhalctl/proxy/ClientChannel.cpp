@@ -10,22 +10,28 @@
 namespace subhalctl {
 
 using android::hardware::sensors::V1_0::SharedMemFormat;
-using android::hardware::sensors::V1_0::SharedMemInfo;
 using android::hardware::sensors::V1_0::SharedMemType;
 
-Result ClientChannel::registerMemory(int regionFd, uint32_t bytes) {
+ClientChannel::~ClientChannel() {
+    unregister();
+    if (mReporting) mProxy.activate(mSensor, false);
+}
+
+Result ClientChannel::registerMemory(const SharedMemory& memory) {
     native_handle_t* handle = native_handle_create(1, 0);
-    handle->data[0] = dup(regionFd);  // the library takes it over
-    const SharedMemInfo memory{SharedMemType::ASHMEM, SharedMemFormat::SENSORS_EVENT, bytes,
-                               android::hardware::hidl_handle(handle)};
-    const auto answer = host_proxy::registerDirectChannel(mProxy.subHal(), memory);
+    handle->data[0] = dup(memory.fd());  // the library takes it over
+    const auto answer = host_proxy::registerDirectChannel(
+        mProxy.subHal(), {SharedMemType::ASHMEM, SharedMemFormat::SENSORS_EVENT, memory.bytes(),
+                          android::hardware::hidl_handle(handle)});
     native_handle_delete(handle);
     mHandle = answer.value;
     return answer.result;
 }
 
-host_proxy::Answer ClientChannel::setRate(int32_t sensorHandle, RateLevel level) {
-    return host_proxy::configDirectReport(mProxy.subHal(), sensorHandle, mHandle, level);
+host_proxy::Answer ClientChannel::setRate(RateLevel level) {
+    const auto answer = host_proxy::configDirectReport(mProxy.subHal(), mSensor, mHandle, level);
+    mReporting |= answer.result == Result::OK;
+    return answer;
 }
 
 void ClientChannel::unregister() {

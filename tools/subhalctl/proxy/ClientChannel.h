@@ -11,37 +11,6 @@ namespace subhalctl {
 
 using android::hardware::sensors::V1_0::RateLevel;
 
-/** A direct channel, registered while it lives. */
-class ClientChannel {
-  public:
-    explicit ClientChannel(Proxy& proxy) : mProxy(proxy) {}
-    ~ClientChannel() { unregister(); }
-    ClientChannel(const ClientChannel&) = delete;
-    ClientChannel& operator=(const ClientChannel&) = delete;
-
-    Result registerMemory(int regionFd, uint32_t bytes);
-    /** The result, and the report's token. */
-    host_proxy::Answer setRate(int32_t sensorHandle, RateLevel level);
-    void unregister();
-
-  private:
-    Proxy& mProxy;
-    int32_t mHandle = -1;
-};
-
-/** Switches a sensor off at the end: a stopped direct report leaves its sensor on. */
-class Off {
-  public:
-    Off(Proxy& proxy, const SensorInfo& sensor) : mProxy(proxy), mHandle(sensor.sensorHandle) {}
-    ~Off() { mProxy.activate(mHandle, false); }
-    Off(const Off&) = delete;
-    Off& operator=(const Off&) = delete;
-
-  private:
-    Proxy& mProxy;
-    int32_t mHandle;
-};
-
 /** Shared memory for a channel, seen from this process. */
 class SharedMemory {
   public:
@@ -62,6 +31,29 @@ class SharedMemory {
     size_t mBytes;
     int mFd;
     char* mBase = nullptr;
+};
+
+/**
+ * A direct channel for one sensor, registered while it lives. It switches the sensor off at the
+ * end, which a stopped report leaves on.
+ */
+class ClientChannel {
+  public:
+    ClientChannel(Proxy& proxy, int32_t sensorHandle) : mProxy(proxy), mSensor(sensorHandle) {}
+    ~ClientChannel();
+    ClientChannel(const ClientChannel&) = delete;
+    ClientChannel& operator=(const ClientChannel&) = delete;
+
+    Result registerMemory(const SharedMemory& memory);
+    /** The result, and the report's token. */
+    host_proxy::Answer setRate(RateLevel level);
+    void unregister();
+
+  private:
+    Proxy& mProxy;
+    const int32_t mSensor;
+    int32_t mHandle = -1;
+    bool mReporting = false;
 };
 
 }  // namespace subhalctl

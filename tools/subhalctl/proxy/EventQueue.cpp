@@ -14,6 +14,11 @@ constexpr std::chrono::milliseconds kSlice{50};
 
 }  // namespace
 
+std::chrono::steady_clock::duration lengthOf(double seconds) {
+    return std::chrono::duration_cast<EventQueue::Clock::duration>(
+        std::chrono::duration<double>(seconds));
+}
+
 void EventQueue::push(const std::vector<Event>& events, bool wakelock) {
     const int64_t now = hubNowNs();
     {
@@ -63,9 +68,7 @@ EventQueue::End EventQueue::receive(Clock::time_point deadline,
 EventQueue::End EventQueue::receiveFor(double seconds,
                                        const std::function<bool(const ReceivedEvent&)>& handle) {
     if (seconds <= 0) return receive(Clock::time_point::max(), handle);
-    const auto length =
-        std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
-    return receive(Clock::now() + length, handle);
+    return receive(Clock::now() + lengthOf(seconds), handle);
 }
 
 void EventQueue::drain(const std::function<void(const ReceivedEvent&)>& handle) {

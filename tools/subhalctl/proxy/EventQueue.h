@@ -23,6 +23,9 @@ struct ReceivedEvent {
     bool ownWakelock;    ///< and this event is the first of those it was taken for
 };
 
+/** Of at most some years. */
+std::chrono::steady_clock::duration lengthOf(double seconds);
+
 /** Queue between the library's threads and the main thread. */
 class EventQueue {
   public:

@@ -11,7 +11,6 @@
 #include <cerrno>
 #include <cinttypes>
 #include <csignal>
-#include <cstring>
 #include <optional>
 #include <utility>
 
@@ -27,21 +26,20 @@ constexpr int kPeriodMs = 1;
 class Ring {
   public:
     Ring(const void* base, size_t bytes)
-        : mBase(static_cast<const char*>(base)), mSlots(bytes / sizeof(sensors_event_t)) {}
+        : mRecords(static_cast<const sensors_event_t*>(base)),
+          mSlots(bytes / sizeof(sensors_event_t)) {}
 
     /** The next record that is whole; nothing when the writer has written no more. */
     std::optional<sensors_event_t> next() {
         for (;;) {
             const uint32_t counter = counterOf(mSlot);
-            const auto ahead = static_cast<int32_t>(counter - mExpected);
-            if (counter == 0 || ahead < 0) return {};
-            // The writer has lapped us: what lay between is gone, so go on from here.
-            mExpected = counter;
-            sensors_event_t record;
-            std::memcpy(&record, slot(mSlot), sizeof(record));
+            if (counter == 0 || static_cast<int32_t>(counter - mExpected) < 0) return {};
+            // If the writer has lapped us, the records between are gone, so go on from here.
+            mExpected = counter + 1;
+            sensors_event_t record = mRecords[mSlot];
             std::atomic_thread_fence(std::memory_order_acquire);
             const bool whole = counterOf(mSlot) == counter && !writerIsIn(mSlot, counter);
-            advance();
+            mSlot = (mSlot + 1) % mSlots;
             if (!whole) continue;
             record.reserved0 = static_cast<int32_t>(counter);
             return record;
@@ -49,27 +47,19 @@ class Ring {
     }
 
   private:
-    const char* slot(size_t index) const { return mBase + index * sizeof(sensors_event_t); }
-
-    uint32_t counterOf(size_t index) const {
-        const void* counter = slot(index) + offsetof(sensors_event_t, reserved0);
-        return __atomic_load_n(static_cast<const uint32_t*>(counter), __ATOMIC_ACQUIRE);
+    uint32_t counterOf(size_t slot) const {
+        return static_cast<uint32_t>(__atomic_load_n(&mRecords[slot].reserved0, __ATOMIC_ACQUIRE));
     }
 
     // A record's body changes before its counter does. The writer can only be in this slot when
     // the slot before it already holds the next round's record.
-    bool writerIsIn(size_t index, uint32_t counter) const {
-        const size_t before = (index + mSlots - 1) % mSlots;
+    bool writerIsIn(size_t slot, uint32_t counter) const {
         const uint32_t lastOfRound = counter + static_cast<uint32_t>(mSlots) - 1;
-        return static_cast<int32_t>(counterOf(before) - lastOfRound) >= 0;
+        const uint32_t before = counterOf((slot + mSlots - 1) % mSlots);
+        return static_cast<int32_t>(before - lastOfRound) >= 0;
     }
 
-    void advance() {
-        ++mExpected;
-        mSlot = (mSlot + 1) % mSlots;
-    }
-
-    const char* mBase;
+    const sensors_event_t* mRecords;
     size_t mSlots;
     size_t mSlot = 0;
     uint32_t mExpected = 1;
@@ -99,12 +89,7 @@ class Ring {
 RingReader::RingReader(int regionFd, size_t bytes) {
     int records[2];
     int stops[2];
-    if (pipe2(records, O_CLOEXEC) != 0) return;
-    if (pipe2(stops, O_CLOEXEC) != 0) {
-        close(records[0]);
-        close(records[1]);
-        return;
-    }
+    if (pipe2(records, O_CLOEXEC) != 0 || pipe2(stops, O_CLOEXEC) != 0) return;
     mProcess = fork();
     if (mProcess == 0) {
         close(records[0]);
@@ -137,28 +122,28 @@ bool RingReader::read(Record* record, int timeoutMs) {
 
 bool RingCheck::isWhole(const sensors_event_t& record) const {
     if (record.version != static_cast<int32_t>(sizeof(record))) return false;
-    if (record.timestamp < mTimestamp) return false;
+    if (record.timestamp < mNewestNs) return false;
     // A flush-complete record names its sensor in the payload.
     if (record.type == SENSOR_TYPE_META_DATA) return record.meta_data.sensor == mHandle;
     return record.type == mType && record.sensor == mHandle;
 }
 
 bool RingCheck::add(const sensors_event_t& record) {
-    const auto counter = static_cast<uint32_t>(record.reserved0);
-    const auto ahead = counter == 0 ? 1 : static_cast<int32_t>(counter - mCounter);
-    mMissed += std::max(ahead - 1, 0);
-    if (ahead <= 0) ++mRepeated;
+    const auto next = static_cast<uint32_t>(record.reserved0);
+    const auto ahead = next == 0 ? 1 : static_cast<int32_t>(next - mCounter);
+    mFigures.missed += std::max(ahead - 1, 0);
+    if (ahead <= 0) ++mFigures.repeated;
     mCounter += static_cast<uint32_t>(ahead);
-    ++mRecords;
+    ++mFigures.records;
     const bool whole = isWhole(record);
-    if (!whole) ++mTorn;
-    if (whole && record.type != SENSOR_TYPE_META_DATA) mTimestamp = record.timestamp;
+    if (!whole) ++mFigures.torn;
+    if (whole && record.type != SENSOR_TYPE_META_DATA) mNewestNs = record.timestamp;
     return whole;
 }
 
-std::string RingCheck::figures() const {
+std::string RingCheck::Figures::text() const {
     return formatted("%s, %" PRId64 " missed, %" PRId64 " repeated, %" PRId64 " torn",
-                     counted(mRecords, "record").c_str(), mMissed, mRepeated, mTorn);
+                     counted(records, "record").c_str(), missed, repeated, torn);
 }
 
 }  // namespace subhalctl

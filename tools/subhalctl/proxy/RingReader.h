@@ -49,21 +49,20 @@ class RingCheck {
     /** In the order in which they were read. False for a record that is torn. */
     bool add(const sensors_event_t& record);
 
-    int64_t records() const { return mRecords; }
+    struct Figures {
+        int64_t records = 0;
+        int64_t missed = 0;    ///< written to the ring, by the counters, and not read from it
+        int64_t repeated = 0;  ///< with a counter that came before
+        int64_t torn = 0;  ///< empty, of another sensor or version, or older than the one before
+
+        bool sound() const { return missed == 0 && repeated == 0 && torn == 0; }
+        /** As in "81 records, 0 missed, 0 repeated, 0 torn". */
+        std::string text() const;
+    };
+    const Figures& figures() const { return mFigures; }
     /** Counter of the last record; the first has 1. */
     uint32_t counter() const { return mCounter; }
-    int64_t newestNs() const { return mTimestamp; }
-
-    /** Nothing missed, repeated or torn. */
-    bool sound() const { return mMissed == 0 && mRepeated == 0 && mTorn == 0; }
-    /** As in "81 records, 0 missed, 0 repeated, 0 torn". */
-    std::string figures() const;
-    /** Written to the ring, by the counters, and not read from it. */
-    int64_t missed() const { return mMissed; }
-    /** With a counter that came before. */
-    int64_t repeated() const { return mRepeated; }
-    /** Empty, of another sensor or version, or older than the one before. */
-    int64_t torn() const { return mTorn; }
+    int64_t newestNs() const { return mNewestNs; }
 
   private:
     bool isWhole(const sensors_event_t& record) const;
@@ -71,11 +70,8 @@ class RingCheck {
     int32_t mHandle;
     int32_t mType;
     uint32_t mCounter = 0;
-    int64_t mTimestamp = INT64_MIN;
-    int64_t mRecords = 0;
-    int64_t mMissed = 0;
-    int64_t mRepeated = 0;
-    int64_t mTorn = 0;
+    int64_t mNewestNs = INT64_MIN;
+    Figures mFigures;
 };
 
 }  // namespace subhalctl

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cinttypes>
 #include <cmath>
-#include <cstdio>
 
 #include "tools/subhalctl/hubs/PlatformHooks.h"
 #include "tools/subhalctl/proxy/SensorLookup.h"
@@ -20,12 +19,12 @@ int32_t typeOf(const SensorInfo& sensor) {
     return static_cast<int32_t>(sensor.type);
 }
 
-/** Unit to stand beside a value, where one unit does not do for all. */
+/** The unit after a value, where the values have no common one. */
 std::string ownUnit(const Value& value, const std::string& common) {
     return common.empty() && value.unit[0] != '\0' ? std::string(" ") + value.unit : "";
 }
 
-/** The text as it stands in the value's column. */
+/** The text, padded to the width of the value's column. */
 std::string inColumn(const Value& value, const std::string& text) {
     const size_t width = value.form == Value::Form::kWord ? 8 : 11;
     return ' ' + std::string(width - std::min(width, text.size()), ' ') + text;
@@ -41,26 +40,20 @@ std::string commonUnit(const std::vector<Value>& values) {
 }
 
 std::string infoText(const Payload& payload) {
-    char text[32];
+    constexpr const char* kEnds[] = {"begin", "end"};
     std::string line = "additional info ";
-    if (payload[0] <= 1) {
-        line += payload[0] == 0 ? "begin" : "end";
-    } else {
-        std::snprintf(text, sizeof(text), "0x%08" PRIx32, payload[0]);
-        line += text;
-    }
+    line += payload[0] <= 1 ? kEnds[payload[0]] : formatted("0x%08" PRIx32, payload[0]);
     size_t last = payload.size();
     while (last > 2 && payload[last - 1] == 0) {
         --last;
     }
     for (size_t i = 2; i < last; ++i) {
-        std::snprintf(text, sizeof(text), " %08" PRIx32, payload[i]);
-        line += text;
+        line += formatted(" %08" PRIx32, payload[i]);
     }
     return line;
 }
 
-/** A rate as it stands in a table, "-" for a sensor without one. */
+/** In a table; "-" for a sensor without a rate. */
 std::string rateText(double hertz) {
     return hertz > 0 ? formatted("%.3f", hertz) : "-";
 }
@@ -68,7 +61,7 @@ std::string rateText(double hertz) {
 std::string millisecondsText(const DurationStatistics& durations, double share) {
     if (durations.count() == 0) return "-";
     return formatted("%s%.3f", durations.exact() ? "" : "~",
-                     static_cast<double>(durations.quantileNs(share)) / 1e6);
+                     milliseconds(durations.quantileNs(share)));
 }
 
 std::string jitterText(const Watched& one) {
@@ -139,25 +132,13 @@ class TextWriter : public EventWriter {
     }
 
     static std::string contents(const SensorInfo& sensor, const Event& event) {
-        switch (kindOf(event)) {
-            case EventKind::kFlushComplete:
-                return "flush complete";
-            case EventKind::kAdditionalInfo:
-                return infoText(payloadOf(event));
-            case EventKind::kData:
-                break;
-        }
+        const EventKind kind = kindOf(event);
+        if (kind == EventKind::kFlushComplete) return "flush complete";
+        if (kind == EventKind::kAdditionalInfo) return infoText(payloadOf(event));
         return valueColumns(sensor, event);
     }
 
     size_t mName = 0;  // characters; 0 for none
-};
-
-class SilentWriter : public EventWriter {
-  public:
-    void begin(const std::vector<Watched>&, bool) override {}
-    void event(const Watched&, const ReceivedEvent&) override {}
-    void summary(const std::vector<Watched>& watched) override { printText(summaryTable(watched)); }
 };
 
 /** The values of an event; none for a flush marker. */
@@ -197,9 +178,9 @@ class CsvWriter : public EventWriter {
         print("%s\n", line.c_str());
     }
 
-    // A summary has other columns, and a file of one table is easier to read in.
+    // The summary has other columns; a file of one table is easier to read.
     void summary(const std::vector<Watched>& watched) override {
-        std::fputs(summaryTable(watched).c_str(), stderr);
+        printSummary(summaryTable(watched), true);
     }
 
   private:
@@ -372,10 +353,6 @@ std::string valueColumns(const SensorInfo& sensor, const Event& event) {
         if (!note.empty()) line += "  " + note;
     }
     return line;
-}
-
-std::unique_ptr<EventWriter> EventWriter::makeSilent() {
-    return std::make_unique<SilentWriter>();
 }
 
 std::unique_ptr<EventWriter> EventWriter::make(const std::string& format) {

@@ -20,7 +20,7 @@ const char* kindName(EventKind kind);
 /** One watched sensor. */
 struct Watched {
     const SensorInfo* sensor;
-    double askedHz;    ///< 0: none, the sensor reports when it has something to say
+    double askedHz;    ///< 0: none, the sensor reports on change
     double grantedHz;  ///< 0: as askedHz
     IntervalStatistics intervals;
     int64_t startNs = 0;  ///< what is stamped earlier is stale: an earlier run left it in the queue
@@ -49,14 +49,12 @@ class EventWriter {
 
     /** @param format "text", "csv" or "json" (one object per line) */
     static std::unique_ptr<EventWriter> make(const std::string& format);
-    /** Writes no events; a summary at the end. */
-    static std::unique_ptr<EventWriter> makeSilent();
 };
 
 /** The values of a data event in right-aligned columns, then unit, accuracy and meaning. */
 std::string valueColumns(const SensorInfo& sensor, const Event& event);
 
-/** What stands in valueColumns(), as in "x [m/s²], y [m/s²], z [m/s²], accuracy". */
+/** The columns of valueColumns(), as in "x [m/s²], y [m/s²], z [m/s²], accuracy". */
 std::string valueLegend(const SensorInfo& sensor);
 
 /** "%d.%09d" of seconds. */

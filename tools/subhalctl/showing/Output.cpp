@@ -126,6 +126,11 @@ void printText(const std::string& text) {
     if (gPending.size() >= kPiece || (!gPending.empty() && gPending.back() == '\n')) flushOutput();
 }
 
+void printSummary(const std::string& text, bool outputIsData) {
+    if (!outputIsData) return printText(text);
+    std::fputs(text.c_str(), stderr);
+}
+
 void printVerdict(const std::string& word) {
     static const bool colours = [] {
         const char* off = std::getenv("NO_COLOR");

@@ -33,6 +33,8 @@ void print(const char* format, ...) __attribute__((format(printf, 1, 2)));
 /** As it is. */
 void printText(const std::string& text);
 void flushOutput();
+/** The same, but to standard error when standard output is for another program. */
+void printSummary(const std::string& text, bool outputIsData);
 
 /**
  * "PASS", "FAIL", "SKIP" or another verdict, five columns wide; on a terminal in colour, unless

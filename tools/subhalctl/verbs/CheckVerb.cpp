@@ -23,36 +23,50 @@ namespace subhalctl {
 namespace {
 
 constexpr int64_t kMiddlePeriodNs = 20'000'000;
-constexpr int64_t kShortestLatencyNs = 250'000'000;  // beside which a busy machine's delays are few
-constexpr int32_t kStampHandle = 49;  // reports a moment by each record, and nothing else
+constexpr int64_t kShortestLatencyNs = 250'000'000;  // long against a busy machine's delays
+constexpr int32_t kStampHandle = 49;                 // each of its records completes a flush
 constexpr int kFlushes = 3;
 constexpr double kPatienceSeconds = 3;
-constexpr double kSettleSeconds = 0.1;  // for what is on its way when a sensor is switched off
+constexpr double kSettleSeconds = 0.1;  // for events on their way when a sensor is switched off
 constexpr double kSilenceSeconds = 0.3;
 constexpr double kLongestSlowSeconds = 10;
 constexpr double kPeriodsOfSlowest = 3.2;
-constexpr size_t kDirectRecords = 4096;
-constexpr char kHubUnseen[] = "what reaches the hub is seen with --sim or --trace only";
+constexpr size_t kDirectRecords = 4096;  // ten seconds of the fastest level
+constexpr size_t kSmallRecords = 16;
 
-/** A sensor under test. */
-struct Subject {
-    const SensorInfo* sensor;
-    Results results;
-    Observed observed{};
+double inSeconds(int64_t ns) {
+    return static_cast<double>(ns) / 1e9;
+}
+
+struct Subject : Tested {
     bool on = false;     // so that its events can be judged
     bool timely = true;  // so that its time stamps can
     int requests = 0;
     std::string refused{};
-    std::string unsent{};  // what was accepted and has not reached the hub
+    std::string unsent{};  // what was accepted and did not reach the hub
 
-    int32_t handle() const { return sensor->sensorHandle; }
+    int32_t handle() const { return sensor.sensorHandle; }
     bool continuous() const {
-        return reportingMode(*sensor) == SensorFlagBits::CONTINUOUS_MODE && sensor->minDelay > 0;
+        return reportingMode(sensor) == SensorFlagBits::CONTINUOUS_MODE && sensor.minDelay > 0;
     }
-    bool oneShot() const { return reportingMode(*sensor) == SensorFlagBits::ONE_SHOT_MODE; }
+    bool oneShot() const { return reportingMode(sensor) == SensorFlagBits::ONE_SHOT_MODE; }
     bool rated() const { return on && timely && continuous(); }
+    bool direct() const { return canReportDirectly(sensor); }
+    bool reported() const { return !observed.events.empty(); }
+    bool flushed() const { return oneShot() || observed.completions >= kFlushes; }
+    bool any() const { return true; }
+
+    void count(const char* request, Result result) {
+        ++requests;
+        if (result != Result::OK) refused += std::string(" ") + request + ": " + resultName(result);
+    }
 };
 
+/** How often a rule was broken, and how often it was kept. */
+using Tally = std::map<bool, int>;
+
+/** Each check... ends early, without a judgement on what is unfinished, when the verb has to end.
+ */
 class Check {
   public:
     Check(Proxy& proxy, const CheckOptions& options, bool hubSeen)
@@ -63,228 +77,203 @@ class Check {
           mHubSeen(hubSeen),
           mProgress(!proxy.options().quiet) {}
 
-    ExitCode run();
+    ExitCode run() {
+        const ExitCode selected = select();
+        if (selected != kOk) return selected;
+        mReport.begin();
+        using Phase = void (Check::*)();
+        for (const Phase phase :
+             {&Check::checkLists, &Check::checkUnknownHandles, &Check::checkPeriods,
+              &Check::checkBatches, &Check::checkMiddle, &Check::checkFlushes, &Check::checkFastest,
+              &Check::checkSlowest, &Check::checkSilence, &Check::checkDirect,
+              &Check::checkInjection, &Check::checkInitializeAgain, &Check::checkRequests}) {
+            if (!interrupted()) (this->*phase)();
+        }
+        if (interrupted()) stop(chosen(&Subject::any));
+        mReport.end(interrupted());
+        if (interrupted()) return kNoData;
+        return mReport.failures() > 0 ? kCheckFailed : kOk;
+    }
 
   private:
     using Subjects = std::vector<Subject*>;
-    using PeriodOf = std::function<int64_t(const SensorInfo&)>;
+    using Predicate = bool (Subject::*)() const;
 
-    ExitCode select();
-    bool receive(double seconds);
-    bool receiveUntil(const std::function<bool()>& enough);
-    bool switched(int32_t handle, bool on);
-    void count(Subject& subject, const char* request, Result result);
-    void activate(Subject& subject, bool on);
-    void batch(Subject& subject, int64_t periodNs, int64_t latencyNs = 0);
-    void start(const Subjects& subjects, int64_t latencyNs = 0);
-    void stop(const Subjects& subjects);
-    Subjects chosen(const std::function<bool(const Subject&)>& predicate);
-    Subjects all() {
-        return chosen([](const Subject&) { return true; });
+    ExitCode select() {
+        std::set<const SensorInfo*> wanted;
+        for (const std::string& text : mOptions.sensors) {
+            const SensorInfo* sensor = mProxy.find(text);
+            if (sensor == nullptr) return kNoSuchSensor;
+            wanted.insert(sensor);
+        }
+        std::multiset<std::string> names;
+        for (const SensorInfo& sensor : mProxy.sensors()) {
+            names.insert(typeName(sensor));
+        }
+        for (const SensorInfo& sensor : mProxy.sensors()) {
+            if (!wanted.empty() && wanted.count(&sensor) == 0) continue;
+            std::string label = typeName(sensor);
+            if (names.count(label) > 1) label += "/" + std::to_string(sensor.sensorHandle);
+            mSubjects.push_back({{sensor, {&mReport, label}}});
+        }
+        return kOk;
     }
-    void judgeKnown(const char* rule, size_t kept, size_t broken);
 
-    // Each ends early, without a judgement on what is unfinished, when the verb is to end.
-    void checkLists();
-    void checkUnknownHandles();
-    void checkPeriods();
-    void checkMiddle();
-    void checkFlushes();
-    void checkRates(const char* what, const PeriodOf& period);
-    void checkFastest();
-    void checkSlowest();
-    void checkSilence();
-    void checkBatches();
-    void checkDirect();
-    void checkDirectLevel(const Subject& subject, const DirectLevel& level);
-    void checkInjection();
-    void checkInitializeAgain();
-    void checkRequests();
-
-    Proxy& mProxy;
-    const CheckOptions& mOptions;
-    CheckReport mReport;
-    Results mLibrary;
-    const bool mHubSeen;  // what the library asks of the hub
-    Progress mProgress;
-    std::vector<Subject> mSubjects;
-    size_t mEvents = 0;
-    std::set<int32_t> mStrangers;  // handles whose events came all the same
-};
-
-ExitCode Check::select() {
-    std::set<const SensorInfo*> wanted;
-    for (const std::string& text : mOptions.sensors) {
-        const SensorInfo* sensor = mProxy.find(text);
-        if (sensor == nullptr) return kNoSuchSensor;
-        wanted.insert(sensor);
-    }
-    std::multiset<std::string> names;
-    for (const SensorInfo& sensor : mProxy.sensors()) {
-        names.insert(typeName(sensor));
-    }
-    for (const SensorInfo& sensor : mProxy.sensors()) {
-        if (!wanted.empty() && wanted.count(&sensor) == 0) continue;
-        std::string label = typeName(sensor);
-        if (names.count(label) > 1) label += "/" + std::to_string(sensor.sensorHandle);
-        mSubjects.push_back({&sensor, {&mReport, label}});
-    }
-    return kOk;
-}
-
-Check::Subjects Check::chosen(const std::function<bool(const Subject&)>& predicate) {
-    Subjects subjects;
-    for (Subject& subject : mSubjects) {
-        if (predicate(subject)) subjects.push_back(&subject);
-    }
-    return subjects;
-}
-
-/** Gives each sensor what comes from it. False when the verb is to end. */
-bool Check::receive(double seconds) {
-    mProxy.events().receiveFor(seconds, [this](const ReceivedEvent& received) {
-        ++mEvents;
-        bool ours = false;
+    Subjects chosen(Predicate predicate) {
+        Subjects subjects;
         for (Subject& subject : mSubjects) {
-            if (subject.handle() != received.event.sensorHandle) continue;
-            subject.observed.add(*subject.sensor, received);
-            ours = true;
+            if ((subject.*predicate)()) subjects.push_back(&subject);
         }
-        if (!ours) mStrangers.insert(received.event.sensorHandle);
-        return false;
-    });
-    mProxy.takeCalls();  // of these nothing is wanted
-    const int64_t now = hubNowNs();
-    for (Subject& subject : mSubjects) {
-        subject.observed.endNs = now;
+        return subjects;
     }
-    mProgress.clear();
-    return !interrupted();
-}
 
-bool Check::receiveUntil(const std::function<bool()>& enough) {
-    constexpr double kSlice = 0.02;
-    for (double seconds = 0; seconds < kPatienceSeconds && !enough(); seconds += kSlice) {
-        if (!receive(kSlice)) return false;
+    /** Gives each sensor its events. False when the verb has to end. */
+    bool receive(double seconds) {
+        mProxy.events().receiveFor(seconds, [this](const ReceivedEvent& received) {
+            ++mEvents;
+            bool ours = false;
+            for (Subject& subject : mSubjects) {
+                if (subject.handle() != received.event.sensorHandle) continue;
+                subject.observed.add(subject.sensor, received);
+                ours = true;
+            }
+            if (!ours) mStrangers.insert(received.event.sensorHandle);
+            return false;
+        });
+        mProxy.takeCalls();
+        const int64_t now = hubNowNs();
+        for (Subject& subject : mSubjects) {
+            subject.observed.endNs = now;
+        }
+        mProgress.clear();
+        return !interrupted();
     }
-    return !interrupted();
-}
 
-/** Whether the hub was asked for it since the last look at its calls. */
-bool Check::switched(int32_t handle, bool on) {
-    const std::string text = std::to_string(handle) + (on ? "1" : "0");
-    bool found = false;
-    for (const FileCall& call : mProxy.takeCalls()) {
-        found |= call.kind == FileCall::Kind::kWrite && call.path == kEnablePath &&
-                 text == call.bytes.c_str();  // a NUL ends it
+    /** The same until the predicate is true of all subjects, if it ever is. */
+    bool receiveUntil(const Subjects& subjects, Predicate predicate) {
+        constexpr double kSlice = 0.02;
+        const auto fits = [predicate](const Subject* one) { return (one->*predicate)(); };
+        for (double seconds = 0; seconds < kPatienceSeconds; seconds += kSlice) {
+            if (std::all_of(subjects.begin(), subjects.end(), fits)) break;
+            if (!receive(kSlice)) return false;
+        }
+        return !interrupted();
     }
-    return found;
-}
 
-void Check::count(Subject& subject, const char* request, Result result) {
-    ++subject.requests;
-    if (result != Result::OK)
-        subject.refused += std::string(" ") + request + ": " + resultName(result);
-}
-
-void Check::activate(Subject& subject, bool on) {
-    mProxy.takeCalls();
-    const Result result = mProxy.activate(subject.handle(), on);
-    count(subject, on ? "activate" : "deactivate", result);
-    const bool sent = !mHubSeen || switched(subject.handle(), on);
-    if (result == Result::OK && !sent) subject.unsent = on ? "switched on" : "switched off";
-    subject.on = on && sent && result == Result::OK && subject.refused.empty();
-}
-
-/** From now on the sensor is observed. */
-void Check::batch(Subject& subject, int64_t periodNs, int64_t latencyNs) {
-    const int64_t before =
-        subject.on ? grantedPeriodNs(*subject.sensor, subject.observed.periodNs) : 0;
-    count(subject, "batch", mProxy.batch(subject.handle(), periodNs, latencyNs));
-    subject.observed = {};
-    subject.observed.periodNs = periodNs;
-    subject.observed.startNs = hubNowNs() + before;
-}
-
-void Check::start(const Subjects& subjects, int64_t latencyNs) {
-    mProxy.events().drain([](const ReceivedEvent&) {});
-    for (Subject* subject : subjects) {
-        batch(*subject, kMiddlePeriodNs, latencyNs);
-        activate(*subject, true);
-    }
-}
-
-void Check::stop(const Subjects& subjects) {
-    for (Subject* subject : subjects) {
-        activate(*subject, false);
-    }
-}
-
-/** A rule that the library is known to break, for all sensors alike. */
-void Check::judgeKnown(const char* rule, size_t kept, size_t broken) {
-    const std::string figures = formatted("kept %zu times, broken %zu times", kept, broken);
-    if (kept > 0 && broken > 0) return mLibrary.judge(false, rule, figures);
-    if (kept + broken > 0)
-        mLibrary.add(broken > 0 ? Verdict::kKnown : Verdict::kPass, rule, figures);
-}
-
-void Check::checkLists() {
-    std::map<int, simulator::SensorSpec> specs;
-    std::string file(4096, '\0');  // what the library reads of it
-    const int fd = open(kSpecPath, O_RDONLY | O_CLOEXEC);
-    if (fd >= 0) {
-        file.resize(static_cast<size_t>(std::max<ssize_t>(read(fd, file.data(), file.size()), 0)));
-        close(fd);
-        for (const simulator::SensorSpec& spec : simulator::decodeSpecs(file)) {
-            specs.emplace(spec.handle, spec);
+    void forgetEvents(const Subjects& subjects, int64_t startNs) {
+        for (Subject* subject : subjects) {
+            subject->observed = {};
+            subject->observed.startNs = startNs;
         }
     }
-    checkNamesDistinct(mProxy.sensors(), mLibrary);
-    for (const Subject& subject : mSubjects) {
-        checkListing(*subject.sensor, specs, subject.results);
-    }
-}
 
-void Check::checkUnknownHandles() {
-    using android::hardware::sensors::V1_0::OperationMode;
-    ISensorsSubHal& subHal = mProxy.subHal();
-    std::set<int32_t> known;
-    for (const SensorInfo& sensor : mProxy.sensors()) {
-        known.insert(sensor.sensorHandle);
+    /** Whether the library has asked the hub for it since the last takeCalls(). */
+    bool switched(int32_t handle, bool on) {
+        const std::string text = std::to_string(handle) + (on ? "1" : "0");
+        const std::vector<FileCall> calls = mProxy.takeCalls();
+        return std::any_of(calls.begin(), calls.end(), [&](const FileCall& call) {
+            return call.kind == FileCall::Kind::kWrite && call.path == kEnablePath &&
+                   text == call.bytes.c_str();  // a NUL ends it
+        });
     }
-    std::string taken;
-    int asked = 0;
-    for (const int32_t handle : {INT32_MIN, -1, 0, 3, 72, 73, 1000, INT32_MAX}) {
-        if (known.count(handle) != 0) continue;
-        Event event{};
-        event.sensorHandle = handle;
-        const Result results[] = {subHal.activate(handle, true),
-                                  subHal.batch(handle, kMiddlePeriodNs, 0), subHal.flush(handle),
-                                  subHal.injectSensorData(event)};
-        for (const Result result : results) {
-            ++asked;
-            if (result != Result::BAD_VALUE) taken += " " + std::to_string(handle);
+
+    void activate(Subject& subject, bool on) {
+        mProxy.takeCalls();
+        const Result result = mProxy.activate(subject.handle(), on);
+        subject.count(on ? "activate" : "deactivate", result);
+        const bool sent = !mHubSeen || switched(subject.handle(), on);
+        if (result == Result::OK && !sent) subject.unsent = on ? "switched on" : "switched off";
+        subject.on = on && sent && result == Result::OK && subject.refused.empty();
+    }
+
+    /** From now on the sensor is observed. */
+    void batch(Subject& subject, int64_t periodNs, int64_t latencyNs = 0) {
+        const int64_t before =
+            subject.on ? grantedPeriodNs(subject.sensor, subject.observed.periodNs) : 0;
+        subject.count("batch", mProxy.batch(subject.handle(), periodNs, latencyNs));
+        forgetEvents({&subject}, hubNowNs() + before);
+        subject.observed.periodNs = periodNs;
+    }
+
+    void start(const Subjects& subjects, int64_t latencyNs = 0) {
+        mProxy.events().drain([](const ReceivedEvent&) {});
+        for (Subject* subject : subjects) {
+            batch(*subject, kMiddlePeriodNs, latencyNs);
+            activate(*subject, true);
         }
-        subHal.activate(handle, false);
     }
-    mLibrary.judge(
-        taken.empty(), "unknown-handles",
-        taken.empty() ? formatted("%d requests refused", asked) : "not refused:" + taken);
 
-    const Result mode = subHal.setOperationMode(OperationMode::NORMAL);
-    const Verdict verdict = mode == Result::BAD_VALUE ? Verdict::kKnown : Verdict::kFail;
-    mLibrary.add(mode == Result::OK ? Verdict::kPass : verdict, "operation-mode", resultName(mode));
-}
-
-void Check::checkPeriods() {
-    const auto subjects = chosen([](const Subject& subject) { return subject.continuous(); });
-    if (subjects.empty()) return;
-    if (!mHubSeen) {
-        mLibrary.skip("shortest-period", kHubUnseen);
-        return mLibrary.skip("longest-period", kHubUnseen);
+    void stop(const Subjects& subjects) {
+        for (Subject* subject : subjects) {
+            activate(*subject, false);
+        }
     }
-    // The period that reaches the hub, 0 for none.
-    const auto asked = [this](Subject& subject, int64_t periodNs) {
+
+    /** A rule that the library is known to break, for all sensors alike. */
+    void judgeKnown(const char* rule, Tally& broken) {
+        if (broken.empty()) return;
+        mLibrary.judge(broken[true] == 0, rule,
+                       formatted("kept %d times, broken %d times", broken[false], broken[true]),
+                       broken[false] > 0 ? Verdict::kFail : Verdict::kKnown);
+    }
+
+    /** False after skipping the rule, when it is not known what reaches the hub. */
+    bool seesHub(const Results& results, const char* rule) const {
+        if (!mHubSeen)
+            results.skip(rule, "what reaches the hub is seen with --sim or --trace only");
+        return mHubSeen;
+    }
+
+    void checkLists() {
+        std::map<int, simulator::SensorSpec> specs;
+        std::string file(4096, '\0');  // what the library reads of it
+        const int fd = open(kSpecPath, O_RDONLY | O_CLOEXEC);
+        if (fd >= 0) {
+            const ssize_t got = read(fd, file.data(), file.size());
+            close(fd);
+            file.resize(static_cast<size_t>(std::max<ssize_t>(got, 0)));
+            for (const simulator::SensorSpec& spec : simulator::decodeSpecs(file)) {
+                specs.emplace(spec.handle, spec);
+            }
+        }
+        checkNamesDistinct(mProxy.sensors(), mLibrary);
+        for (const Subject& subject : mSubjects) {
+            checkListing(subject, specs);
+        }
+    }
+
+    void checkUnknownHandles() {
+        using android::hardware::sensors::V1_0::OperationMode;
+        ISensorsSubHal& subHal = mProxy.subHal();
+        std::set<int32_t> known;
+        for (const SensorInfo& sensor : mProxy.sensors()) {
+            known.insert(sensor.sensorHandle);
+        }
+        std::string taken;
+        int requests = 0;
+        for (const int32_t handle : {INT32_MIN, -1, 0, 3, 72, 73, 1000, INT32_MAX}) {
+            if (known.count(handle) != 0) continue;
+            Event event{};
+            event.sensorHandle = handle;
+            for (const Result result :
+                 {Result(subHal.activate(handle, true)),
+                  Result(subHal.batch(handle, kMiddlePeriodNs, 0)), Result(subHal.flush(handle)),
+                  Result(subHal.injectSensorData(event))}) {
+                ++requests;
+                if (result != Result::BAD_VALUE) taken += " " + std::to_string(handle);
+            }
+            subHal.activate(handle, false);
+        }
+        mLibrary.expect("unknown-handles", taken.empty() ? "" : "not refused:" + taken,
+                        formatted("%d requests refused", requests));
+
+        const Result mode = subHal.setOperationMode(OperationMode::NORMAL);
+        mLibrary.judge(mode == Result::OK, "operation-mode", resultName(mode),
+                       mode == Result::BAD_VALUE ? Verdict::kKnown : Verdict::kFail);
+    }
+
+    /** The period that reaches the hub, 0 for none. */
+    int64_t periodAtHub(Subject& subject, int64_t periodNs) {
         constexpr size_t kPeriodAt = 8;
         int64_t hubNs = 0;
         mProxy.takeCalls();
@@ -294,327 +283,301 @@ void Check::checkPeriods() {
             std::memcpy(&hubNs, call.bytes.data() + kPeriodAt, sizeof(hubNs));
         }
         return hubNs;
-    };
-    size_t kept = 0;
-    size_t broken = 0;
-    for (Subject* subject : subjects) {
-        const int64_t shortestNs = subject->sensor->minDelay * int64_t{1000};
-        const int64_t longestNs = subject->sensor->maxDelay * int64_t{1000};
-        const int64_t periodNs = asked(*subject, shortestNs / 2);
-        subject->results.judge(periodNs >= shortestNs, "shortest-period",
-                               formatted("%" PRId64 " ns of %" PRId64 " ns", periodNs, shortestNs));
-        ++(asked(*subject, longestNs * 2) <= longestNs ? kept : broken);
     }
-    judgeKnown("longest-period", kept, broken);
-}
 
-void Check::checkMiddle() {
-    mProgress.show("all sensors on");
-    start(all());
-    double seconds = mOptions.seconds;
-    for (const Subject& subject : mSubjects) {  // the first events of the slow ones take longer
-        const int64_t periodNs = grantedPeriodNs(*subject.sensor, kMiddlePeriodNs);
-        seconds = std::max(seconds, kPeriodsOfSlowest * static_cast<double>(periodNs) / 1e9);
+    void checkPeriods() {
+        const auto subjects = chosen(&Subject::continuous);
+        if (subjects.empty() ||
+            !(seesHub(mLibrary, "shortest-period") & seesHub(mLibrary, "longest-period"))) {
+            return;
+        }
+        Tally broken;
+        for (Subject* subject : subjects) {
+            const int64_t shortestNs = subject->sensor.minDelay * int64_t{1000};
+            const int64_t longestNs = subject->sensor.maxDelay * int64_t{1000};
+            const int64_t periodNs = periodAtHub(*subject, shortestNs / 2);
+            subject->results.judge(
+                periodNs >= shortestNs, "shortest-period",
+                formatted("%" PRId64 " ns of %" PRId64 " ns", periodNs, shortestNs));
+            ++broken[periodAtHub(*subject, longestNs * 2) > longestNs];
+        }
+        judgeKnown("longest-period", broken);
     }
-    if (!receive(std::min(seconds, std::max(mOptions.seconds, kLongestSlowSeconds)))) return;
-    for (Subject* subject : chosen([](const Subject& one) { return one.on; })) {
-        const SensorInfo& sensor = *subject->sensor;
-        checkFirstEvent(sensor, subject->observed, subject->results);
-        if (!checkTimestamps(sensor, subject->observed, 0, subject->results))
-            subject->timely = false;
-        if (subject->rated()) checkRate(sensor, subject->observed, subject->results);
-        checkEvents(sensor, subject->observed, subject->results);
-        checkMode(sensor, subject->observed, subject->results);
-    }
-}
 
-/** The sensors are on. */
-void Check::checkFlushes() {
-    mProgress.show("flushes");
-    const auto subjects = chosen([](const Subject& subject) { return subject.on; });
-    std::map<const Subject*, std::string> refused;
-    for (Subject* subject : subjects) {
-        for (int i = 0; i < (subject->oneShot() ? 1 : kFlushes); ++i) {
-            const Result result = mProxy.flush(subject->handle());
-            const Result wanted = subject->oneShot() ? Result::BAD_VALUE : Result::OK;
-            if (result != wanted) refused[subject] = ", " + resultName(result);
+    /** For the first events at a period. */
+    double secondsFor(const Subject& subject, int64_t periodNs) const {
+        return kPeriodsOfSlowest * inSeconds(grantedPeriodNs(subject.sensor, periodNs));
+    }
+    double longestPhase() const { return std::max(mOptions.seconds, kLongestSlowSeconds); }
+
+    void checkMiddle() {
+        mProgress.show("all sensors on");
+        start(chosen(&Subject::any));
+        double seconds = mOptions.seconds;
+        for (const Subject& subject : mSubjects) {
+            seconds = std::max(seconds, secondsFor(subject, kMiddlePeriodNs));
+        }
+        if (!receive(std::min(seconds, longestPhase()))) return;
+        for (Subject& subject : mSubjects) {
+            if (!subject.on) continue;
+            checkFirstEvent(subject);
+            subject.timely &= checkTimestamps(subject, 0);
+            if (subject.rated()) checkRate(subject);
+            checkEvents(subject);
         }
     }
-    const auto complete = [&] {
-        return std::all_of(subjects.begin(), subjects.end(), [](const Subject* subject) {
-            return subject->oneShot() || subject->observed.completions >= kFlushes;
-        });
-    };
-    if (!receiveUntil(complete) || !receive(kSettleSeconds)) return;
-    for (const Subject* subject : subjects) {
-        const Observed& observed = subject->observed;
-        const int wanted = subject->oneShot() ? 0 : kFlushes;
-        const bool known = subject->handle() == kStampHandle && observed.completions > wanted;
-        const bool right = observed.completions == wanted && refused.count(subject) == 0;
-        subject->results.add(
-            known ? Verdict::kKnown : (right ? Verdict::kPass : Verdict::kFail), "flush",
-            formatted("%d completions of %d", observed.completions, wanted) + refused[subject]);
-        subject->results.judge(observed.foreignKinds.empty(), "event-kind",
-                               observed.foreignKinds.empty() ? "its own" : observed.foreignKinds);
-    }
-}
 
-/** The sensors are on, and go on at another rate. */
-void Check::checkRates(const char* what, const PeriodOf& period) {
-    constexpr double kNsPerSecond = 1e9;
-    double seconds = mOptions.seconds;
-    Subjects subjects;
-    for (Subject* subject : chosen([](const Subject& one) { return one.rated(); })) {
-        const int64_t periodNs = grantedPeriodNs(*subject->sensor, period(*subject->sensor));
-        const double needed = kPeriodsOfSlowest * static_cast<double>(periodNs) / kNsPerSecond;
-        if (needed > std::max(mOptions.seconds, kLongestSlowSeconds)) {
-            subject->results.skip("rate", std::string(what) + " take longer than --seconds");
-            continue;
-        }
-        seconds = std::max(seconds, needed);
-        subjects.push_back(subject);
-    }
-    if (subjects.empty()) return;
-    mProgress.show(what);
-    for (Subject* subject : subjects) {
-        batch(*subject, period(*subject->sensor));
-    }
-    if (!receive(seconds)) return;
-    for (const Subject* subject : subjects) {
-        checkRate(*subject->sensor, subject->observed, subject->results);
-    }
-}
-
-void Check::checkFastest() {
-    checkRates("fastest rates",
-               [](const SensorInfo& sensor) { return sensor.minDelay * int64_t{500}; });
-}
-
-void Check::checkSlowest() {
-    checkRates("slowest rates",
-               [](const SensorInfo& sensor) { return sensor.maxDelay * int64_t{1000}; });
-}
-
-void Check::checkSilence() {
-    mProgress.show("all sensors off");
-    stop(all());
-    if (!receive(kSettleSeconds)) return;
-    for (Subject& subject : mSubjects) {
-        subject.observed = {};
-    }
-    if (!receive(kSilenceSeconds)) return;
-    size_t kept = 0;
-    size_t broken = 0;
-    for (const Subject& subject : mSubjects) {
-        subject.results.judge(
-            subject.observed.events.empty(), "silent-when-off",
-            formatted("%zu events in %.1f s", subject.observed.events.size(), kSilenceSeconds));
-        if (subject.oneShot()) continue;
-        ++(mProxy.flush(subject.handle()) == Result::BAD_VALUE ? kept : broken);
-    }
-    judgeKnown("flush-when-off", kept, broken);
-}
-
-void Check::checkBatches() {
-    const int64_t latencyNs =
-        std::max(kShortestLatencyNs, static_cast<int64_t>(mOptions.seconds * 1e9 / 2));
-    int64_t longestNs = 0;
-    const auto subjects = chosen([&](const Subject& subject) {
-        if (!subject.continuous()) return false;
-        const int64_t periodNs = grantedPeriodNs(*subject.sensor, kMiddlePeriodNs);
-        if (subject.sensor->fifoMaxEventCount * periodNs > 2 * latencyNs) {
-            longestNs = std::max(longestNs, periodNs);
-            return true;
-        }
-        subject.results.skip("batching", formatted("a FIFO of %" PRIu32 " does not hold %.1f s",
-                                                   subject.sensor->fifoMaxEventCount,
-                                                   static_cast<double>(latencyNs) / 1e9));
-        return false;
-    });
-    if (subjects.empty()) return;
-    mProgress.show("batches");
-    start(subjects, latencyNs);
-    // Three whole batches, and the flush while the fourth is held back.
-    const double seconds =
-        (3.7 * static_cast<double>(latencyNs) + 3.0 * static_cast<double>(longestNs)) / 1e9;
-    bool finished = receive(seconds);
-    const int64_t flushedNs = hubNowNs();
-    for (const Subject* subject : subjects) {
-        mProxy.flush(subject->handle());
-    }
-    finished = receive(kSilenceSeconds) && finished;
-    stop(subjects);
-    if (!finished) return;
-    for (Subject* subject : subjects) {
-        const Observed& observed = subject->observed;
-        if (observed.events.empty()) continue;
-        subject->timely = checkTimestamps(*subject->sensor, observed, latencyNs, subject->results);
-        if (subject->timely) checkBatching(observed, latencyNs, flushedNs, subject->results);
-    }
-}
-
-void Check::checkDirectLevel(const Subject& subject, const DirectLevel& level) {
-    const SensorInfo& sensor = *subject.sensor;
-    const Results& results = subject.results;
-    SharedMemory memory(kDirectRecords * sizeof(sensors_event_t));
-    if (!memory.ok()) return results.skip("direct-records", "no shared memory");
-    memory.fill('\x55');
-    const Off off(mProxy, sensor);
-    ClientChannel channel(mProxy);
-    const Result registered = channel.registerMemory(memory.fd(), memory.bytes());
-    const bool zeroed = memory.allZero();
-    const auto report = channel.setRate(sensor.sensorHandle, level.level);
-    if (registered != Result::OK || report.result != Result::OK) {
-        return results.judge(
-            false, "direct-token",
-            formatted("%s: register: %s, configure: %s", level.name, resultName(registered).c_str(),
-                      resultName(report.result).c_str()));
-    }
-    const int64_t startNs = hubNowNs();  // earlier records may have another period
-    // 4096 records are ten seconds of the fastest level.
-    if (!receive(std::min(mOptions.seconds, 5.0))) return;
-    mProxy.takeCalls();
-    channel.setRate(sensor.sensorHandle, RateLevel::STOP);
-    results.judge(report.value > 0, "direct-token",
-                  formatted("%s: %" PRId32, level.name, report.value));
-    checkDirectRecords(sensor, level, memory, startNs, results);
-    if (mHubSeen) {
-        const bool stopped = switched(sensor.sensorHandle, false);
-        results.add(stopped ? Verdict::kPass : Verdict::kKnown, "direct-stop",
-                    formatted("%s: %s", level.name, stopped ? "off" : "on"));
-    } else {
-        results.skip("direct-stop", kHubUnseen);
-    }
-    channel.unregister();
-    results.judge(zeroed && memory.allZero(), "direct-memory",
-                  formatted("%s: %szeroed at first, %szeroed at last", level.name,
-                            zeroed ? "" : "not ", memory.allZero() ? "" : "not "));
-}
-
-void Check::checkDirect() {
-    for (const Subject& subject : mSubjects) {
-        const SensorInfo& sensor = *subject.sensor;
-        if (canReportDirectly(sensor)) {
-            mProgress.show("direct channels of " + subject.results.sensor);
-            for (const DirectLevel& level : kDirectLevels) {
-                if (!interrupted()) checkDirectLevel(subject, level);
+    /** The sensors are on. */
+    void checkFlushes() {
+        mProgress.show("flushes");
+        Subjects subjects;
+        std::map<const Subject*, std::string> unexpected;
+        for (Subject& subject : mSubjects) {
+            if (!subject.on) continue;
+            subjects.push_back(&subject);
+            for (int i = 0; i < (subject.oneShot() ? 1 : kFlushes); ++i) {
+                const Result result = mProxy.flush(subject.handle());
+                const Result wanted = subject.oneShot() ? Result::BAD_VALUE : Result::OK;
+                if (result != wanted) unexpected[&subject] = ", " + resultName(result);
             }
-            continue;
         }
-        SharedMemory memory(16 * sizeof(sensors_event_t));
-        ClientChannel channel(mProxy);
-        if (!memory.ok() || channel.registerMemory(memory.fd(), memory.bytes()) != Result::OK) {
-            subject.results.skip("direct-refused", "no channel to try");
-            continue;
-        }
-        const Result result = channel.setRate(sensor.sensorHandle, RateLevel::NORMAL).result;
-        if (result == Result::OK) channel.setRate(sensor.sensorHandle, RateLevel::STOP);
-        subject.results.judge(result == Result::BAD_VALUE, "direct-refused", resultName(result));
-    }
-}
-
-void Check::checkInjection() {
-    size_t kept = 0;
-    size_t broken = 0;
-    for (const Subject& subject : mSubjects) {
-        if (subject.handle() == simulator::kContextHandle) continue;  // takes messages instead
-        Event event{};
-        event.sensorHandle = subject.handle();
-        event.sensorType = subject.sensor->type;
-        ++(mProxy.subHal().injectSensorData(event) == Result::OK ? broken : kept);
-    }
-    judgeKnown("injection-mode", kept, broken);
-}
-
-/** As a sensors service that starts anew does, with a sensor on and a channel registered. */
-void Check::checkInitializeAgain() {
-    const auto direct = chosen([](const Subject& one) { return canReportDirectly(*one.sensor); });
-    const auto running = chosen([](const Subject& one) {
-        return one.timely && one.refused.empty() &&
-               (one.continuous() || canReportDirectly(*one.sensor));
-    });
-    SharedMemory memory(16 * sizeof(sensors_event_t));
-    ClientChannel channel(mProxy);
-    if (!direct.empty()) channel.registerMemory(memory.fd(), memory.bytes());
-    start(running);
-    const auto reporting = [&] {
-        return std::all_of(running.begin(), running.end(),
-                           [](const Subject* one) { return !one->observed.events.empty(); });
-    };
-    bool finished = receiveUntil(reporting);
-    const Result result = mProxy.initializeAgain();
-    const Result stale = direct.empty()
-                             ? Result::BAD_VALUE
-                             : channel.setRate(direct.front()->handle(), RateLevel::NORMAL).result;
-    for (Subject* subject : running) {
-        subject->observed = {};
-        subject->observed.startNs = hubNowNs();
-    }
-    finished = receive(kSilenceSeconds) && finished;
-    const bool silent = std::all_of(running.begin(), running.end(), [](const Subject* one) {
-        return one->observed.events.empty();
-    });
-    stop(running);
-    if (!finished) return;
-    mLibrary.judge(
-        result == Result::OK && stale == Result::BAD_VALUE, "initialize-again",
-        resultName(result) + (direct.empty() ? "" : "; an earlier channel: " + resultName(stale)));
-    if (running.empty()) return;
-    mLibrary.add(silent ? Verdict::kPass : Verdict::kKnown, "initialize-sensors",
-                 silent ? "all off" : "as they were");
-}
-
-/** Of all that was asked so far. */
-void Check::checkRequests() {
-    for (const Subject& subject : mSubjects) {
-        subject.results.judge(
-            subject.refused.empty(), "activate",
-            subject.refused.empty() ? counted(subject.requests, "request") : subject.refused);
-        if (!mHubSeen) {
-            subject.results.skip("hub-switch", kHubUnseen);
-        } else {
-            subject.results.judge(
-                subject.unsent.empty(), "hub-switch",
-                subject.unsent.empty() ? "as asked" : "not " + subject.unsent + " at the hub");
+        if (!receiveUntil(subjects, &Subject::flushed) || !receive(kSettleSeconds)) return;
+        for (const Subject* subject : subjects) {
+            const Observed& observed = subject->observed;
+            const int wanted = subject->oneShot() ? 0 : kFlushes;
+            const bool known = subject->handle() == kStampHandle && observed.completions > wanted;
+            const std::string& result = unexpected[subject];
+            subject->results.judge(
+                observed.completions == wanted && result.empty(), "flush",
+                formatted("%d completions of %d", observed.completions, wanted) + result,
+                known ? Verdict::kKnown : Verdict::kFail);
+            subject->results.expect("event-kind", observed.foreignKinds, "its own");
         }
     }
-    std::string strangers;
-    for (const int32_t handle : mStrangers) {
-        strangers += " " + std::to_string(handle);
-    }
-    mLibrary.judge(strangers.empty(), "handles",
-                   strangers.empty() ? counted(mEvents, "event") : "events of" + strangers);
-}
 
-ExitCode Check::run() {
-    const ExitCode selected = select();
-    if (selected != kOk) return selected;
-    mReport.begin();
-    using Phase = void (Check::*)();
-    for (const Phase phase :
-         {&Check::checkLists, &Check::checkUnknownHandles, &Check::checkPeriods,
-          &Check::checkBatches, &Check::checkMiddle, &Check::checkFlushes, &Check::checkFastest,
-          &Check::checkSlowest, &Check::checkSilence, &Check::checkDirect, &Check::checkInjection,
-          &Check::checkInitializeAgain, &Check::checkRequests}) {
-        if (!interrupted()) (this->*phase)();
+    /** The sensors are on, and go on at another rate. */
+    template <typename Period>
+    void checkRates(const char* what, const Period& period) {
+        double seconds = mOptions.seconds;
+        Subjects subjects;
+        for (Subject* subject : chosen(&Subject::rated)) {
+            const double needed = secondsFor(*subject, period(subject->sensor));
+            if (needed > longestPhase()) {
+                subject->results.skip("rate", std::string(what) + " take longer than --seconds");
+                continue;
+            }
+            seconds = std::max(seconds, needed);
+            subjects.push_back(subject);
+        }
+        if (subjects.empty()) return;
+        mProgress.show(what);
+        for (Subject* subject : subjects) {
+            batch(*subject, period(subject->sensor));
+        }
+        if (!receive(seconds)) return;
+        for (const Subject* subject : subjects) {
+            checkRate(*subject);
+        }
     }
-    if (interrupted()) stop(all());
-    mReport.end(interrupted());
-    if (interrupted()) return kNoData;
-    return mReport.failures() > 0 ? kCheckFailed : kOk;
-}
 
-void listRules() {
-    for (const Rule& rule : checkRules()) {
-        print("%-18s %-33s %s\n", rule.name, rule.needs, rule.text);
+    void checkFastest() {
+        checkRates("fastest rates",
+                   [](const SensorInfo& sensor) { return sensor.minDelay * int64_t{500}; });
     }
-}
+
+    void checkSlowest() {
+        checkRates("slowest rates",
+                   [](const SensorInfo& sensor) { return sensor.maxDelay * int64_t{1000}; });
+    }
+
+    void checkSilence() {
+        mProgress.show("all sensors off");
+        const auto subjects = chosen(&Subject::any);
+        stop(subjects);
+        if (!receive(kSettleSeconds)) return;
+        forgetEvents(subjects, 0);
+        if (!receive(kSilenceSeconds)) return;
+        Tally broken;
+        for (const Subject* subject : subjects) {
+            const size_t events = subject->observed.events.size();
+            subject->results.judge(events == 0, "silent-when-off",
+                                   formatted("%zu events in %.1f s", events, kSilenceSeconds));
+            if (subject->oneShot()) continue;
+            ++broken[mProxy.flush(subject->handle()) != Result::BAD_VALUE];
+        }
+        judgeKnown("flush-when-off", broken);
+    }
+
+    void checkBatches() {
+        const int64_t latencyNs =
+            std::max(kShortestLatencyNs, static_cast<int64_t>(mOptions.seconds * 1e9 / 2));
+        int64_t longestNs = 0;
+        Subjects subjects;
+        for (Subject* subject : chosen(&Subject::continuous)) {
+            const int64_t periodNs = grantedPeriodNs(subject->sensor, kMiddlePeriodNs);
+            const uint32_t fifo = subject->sensor.fifoMaxEventCount;
+            if (fifo * periodNs > 2 * latencyNs) {
+                longestNs = std::max(longestNs, periodNs);
+                subjects.push_back(subject);
+            } else {
+                subject->results.skip("batching",
+                                      formatted("a FIFO of %" PRIu32 " does not hold %.1f s", fifo,
+                                                inSeconds(latencyNs)));
+            }
+        }
+        if (subjects.empty()) return;
+        mProgress.show("batches");
+        start(subjects, latencyNs);
+        // Three whole batches, and the flush while the fourth is held back.
+        bool finished = receive(3.7 * inSeconds(latencyNs) + 3.0 * inSeconds(longestNs));
+        const int64_t flushedNs = hubNowNs();
+        for (const Subject* subject : subjects) {
+            mProxy.flush(subject->handle());
+        }
+        finished = receive(kSilenceSeconds) && finished;
+        stop(subjects);
+        if (!finished) return;
+        for (Subject* subject : subjects) {
+            if (!subject->reported()) continue;
+            subject->timely = checkTimestamps(*subject, latencyNs);
+            if (subject->timely) checkBatching(*subject, latencyNs, flushedNs);
+        }
+    }
+
+    void checkDirectLevel(const Subject& subject, const DirectLevel& level) {
+        const int32_t handle = subject.handle();
+        const Results& results = subject.results;
+        SharedMemory memory(kDirectRecords * sizeof(sensors_event_t));
+        if (!memory.ok()) return results.skip("direct-records", "no shared memory");
+        memory.fill('\x55');
+        ClientChannel channel(mProxy, handle);
+        const Result registered = channel.registerMemory(memory);
+        const bool zeroed = memory.allZero();
+        const auto report = channel.setRate(level.level);
+        if (registered != Result::OK || report.result != Result::OK) {
+            return results.judge(
+                false, "direct-token",
+                formatted("%s: register: %s, configure: %s", level.name,
+                          resultName(registered).c_str(), resultName(report.result).c_str()));
+        }
+        const int64_t startNs = hubNowNs();  // earlier records may have another period
+        if (!receive(std::min(mOptions.seconds, 5.0))) return;
+        channel.setRate(RateLevel::STOP);
+        results.judge(report.value > 0, "direct-token",
+                      formatted("%s: %" PRId32, level.name, report.value));
+        checkDirectRecords(subject, level, memory, startNs);
+        if (seesHub(results, "direct-stop")) {
+            const bool stopped = switched(handle, false);
+            results.judge(stopped, "direct-stop",
+                          formatted("%s: %s", level.name, stopped ? "off" : "on"), Verdict::kKnown);
+        }
+        channel.unregister();
+        results.judge(zeroed && memory.allZero(), "direct-memory",
+                      formatted("%s: %szeroed at first, %szeroed at last", level.name,
+                                zeroed ? "" : "not ", memory.allZero() ? "" : "not "));
+    }
+
+    void checkDirect() {
+        for (const Subject& subject : mSubjects) {
+            if (subject.direct()) {
+                mProgress.show("direct channels of " + subject.results.sensor);
+                for (const DirectLevel& level : kDirectLevels) {
+                    if (!interrupted()) checkDirectLevel(subject, level);
+                }
+                continue;
+            }
+            SharedMemory memory(kSmallRecords * sizeof(sensors_event_t));
+            ClientChannel channel(mProxy, subject.handle());
+            if (!memory.ok() || channel.registerMemory(memory) != Result::OK) {
+                subject.results.skip("direct-refused", "no channel to try");
+                continue;
+            }
+            const Result result = channel.setRate(RateLevel::NORMAL).result;
+            subject.results.judge(result == Result::BAD_VALUE, "direct-refused",
+                                  resultName(result));
+        }
+    }
+
+    void checkInjection() {
+        Tally broken;
+        for (const Subject& subject : mSubjects) {
+            if (subject.handle() == simulator::kContextHandle) continue;  // takes messages instead
+            Event event{};
+            event.sensorHandle = subject.handle();
+            event.sensorType = subject.sensor.type;
+            ++broken[mProxy.subHal().injectSensorData(event) == Result::OK];
+        }
+        judgeKnown("injection-mode", broken);
+    }
+
+    /** As a restarted sensors service does, with a sensor on and a channel registered. */
+    void checkInitializeAgain() {
+        const auto direct = chosen(&Subject::direct);
+        Subjects running;
+        for (Subject& subject : mSubjects) {
+            if (subject.timely && subject.refused.empty() &&
+                (subject.continuous() || subject.direct())) {
+                running.push_back(&subject);
+            }
+        }
+        const SharedMemory memory(kSmallRecords * sizeof(sensors_event_t));
+        ClientChannel channel(mProxy, direct.empty() ? 0 : direct.front()->handle());
+        if (!direct.empty()) channel.registerMemory(memory);
+        start(running);
+        bool finished = receiveUntil(running, &Subject::reported);
+        const Result result = mProxy.initializeAgain();
+        const Result stale =
+            direct.empty() ? Result::BAD_VALUE : channel.setRate(RateLevel::NORMAL).result;
+        forgetEvents(running, hubNowNs());
+        finished = receive(kSilenceSeconds) && finished;
+        const bool silent = std::none_of(running.begin(), running.end(),
+                                         [](const Subject* one) { return one->reported(); });
+        stop(running);
+        if (!finished) return;
+        mLibrary.judge(result == Result::OK && stale == Result::BAD_VALUE, "initialize-again",
+                       resultName(result) +
+                           (direct.empty() ? "" : "; an earlier channel: " + resultName(stale)));
+        if (running.empty()) return;
+        mLibrary.judge(silent, "initialize-sensors", silent ? "all off" : "as they were",
+                       Verdict::kKnown);
+    }
+
+    /** All requests and events so far. */
+    void checkRequests() {
+        for (const Subject& subject : mSubjects) {
+            subject.results.expect("activate", subject.refused,
+                                   counted(subject.requests, "request"));
+            if (!seesHub(subject.results, "hub-switch")) continue;
+            const std::string& unsent = subject.unsent;
+            subject.results.expect(
+                "hub-switch", unsent.empty() ? "" : "not " + unsent + " at the hub", "as asked");
+        }
+        std::string strangers;
+        for (const int32_t handle : mStrangers) {
+            strangers += " " + std::to_string(handle);
+        }
+        mLibrary.expect("handles", strangers.empty() ? "" : "events of" + strangers,
+                        counted(mEvents, "event"));
+    }
+
+    Proxy& mProxy;
+    const CheckOptions& mOptions;
+    CheckReport mReport;
+    Results mLibrary;
+    const bool mHubSeen;  // what the library requests from the hub
+    Progress mProgress;
+    std::vector<Subject> mSubjects;
+    size_t mEvents = 0;
+    std::set<int32_t> mStrangers;  // handles of events from sensors not under test
+};
 
 }  // namespace
 
 ExitCode runCheck(Proxy& proxy, const CheckOptions& options) {
     if (options.list) {
-        listRules();
+        for (const Rule& rule : checkRules()) {
+            print("%-18s %-33s %s\n", rule.name, rule.needs, rule.text);
+        }
         return kOk;
     }
     const bool hubSeen = proxy.options().hub.own() || proxy.options().trace;

@@ -1,7 +1,5 @@
 #include <algorithm>
-#include <chrono>
 #include <cinttypes>
-#include <cstdio>
 #include <cstring>
 #include <memory>
 #include <optional>
@@ -21,7 +19,7 @@ namespace subhalctl {
 namespace {
 
 using android::hardware::sensors::V1_0::SensorType;
-using Clock = std::chrono::steady_clock;
+using Clock = EventQueue::Clock;
 
 constexpr int kSliceMs = 50;  // a signal does not end a wait
 
@@ -59,45 +57,45 @@ class Client {
         if (mWriter) show(read, ageNs, whole);
     }
 
-    /** @param written the highest counter in the memory */
-    void summary(uint32_t written) {
-        mStalled = written > mCheck.counter();
+    /** What to end with, given the highest counter in the memory. */
+    ExitCode summary(uint32_t written, bool check) const {
+        const RingCheck::Figures& figures = mCheck.figures();
+        const bool stalled = written > mCheck.counter();
         const int64_t lost = Spacing(mStamps).lost;
         if (mFormat == "json") {
             const Json line = {{"kind", "summary"},
                                {"age_p50_ns", mAges.quantileNs(0.5)},
                                {"age_p99_ns", mAges.quantileNs(0.99)},
                                {"age_max_ns", mAges.longestNs()},
-                               {"records", mCheck.records()},
+                               {"records", figures.records},
                                {"written", written},
                                {"rate_hz", mStatistics.rateHz()},
                                {"jitter_ns", mStatistics.jitterNs()},
-                               {"missed", mCheck.missed()},
-                               {"repeated", mCheck.repeated()},
-                               {"torn", mCheck.torn()},
+                               {"missed", figures.missed},
+                               {"repeated", figures.repeated},
+                               {"torn", figures.torn},
                                {"lost", lost},
-                               {"stalled", mStalled}};
-            return printText(jsonText(line) + "\n");
+                               {"stalled", stalled}};
+            printText(jsonText(line) + "\n");
+        } else {
+            std::string text =
+                formatted("age p50 %.3f, p99 %.3f, max %.3f ms; %s, %" PRId64
+                          " lost; %.3f Hz, jitter %.3f ms\n",
+                          milliseconds(mAges.quantileNs(0.5)), milliseconds(mAges.quantileNs(0.99)),
+                          milliseconds(mAges.longestNs()), figures.text().c_str(), lost,
+                          mStatistics.rateHz(), mStatistics.jitterNs() / 1e6);
+            if (stalled) {
+                text += formatted("the reader stalled at record %" PRIu32 " of %" PRIu32 "\n",
+                                  mCheck.counter(), written);
+            }
+            printSummary(text, mFormat == "csv");
         }
-        std::string text = formatted(
-            "age p50 %.3f, p99 %.3f, max %.3f ms; %s, %" PRId64 " lost; %.3f Hz, jitter %.3f ms\n",
-            static_cast<double>(mAges.quantileNs(0.5)) / 1e6,
-            static_cast<double>(mAges.quantileNs(0.99)) / 1e6,
-            static_cast<double>(mAges.longestNs()) / 1e6, mCheck.figures().c_str(), lost,
-            mStatistics.rateHz(), mStatistics.jitterNs() / 1e6);
-        if (mStalled) {
-            text += formatted("the reader stalled at record %" PRIu32 " of %" PRIu32 "\n",
-                              mCheck.counter(), written);
+        if (figures.records == 0) {
+            complain("%s: no records", typeName(*mWatched[0].sensor).c_str());
+            return kNoData;
         }
-        if (mFormat == "csv")
-            std::fputs(text.c_str(), stderr);  // as watch does
-        else
-            printText(text);
+        return check && (!figures.sound() || stalled || lost > 0) ? kCheckFailed : kOk;
     }
-
-    int64_t records() const { return mCheck.records(); }
-    /** Once summary() has been called. */
-    bool sound() const { return mCheck.sound() && !mStalled && Spacing(mStamps).lost == 0; }
 
   private:
     void show(const RingReader::Record& read, int64_t ageNs, bool whole) {
@@ -114,7 +112,7 @@ class Client {
         }
         const bool flushed = record.type == SENSOR_TYPE_META_DATA;
         print("%10" PRIu32 "  %s  %8.3f  %s%s\n", static_cast<uint32_t>(record.reserved0),
-              timeText(record.timestamp).c_str(), static_cast<double>(ageNs) / 1e6,
+              timeText(record.timestamp).c_str(), milliseconds(ageNs),
               flushed ? "flush complete" : valueColumns(*mWatched[0].sensor, event).c_str(),
               whole ? "" : "  TORN");
     }
@@ -127,23 +125,13 @@ class Client {
     DurationStatistics mAges;
     const int64_t mStartNs = hubNowNs();  // earlier records may have another period
     std::vector<int64_t> mStamps;
-    bool mStalled = false;
 };
 
 void receive(RingReader& reader, Client& client, double seconds) {
-    const auto deadline = Clock::now() + std::chrono::duration_cast<Clock::duration>(
-                                             std::chrono::duration<double>(seconds));
-    while (!interrupted() && Clock::now() < deadline) {
-        RingReader::Record record;
-        if (reader.read(&record, kSliceMs)) client.add(record);
-    }
-}
-
-void receiveRest(RingReader& reader, Client& client) {
-    reader.stop();
+    const auto deadline = Clock::now() + lengthOf(seconds);
     RingReader::Record record;
-    while (reader.read(&record, -1)) {
-        client.add(record);
+    while (!interrupted() && Clock::now() < deadline) {
+        if (reader.read(&record, kSliceMs)) client.add(record);
     }
 }
 
@@ -181,43 +169,41 @@ ExitCode play(Proxy& proxy, const DirectOptions& options, const SharedMemory& me
     const SensorInfo* sensor = proxy.find(options.sensor);
     if (sensor == nullptr) return kNoSuchSensor;
     if (!mayReportDirectly(proxy, *sensor)) return kRefused;
-    // A stopped report leaves its sensor on, and so does a channel that goes with it stopped.
-    const Off off(proxy, *sensor);
-    ClientChannel channel(proxy);
-    const Result registered = channel.registerMemory(memory.fd(), memory.bytes());
+    ClientChannel channel(proxy, sensor->sensorHandle);
+    const Result registered = channel.registerMemory(memory);
     if (registered != Result::OK) {
         return refused(typeName(*sensor), "registerDirectChannel", registered);
     }
-    const Result configured = channel.setRate(sensor->sensorHandle, levelOf(options.rate)).result;
+    const Result configured = channel.setRate(levelOf(options.rate)).result;
     if (configured != Result::OK) {
         return refused(typeName(*sensor), "configDirectReport", configured);
     }
 
-    std::optional<ActiveSensor> beside;
+    std::optional<ActiveSensor> events;
     if (options.eventsHz > 0) {
-        beside.emplace(proxy, *sensor, periodOfRate(options.eventsHz), 0);
-        if (!beside->active()) return kRefused;
+        events.emplace(proxy, *sensor, periodOfRate(options.eventsHz), 0);
+        if (!events->active()) return kRefused;
     }
 
     Client client(*sensor, options.format, proxy.options().quiet);
     receive(reader, client, options.seconds);
-    channel.setRate(sensor->sensorHandle, RateLevel::STOP);
-    receiveRest(reader, client);
-    client.summary(highestCounter(memory));
-    if (beside && options.format == "text")
-        print("%s through the proxy\n", counted(proxyEvents(proxy), "event").c_str());
-    if (client.records() == 0) {
-        complain("%s: no records", typeName(*sensor).c_str());
-        return kNoData;
+    channel.setRate(RateLevel::STOP);
+    reader.stop();
+    RingReader::Record record;
+    while (reader.read(&record, -1)) {
+        client.add(record);
     }
-    return options.check && !client.sound() ? kCheckFailed : kOk;
+    const ExitCode result = client.summary(highestCounter(memory), options.check);
+    if (events && options.format == "text")
+        print("%s through the proxy\n", counted(proxyEvents(proxy), "event").c_str());
+    return result;
 }
 
 }  // namespace
 
 ExitCode runDirect(Proxy& proxy, const DirectOptions& options) {
     const SharedMemory memory(options.bytes);
-    // Forked before the library starts threads.
+    // It forks, so it comes before the library starts threads.
     RingReader reader(memory.fd(), options.bytes);
     if (!memory.ok() || !reader.running()) {
         complain("no shared memory of %" PRIu32 " bytes: %s", options.bytes, std::strerror(errno));

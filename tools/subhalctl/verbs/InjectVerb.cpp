@@ -15,7 +15,7 @@ namespace subhalctl {
 namespace {
 
 constexpr uint32_t kFirstSubCommand = 2;
-constexpr size_t kFirstArgument = 2;  // payload word behind the sub-command and a word left alone
+constexpr size_t kFirstArgument = 2;  // payload word, after the sub-command and an unused word
 
 std::optional<uint32_t> parseWord(const std::string& text) {
     char* end = nullptr;
@@ -36,7 +36,7 @@ std::optional<uint32_t> parseFloat(const std::string& text) {
     return word;
 }
 
-/** Payload of the injected event; nothing, and told, when a value makes no sense. */
+/** Payload of the injected event; nothing after reporting a value that makes no sense. */
 std::optional<Payload> payloadFor(const InjectOptions& options) {
     Payload payload{};
     size_t position = 0;
@@ -84,13 +84,10 @@ ExitCode runInject(Proxy& proxy, const InjectOptions& options) {
     if (proxy.hub() != nullptr) printReceived(proxy.hub()->takeInjections());
     if (result != Result::OK) return refused(typeName(*sensor), "inject", result);
     if (proxy.options().quiet) return kOk;
-    if (payload->front() < kFirstSubCommand) {
-        print("%s: sub-command %" PRIu32 " stands for nothing to do\n", typeName(*sensor).c_str(),
-              payload->front());
-    } else {
-        print("%s: the library took sub-command 0x%" PRIx32 "\n", typeName(*sensor).c_str(),
-              payload->front());
-    }
+    const bool idle = payload->front() < kFirstSubCommand;
+    print("%s: %s 0x%" PRIx32 "\n", typeName(*sensor).c_str(),
+          idle ? "nothing to do for sub-command" : "the library took sub-command",
+          payload->front());
     return kOk;
 }
 

@@ -1,5 +1,7 @@
+#include <algorithm>
 #include <cinttypes>
-#include <cstdio>
+#include <iterator>
+#include <utility>
 
 #include "tools/subhalctl/proxy/SensorLookup.h"
 #include "tools/subhalctl/showing/EventWriter.h"
@@ -15,46 +17,33 @@ uint32_t maskOf(SensorFlagBits bits) {
 }
 
 const char* modeName(SensorFlagBits mode) {
-    switch (mode) {
-        case SensorFlagBits::CONTINUOUS_MODE:
-            return "continuous";
-        case SensorFlagBits::ON_CHANGE_MODE:
-            return "on change";
-        case SensorFlagBits::ONE_SHOT_MODE:
-            return "one-shot";
-        case SensorFlagBits::SPECIAL_REPORTING_MODE:
-            return "special";
-        default:
-            return "unknown";
-    }
+    constexpr const char* kNames[] = {"continuous", "on change", "one-shot", "special"};
+    const uint32_t index = maskOf(mode) >> 1;  // bits 1 to 3
+    return index < std::size(kNames) ? kNames[index] : "unknown";
 }
 
 std::string otherFlags(uint32_t flags) {
-    static constexpr const char* kLevels[] = {"no rate", "normal", "fast", "very fast"};
+    constexpr std::pair<SensorFlagBits, const char*> kNames[] = {
+        {SensorFlagBits::DATA_INJECTION, ", data injection"},
+        {SensorFlagBits::DYNAMIC_SENSOR, ", dynamic"},
+        {SensorFlagBits::ADDITIONAL_INFO, ", additional info"},
+        {SensorFlagBits::DIRECT_CHANNEL_ASHMEM, ", direct in memory"},
+        {SensorFlagBits::DIRECT_CHANNEL_GRALLOC, ", direct in graphics buffers"}};
+    constexpr const char* kLevels[] = {"", " up to normal", " up to fast", " up to very fast"};
     std::string text = (flags & maskOf(SensorFlagBits::WAKE_UP)) != 0 ? "wake-up" : "non-wake-up";
-    if ((flags & maskOf(SensorFlagBits::DATA_INJECTION)) != 0) text += ", data injection";
-    if ((flags & maskOf(SensorFlagBits::DYNAMIC_SENSOR)) != 0) text += ", dynamic";
-    if ((flags & maskOf(SensorFlagBits::ADDITIONAL_INFO)) != 0) text += ", additional info";
-    if ((flags & maskOf(SensorFlagBits::DIRECT_CHANNEL_ASHMEM)) != 0) text += ", direct in memory";
-    if ((flags & maskOf(SensorFlagBits::DIRECT_CHANNEL_GRALLOC)) != 0) {
-        text += ", direct in graphics buffers";
+    for (const auto& [bit, name] : kNames) {
+        if ((flags & maskOf(bit)) != 0) text += name;
     }
     const uint32_t level = (flags & maskOf(SensorFlagBits::MASK_DIRECT_REPORT)) >> 7;
-    if (level != 0) text += std::string(" up to ") + kLevels[level < 3 ? level : 3];
-    return text;
+    return text + kLevels[std::min(level, 3U)];
 }
 
 std::string rates(const SensorInfo& sensor) {
     if (sensor.minDelay < 0) return "one event, then off";
     if (sensor.minDelay == 0) return "when it has news";
-    char text[64];
     const double fastest = 1e6 / sensor.minDelay;
-    if (sensor.maxDelay <= 0) {
-        std::snprintf(text, sizeof(text), "up to %.6g Hz", fastest);
-    } else {
-        std::snprintf(text, sizeof(text), "%.6g to %.6g Hz", 1e6 / sensor.maxDelay, fastest);
-    }
-    return text;
+    if (sensor.maxDelay <= 0) return formatted("up to %.6g Hz", fastest);
+    return formatted("%.6g to %.6g Hz", 1e6 / sensor.maxDelay, fastest);
 }
 
 double numberOf(float value) {
@@ -85,13 +74,6 @@ std::string detailsOf(const SensorInfo& sensor) {
         text += wrapped("        " + line, 20) + '\n';
     }
     return text;
-}
-
-void addLine(const SensorInfo& sensor, bool details, Table* table) {
-    table->add({std::to_string(sensor.sensorHandle), typeName(sensor),
-                modeName(reportingMode(sensor)), isWakeUp(sensor) ? "wake-up" : "", rates(sensor),
-                std::to_string(sensor.fifoMaxEventCount), orNone(sensor.name)},
-               details ? detailsOf(sensor) : "");
 }
 
 Json jsonOf(const SensorInfo& sensor) {
@@ -145,7 +127,10 @@ ExitCode runList(Proxy& proxy, const ListOptions& options) {
                  {"FIFO", 4, false},
                  {"name", 5, true, true}});
     for (const SensorInfo* sensor : sensors) {
-        addLine(*sensor, options.details, &table);
+        table.add({std::to_string(sensor->sensorHandle), typeName(*sensor),
+                   modeName(reportingMode(*sensor)), isWakeUp(*sensor) ? "wake-up" : "",
+                   rates(*sensor), std::to_string(sensor->fifoMaxEventCount), orNone(sensor->name)},
+                  options.details ? detailsOf(*sensor) : "");
     }
     print("%s", table.text(!proxy.options().quiet).c_str());
     return kOk;

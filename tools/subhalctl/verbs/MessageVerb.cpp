@@ -1,8 +1,6 @@
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <optional>
 
@@ -28,25 +26,17 @@ struct MessagePayload {
 };
 static_assert(sizeof(MessagePayload) == 64);
 
-/** At most one byte more than a message may have, so that a file without end does not matter. */
+/** At most one byte more than a message may have: the file may be endless. */
 std::optional<std::string> readMessage(const std::string& path) {
-    const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    ssize_t got = fd < 0 ? -1 : 0;
-    std::string bytes;
-    char piece[kLargestMessage + 1];
-    while (got >= 0 && bytes.size() <= kLargestMessage) {
-        got = read(fd, piece, sizeof(piece) - bytes.size());
-        if (got <= 0) break;
-        bytes.append(piece, static_cast<size_t>(got));
-    }
-    const int error = errno;
-    if (fd >= 0) close(fd);
-    if (got >= 0) return bytes;
-    complain("%s: %s", quoted(path).c_str(), std::strerror(error));
-    return {};
+    std::FILE* file = std::fopen(path.c_str(), "re");
+    std::string bytes(kLargestMessage + 1, '\0');
+    if (file != nullptr) bytes.resize(std::fread(bytes.data(), 1, bytes.size(), file));
+    const bool failed = file == nullptr || std::ferror(file) != 0;
+    if (failed) complain("%s: %s", quoted(path).c_str(), std::strerror(errno));
+    if (file != nullptr) std::fclose(file);
+    return failed ? std::nullopt : std::optional(bytes);
 }
 
-/** The bytes to send; nothing, and told, when there are none or too many. */
 std::optional<std::string> messageOf(const MessageOptions& options) {
     auto message = std::optional<std::string>(options.text);
     if (!options.hex.empty()) {
@@ -61,40 +51,31 @@ std::optional<std::string> messageOf(const MessageOptions& options) {
     return {};
 }
 
-class Sender {
-  public:
-    explicit Sender(Proxy& proxy) : mProxy(proxy) {}
+bool send(Proxy& proxy, int32_t kind, size_t length, const std::string& chunk) {
+    MessagePayload payload{kind, static_cast<int32_t>(length), {}};
+    std::memcpy(payload.chunk, chunk.data(), std::min(chunk.size(), kChunkSize));
+    Event event{};
+    event.timestamp = hubNowNs();
+    event.sensorHandle = simulator::kContextHandle;
+    event.sensorType = static_cast<decltype(event.sensorType)>(kContextType);
+    std::memcpy(&event.u, &payload, sizeof(payload));
+    const Result result = proxy.subHal().injectSensorData(event);
+    if (result != Result::OK) refused("qcontext", "message", result);
+    return result == Result::OK;
+}
 
-    bool send(int32_t kind, size_t length, const std::string& chunk) {
-        MessagePayload payload{kind, static_cast<int32_t>(length), {}};
-        std::memcpy(payload.chunk, chunk.data(), std::min(chunk.size(), kChunkSize));
-        Event event{};
-        event.timestamp = hubNowNs();
-        event.sensorHandle = simulator::kContextHandle;
-        event.sensorType = static_cast<decltype(event.sensorType)>(kContextType);
-        std::memcpy(&event.u, &payload, sizeof(payload));
-        const Result result = mProxy.subHal().injectSensorData(event);
-        if (result == Result::OK) return true;
-        refused("qcontext", "message", result);
-        return false;
+bool sendMessage(Proxy& proxy, const std::string& message) {
+    // A short message travels in the start event; a full chunk does not count as short.
+    if (message.size() < kChunkSize) return send(proxy, kStart, message.size(), message);
+    if (!send(proxy, kStart, message.size(), {})) return false;
+    for (size_t at = 0; at < message.size(); at += kChunkSize) {
+        const std::string chunk = message.substr(at, kChunkSize);
+        if (!send(proxy, kData, chunk.size(), chunk)) return false;
     }
+    return send(proxy, kEnd, message.size(), {});
+}
 
-    bool sendMessage(const std::string& message) {
-        // What fits beside the start event travels in it; a full chunk does not count as fitting.
-        if (message.size() < kChunkSize) return send(kStart, message.size(), message);
-        if (!send(kStart, message.size(), {})) return false;
-        for (size_t at = 0; at < message.size(); at += kChunkSize) {
-            const std::string chunk = message.substr(at, kChunkSize);
-            if (!send(kData, chunk.size(), chunk)) return false;
-        }
-        return send(kEnd, message.size(), {});
-    }
-
-  private:
-    Proxy& mProxy;
-};
-
-/** The library does not tell whether a message got through; the simulated hub does. */
+/** Only the simulated hub knows whether a message got through. */
 ExitCode compareReceived(Hub& hub, const std::string& message) {
     const std::vector<std::string> received = hub.messages();
     const bool whole = received.size() == 1 && received.front() == message;
@@ -109,7 +90,7 @@ ExitCode runMessage(Proxy& proxy, const MessageOptions& options) {
     if (!message) return kUsage;
     const ExitCode opened = proxy.open();
     if (opened != kOk) return opened;
-    if (!Sender(proxy).sendMessage(*message)) return kRefused;
+    if (!sendMessage(proxy, *message)) return kRefused;
     if (!proxy.options().quiet) print("%s sent\n", counted(message->size(), "byte").c_str());
     return proxy.hub() == nullptr ? kOk : compareReceived(*proxy.hub(), *message);
 }

@@ -31,30 +31,221 @@ class Watch {
     Watch(Proxy& proxy, const WatchOptions& options)
         : mProxy(proxy),
           mOptions(options),
-          mWriter(options.recording.empty() ? EventWriter::make(options.format)
-                                            : EventWriter::makeSilent()),
+          mWriter(options.recording.empty() ? EventWriter::make(options.format) : nullptr),
           mProgress(!options.recording.empty() && !proxy.options().quiet),
           mLeft(options.count > 0 ? options.count : INT64_MAX) {}
 
-    ExitCode run();
+    ExitCode run() {
+        for (const std::string& text : mOptions.sensors) {
+            const ExitCode selected = select(text);
+            if (selected != kOk) return selected;
+        }
+        const bool quiet = mProxy.options().quiet;
+        if (mOptions.statsSeconds <= 0 && mWriter) mWriter->begin(mWatched, quiet);
+        if (!activateSensors()) return kRefused;
+        const auto end = receive();
+        mActive.clear();
+        mProxy.events().drain([this](const ReceivedEvent& received) {
+            if (mProxy.recorder() != nullptr) mProxy.recorder()->event(received);
+        });
+        mProgress.clear();
+        if (!quiet && mWriter) {
+            mWriter->summary(mWatched);
+        } else if (!quiet) {
+            printSummary(summaryTable(mWatched), mOptions.recording == "-");
+        }
+        const ExitCode kept = keepRecording(end);
+        if (kept != kOk) return kept;
+        const ExitCode judged = judge(end);
+        return judged == kOk ? require() : judged;
+    }
 
   private:
-    ExitCode selectSensors();
-    ExitCode select(const std::string& text);
-    bool activateSensors();
-    bool handle(const ReceivedEvent& received);
-    void showProgress();
-    bool allSpent() const;
-    EventQueue::End receive();
-    ExitCode judgeSilence() const;
-    ExitCode keepRecording(EventQueue::End end);
-    ExitCode judgeRecording() const;
-    ExitCode judge(EventQueue::End end) const;
-    ExitCode require() const;
+    ExitCode select(const std::string& text) {
+        const auto selector = parseSelector(text);
+        if (!selector) {
+            complain("%s: expected a rate in Hz after \"@\", from %g to %g, as in 1@50",
+                     quoted(text).c_str(), kLowestRateHz, kHighestRateHz);
+            return kUsage;
+        }
+        const SensorInfo* sensor = mProxy.find(selector->sensor);
+        if (sensor == nullptr) return kNoSuchSensor;
+        const Recording* recording = mProxy.recording();
+        const int64_t recordedNs =
+            recording != nullptr ? recording->periodNs(sensor->sensorHandle) : 0;
+        const int64_t periodNs = periodOf(mOptions, *selector, recordedNs);
+        for (size_t i = 0; i < mWatched.size(); ++i) {
+            if (mWatched[i].sensor != sensor) continue;
+            if (mPeriods[i] == periodNs) return kOk;
+            complain("%s is requested at %g Hz and at %g Hz; a sensor has one rate",
+                     typeName(*sensor).c_str(), hertzOf(mPeriods[i]), hertzOf(periodNs));
+            return kUsage;
+        }
+        const int64_t grantedNs = grantedPeriodNs(*sensor, periodNs);
+        const double askedHz = grantedNs > 0 ? hertzOf(periodNs) : 0;
+        mWatched.push_back({sensor, askedHz, hertzOf(grantedNs), IntervalStatistics(grantedNs)});
+        mPeriods.push_back(periodNs);
+        return kOk;
+    }
+
+    bool activateSensors() {
+        for (size_t i = 0; i < mWatched.size(); ++i) {
+            mActive.emplace_back(mProxy, *mWatched[i].sensor, mPeriods[i],
+                                 mOptions.latencyMs * 1'000'000);
+            if (!mActive.back().active()) return false;
+            mWatched[i].startNs = mActive.back().startNs();
+        }
+        return true;
+    }
+
+    bool handle(const ReceivedEvent& received) {
+        if (mProxy.recorder() != nullptr) mProxy.recorder()->event(received);
+        const auto found = std::find_if(mWatched.begin(), mWatched.end(), [&](const Watched& one) {
+            return one.sensor->sensorHandle == received.event.sensorHandle;
+        });
+        if (found == mWatched.end()) return false;
+        if (mOptions.statsSeconds > 0) {
+            mSlice[static_cast<size_t>(found - mWatched.begin())].add(received);
+        } else if (mWriter) {
+            mWriter->event(*found, received);
+        }
+        const int64_t before = found->events;
+        found->add(received);
+        showProgress();
+        if (found->events == before) return false;
+        return --mLeft == 0 || allSpent();
+    }
+
+    void showProgress() {
+        const int64_t now = bootTimeNs();
+        if (now < mShownNs + kProgressNs) return;
+        mShownNs = now;
+        int64_t events = 0;
+        for (const Watched& one : mWatched) {
+            events += one.events;
+        }
+        mProgress.show(counted(events, "event"));
+    }
+
+    /** A one-shot sensor is off after its event. */
+    bool allSpent() const {
+        return std::all_of(mWatched.begin(), mWatched.end(), [](const Watched& one) {
+            return reportingMode(*one.sensor) == SensorFlagBits::ONE_SHOT_MODE && one.events > 0;
+        });
+    }
+
+    EventQueue::End receive() {
+        using Clock = EventQueue::Clock;
+        const auto handler = [this](const ReceivedEvent& received) { return handle(received); };
+        if (mOptions.statsSeconds <= 0)
+            return mProxy.events().receiveFor(mOptions.seconds, handler);
+        const auto end = mOptions.seconds > 0 ? Clock::now() + lengthOf(mOptions.seconds)
+                                              : Clock::time_point::max();
+        Table table = figuresTable(mWatched, true);
+        mSlice = mWatched;
+        print("%s", table.text().c_str());
+        for (auto next = Clock::now();;) {
+            next += lengthOf(mOptions.statsSeconds);
+            const auto ended = mProxy.events().receive(std::min(next, end), handler);
+            addFigures(mSlice, true, &table);
+            print("%s", table.text().c_str());
+            for (Watched& one : mSlice) {
+                one.restart();
+            }
+            if (ended != EventQueue::End::kTimeout || Clock::now() >= end) return ended;
+        }
+    }
+
+    /** Fails when a sensor that reports by itself did not, or when there was no event at all. */
+    ExitCode judgeSilence() const {
+        bool any = false;
+        ExitCode result = kOk;
+        for (const Watched& one : mWatched) {
+            any = any || one.events > 0;
+            const SensorFlagBits mode = reportingMode(*one.sensor);
+            const bool talks =
+                mode == SensorFlagBits::CONTINUOUS_MODE || mode == SensorFlagBits::ON_CHANGE_MODE;
+            if (one.events > 0 || !talks) continue;
+            result = kNoData;
+            if (one.sensor->fifoMaxEventCount > 0 &&
+                mOptions.latencyMs * 1'000'000 > elapsedNs(one.startNs, hubNowNs())) {
+                complain("%s reported nothing yet: --latency lets it wait for %" PRId64 " ms",
+                         typeName(*one.sensor).c_str(), mOptions.latencyMs);
+            } else {
+                complain("%s stayed silent; \"subhalctl doctor %" PRId32
+                         "\" finds out where it stops",
+                         typeName(*one.sensor).c_str(), one.sensor->sensorHandle);
+            }
+        }
+        if (!any && result == kOk) complain("no events");
+        return any ? result : kNoData;
+    }
+
+    ExitCode keepRecording(EventQueue::End end) {
+        Recorder* recorder = mProxy.recorder();
+        if (recorder == nullptr) return kOk;
+        if (end == EventQueue::End::kInterrupted && !recorder->hasData()) {
+            complain("interrupted before a sensor reported: nothing is kept");
+            return kNoData;
+        }
+        return recorder->finish() ? kOk : kOutputLost;
+    }
+
+    /** After a recording was played to its end: a sensor without an event is not in it. */
+    ExitCode judgeRecording() const {
+        ExitCode result = kOk;
+        for (const Watched& one : mWatched) {
+            if (one.events + one.stale + one.flushes > 0) continue;
+            complain("the recording holds no events of %s (%" PRId32 ")",
+                     typeName(*one.sensor).c_str(), one.sensor->sensorHandle);
+            result = kNoData;
+        }
+        return result;
+    }
+
+    ExitCode judge(EventQueue::End end) const {
+        if (const size_t overflowed = mProxy.events().overflowed()) {
+            complain("%zu events were dropped, because the output could not take them", overflowed);
+            return kOutputLost;
+        }
+        const bool played = end == EventQueue::End::kEnded;
+        if (played && judgeRecording() != kOk) return kNoData;
+        if (mOptions.count > 0 && mLeft == 0) return kOk;
+        if (mOptions.count > 0) {
+            const ExitCode silence = played ? kOk : judgeSilence();
+            if (silence == kOk)
+                complain("%" PRId64 " of %" PRId64 " events came", mOptions.count - mLeft,
+                         mOptions.count);
+            return kNoData;
+        }
+        if (played) return kOk;
+        if (end == EventQueue::End::kInterrupted) {
+            const bool any = std::any_of(mWatched.begin(), mWatched.end(),
+                                         [](const Watched& one) { return one.events > 0; });
+            // Without --seconds a signal is the usual end, and what came is judged.
+            if (!any || (mOptions.seconds > 0 && !mOptions.requirement.empty())) {
+                complain("interrupted before %s", any ? "--require could be judged" : "any event");
+                return kNoData;
+            }
+            if (mOptions.requirement.empty()) return kOk;
+        }
+        return judgeSilence();
+    }
+
+    ExitCode require() const {
+        ExitCode result = kOk;
+        for (const Watched& one : mWatched) {
+            for (const std::string& broken : brokenRequirements(mOptions.requirement, one)) {
+                complain("%s: %s", typeName(*one.sensor).c_str(), broken.c_str());
+                result = kCheckFailed;
+            }
+        }
+        return result;
+    }
 
     Proxy& mProxy;
     const WatchOptions& mOptions;
-    std::unique_ptr<EventWriter> mWriter;
+    std::unique_ptr<EventWriter> mWriter;  // null when recording
     Progress mProgress;
     std::vector<Watched> mWatched;
     std::vector<Watched> mSlice;    // the same for the seconds that are counted now
@@ -64,234 +255,20 @@ class Watch {
     int64_t mShownNs = 0;
 };
 
-ExitCode Watch::select(const std::string& text) {
-    const auto selector = parseSelector(text);
-    if (!selector) {
-        complain("%s: behind the \"@\" stands a rate in Hz, from %g to %g, as in 1@50",
-                 quoted(text).c_str(), kLowestRateHz, kHighestRateHz);
-        return kUsage;
-    }
-    const SensorInfo* sensor = mProxy.find(selector->sensor);
-    if (sensor == nullptr) return kNoSuchSensor;
-    const Recording* recording = mProxy.recording();
-    const int64_t recordedNs = recording != nullptr ? recording->periodNs(sensor->sensorHandle) : 0;
-    const int64_t periodNs = periodOf(mOptions, *selector, recordedNs);
-    for (size_t i = 0; i < mWatched.size(); ++i) {
-        if (mWatched[i].sensor != sensor) continue;
-        if (mPeriods[i] == periodNs) return kOk;
-        complain("%s is asked for at %g Hz and at %g Hz; a sensor has one rate",
-                 typeName(*sensor).c_str(), hertzOf(mPeriods[i]), hertzOf(periodNs));
-        return kUsage;
-    }
-    const int64_t grantedNs = grantedPeriodNs(*sensor, periodNs);
-    const double askedHz = grantedNs > 0 ? hertzOf(periodNs) : 0;
-    mWatched.push_back({sensor, askedHz, hertzOf(grantedNs), IntervalStatistics(grantedNs)});
-    mPeriods.push_back(periodNs);
-    return kOk;
-}
-
-ExitCode Watch::selectSensors() {
-    for (const std::string& text : mOptions.sensors) {
-        const ExitCode selected = select(text);
-        if (selected != kOk) return selected;
-    }
-    return kOk;
-}
-
-bool Watch::activateSensors() {
-    for (size_t i = 0; i < mWatched.size(); ++i) {
-        mActive.emplace_back(mProxy, *mWatched[i].sensor, mPeriods[i],
-                             mOptions.latencyMs * 1'000'000);
-        if (!mActive.back().active()) return false;
-        mWatched[i].startNs = mActive.back().startNs();
-    }
-    return true;
-}
-
-bool Watch::handle(const ReceivedEvent& received) {
-    if (mProxy.recorder() != nullptr) mProxy.recorder()->event(received);
-    const auto found = std::find_if(mWatched.begin(), mWatched.end(), [&](const Watched& one) {
-        return one.sensor->sensorHandle == received.event.sensorHandle;
-    });
-    if (found == mWatched.end()) return false;
-    if (mOptions.statsSeconds > 0) {
-        mSlice[static_cast<size_t>(found - mWatched.begin())].add(received);
-    } else {
-        mWriter->event(*found, received);
-    }
-    const int64_t before = found->events;
-    found->add(received);
-    showProgress();
-    if (found->events == before) return false;
-    return --mLeft == 0 || allSpent();
-}
-
-void Watch::showProgress() {
-    const int64_t now = bootTimeNs();
-    if (now < mShownNs + kProgressNs) return;
-    mShownNs = now;
-    int64_t events = 0;
-    for (const Watched& one : mWatched) {
-        events += one.events;
-    }
-    mProgress.show(counted(events, "event"));
-}
-
-/** A one-shot sensor is off after its event. */
-bool Watch::allSpent() const {
-    return std::all_of(mWatched.begin(), mWatched.end(), [](const Watched& one) {
-        return reportingMode(*one.sensor) == SensorFlagBits::ONE_SHOT_MODE && one.events > 0;
-    });
-}
-
-/** Once a recording was played to its end: a sensor without an event is not in it. */
-ExitCode Watch::judgeRecording() const {
-    ExitCode result = kOk;
-    for (const Watched& one : mWatched) {
-        if (one.events + one.stale + one.flushes > 0) continue;
-        complain("the recording holds no events of %s (%" PRId32 ")", typeName(*one.sensor).c_str(),
-                 one.sensor->sensorHandle);
-        result = kNoData;
-    }
-    return result;
-}
-
-/** Sensors that report by themselves, and did not, make a failure; so does no event at all. */
-ExitCode Watch::judgeSilence() const {
-    bool any = false;
-    ExitCode result = kOk;
-    for (const Watched& one : mWatched) {
-        any = any || one.events > 0;
-        const SensorFlagBits mode = reportingMode(*one.sensor);
-        const bool talks =
-            mode == SensorFlagBits::CONTINUOUS_MODE || mode == SensorFlagBits::ON_CHANGE_MODE;
-        if (one.events > 0 || !talks) continue;
-        result = kNoData;
-        if (one.sensor->fifoMaxEventCount > 0 &&
-            mOptions.latencyMs * 1'000'000 > elapsedNs(one.startNs, hubNowNs())) {
-            complain("%s reported nothing yet: --latency lets it wait for %" PRId64 " ms",
-                     typeName(*one.sensor).c_str(), mOptions.latencyMs);
-        } else {
-            complain("%s stayed silent; \"subhalctl doctor %" PRId32 "\" finds out where it stops",
-                     typeName(*one.sensor).c_str(), one.sensor->sensorHandle);
-        }
-    }
-    if (!any && result == kOk) complain("no events");
-    return any ? result : kNoData;
-}
-
-ExitCode Watch::judge(EventQueue::End end) const {
-    if (const size_t overflowed = mProxy.events().overflowed()) {
-        complain("%zu events were dropped, because the output could not take them", overflowed);
-        return kOutputLost;
-    }
-    const bool played = end == EventQueue::End::kEnded;
-    if (played && judgeRecording() != kOk) return kNoData;
-    if (mOptions.count > 0 && mLeft == 0) return kOk;
-    if (mOptions.count > 0) {
-        const ExitCode silence = played ? kOk : judgeSilence();
-        if (silence == kOk)
-            complain("%" PRId64 " of %" PRId64 " events came", mOptions.count - mLeft,
-                     mOptions.count);
-        return kNoData;
-    }
-    if (played) return kOk;
-    if (end == EventQueue::End::kInterrupted) {
-        const bool any = std::any_of(mWatched.begin(), mWatched.end(),
-                                     [](const Watched& one) { return one.events > 0; });
-        // Without --seconds there is no other end, and what came is all there was to judge.
-        if (!any || (mOptions.seconds > 0 && !mOptions.requirement.empty())) {
-            complain("interrupted before %s", any ? "--require could be judged" : "any event");
-            return kNoData;
-        }
-        if (mOptions.requirement.empty()) return kOk;
-    }
-    return judgeSilence();
-}
-
-ExitCode Watch::require() const {
-    ExitCode result = kOk;
-    for (const Watched& one : mWatched) {
-        for (const std::string& broken : brokenRequirements(mOptions.requirement, one)) {
-            complain("%s: %s", typeName(*one.sensor).c_str(), broken.c_str());
-            result = kCheckFailed;
-        }
-    }
-    return result;
-}
-
-EventQueue::End Watch::receive() {
-    using Clock = EventQueue::Clock;
-    const auto handler = [this](const ReceivedEvent& received) { return handle(received); };
-    if (mOptions.statsSeconds <= 0) return mProxy.events().receiveFor(mOptions.seconds, handler);
-    const auto lengthOf = [](double seconds) {
-        return std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
-    };
-    const auto end =
-        mOptions.seconds > 0 ? Clock::now() + lengthOf(mOptions.seconds) : Clock::time_point::max();
-    Table table = figuresTable(mWatched, true);
-    mSlice = mWatched;
-    print("%s", table.text().c_str());
-    for (auto next = Clock::now();;) {
-        next += lengthOf(mOptions.statsSeconds);
-        const auto ended = mProxy.events().receive(std::min(next, end), handler);
-        addFigures(mSlice, true, &table);
-        print("%s", table.text().c_str());
-        for (Watched& one : mSlice) {
-            one.restart();
-        }
-        if (ended != EventQueue::End::kTimeout || Clock::now() >= end) return ended;
-    }
-}
-
-ExitCode Watch::keepRecording(EventQueue::End end) {
-    Recorder* recorder = mProxy.recorder();
-    if (recorder == nullptr) return kOk;
-    if (end == EventQueue::End::kInterrupted && !recorder->hasData()) {
-        complain("interrupted before a sensor reported: nothing is kept");
-        return kNoData;
-    }
-    return recorder->finish() ? kOk : kOutputLost;
-}
-
-ExitCode Watch::run() {
-    const ExitCode selected = selectSensors();
-    if (selected != kOk) return selected;
-    const bool quiet = mProxy.options().quiet;
-    if (mOptions.statsSeconds <= 0) mWriter->begin(mWatched, quiet);
-    if (!activateSensors()) return kRefused;
-    const auto end = receive();
-    mActive.clear();
-    mProxy.events().drain([this](const ReceivedEvent& received) {
-        if (mProxy.recorder() != nullptr) mProxy.recorder()->event(received);
-    });
-    mProgress.clear();
-    if (!quiet && mOptions.recording == "-") {
-        std::fputs(summaryTable(mWatched).c_str(), stderr);
-    } else if (!quiet) {
-        mWriter->summary(mWatched);
-    }
-    const ExitCode kept = keepRecording(end);
-    if (kept != kOk) return kept;
-    const ExitCode judged = judge(end);
-    return judged == kOk ? require() : judged;
-}
-
 }  // namespace
 
 ExitCode runWatch(Proxy& proxy, const WatchOptions& options) {
     if (options.statsSeconds > 0 && options.format != "text") {
-        complain("--stats prints a table, so --format %s does not go with it",
-                 options.format.c_str());
+        complain("--stats prints a table, so it excludes --format %s", options.format.c_str());
         return kUsage;
     }
-    // The hub comes first, whose clock is on each line of a recording.
+    // The hub comes first: each line of a recording has its time.
     const ExitCode made = proxy.openHub();
     if (made != kOk) return made;
     if (!options.recording.empty() && !proxy.recordTo(options.recording)) return kUsage;
     const ExitCode opened = proxy.open();
     const ExitCode ended = opened != kOk ? opened : Watch(proxy, options).run();
-    // Not left to destructors: the process may have to end without them.
+    // Here, because the process may have to end without destructors.
     if (proxy.recorder() != nullptr) proxy.recorder()->discard();
     return ended;
 }
