@@ -32,17 +32,28 @@ using android::hardware::Return;
 using android::hardware::Void;
 
 constexpr int32_t kNobody = 3;   // a handle without a sensor
-constexpr int32_t kAnother = 4;  // one that may be under test beside the first
+constexpr int32_t kAnother = 4;  // one that may be under test with the first
+
+const char* planted() {
+    static const char* const name = std::getenv("SUBHAL_FAULT");
+    return name != nullptr ? name : "";
+}
 
 bool fault(const char* name) {
-    static const char* const planted = std::getenv("SUBHAL_FAULT");
-    return planted != nullptr && std::strcmp(planted, name) == 0;
+    return std::strcmp(planted(), name) == 0;
 }
 
 int64_t now(clockid_t clock) {
     timespec time{};
     clock_gettime(clock, &time);
     return time.tv_sec * int64_t{1000000000} + time.tv_nsec;
+}
+
+void keep(int32_t handle, bool kept, std::set<int32_t>* handles) {
+    if (kept)
+        handles->insert(handle);
+    else
+        handles->erase(handle);
 }
 
 /** What becomes of a data event. */
@@ -74,7 +85,7 @@ class Callback : public IHalProxyCallback {
     void postEvents(const std::vector<Event>& events, ScopedWakelock wakelock) override {
         std::vector<Event> passed;
         for (Event event : events) {
-            if (mHidden.count(event.sensorHandle) != 0) continue;
+            if (hidden.count(event.sensorHandle) != 0) continue;
             if (event.sensorType != SensorType::META_DATA) {
                 spoil(event, ++mNumber, &passed);
                 continue;
@@ -93,7 +104,7 @@ class Callback : public IHalProxyCallback {
     Return<void> onDynamicSensorsDisconnected(const hidl_vec<int32_t>&) override { return Void(); }
 
     /** Of the library's own making. */
-    void post(int32_t handle, SensorType type, int64_t timestamp) {
+    Result post(int32_t handle, SensorType type, int64_t timestamp) {
         Event event{};
         event.sensorHandle = handle;
         event.sensorType = type;
@@ -101,18 +112,13 @@ class Callback : public IHalProxyCallback {
         event.u.scalar = 1;
         if (type == SensorType::META_DATA) event.u.meta = {MetaDataEventType{1}};
         mProxy->postEvents({event}, mProxy->createScopedWakelock(type != SensorType::META_DATA));
+        return Result::OK;
     }
-    void hide(int32_t handle, bool hidden) {
-        if (hidden)
-            mHidden.insert(handle);
-        else
-            mHidden.erase(handle);
-    }
+    std::set<int32_t> hidden;  // changed only while no event is on its way
 
   private:
     const sp<IHalProxyCallback> mProxy;
     std::atomic<int> mNumber{0};
-    std::set<int32_t> mHidden;  // changed only while no event is on its way
 };
 
 /** Writes a client's memory from one of the real library's channels. */
@@ -200,8 +206,7 @@ class FaultySubHal : public ISensorsSubHal {
         std::vector<SensorInfo> sensors;
         mReal->getSensorsList([&](const auto& list) { sensors = list; });
         for (SensorInfo& sensor : sensors) {
-            mOneShot[sensor.sensorHandle] = sensor.minDelay < 0;
-            mTypes[sensor.sensorHandle] = sensor.type;
+            mListed[sensor.sensorHandle] = sensor;
             if (sensor.sensorHandle != 1) continue;
             if (fault("listed-type")) sensor.type = SensorType::GYROSCOPE;
             if (fault("listed-fifo")) ++sensor.fifoMaxEventCount;
@@ -217,22 +222,19 @@ class FaultySubHal : public ISensorsSubHal {
     }
     Return<Result> activate(int32_t handle, bool on) override {
         if (handle == kNobody && fault("unknown-handle")) return Result::OK;
-        if (mTypes.count(handle) == 0) return mReal->activate(handle, on);
+        if (mListed.count(handle) == 0) return mReal->activate(handle, on);
         if (fault("refuses-on") && on) return Result::BAD_VALUE;
         if (fault("on-unsent") && on) return Result::OK;
-        if (on)
-            mOn.insert(handle);
-        else
-            mOn.erase(handle);
+        keep(handle, on, &mOn);
         if (fault("off-unsent")) {
-            mCallback->hide(handle, !on);
+            keep(handle, !on, &mCallback->hidden);
             if (!on) return Result::OK;
         }
         const Result result = mReal->activate(handle, on);
         if (fault("talks-when-off") && !on) mReal->activate(handle, true);
-        if (fault("one-shot-stays") && on && mOneShot[handle]) {
+        if (fault("one-shot-stays") && on && oneShot(handle)) {
             for (int i = 0; i < 2; ++i)
-                mCallback->post(handle, mTypes[handle], now(CLOCK_BOOTTIME));
+                mCallback->post(handle, mListed[handle].type, now(CLOCK_BOOTTIME));
         }
         return result;
     }
@@ -247,10 +249,9 @@ class FaultySubHal : public ISensorsSubHal {
         return fault("initialize-again") && again ? Result::BAD_VALUE : result;
     }
     Return<Result> batch(int32_t handle, int64_t periodNs, int64_t latencyNs) override {
-        if (mTypes.count(handle) == 0) return mReal->batch(handle, periodNs, latencyNs);
+        if (mListed.count(handle) == 0) return mReal->batch(handle, periodNs, latencyNs);
         if (fault("batch-ignored") && mOn.count(handle) != 0) return Result::OK;
         if (fault("rate-1.5")) periodNs = periodNs * 2 / 3;
-        if (fault("rate-2")) periodNs /= 2;
         if (fault("noted-rate")) periodNs = periodNs * 100 / 105;
         if (fault("latency-ignored")) latencyNs = 0;
         if (fault("latency-1.3")) latencyNs = latencyNs * 13 / 10;
@@ -265,14 +266,11 @@ class FaultySubHal : public ISensorsSubHal {
         return result;
     }
     Return<Result> flush(int32_t handle) override {
-        if (fault("flush-one-shot") && mOneShot[handle]) return Result::OK;
+        if (fault("flush-one-shot") && oneShot(handle)) return Result::OK;
         if (fault("keeps-flush") && mOn.count(handle) == 0) return Result::BAD_VALUE;
-        if (mOneShot[handle] || mTypes.count(handle) == 0) return mReal->flush(handle);
+        if (oneShot(handle) || mListed.count(handle) == 0) return mReal->flush(handle);
         if (fault("flush-none")) return Result::OK;
-        if (fault("flush-at-once")) {
-            mCallback->post(handle, SensorType::META_DATA, 0);
-            return Result::OK;
-        }
+        if (fault("flush-at-once")) return mCallback->post(handle, SensorType::META_DATA, 0);
         if (fault("flush-twice")) mReal->flush(handle);
         return mReal->flush(handle);
     }
@@ -282,8 +280,7 @@ class FaultySubHal : public ISensorsSubHal {
     }
     Return<void> registerDirectChannel(const SharedMemInfo& memory,
                                        registerDirectChannel_cb callback) override {
-        const char* planted = std::getenv("SUBHAL_FAULT");
-        if (planted == nullptr || std::strncmp(planted, "direct-", 7) != 0) {
+        if (std::strncmp(planted(), "direct-", 7) != 0) {
             return mReal->registerDirectChannel(memory, callback);
         }
         auto channel = std::make_unique<Channel>(memory);
@@ -319,13 +316,17 @@ class FaultySubHal : public ISensorsSubHal {
     const std::string getName() override { return mReal->getName(); }
 
   private:
+    bool oneShot(int32_t handle) const {
+        const auto found = mListed.find(handle);
+        return found != mListed.end() && found->second.minDelay < 0;
+    }
+
     void* mLibrary;
     uint32_t mVersion = 0;
     ISensorsSubHal* mReal;
     sp<Callback> mCallback;
     std::set<int32_t> mOn;
-    std::map<int32_t, bool> mOneShot;
-    std::map<int32_t, SensorType> mTypes;
+    std::map<int32_t, SensorInfo> mListed;
     std::map<int32_t, std::unique_ptr<Channel>> mChannels;
 };
 

@@ -428,8 +428,8 @@ ROWS = {
         Row("hub dump 5 1", out=r"/shub_dump\n.*/data/vendor/sensorhub/shub_dump_005_[0-9]+_"),
     ],
     "refusals": [
-        Row("", 2, err="say what to do: list, doctor"),
-        Row("lst", 2, err="lst is no verb; the verbs are list, "),
+        Row("", 2, err="expected a verb: list, doctor"),
+        Row("lst", 2, err="lst is no verb; expected one of list, "),
         Row("watch 1 --rate 5 --period 5", 2, err="excludes"),
         Row("--seed 3 list", 2, err="--seed requires --sim", hub=""),
         Row("--still list", 2, err="--still requires --sim", hub=""),
@@ -443,7 +443,7 @@ ROWS = {
         Row("watch 1 --period 9223372036854775807", 2, err="from 1 to 1e.15;"),
         Row("watch 1 --stats 1 --format json", 2, err="--stats .* --format json"),
         Row("watch 1 --rate 0", 2, err="0 is not a number from 1e-06 to 1e.09;"),
-        *[Row("watch 1@" + rate, 2, err='a rate in Hz')
+        *[Row("watch 1@" + rate, 2, err='expected a rate in Hz')
           for rate in ("", "0", "-5", "nan", "inf", "fast", "5Hz", "1e-300")],
         *[Row(args + " " + number, 2, err=number + " is not a number from ")
           for number in ("nan", "inf", "-1")
@@ -576,7 +576,7 @@ ROWS = {
         Row(["replay", REAL_DEVICES, "--fast"], hub="",
             out="^84 events of 5 sensors and .* are identical"),
         Row(["--replay", REAL_DEVICES, "--fast", "watch", "1@20", "4"], 6, hub="",
-            err=r"the recording holds no events of gyroscope \(4\)\n"),
+            err=r"the recording has no events of gyroscope \(4\)\n"),
         # A record longer than the library reads, which stays in its device.
         Row(["replay", saved_file(re.sub('"raw"(.*?)"hex": ?"', r'\g<0>00', open(REAL_DEVICES).read())),
              "--fast"], 1, hub="", err="line [0-9]+: the library leaves .* unread; the replay ends here"),

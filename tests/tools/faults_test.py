@@ -30,9 +30,9 @@ flush-other       1+4    flush               flush-one-shot   17    flush
 flush-at-once     1      flush-order         flush-code       1     event-kind
 wrong-type        1      event-kind          wrong-handle     1     handles
 batch-ignored     1      rate                rate-1.5         1     rate
-rate-2            1      rate                no-clamp         1     shortest-period
-latency-ignored   1      batching            latency-1.3      1     batching
-drops-1%          1      lost                duplicates       1     timestamps
+no-clamp          1      shortest-period     latency-ignored  1     batching
+latency-1.3       1      batching            drops-1%         1     lost
+duplicates        1      timestamps          noted-rate       1     rate
 stamp-arrival     1      timestamps          stamp-constant   1     timestamps
 stamp-late        1      timestamps          stamp-clock      1     timestamps
 stamp-other-clock 1      timestamps          stamp-back       1     timestamps
@@ -47,7 +47,6 @@ direct-accepted   1      direct-refused      initialize-again 1     initialize-a
 keeps-mode        1      operation-mode      keeps-longest    1     longest-period
 keeps-flush       1      flush-when-off      keeps-injection  1     injection-mode
 keeps-stop        38     direct-stop         keeps-initialize 1     initialize-sensors
-noted-rate        1      rate
 """.split()
 
 

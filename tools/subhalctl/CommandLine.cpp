@@ -29,7 +29,7 @@ constexpr char kExitCodes[] =
     "  3  the library cannot be loaded, or no simulated hub made\n"
     "  4  no such sensor, or the name is ambiguous\n"
     "  5  refused by the library\n"
-    "  6  no data in time, fewer than asked for, or interrupted early\n"
+    "  6  no data in time, fewer than requested, or interrupted early\n"
     "  7  no sensor hub here\n"
     "  8  output was lost";
 
@@ -75,8 +75,8 @@ CLI::Validator hertz() {
 enum class Except { kNothing, kBareNames, kDash };
 
 /**
- * The program leaves its directory, so what the user names relative to it is written out, except
- * what the loader looks for and what stands for standard input or output.
+ * Makes relative names absolute, because the program leaves its directory; not those for the
+ * loader, and not "-" for standard input or output.
  */
 CLI::Validator path(Except except = Except::kNothing) {
     const auto resolve = [except](std::string& text) -> std::string {
@@ -119,7 +119,7 @@ void addGlobalOptions(CLI::App& app, GlobalOptions& options) {
         ->transform(whole(0, kLargestCount))
         ->capture_default_str()
         ->needs(sim);
-    app.add_flag("--still", options.hub.still, "The simulated device lies on a table, untouched")
+    app.add_flag("--still", options.hub.still, "The simulated device lies still on a table")
         ->needs(sim);
     app.add_option("--chips", options.hub.chips,
                    "Another catalogue for the simulated hub: a device's sensor_spec, or JSON as in "
@@ -184,7 +184,7 @@ void addDoctor(CLI::App& app, Command& command) {
 
 void addCheck(CLI::App& app, Command& command) {
     const auto [verb, options] =
-        Verb(app, command, "check", "Prove that the sensors keep the platform's rules", runCheck);
+        Verb(app, command, "check", "Check the sensors against the platform's rules", runCheck);
     verb->add_option("SENSOR", options->sensors, "Sensors (default: all)");
     verb->add_option("--seconds", options->seconds, "Time for each of the phases")
         ->check(number(0.1, 3600))
@@ -235,7 +235,7 @@ constexpr char kOutputHelp[] = "File to be written, - for standard output";
 
 void addRecord(CLI::App& app, Command& command) {
     const auto [verb, options] =
-        Verb(app, command, "record", "Keep what crosses the library's borders in a file", runWatch);
+        Verb(app, command, "record", "Record the library's calls and events in a file", runWatch);
     addFile(*verb, "-o,--output", kOutputHelp, options->recording);
     addWatched(*verb, *options);
 }
@@ -333,7 +333,7 @@ void addHub(CLI::App& app, Command& command) {
         ->required()
         ->transform(whole(0, 255));
     verb->add_option("COUNT", options->count,
-                     "How many of this type the library is to keep; for type 0 that is always 2")
+                     "How many of this type the library keeps; always 2 for type 0")
         ->required()
         ->transform(whole(0, 255));
 }
@@ -349,7 +349,7 @@ bool bringsHub(const CLI::App& verb) {
     return verb.get_name() == "replay" || readsOnly(verb);
 }
 
-/** A verb's help also has the options that all verbs share, for they are understood behind it. */
+/** A verb's help also lists the options that all verbs share: they may follow the verb. */
 class Help : public CLI::Formatter {
   public:
     Help() { column_width(kColumn); }
@@ -394,8 +394,8 @@ std::string idleOption(const HubChoice& hub) {
     return idle ? "--fast requires --replay, or the verb replay" : "";
 }
 
-/** What parsing stopped at, in words that help. */
-ExitCode tell(const CLI::App& app, const CLI::ParseError& error) {
+/** Prints help or the version, or why parsing stopped. */
+ExitCode report(const CLI::App& app, const CLI::ParseError& error) {
     if (error.get_exit_code() == 0) {
         std::ostringstream text;  // help or version
         app.exit(error, text, text);
@@ -412,10 +412,10 @@ ExitCode tell(const CLI::App& app, const CLI::ParseError& error) {
     }
     const bool noVerb = app.get_subcommands().empty();
     if (noVerb && unknown != rest.end()) {
-        complain("%s is no verb; the verbs are %s", quoted(*unknown).c_str(), names.c_str());
+        complain("%s is no verb; expected one of %s", quoted(*unknown).c_str(), names.c_str());
     } else if (noVerb && rest.empty() &&
                error.get_exit_code() == static_cast<int>(CLI::ExitCodes::RequiredError)) {
-        complain("say what to do: %s; see --help", names.c_str());
+        complain("expected a verb: %s; see --help", names.c_str());
     } else {
         complain("%s; see --help", error.what());
     }
@@ -441,7 +441,7 @@ Command parseCommandLine(int argc, char** argv, ExitCode* exitCode) {
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        *exitCode = tell(app, error);
+        *exitCode = report(app, error);
         command.run = nullptr;
     }
     const std::string idle = command.run ? idleOption(command.options.hub) : "";

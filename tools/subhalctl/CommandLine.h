@@ -6,13 +6,13 @@
 
 namespace subhalctl {
 
-/** What the command line asks for. */
+/** The verb to run and the common options. */
 struct Command {
     GlobalOptions options;
     std::function<ExitCode(Proxy&)> run;
 };
 
-/** Empty `run` when there is nothing to run: `*exitCode` tells whether help or a mistake. */
+/** `run` is empty after help or a usage error, and `*exitCode` is set. */
 Command parseCommandLine(int argc, char** argv, ExitCode* exitCode);
 
 }  // namespace subhalctl

@@ -29,10 +29,10 @@ void onSignal(int signal) {
 void catchInterrupts() {
     if (pipe2(gWakePipe, O_CLOEXEC | O_NONBLOCK) != 0) gWakePipe[0] = gWakePipe[1] = -1;
     struct sigaction action {};
-    action.sa_handler = onSignal;  // no SA_RESTART: whatever blocks is to give up
+    action.sa_handler = onSignal;  // no SA_RESTART: blocking calls have to return
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
         struct sigaction before {};
-        // nohup, or a shell's background job: who ignored it wants the run to go on.
+        // nohup, or a shell's background job: the run goes on.
         if (sigaction(signal, nullptr, &before) == 0 && before.sa_handler == SIG_IGN) continue;
         sigaction(signal, &action, nullptr);
     }

@@ -10,7 +10,7 @@ namespace {
 
 constexpr const char* kNames[] = {"PASS", "FAIL", "SKIP", "KNOWN"};  // by verdict
 
-/** What TAP has behind a test's name. */
+/** What follows a test's name in TAP. */
 const char* directiveOf(Verdict verdict) {
     if (verdict == Verdict::kSkip) return " # SKIP ";
     return verdict == Verdict::kKnown ? " # TODO known deviation: " : ": ";

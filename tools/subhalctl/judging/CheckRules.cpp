@@ -207,21 +207,21 @@ void checkMode(const Tested& tested) {
 void checkFlushOrder(const Tested& tested, int64_t flushedNs) {
     const Observed& observed = tested.observed;
     size_t held = 0;
-    size_t behind = 0;
+    size_t late = 0;
     for (size_t i = 0; i < observed.events.size(); ++i) {
         const ReceivedEvent& received = observed.events[i];
         if (received.receivedNs < flushedNs) continue;
         if (received.event.timestamp >= flushedNs - kFlushSlackNs) continue;
         ++held;
-        if (i >= observed.beforeFlushed) ++behind;
+        if (i >= observed.beforeFlushed) ++late;
     }
     if (observed.completions != 1 || held == 0) {
         return tested.results.skip("flush-order", formatted("%zu events held back, %d completions",
                                                             held, observed.completions));
     }
-    // What a hub on a busy machine samples late comes behind it too, but not all that it held.
-    tested.results.judge(behind < held, "flush-order",
-                         formatted("%zu of %zu events held back came behind it", behind, held));
+    // On a busy machine late samples also come after it, but not all that was held back.
+    tested.results.judge(late < held, "flush-order",
+                         formatted("%zu of %zu events held back came after it", late, held));
 }
 
 }  // namespace
@@ -230,12 +230,13 @@ const std::vector<Rule>& checkRules() {
     constexpr const char* kHubSeen = "--sim or --trace";
     static const std::vector<Rule> rules = {
         {"names-distinct", "", "no two sensors have the same handle, or the same type and name"},
-        {"listing", "", "what describes a sensor is there, and its delays are those of its mode"},
+        {"listing", "", "the description is complete, and the delays fit the reporting mode"},
         {"identity", "", "type, permission, flags and FIFO are those of the hub's sensor"},
         {"unknown-handles", "", "requests for handles that are not listed give BAD_VALUE"},
         {"operation-mode", "", "the normal mode is accepted; known: every mode is refused"},
         {"shortest-period", kHubSeen, "the hub is asked for no period below the shortest"},
-        {"longest-period", kHubSeen, "nor for one above the longest; known: it is"},
+        {"longest-period", kHubSeen,
+         "the hub is asked for no period above the longest; known: it is"},
         {"activate", "", "activate and batch return OK"},
         {"hub-switch", kHubSeen, "each switch on and off is written to the hub"},
         {"first-event", "", "a sensor that reports by itself does so within a second and a period"},
@@ -245,29 +246,33 @@ const std::vector<Rule>& checkRules() {
          "within 10 % of the rate asked for, clamped to the sensor's limits, also when "
          "it is changed while the sensor is on; more than 1 % off is noted"},
         {"lost", "", "no gap of more than one and a half periods, and no silence at the end"},
-        {"values", "", "within the sensor's range and what physics allows"},
+        {"values", "", "values are within the sensor's range and physically possible"},
         {"event-kind", "",
          "events are of the sensor's type, meta-data events are completed flushes"},
-        {"wakelock", "", "held for every event of a wake-up sensor, and for no other"},
+        {"wakelock", "", "a wakelock is held for each event of a wake-up sensor, and for no other"},
         {"on-change", "on-change sensor", "no event repeats the one before"},
         {"one-shot", "one-shot sensor", "one event, and then off"},
-        {"flush", "", "one completion for each; refused by a one-shot sensor"},
+        {"flush", "", "one completion for each flush; a one-shot sensor refuses it"},
         {"silent-when-off", "", "no events from a sensor that is off"},
         {"flush-when-off", "", "a sensor that is off refuses to be flushed; known: it does not"},
-        {"batching", "FIFO", "events are held back as long as asked for, and no longer"},
-        {"flush-order", "FIFO", "a flush brings what is held back, before its completion"},
+        {"batching", "FIFO", "events are held back for the requested latency, and no longer"},
+        {"flush-order", "FIFO", "a flush delivers the events held back, before its completion"},
         {"direct-token", "direct channel", "a report has a token above 0"},
-        {"direct-memory", "direct channel", "zeroed when registered and when unregistered"},
-        {"direct-records", "direct channel", "whole, counted one by one, and none lost"},
+        {"direct-memory", "direct channel",
+         "the memory is zeroed when registered and when unregistered"},
+        {"direct-records", "direct channel",
+         "records are whole, counted one by one, and none is lost"},
         {"direct-stamps", "direct channel", "the newest record is not older than half a second"},
-        {"direct-rate", "direct channel", "within the level's bounds; known: very fast is fast"},
+        {"direct-rate", "direct channel",
+         "the rate is within the level's bounds; known: very fast is as slow as fast"},
         {"direct-stop", "direct channel, --sim or --trace",
          "a stopped report switches its sensor off; known: it stays on"},
         {"direct-refused", "", "a sensor that declares no direct channels refuses them"},
-        {"injection-mode", "", "events are injected in that mode only; known: in any"},
-        {"initialize-again", "", "accepted, and earlier channels are gone"},
-        {"initialize-sensors", "", "and sensors are off; known: they stay as they are"},
-        {"handles", "", "no events but of sensors that are on"},
+        {"injection-mode", "", "events are injected in injection mode only; known: in any"},
+        {"initialize-again", "", "a second initialize is accepted, and ends earlier channels"},
+        {"initialize-sensors", "",
+         "a second initialize switches sensors off; known: they stay as they are"},
+        {"handles", "", "events come only from sensors that are on"},
     };
     return rules;
 }
@@ -362,8 +367,7 @@ bool checkTimestamps(const Tested& tested, int64_t latencyNs) {
         soonest = std::min(soonest, ageOf(received));
     }
     const bool several = periodNs > 0 && observed.events.size() >= kSeveral;
-    // Stamps that were taken on arrival lie as close together as what was held back and came at
-    // once.
+    // Stamps taken on arrival are too close together: a batch arrives at once.
     const int64_t apart = Spacing(stampsOf(observed)).typicalNs;
     const bool bunched = latencyNs > 0 && several && apart < periodNs / 4;
     const bool timely =

@@ -14,16 +14,16 @@ namespace subhalctl {
 
 struct Rule {
     const char* name;
-    const char* needs;  ///< what has to be there for it to be looked at; empty for nothing
+    const char* needs;  ///< without it the rule is skipped; may be empty
     const char* text;
 };
 const std::vector<Rule>& checkRules();
 
 /** What came from one sensor while it was on. */
 struct Observed {
-    int64_t startNs = 0;   ///< what is stamped earlier is of an earlier request
+    int64_t startNs = 0;   ///< earlier time stamps belong to an earlier request
     int64_t endNs = 0;     ///< when the look at it ended
-    int64_t periodNs = 0;  ///< what it was asked for
+    int64_t periodNs = 0;  ///< the requested one
     std::vector<ReceivedEvent> events;
     size_t stale = 0;          ///< data from before the start, which are not among `events`
     int completions = 0;       ///< of flushes
@@ -49,14 +49,14 @@ struct Spacing {
     int64_t lost = 0;       ///< by gaps of more than one and a half of it
 };
 
-// The rules that look at what was listed or came; CheckVerb.cpp makes it come.
+// CheckVerb.cpp runs the sensors; these rules judge what they listed and reported.
 
 /** @param specs the hub's own, by handle */
 void checkListing(const Tested& tested, const std::map<int, simulator::SensorSpec>& specs);
 void checkNamesDistinct(const std::vector<SensorInfo>& sensors, const Results& results);
 
 void checkFirstEvent(const Tested& tested);
-/** False when a periodic sensor has no time stamps from which anything can be concluded. */
+/** False when the time stamps of a periodic sensor prove nothing. */
 bool checkTimestamps(const Tested& tested, int64_t latencyNs);
 /** The rate that the sensor grants, and nothing lost. */
 void checkRate(const Tested& tested);
@@ -73,7 +73,7 @@ struct DirectLevel {
     double highestHz;
 };
 extern const DirectLevel kDirectLevels[3];
-/** What is in the memory of a channel that has just been stopped. */
+/** The memory of a channel that has just been stopped. */
 void checkDirectRecords(const Tested& tested, const DirectLevel& level, const SharedMemory& memory,
                         int64_t startNs);
 

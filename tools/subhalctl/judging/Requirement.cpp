@@ -78,7 +78,7 @@ std::optional<double> unitOf(const std::string& text, bool isDuration) {
 /** Nothing, and the reason, when the part makes no sense. */
 std::optional<Part> parsePart(const std::string& text, std::string* why) {
     const size_t at = std::min(text.find_first_of("<>="), text.size());
-    const size_t behind = std::min(text.find_first_not_of("<>=", at), text.size());
+    const size_t after = std::min(text.find_first_not_of("<>=", at), text.size());
     const std::string name = trimmed(text.substr(0, at));
     const auto* figure = std::find_if(std::begin(kFigures), std::end(kFigures),
                                       [&](const Figure& one) { return name == one.name; });
@@ -86,12 +86,12 @@ std::optional<Part> parsePart(const std::string& text, std::string* why) {
         *why = "there is no figure " + quoted(name);
         return {};
     }
-    const auto found = comparisons().find(text.substr(at, behind - at));
+    const auto found = comparisons().find(text.substr(at, after - at));
     if (found == comparisons().end()) {
         *why = "expected one of = < <= > >= after " + name;
         return {};
     }
-    const std::string number = trimmed(text.substr(behind));
+    const std::string number = trimmed(text.substr(after));
     char* end = nullptr;
     const double value = std::strtod(number.c_str(), &end);
     const auto unit = unitOf(trimmed(end), figure->isDuration);

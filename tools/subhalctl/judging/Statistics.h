@@ -7,21 +7,21 @@
 
 namespace subhalctl {
 
-/** `later` less `earlier`; what no number can hold is the nearest that one can. */
+/** `later` less `earlier`, clamped to the range of the type. */
 int64_t elapsedNs(int64_t earlier, int64_t later);
 
 inline double milliseconds(int64_t ns) {
     return static_cast<double>(ns) / 1e6;
 }
 
-/** What the timestamps of one sensor's events tell about its rate. */
+/** Rate and gaps of one sensor's events, by their time stamps. */
 class IntervalStatistics {
   public:
     /** @param expectedPeriodNs period to find lost events by, 0 for a sensor without one */
     explicit IntervalStatistics(int64_t expectedPeriodNs = 0) : mExpectedNs(expectedPeriodNs) {}
 
     void add(int64_t timestampNs);
-    /** Forgets all but the last time stamp, so that the next interval is not lost between two. */
+    /** Keeps the last time stamp, so that the next interval counts. */
     void restart();
 
     int64_t events() const { return mEvents; }
@@ -33,9 +33,9 @@ class IntervalStatistics {
     /** Shortest and longest interval, 0 without any. */
     int64_t shortestNs() const { return mShortestNs; }
     int64_t longestNs() const { return mLongestNs; }
-    /** Events that should have come in intervals of more than one and a half periods. */
+    /** Events missing in intervals of more than one and a half periods. */
     int64_t lost() const { return mLost; }
-    /** Timestamps that did not lie behind the one before. */
+    /** Timestamps not later than the one before. */
     int64_t backward() const { return mBackward; }
 
   private:

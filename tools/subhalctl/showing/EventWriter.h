@@ -23,7 +23,7 @@ struct Watched {
     double askedHz;    ///< 0: none, the sensor reports on change
     double grantedHz;  ///< 0: as askedHz
     IntervalStatistics intervals;
-    int64_t startNs = 0;  ///< what is stamped earlier is stale: an earlier run left it in the queue
+    int64_t startNs = 0;  ///< events stamped earlier are stale: left in the queue by an earlier run
     DurationStatistics latency{};  ///< from the event's time stamp to its arrival
     int64_t events = 0;            ///< of data and additional information, without the stale ones
     int64_t stale = 0;
@@ -41,10 +41,10 @@ class EventWriter {
   public:
     virtual ~EventWriter() = default;
 
-    /** Before the first event, with what goes before it unless it is to be `quiet`. */
+    /** Prints the headings, unless `quiet`. */
     virtual void begin(const std::vector<Watched>& watched, bool quiet) = 0;
     virtual void event(const Watched& watched, const ReceivedEvent& received) = 0;
-    /** What goes behind the last one. */
+    /** Prints the figures, after the last event. */
     virtual void summary(const std::vector<Watched>& watched) = 0;
 
     /** @param format "text", "csv" or "json" (one object per line) */
@@ -63,7 +63,7 @@ std::string timeText(int64_t timestampNs);
 /** A table of the sensors' figures. */
 std::string summaryTable(const std::vector<Watched>& watched);
 
-/** The same, to be written again and again, with the time in place of the handle for `slices`. */
+/** The same, to be filled repeatedly; `slices` have the time in place of the handle. */
 Table figuresTable(const std::vector<Watched>& watched, bool slices);
 void addFigures(const std::vector<Watched>& watched, bool slices, Table* table);
 

@@ -21,9 +21,9 @@ namespace {
 
 constexpr size_t kNarrowest = 40;  // below that nothing fits
 constexpr size_t kUsualWidth = 80;
-constexpr size_t kVerdict = 6;    // so wide is what begins a long line: "FAIL  "
+constexpr size_t kVerdict = 6;    // indent of continued lines: the width of "FAIL  "
 constexpr size_t kPiece = 4096;   // a pipe that poll() calls writable takes that much at once
-constexpr int kPatienceMs = 300;  // for a blocked output, once the verb is to end
+constexpr int kPatienceMs = 300;  // for a blocked output, once the verb has to end
 
 std::string gPending;
 int gError = 0;
@@ -73,7 +73,7 @@ std::string escaped(const std::string& text, const char* kept) {
     return result;
 }
 
-/** Waits until standard output takes bytes; false when it is blocked and the verb is to end. */
+/** Waits until standard output takes bytes; false when it is blocked and the verb has to end. */
 bool waitWritable() {
     while (!interrupted()) {
         pollfd fds[] = {{STDOUT_FILENO, POLLOUT, 0}, {interruptFd(), POLLIN, 0}};

@@ -18,8 +18,8 @@ namespace subhalctl {
 void keepStandardDescriptors();
 
 /**
- * What a terminal would obey instead of show, and what is no UTF-8, as \xNN. Names, logs and
- * recordings come from outside.
+ * Escapes control characters and what is no UTF-8 as \xNN: names, logs and recordings come from
+ * outside.
  */
 std::string printable(const std::string& text);
 /** The same, but lines stay lines. */
@@ -49,8 +49,8 @@ bool sendOutputTo(const std::string& path);
 void complain(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
 /**
- * What to end with, given what the verb ended with: lost output is no success. Tells on standard
- * error what was lost, unless its reader just went away.
+ * What to end with, given what the verb ended with: lost output is no success. Reports on
+ * standard error what was lost, unless its reader just went away.
  */
 ExitCode afterOutput(ExitCode verb);
 
@@ -81,7 +81,7 @@ std::string counted(Number number, const char* noun, const char* ending = "s") {
 /** `text` as a shell takes it for one word. */
 std::string quoted(const std::string& text);
 
-/** One line on a terminal that tells how far long work is, written over and over. */
+/** A line on a terminal that shows the progress of long work. */
 class Progress {
   public:
     /** Silent when standard error is no terminal, or when `wanted` is false. */

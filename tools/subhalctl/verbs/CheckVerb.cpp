@@ -1,6 +1,3 @@
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cinttypes>
 #include <cstring>
@@ -10,6 +7,7 @@
 
 #include "simulator/KnownSensors.h"
 #include "tools/subhalctl/Interrupt.h"
+#include "tools/subhalctl/doctor/Findings.h"
 #include "tools/subhalctl/hubs/DevicePaths.h"
 #include "tools/subhalctl/hubs/PlatformHooks.h"
 #include "tools/subhalctl/judging/CheckReport.h"
@@ -43,7 +41,7 @@ struct Subject : Tested {
     bool timely = true;  // so that its time stamps can
     int requests = 0;
     std::string refused{};
-    std::string unsent{};  // what was accepted and did not reach the hub
+    std::string unsent{};  // accepted requests that did not reach the hub
 
     int32_t handle() const { return sensor.sensorHandle; }
     bool continuous() const {
@@ -167,7 +165,7 @@ class Check {
         }
     }
 
-    /** Whether the library has asked the hub for it since the last takeCalls(). */
+    /** Whether the switch has reached the hub since the last takeCalls(). */
     bool switched(int32_t handle, bool on) {
         const std::string text = std::to_string(handle) + (on ? "1" : "0");
         const std::vector<FileCall> calls = mProxy.takeCalls();
@@ -226,15 +224,11 @@ class Check {
 
     void checkLists() {
         std::map<int, simulator::SensorSpec> specs;
-        std::string file(4096, '\0');  // what the library reads of it
-        const int fd = open(kSpecPath, O_RDONLY | O_CLOEXEC);
-        if (fd >= 0) {
-            const ssize_t got = read(fd, file.data(), file.size());
-            close(fd);
-            file.resize(static_cast<size_t>(std::max<ssize_t>(got, 0)));
-            for (const simulator::SensorSpec& spec : simulator::decodeSpecs(file)) {
-                specs.emplace(spec.handle, spec);
-            }
+        std::string file;
+        readFile(kSpecPath, &file);
+        file.resize(std::min<size_t>(file.size(), 4096));  // as the library reads it
+        for (const simulator::SensorSpec& spec : simulator::decodeSpecs(file)) {
+            specs.emplace(spec.handle, spec);
         }
         checkNamesDistinct(mProxy.sensors(), mLibrary);
         for (const Subject& subject : mSubjects) {

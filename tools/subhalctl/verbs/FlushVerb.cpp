@@ -11,7 +11,7 @@ namespace {
 using Clock = EventQueue::Clock;
 
 constexpr int64_t kPeriodNs = 20'000'000;
-constexpr int64_t kLatencyNs = 10'000'000'000;  // so that there is something to flush
+constexpr int64_t kLatencyNs = 10'000'000'000;  // so that events are held back
 
 ExitCode waitForCompletion(Proxy& proxy, const SensorInfo& sensor, Clock::time_point begin,
                            double seconds) {
@@ -40,7 +40,7 @@ ExitCode runFlush(Proxy& proxy, const FlushOptions& options) {
     const SensorInfo* sensor = proxy.find(options.sensor);
     if (sensor == nullptr) return kNoSuchSensor;
     std::optional<ActiveSensor> active;
-    // A one-shot sensor cannot be flushed, and switching it on would use up its shot.
+    // A one-shot sensor cannot be flushed, and switching it on may use up its shot.
     if (reportingMode(*sensor) != SensorFlagBits::ONE_SHOT_MODE) {
         active.emplace(proxy, *sensor, kPeriodNs, kLatencyNs);
         if (!active->active()) return kRefused;

@@ -5,14 +5,14 @@ namespace subhalctl {
 
 ExitCode runHubDump(Proxy& proxy, const HubDumpOptions& options) {
     if (!proxy.options().hub.sim) {
-        complain("only a simulated hub can be made to ask: --sim");
+        complain("hub dump needs a simulated hub: --sim");
         return kUsage;
     }
     const ExitCode opened = proxy.open();
     if (opened != kOk) return opened;
     Hub& hub = *proxy.hub();
     if (!hub.waitReady()) {
-        complain("the library did not tell the hub that it is ready");
+        complain("the library did not report to the hub that it is ready");
         return kNoData;
     }
     if (!hub.requestDump(options.type, options.count)) {

@@ -9,8 +9,8 @@
 
 namespace subhalctl {
 
-// Each verb opens the Proxy itself, prints to standard output, tells errors on standard error, and
-// leaves all sensors switched off.
+// Each verb opens the Proxy itself, prints to standard output, reports errors on standard error,
+// and leaves all sensors switched off.
 
 struct ListOptions {
     std::vector<std::string> sensors;  ///< none: all
@@ -44,7 +44,7 @@ struct WatchOptions {
     std::string format = "text";
     std::string recording;    ///< file to record to, instead of printing events
     double statsSeconds = 0;  ///< figures each so many seconds instead of events; 0: no
-    std::string requirement;  ///< what the figures have to fulfil
+    std::string requirement;  ///< bounds for the figures
 };
 ExitCode runWatch(Proxy& proxy, const WatchOptions& options);
 

@@ -196,7 +196,7 @@ class Watch {
         ExitCode result = kOk;
         for (const Watched& one : mWatched) {
             if (one.events + one.stale + one.flushes > 0) continue;
-            complain("the recording holds no events of %s (%" PRId32 ")",
+            complain("the recording has no events of %s (%" PRId32 ")",
                      typeName(*one.sensor).c_str(), one.sensor->sensorHandle);
             result = kNoData;
         }
