@@ -281,10 +281,9 @@ class Check {
 
     void checkPeriods() {
         const auto subjects = chosen(&Subject::continuous);
-        if (subjects.empty() ||
-            !(seesHub(mLibrary, "shortest-period") & seesHub(mLibrary, "longest-period"))) {
-            return;
-        }
+        if (subjects.empty()) return;
+        const bool seen = seesHub(mLibrary, "shortest-period");
+        if (!seesHub(mLibrary, "longest-period") || !seen) return;
         Tally broken;
         for (Subject* subject : subjects) {
             const int64_t shortestNs = subject->sensor.minDelay * int64_t{1000};
