@@ -54,7 +54,7 @@ CLI::Validator number(double from, double to) {
 /** The same, and without a fraction; 1e6 is one, which the parser's own conversion refuses. */
 CLI::Validator whole(double from, double to) {
     const auto check = [from, to](std::string& text) -> std::string {
-        const std::string wrong = number(from, to)(text);
+        std::string wrong = number(from, to)(text);
         if (!wrong.empty()) return wrong;
         const double value = std::strtod(text.c_str(), nullptr);
         if (value != std::floor(value)) return subhalctl::quoted(text) + " is not a whole number";

@@ -81,7 +81,7 @@ int64_t DurationStatistics::quantileNs(double share) const {
     const auto ceiling = static_cast<int64_t>(std::ceil(share * static_cast<double>(mCount)));
     const int64_t wanted = std::max<int64_t>(ceiling, 1);
     if (exact()) {
-        const auto nth = mDurations.begin() + wanted - 1;
+        const auto nth = mDurations.begin() + static_cast<std::ptrdiff_t>(wanted - 1);
         std::nth_element(mDurations.begin(), nth, mDurations.end());
         return *nth;
     }
