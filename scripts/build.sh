@@ -1,8 +1,7 @@
 #!/bin/bash
 # Configures and builds a build directory:
 #     build.sh [-t TARGET]... [-p PACKAGE]... DIRECTORY [CMAKE OPTIONS...]
-# Installs the compiler, CMake and the named packages. A directory that is configured already keeps
-# its generator; CMake looks again for packages.
+# Installs the compiler, CMake and the named packages. A configured directory keeps its generator.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 targets=()
@@ -19,7 +18,7 @@ shift "$OPTIND"
 "$root/scripts/install-packages.sh" "${packages[@]}"
 [ -f "$directory/CMakeCache.txt" ] || set -- -G Ninja "$@"
 
-# The steps as one line that moves, on a terminal only; everything else as it comes.
+# Shows the steps in one changing line, on a terminal only; passes other lines through.
 progress() {
     local line over=""
     if [ -t 1 ]; then over=$'\r\e[K'; else echo "Building ${directory##*/}..."; fi

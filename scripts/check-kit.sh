@@ -1,7 +1,7 @@
 #!/bin/sh
-# The kit for a device's tree: that its generated files are what the table, the build and runs of the
-# library make them, that the device's tool compiles on a C library like the device's, and that the check
-# finds what may go wrong. "check-kit.sh generate" writes the files.
+# Checks the kit for a device's tree: the generated files against the table, the build and runs of
+# the library; that the tool compiles with a C library like the device's; and that the check finds
+# planted mistakes. "check-kit.sh generate" writes the files.
 set -eu
 cd "$(dirname "$0")/.."
 scripts/install-packages.sh m4 blueprint-tools checkpolicy selinux-utils clang musl-dev \

@@ -1,6 +1,6 @@
 #!/bin/bash
-# Installs what a build directory holds, in three ways, and uses it: into a prefix, from which a project
-# of its own links the simulator; as a Debian package into a clean root; and by lintian's eyes.
+# Installs a build directory into a prefix, from which another project links the simulator, and as a
+# Debian package into a clean root, and uses what is installed. Runs lintian on the package.
 # check-package.sh [BUILD DIRECTORY]
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -10,7 +10,7 @@ scripts/install-packages.sh cmake ninja-build dpkg-dev file lintian mmdebstrap
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
-# quietly NAME COMMAND...: shows the output only of a failure.
+# quietly NAME COMMAND...: prints the output only if the command fails.
 quietly() {
     local name=$1
     shift
@@ -22,17 +22,18 @@ quietly() {
     echo "$name: fine"
 }
 
-# Not grep -q, which would end the program it listens to.
+# Not grep -q, which would end the program by closing the pipe.
 sees_sensors() { "$@" --sim list | grep accelerometer; }
 finds_all() { ldd "$@" >"$work/found" && ! grep "not found" "$work/found"; }
 
-# The prefix moves before it is used: nothing in it may know where it was made.
+# Moved before its use: nothing in a prefix may contain the path of its installation.
 cmake --install "$build" --prefix "$work/made" >/dev/null
 mv "$work/made" "$work/prefix"
 quietly "subhalctl from a prefix" sees_sensors "$work/prefix/bin/subhalctl"
 quietly "libraries find each other" finds_all "$work"/prefix/lib/*/*.so
 completes() {
-    local COMP_WORDS=("$work/prefix/bin/subhalctl" --sim watch accelerometer_u) COMP_CWORD=3 COMPREPLY
+    local COMP_WORDS=("$work/prefix/bin/subhalctl" --sim watch accelerometer_u)
+    local COMP_CWORD=3 COMPREPLY
     # shellcheck disable=SC1091 # installed a moment ago
     . "$work/prefix/share/bash-completion/completions/subhalctl"
     _subhalctl "${COMP_WORDS[0]}"
@@ -40,7 +41,7 @@ completes() {
 }
 quietly "completion" completes
 if grep -rlF -e "$PWD" -e "$work" "$work/prefix"; then
-    echo "these files know a path of the build"
+    echo "these files contain a path of the build"
     exit 1
 fi
 client() {
@@ -56,7 +57,7 @@ depends() { dpkg-deb -f "$package" Depends | grep -E 'libc6 .*libstdc'; }
 quietly "its dependencies" depends
 quietly "lintian" lintian --allow-root --fail-on error --tag-display-limit 0 "$package"
 
-# Only what the package depends on is in this root, beside what every Debian has.
+# This root has the package, its dependencies and Debian's essential packages.
 clean_root() {
     # shellcheck disable=SC2016 # the hook's own argument
     mmdebstrap --variant=essential --include="$package" \

@@ -1,6 +1,6 @@
-"""Compares platform/ with what it stands in for: check-platform.py FOLDER
+"""Compares platform/ with the platform's own headers: check-platform.py FOLDER
 
-FOLDER holds "dump", the compiler's print of tests/platform/shape.cpp, and "generated", the headers
+FOLDER contains "dump", the compiler's print of tests/platform/shape.cpp, and "generated", the headers
 that the interface compiler makes of platform/hidl. Prints every difference; exit code 1 if any.
 """
 import pathlib
@@ -35,7 +35,8 @@ def compare(what, expected, found):
 
 def dumped_slots(dump):
     tables = {}
-    for name, body in re.findall(r"^Vtable for '(?:\w+::)*(\w+)' .*?\n(.*?)\n\n", dump, re.S | re.M):
+    for name, body in re.findall(r"^Vtable for '(?:\w+::)*(\w+)' .*?\n(.*?)\n\n", dump,
+                                 re.S | re.M):
         lines = re.findall(r"^ +(\d+) \| (.*\).*)$", body, re.M)
         tables[name] = [f"{n} {short(text)}" for n, text in lines if "offset" not in text]
     return tables
@@ -83,7 +84,8 @@ def declared_constants(preprocessed):
 
 
 def values(names, *options):
-    includes = "".join(f"#include <{header}>\n" for header in {"cstdio", "type_traits", *names.values()})
+    includes = "".join(f"#include <{header}>\n"
+                       for header in {"cstdio", "type_traits", *names.values()})
     prints = "".join(f'print("{name}", {scopes.get(path, "")}{name});\n'
                      for name, path in names.items())
     compiled(includes + """
@@ -96,7 +98,8 @@ def values(names, *options):
                 printf("%s \\"%s\\"\\n", name, value);
         }
         int main() {""" + prints + "}", *options, "-o", folder / "values")
-    lines = subprocess.run([folder / "values"], check=True, text=True, stdout=subprocess.PIPE).stdout
+    lines = subprocess.run([folder / "values"], check=True, text=True,
+                           stdout=subprocess.PIPE).stdout
     return dict(line.split(" ") for line in lines.splitlines())
 
 
@@ -109,7 +112,8 @@ def compare_constants(expected):
                 if name not in expected and (packages / path).exists()}
     found = values(constants, *ours)
     wanted = {**expected, **values(packaged, f"-isystem{packages}")}
-    compare("constants", *([f"{name} {one[name]}" for name in sorted(one)] for one in (wanted, found)))
+    compare("constants", *([f"{name} {one[name]}" for name in sorted(one)]
+                           for one in (wanted, found)))
     return len(found)
 
 

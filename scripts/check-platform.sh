@@ -1,6 +1,6 @@
 #!/bin/bash
-# That the stand-ins have the platform's names, values, layouts and virtual tables: the compiler's own
-# print of them against an expectation, the distribution's packaged headers, and the interface compiler's headers against ours.
+# Checks the stand-ins' names, values, layouts and virtual tables, as the compiler prints them,
+# against an expectation, the distribution's packaged headers and the interface compiler's headers.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install-packages.sh clang hidl-gen python3 android-liblog-dev android-libutils-dev \
@@ -21,7 +21,7 @@ for interface in "${interfaces[@]}"; do
     hidl-gen -Lcheck "${roots[@]}" "$interface"
     hidl-gen -Lc++-headers -o "$work/generated" "${roots[@]}" "$interface"
 done
-# The interface compiler computes layouts of its own and asserts them; they have to hold for ours.
+# The interface compiler asserts the layouts that it computes: check ours against them.
 {
     echo '#include <android/hardware/sensors/2.0/ISensors.h>'
     find "$work/generated" -name types.h -exec grep -h '^static_assert' {} +

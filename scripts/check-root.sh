@@ -1,9 +1,9 @@
 #!/bin/bash
-# Follows the README on a minimal Debian as a new user does, in a root directory that is thrown away:
+# Follows the README as a new user in a temporary root directory with a minimal Debian; needs root:
 #     check-root.sh [--all] [BUILD DIRECTORY]
-# Needs root for that. In short: a user without sudo is refused, one with sudo runs the demo on a
-# terminal of 80 columns, and the build directory's package gets installed. With --all, root and a
-# user with sudo go through everything from the sources, tests, kernel test and package.
+# A user without sudo gets a message, one with sudo runs the demo on a terminal of 80 columns, and
+# the build directory's package is installed. With --all, root and a user with sudo build everything
+# from the sources, and run the tests, the kernel test and the package.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 [ "$(id -u)" -eq 0 ] || exec sudo "$PWD/scripts/check-root.sh" "$@"
@@ -15,7 +15,7 @@ scripts/install-packages.sh mmdebstrap git
 work=$(mktemp -d)
 root=$work/root
 child=""
-# Mounts and processes are in namespaces of the child's, and end with it.
+# The child's mounts and processes are in its own namespaces, and end with it.
 clean_up() {
     [ -z "$child" ] || { kill -KILL "$child" && wait "$child"; } 2>/dev/null || true
     rm -rf "$work" 2>/dev/null || { sleep 2 && rm -rf "$work"; }
@@ -23,7 +23,7 @@ clean_up() {
 trap clean_up EXIT
 trap 'exit 130' INT TERM HUP
 
-# attended COMMAND...: waits so that a signal is not kept waiting.
+# attended COMMAND...: waits in a way that a signal interrupts at once.
 attended() {
     local status=0
     "$@" &
@@ -33,7 +33,7 @@ attended() {
     return "$status"
 }
 
-# inside USER COMMAND: in the root, in the copy of the sources.
+# inside USER COMMAND: runs it in the root, in the copy of the sources.
 inside() {
     # shellcheck disable=SC2016 # the inner shell's
     attended unshare --mount --pid --fork --kill-child bash -euc '
@@ -42,7 +42,7 @@ inside() {
         exec chroot "$1" su -l "$2" -c "cd /sensorhub && $3"' _ "$root" "$1" "$2"
 }
 
-# succeeds USER COMMAND: shows the output only of a failure.
+# succeeds USER COMMAND: prints the output only if the command fails.
 succeeds() {
     local began=$SECONDS
     inside "$@" >"$work/log" 2>&1 || {
@@ -53,7 +53,7 @@ succeeds() {
     echo "$1, $2: in $((SECONDS - began)) s"
 }
 
-# What the machine's apt uses: sources, keys, proxies; never the passwords.
+# With the sources and proxies of the machine's apt, but no passwords.
 make_base() {
     local sources=()
     mapfile -t sources < <(find /etc/apt/sources.list /etc/apt/sources.list.d \
@@ -63,7 +63,7 @@ make_base() {
         "$(. /etc/os-release && echo "$VERSION_CODENAME")" "$work/base.tar" "${sources[@]}"
 }
 
-# A fresh root, in which USER has the sources.
+# make_root USER: a fresh root, with a copy of the sources that USER owns.
 make_root() {
     rm -rf "$root"
     mkdir "$root"
@@ -93,7 +93,6 @@ show_demo() {
     fi
 }
 
-# use_package USER FILE: and from now on by another project, too.
 use_package() {
     succeeds root "apt-get install -y --no-install-recommends $2"
     succeeds "$1" "subhalctl --sim list | grep accelerometer"
@@ -102,7 +101,10 @@ use_package() {
 cd "$(git rev-parse --show-toplevel)"
 make_base
 make_root newcomer
-inside newcomer scripts/demo.sh >"$work/log" 2>&1 && { echo "demo.sh without sudo: succeeded"; exit 1; }
+if inside newcomer scripts/demo.sh >"$work/log" 2>&1; then
+    echo "demo.sh without sudo: succeeded"
+    exit 1
+fi
 grep -q '^apt-get update && apt-get install .*g++' "$work/log" || { cat "$work/log"; exit 1; }
 echo "newcomer without sudo: is shown what root has to run"
 give_sudo newcomer
@@ -115,7 +117,7 @@ if [ -z "$all" ]; then
     exit 0
 fi
 
-# Plain CMake in the scripts' directory first, then the scripts.
+# Plain CMake first, then the scripts in the same build directory.
 succeeds newcomer "sudo apt-get install -y --no-install-recommends g++ cmake make"
 succeeds newcomer "cmake -S . -B build && cmake --build build -j\$(nproc)"
 everything() {

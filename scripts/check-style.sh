@@ -1,5 +1,5 @@
 #!/bin/bash
-# Formatting of every source, and that every header compiles alone with both compilers.
+# Checks every source's format, and that every header compiles alone with both compilers.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -21,9 +21,10 @@ check_header() {
         -I. "${@:3}" -include "$2" /dev/null
 }
 export -f check_header
-headers=$(files 'platform/*.h' 'subhal/*.h' 'sensors/*.h' 'directchannel/*.h' 'hub/*.h' 'common/*.h' \
-    'simulator/*.h' ':!simulator/kernel/module' 'tools/*.h' 'tests/*.h')
+headers=$(files 'platform/*.h' 'subhal/*.h' 'sensors/*.h' 'directchannel/*.h' 'hub/*.h' \
+    'common/*.h' 'simulator/*.h' ':!simulator/kernel/module' 'tools/*.h' 'tests/*.h')
 for compiler in g++ clang++; do
-    xargs -P2 -I{} bash -c 'check_header "$@" || exit 255' _ "$compiler" {} "${includes[@]}" <<<"$headers"
+    xargs -P2 -I{} bash -c 'check_header "$@" || exit 255' _ "$compiler" {} "${includes[@]}" \
+        <<<"$headers"
 done
 echo "format and $(wc -l <<<"$headers") headers fine"

@@ -1,7 +1,7 @@
 #!/bin/bash
-# Builds for targets nearer to a device than the host is, and runs the tests there: 32-bit and 64-bit
-# ARM under user-mode emulation, and the host with clang's C++ library.
-# Arguments: names of files in cmake/toolchains/, when not all three.
+# Builds for other targets and runs the tests there: 32-bit and 64-bit ARM under user-mode emulation,
+# and the host with clang's C++ library.
+# Arguments: names of files in cmake/toolchains/; all three by default.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 [ $# -gt 0 ] || set -- clang-libcxx arm-linux-gnueabihf aarch64-linux-gnu
@@ -17,7 +17,7 @@ scripts/install-packages.sh "${packages[@]}"
 for target in "$@"; do
     began=$SECONDS
     build=$PWD/build-$target
-    # Optimised a little, so that fortified and inlined calls are there; emulation is the slow part.
+    # Some optimisation, to have fortified and inlined calls.
     options=(-DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/toolchains/$target.cmake"
              -DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_FLAGS_RELEASE="-O1 -DNDEBUG")
     # The packaged GoogleTest is built for the host and its usual library.
@@ -27,7 +27,7 @@ for target in "$@"; do
         cmake -G Ninja -S /usr/src/googletest -B "$googletest" "${options[@]}" -DBUILD_GMOCK=OFF \
             -DCMAKE_INSTALL_PREFIX="$googletest/installed" && ninja -C "$googletest" install
     } >"$googletest.log" 2>&1 || { cat "$googletest.log"; exit 1; }
-    # These have headers alone; beside them, in /usr/include, lie the host's.
+    # These are headers only, but /usr/include has the host's headers too.
     dpkg -L libcli11-dev nlohmann-json3-dev | grep -E '/(include|share/cmake)/.*\.' |
         tar -c -T - 2>/dev/null | tar -x -C "$googletest/installed" --strip-components=1
 

@@ -1,6 +1,6 @@
 #!/bin/bash
-# Builds the library and shows it at work on the simulated hub, as the proxy would use it.
-# Every line fits 80 columns, every command's output 24 lines.
+# Builds the library and demonstrates it on the simulated hub. Every line fits 80 columns, every
+# command's output 24 lines.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 build=$root/build

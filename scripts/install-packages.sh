@@ -1,5 +1,5 @@
 #!/bin/bash
-# Installs those of the named Debian packages that are missing. Quiet when there is nothing to do.
+# Installs the named Debian packages that are missing. Prints nothing if there are none.
 set -euo pipefail
 list_missing() {
     local package
@@ -15,7 +15,7 @@ fail() {
     printf '%s\n' "$@" >&2
     exit 1
 }
-command -v apt-get >/dev/null || fail "There is no apt-get to install what Debian calls:$missing"
+command -v apt-get >/dev/null || fail "There is no apt-get. Please install these packages:$missing"
 by_hand="apt-get update && apt-get install -y --no-install-recommends$missing"
 sudo=()
 [ "$(id -u)" -eq 0 ] || sudo=(sudo)
@@ -24,13 +24,13 @@ sudo=()
 
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
-# Waits while another package tool is at work. Nothing else may end up on the user's screen.
+# Waits while another package tool has the lock. Prints nothing else.
 apt() {
-    local told=""
+    local announced=""
     until "${sudo[@]}" env LC_ALL=C DEBIAN_FRONTEND=noninteractive apt-get -qq "$@" >"$log" 2>&1; do
         grep -q 'Could not get lock' "$log" && [ "$SECONDS" -lt 600 ] || return 1
-        [ -n "$told" ] || echo "Another package tool is at work, waiting for it..."
-        told=yes
+        [ -n "$announced" ] || echo "Waiting for another package tool to finish..."
+        announced=yes
         sleep 2
     done
 }
@@ -45,4 +45,4 @@ apt install -y --no-install-recommends $missing || {
 }
 # An interrupted apt-get may return 0.
 missing=$(list_missing "$@")
-[ -z "$missing" ] || fail "These packages did not get installed:$missing"
+[ -z "$missing" ] || fail "These packages were not installed:$missing"

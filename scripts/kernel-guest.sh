@@ -2,12 +2,12 @@
 # Boots the distribution's stock kernel in QEMU with the simulated hub's module, and runs one shell
 # script there: kernel-guest.sh WORK_DIRECTORY SCRIPT PROGRAM...
 #
-# The programs, and the libraries that they need, lie in the guest's /bin and /lib. What the script
-# prints comes out here; its exit status is this script's, unless the kernel complained, which is 3,
-# or the guest did not come to its end, which is 4. The kernel's log is WORK_DIRECTORY/kernel.log.
+# The programs and their libraries are in the guest's /bin and /lib. Prints what the script prints
+# and exits with its status, with 3 if the kernel logged a warning, with 4 if the guest did not
+# finish. The kernel's log is WORK_DIRECTORY/kernel.log.
 #
-# Kernel and headers are fetched once and kept in SENSORHUB_KERNEL_CACHE. Nothing here needs root but
-# the installing of missing packages. SENSORHUB_KERNEL_ACCEL=tcg does without KVM.
+# Kernel and headers are fetched once and kept in SENSORHUB_KERNEL_CACHE. Only installing packages
+# needs root. SENSORHUB_KERNEL_ACCEL=tcg runs without KVM.
 set -euo pipefail
 umask 022 # another user reads files in the guest, too
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -19,16 +19,10 @@ fail() {
     exit 4
 }
 
-# What apt says is the newest kernel, or nothing.
+# Prints the newest kernel's version; nothing if apt has no lists.
 newest() {
     apt-cache depends linux-image-amd64 2>/dev/null |
         sed -n 's/.*Depends: linux-image-\(.*\)/\1/p'
-}
-
-update_lists() {
-    local sudo=()
-    [ "$(id -u)" -eq 0 ] || sudo=(sudo)
-    "${sudo[@]}" apt-get update -qq
 }
 
 # download DIRECTORY VERSION
@@ -36,7 +30,8 @@ download() {
     local version=$2
     echo "Fetching kernel $version..."
     (cd "$1" && apt-get download -qq "linux-image-$version" "linux-headers-$version" \
-        "linux-headers-${version%-amd64}-common" "linux-kbuild-${version%%.[0-9]-*}" 2>download.log) ||
+        "linux-headers-${version%-amd64}-common" "linux-kbuild-${version%%.[0-9]-*}" \
+        2>download.log) ||
         { cat "$1/download.log" && return 1; }
 }
 
@@ -57,16 +52,17 @@ unpack() {
     xz -dc --single-stream < <(tail -c "+$((offset + 1))" "$image") >"$unpacked/vmlinux"
     rm -r "${unpacked:?}/boot"
     find "$unpacked/lib" -name '*.ko' -exec mv {} "$unpacked" \;
-    # Where the packages name their own place, name the place where they will lie.
-    sed -i "s|/usr/src/|$cache/$version/usr/src/|" "$unpacked/usr/src/linux-headers-$version/Makefile"
+    # The headers' makefile has the path of an installed package.
+    sed -i "s|/usr/src/|$cache/$version/usr/src/|" \
+        "$unpacked/usr/src/linux-headers-$version/Makefile"
     chmod 755 "$unpacked"
     mv -T "$unpacked" "$cache/$version" || [ -f "$cache/$version/vmlinux" ] # another run was faster
 }
 
-# Sets $version, whose kernel lies in the cache afterwards.
+# Sets $version and puts its kernel into the cache.
 provide_kernel() {
     version=$(newest)
-    if [ -z "$version" ]; then # no package lists: what was fetched before will do
+    if [ -z "$version" ]; then # no package lists: use the newest one in the cache
         version=$(find "$cache" -path '*/vmlinux' -printf '%P\n' 2>/dev/null | cut -d/ -f1 |
             sort -V | tail -1)
     fi
@@ -77,7 +73,10 @@ provide_kernel() {
     # shellcheck disable=SC2064 # the directory of now
     trap "rm -rf '$unpacked'" EXIT
     if [ -z "$version" ] || ! download "$unpacked" "$version"; then
-        update_lists # which may be older than the archive
+        # The package lists may be older than the archive.
+        local sudo=()
+        [ "$(id -u)" -eq 0 ] || sudo=(sudo)
+        "${sudo[@]}" apt-get update -qq
         version=$(newest)
         [ -n "$version" ] || fail "apt knows no linux-image-amd64"
         [ ! -f "$cache/$version/vmlinux" ] || return 0
@@ -86,14 +85,11 @@ provide_kernel() {
     unpack "$unpacked" "$version"
 }
 
-# build_module WORK HEADERS: compiles a copy, so that the sources stay alone.
+# build_module WORK HEADERS: compiles a copy, to leave the source folder clean.
 build_module() {
     local module=$1/module headers=$2
     mkdir -p "$module"
-    local source
-    for source in "$root"/simulator/kernel/module/*; do
-        cmp -s "$source" "$module/${source##*/}" || cp "$source" "$module"
-    done
+    cp -u "$root"/simulator/kernel/module/* "$module"
     make -s -C "$headers" M="$module" W=1 modules >"$module/make.log" 2>&1 || {
         cat "$module/make.log"
         fail "the module does not compile"
@@ -110,22 +106,14 @@ pack() {
     mkdir -p "$tree"/{bin,lib,lib64,dev,proc,sys,tmp,etc,data/vendor/sensorhub}
     cp "$(command -v busybox)" "$tree/bin/busybox"
     echo root:x:0:0::/:/bin/sh >"$tree/etc/passwd"
-    local program
+    local program folder
     for program in "$@"; do
-        case $program in
-            *.so) strip -o "$tree/lib/${program##*/}" "$program" ;;
-            *) strip -o "$tree/bin/${program##*/}" "$program" ;;
-        esac
-        ldd "$program" | sed -n 's/.* => \(\/[^ ]*\).*/\1/p; s/^\t\(\/[^ ]*\).*/\1/p'
-    done | sort -u >"$work/libraries"
-    local library
-    while read -r library; do
-        # The loader has a fixed place.
-        case $library in
-            /lib64/*) cp -L "$library" "$tree/lib64" ;;
-            *) cp -L "$library" "$tree/lib" ;;
-        esac
-    done <"$work/libraries"
+        folder=bin
+        [[ $program != *.so ]] || folder=lib
+        strip -o "$tree/$folder/${program##*/}" "$program"
+        ldd "$program" | grep -o '/[^ ]*' | xargs cp -Lt "$tree/lib"
+    done
+    mv "$tree"/lib/ld-linux-* "$tree/lib64" # the path that programs name
     cp "$kernel/industrialio.ko" "$kernel/kfifo_buf.ko" "$work/sensor_hub.ko" "$tree/lib"
     cp "$script" "$tree/script"
     cp "$root/scripts/kernel-guest-init.sh" "$tree/init"
@@ -133,7 +121,7 @@ pack() {
     (cd "$tree" && find . -print0 | cpio --null -o -H newc --quiet) >"$work/initramfs"
 }
 
-# emulate WORK KERNEL ACCELERATOR [ARGUMENT]: prints what the guest says; QEMU's exit status.
+# emulate WORK KERNEL ACCELERATOR [ARGUMENT]: prints the guest's output; returns QEMU's exit status.
 emulate() {
     local work=$1 kernel=$2 code=0
     timeout "$limit" qemu-system-x86_64 -machine pc -accel "$3" -smp 2 -m 512 \
@@ -145,7 +133,7 @@ emulate() {
     return "$code"
 }
 
-# kvm_works WORK KERNEL: whether a guest comes up; nested virtualisation may hang for ever.
+# kvm_works WORK KERNEL: whether a guest starts; nested virtualisation may hang forever.
 kvm_works() {
     local work=$1 kernel=$2
     [ "${SENSORHUB_KERNEL_ACCEL:-}" != tcg ] && [ -r /dev/kvm ] && [ -w /dev/kvm ] || return 1
@@ -156,17 +144,17 @@ kvm_works() {
     grep -q yes "$cache/kvm"
 }
 
-# boot WORK KERNEL: prints what the guest's script prints; its exit status, or 4.
+# boot WORK KERNEL: prints the script's output; returns its exit status, or 4.
 boot() {
     local work=$1 kernel=$2 accel=tcg,thread=multi code=0 status
     ! kvm_works "$work" "$kernel" || accel=kvm
     emulate "$work" "$kernel" "$accel" || code=$?
-    # QEMU ends with twice the status and one more. A panic ends it with 0, and a status alone may
-    # come from anywhere: the marker has to be there, too.
+    # QEMU exits with twice the status plus one, after a panic with 0. Other causes may give the
+    # same: require the marker too.
     status=$(sed -n 's/^guest: exit status \([0-9]*\)$/\1/p' "$work/output.log" | tail -1)
     if [ -z "$status" ] || [ "$code" -ne $((status * 2 + 1)) ]; then
         cat "$work/qemu.log" "$work/kernel.log"
-        echo "kernel-guest: the guest did not come to its end (QEMU's status $code)" >&2
+        echo "kernel-guest: the guest did not finish (QEMU's status $code)" >&2
         return 4
     fi
     return "$status"
@@ -186,12 +174,12 @@ build_module "$work" "$cache/$version/usr/src/linux-headers-$version"
 pack "$work" "$cache/$version" "$script" "$@"
 status=0
 boot "$work" "$cache/$version" || status=$?
-grep -q 'Linux version' "$work/kernel.log" || fail "the kernel's log is not there"
+grep -q 'Linux version' "$work/kernel.log" || fail "there is no log of the kernel"
 expected=$(grep -c 'expected warning begins' "$work/kernel.log" || true)
 if [ "$expected" -ne "$(grep -c 'expected warning ends' "$work/kernel.log" || true)" ] ||
     sed '/expected warning begins/,/expected warning ends/d' "$work/kernel.log" |
     grep -E 'BUG|WARNING|Oops|Call Trace'; then
-    echo "kernel-guest: the kernel complained" >&2
+    echo "kernel-guest: the kernel logged a warning" >&2
     exit 3
 fi
 exit "$status"

@@ -1,7 +1,7 @@
 #!/bin/bash
 # Runs the tests that need real IIO devices, in a guest with the distribution's stock kernel:
 # kernel-test.sh [BUILD_DIRECTORY [GOOGLETEST OPTIONS...]]
-# See kernel-guest.sh for what is fetched, and where it is kept.
+# kernel-guest.sh says what is fetched, and where it is kept.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 build=${1:-$root/build}

@@ -1,6 +1,6 @@
 #!/bin/bash
 # Runs a build directory's tests: run-tests.sh DIRECTORY [CTEST OPTIONS...]
-# One line that moves on a terminal; otherwise failures and the closing lines. No test is a failure.
+# Shows one changing line on a terminal, otherwise failures and the summary. No tests is a failure.
 set -euo pipefail
 directory=$1
 shift

@@ -1,6 +1,6 @@
 #!/bin/sh
-# Does the same thing very often and fails when descriptors, mappings or memory grow: soak.sh [DIVISOR]
-# Takes some minutes; a divisor of 100 some seconds.
+# Repeats the same work and fails if descriptors, mappings or memory grow: soak.sh [DIVISOR]
+# Takes some minutes, with a divisor of 100 some seconds.
 set -eu
 root=$(cd "$(dirname "$0")/.." && pwd)
 # shellcheck disable=SC2086 # a list of options

@@ -1,6 +1,5 @@
 #!/bin/sh
-# Builds everything and runs every test. Arguments go to ctest; SENSORHUB_BUILD_OPTIONS, when set,
-# holds further options for CMake.
+# Builds everything and runs every test. Arguments go to ctest, SENSORHUB_BUILD_OPTIONS to CMake.
 set -eu
 root=$(cd "$(dirname "$0")/.." && pwd)
 # shellcheck disable=SC2086 # a list of options
