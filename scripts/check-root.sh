@@ -13,6 +13,7 @@ build=${1:-build}
 scripts/install-packages.sh mmdebstrap git
 
 work=$(mktemp -d)
+chmod 755 "$work" # apt reads there as another user
 root=$work/root
 child=""
 # The child's mounts and processes are in its own namespaces, and end with it.
@@ -59,7 +60,8 @@ make_base() {
     mapfile -t sources < <(find /etc/apt/sources.list /etc/apt/sources.list.d \
         \( -name '*.list' -o -name '*.sources' \) -size +0 2>/dev/null)
     apt-config dump | grep -E '^Acquire::(https?|Check)[^ ]* "' >"$work/apt.conf" || true
-    attended mmdebstrap --quiet --variant=minbase --aptopt="$work/apt.conf" \
+    # Its temporary directories are in $work, so that they go with it when mmdebstrap is killed.
+    TMPDIR=$work attended mmdebstrap --quiet --variant=minbase --aptopt="$work/apt.conf" \
         "$(. /etc/os-release && echo "$VERSION_CODENAME")" "$work/base.tar" "${sources[@]}"
 }
 

@@ -113,7 +113,7 @@ pack() {
         strip -o "$tree/$folder/${program##*/}" "$program"
         ldd "$program" | grep -o '/[^ ]*' | xargs cp -Lt "$tree/lib"
     done
-    mv "$tree"/lib/ld-linux-* "$tree/lib64" # the path that programs name
+    find "$tree/lib" -name 'ld-linux-*' -exec mv -t "$tree/lib64" {} + # where programs expect it
     cp "$kernel/industrialio.ko" "$kernel/kfifo_buf.ko" "$work/sensor_hub.ko" "$tree/lib"
     cp "$script" "$tree/script"
     cp "$root/scripts/kernel-guest-init.sh" "$tree/init"
