@@ -119,9 +119,9 @@ class FaultReader {
         if (part == "ERROR") {
             mFault.error = errnoOf(text);
             if (mFault.error == 0) isNo(text, "name of an error such as EIO; see errno(3)");
-            // The library has to call again each time, for ever.
             if (mFault.kind == "poll" && mFault.error == EINTR && mFault.count < 0 &&
                 mWhy.empty()) {
+                // The library has to call again each time, for ever.
                 mWhy = "poll:EINTR needs a count, *N: a signal storm without end cannot happen";
             }
         } else if (part == "BYTES") {
