@@ -102,7 +102,7 @@ ssize_t IioDevice::take(void* buffer, size_t size) {
         filled += count;
         mRecords.pop_front();
         char packet;
-        if (mInFifo > 0 && real::read(mFifo, &packet, 1) == 1) --mInFifo;
+        if (mInFifo > 0 && real::read(mFifo, &packet, sizeof(packet)) == 1) --mInFifo;
     }
     settle();
     return static_cast<ssize_t>(filled);
@@ -120,7 +120,7 @@ void IioDevice::settle() {
     const size_t shown = mRecords.size() >= wanted ? mRecords.size() : 0;
     char packet;
     for (; mInFifo > shown; --mInFifo)
-        real::read(mFifo, &packet, 1);
+        real::read(mFifo, &packet, sizeof(packet));
     for (; mInFifo < shown; ++mInFifo) {
         const std::string& record = mRecords[mInFifo];
         if (real::write(mFifo, record.data(), record.size()) < 0) return;
