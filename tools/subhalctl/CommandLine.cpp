@@ -340,7 +340,7 @@ void addHub(CLI::App& app, Command& command) {
 
 /** It loads no library. */
 bool readsOnly(const CLI::App& verb) {
-    const std::string name = verb.get_name();
+    const std::string& name = verb.get_name();
     return name == "plot" || name == "export" || name == "compare";
 }
 

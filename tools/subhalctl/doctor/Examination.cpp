@@ -264,8 +264,9 @@ std::string Examination::similarName(const std::string& wanted) const {
     for (const auto& [name, device] : mIio) {
         const std::string known = name.substr(0, wanted.size());
         if (strcasecmp(known.c_str(), wanted.c_str()) != 0 && name != stem) continue;
-        return device + " is called \"" + name +
-               "\": compare it with the wake-up byte of the specification's record";
+        return formatted(
+            "%s is called \"%s\": compare it with the wake-up byte of the specification's record",
+            device.c_str(), name.c_str());
     }
     if (!mNameless.empty()) return "it may be " + mNameless + ", whose name is not known";
     return "the hub's driver has not registered it, or under another name";

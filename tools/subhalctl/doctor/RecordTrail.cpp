@@ -33,7 +33,9 @@ bool isPath(const FileCall& call, Kind kind, const std::string& path) {
 
 bool isSwitch(const FileCall& call, int32_t handle, bool on) {
     const std::string text = std::to_string(handle) + (on ? '1' : '0');
-    return isPath(call, Kind::kWrite, kEnablePath) && call.bytes.c_str() == text;
+    // A NUL ends it.
+    return isPath(call, Kind::kWrite, kEnablePath) &&
+           std::strcmp(call.bytes.c_str(), text.c_str()) == 0;
 }
 
 /** The last call that fits, or null. */

@@ -9,7 +9,6 @@
 
 namespace subhalctl {
 
-using simulator::HubServices;
 
 bool haveRoom() {
     std::string directory;

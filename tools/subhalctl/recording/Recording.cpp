@@ -320,7 +320,7 @@ class Loader {
         std::string buffer(kLongestLine, '\0');
         while (std::fgets(buffer.data(), static_cast<int>(buffer.size()), file) != nullptr) {
             ++mLine;
-            const std::string fault = line(buffer.c_str());
+            std::string fault = line(buffer.substr(0, buffer.find('\0')));
             if (!fault.empty()) return fault;
         }
         if (std::ferror(file) != 0) return std::strerror(errno);

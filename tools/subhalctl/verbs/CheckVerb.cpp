@@ -171,7 +171,7 @@ class Check {
         const std::vector<FileCall> calls = mProxy.takeCalls();
         return std::any_of(calls.begin(), calls.end(), [&](const FileCall& call) {
             return call.kind == FileCall::Kind::kWrite && call.path == kEnablePath &&
-                   text == call.bytes.c_str();  // a NUL ends it
+                   std::strcmp(call.bytes.c_str(), text.c_str()) == 0;  // a NUL ends it
         });
     }
 

@@ -205,7 +205,8 @@ class Replay {
                 const std::string& recorded = lane.recorded[i].parts[part];
                 const std::string& played = lane.played[i].parts[part];
                 if (recorded == played || recorded.empty() || played.empty()) continue;
-                return differ(lane.recorded[i].line, item + played + " instead of " + recorded);
+                return differ(lane.recorded[i].line, formatted("%s%s instead of %s", item.c_str(),
+                                                               played.c_str(), recorded.c_str()));
             }
         }
     }
