@@ -92,7 +92,7 @@ void SimulatedHub::buildDevice(const SensorSpec& spec) {
 
 SimulatedHub::Node& SimulatedHub::nodeAt(const std::string& path) {
     Node& node = mNodes[path];
-    node.path = path;
+    if (node.path.empty()) node.path = path;  // other threads read it without the lock
     return node;
 }
 
