@@ -402,7 +402,7 @@ ROWS = {
             out=r"accelerometer +[0-9]+ +100.000 +100.000 +(9[0-9]|100)(\.[0-9]+ +[0-9]+){3}\.[0-9]+"
                 r" +0 (.|\n)*pressure +[0-9]+ +50.000 +25.000 +2[0-9]\."),
         Row("watch 16 8 --count 6", env={"COLUMNS": "80"}, lines="^.{0,80}$",
-            out=r"\n   [0-9.]+      16    ( +\S+){4}\n {29}( +\S+){2}  rad/s\n(.|\n)*"
+            out=r"\n *[0-9.]+ +16    ( +\S+){4}\n {29}( +\S+){2}  rad/s\n(.|\n)*"
                 r"\nhandle  sensor +events  granted/Hz  measured/Hz +p99/ms  lost\n"),
         Row("watch --help", hub="", env={"COLUMNS": "80"}, lines="^.{0,80}$",
             out=r"--require(.|\n)*\n  --sim(.|\n)*\n  --quiet(.|\n)*\nExit codes: \S+ --help\n$"),

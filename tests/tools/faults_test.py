@@ -13,6 +13,8 @@ import subprocess
 import sys
 
 PROGRAM, LIBRARY, FAULTY = sys.argv[1:4]
+# The sanitizers' dlopen() does not look at the run path of the library that calls it.
+ENVIRONMENT = {**os.environ, "LD_LIBRARY_PATH": os.path.dirname(LIBRARY)}
 KNOWN = {"operation-mode", "longest-period", "flush", "flush-when-off", "direct-rate", "direct-stop",
          "injection-mode", "initialize-sensors"}
 DIRECT = [("direct-skips", 1, " 1 missed"), ("direct-repeats", 1, "stalled at record 9 of "),
@@ -55,7 +57,7 @@ def check(fault, sensors, *hub):
     done = subprocess.run(
         [PROGRAM, *(hub or HUB), "--library", FAULTY if fault else LIBRARY, "check", "--seconds", "0.3",
          "--format", "json", *sensors.split("+")], capture_output=True, text=True, timeout=90,
-        env={**os.environ, "SUBHAL_FAULT": fault})
+        env={**ENVIRONMENT, "SUBHAL_FAULT": fault})
     lines = [json.loads(line) for line in done.stdout.splitlines()]
     return done.returncode, lines[:-1], done.stdout + done.stderr  # without the summary
 
@@ -80,7 +82,7 @@ def direct(fault, code, says):
     done = subprocess.run(
         [PROGRAM, *HUB, "--quiet", "--library", FAULTY, "direct", "38", "--rate", "fast",
          "--seconds", "0.3", "--check"], capture_output=True, text=True, timeout=90,
-        env={**os.environ, "SUBHAL_FAULT": fault})
+        env={**ENVIRONMENT, "SUBHAL_FAULT": fault})
     if done.returncode == code and re.search(says, done.stdout):
         return ""
     return "%s: direct: exit code %d\n%s" % (fault, done.returncode, done.stdout + done.stderr)
