@@ -18,6 +18,10 @@ if(SENSORHUB_SANITIZE)
     endif()
     add_compile_options(-fsanitize=${SENSORHUB_SANITIZE} -fno-sanitize-recover=all
                         -fno-omit-frame-pointer -g)
+    if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
+        # Interposed functions of the C library have another type than their declaration.
+        add_compile_options(-fno-sanitize=function)
+    endif()
     add_link_options(-fsanitize=${SENSORHUB_SANITIZE})
     # The leak search takes a loaded library's block of thread-local variables for one of an older C
     # library when it lies 16 bytes behind a page's start, and ends with a signal.
