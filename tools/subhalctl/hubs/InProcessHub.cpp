@@ -9,7 +9,6 @@
 
 namespace subhalctl {
 
-
 bool haveRoom() {
     std::string directory;
     const int error = simulator::TempTree::tryOut(&directory);
