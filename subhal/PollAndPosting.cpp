@@ -37,7 +37,7 @@ std::chrono::milliseconds pauseAfter(size_t failures) {
 /**
  * The devices whose wake-ups consume nothing rest, each by itself: one that cannot be read costs
  * 100 wake-ups a second and no other sensor's time. While it rests, its poll entry carries the
- * descriptor negated, which poll() passes over.
+ * descriptor's complement, which poll() passes over, also for 0.
  */
 class Rests {
   public:
@@ -51,7 +51,7 @@ class Rests {
         for (size_t i = 0; i < mRests.size(); ++i) {
             if (!isResting(i)) continue;
             if (mRests[i].end <= now) {
-                mEntries[i].fd = -mEntries[i].fd;
+                mEntries[i].fd = ~mEntries[i].fd;
                 --mResting;
             } else {
                 next = std::min(next, mRests[i].end);
@@ -68,7 +68,7 @@ class Rests {
         const auto pause = pauseAfter(rest.idleWakeUps);
         if (pause == 0ms || isResting(i)) return;
         rest.end = Clock::now() + pause;
-        mEntries[i].fd = -mEntries[i].fd;
+        mEntries[i].fd = ~mEntries[i].fd;
         ++mResting;
     }
 
