@@ -34,9 +34,9 @@ int KernelHub::addDevice(int handle, const std::string& name, size_t recordSize)
     device.handle = handle;
     device.record_size = static_cast<uint32_t>(recordSize);
     std::strncpy(device.name, name.c_str(), sizeof(device.name) - 1);
-    if (ioctl(mFd, HUB_IOC_ADD, &device) < 0) return -errno;
-    mNumbers[handle] = device.number;
-    return device.number;
+    const int number = ioctl(mFd, HUB_IOC_ADD, &device);
+    if (number < 0) return -errno;
+    return mNumbers[handle] = number;
 }
 
 bool KernelHub::addSensors(const std::vector<SensorSpec>& sensors,

@@ -17,7 +17,7 @@ struct KernelRequest {
     hub_node node;
     int handle;         ///< -1 if there is none or it is unreadable
     int error;          ///< errno of the refusal, 0 if accepted
-    uint32_t number;    ///< of an ioctl; of a write to shub_file, the file position
+    uint32_t number;    ///< of an ioctl; of a write, the file position
     bool on;            ///< enable files and buffers
     std::string bytes;  ///< what was written, or the record passed to the ioctl
 };

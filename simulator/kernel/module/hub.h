@@ -18,22 +18,22 @@ void hub_requests_reset(void);
 ssize_t hub_requests_read(struct file *file, char __user *buffer, size_t size, loff_t *offset);
 __poll_t hub_requests_poll(struct file *file, poll_table *wait);
 
-/* hub_iio.c: the devices. All may sleep. */
+/* hub_iio.c: the devices. One call at a time, except of hub_iio_known(). All may sleep. */
 int hub_iio_init(void);
 void hub_iio_exit(void);
-int hub_iio_add(struct hub_device *device);
+/* The number of the new device. */
+int hub_iio_add(const struct hub_device *device);
 int hub_iio_remove(int handle);
 void hub_iio_remove_all(void);
 int hub_iio_push(const struct hub_records *records);
 int hub_iio_stream(const struct hub_stream *stream);
+void hub_iio_state(struct hub_state *state);
 
 /* A handle stays known after its device is unplugged, since the hub still takes requests. */
 bool hub_iio_known(int handle);
-void hub_iio_set_enabled(int handle, bool enabled);
-void hub_iio_set_rate(int handle, s64 period_ns, s64 latency_ns);
-void hub_iio_state(struct hub_state *state);
 
-/* hub_nodes.c: class files and character devices other than the control device. */
+/* hub_nodes.c: class files and character devices other than the control device. One call at a
+ * time. */
 int hub_nodes_init(void);
 void hub_nodes_exit(void);
 int hub_nodes_set_file(const struct hub_file *file);

@@ -7,9 +7,12 @@
 #include <linux/fs.h>
 #include <linux/miscdevice.h>
 #include <linux/module.h>
+#include <linux/mutex.h>
 #include <linux/uaccess.h>
 
 #include "hub.h"
+
+static DEFINE_MUTEX(control_lock); /* one call at a time */
 
 union control_argument {
 	s32 handle;
@@ -60,7 +63,9 @@ static long control_ioctl(struct file *file, unsigned int number, unsigned long 
 		return -ENOTTY;
 	if (copy_from_user(&argument, user, size))
 		return -EFAULT;
+	mutex_lock(&control_lock);
 	ret = control_call(number, &argument);
+	mutex_unlock(&control_lock);
 	if (ret >= 0 && (_IOC_DIR(number) & _IOC_READ) && copy_to_user(user, &argument, size))
 		return -EFAULT;
 	return ret;
@@ -83,6 +88,7 @@ static int __init hub_init(void)
 {
 	int ret;
 
+	hub_requests_reset();
 	ret = hub_iio_init();
 	if (ret)
 		return ret;
@@ -104,7 +110,6 @@ err_iio:
 static void __exit hub_exit(void)
 {
 	misc_deregister(&control);
-	hub_requests_reset();
 	hub_nodes_exit();
 	hub_iio_exit();
 }

@@ -11,7 +11,6 @@
 #include <linux/iio/kfifo_buf.h>
 #include <linux/minmax.h>
 #include <linux/module.h>
-#include <linux/mutex.h>
 #include <linux/slab.h>
 #include <linux/spinlock.h>
 #include <linux/uaccess.h>
@@ -29,7 +28,8 @@ struct hub_iio {
 	struct iio_dev *indio_dev;
 	struct iio_buffer *buffer;
 	struct iio_chan_spec *channels;
-	unsigned long *masks; /* all channels, and the empty mask that ends the list */
+	/* All channels, and the empty mask that ends the list. */
+	unsigned long masks[2 * BITS_TO_LONGS(HUB_MAX_RECORD)];
 	unsigned int masklength;
 	unsigned int record_size;
 	int handle;
@@ -48,14 +48,8 @@ struct hub_iio {
 	u8 template[HUB_MAX_RECORD];
 };
 
-struct hub_sensor {
-	bool known;
-	struct hub_iio *iio;
-	struct hub_state state; /* without the device's part */
-};
-
-static DEFINE_MUTEX(sensors_lock); /* guards the table; taken before a device's own locks */
-static struct hub_sensor sensors[HUB_HANDLES];
+static struct hub_iio *devices[HUB_HANDLES];
+static DECLARE_BITMAP(known, HUB_HANDLES);
 static struct device *parent;
 
 /* Called with the device's lock held. */
@@ -90,51 +84,38 @@ static enum hrtimer_restart hub_iio_tick(struct hrtimer *timer)
 	return again;
 }
 
-static void keep_buffer_request(struct hub_iio *iio, bool on, int error)
+static int switch_buffer(struct iio_dev *indio_dev, bool on)
 {
+	struct hub_iio *iio = iio_priv(indio_dev);
+	int ret = on ? hub_take_fault(HUB_NODE_BUFFER, iio->handle) : 0;
 	struct hub_request request = {
 		.node = HUB_NODE_BUFFER,
 		.handle = iio->handle,
-		.error = -error,
+		.error = -ret,
 		.flag = on,
 	};
 
+	if (!ret) {
+		spin_lock_irq(&iio->lock);
+		iio->buffer_on = on;
+		spin_unlock_irq(&iio->lock);
+	}
 	hub_keep(&request, NULL);
-}
-
-static void switch_buffer(struct hub_iio *iio, bool on)
-{
-	spin_lock_irq(&iio->lock);
-	iio->buffer_on = on;
-	spin_unlock_irq(&iio->lock);
-	keep_buffer_request(iio, on, 0);
-}
-
-static int hub_iio_preenable(struct iio_dev *indio_dev)
-{
-	struct hub_iio *iio = iio_priv(indio_dev);
-	int ret = hub_take_fault(HUB_NODE_BUFFER, iio->handle);
-
-	if (ret)
-		keep_buffer_request(iio, true, ret);
 	return ret;
 }
 
 static int hub_iio_postenable(struct iio_dev *indio_dev)
 {
-	switch_buffer(iio_priv(indio_dev), true);
-	return 0;
+	return switch_buffer(indio_dev, true);
 }
 
 /* After this the core removes the buffer from its list, so that nothing may be pushed any more. */
 static int hub_iio_predisable(struct iio_dev *indio_dev)
 {
-	switch_buffer(iio_priv(indio_dev), false);
-	return 0;
+	return switch_buffer(indio_dev, false);
 }
 
 static const struct iio_buffer_setup_ops hub_iio_setup_ops = {
-	.preenable = hub_iio_preenable,
 	.postenable = hub_iio_postenable,
 	.predisable = hub_iio_predisable,
 };
@@ -151,8 +132,7 @@ static int make_channels(struct hub_iio *iio)
 		width /= 2;
 	iio->masklength = iio->record_size / width;
 	iio->channels = kcalloc(iio->masklength, sizeof(*iio->channels), GFP_KERNEL);
-	iio->masks = kcalloc(2 * BITS_TO_LONGS(iio->masklength), sizeof(long), GFP_KERNEL);
-	if (!iio->channels || !iio->masks)
+	if (!iio->channels)
 		return -ENOMEM;
 	bitmap_fill(iio->masks, iio->masklength);
 	for (i = 0; i < iio->masklength; i++) {
@@ -174,7 +154,6 @@ static void free_iio(struct hub_iio *iio)
 {
 	if (iio->buffer)
 		iio_kfifo_free(iio->buffer);
-	kfree(iio->masks);
 	kfree(iio->channels);
 	iio_device_free(iio->indio_dev);
 }
@@ -211,10 +190,7 @@ static struct hub_iio *make_iio(const struct hub_device *device)
 	ret = -ENOMEM;
 	if (!iio->buffer)
 		goto err;
-	ret = iio_device_attach_buffer(indio_dev, iio->buffer);
-	if (ret)
-		goto err;
-	ret = iio_device_register(indio_dev);
+	ret = iio_device_attach_buffer(indio_dev, iio->buffer) ?: iio_device_register(indio_dev);
 	if (ret)
 		goto err;
 	bitmap_fill((unsigned long *)iio->buffer->scan_mask, iio->masklength);
@@ -225,52 +201,33 @@ err:
 	return ERR_PTR(ret);
 }
 
-static struct hub_sensor *sensor_of(int handle)
-{
-	return handle >= 0 && handle < HUB_HANDLES ? &sensors[handle] : NULL;
-}
-
 static struct hub_iio *device_of(int handle)
 {
-	struct hub_sensor *sensor = sensor_of(handle);
-
-	return sensor ? sensor->iio : NULL;
+	return handle >= 0 && handle < HUB_HANDLES ? devices[handle] : NULL;
 }
 
-int hub_iio_add(struct hub_device *device)
+int hub_iio_add(const struct hub_device *device)
 {
-	struct hub_sensor *sensor = sensor_of(device->handle);
 	struct hub_iio *iio;
-	int ret = 0;
 
-	if (!sensor || !device->record_size || device->record_size > HUB_MAX_RECORD)
+	if (device->handle < 0 || device->handle >= HUB_HANDLES || !device->record_size ||
+	    device->record_size > HUB_MAX_RECORD)
 		return -EINVAL;
-	mutex_lock(&sensors_lock);
-	if (sensor->iio) {
-		ret = -EEXIST;
-		goto out;
-	}
+	if (devices[device->handle])
+		return -EEXIST;
 	iio = make_iio(device);
-	if (IS_ERR(iio)) {
-		ret = PTR_ERR(iio);
-		goto out;
-	}
-	sensor->iio = iio;
-	sensor->known = true;
-	sensor->state.handle = device->handle;
-	if (sscanf(dev_name(&iio->indio_dev->dev), "iio:device%d", &device->number) != 1)
-		device->number = -1;
-out:
-	mutex_unlock(&sensors_lock);
-	return ret;
+	if (IS_ERR(iio))
+		return PTR_ERR(iio);
+	devices[device->handle] = iio;
+	set_bit(device->handle, known);
+	return iio_device_id(iio->indio_dev);
 }
 
+/* After this, a tick that was running has ended, too. */
 static void stop_stream(struct hub_iio *iio)
 {
-	spin_lock_irq(&iio->lock);
-	iio->streaming = 0;
-	spin_unlock_irq(&iio->lock);
 	hrtimer_cancel(&iio->timer);
+	iio->streaming = 0;
 }
 
 static void unplug(struct hub_iio *iio)
@@ -282,83 +239,63 @@ static void unplug(struct hub_iio *iio)
 
 int hub_iio_remove(int handle)
 {
-	struct hub_iio *iio;
+	struct hub_iio *iio = device_of(handle);
 
-	mutex_lock(&sensors_lock);
-	iio = device_of(handle);
-	if (iio) {
-		unplug(iio);
-		sensors[handle].iio = NULL;
-	}
-	mutex_unlock(&sensors_lock);
-	return iio ? 0 : -ENODEV;
+	if (!iio)
+		return -ENODEV;
+	unplug(iio);
+	devices[handle] = NULL;
+	return 0;
 }
 
 void hub_iio_remove_all(void)
 {
 	int handle;
 
-	mutex_lock(&sensors_lock);
-	for (handle = 0; handle < HUB_HANDLES; handle++) {
-		if (sensors[handle].iio)
-			unplug(sensors[handle].iio);
-	}
-	memset(sensors, 0, sizeof(sensors));
-	mutex_unlock(&sensors_lock);
+	for (handle = 0; handle < HUB_HANDLES; handle++)
+		hub_iio_remove(handle);
+	bitmap_zero(known, HUB_HANDLES);
 }
 
 int hub_iio_push(const struct hub_records *records)
 {
-	struct hub_iio *iio;
-	int ret = -ENODEV;
+	struct hub_iio *iio = device_of(records->handle);
+	int taken = 0;
 	unsigned int i;
 	void *bytes;
 
-	mutex_lock(&sensors_lock);
-	iio = device_of(records->handle);
 	if (!iio)
-		goto out;
-	ret = -EINVAL;
+		return -ENODEV;
 	if (records->count > MAX_PUSH / iio->record_size)
-		goto out;
+		return -EINVAL;
 	bytes = vmemdup_user(u64_to_user_ptr(records->data),
 			     (size_t)iio->record_size * records->count);
-	ret = PTR_ERR_OR_ZERO(bytes);
-	if (ret)
-		goto out;
+	if (IS_ERR(bytes))
+		return PTR_ERR(bytes);
 	for (i = 0; i < records->count; i++) {
 		spin_lock_irq(&iio->lock);
-		ret += push_locked(iio, bytes + i * iio->record_size);
+		taken += push_locked(iio, bytes + i * iio->record_size);
 		spin_unlock_irq(&iio->lock);
 	}
 	kvfree(bytes);
-out:
-	mutex_unlock(&sensors_lock);
-	return ret;
+	return taken;
 }
 
 int hub_iio_stream(const struct hub_stream *stream)
 {
-	struct hub_iio *iio;
-	int ret = -ENODEV;
+	struct hub_iio *iio = device_of(stream->handle);
 
-	mutex_lock(&sensors_lock);
-	iio = device_of(stream->handle);
 	if (!iio)
-		goto out;
+		return -ENODEV;
 	stop_stream(iio);
-	ret = 0;
 	if (!stream->count)
-		goto out;
-	ret = -EINVAL;
+		return 0;
 	if (stream->period_ns < MIN_PERIOD_NS || stream->period_ns > KTIME_MAX ||
 	    !stream->per_tick || iio->record_size < sizeof(u64) ||
 	    stream->stamp_offset > iio->record_size - sizeof(u64))
-		goto out;
-	ret = -EFAULT;
+		return -EINVAL;
 	if (copy_from_user(iio->template, u64_to_user_ptr(stream->data), iio->record_size))
-		goto out;
-	ret = 0;
+		return -EFAULT;
 	iio->period = ns_to_ktime(stream->period_ns);
 	iio->per_tick = stream->per_tick;
 	iio->stamp_offset = stream->stamp_offset;
@@ -367,57 +304,28 @@ int hub_iio_stream(const struct hub_stream *stream)
 	iio->refused = 0;
 	iio->streaming = stream->count;
 	hrtimer_start(&iio->timer, iio->period, HRTIMER_MODE_REL);
-out:
-	mutex_unlock(&sensors_lock);
-	return ret;
-}
-
-bool hub_iio_known(int handle)
-{
-	struct hub_sensor *sensor = sensor_of(handle);
-	bool known;
-
-	mutex_lock(&sensors_lock);
-	known = sensor && sensor->known;
-	mutex_unlock(&sensors_lock);
-	return known;
-}
-
-void hub_iio_set_enabled(int handle, bool enabled)
-{
-	mutex_lock(&sensors_lock);
-	sensors[handle].state.enabled = enabled;
-	mutex_unlock(&sensors_lock);
-}
-
-void hub_iio_set_rate(int handle, s64 period_ns, s64 latency_ns)
-{
-	mutex_lock(&sensors_lock);
-	sensors[handle].state.period_ns = period_ns;
-	sensors[handle].state.latency_ns = latency_ns;
-	mutex_unlock(&sensors_lock);
+	return 0;
 }
 
 void hub_iio_state(struct hub_state *state)
 {
-	struct hub_sensor *sensor = sensor_of(state->handle);
-	struct hub_iio *iio = NULL;
+	struct hub_iio *iio = device_of(state->handle);
 
-	mutex_lock(&sensors_lock);
 	memset(state, 0, sizeof(*state));
-	if (sensor) {
-		*state = sensor->state;
-		iio = sensor->iio;
-	}
-	if (iio) {
-		spin_lock_irq(&iio->lock);
-		state->buffer_enabled = iio->buffer_on;
-		state->taken = iio->taken;
-		state->refused = iio->refused;
-		state->streaming = iio->streaming;
-		spin_unlock_irq(&iio->lock);
-	}
-	mutex_unlock(&sensors_lock);
+	if (!iio)
+		return;
+	spin_lock_irq(&iio->lock);
+	state->handle = iio->handle;
+	state->buffer_enabled = iio->buffer_on;
+	state->taken = iio->taken;
+	state->refused = iio->refused;
+	state->streaming = iio->streaming;
+	spin_unlock_irq(&iio->lock);
+}
+
+bool hub_iio_known(int handle)
+{
+	return handle >= 0 && handle < HUB_HANDLES && test_bit(handle, known);
 }
 
 int hub_iio_init(void)

@@ -1,52 +1,38 @@
 // SPDX-License-Identifier: GPL-2.0
 /* The requests to the hub, kept for readers of the control device, and the calls that fail. */
 #include <linux/fs.h>
-#include <linux/list.h>
+#include <linux/kfifo.h>
 #include <linux/module.h>
 #include <linux/mutex.h>
 #include <linux/poll.h>
-#include <linux/slab.h>
 #include <linux/uaccess.h>
 #include <linux/wait.h>
 
 #include "hub.h"
 
-#define MAX_KEPT 65536
 #define MAX_FAULTS 16
+#define KEPT_BYTES (4 * 1024 * 1024)
 
-struct kept_request {
-	struct list_head list;
-	struct hub_request request;
-	u8 bytes[];
-};
-
-static DEFINE_MUTEX(kept_lock); /* guards the three below */
-static LIST_HEAD(kept);
-static unsigned int kept_count;
+static DEFINE_MUTEX(requests_lock); /* guards all below */
+/* Each record is a request and its bytes. */
+static STRUCT_KFIFO_REC_2(KEPT_BYTES) kept;
 static bool kept_lost;
-static DECLARE_WAIT_QUEUE_HEAD(kept_changed);
+static struct {
+	struct hub_request head;
+	u8 bytes[HUB_MAX_FILE];
+} entry;				    /* being kept */
+static struct hub_fault faults[MAX_FAULTS]; /* count 0: free */
 
-static DEFINE_MUTEX(faults_lock);
-static struct hub_fault faults[MAX_FAULTS]; /* guarded by faults_lock; count 0: free */
+static DECLARE_WAIT_QUEUE_HEAD(kept_changed);
 
 void hub_keep(const struct hub_request *request, const void *bytes)
 {
-	size_t size = bytes ? request->size : 0;
-	struct kept_request *entry = kzalloc(struct_size(entry, bytes, size), GFP_KERNEL);
-
-	mutex_lock(&kept_lock);
-	if (!entry || kept_count >= MAX_KEPT) {
+	mutex_lock(&requests_lock);
+	entry.head = *request;
+	memcpy(entry.bytes, bytes, request->size);
+	if (!kfifo_in(&kept, (u8 *)&entry, sizeof(entry.head) + request->size))
 		kept_lost = true;
-		kfree(entry);
-	} else {
-		entry->request = *request;
-		entry->request.size = size;
-		if (size)
-			memcpy(entry->bytes, bytes, size);
-		list_add_tail(&entry->list, &kept);
-		kept_count++;
-	}
-	mutex_unlock(&kept_lock);
+	mutex_unlock(&requests_lock);
 	wake_up_interruptible(&kept_changed);
 }
 
@@ -55,7 +41,7 @@ int hub_take_fault(enum hub_node node, int handle)
 	int error = 0;
 	int i;
 
-	mutex_lock(&faults_lock);
+	mutex_lock(&requests_lock);
 	for (i = 0; i < MAX_FAULTS && !error; i++) {
 		struct hub_fault *fault = &faults[i];
 
@@ -70,7 +56,7 @@ int hub_take_fault(enum hub_node node, int handle)
 		fault->count--;
 		error = -fault->error;
 	}
-	mutex_unlock(&faults_lock);
+	mutex_unlock(&requests_lock);
 	return error;
 }
 
@@ -81,61 +67,44 @@ int hub_add_fault(const struct hub_fault *fault)
 	if (fault->node >= HUB_NODES || fault->error <= 0 || fault->error > MAX_ERRNO ||
 	    !fault->count)
 		return -EINVAL;
-	mutex_lock(&faults_lock);
+	mutex_lock(&requests_lock);
 	for (i = 0; i < MAX_FAULTS && faults[i].count; i++)
 		;
 	if (i < MAX_FAULTS)
 		faults[i] = *fault;
-	mutex_unlock(&faults_lock);
+	mutex_unlock(&requests_lock);
 	return i < MAX_FAULTS ? 0 : -ENOSPC;
 }
 
 void hub_requests_reset(void)
 {
-	struct kept_request *entry, *next;
-
-	mutex_lock(&faults_lock);
+	mutex_lock(&requests_lock);
 	memset(faults, 0, sizeof(faults));
-	mutex_unlock(&faults_lock);
-
-	mutex_lock(&kept_lock);
-	list_for_each_entry_safe(entry, next, &kept, list)
-		kfree(entry);
-	INIT_LIST_HEAD(&kept);
-	kept_count = 0;
+	INIT_KFIFO(kept);
 	kept_lost = false;
-	mutex_unlock(&kept_lock);
+	mutex_unlock(&requests_lock);
 }
 
 ssize_t hub_requests_read(struct file *file, char __user *buffer, size_t size, loff_t *offset)
 {
-	struct kept_request *entry;
-	ssize_t result;
+	unsigned int copied = 0;
+	int ret;
 
-	mutex_lock(&kept_lock);
-	entry = list_first_entry_or_null(&kept, struct kept_request, list);
-	if (!entry) {
-		result = kept_lost ? -EOVERFLOW : -EAGAIN;
+	mutex_lock(&requests_lock);
+	if (kfifo_is_empty(&kept)) {
+		ret = kept_lost ? -EOVERFLOW : -EAGAIN;
 		kept_lost = false;
-	} else if (size < sizeof(entry->request) + entry->request.size) {
-		result = -EINVAL;
+	} else if (size < kfifo_peek_len(&kept)) {
+		ret = -EINVAL;
 	} else {
-		result = sizeof(entry->request) + entry->request.size;
-		list_del(&entry->list);
-		kept_count--;
+		ret = kfifo_to_user(&kept, buffer, size, &copied);
 	}
-	mutex_unlock(&kept_lock);
-	if (result < 0)
-		return result;
-	if (copy_to_user(buffer, &entry->request, sizeof(entry->request)) ||
-	    copy_to_user(buffer + sizeof(entry->request), entry->bytes, entry->request.size))
-		result = -EFAULT;
-	kfree(entry);
-	return result;
+	mutex_unlock(&requests_lock);
+	return ret ?: (ssize_t)copied;
 }
 
 __poll_t hub_requests_poll(struct file *file, poll_table *wait)
 {
 	poll_wait(file, &kept_changed, wait);
-	return READ_ONCE(kept_count) || READ_ONCE(kept_lost) ? EPOLLIN | EPOLLRDNORM : 0;
+	return !kfifo_is_empty(&kept) || READ_ONCE(kept_lost) ? EPOLLIN | EPOLLRDNORM : 0;
 }

@@ -19,31 +19,31 @@
 #define HUB_MAX_RECORD 512
 #define HUB_MAX_FILE 4096
 
-/* The target of a request, a fault or a file's content. */
+/* The target of a request, a fault or a file's content. A fault fails reads and writes alike. */
 enum hub_node {
 	HUB_NODE_ENABLE,	 /* sysfs enable */
 	HUB_NODE_FLUSH,		 /* sysfs hbx_flush */
+	HUB_NODE_REAR_ENABLE,	 /* als_rear/als_enable */
+	HUB_NODE_BUFFER,	 /* a device's buffer being switched; its faults refuse "on" */
 	HUB_NODE_BATCH,		 /* /dev/batch_io */
 	HUB_NODE_SHUB_INJECTION, /* /dev/shub_data_injection */
 	HUB_NODE_HBX_INJECTION,	 /* /dev/hbx_data_injection */
 	HUB_NODE_MESSAGE,	 /* /dev/hbx_sensorhub */
-	HUB_NODE_FILE_MANAGER,	 /* sysfs shub_file; has a content */
-	HUB_NODE_REAR_ENABLE,	 /* als_rear/als_enable */
-	HUB_NODE_REAR_DATA,	 /* als_rear/als_data; has a content, reads can fail */
-	HUB_NODE_SPEC,		 /* sysfs sensor_spec; has a content, reads can fail */
-	HUB_NODE_CONTEXT_LIST,	 /* sysfs qcontext_list; likewise */
-	HUB_NODE_DUMP,		 /* sysfs shub_dump; likewise */
-	HUB_NODE_BUFFER,	 /* a device's buffer being switched; its faults refuse "on" */
+	HUB_FIRST_CONTENT,	 /* all that follow have a content */
+	HUB_NODE_FILE_MANAGER = HUB_FIRST_CONTENT, /* sysfs shub_file */
+	HUB_NODE_REAR_DATA,			   /* als_rear/als_data */
+	HUB_NODE_SPEC,				   /* sysfs sensor_spec */
+	HUB_NODE_CONTEXT_LIST,			   /* sysfs qcontext_list */
+	HUB_NODE_DUMP,				   /* sysfs shub_dump */
+	HUB_NODE_NFC_COVER,			   /* nfc_cover_status */
 	HUB_NODES
 };
 
-/* One IIO device. Its number is filled in. */
+/* One IIO device. The ioctl's result is its number. */
 struct hub_device {
 	__s32 handle;
 	__u32 record_size;
 	char name[HUB_NAME_SIZE];
-	__s32 number;
-	__u32 reserved;
 };
 
 /* Consecutive records. The ioctl's result is how many the device's buffer took. */
@@ -69,11 +69,7 @@ struct hub_stream {
 
 struct hub_state {
 	__s32 handle;
-	__s32 enabled;
 	__s32 buffer_enabled;
-	__u32 reserved;
-	__s64 period_ns;
-	__s64 latency_ns;
 	__u64 taken;	 /* records that the buffer took since a stream was last begun */
 	__u64 refused;	 /* records lost since then because it was full or off */
 	__u64 streaming; /* records that a stream has yet to send */
@@ -99,13 +95,13 @@ struct hub_request {
 	__u32 node;
 	__s32 handle; /* -1: none, or unreadable */
 	__s32 error;  /* errno of the refusal, 0 if accepted */
-	__u32 number; /* of an ioctl */
-	__u32 flag;   /* HUB_NODE_BUFFER: on or off */
+	__u32 number; /* of an ioctl; of a write, the file position */
+	__u32 flag;   /* of the enable files and HUB_NODE_BUFFER: on or off */
 	__u32 size;   /* bytes that follow */
 };
 
 #define HUB_IOC_RESET _IO('H', 0) /* no devices, contents, faults, requests */
-#define HUB_IOC_ADD _IOWR('H', 1, struct hub_device)
+#define HUB_IOC_ADD _IOW('H', 1, struct hub_device)
 #define HUB_IOC_REMOVE _IOW('H', 2, __s32) /* unplugs the device of a handle */
 #define HUB_IOC_PUSH _IOW('H', 3, struct hub_records)
 #define HUB_IOC_STREAM _IOW('H', 4, struct hub_stream)
