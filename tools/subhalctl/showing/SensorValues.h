@@ -38,7 +38,7 @@ struct Value {
 /** What a data event says. */
 struct Reading {
     std::vector<Value> values;
-    const char* accuracy;  ///< "high" and so on, empty for a type that tells none
+    const char* accuracy;  ///< "high" and so on, empty for a type without one
     const char* meaning;   ///< of the first value, empty when it has no name
 };
 
