@@ -36,15 +36,6 @@ ssize_t readText(int fd, const std::string& text, void* buffer, size_t size) {
 
 }  // namespace
 
-std::string SimulatedHub::realPath(const std::string& path) const {
-    return mTree.real(path);
-}
-
-int SimulatedHub::enterDirectory(const std::string& path) {
-    std::lock_guard<std::mutex> lock(mMutex);
-    return mFaults.next(Call::kOpen, path);
-}
-
 SimulatedHub::Visit SimulatedHub::visit(Call call, void* node) {
     std::lock_guard<std::mutex> lock(mMutex);
     const Node& visited = *static_cast<Node*>(node);
@@ -127,10 +118,8 @@ ssize_t SimulatedHub::write(void* node, int fd, const void* buffer, size_t size)
     const Visit visited = visit(Call::kWrite, node);
     const bool attribute = isAttribute(visited.node.path);
     if (attribute) size = std::min(size, kSysfsPage);
-    const std::string bytes(static_cast<const char*>(buffer), size);
-    Request request;
-    request.bytes = bytes;
-    if (visited.node.parse != nullptr) request = visited.node.parse(bytes);
+    Request request = parseWrite(visited.node.takes.value_or(Request::Kind::kWrite),
+                                 {static_cast<const char*>(buffer), size});
     if (visited.node.device != nullptr) request.handle = visited.node.device->handle();
     request.path = visited.node.path;
     request.access = fcntl(fd, F_GETFL) & O_ACCMODE;
@@ -145,7 +134,7 @@ ssize_t SimulatedHub::write(void* node, int fd, const void* buffer, size_t size)
     } else if (visited.handler != nullptr && visited.handler->onWrite) {
         result = visited.handler->onWrite(request.bytes);
         request.error = result < 0 ? static_cast<int>(-result) : 0;
-    } else if (visited.node.parse == nullptr) {
+    } else if (!visited.node.takes) {
         result = real::write(fd, buffer, size);
         request.error = result < 0 ? errno : 0;
     } else if (request.error == 0) {
@@ -231,8 +220,8 @@ int SimulatedHub::close(void* node) {
 }
 
 int SimulatedHub::enterPoll() {
-    std::lock_guard<std::mutex> lock(mMutex);
     if (const int error = mFaults.next(Call::kPoll, "")) return error;
+    std::lock_guard<std::mutex> lock(mMutex);
     ++mPolling;
     mChanged.notify_all();
     return 0;

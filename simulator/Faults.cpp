@@ -3,6 +3,7 @@
 namespace simulator {
 
 int Faults::next(Call call, const std::string& path) {
+    const std::lock_guard<std::mutex> lock(mMutex);
     int error = 0;
     for (Fault& fault : mFaults) {
         if (fault.call != call || fault.path != path) continue;

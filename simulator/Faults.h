@@ -1,5 +1,6 @@
 #pragma once
 
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -7,20 +8,24 @@ namespace simulator {
 
 enum class Call { kOpen, kRead, kWrite, kIoctl, kClose, kPoll };
 
-/** Calls that are to fail. Not thread-safe. */
+/** Calls that are to fail. */
 class Faults {
   public:
     static constexpr int kForever = -1;
 
     /** From the nth matching call on, `count` calls fail with `error`. */
     void add(Call call, const std::string& path, int error, int nth, int count) {
+        const std::lock_guard<std::mutex> lock(mMutex);
         mFaults.push_back({call, path, error, nth - 1, count});
     }
 
     /** Counts one call; the errno with which it is to fail, or 0. */
     int next(Call call, const std::string& path);
 
-    void clear() { mFaults.clear(); }
+    void clear() {
+        const std::lock_guard<std::mutex> lock(mMutex);
+        mFaults.clear();
+    }
 
   private:
     struct Fault {
@@ -31,7 +36,8 @@ class Faults {
         int remaining;  ///< calls that still fail, or kForever
     };
 
-    std::vector<Fault> mFaults;
+    std::mutex mMutex;
+    std::vector<Fault> mFaults;  // guarded by mMutex
 };
 
 }  // namespace simulator

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include "simulator/signals/Signals.h"
-
 namespace simulator {
 namespace {
 

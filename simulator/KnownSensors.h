@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "simulator/SensorSpec.h"
-#include "simulator/signals/SignalFunction.h"
+#include "simulator/signals/Signals.h"
 
 namespace simulator {
 

@@ -28,10 +28,9 @@ bool endsWith(const std::string& text, const std::string& suffix) {
 }
 
 std::string withoutRepeatedSlashes(const char* path) {
-    std::string result;
-    for (const char* c = path; *c != '\0'; ++c) {
-        if (*c != '/' || result.empty() || result.back() != '/') result.push_back(*c);
-    }
+    std::string result = path;
+    const auto areSlashes = [](char a, char b) { return a == '/' && b == '/'; };
+    result.erase(std::unique(result.begin(), result.end(), areSlashes), result.end());
     return result;
 }
 

@@ -64,7 +64,6 @@ void SignalGenerator::setEnabled(int handle, bool enabled) {
     stream->held.clear();
     stream->lastData.reset();
     stream->nextSampleNs = bootTimeNs();
-    mWoken = true;
     mChanged.notify_all();
 }
 
@@ -75,7 +74,6 @@ void SignalGenerator::setRate(int handle, int64_t periodNs, int64_t latencyNs) {
     stream->periodNs = periodNs;
     stream->latencyNs = latencyNs;
     stream->nextSampleNs = std::min(stream->nextSampleNs, later(bootTimeNs(), stream->period()));
-    mWoken = true;
     mChanged.notify_all();
 }
 
@@ -95,13 +93,12 @@ SignalGenerator::Stream* SignalGenerator::find(int handle) {
 void SignalGenerator::run() {
     std::unique_lock<std::mutex> lock(mMutex);
     while (!mStop) {
-        mWoken = false;
         const int64_t now = bootTimeNs();
         int64_t next = now + int64_t{3600} * 1000 * kMillisecond;
         for (auto& entry : mStreams)
             next = std::min(next, serve(entry.second, now));
         const int64_t wait = std::max<int64_t>(next - bootTimeNs(), 0);
-        mChanged.wait_for(lock, std::chrono::nanoseconds(wait), [this] { return mStop || mWoken; });
+        mChanged.wait_for(lock, std::chrono::nanoseconds(wait));
     }
 }
 

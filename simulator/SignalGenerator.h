@@ -65,7 +65,6 @@ class SignalGenerator {
     std::condition_variable mChanged;
     std::map<int, Stream> mStreams;  // guarded by mMutex
     bool mStop = false;              // guarded by mMutex
-    bool mWoken = false;             // guarded by mMutex: a stream has changed
     std::thread mThread;             // last, so that it starts last
 };
 

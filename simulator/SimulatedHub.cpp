@@ -6,12 +6,12 @@
 #include <iterator>
 #include <utility>
 
-#include "simulator/NodePaths.h"
-#include "simulator/RequestParser.h"
 #include "simulator/SignalGenerator.h"
 
 namespace simulator {
 namespace {
+
+using Kind = Request::Kind;
 
 [[noreturn]] void fail(const std::string& message) {
     std::fprintf(stderr, "simulator: %s\n", message.c_str());
@@ -22,11 +22,11 @@ namespace {
 
 SimulatedHub::SimulatedHub(const Options& options) {
     buildDevices(options);
-    createNode(kEnablePath).parse = parseEnable;
-    createNode(kFlushPath).parse = parseFlush;
-    createNode(kBatchPath).parse = parseRefused;
-    createNode(kShubInjectionPath).parse = parseInjection;
-    createNode(kHbxInjectionPath).parse = parseInjection;
+    createNode(kEnablePath).takes = Kind::kEnable;
+    createNode(kFlushPath).takes = Kind::kFlush;
+    createNode(kBatchPath).takes = Kind::kWrite;
+    createNode(kShubInjectionPath).takes = Kind::kInjection;
+    createNode(kHbxInjectionPath).takes = Kind::kInjection;
     mTree.makeDirectory(kDataDirectory);
     if (options.generateSignals) {
         mGenerator = std::make_unique<SignalGenerator>(
@@ -72,21 +72,21 @@ void SimulatedHub::buildDevice(const SensorSpec& spec) {
     IioDevice* device = find(spec.handle);
 
     mTree.write(device->attributePath("name"), iioNameOf(*known, spec.wakeUp) + "\n");
-    const auto describe = [&](const std::string& path, auto parse, auto text) {
+    const auto describe = [&](const std::string& path, Kind takes, auto text) {
         Node& node = createNode(path);
         node.device = device;
-        node.parse = parse;
+        node.takes = takes;
         node.text = text;
     };
-    const auto attribute = [&](const char* name, auto parse, auto text) {
-        describe(device->attributePath(name), parse, text);
+    const auto attribute = [&](const char* name, Kind takes, auto text) {
+        describe(device->attributePath(name), takes, text);
     };
-    attribute("buffer/length", parseBufferLength, &IioDevice::lengthText);
-    attribute("buffer/watermark", parseBufferWatermark, &IioDevice::watermarkText);
-    attribute("buffer/enable", parseBufferEnable, &IioDevice::bufferEnabledText);
-    attribute("buffer/data_available", parseRefused, &IioDevice::dataAvailableText);
+    attribute("buffer/length", Kind::kBufferLength, &IioDevice::lengthText);
+    attribute("buffer/watermark", Kind::kBufferWatermark, &IioDevice::watermarkText);
+    attribute("buffer/enable", Kind::kBufferEnable, &IioDevice::bufferEnabledText);
+    attribute("buffer/data_available", Kind::kWrite, &IioDevice::dataAvailableText);
     mTree.makeFifo(device->devicePath());
-    describe(device->devicePath(), parseRefused, nullptr);
+    describe(device->devicePath(), Kind::kWrite, nullptr);
     if (!device->attach(mTree.real(device->devicePath()))) fail("cannot open a FIFO");
 }
 
@@ -188,23 +188,9 @@ bool SimulatedHub::waitForRequest(const std::function<bool(const Request&)>& pre
     });
 }
 
-void SimulatedHub::setRawSpec(const std::string& bytes) {
-    setFile(kSpecPath, bytes);
-}
-
 void SimulatedHub::setHandler(const std::string& path, NodeHandler handler) {
     std::lock_guard<std::mutex> lock(mMutex);
     createNode(path).handler = std::make_shared<const NodeHandler>(std::move(handler));
-}
-
-void SimulatedHub::addFault(Call call, const std::string& path, int error, int nth, int count) {
-    std::lock_guard<std::mutex> lock(mMutex);
-    mFaults.add(call, path, error, nth, count);
-}
-
-void SimulatedHub::clearFaults() {
-    std::lock_guard<std::mutex> lock(mMutex);
-    mFaults.clear();
 }
 
 void SimulatedHub::cutNextRecord(int handle, size_t bytes) {

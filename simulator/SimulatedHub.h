@@ -19,6 +19,7 @@
 #include "simulator/FileTap.h"
 #include "simulator/IioDevice.h"
 #include "simulator/NodeHandler.h"
+#include "simulator/NodePaths.h"
 #include "simulator/Request.h"
 #include "simulator/TempTree.h"
 
@@ -115,7 +116,7 @@ class SimulatedHub : private TappedFiles {
     }
 
     /** Replaces the specification file by raw bytes; the devices stay. */
-    void setRawSpec(const std::string& bytes);
+    void setRawSpec(const std::string& bytes) { setFile(kSpecPath, bytes); }
 
     /** Installs a handler for a node, which is created if it does not exist. A handler's function
      *  replaces the driver's. */
@@ -128,31 +129,31 @@ class SimulatedHub : private TappedFiles {
 
     /** Of a file, or of a directory named as the library names it. */
     void failOpen(const std::string& path, int error, int nth = 1, int count = 1) {
-        addFault(Call::kOpen, path, error, nth, count);
+        mFaults.add(Call::kOpen, path, error, nth, count);
     }
     void failRead(const std::string& path, int error, int nth = 1, int count = 1) {
-        addFault(Call::kRead, path, error, nth, count);
+        mFaults.add(Call::kRead, path, error, nth, count);
     }
     /** Reads of the sensor's record device; the record stays queued. */
     void failRead(int handle, int error, int nth = 1, int count = 1) {
-        addFault(Call::kRead, devicePath(handle), error, nth, count);
+        mFaults.add(Call::kRead, devicePath(handle), error, nth, count);
     }
     void failWrite(const std::string& path, int error, int nth = 1, int count = 1) {
-        addFault(Call::kWrite, path, error, nth, count);
+        mFaults.add(Call::kWrite, path, error, nth, count);
     }
     void failIoctl(const std::string& path, int error, int nth = 1, int count = 1) {
-        addFault(Call::kIoctl, path, error, nth, count);
+        mFaults.add(Call::kIoctl, path, error, nth, count);
     }
     /** The descriptor is closed all the same. */
     void failClose(const std::string& path, int error, int nth = 1, int count = 1) {
-        addFault(Call::kClose, path, error, nth, count);
+        mFaults.add(Call::kClose, path, error, nth, count);
     }
     /** poll() calls that watch a record device. */
     void failPoll(int error, int nth = 1, int count = 1) {
-        addFault(Call::kPoll, "", error, nth, count);
+        mFaults.add(Call::kPoll, "", error, nth, count);
     }
     /** Ends all of the above. */
-    void clearFaults();
+    void clearFaults() { mFaults.clear(); }
     /** The next record read from the sensor ends after `bytes`; the rest of it is lost. */
     void cutNextRecord(int handle, size_t bytes);
     /** Unregisters the device: its files and queued records are gone; an open descriptor gets
@@ -166,9 +167,9 @@ class SimulatedHub : private TappedFiles {
     struct Node {
         std::string path;
         IioDevice* device = nullptr;
-        Request (*parse)(const std::string& bytes) = nullptr;  // of a write; null: a plain file
-        std::string (IioDevice::*text)() const = nullptr;      // null: not computed from the state
-        std::shared_ptr<const NodeHandler> handler;            // guarded by mMutex
+        std::optional<Request::Kind> takes;                // by a write; none: a plain file
+        std::string (IioDevice::*text)() const = nullptr;  // null: not computed from the state
+        std::shared_ptr<const NodeHandler> handler;        // guarded by mMutex
 
         bool isRecordDevice() const { return device != nullptr && text == nullptr; }
     };
@@ -184,8 +185,8 @@ class SimulatedHub : private TappedFiles {
 
     // The driver's side, in DriverCalls.cpp. Handlers and the generator are called without mMutex,
     // since both call back.
-    std::string realPath(const std::string& path) const override;
-    int enterDirectory(const std::string& path) override;
+    std::string realPath(const std::string& path) const override { return mTree.real(path); }
+    int enterDirectory(const std::string& path) override { return mFaults.next(Call::kOpen, path); }
     int open(const std::string& path, int flags, mode_t mode, void** node) override;
     ssize_t read(void* node, int fd, void* buffer, size_t size) override;
     ssize_t write(void* node, int fd, const void* buffer, size_t size) override;
@@ -207,16 +208,15 @@ class SimulatedHub : private TappedFiles {
     /** Carries out a well-formed request, or sets its error. */
     void apply(Request* request);
     void keep(Request request);
-    void addFault(Call call, const std::string& path, int error, int nth, int count);
 
     TempTree mTree;
+    Faults mFaults;
     std::map<int, std::unique_ptr<IioDevice>> mDevices;  // by handle; fixed after construction
 
     mutable std::mutex mMutex;  // guards the devices' state and all that follows
     std::condition_variable mChanged;
     std::condition_variable mReadable;  // for reads that wait
     std::map<std::string, Node> mNodes;
-    Faults mFaults;
     std::vector<Request> mRequests;
     int mPolling = 0;  // threads inside poll()
 

@@ -88,14 +88,11 @@ void removeIfStale(const std::string& path) {
 }
 
 void removeStaleTrees(const std::string& base) {
-    std::vector<std::string> found;
     std::error_code error;
     for (const auto& entry : fs::directory_iterator(base, error)) {
         const std::string path = entry.path();
-        if (path.find(kPrefix, path.rfind('/')) != std::string::npos) found.push_back(path);
+        if (path.find(kPrefix, path.rfind('/')) != std::string::npos) removeIfStale(path);
     }
-    for (const std::string& path : found)
-        removeIfStale(path);
 }
 
 }  // namespace

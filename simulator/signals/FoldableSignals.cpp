@@ -19,9 +19,8 @@ bool isClosed(double angle) {
 }
 
 void putVector(const Vector3& vector, RecordBuilder& record) {
-    for (const double value : vector) {
+    for (const double value : vector)
         record.f32(static_cast<float>(value));
-    }
 }
 
 /** What the second half sees of a vector of the first: turned about the hinge, the y axis. */

@@ -11,6 +11,9 @@ constexpr Vector3 kAccelerationBias = {0.05, -0.03, 0.08};     // m/s²
 constexpr Vector3 kRotationRateBias = {0.004, -0.006, 0.002};  // rad/s
 constexpr Vector3 kMagneticBias = {12.0, -7.0, 21.0};          // µT
 constexpr uint8_t kAccuracyHigh = 3;
+constexpr double kUnitsPerOne = 1000000.0;  // of a quaternion's component
+constexpr double kGameHeadingZero = 0.7;    // rad; where the hub happened to start counting
+constexpr uint8_t kHeadingAccuracy = 1;     // in tenths
 
 int32_t counts(double value, double unitPerCount) {
     const double raw = unitPerCount > 0.0 ? value / unitPerCount : value;
@@ -22,15 +25,19 @@ int16_t shortCounts(double value, double unitPerCount) {
 }
 
 void putShorts(const Vector3& vector, const SensorSpec& spec, RecordBuilder& record) {
-    for (const double value : vector) {
-        record.i16(shortCounts(value, static_cast<double>(spec.resolution)));
-    }
+    for (const double value : vector)
+        record.i16(shortCounts(value, double{spec.resolution}));
 }
 
 void putInts(const Vector3& vector, const SensorSpec& spec, RecordBuilder& record) {
-    for (const double value : vector) {
-        record.i32(counts(value, static_cast<double>(spec.resolution)));
-    }
+    for (const double value : vector)
+        record.i32(counts(value, double{spec.resolution}));
+}
+
+void putQuaternion(const Quaternion& quaternion, uint8_t accuracy, RecordBuilder& record) {
+    for (const double component : quaternion)
+        record.i32(static_cast<int32_t>(std::lround(component * kUnitsPerOne)));
+    record.u8(accuracy);
 }
 
 /** The measured value of an uncalibrated sensor still contains its bias. */
@@ -91,5 +98,29 @@ void uncalAcceleration(const World& world, const SensorSpec& spec, double second
     putShorts(withBias(world.acceleration(seconds), kAccelerationBias), spec, record);
     putShorts(kAccelerationBias, spec, record);
 }
+
+void rotationVector(const World& world, const SensorSpec&, double seconds, RecordBuilder& record) {
+    putQuaternion(world.rotation(seconds, 0.0), kHeadingAccuracy, record);
+}
+
+void gameRotationVector(const World& world, const SensorSpec&, double seconds,
+                        RecordBuilder& record) {
+    putQuaternion(world.rotation(seconds, kGameHeadingZero), 0, record);
+}
+
+void deviceOrientation(const World& world, const SensorSpec&, double seconds,
+                       RecordBuilder& record) {
+    const auto [x, y, z, w] = world.rotation(seconds, 0.0);
+    // Where up is, in the plane of the screen.
+    const double right = 2.0 * (x * z - w * y);
+    const double top = 2.0 * (y * z + w * x);
+    if (std::abs(right) > std::abs(top)) {
+        record.u8(right > 0.0 ? 1 : 3);
+    } else {
+        record.u8(top > 0.0 ? 0 : 2);
+    }
+}
+
+void stampOnly(const World&, const SensorSpec&, double, RecordBuilder&) {}
 
 }  // namespace simulator::signals

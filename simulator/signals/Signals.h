@@ -1,9 +1,21 @@
 #pragma once
 
-#include "simulator/signals/SignalFunction.h"
+#include "simulator/RecordBuilder.h"
+#include "simulator/SensorSpec.h"
 
-// The signal functions that the profile table names, one per record layout.
-namespace simulator::signals {
+namespace simulator {
+
+class World;
+
+/**
+ * Writes one record's data for the moment `seconds` after the hub's start, everything except the
+ * trailing 8-byte timestamp. Must depend on its arguments only, so that a seed gives one history.
+ */
+using SignalFunction = void(const World& world, const SensorSpec& spec, double seconds,
+                            RecordBuilder& record);
+
+// The signal functions that the table of sensors names, one per record layout.
+namespace signals {
 
 SignalFunction acceleration, rotationRate, magneticField, pressure, proximity, uncalMagneticField,
     uncalRotationRate, uncalAcceleration;
@@ -23,4 +35,5 @@ SignalFunction stampOnly;  // a record that is nothing but its timestamp
 SignalFunction hingeAngle, lidAngleFusion, foldingStateLpm, angleSensorStatus, deviceCommonInfo,
     sarFolding;
 
-}  // namespace simulator::signals
+}  // namespace signals
+}  // namespace simulator
