@@ -8,7 +8,7 @@
 #include <cstdlib>
 #include <vector>
 
-#include "tools/subhalctl/proxy/RingReader.h"
+#include "tools/subhalctl/proxy/ClientChannel.h"
 #include "tools/subhalctl/showing/SensorValues.h"
 
 namespace subhalctl {

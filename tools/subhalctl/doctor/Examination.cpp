@@ -1,5 +1,3 @@
-#include "tools/subhalctl/doctor/Examination.h"
-
 #include <cutils/properties.h>
 #include <dirent.h>
 #include <fcntl.h>
@@ -20,6 +18,7 @@
 
 #include "simulator/KnownSensors.h"
 #include "simulator/SensorSpec.h"
+#include "tools/subhalctl/doctor/Findings.h"
 #include "tools/subhalctl/hubs/DevicePaths.h"
 #include "tools/subhalctl/showing/Output.h"
 
@@ -37,33 +36,37 @@ constexpr uint8_t kVendors = 12;
 constexpr uint32_t kModeMask = 0xE;
 constexpr uint32_t kOneShotMode = 4;
 constexpr char kDisagree[] = "the driver and the library disagree about the record";
-constexpr char kMissing[] = "the hub's driver makes it";
+
+/** How the library uses a node, and what to report where it cannot. */
+struct Use {
+    int flags;
+    const char* lost;  ///< without the node
+    Level level = Level::kFail;
+    const char* absent = "the hub's driver makes it";  ///< remedy
+};
 
 /** A node that the library uses; its handle is set where only one sensor needs it. */
 struct Node {
     const char* path;
-    int flags;
-    const char* lost;  ///< without it
-    Level level = Level::kFail;
+    Use use;
     int32_t handle = 0;
     const char* other = nullptr;  ///< does as well
 };
 
-constexpr char kNoInjection[] = "nothing can be injected";
-constexpr char kNoMessages[] = "the hub's contexts get no messages";
 constexpr char kNoRearLight[] = "no help from the rear light sensor";
 constexpr Node kNodes[] = {
-    {kEnablePath, O_RDWR, "no sensor can be switched on"},
-    {kFlushPath, O_WRONLY, "no sensor can be flushed"},
-    {kBatchPath, O_RDONLY, "no rate can be set"},
-    {kShubInjectionPath, O_RDWR, kNoInjection, Level::kFail, 0, kHbxInjectionPath},
-    {kMessagePath, O_RDWR, kNoMessages, Level::kFail, 0, kOtherMessagePath},
-    {kContextListPath, O_RDONLY, "the hub's contexts are not announced", Level::kNote},
-    {kFileManagerPath, O_RDWR, "the hub cannot use files of the host", Level::kNote},
-    {kDumpPath, O_RDONLY, "dumps of the hub stay empty", Level::kNote},
-    {kRearDataPath, O_RDONLY, kNoRearLight, Level::kNote, 37},
-    {kRearEnablePath, O_WRONLY, kNoRearLight, Level::kNote, 37},
-    {kNfcCoverPath, O_RDWR, "flip_cover_detector is left out of the list", Level::kFail,
+    {kEnablePath, {O_RDWR, "no sensor can be switched on"}},
+    {kFlushPath, {O_WRONLY, "no sensor can be flushed"}},
+    {kBatchPath, {O_RDONLY, "no rate can be set"}},
+    {kShubInjectionPath, {O_RDWR, "nothing can be injected"}, 0, kHbxInjectionPath},
+    {kMessagePath, {O_RDWR, "the hub's contexts get no messages"}, 0, kOtherMessagePath},
+    {kContextListPath, {O_RDONLY, "the hub's contexts are not announced", Level::kNote}},
+    {kFileManagerPath, {O_RDWR, "the hub cannot use files of the host", Level::kNote}},
+    {kDumpPath, {O_RDONLY, "dumps of the hub stay empty", Level::kNote}},
+    {kRearDataPath, {O_RDONLY, kNoRearLight, Level::kNote}, 37},
+    {kRearEnablePath, {O_WRONLY, kNoRearLight, Level::kNote}, 37},
+    {kNfcCoverPath,
+     {O_RDWR, "flip_cover_detector is left out of the list"},
      simulator::kFlipCoverHandle}};
 
 /** The processes that have the file open, as in "1234 (sensors-service)". */
@@ -97,14 +100,8 @@ class Examination {
     HubDevices found() const { return {mHandles.size(), mIio}; }
 
   private:
-    struct Use {
-        int flags;
-        std::string lost;               ///< without the node
-        std::string absent = kMissing;  ///< remedy
-        Level level = Level::kFail;
-    };
-
-    bool usable(const std::string& subject, const std::string& path, int error, const Use& use);
+    bool usable(const std::string& path, int error, const Use& use,
+                const std::string& subject = "");
     void checkRecord(const std::string& place, const SensorSpec& record);
     void checkFigures(const std::string& subject, const SensorSpec& record,
                       const KnownSensor& sensor);
@@ -125,15 +122,17 @@ class Examination {
 };
 
 /** Reports what became of a call on a node; false when it failed. */
-bool Examination::usable(const std::string& subject, const std::string& path, int error,
-                         const Use& use) {
-    const std::string place = subject == path ? "" : path + ": ";
+bool Examination::usable(const std::string& path, int error, const Use& use,
+                         const std::string& subject) {
+    const std::string& place = subject.empty() ? path : subject;
+    const std::string node = subject.empty() ? "" : path;
     if (error == 0) {
-        mFindings.ok(subject, (subject == path ? "" : path + ", ") + modeOf(path));
+        mFindings.ok(place, node + (node.empty() ? "" : ", ") + modeOf(path));
         return true;
     }
-    mFindings.report(use.level, subject, place + std::strerror(error) + ", " + modeOf(path),
-                     use.lost + "; " + remedyOf(error, use.flags, use.absent));
+    mFindings.report(use.level, place,
+                     node + (node.empty() ? "" : ": ") + std::strerror(error) + ", " + modeOf(path),
+                     use.lost + ("; " + remedyOf(error, use.flags, use.absent)));
     return false;
 }
 
@@ -147,13 +146,13 @@ bool Examination::readSpec() {
         return false;
     }
     const int error = readFile(kSpecPath, &mSpec);
-    return usable(kSpecPath, kSpecPath, error, {O_RDONLY, "no sensors without it"});
+    return usable(kSpecPath, error, {O_RDONLY, "no sensors without it"});
 }
 
 void Examination::readIioNames() {
     const std::unique_ptr<DIR, int (*)(DIR*)> directory(opendir(kIioDirectory), closedir);
-    mIioIsRead = usable(kIioDirectory, kIioDirectory, directory == nullptr ? errno : 0,
-                        {O_RDONLY, "the library finds no device",
+    mIioIsRead = usable(kIioDirectory, directory == nullptr ? errno : 0,
+                        {O_RDONLY, "the library finds no device", Level::kFail,
                          "the kernel lacks CONFIG_IIO, or its module is not loaded"});
     while (const dirent* entry = mIioIsRead ? readdir(directory.get()) : nullptr) {
         const std::string device = entry->d_name;
@@ -166,9 +165,9 @@ void Examination::readIioNames() {
             mFindings.ok(kIioDirectory + device, name);
         } else {
             mNameless = device;
-            usable(path, path, error,
-                   {O_RDONLY, "the library cannot find out which sensor this is",
-                    "its driver has not made it", Level::kNote});
+            usable(path, error,
+                   {O_RDONLY, "the library cannot find out which sensor this is", Level::kNote,
+                    "its driver has not made it"});
         }
     }
 }
@@ -304,14 +303,17 @@ void Examination::checkBuffer(const std::string& subject, const std::string& dev
     if (error == EBUSY) {
         mShared["in use by " + holdersOf(node)].push_back(subject);
     } else {
-        usable(subject, node, error,
-               {O_RDONLY, "the sensor is left out", "ueventd or udev has not made the node"});
+        usable(node, error,
+               {O_RDONLY, "the sensor is left out", Level::kFail,
+                "ueventd or udev has not made the node"},
+               subject);
     }
     for (const char* attribute : {"length", "enable"}) {
         const std::string path = directory + attribute;
-        all &= usable(subject, path, tryOpen(path, O_WRONLY),
-                      {O_WRONLY, "the library skips it silently and gets no records",
-                       "its driver has set up no buffer, or the kernel lacks CONFIG_IIO_BUFFER"});
+        all &= usable(path, tryOpen(path, O_WRONLY),
+                      {O_WRONLY, "the library skips it silently and gets no records", Level::kFail,
+                       "its driver has set up no buffer, or the kernel lacks CONFIG_IIO_BUFFER"},
+                      subject);
     }
     if (!all) return;
     if (readLine(directory + "enable") == "1") {
@@ -366,23 +368,23 @@ void Examination::reportUnused() {
 void Examination::checkNodes() {
     for (const Node& node : kNodes) {
         if (node.handle != 0 && mHandles.count(node.handle) == 0) continue;
+        Use use = node.use;
         const char* path = node.path;
-        int error = tryOpen(path, node.flags);
+        const std::string either = formatted("the hub's driver makes this or %s", path);
+        int error = tryOpen(path, use.flags);
         if (error != 0 && node.other != nullptr) {
-            const int second = tryOpen(node.other, node.flags);
+            use.absent = either.c_str();
+            const int second = tryOpen(node.other, use.flags);
             if (second == 0 || error == ENOENT) {
                 path = node.other;
                 error = second;
             }
         }
-        const std::string absent = node.other != nullptr
-                                       ? formatted("the hub's driver makes this or %s", node.path)
-                                       : kMissing;
-        usable(path, path, error, {node.flags, node.lost, absent, node.level});
+        usable(path, error, use);
     }
     const bool writable = access(kDataDirectory, W_OK | X_OK) == 0;
-    usable(kDataDirectory, kDataDirectory, writable ? 0 : errno,
-           {O_WRONLY, "dumps are lost", "the device's init script has to make it"});
+    usable(kDataDirectory, writable ? 0 : errno,
+           {O_WRONLY, "dumps are lost", Level::kFail, "the device's init script has to make it"});
     for (const char* name :
          {"ro.build.type", "persist.dm.passive.ambient_brightness", "persist.sns.camera_light"}) {
         char value[PROPERTY_VALUE_MAX] = {};

@@ -13,25 +13,34 @@
 
 namespace subhalctl {
 
-int tryOpen(const std::string& path, int flags) {
+namespace {
+
+/** Opens a file for `use`; errno of what failed, else 0. */
+template <typename Use>
+int withFile(const std::string& path, int flags, const Use& use) {
     const int fd = open(path.c_str(), flags | O_CLOEXEC);
     if (fd < 0) return errno;
+    const int error = use(fd) < 0 ? errno : 0;
     close(fd);
-    return 0;
+    return error;
+}
+
+}  // namespace
+
+int tryOpen(const std::string& path, int flags) {
+    return withFile(path, flags, [](int) { return 0; });
 }
 
 int readFile(const std::string& path, std::string* bytes) {
     constexpr size_t kMost = 65536;
-    const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0) return errno;
-    char piece[4096];
-    ssize_t got = 0;
-    while (bytes->size() < kMost && (got = read(fd, piece, sizeof(piece))) > 0) {
-        bytes->append(piece, static_cast<size_t>(got));
-    }
-    const int error = got < 0 ? errno : 0;
-    close(fd);
-    return error;
+    return withFile(path, O_RDONLY, [bytes](int fd) {
+        char piece[4096];
+        ssize_t got = 0;
+        while (bytes->size() < kMost && (got = read(fd, piece, sizeof(piece))) > 0) {
+            bytes->append(piece, static_cast<size_t>(got));
+        }
+        return got;
+    });
 }
 
 std::string readLine(const std::string& path, int* error) {
@@ -42,11 +51,7 @@ std::string readLine(const std::string& path, int* error) {
 }
 
 int writeText(const std::string& path, const std::string& text) {
-    const int fd = open(path.c_str(), O_WRONLY | O_CLOEXEC);
-    if (fd < 0) return errno;
-    const int error = write(fd, text.data(), text.size()) < 0 ? errno : 0;
-    close(fd);
-    return error;
+    return withFile(path, O_WRONLY, [&](int fd) { return write(fd, text.data(), text.size()); });
 }
 
 std::string modeOf(const std::string& path) {

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <cstddef>
+#include <map>
+#include <optional>
 #include <string>
 
 namespace subhalctl {
@@ -47,5 +50,16 @@ class Findings {
     int mNotes = 0;
     int mFailures = 0;
 };
+
+struct HubDevices {
+    size_t sensors = 0;                           ///< in the specification
+    std::multimap<std::string, std::string> iio;  ///< "iio:deviceN" by name
+};
+
+/**
+ * Tries the nodes of each sensor as the library does, without the library. Returns nothing
+ * after reporting that there is no hub.
+ */
+std::optional<HubDevices> examineHub(Findings& findings);
 
 }  // namespace subhalctl

@@ -4,13 +4,13 @@
 #include <cinttypes>
 #include <cmath>
 #include <cstring>
+#include <numeric>
 #include <set>
 #include <utility>
 
 #include "simulator/KnownSensors.h"
-#include "tools/subhalctl/proxy/RingReader.h"
-#include "tools/subhalctl/proxy/SensorLookup.h"
 #include "tools/subhalctl/showing/EventWriter.h"
+#include "tools/subhalctl/showing/Json.h"
 #include "tools/subhalctl/showing/Output.h"
 #include "tools/subhalctl/showing/SensorValues.h"
 
@@ -28,6 +28,14 @@ constexpr double kRateTolerance = 0.1;  // of what was granted
 constexpr double kRateNote = 0.01;
 constexpr double kLatencyTolerance = 0.25;
 constexpr int64_t kFlushSlackNs = 80 * kMillisecond;  // the hub may be late with what it samples
+
+constexpr const char* kNames[] = {"PASS", "FAIL", "SKIP", "KNOWN"};  // by verdict
+
+/** What follows a test's name in TAP. */
+const char* directiveOf(Verdict verdict) {
+    if (verdict == Verdict::kSkip) return " # SKIP ";
+    return verdict == Verdict::kKnown ? " # TODO known deviation: " : ": ";
+}
 
 struct Norm {
     int32_t type;
@@ -157,8 +165,9 @@ int64_t ageOf(const ReceivedEvent& received) {
     return elapsedNs(received.event.timestamp, received.receivedNs);
 }
 
-void checkValues(const Tested& tested) {
-    const auto& [sensor, results, observed] = tested;
+}  // namespace
+
+void Subject::checkValues() const {
     const auto type = static_cast<int32_t>(sensor.type);
     const Norm* norm = std::find_if(std::begin(kNorms), std::end(kNorms),
                                     [&](const Norm& one) { return one.type == type; });
@@ -168,25 +177,24 @@ void checkValues(const Tested& tested) {
         const Reading reading = decode(type, payloadOf(received.event));
         for (const Value& value : reading.values) {
             const std::string fault = rangeFault(sensor, value);
-            if (!fault.empty()) return results.judge(false, "values", fault);
+            if (!fault.empty()) return judge(false, "values", fault);
         }
         if (norm != std::end(kNorms)) sum += normOf(reading, norm->values);
     }
     if (norm == std::end(kNorms)) {
-        return results.judge(true, "values", counted(events, "event") + " in range");
+        return judge(true, "values", counted(events, "event") + " in range");
     }
     const double mean = sum / static_cast<double>(events);
-    results.judge(mean >= norm->low && mean <= norm->high, "values",
-                  formatted("%zu events in range, %.3f for %s of %g to %g", events, mean,
-                            norm->what, norm->low, norm->high));
+    judge(mean >= norm->low && mean <= norm->high, "values",
+          formatted("%zu events in range, %.3f for %s of %g to %g", events, mean, norm->what,
+                    norm->low, norm->high));
 }
 
-void checkMode(const Tested& tested) {
-    const auto& [sensor, results, observed] = tested;
+void Subject::checkMode() const {
     const size_t events = observed.events.size();
     const SensorFlagBits mode = reportingMode(sensor);
     if (mode == SensorFlagBits::ONE_SHOT_MODE) {
-        return results.judge(events == 1, "one-shot", counted(events, "event"));
+        return judge(events == 1, "one-shot", counted(events, "event"));
     }
     if (mode != SensorFlagBits::ON_CHANGE_MODE) return;
     int repeated = 0;
@@ -199,13 +207,12 @@ void checkMode(const Tested& tested) {
         formatted("%d of %zu events repeat the one before", repeated, events);
     // The hub's own kinds also report occurrences, which may be alike.
     if (repeated > 0 && static_cast<int32_t>(sensor.type) >= simulator::kFirstPrivateType) {
-        return results.skip("on-change", figures + ": the hub decides what is news");
+        return skip("on-change", figures + ": the hub decides what is news");
     }
-    results.judge(repeated == 0, "on-change", figures);
+    judge(repeated == 0, "on-change", figures);
 }
 
-void checkFlushOrder(const Tested& tested, int64_t flushedNs) {
-    const Observed& observed = tested.observed;
+void Subject::checkFlushOrder(int64_t flushedNs) const {
     size_t held = 0;
     size_t late = 0;
     for (size_t i = 0; i < observed.events.size(); ++i) {
@@ -216,15 +223,13 @@ void checkFlushOrder(const Tested& tested, int64_t flushedNs) {
         if (i >= observed.beforeFlushed) ++late;
     }
     if (observed.completions != 1 || held == 0) {
-        return tested.results.skip("flush-order", formatted("%zu events held back, %d completions",
-                                                            held, observed.completions));
+        return skip("flush-order",
+                    formatted("%zu events held back, %d completions", held, observed.completions));
     }
     // On a busy machine late samples also come after it, but not all that was held back.
-    tested.results.judge(late < held, "flush-order",
-                         formatted("%zu of %zu events held back came after it", late, held));
+    judge(late < held, "flush-order",
+          formatted("%zu of %zu events held back came after it", late, held));
 }
-
-}  // namespace
 
 const std::vector<Rule>& checkRules() {
     constexpr const char* kHubSeen = "--sim or --trace";
@@ -277,6 +282,46 @@ const std::vector<Rule>& checkRules() {
     return rules;
 }
 
+void CheckReport::begin() const {
+    if (mFormat == "tap") print("TAP version 13\n");
+}
+
+void CheckReport::add(Verdict verdict, const std::string& sensor, const char* rule,
+                      const std::string& figures) {
+    const char* name = kNames[static_cast<size_t>(verdict)];
+    ++mCounts[static_cast<size_t>(verdict)];
+    if (mFormat == "json") {
+        const Json line = {
+            {"verdict", name}, {"sensor", sensor}, {"rule", rule}, {"figures", figures}};
+        printText(jsonText(line) + "\n");
+    } else if (mFormat == "tap") {
+        const bool ok = verdict == Verdict::kPass || verdict == Verdict::kSkip;
+        print("%s %d - %s %s%s%s\n", ok ? "ok" : "not ok",
+              std::accumulate(std::begin(mCounts), std::end(mCounts), 0), sensor.c_str(), rule,
+              directiveOf(verdict), figures.c_str());
+    } else if (!mOnlyFailures || verdict == Verdict::kFail) {
+        printVerdict(name);
+        print(" %-30s %-18s %s\n", sensor.c_str(), rule, figures.c_str());
+    }
+}
+
+void CheckReport::end(bool interrupted) const {
+    const auto [passed, failed, skipped, known] = mCounts;
+    const int all = passed + failed + skipped + known;
+    if (mFormat == "json") {
+        const Json line = {{"verdict", "summary"},      {"passed", passed},
+                           {"failed", failed},          {"skipped", skipped},
+                           {"known_deviations", known}, {"interrupted", interrupted}};
+        printText(jsonText(line) + "\n");
+    } else if (mFormat == "tap") {
+        printText(interrupted ? "Bail out! interrupted\n" : formatted("1..%d\n", all));
+    } else {
+        print("%s%s: %d passed, %d failed, %d skipped, %s\n",
+              interrupted ? "interrupted after " : "", counted(all, "rule").c_str(), passed, failed,
+              skipped, counted(known, "known deviation").c_str());
+    }
+}
+
 void Observed::add(const SensorInfo& sensor, const ReceivedEvent& received) {
     const Event& event = received.event;
     const EventKind kind = kindOf(event);
@@ -316,45 +361,42 @@ Spacing::Spacing(const std::vector<int64_t>& stamps) {
              static_cast<double>(spanNs);
 }
 
-void checkListing(const Tested& tested, const std::map<int, simulator::SensorSpec>& specs) {
-    const SensorInfo& sensor = tested.sensor;
-    tested.results.expect("listing", listingFault(sensor), "complete");
-    tested.results.expect("identity", identityFault(sensor, specs),
-                          formatted("flags 0x%03" PRIx32, sensor.flags));
+void Subject::checkListing(const std::map<int, simulator::SensorSpec>& specs) const {
+    expect("listing", listingFault(sensor), "complete");
+    expect("identity", identityFault(sensor, specs), formatted("flags 0x%03" PRIx32, sensor.flags));
 }
 
 void checkNamesDistinct(const std::vector<SensorInfo>& sensors, const Results& results) {
-    std::map<std::pair<int32_t, std::string>, int> seen;
-    std::map<int32_t, int> handles;
+    std::set<std::pair<int32_t, std::string>> names;
+    std::set<int32_t> handles;
     std::string twice;
     for (const SensorInfo& sensor : sensors) {
-        const bool again = ++seen[{static_cast<int32_t>(sensor.type), sensor.name}] > 1 ||
-                           ++handles[sensor.sensorHandle] > 1;
-        if (again) twice += " " + std::string(sensor.name);
+        const bool named = names.emplace(static_cast<int32_t>(sensor.type), sensor.name).second;
+        if (!handles.insert(sensor.sensorHandle).second || !named) {
+            twice += " " + std::string(sensor.name);
+        }
     }
     results.expect("names-distinct", twice.empty() ? "" : "twice:" + twice,
                    counted(sensors.size(), "sensor"));
 }
 
-void checkFirstEvent(const Tested& tested) {
-    const auto& [sensor, results, observed] = tested;
+void Subject::checkFirstEvent() const {
     if (observed.events.empty()) {
-        if (observed.stale > 0) return results.skip("first-event", "only stale ones");
-        if (!reportsByItself(sensor)) return results.skip("first-event", "nothing happened");
-        return results.judge(false, "first-event", "none");
+        if (observed.stale > 0) return skip("first-event", "only stale ones");
+        if (!reportsByItself(sensor)) return skip("first-event", "nothing happened");
+        return judge(false, "first-event", "none");
     }
     const int64_t afterNs = observed.events.front().receivedNs - observed.startNs;
-    const int64_t boundNs = kFirstEventNs + grantedPeriodNs(sensor, observed.periodNs);
-    results.judge(afterNs <= boundNs || !reportsByItself(sensor), "first-event",
-                  formatted("after %.1f ms", milliseconds(afterNs)));
+    const int64_t boundNs = kFirstEventNs + grantedNs();
+    judge(afterNs <= boundNs || !reportsByItself(sensor), "first-event",
+          formatted("after %.1f ms", milliseconds(afterNs)));
 }
 
-bool checkTimestamps(const Tested& tested, int64_t latencyNs) {
-    const auto& [sensor, results, observed] = tested;
-    const int64_t periodNs = grantedPeriodNs(sensor, observed.periodNs);
+bool Subject::checkTimestamps(int64_t latencyNs) const {
+    const int64_t periodNs = grantedNs();
     if (observed.events.empty()) {
         if (observed.stale == 0 || periodNs == 0) return periodNs == 0;
-        results.judge(false, "timestamps", "all are from before the sensor was switched on");
+        judge(false, "timestamps", "all are from before the sensor was switched on");
         return false;
     }
     int64_t last = INT64_MIN;
@@ -370,26 +412,23 @@ bool checkTimestamps(const Tested& tested, int64_t latencyNs) {
     // Stamps taken on arrival are too close together: a batch arrives at once.
     const int64_t apart = Spacing(stampsOf(observed)).typicalNs;
     const bool bunched = latencyNs > 0 && several && apart < periodNs / 4;
-    const bool timely =
+    const bool current =
         soonest >= -kAheadNs && soonest <= latencyNs + (several ? kAgeNs : kArrivalNs);
-    const bool sound = notRising == 0 && !bunched && timely;
-    results.judge(
-        sound, "timestamps",
-        formatted("%zu events, %d not rising, %.3f ms apart, at least %.3f ms old when they "
-                  "arrived, %zu stale",
-                  observed.events.size(), notRising, milliseconds(apart), milliseconds(soonest),
-                  observed.stale));
+    const bool sound = notRising == 0 && !bunched && current;
+    judge(sound, "timestamps",
+          formatted("%zu events, %d not rising, %.3f ms apart, at least %.3f ms old when they "
+                    "arrived, %zu stale",
+                    observed.events.size(), notRising, milliseconds(apart), milliseconds(soonest),
+                    observed.stale));
     return sound;
 }
 
-void checkRate(const Tested& tested) {
-    const auto& [sensor, results, observed] = tested;
-    const int64_t periodNs = grantedPeriodNs(sensor, observed.periodNs);
+void Subject::checkRate() const {
     const std::vector<int64_t> stamps = stampsOf(observed);
     const Spacing spacing(stamps);
-    const double grantedHz = 1e9 / static_cast<double>(periodNs);
+    const double grantedHz = 1e9 / static_cast<double>(grantedNs());
     const double off = spacing.rateHz / grantedHz - 1;
-    results.judge(
+    judge(
         std::fabs(off) <= kRateTolerance, "rate",
         formatted("%.3f Hz measured, %.3f Hz granted, %.3f Hz asked%s", spacing.rateHz, grantedHz,
                   1e9 / static_cast<double>(observed.periodNs),
@@ -397,29 +436,27 @@ void checkRate(const Tested& tested) {
                                              : ""));
     // What stops coming leaves the gaps before it as they were.
     const int64_t silenceNs = observed.endNs - (stamps.empty() ? observed.startNs : stamps.back());
-    results.judge(
-        spacing.lost == 0 && silenceNs <= kSilenceNs + 2 * std::max(periodNs, spacing.typicalNs),
+    judge(
+        spacing.lost == 0 && silenceNs <= kSilenceNs + 2 * std::max(grantedNs(), spacing.typicalNs),
         "lost",
         formatted("%" PRId64 " of %zu, silent for the last %.1f ms", spacing.lost,
                   stamps.size() + static_cast<size_t>(spacing.lost), milliseconds(silenceNs)));
 }
 
-void checkEvents(const Tested& tested) {
-    const auto& [sensor, results, observed] = tested;
+void Subject::checkEvents() const {
     const size_t events = observed.events.size();
     if (events == 0) return;
-    checkValues(tested);
+    checkValues();
     const auto held = static_cast<size_t>(
         std::count_if(observed.events.begin(), observed.events.end(),
                       [](const ReceivedEvent& received) { return received.wakelock; }));
-    results.judge(held == (isWakeUp(sensor) ? events : 0), "wakelock",
-                  formatted("%zu of %zu events with one, for a %s sensor", held, events,
-                            isWakeUp(sensor) ? "wake-up" : "non-wake-up"));
-    checkMode(tested);
+    judge(held == (isWakeUp(sensor) ? events : 0), "wakelock",
+          formatted("%zu of %zu events with one, for a %s sensor", held, events,
+                    isWakeUp(sensor) ? "wake-up" : "non-wake-up"));
+    checkMode();
 }
 
-void checkBatching(const Tested& tested, int64_t latencyNs, int64_t flushedNs) {
-    const Observed& observed = tested.observed;
+void Subject::checkBatching(int64_t latencyNs, int64_t flushedNs) const {
     // A batch begins where the age leaps up; a busy machine makes some of them older, not all.
     int64_t heldNs = INT64_MAX;
     int64_t lastAgeNs = INT64_MIN / 2;
@@ -434,27 +471,25 @@ void checkBatching(const Tested& tested, int64_t latencyNs, int64_t flushedNs) {
     }
     const auto longestNs =
         static_cast<int64_t>(static_cast<double>(latencyNs) * (1 + kLatencyTolerance));
-    tested.results.judge(
-        batches > 0 && heldNs >= latencyNs / 2 && heldNs <= longestNs, "batching",
-        formatted("%zu events in %s, held back for %.1f ms of %.1f ms", events,
-                  counted(batches, "batch", "es").c_str(), batches > 0 ? milliseconds(heldNs) : 0.0,
-                  milliseconds(latencyNs)));
-    checkFlushOrder(tested, flushedNs);
+    judge(batches > 0 && heldNs >= latencyNs / 2 && heldNs <= longestNs, "batching",
+          formatted("%zu events in %s, held back for %.1f ms of %.1f ms", events,
+                    counted(batches, "batch", "es").c_str(),
+                    batches > 0 ? milliseconds(heldNs) : 0.0, milliseconds(latencyNs)));
+    checkFlushOrder(flushedNs);
 }
 
 const DirectLevel kDirectLevels[] = {{RateLevel::NORMAL, "normal", 27.5, 110},
                                      {RateLevel::FAST, "fast", 110, 440},
                                      {RateLevel::VERY_FAST, "very fast", 440, 1760}};
 
-void checkDirectRecords(const Tested& tested, const DirectLevel& level, const SharedMemory& memory,
-                        int64_t startNs) {
-    const Results& results = tested.results;
+void Subject::checkDirectRecords(const DirectLevel& level, const SharedMemory& memory,
+                                 int64_t startNs) const {
     const int64_t stoppedNs = hubNowNs();
     size_t written = memory.records();
     while (written > 0 && memory.record(written - 1).reserved0 == 0) {
         --written;
     }
-    RingCheck ring(tested.sensor.sensorHandle, static_cast<int32_t>(tested.sensor.type));
+    RingCheck ring(sensor.sensorHandle, static_cast<int32_t>(sensor.type));
     std::vector<int64_t> stamps;
     for (size_t i = 0; i < written; ++i) {
         const sensors_event_t record = memory.record(i);
@@ -462,22 +497,21 @@ void checkDirectRecords(const Tested& tested, const DirectLevel& level, const Sh
         if (ring.add(record) && record.timestamp >= startNs) stamps.push_back(record.timestamp);
     }
     const Spacing spacing(stamps);
-    results.judge(ring.figures().sound() && written > 0 && spacing.lost == 0, "direct-records",
-                  formatted("%s: %s, %" PRId64 " lost", level.name, ring.figures().text().c_str(),
-                            spacing.lost));
+    judge(ring.figures().sound() && written > 0 && spacing.lost == 0, "direct-records",
+          formatted("%s: %s, %" PRId64 " lost", level.name, ring.figures().text().c_str(),
+                    spacing.lost));
     const int64_t ageNs = elapsedNs(ring.newestNs(), stoppedNs);
     const bool current = written > 0 && ageNs >= -kAheadNs && ageNs <= kArrivalNs;
-    results.judge(
-        current, "direct-stamps",
-        formatted("%s: the newest record is %.1f ms old", level.name, milliseconds(ageNs)));
+    judge(current, "direct-stamps",
+          formatted("%s: the newest record is %.1f ms old", level.name, milliseconds(ageNs)));
     if (!current) return;
     const std::string figures = formatted("%s: %.1f Hz of %.1f to %.1f Hz", level.name,
                                           spacing.rateHz, level.lowestHz, level.highestHz);
     const bool slow = level.level == RateLevel::VERY_FAST &&
                       spacing.rateHz >= kDirectLevels[1].lowestHz &&
                       spacing.rateHz < level.lowestHz;
-    results.judge(spacing.rateHz >= level.lowestHz && spacing.rateHz <= level.highestHz,
-                  "direct-rate", figures, slow ? Verdict::kKnown : Verdict::kFail);
+    judge(spacing.rateHz >= level.lowestHz && spacing.rateHz <= level.highestHz, "direct-rate",
+          figures, slow ? Verdict::kKnown : Verdict::kFail);
 }
 
 }  // namespace subhalctl

@@ -6,9 +6,9 @@
 #include <vector>
 
 #include "simulator/SensorSpec.h"
-#include "tools/subhalctl/judging/CheckReport.h"
 #include "tools/subhalctl/proxy/ClientChannel.h"
 #include "tools/subhalctl/proxy/EventQueue.h"
+#include "tools/subhalctl/proxy/SensorLookup.h"
 
 namespace subhalctl {
 
@@ -18,6 +18,48 @@ struct Rule {
     const char* text;
 };
 const std::vector<Rule>& checkRules();
+
+/** kKnown: the rule is broken in the one way in which this library is known to break it. */
+enum class Verdict { kPass, kFail, kSkip, kKnown };
+
+/** Prints results as they come, and counts them. */
+class CheckReport {
+  public:
+    /** @param format "text", "json" (an object per line) or "tap" */
+    CheckReport(const std::string& format, bool onlyFailures)
+        : mFormat(format), mOnlyFailures(onlyFailures) {}
+
+    void begin() const;
+    /** @param sensor "library" for a rule of no sensor */
+    void add(Verdict verdict, const std::string& sensor, const char* rule,
+             const std::string& figures);
+    void end(bool interrupted) const;
+
+    int failures() const { return mCounts[static_cast<size_t>(Verdict::kFail)]; }
+
+  private:
+    std::string mFormat;
+    bool mOnlyFailures;
+    int mCounts[4] = {};  // by verdict
+};
+
+/** Where a sensor's results go. */
+struct Results {
+    CheckReport* report;
+    std::string label;
+
+    void judge(bool passed, const char* rule, const std::string& figures,
+               Verdict otherwise = Verdict::kFail) const {
+        report->add(passed ? Verdict::kPass : otherwise, label, rule, figures);
+    }
+    /** Passes with these figures when there is no fault. */
+    void expect(const char* rule, const std::string& fault, const std::string& figures) const {
+        judge(fault.empty(), rule, fault.empty() ? figures : fault);
+    }
+    void skip(const char* rule, const std::string& why) const {
+        judge(false, rule, why, Verdict::kSkip);
+    }
+};
 
 /** What came from one sensor while it was on. */
 struct Observed {
@@ -33,13 +75,6 @@ struct Observed {
     void add(const SensorInfo& sensor, const ReceivedEvent& received);
 };
 
-/** A sensor under test. */
-struct Tested {
-    const SensorInfo& sensor;
-    Results results;
-    Observed observed{};
-};
-
 /** How far time stamps lie apart, whatever was lost between them. */
 struct Spacing {
     explicit Spacing(const std::vector<int64_t>& stamps);
@@ -49,32 +84,71 @@ struct Spacing {
     int64_t lost = 0;       ///< by gaps of more than one and a half of it
 };
 
-// CheckVerb.cpp runs the sensors; these rules judge what they listed and reported.
-
-/** @param specs the hub's own, by handle */
-void checkListing(const Tested& tested, const std::map<int, simulator::SensorSpec>& specs);
-void checkNamesDistinct(const std::vector<SensorInfo>& sensors, const Results& results);
-
-void checkFirstEvent(const Tested& tested);
-/** False when the time stamps of a periodic sensor prove nothing. */
-bool checkTimestamps(const Tested& tested, int64_t latencyNs);
-/** The rate that the sensor grants, and nothing lost. */
-void checkRate(const Tested& tested);
-/** Values, wakelocks, and what an on-change or a one-shot sensor may send. */
-void checkEvents(const Tested& tested);
-/** With a flush at `flushedNs`, while events were held back. */
-void checkBatching(const Tested& tested, int64_t latencyNs, int64_t flushedNs);
-
 /** Rates that the platform wants at a level. */
 struct DirectLevel {
-    android::hardware::sensors::V1_0::RateLevel level;
+    RateLevel level;
     const char* name;
     double lowestHz;
     double highestHz;
 };
 extern const DirectLevel kDirectLevels[3];
-/** The memory of a channel that has just been stopped. */
-void checkDirectRecords(const Tested& tested, const DirectLevel& level, const SharedMemory& memory,
-                        int64_t startNs);
+
+void checkNamesDistinct(const std::vector<SensorInfo>& sensors, const Results& results);
+
+/** A sensor under test. CheckVerb.cpp runs it; the rules judge what it listed and reported. */
+struct Subject : Results {
+    Subject(const Results& results, const SensorInfo& info) : Results(results), sensor(info) {}
+
+    const SensorInfo& sensor;
+    Observed observed{};
+    bool on = false;        ///< so that its events can be judged
+    bool timely = true;     ///< so that its time stamps can
+    std::string refused{};  ///< requests, with their results
+    std::string unsent{};   ///< accepted requests that did not reach the hub
+    int requests = 0;
+
+    int32_t handle() const { return sensor.sensorHandle; }
+    int64_t grantedNs() const { return grantedPeriodNs(sensor, observed.periodNs); }
+
+    bool any() const { return true; }
+    bool isOn() const { return on; }
+    bool continuous() const {
+        return reportingMode(sensor) == SensorFlagBits::CONTINUOUS_MODE && sensor.minDelay > 0;
+    }
+    bool oneShot() const { return reportingMode(sensor) == SensorFlagBits::ONE_SHOT_MODE; }
+    bool rated() const { return on && timely && continuous(); }
+    bool direct() const { return canReportDirectly(sensor); }
+    /** Reports by itself, as far as has been seen. */
+    bool restartable() const { return timely && refused.empty() && (continuous() || direct()); }
+    bool reported() const { return !observed.events.empty(); }
+    /** Completions that its flushes have to get. */
+    int flushes() const { return oneShot() ? 0 : 3; }
+    bool flushed() const { return observed.completions >= flushes(); }
+
+    void count(const char* request, Result result) {
+        ++requests;
+        if (result != Result::OK) refused += std::string(" ") + request + ": " + resultName(result);
+    }
+
+    /** @param specs the hub's own, by handle */
+    void checkListing(const std::map<int, simulator::SensorSpec>& specs) const;
+    void checkFirstEvent() const;
+    /** False when the time stamps of a periodic sensor prove nothing. */
+    bool checkTimestamps(int64_t latencyNs) const;
+    /** The rate that the sensor grants, and nothing lost. */
+    void checkRate() const;
+    /** Values, wakelocks, and what an on-change or a one-shot sensor may send. */
+    void checkEvents() const;
+    /** With a flush at `flushedNs`, while events were held back. */
+    void checkBatching(int64_t latencyNs, int64_t flushedNs) const;
+    /** The memory of a channel that has just been stopped. */
+    void checkDirectRecords(const DirectLevel& level, const SharedMemory& memory,
+                            int64_t startNs) const;
+
+  private:
+    void checkValues() const;
+    void checkMode() const;
+    void checkFlushOrder(int64_t flushedNs) const;
+};
 
 }  // namespace subhalctl

@@ -14,25 +14,10 @@ int64_t elapsedNs(int64_t earlier, int64_t later) {
 
 void IntervalStatistics::add(int64_t timestampNs) {
     ++mEvents;
-    const bool first = !std::exchange(mStarted, true);
-    const int64_t intervalNs = elapsedNs(mLastNs, timestampNs);
-    mLastNs = timestampNs;
-    if (first) return;
-    if (intervalNs > 0) {
-        addInterval(intervalNs);
-    } else {
-        ++mBackward;
-    }
-}
-
-void IntervalStatistics::restart() {
-    const IntervalStatistics before = *this;
-    *this = IntervalStatistics(mExpectedNs);
-    mLastNs = before.mLastNs;
-    mStarted = before.mStarted;
-}
-
-void IntervalStatistics::addInterval(int64_t intervalNs) {
+    const auto lastNs = std::exchange(mLastNs, timestampNs);
+    const int64_t intervalNs = lastNs ? elapsedNs(*lastNs, timestampNs) : 0;
+    if (lastNs && intervalNs <= 0) ++mBackward;
+    if (intervalNs <= 0) return;
     mShortestNs = mIntervals == 0 ? intervalNs : std::min(mShortestNs, intervalNs);
     mLongestNs = std::max(mLongestNs, intervalNs);
     ++mIntervals;
@@ -45,6 +30,12 @@ void IntervalStatistics::addInterval(int64_t intervalNs) {
             intervalNs / mExpectedNs + (beyond + mExpectedNs / 2) / mExpectedNs - 1;
         if (__builtin_add_overflow(mLost, lost, &mLost)) mLost = INT64_MAX;
     }
+}
+
+void IntervalStatistics::restart() {
+    const auto lastNs = mLastNs;
+    *this = IntervalStatistics(mExpectedNs);
+    mLastNs = lastNs;
 }
 
 double IntervalStatistics::rateHz() const {

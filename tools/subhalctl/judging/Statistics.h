@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <vector>
 
 namespace subhalctl {
@@ -39,12 +40,9 @@ class IntervalStatistics {
     int64_t backward() const { return mBackward; }
 
   private:
-    void addInterval(int64_t intervalNs);
-
     int64_t mExpectedNs;
     int64_t mEvents = 0;
-    int64_t mLastNs = 0;
-    bool mStarted = false;
+    std::optional<int64_t> mLastNs{};
     int64_t mIntervals = 0;
     double mMeanNs = 0;
     double mSquares = 0;  // sum of squared deviations from the mean

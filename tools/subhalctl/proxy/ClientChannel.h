@@ -1,13 +1,17 @@
 #pragma once
 
 #include <hardware/sensors.h>
+#include <sys/types.h>
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 
 #include "tools/subhalctl/proxy/Proxy.h"
 
 namespace subhalctl {
+
+// A direct channel as its client sees it.
 
 using android::hardware::sensors::V1_0::RateLevel;
 
@@ -54,6 +58,71 @@ class ClientChannel {
     const int32_t mSensor;
     int32_t mHandle = -1;
     bool mReporting = false;
+};
+
+/**
+ * A process of its own that reads a direct channel's memory, as a client of the sensors service
+ * would, and passes the records on through a pipe.
+ */
+class RingReader {
+  public:
+    /** Forks, so no other thread may run yet. `regionFd` stays the caller's. */
+    RingReader(int regionFd, size_t bytes);
+    /** Ends the process. */
+    ~RingReader();
+    RingReader(const RingReader&) = delete;
+    RingReader& operator=(const RingReader&) = delete;
+
+    bool running() const { return mProcess > 0; }
+
+    /** A record, with its counter in reserved0. */
+    struct Record {
+        sensors_event_t record;
+        int64_t readNs;  ///< when the process found it, on the clock of the events' time stamps
+    };
+    /** False when none came in time, or none will. */
+    bool read(Record* record, int timeoutMs);
+
+    /** Lets the process look once more and then end; what it found can still be read. */
+    void stop();
+
+  private:
+    pid_t mProcess = -1;
+    int mRecordsFd = -1;
+    int mStopFd = -1;  // closing it is the request to stop
+};
+
+/** Judges the records of one ring by their counters and contents. */
+class RingCheck {
+  public:
+    RingCheck(int32_t handle, int32_t type) : mHandle(handle), mType(type) {}
+
+    /** In the order in which they were read. False for a record that is torn. */
+    bool add(const sensors_event_t& record);
+
+    struct Figures {
+        int64_t records = 0;
+        int64_t missed = 0;    ///< written to the ring, by the counters, and not read from it
+        int64_t repeated = 0;  ///< with a counter that came before
+        int64_t torn = 0;  ///< empty, of another sensor or version, or older than the one before
+
+        bool sound() const { return missed == 0 && repeated == 0 && torn == 0; }
+        /** As in "81 records, 0 missed, 0 repeated, 0 torn". */
+        std::string text() const;
+    };
+    const Figures& figures() const { return mFigures; }
+    /** Counter of the last record; the first has 1. */
+    uint32_t counter() const { return mCounter; }
+    int64_t newestNs() const { return mNewestNs; }
+
+  private:
+    bool isWhole(const sensors_event_t& record) const;
+
+    int32_t mHandle;
+    int32_t mType;
+    uint32_t mCounter = 0;
+    int64_t mNewestNs = INT64_MIN;
+    Figures mFigures;
 };
 
 }  // namespace subhalctl

@@ -24,14 +24,12 @@ void EventQueue::push(const std::vector<Event>& events, bool wakelock) {
     {
         std::unique_lock<std::mutex> lock(mLock);
         mTaken.wait(lock, [this] { return !mWait || mEvents.size() < kCapacity; });
-        bool first = true;
         for (const Event& event : events) {
             if (mEvents.size() < kCapacity) {
-                mEvents.push_back({event, now, wakelock, wakelock && first});
+                mEvents.push_back({event, now, wakelock, wakelock && &event == events.data()});
             } else {
                 ++mOverflowed;
             }
-            first = false;
         }
     }
     mPushed.notify_one();
@@ -54,7 +52,7 @@ void EventQueue::waitForRoom(bool wait) {
 EventQueue::End EventQueue::receive(Clock::time_point deadline,
                                     const std::function<bool(const ReceivedEvent&)>& handle) {
     for (;;) {
-        const bool last = ended();
+        const bool last = mEnded;
         for (const ReceivedEvent& received : take(deadline)) {
             if (handle(received)) return End::kDone;
             if (interrupted()) return End::kInterrupted;
@@ -77,24 +75,9 @@ void EventQueue::drain(const std::function<void(const ReceivedEvent&)>& handle) 
     }
 }
 
-void EventQueue::end() {
-    const std::lock_guard<std::mutex> lock(mLock);
-    mEnded = true;
-}
-
-bool EventQueue::ended() const {
-    const std::lock_guard<std::mutex> lock(mLock);
-    return mEnded;
-}
-
 bool EventQueue::full() const {
     const std::lock_guard<std::mutex> lock(mLock);
     return mEvents.size() >= kCapacity;
-}
-
-size_t EventQueue::overflowed() const {
-    const std::lock_guard<std::mutex> lock(mLock);
-    return mOverflowed;
 }
 
 }  // namespace subhalctl

@@ -2,6 +2,7 @@
 
 #include <V2_0/SubHal.h>
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
@@ -50,7 +51,7 @@ class EventQueue {
     End receiveFor(double seconds, const std::function<bool(const ReceivedEvent&)>& handle);
 
     /** No more events follow: receive() ends with kEnded after passing the rest. */
-    void end();
+    void end() { mEnded = true; }
 
     /** No room is left. */
     bool full() const;
@@ -59,19 +60,18 @@ class EventQueue {
     void drain(const std::function<void(const ReceivedEvent&)>& handle);
 
     /** Events for which there was no room. */
-    size_t overflowed() const;
+    size_t overflowed() const { return mOverflowed; }
 
   private:
     std::vector<ReceivedEvent> take(Clock::time_point deadline);
-    bool ended() const;
 
     mutable std::mutex mLock;
     std::condition_variable mPushed;
     std::condition_variable mTaken;
     std::vector<ReceivedEvent> mEvents;  // guarded by mLock
-    size_t mOverflowed = 0;              // guarded by mLock
     bool mWait = false;                  // guarded by mLock
-    bool mEnded = false;                 // guarded by mLock
+    std::atomic<size_t> mOverflowed{0};
+    std::atomic<bool> mEnded{false};
 };
 
 }  // namespace subhalctl

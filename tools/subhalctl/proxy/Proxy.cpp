@@ -8,8 +8,10 @@
 #include <cinttypes>
 #include <cstdio>
 #include <cstring>
+#include <map>
 #include <utility>
 
+#include "tools/subhalctl/doctor/Findings.h"
 #include "tools/subhalctl/hubs/DevicePaths.h"
 #include "tools/subhalctl/proxy/SensorLookup.h"
 #include "tools/subhalctl/showing/Output.h"
@@ -33,18 +35,14 @@ std::string defaultLibrary() {
 }  // namespace
 
 std::string resultName(Result result) {
-    switch (result) {
-        case Result::OK:
-            return "OK";
-        case Result::PERMISSION_DENIED:
-            return "PERMISSION_DENIED";
-        case Result::NO_MEMORY:
-            return "NO_MEMORY";
-        case Result::BAD_VALUE:
-            return "BAD_VALUE";
-        case Result::INVALID_OPERATION:
-            return "INVALID_OPERATION";
-    }
+    static const std::map<Result, const char*> names = {
+        {Result::OK, "OK"},
+        {Result::PERMISSION_DENIED, "PERMISSION_DENIED"},
+        {Result::NO_MEMORY, "NO_MEMORY"},
+        {Result::BAD_VALUE, "BAD_VALUE"},
+        {Result::INVALID_OPERATION, "INVALID_OPERATION"}};
+    const auto found = names.find(result);
+    if (found != names.end()) return found->second;
     return "result " + std::to_string(static_cast<int32_t>(result));
 }
 
@@ -96,6 +94,12 @@ void Proxy::tapCalls() {
     if (!sinks.empty()) mTap = std::make_unique<CallTap>(mHub == nullptr, std::move(sinks));
 }
 
+bool isSwitch(const FileCall& call, int32_t handle, bool on) {
+    const std::string text = std::to_string(handle) + (on ? '1' : '0');
+    return call.kind == FileCall::Kind::kWrite && call.path == kEnablePath &&
+           text == call.bytes.c_str();  // a NUL ends it
+}
+
 std::vector<FileCall> Proxy::takeCalls() {
     const std::lock_guard<std::mutex> lock(mCallLock);
     return std::exchange(mCalls, {});
@@ -133,14 +137,12 @@ ExitCode Proxy::initialize() {
 }
 
 ExitCode Proxy::reportNoSensors() const {
-    const int fd = ::open(kSpecPath, O_RDONLY | O_CLOEXEC);
-    if (fd >= 0) {
-        ::close(fd);
+    const int error = tryOpen(kSpecPath, O_RDONLY);
+    if (error == 0) {
         complain(
             "there is a sensor hub, but none of its sensors works; \"subhalctl doctor\" shows why");
         return kNoSuchSensor;
     }
-    const int error = errno;
     complain("no sensor hub here: %s: %s", kSpecPath, std::strerror(error));
     if (error == ENOENT) {
         complain("on a machine without one, --sim runs the library on a simulated hub");

@@ -37,6 +37,9 @@ std::string resultName(Result result);
 /** "SENSOR: WHAT: RESULT" on standard error. */
 ExitCode refused(const std::string& sensor, const char* what, Result result);
 
+/** Whether the call switches the sensor at the hub. */
+bool isSwitch(const FileCall& call, int32_t handle, bool on);
+
 /** The sensors proxy: loads the library and initialises it. Main thread only. */
 class Proxy {
   public:

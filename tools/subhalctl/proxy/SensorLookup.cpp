@@ -4,6 +4,7 @@
 #include <cctype>
 #include <cmath>
 #include <cstdlib>
+#include <functional>
 
 #include "tools/subhalctl/showing/SensorValues.h"
 
@@ -15,20 +16,6 @@ std::string lowerCase(std::string text) {
         letter = static_cast<char>(std::tolower(static_cast<unsigned char>(letter)));
     }
     return text;
-}
-
-bool isNumber(const std::string& text) {
-    return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
-}
-
-template <typename Predicate>
-std::vector<const SensorInfo*> select(const std::vector<SensorInfo>& sensors,
-                                      const Predicate& predicate) {
-    std::vector<const SensorInfo*> found;
-    for (const SensorInfo& sensor : sensors) {
-        if (predicate(sensor)) found.push_back(&sensor);
-    }
-    return found;
 }
 
 }  // namespace
@@ -68,24 +55,27 @@ int64_t grantedPeriodNs(const SensorInfo& sensor, int64_t askedNs) {
 
 std::vector<const SensorInfo*> findSensors(const std::vector<SensorInfo>& sensors,
                                            const std::string& text) {
-    if (isNumber(text)) {
-        return select(sensors, [&](const SensorInfo& sensor) {
-            return std::to_string(sensor.sensorHandle) == text;
-        });
-    }
     const std::string wanted = lowerCase(text);
     if (wanted.empty()) return {};
-    auto named =
-        select(sensors, [&](const SensorInfo& sensor) { return lowerCase(sensor.name) == wanted; });
-    if (!named.empty()) return named;
-    auto exact = select(sensors, [&](const SensorInfo& sensor) {
-        return lowerCase(typeName(sensor)) == wanted || lowerCase(sensor.typeAsString) == wanted;
-    });
-    if (!exact.empty()) return exact;
-    return select(sensors, [&](const SensorInfo& sensor) {
-        return lowerCase(sensor.name).find(wanted) != std::string::npos ||
-               lowerCase(typeName(sensor)).find(wanted) != std::string::npos;
-    });
+    const std::function<bool(const SensorInfo&)> ways[] = {
+        [&](const SensorInfo& one) { return std::to_string(one.sensorHandle) == text; },
+        [&](const SensorInfo& one) { return lowerCase(one.name) == wanted; },
+        [&](const SensorInfo& one) {
+            return lowerCase(typeName(one)) == wanted || lowerCase(one.typeAsString) == wanted;
+        },
+        [&](const SensorInfo& one) {
+            return lowerCase(one.name).find(wanted) != std::string::npos ||
+                   lowerCase(typeName(one)).find(wanted) != std::string::npos;
+        }};
+    const bool isNumber = text.find_first_not_of("0123456789") == std::string::npos;
+    std::vector<const SensorInfo*> found;
+    for (const auto& fits : ways) {
+        for (const SensorInfo& sensor : sensors) {
+            if (fits(sensor)) found.push_back(&sensor);
+        }
+        if (isNumber || !found.empty()) break;
+    }
+    return found;
 }
 
 int64_t periodOfRate(double hertz) {

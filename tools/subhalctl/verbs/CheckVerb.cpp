@@ -10,10 +10,7 @@
 #include "tools/subhalctl/doctor/Findings.h"
 #include "tools/subhalctl/hubs/DevicePaths.h"
 #include "tools/subhalctl/hubs/PlatformHooks.h"
-#include "tools/subhalctl/judging/CheckReport.h"
 #include "tools/subhalctl/judging/CheckRules.h"
-#include "tools/subhalctl/proxy/ClientChannel.h"
-#include "tools/subhalctl/proxy/SensorLookup.h"
 #include "tools/subhalctl/showing/Output.h"
 #include "tools/subhalctl/verbs/Verbs.h"
 
@@ -23,7 +20,6 @@ namespace {
 constexpr int64_t kMiddlePeriodNs = 20'000'000;
 constexpr int64_t kShortestLatencyNs = 250'000'000;  // long against a busy machine's delays
 constexpr int32_t kStampHandle = 49;                 // each of its records completes a flush
-constexpr int kFlushes = 3;
 constexpr double kPatienceSeconds = 3;
 constexpr double kSettleSeconds = 0.1;  // for events on their way when a sensor is switched off
 constexpr double kSilenceSeconds = 0.3;
@@ -35,30 +31,6 @@ constexpr size_t kSmallRecords = 16;
 double inSeconds(int64_t ns) {
     return static_cast<double>(ns) / 1e9;
 }
-
-struct Subject : Tested {
-    bool on = false;     // so that its events can be judged
-    bool timely = true;  // so that its time stamps can
-    int requests = 0;
-    std::string refused{};
-    std::string unsent{};  // accepted requests that did not reach the hub
-
-    int32_t handle() const { return sensor.sensorHandle; }
-    bool continuous() const {
-        return reportingMode(sensor) == SensorFlagBits::CONTINUOUS_MODE && sensor.minDelay > 0;
-    }
-    bool oneShot() const { return reportingMode(sensor) == SensorFlagBits::ONE_SHOT_MODE; }
-    bool rated() const { return on && timely && continuous(); }
-    bool direct() const { return canReportDirectly(sensor); }
-    bool reported() const { return !observed.events.empty(); }
-    bool flushed() const { return oneShot() || observed.completions >= kFlushes; }
-    bool any() const { return true; }
-
-    void count(const char* request, Result result) {
-        ++requests;
-        if (result != Result::OK) refused += std::string(" ") + request + ": " + resultName(result);
-    }
-};
 
 /** How often a rule was broken, and how often it was kept. */
 using Tally = std::map<bool, int>;
@@ -112,7 +84,7 @@ class Check {
             if (!wanted.empty() && wanted.count(&sensor) == 0) continue;
             std::string label = typeName(sensor);
             if (names.count(label) > 1) label += "/" + std::to_string(sensor.sensorHandle);
-            mSubjects.push_back({{sensor, {&mReport, label}}});
+            mSubjects.push_back({{&mReport, label}, sensor});
         }
         return kOk;
     }
@@ -167,12 +139,9 @@ class Check {
 
     /** Whether the switch has reached the hub since the last takeCalls(). */
     bool switched(int32_t handle, bool on) {
-        const std::string text = std::to_string(handle) + (on ? "1" : "0");
         const std::vector<FileCall> calls = mProxy.takeCalls();
-        return std::any_of(calls.begin(), calls.end(), [&](const FileCall& call) {
-            return call.kind == FileCall::Kind::kWrite && call.path == kEnablePath &&
-                   std::strcmp(call.bytes.c_str(), text.c_str()) == 0;  // a NUL ends it
-        });
+        return std::any_of(calls.begin(), calls.end(),
+                           [&](const FileCall& call) { return isSwitch(call, handle, on); });
     }
 
     void activate(Subject& subject, bool on) {
@@ -186,8 +155,7 @@ class Check {
 
     /** From now on the sensor is observed. */
     void batch(Subject& subject, int64_t periodNs, int64_t latencyNs = 0) {
-        const int64_t before =
-            subject.on ? grantedPeriodNs(subject.sensor, subject.observed.periodNs) : 0;
+        const int64_t before = subject.on ? subject.grantedNs() : 0;
         subject.count("batch", mProxy.batch(subject.handle(), periodNs, latencyNs));
         forgetEvents({&subject}, hubNowNs() + before);
         subject.observed.periodNs = periodNs;
@@ -232,7 +200,7 @@ class Check {
         }
         checkNamesDistinct(mProxy.sensors(), mLibrary);
         for (const Subject& subject : mSubjects) {
-            checkListing(subject, specs);
+            subject.checkListing(specs);
         }
     }
 
@@ -289,9 +257,8 @@ class Check {
             const int64_t shortestNs = subject->sensor.minDelay * int64_t{1000};
             const int64_t longestNs = subject->sensor.maxDelay * int64_t{1000};
             const int64_t periodNs = periodAtHub(*subject, shortestNs / 2);
-            subject->results.judge(
-                periodNs >= shortestNs, "shortest-period",
-                formatted("%" PRId64 " ns of %" PRId64 " ns", periodNs, shortestNs));
+            subject->judge(periodNs >= shortestNs, "shortest-period",
+                           formatted("%" PRId64 " ns of %" PRId64 " ns", periodNs, shortestNs));
             ++broken[periodAtHub(*subject, longestNs * 2) > longestNs];
         }
         judgeKnown("longest-period", broken);
@@ -311,52 +278,51 @@ class Check {
             seconds = std::max(seconds, secondsFor(subject, kMiddlePeriodNs));
         }
         if (!receive(std::min(seconds, longestPhase()))) return;
-        for (Subject& subject : mSubjects) {
-            if (!subject.on) continue;
-            checkFirstEvent(subject);
-            subject.timely &= checkTimestamps(subject, 0);
-            if (subject.rated()) checkRate(subject);
-            checkEvents(subject);
+        for (Subject* subject : chosen(&Subject::isOn)) {
+            subject->checkFirstEvent();
+            subject->timely &= subject->checkTimestamps(0);
+            if (subject->rated()) subject->checkRate();
+            subject->checkEvents();
         }
     }
 
     /** The sensors are on. */
     void checkFlushes() {
         mProgress.show("flushes");
-        Subjects subjects;
+        const auto subjects = chosen(&Subject::isOn);
         std::map<const Subject*, std::string> unexpected;
-        for (Subject& subject : mSubjects) {
-            if (!subject.on) continue;
-            subjects.push_back(&subject);
-            for (int i = 0; i < (subject.oneShot() ? 1 : kFlushes); ++i) {
-                const Result result = mProxy.flush(subject.handle());
-                const Result wanted = subject.oneShot() ? Result::BAD_VALUE : Result::OK;
-                if (result != wanted) unexpected[&subject] = ", " + resultName(result);
+        for (const Subject* subject : subjects) {
+            for (int i = 0; i < std::max(1, subject->flushes()); ++i) {
+                const Result result = mProxy.flush(subject->handle());
+                const Result wanted = subject->oneShot() ? Result::BAD_VALUE : Result::OK;
+                if (result != wanted) unexpected[subject] = ", " + resultName(result);
             }
         }
         if (!receiveUntil(subjects, &Subject::flushed) || !receive(kSettleSeconds)) return;
         for (const Subject* subject : subjects) {
             const Observed& observed = subject->observed;
-            const int wanted = subject->oneShot() ? 0 : kFlushes;
+            const int wanted = subject->flushes();
             const bool known = subject->handle() == kStampHandle && observed.completions > wanted;
             const std::string& result = unexpected[subject];
-            subject->results.judge(
-                observed.completions == wanted && result.empty(), "flush",
-                formatted("%d completions of %d", observed.completions, wanted) + result,
-                known ? Verdict::kKnown : Verdict::kFail);
-            subject->results.expect("event-kind", observed.foreignKinds, "its own");
+            subject->judge(observed.completions == wanted && result.empty(), "flush",
+                           formatted("%d completions of %d", observed.completions, wanted) + result,
+                           known ? Verdict::kKnown : Verdict::kFail);
+            subject->expect("event-kind", observed.foreignKinds, "its own");
         }
     }
 
     /** The sensors are on, and go on at another rate. */
-    template <typename Period>
-    void checkRates(const char* what, const Period& period) {
+    void checkRates(bool fastest) {
+        const char* what = fastest ? "fastest rates" : "slowest rates";
+        const auto period = [fastest](const SensorInfo& sensor) {
+            return fastest ? sensor.minDelay * int64_t{500} : sensor.maxDelay * int64_t{1000};
+        };
         double seconds = mOptions.seconds;
         Subjects subjects;
         for (Subject* subject : chosen(&Subject::rated)) {
             const double needed = secondsFor(*subject, period(subject->sensor));
             if (needed > longestPhase()) {
-                subject->results.skip("rate", std::string(what) + " take longer than --seconds");
+                subject->skip("rate", std::string(what) + " take longer than --seconds");
                 continue;
             }
             seconds = std::max(seconds, needed);
@@ -369,19 +335,12 @@ class Check {
         }
         if (!receive(seconds)) return;
         for (const Subject* subject : subjects) {
-            checkRate(*subject);
+            subject->checkRate();
         }
     }
 
-    void checkFastest() {
-        checkRates("fastest rates",
-                   [](const SensorInfo& sensor) { return sensor.minDelay * int64_t{500}; });
-    }
-
-    void checkSlowest() {
-        checkRates("slowest rates",
-                   [](const SensorInfo& sensor) { return sensor.maxDelay * int64_t{1000}; });
-    }
+    void checkFastest() { checkRates(true); }
+    void checkSlowest() { checkRates(false); }
 
     void checkSilence() {
         mProgress.show("all sensors off");
@@ -393,8 +352,8 @@ class Check {
         Tally broken;
         for (const Subject* subject : subjects) {
             const size_t events = subject->observed.events.size();
-            subject->results.judge(events == 0, "silent-when-off",
-                                   formatted("%zu events in %.1f s", events, kSilenceSeconds));
+            subject->judge(events == 0, "silent-when-off",
+                           formatted("%zu events in %.1f s", events, kSilenceSeconds));
             if (subject->oneShot()) continue;
             ++broken[mProxy.flush(subject->handle()) != Result::BAD_VALUE];
         }
@@ -413,42 +372,39 @@ class Check {
                 longestNs = std::max(longestNs, periodNs);
                 subjects.push_back(subject);
             } else {
-                subject->results.skip("batching",
-                                      formatted("a FIFO of %" PRIu32 " does not hold %.1f s", fifo,
-                                                inSeconds(latencyNs)));
+                subject->skip("batching", formatted("a FIFO of %" PRIu32 " does not hold %.1f s",
+                                                    fifo, inSeconds(latencyNs)));
             }
         }
         if (subjects.empty()) return;
         mProgress.show("batches");
         start(subjects, latencyNs);
         // Three whole batches, and the flush while the fourth is held back.
-        bool finished = receive(3.7 * inSeconds(latencyNs) + 3.0 * inSeconds(longestNs));
+        receive(3.7 * inSeconds(latencyNs) + 3.0 * inSeconds(longestNs));
         const int64_t flushedNs = hubNowNs();
         for (const Subject* subject : subjects) {
             mProxy.flush(subject->handle());
         }
-        finished = receive(kSilenceSeconds) && finished;
+        const bool finished = receive(kSilenceSeconds);
         stop(subjects);
         if (!finished) return;
         for (Subject* subject : subjects) {
             if (!subject->reported()) continue;
-            subject->timely = checkTimestamps(*subject, latencyNs);
-            if (subject->timely) checkBatching(*subject, latencyNs, flushedNs);
+            subject->timely = subject->checkTimestamps(latencyNs);
+            if (subject->timely) subject->checkBatching(latencyNs, flushedNs);
         }
     }
 
     void checkDirectLevel(const Subject& subject, const DirectLevel& level) {
-        const int32_t handle = subject.handle();
-        const Results& results = subject.results;
         SharedMemory memory(kDirectRecords * sizeof(sensors_event_t));
-        if (!memory.ok()) return results.skip("direct-records", "no shared memory");
+        if (!memory.ok()) return subject.skip("direct-records", "no shared memory");
         memory.fill('\x55');
-        ClientChannel channel(mProxy, handle);
+        ClientChannel channel(mProxy, subject.handle());
         const Result registered = channel.registerMemory(memory);
         const bool zeroed = memory.allZero();
         const auto report = channel.setRate(level.level);
         if (registered != Result::OK || report.result != Result::OK) {
-            return results.judge(
+            return subject.judge(
                 false, "direct-token",
                 formatted("%s: register: %s, configure: %s", level.name,
                           resultName(registered).c_str(), resultName(report.result).c_str()));
@@ -456,16 +412,16 @@ class Check {
         const int64_t startNs = hubNowNs();  // earlier records may have another period
         if (!receive(std::min(mOptions.seconds, 5.0))) return;
         channel.setRate(RateLevel::STOP);
-        results.judge(report.value > 0, "direct-token",
+        subject.judge(report.value > 0, "direct-token",
                       formatted("%s: %" PRId32, level.name, report.value));
-        checkDirectRecords(subject, level, memory, startNs);
-        if (seesHub(results, "direct-stop")) {
-            const bool stopped = switched(handle, false);
-            results.judge(stopped, "direct-stop",
+        subject.checkDirectRecords(level, memory, startNs);
+        if (seesHub(subject, "direct-stop")) {
+            const bool stopped = switched(subject.handle(), false);
+            subject.judge(stopped, "direct-stop",
                           formatted("%s: %s", level.name, stopped ? "off" : "on"), Verdict::kKnown);
         }
         channel.unregister();
-        results.judge(zeroed && memory.allZero(), "direct-memory",
+        subject.judge(zeroed && memory.allZero(), "direct-memory",
                       formatted("%s: %szeroed at first, %szeroed at last", level.name,
                                 zeroed ? "" : "not ", memory.allZero() ? "" : "not "));
     }
@@ -473,7 +429,7 @@ class Check {
     void checkDirect() {
         for (const Subject& subject : mSubjects) {
             if (subject.direct()) {
-                mProgress.show("direct channels of " + subject.results.sensor);
+                mProgress.show("direct channels of " + subject.label);
                 for (const DirectLevel& level : kDirectLevels) {
                     if (!interrupted()) checkDirectLevel(subject, level);
                 }
@@ -482,12 +438,11 @@ class Check {
             SharedMemory memory(kSmallRecords * sizeof(sensors_event_t));
             ClientChannel channel(mProxy, subject.handle());
             if (!memory.ok() || channel.registerMemory(memory) != Result::OK) {
-                subject.results.skip("direct-refused", "no channel to try");
+                subject.skip("direct-refused", "no channel to try");
                 continue;
             }
             const Result result = channel.setRate(RateLevel::NORMAL).result;
-            subject.results.judge(result == Result::BAD_VALUE, "direct-refused",
-                                  resultName(result));
+            subject.judge(result == Result::BAD_VALUE, "direct-refused", resultName(result));
         }
     }
 
@@ -506,23 +461,17 @@ class Check {
     /** As a restarted sensors service does, with a sensor on and a channel registered. */
     void checkInitializeAgain() {
         const auto direct = chosen(&Subject::direct);
-        Subjects running;
-        for (Subject& subject : mSubjects) {
-            if (subject.timely && subject.refused.empty() &&
-                (subject.continuous() || subject.direct())) {
-                running.push_back(&subject);
-            }
-        }
+        const auto running = chosen(&Subject::restartable);
         const SharedMemory memory(kSmallRecords * sizeof(sensors_event_t));
         ClientChannel channel(mProxy, direct.empty() ? 0 : direct.front()->handle());
         if (!direct.empty()) channel.registerMemory(memory);
         start(running);
-        bool finished = receiveUntil(running, &Subject::reported);
+        receiveUntil(running, &Subject::reported);
         const Result result = mProxy.initializeAgain();
         const Result stale =
             direct.empty() ? Result::BAD_VALUE : channel.setRate(RateLevel::NORMAL).result;
         forgetEvents(running, hubNowNs());
-        finished = receive(kSilenceSeconds) && finished;
+        const bool finished = receive(kSilenceSeconds);
         const bool silent = std::none_of(running.begin(), running.end(),
                                          [](const Subject* one) { return one->reported(); });
         stop(running);
@@ -538,12 +487,11 @@ class Check {
     /** All requests and events so far. */
     void checkRequests() {
         for (const Subject& subject : mSubjects) {
-            subject.results.expect("activate", subject.refused,
-                                   counted(subject.requests, "request"));
-            if (!seesHub(subject.results, "hub-switch")) continue;
+            subject.expect("activate", subject.refused, counted(subject.requests, "request"));
+            if (!seesHub(subject, "hub-switch")) continue;
             const std::string& unsent = subject.unsent;
-            subject.results.expect(
-                "hub-switch", unsent.empty() ? "" : "not " + unsent + " at the hub", "as asked");
+            subject.expect("hub-switch", unsent.empty() ? "" : "not " + unsent + " at the hub",
+                           "as asked");
         }
         std::string strangers;
         for (const int32_t handle : mStrangers) {

@@ -13,25 +13,6 @@ using Clock = EventQueue::Clock;
 constexpr int64_t kPeriodNs = 20'000'000;
 constexpr int64_t kLatencyNs = 10'000'000'000;  // so that events are held back
 
-ExitCode waitForCompletion(Proxy& proxy, const SensorInfo& sensor, Clock::time_point begin,
-                           double seconds) {
-    int64_t events = 0;
-    const auto end = proxy.events().receiveFor(seconds, [&](const ReceivedEvent& received) {
-        if (received.event.sensorHandle != sensor.sensorHandle) return false;
-        if (kindOf(received.event) == EventKind::kFlushComplete) return true;
-        ++events;
-        return false;
-    });
-    if (end != EventQueue::End::kDone) {
-        complain("%s: no completion of the flush", typeName(sensor).c_str());
-        return kNoData;
-    }
-    const double tookMs = std::chrono::duration<double, std::milli>(Clock::now() - begin).count();
-    print("%s: flush complete after %.3f ms, %s before it\n", typeName(sensor).c_str(), tookMs,
-          counted(events, "event").c_str());
-    return kOk;
-}
-
 }  // namespace
 
 ExitCode runFlush(Proxy& proxy, const FlushOptions& options) {
@@ -53,7 +34,21 @@ ExitCode runFlush(Proxy& proxy, const FlushOptions& options) {
         }
         return refused(typeName(*sensor), "flush", result);
     }
-    return waitForCompletion(proxy, *sensor, begin, options.seconds);
+    int64_t events = 0;
+    const auto end = proxy.events().receiveFor(options.seconds, [&](const ReceivedEvent& received) {
+        if (received.event.sensorHandle != sensor->sensorHandle) return false;
+        if (kindOf(received.event) == EventKind::kFlushComplete) return true;
+        ++events;
+        return false;
+    });
+    if (end != EventQueue::End::kDone) {
+        complain("%s: no completion of the flush", typeName(*sensor).c_str());
+        return kNoData;
+    }
+    const double tookMs = std::chrono::duration<double, std::milli>(Clock::now() - begin).count();
+    print("%s: flush complete after %.3f ms, %s before it\n", typeName(*sensor).c_str(), tookMs,
+          counted(events, "event").c_str());
+    return kOk;
 }
 
 }  // namespace subhalctl

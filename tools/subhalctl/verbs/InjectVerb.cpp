@@ -1,21 +1,31 @@
-
+#include <algorithm>
 #include <cerrno>
 #include <cinttypes>
 #include <cstdlib>
 #include <cstring>
 #include <optional>
 
+#include "simulator/KnownSensors.h"
+#include "tools/subhalctl/doctor/Findings.h"
 #include "tools/subhalctl/hubs/PlatformHooks.h"
 #include "tools/subhalctl/proxy/SensorLookup.h"
+#include "tools/subhalctl/recording/Hex.h"
 #include "tools/subhalctl/showing/Output.h"
 #include "tools/subhalctl/showing/SensorValues.h"
 #include "tools/subhalctl/verbs/Verbs.h"
 
+// What goes to the hub as an injected event: sub-commands for a sensor, and messages.
+
 namespace subhalctl {
 namespace {
 
+using android::hardware::sensors::V1_0::SensorType;
+
 constexpr uint32_t kFirstSubCommand = 2;
 constexpr size_t kFirstArgument = 2;  // payload word, after the sub-command and an unused word
+constexpr auto kContextType = static_cast<SensorType>(0x10032);
+constexpr size_t kLargestMessage = 1119;
+constexpr size_t kChunkSize = 56;
 
 std::optional<uint32_t> parseWord(const std::string& text) {
     char* end = nullptr;
@@ -65,6 +75,66 @@ void printReceived(const std::vector<Injection>& injections) {
     if (injections.empty()) print("the hub received nothing\n");
 }
 
+Result injectPayload(Proxy& proxy, int32_t handle, SensorType type, const Payload& payload) {
+    Event event{};
+    event.timestamp = hubNowNs();
+    event.sensorHandle = handle;
+    event.sensorType = type;
+    std::memcpy(&event.u, payload.data(), sizeof(event.u));
+    return proxy.subHal().injectSensorData(event);
+}
+
+std::optional<std::string> messageOf(const MessageOptions& options) {
+    std::string message = options.text;
+    if (!options.hex.empty()) {
+        const auto bytes = bytesOfHex(options.hex);
+        if (!bytes) {
+            complain("--hex takes pairs of hexadecimal digits");
+            return {};
+        }
+        message = *bytes;
+    }
+    const int error = options.file.empty() ? 0 : readFile(options.file, &message);
+    if (error != 0) {
+        complain("%s: %s", quoted(options.file).c_str(), std::strerror(error));
+        return {};
+    }
+    if (!message.empty() && message.size() <= kLargestMessage) return message;
+    complain("a message has 1 to %zu bytes, not %s", kLargestMessage,
+             message.empty() ? "none" : "more");
+    return {};
+}
+
+enum class MessagePart : uint32_t { kStart = 0, kEnd = 1, kData = 0x42554853 };
+
+bool send(Proxy& proxy, MessagePart part, size_t length, const std::string& chunk) {
+    Payload payload{static_cast<uint32_t>(part), static_cast<uint32_t>(length)};
+    std::memcpy(&payload[2], chunk.data(), std::min(chunk.size(), kChunkSize));
+    const Result result = injectPayload(proxy, simulator::kContextHandle, kContextType, payload);
+    if (result != Result::OK) refused("qcontext", "message", result);
+    return result == Result::OK;
+}
+
+bool sendMessage(Proxy& proxy, const std::string& message) {
+    // A short message travels in the start event; a full chunk does not count as short.
+    if (message.size() < kChunkSize)
+        return send(proxy, MessagePart::kStart, message.size(), message);
+    if (!send(proxy, MessagePart::kStart, message.size(), {})) return false;
+    for (size_t at = 0; at < message.size(); at += kChunkSize) {
+        const std::string chunk = message.substr(at, kChunkSize);
+        if (!send(proxy, MessagePart::kData, chunk.size(), chunk)) return false;
+    }
+    return send(proxy, MessagePart::kEnd, message.size(), {});
+}
+
+/** Only the simulated hub knows whether a message got through. */
+ExitCode compareReceived(Hub& hub, const std::string& message) {
+    const std::vector<std::string> received = hub.messages();
+    const bool whole = received.size() == 1 && received.front() == message;
+    print("the hub received %s\n", whole ? "the whole message" : "something else");
+    return whole ? kOk : kCheckFailed;
+}
+
 }  // namespace
 
 ExitCode runInject(Proxy& proxy, const InjectOptions& options) {
@@ -74,13 +144,8 @@ ExitCode runInject(Proxy& proxy, const InjectOptions& options) {
     if (opened != kOk) return opened;
     const SensorInfo* sensor = proxy.find(options.sensor);
     if (sensor == nullptr) return kNoSuchSensor;
-    Event event{};
-    event.timestamp = hubNowNs();
-    event.sensorHandle = sensor->sensorHandle;
-    event.sensorType = sensor->type;
-    std::memcpy(&event.u, payload->data(), sizeof(event.u));
     if (proxy.hub() != nullptr) proxy.hub()->takeInjections();
-    const Result result = proxy.subHal().injectSensorData(event);
+    const Result result = injectPayload(proxy, sensor->sensorHandle, sensor->type, *payload);
     if (proxy.hub() != nullptr) printReceived(proxy.hub()->takeInjections());
     if (result != Result::OK) return refused(typeName(*sensor), "inject", result);
     if (proxy.options().quiet) return kOk;
@@ -89,6 +154,16 @@ ExitCode runInject(Proxy& proxy, const InjectOptions& options) {
           idle ? "nothing to do for sub-command" : "the library took sub-command",
           payload->front());
     return kOk;
+}
+
+ExitCode runMessage(Proxy& proxy, const MessageOptions& options) {
+    const auto message = messageOf(options);
+    if (!message) return kUsage;
+    const ExitCode opened = proxy.open();
+    if (opened != kOk) return opened;
+    if (!sendMessage(proxy, *message)) return kRefused;
+    if (!proxy.options().quiet) print("%s sent\n", counted(message->size(), "byte").c_str());
+    return proxy.hub() == nullptr ? kOk : compareReceived(*proxy.hub(), *message);
 }
 
 }  // namespace subhalctl
