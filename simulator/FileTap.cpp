@@ -23,15 +23,14 @@ constexpr int kMaxDescriptors = 65536;
 
 std::atomic<TappedFiles*> gFiles{nullptr};
 std::array<std::atomic<void*>, kMaxDescriptors> gNodes{};
-std::atomic<CallObserver*> gObserver{nullptr};
+std::atomic<const CallObserver*> gObserver{nullptr};
 
-/** Calls the observer's `event`, if there is an observer, without touching errno. */
-template <typename... Parameters, typename... Arguments>
-void observe(void (CallObserver::*event)(Parameters...), const Arguments&... arguments) {
-    CallObserver* observer = gObserver.load(std::memory_order_acquire);
+/** Calls the observer, if there is one, without touching errno. */
+void observe(const TappedCall& call) {
+    const CallObserver* observer = gObserver.load(std::memory_order_acquire);
     if (observer == nullptr) return;
     const int saved = errno;
-    (observer->*event)(arguments...);
+    (*observer)(call);
     errno = saved;
 }
 
@@ -81,7 +80,7 @@ bool openTapped(const char* path, int flags, mode_t mode, int* result) {
     void* node = nullptr;
     const int fd = files->open(inHub, flags, mode, &node);
     if (fd >= 0) setNode(fd, node);
-    observe(&CallObserver::opened, inHub, flags, fd);
+    observe({TappedCall::Kind::kOpen, -1, inHub, static_cast<unsigned>(flags), nullptr, fd});
     *result = withErrno(fd);
     return true;
 }
@@ -135,7 +134,7 @@ TappedFiles* tappedFiles(const char* path, std::string* inHub) {
     return inHub->empty() ? nullptr : files;
 }
 
-void observeCalls(CallObserver* observer) {
+void observeCalls(const CallObserver* observer) {
     gObserver.store(observer);
 }
 
@@ -175,7 +174,7 @@ ssize_t tapRead(int fd, void* buffer, size_t size) {
     TappedFiles* files = tappedFiles(fd);
     if (files == nullptr) return real::read(fd, buffer, size);
     const ssize_t result = files->read(nodeOf(fd), fd, buffer, size);
-    observe(&CallObserver::wasRead, fd, buffer, size, result);
+    observe({TappedCall::Kind::kRead, fd, "", size, buffer, result});
     return withErrno(result);
 }
 
@@ -190,7 +189,7 @@ ssize_t tapWrite(int fd, const void* buffer, size_t size) {
     TappedFiles* files = tappedFiles(fd);
     if (files == nullptr) return real::write(fd, buffer, size);
     const ssize_t result = files->write(nodeOf(fd), fd, buffer, size);
-    observe(&CallObserver::written, fd, buffer, size, result);
+    observe({TappedCall::Kind::kWrite, fd, "", size, buffer, result});
     return withErrno(result);
 }
 
@@ -207,7 +206,7 @@ int tapIoctl(int fd, uint32_t request, void* argument) {
     TappedFiles* files = tappedFiles(fd);
     if (files == nullptr) return gIoctl(fd, request, argument);
     const int result = files->ioctl(nodeOf(fd), fd, request, argument);
-    observe(&CallObserver::controlled, fd, request, argument, result);
+    observe({TappedCall::Kind::kIoctl, fd, "", request, argument, result});
     return withErrno(result);
 }
 // Called on 32-bit targets by programs with 64-bit time_t.
@@ -218,7 +217,7 @@ int tapClose(int fd) {
     int error = 0;
     if (void* node = nodeOf(fd)) {
         TappedFiles* files = tappedFiles(fd);
-        observe(&CallObserver::closing, fd);
+        observe({TappedCall::Kind::kClose, fd, "", 0, nullptr, 0});
         setNode(fd, nullptr);
         if (files != nullptr) error = files->close(node);
     }
@@ -236,7 +235,7 @@ DIR* tapOpendir(const char* path) {
     const int error = files->enterDirectory(inHub);
     DIR* directory = error == 0 ? gOpendir(files->realPath(inHub).c_str()) : nullptr;
     if (error != 0) errno = error;
-    observe(&CallObserver::openedDirectory, inHub, directory != nullptr ? 0 : -errno);
+    observe({TappedCall::Kind::kOpendir, -1, inHub, 0, nullptr, directory != nullptr ? 0 : -errno});
     return directory;
 }
 
@@ -246,7 +245,7 @@ int tapRemove(const char* path) {
     TappedFiles* files = tappedFiles(path, &inHub);
     if (files == nullptr) return gRemove(path);
     const int result = orErrno(gRemove(files->realPath(inHub).c_str()));
-    observe(&CallObserver::removed, inHub, result);
+    observe({TappedCall::Kind::kRemove, -1, inHub, 0, nullptr, result});
     return withErrno(result);
 }
 

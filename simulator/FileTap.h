@@ -3,6 +3,7 @@
 #include <dirent.h>
 #include <sys/types.h>
 
+#include <functional>
 #include <string>
 
 #include "simulator/NextFunction.h"
@@ -46,27 +47,23 @@ TappedFiles* tappedFiles(int fd);
 /** The tap if `path` is one of the hub's, whose absolute form `*inHub` becomes; else null. */
 TappedFiles* tappedFiles(const char* path, std::string* inHub);
 
-/**
- * Sees every tapped call right after it was made, on the thread that made it; results as above. It
- * may itself use ordinary files.
- */
-class CallObserver {
-  public:
-    virtual ~CallObserver() = default;
+/** A tapped call right after it was made, or a close before it frees the descriptor's number. */
+struct TappedCall {
+    enum class Kind { kOpen, kRead, kWrite, kIoctl, kClose, kOpendir, kRemove };
 
-    /** @param result the descriptor */
-    virtual void opened(const std::string& hubPath, int flags, int result) = 0;
-    virtual void wasRead(int fd, const void* buffer, size_t size, ssize_t result) = 0;
-    virtual void written(int fd, const void* buffer, size_t size, ssize_t result) = 0;
-    virtual void controlled(int fd, unsigned long request, const void* argument, int result) = 0;
-    /** Before the close, which frees the descriptor's number. */
-    virtual void closing(int fd) = 0;
-    virtual void openedDirectory(const std::string& hubPath, int result) = 0;
-    virtual void removed(const std::string& hubPath, int result) = 0;
+    Kind kind;
+    int fd;                ///< -1 where a path names the file
+    std::string hubPath;   ///< empty where a descriptor names it
+    unsigned long number;  ///< flags of an open, number of an ioctl, size of a read or write
+    const void* data;      ///< buffer of a read or write, argument of an ioctl
+    long result;           ///< as above
 };
 
+/** Runs on the thread that made the call. It may itself use ordinary files. */
+using CallObserver = std::function<void(const TappedCall&)>;
+
 /** Shows the calls to `observer` from now on; null for none. It outlives all threads that call. */
-void observeCalls(CallObserver* observer);
+void observeCalls(const CallObserver* observer);
 
 /** The C library's own functions, for use on tapped descriptors. */
 namespace real {

@@ -26,10 +26,6 @@ void traceLine(const char* call, const std::string& text) {
                  text.c_str());
 }
 
-std::string bytesAt(const void* buffer, size_t size) {
-    return {static_cast<const char*>(buffer), size};
-}
-
 }  // namespace
 
 const char* nameOf(FileCall::Kind kind) {
@@ -39,8 +35,10 @@ const char* nameOf(FileCall::Kind kind) {
 }
 
 CallTap::CallTap(bool ownHub, std::vector<Sink> sinks)
-    : mSinks(std::move(sinks)), mOwnHub(ownHub && simulator::tapFiles(&mOwnFiles)) {
-    simulator::observeCalls(this);
+    : mSinks(std::move(sinks)),
+      mOwnHub(ownHub && simulator::tapFiles(&mOwnFiles)),
+      mObserver([this](const simulator::TappedCall& call) { pass(call); }) {
+    simulator::observeCalls(&mObserver);
 }
 
 CallTap::~CallTap() {
@@ -48,58 +46,26 @@ CallTap::~CallTap() {
     if (mOwnHub) simulator::untapFiles();
 }
 
-void CallTap::pass(const FileCall& call) const {
+void CallTap::pass(const simulator::TappedCall& tapped) {
+    FileCall call{tapped.kind, pathOf(tapped), tapped.number, "", tapped.result};
+    size_t size = call.kind == FileCall::Kind::kWrite ? call.number : 0;
+    if (call.kind == FileCall::Kind::kRead) size = static_cast<size_t>(std::max(call.result, 0L));
+    if (call.kind == FileCall::Kind::kIoctl && call.path == "/dev/batch_io") size = kBatchBytes;
+    if (tapped.data != nullptr) call.bytes.assign(static_cast<const char*>(tapped.data), size);
     for (const Sink& sink : mSinks) {
         sink(call);
     }
 }
 
-std::string CallTap::pathOf(int fd) const {
+std::string CallTap::pathOf(const simulator::TappedCall& tapped) {
     const std::lock_guard<std::mutex> lock(mLock);
-    const auto found = mPaths.find(fd);
-    return found != mPaths.end() ? found->second : "";
-}
-
-void CallTap::opened(const std::string& hubPath, int flags, int result) {
-    if (result >= 0) {
-        const std::lock_guard<std::mutex> lock(mLock);
-        mPaths[result] = hubPath;
+    if (tapped.kind == FileCall::Kind::kOpen && tapped.result >= 0) {
+        mPaths[tapped.result] = tapped.hubPath;
     }
-    pass({FileCall::Kind::kOpen, hubPath, static_cast<unsigned long>(flags), "", result});
-}
-
-void CallTap::wasRead(int fd, const void* buffer, size_t size, ssize_t result) {
-    const std::string bytes = bytesAt(buffer, static_cast<size_t>(std::max<ssize_t>(result, 0)));
-    pass({FileCall::Kind::kRead, pathOf(fd), size, bytes, result});
-}
-
-void CallTap::written(int fd, const void* buffer, size_t size, ssize_t result) {
-    pass({FileCall::Kind::kWrite, pathOf(fd), size, bytesAt(buffer, size), result});
-}
-
-void CallTap::controlled(int fd, unsigned long request, const void* argument, int result) {
-    const std::string path = pathOf(fd);
-    const bool isBatch = path == "/dev/batch_io" && argument != nullptr;
-    pass({FileCall::Kind::kIoctl, path, request & 0xFFFFFFFF,
-          isBatch ? bytesAt(argument, kBatchBytes) : "", result});
-}
-
-void CallTap::closing(int fd) {
-    std::string path;
-    {
-        const std::lock_guard<std::mutex> lock(mLock);
-        path = mPaths[fd];
-        mPaths.erase(fd);
-    }
-    pass({FileCall::Kind::kClose, path, 0, "", 0});
-}
-
-void CallTap::openedDirectory(const std::string& hubPath, int result) {
-    pass({FileCall::Kind::kOpendir, hubPath, 0, "", result});
-}
-
-void CallTap::removed(const std::string& hubPath, int result) {
-    pass({FileCall::Kind::kRemove, hubPath, 0, "", result});
+    if (tapped.fd < 0) return tapped.hubPath;
+    const std::string path = mPaths[tapped.fd];
+    if (tapped.kind == FileCall::Kind::kClose) mPaths.erase(tapped.fd);
+    return path;
 }
 
 void traceCall(const FileCall& call) {

@@ -12,7 +12,7 @@ namespace subhalctl {
 
 /** A call of the library on one of the hub's files. */
 struct FileCall {
-    enum class Kind { kOpen, kRead, kWrite, kIoctl, kClose, kOpendir, kRemove };
+    using Kind = simulator::TappedCall::Kind;
 
     Kind kind;
     std::string path;
@@ -24,32 +24,26 @@ struct FileCall {
 const char* nameOf(FileCall::Kind kind);
 
 /** Passes each such call to the sinks, on the thread that made it. */
-class CallTap : private simulator::CallObserver {
+class CallTap {
   public:
     using Sink = std::function<void(const FileCall&)>;
 
     /** @param ownHub taps the machine's own hub instead of one in this process */
     CallTap(bool ownHub, std::vector<Sink> sinks);
-    ~CallTap() override;
+    ~CallTap();
     CallTap(const CallTap&) = delete;
     CallTap& operator=(const CallTap&) = delete;
 
   private:
-    void opened(const std::string& hubPath, int flags, int result) override;
-    void wasRead(int fd, const void* buffer, size_t size, ssize_t result) override;
-    void written(int fd, const void* buffer, size_t size, ssize_t result) override;
-    void controlled(int fd, unsigned long request, const void* argument, int result) override;
-    void closing(int fd) override;
-    void openedDirectory(const std::string& hubPath, int result) override;
-    void removed(const std::string& hubPath, int result) override;
-    void pass(const FileCall& call) const;
-    std::string pathOf(int fd) const;
+    void pass(const simulator::TappedCall& tapped);
+    std::string pathOf(const simulator::TappedCall& tapped);
 
     std::vector<Sink> mSinks;
     simulator::TappedFiles mOwnFiles;
     bool mOwnHub;  // the machine's
-    mutable std::mutex mLock;
-    std::map<int, std::string> mPaths;  // by descriptor; guarded by mLock
+    std::mutex mLock;
+    std::map<long, std::string> mPaths;  // by descriptor; guarded by mLock
+    simulator::CallObserver mObserver;
 };
 
 // One line of "--trace" on standard error.
