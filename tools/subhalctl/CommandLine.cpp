@@ -40,28 +40,24 @@ constexpr double kLongestSeconds = 1e6;
 constexpr double kLargestCount = 1e15;  // a period of that many ns is eleven days
 
 /** A number, and finite: CLI11's own checks let NaN pass, and name bounds of hundreds of digits. */
-CLI::Validator number(double from, double to) {
-    const auto check = [from, to](const std::string& text) -> std::string {
+CLI::Validator number(double from, double to, bool isWhole = false) {
+    const auto check = [=](std::string& text) -> std::string {
         char* end = nullptr;
         const double value = std::strtod(text.c_str(), &end);
-        const bool whole = !text.empty() && *end == '\0';
-        if (whole && value >= from && value <= to) return {};
-        return quoted(text) + " is not a number from " + formatted("%g to %g", from, to);
+        if (text.empty() || *end != '\0' || !(value >= from && value <= to)) {
+            return subhalctl::quoted(text) + " is not a number from " +
+                   formatted("%g to %g", from, to);
+        }
+        if (!isWhole) return {};
+        if (value != std::floor(value)) return subhalctl::quoted(text) + " is not a whole number";
+        text = std::to_string(static_cast<int64_t>(value));  // the parser refuses 1e6
+        return {};
     };
     return CLI::Validator(check, "", "number");
 }
 
-/** The same, and without a fraction; 1e6 is one, which the parser's own conversion refuses. */
 CLI::Validator whole(double from, double to) {
-    const auto check = [from, to](std::string& text) -> std::string {
-        std::string wrong = number(from, to)(text);
-        if (!wrong.empty()) return wrong;
-        const double value = std::strtod(text.c_str(), nullptr);
-        if (value != std::floor(value)) return subhalctl::quoted(text) + " is not a whole number";
-        text = std::to_string(static_cast<int64_t>(value));
-        return {};
-    };
-    return CLI::Validator(check, "", "whole number");
+    return number(from, to, true);
 }
 
 CLI::Validator seconds() {

@@ -54,11 +54,13 @@ class Hub {
 
     // For a recording that the caller plays.
 
+    /** Until the time on the recording's clock; at once, with the clock there, if it is fast. */
+    virtual void waitUntil(int64_t /*timeNs*/) {}
     /** Records as one read returned them. False when the library does not read them. */
     virtual bool push(int32_t /*handle*/, const std::string& /*bytes*/) { return false; }
     /** Waits until the library has handled all records. */
     virtual bool waitIdle() { return false; }
-    /** The next such call on the path fails. */
+    /** The next write or ioctl, as `call` says, of the path fails. */
     virtual void failNext(const std::string& /*call*/, const std::string& /*path*/, int /*error*/) {
     }
 };

@@ -66,96 +66,81 @@ std::optional<std::string> takeTail(std::string* text, char mark) {
     return tail;
 }
 
-/** Parses up to the first part that does not fit. */
-class FaultReader {
-  public:
-    explicit FaultReader(HubFault* fault) : mFault(*fault) {}
+std::string isNo(const std::string& text, const std::string& wanted) {
+    return quoted(text) + " is no " + wanted;
+}
 
-    void read(std::string text) {
-        const auto time = takeTail(&text, '@');
-        if (time && !takeSeconds(*time, &mFault.afterSeconds)) {
-            isNo(*time, "time, as 5s and 250ms in read:1:EIO@5s and read:1:EIO*3@250ms");
-        }
-        const auto count = takeTail(&text, '*');
-        if (count && !takeWhole(*count, 1, kMostCalls, &mFault.count)) {
-            isNo(*count, "count of calls from 1 on, as 3 in read:1:EIO*3");
-        }
-        mFault.kind = text.substr(0, text.find(':'));
-        text.erase(0, std::min(mFault.kind.size() + 1, text.size()));
-        std::string forms;
-        for (const std::string form : kForms) {
-            const size_t colon = form.find(':');
-            if (form.substr(0, colon) == mFault.kind) {
-                if (count && form.find("ERROR") == std::string::npos) {
-                    isNo(mFault.kind, "call, so it does not happen a number of times");
-                }
-                return readParts(form, form.substr(colon + 1), text);
-            }
-            forms += (forms.empty() ? "" : ", ") + form;
-        }
-        isNo(mFault.kind, "fault; there are " + forms);
+/** Reads what stands in place of a form's `part`; returns what is wrong with it. */
+std::string readPart(const std::string& part, const std::string& text, HubFault* fault) {
+    if (part == "ERROR") {
+        fault->error = errnoOf(text);
+        if (fault->error == 0) return isNo(text, "name of an error such as EIO; see errno(3)");
+        const bool storm = fault->kind == "poll" && fault->error == EINTR && fault->count < 0;
+        // The library has to call again each time, for ever.
+        return storm ? "poll:EINTR needs a count, *N: a signal storm without end cannot happen"
+                     : "";
     }
-    const std::string& why() const { return mWhy; }
-
-  private:
-    void isNo(const std::string& text, const std::string& wanted) {
-        if (mWhy.empty()) mWhy = quoted(text) + " is no " + wanted;
+    if (part == "BYTES") {
+        if (takeWhole(text, 1, kLargestRecord - 1, &fault->bytes)) return "";
+        return isNo(text, formatted("number of bytes from 1 to %d", kLargestRecord - 1));
     }
-
-    void readParts(const std::string& form, const std::string& parts, const std::string& text) {
-        const size_t end = parts.find(':');
-        if (end == std::string::npos) return readPart(parts, text);
-        // A path may contain colons, and so may what follows a handle.
-        const size_t colon = parts[0] == 'W' ? text.rfind(':') : text.find(':');
-        if (colon == std::string::npos) {
-            if (mWhy.empty()) mWhy = "the form is " + form;
-            return;
+    if (part == "TEXT") {
+        fault->text = text;
+        return "";
+    }
+    if (part == "HEX@TIME") {
+        fault->text = bytesOfHex(text).value_or("");
+        if (fault->text.empty() || fault->text.size() > kLargestRecord) {
+            return isNo(text, formatted("record of 1 to %d bytes in hex", kLargestRecord));
         }
-        readPart(parts.substr(0, end), text.substr(0, colon));
-        readPart(parts.substr(end + 1), text.substr(colon + 1));
+        return fault->afterSeconds > 0
+                   ? ""
+                   : "it needs a time when the library has the buffer on: push:HANDLE:HEX@TIME";
     }
-
-    void readPart(const std::string& part, const std::string& text) {
-        if (part == "ERROR") {
-            mFault.error = errnoOf(text);
-            if (mFault.error == 0) isNo(text, "name of an error such as EIO; see errno(3)");
-            if (mFault.kind == "poll" && mFault.error == EINTR && mFault.count < 0 &&
-                mWhy.empty()) {
-                // The library has to call again each time, for ever.
-                mWhy = "poll:EINTR needs a count, *N: a signal storm without end cannot happen";
-            }
-        } else if (part == "BYTES") {
-            if (takeWhole(text, 1, kLargestRecord - 1, &mFault.bytes)) return;
-            isNo(text, formatted("number of bytes from 1 to %d", kLargestRecord - 1));
-        } else if (part == "TEXT") {
-            mFault.text = text;
-        } else if (part == "HEX@TIME") {
-            mFault.text = bytesOfHex(text).value_or("");
-            if (mFault.text.empty() || mFault.text.size() > kLargestRecord) {
-                isNo(text, formatted("record of 1 to %d bytes in hex", kLargestRecord));
-            } else if (mWhy.empty() && mFault.afterSeconds <= 0) {
-                mWhy = "it needs a time when the library has the buffer on: push:HANDLE:HEX@TIME";
-            }
-        } else if (part != "HANDLE" && text[0] == '/') {
-            mFault.path = text;
-        } else if (part == "PATH") {
-            isNo(text, "path from the root directory");
-        } else if (!takeWhole(text, 0, kLargestNumber, &mFault.handle)) {
-            isNo(text, part == "HANDLE" ? "handle of a sensor"
-                                        : "handle of a sensor and no path from the root directory");
-        }
+    if (part != "HANDLE" && text[0] == '/') {
+        fault->path = text;
+        return "";
     }
+    if (part == "PATH") return isNo(text, "path from the root directory");
+    if (takeWhole(text, 0, kLargestNumber, &fault->handle)) return "";
+    return isNo(text, part == "HANDLE" ? "handle of a sensor"
+                                       : "handle of a sensor and no path from the root directory");
+}
 
-    HubFault& mFault;
-    std::string mWhy;
-};
+std::string readParts(const std::string& form, const std::string& text, HubFault* fault) {
+    const std::string parts = form.substr(form.find(':') + 1);
+    const size_t end = parts.find(':');
+    if (end == std::string::npos) return readPart(parts, text, fault);
+    // A path may contain colons, and so may what follows a handle.
+    const size_t colon = parts[0] == 'W' ? text.rfind(':') : text.find(':');
+    if (colon == std::string::npos) return "the form is " + form;
+    const std::string why = readPart(parts.substr(0, end), text.substr(0, colon), fault);
+    return why.empty() ? readPart(parts.substr(end + 1), text.substr(colon + 1), fault) : why;
+}
 
 }  // namespace
 
-std::string parseFault(const std::string& text, HubFault* fault) {
-    FaultReader reader(fault);
-    reader.read(text);
-    return reader.why();
+std::string parseFault(std::string text, HubFault* fault) {
+    const auto time = takeTail(&text, '@');
+    if (time && !takeSeconds(*time, &fault->afterSeconds)) {
+        return isNo(*time, "time, as 5s and 250ms in read:1:EIO@5s and read:1:EIO*3@250ms");
+    }
+    const auto count = takeTail(&text, '*');
+    if (count && !takeWhole(*count, 1, kMostCalls, &fault->count)) {
+        return isNo(*count, "count of calls from 1 on, as 3 in read:1:EIO*3");
+    }
+    fault->kind = text.substr(0, text.find(':'));
+    text.erase(0, std::min(fault->kind.size() + 1, text.size()));
+    std::string forms;
+    for (const std::string form : kForms) {
+        forms += (forms.empty() ? "" : ", ") + form;
+        if (form.substr(0, form.find(':')) != fault->kind) continue;
+        if (count && form.find("ERROR") == std::string::npos) {
+            return isNo(fault->kind, "call, so it does not happen a number of times");
+        }
+        return readParts(form, text, fault);
+    }
+    return isNo(fault->kind, "fault; there are " + forms);
 }
 
 }  // namespace subhalctl

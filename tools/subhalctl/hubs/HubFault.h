@@ -18,6 +18,6 @@ struct HubFault {
 
 /** Returns why the text is no fault, empty when it is one. The caller checks that the hub has the
  *  place. */
-std::string parseFault(const std::string& text, HubFault* fault);
+std::string parseFault(std::string text, HubFault* fault);
 
 }  // namespace subhalctl

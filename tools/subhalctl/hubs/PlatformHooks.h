@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string>
 
 namespace subhalctl {
@@ -12,10 +11,9 @@ class PlatformHooks {
     virtual ~PlatformHooks() = default;
 
     /** The time since boot that the library gets, where `now` is the true one. */
-    virtual int64_t clock(int64_t now) { return now; }
-    /** Replaces the platform's value of a property. */
-    virtual std::optional<std::string> property(const std::string&) { return {}; }
-    virtual void propertyWasRead(const std::string&, const std::string&) {}
+    virtual int64_t clock(int64_t now) = 0;
+    /** The value that the library gets of a property, where `value` is the platform's. */
+    virtual std::string property(const std::string& name, const std::string& value) = 0;
 };
 
 /** Null for none. They outlive the library. */

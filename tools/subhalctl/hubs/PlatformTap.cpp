@@ -25,20 +25,13 @@ namespace {
 simulator::NextFunction<int(const char*, char*, const char*)> gPropertyGet("property_get");
 simulator::NextFunction<int(const char*, const char*)> gPropertySet("property_set");
 
-/** The hub's own value, or else the platform's. */
-std::string valueOf(const char* key) {
-    subhalctl::PlatformHooks* hooks = subhalctl::platformHooks();
-    if (auto own = hooks != nullptr ? hooks->property(key) : std::nullopt) return *own;
-    char value[PROPERTY_VALUE_MAX];
-    gPropertyGet(key, value, "");
-    if (hooks != nullptr) hooks->propertyWasRead(key, value);
-    return value;
-}
-
 }  // namespace
 
 extern "C" int property_get(const char* key, char* value, const char* defaultValue) {
-    std::string text = valueOf(key);
+    char own[PROPERTY_VALUE_MAX];
+    gPropertyGet(key, own, "");
+    subhalctl::PlatformHooks* hooks = subhalctl::platformHooks();
+    std::string text = hooks != nullptr ? hooks->property(key, own) : own;
     subhalctl::propertyWasUsed("getprop", key, text);
     if (text.empty() && defaultValue != nullptr) text = defaultValue;
     const size_t length = std::min<size_t>(text.size(), PROPERTY_VALUE_MAX - 1);

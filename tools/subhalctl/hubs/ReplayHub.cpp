@@ -74,9 +74,9 @@ class RecordedPlatform : public PlatformHooks {
         clocks.pop_front();
         return now;
     }
-    std::optional<std::string> property(const std::string& name) override {
+    std::string property(const std::string& name, const std::string&) override {
         const auto found = mProperties.find(name);
-        return found != mProperties.end() ? found->second : std::optional<std::string>("");
+        return found != mProperties.end() ? found->second : "";
     }
 
   private:
@@ -112,6 +112,14 @@ class ReplayHub : public InProcessHub {
         if (mThread.joinable()) mThread.join();
     }
 
+    void waitUntil(int64_t timeNs) override {
+        if (mOptions.fast) return setHubClock(timeNs, false);
+        while (!mStop && !interrupted() && hubNowNs() < timeNs) {
+            const std::chrono::nanoseconds left(timeNs - hubNowNs());
+            std::this_thread::sleep_for(std::min<std::chrono::nanoseconds>(left, kSlice));
+        }
+    }
+
     bool push(int32_t handle, const std::string& bytes) override {
         // These records read, write and remove files of the host: a recording must not.
         if (handle == simulator::kHousekeepingHandle) return true;
@@ -143,7 +151,6 @@ class ReplayHub : public InProcessHub {
     void failNext(const std::string& call, const std::string& path, int error) override {
         if (call == "write") mHub.failWrite(path, error);
         if (call == "ioctl") mHub.failIoctl(path, error);
-        if (call == "open") mHub.failOpen(path, error);
     }
 
   private:
@@ -197,12 +204,8 @@ class ReplayHub : public InProcessHub {
         setHubClock(startNs, !mOptions.fast);
         for (const Entry& entry : mRecording.entries) {
             if (entry.kind != Entry::Kind::kRaw || isFlushMarker(entry)) continue;
-            while (!mOptions.fast && !mStop && hubNowNs() < entry.timeNs) {
-                const std::chrono::nanoseconds left(entry.timeNs - hubNowNs());
-                std::this_thread::sleep_for(std::min<std::chrono::nanoseconds>(left, kSlice));
-            }
-            if (mStop) return;
-            if (mOptions.fast) setHubClock(entry.timeNs, false);
+            waitUntil(entry.timeNs);
+            if (mStop || interrupted()) return;
             push(entry.handle, entry.bytes);
             if (mOptions.fast) waitIdle();  // so that it arrives at its time
         }

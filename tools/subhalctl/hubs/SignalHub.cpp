@@ -4,16 +4,17 @@
 #include <cerrno>
 #include <chrono>
 #include <cmath>
-#include <condition_variable>
 #include <cstdint>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <functional>
+#include <future>
 #include <limits>
-#include <mutex>
 #include <optional>
 #include <set>
 #include <thread>
+#include <type_traits>
 
 #include "tools/subhalctl/hubs/DevicePaths.h"
 #include "tools/subhalctl/hubs/HubFault.h"
@@ -38,17 +39,16 @@ class ChipReader {
             mFault = chip.is_object() ? "handle is missing" : "it is no object";
             return;
         }
-        whole("handle", &spec->handle, 0, UINT8_MAX);
-        take("chip", &spec->chipName, "text", [](const Json& value) { return value.is_string(); });
+        number("handle", &spec->handle, 0, UINT8_MAX);
+        take("chip", &spec->chipName, "text", &Json::is_string);
         spec->chipName.resize(std::min(spec->chipName.size(), simulator::kSpecNameSize - 1));
-        whole("vendor", &spec->vendor, 0, kLargestVendor);
-        whole("version", &spec->version);
-        take("wakeup", &spec->wakeUp, "true or false",
-             [](const Json& value) { return value.is_boolean(); });
-        whole("min_delay_us", &spec->minDelayUs);
-        whole("max_delay_us", &spec->maxDelayUs);
-        whole("fifo_max", &spec->fifoMax);
-        whole("fifo_reserved", &spec->fifoReserved);
+        number("vendor", &spec->vendor, 0, kLargestVendor);
+        number("version", &spec->version);
+        take("wakeup", &spec->wakeUp, "true or false", &Json::is_boolean);
+        number("min_delay_us", &spec->minDelayUs);
+        number("max_delay_us", &spec->maxDelayUs);
+        number("fifo_max", &spec->fifoMax);
+        number("fifo_reserved", &spec->fifoReserved);
         number("resolution", &spec->resolution);
         number("range", &spec->range);
         number("power_ma", &spec->powerMa);
@@ -63,26 +63,22 @@ class ChipReader {
     void take(const char* name, Field* field, const std::string& wanted, Fits fits) {
         const auto found = mChip.find(name);
         if (!mFault.empty() || found == mChip.end()) return;
-        if (fits(*found)) {
+        if (std::invoke(fits, *found)) {
             *field = found->template get<Field>();
         } else {
             mFault = std::string(name) + " is no " + wanted;
         }
     }
     template <typename Field>
-    void whole(const char* name, Field* field, double least = std::numeric_limits<Field>::min(),
-               double most = std::numeric_limits<Field>::max()) {
-        take(name, field, formatted("whole number from %.0f to %.0f", least, most),
+    void number(const char* name, Field* field, double least = std::numeric_limits<Field>::lowest(),
+                double most = std::numeric_limits<Field>::max()) {
+        constexpr bool kWhole = std::is_integral_v<Field>;
+        take(name, field,
+             kWhole ? formatted("whole number from %.0f to %.0f", least, most) : "number",
              [least, most](const Json& value) {
-                 const double given = value.is_number() ? value.get<double>() : most + 1;
-                 return given >= least && given <= most && given == std::floor(given);
+                 const double given = value.is_number() ? value.get<double>() : NAN;
+                 return given >= least && given <= most && !(kWhole && given != std::floor(given));
              });
-    }
-    void number(const char* name, float* field) {
-        constexpr double kMost = std::numeric_limits<float>::max();
-        take(name, field, "number", [](const Json& value) {
-            return value.is_number() && std::abs(value.get<double>()) <= kMost;
-        });
     }
 
     const Json& mChip;
@@ -133,11 +129,7 @@ class FaultTimer {
         if (mNext < mFaults.size()) mThread = std::thread(&FaultTimer::run, this);
     }
     ~FaultTimer() {
-        {
-            const std::lock_guard<std::mutex> lock(mLock);
-            mStop = true;
-        }
-        mChanged.notify_all();
+        mEnd.set_value();
         if (mThread.joinable()) mThread.join();
     }
     FaultTimer(const FaultTimer&) = delete;
@@ -147,27 +139,22 @@ class FaultTimer {
     using Clock = std::chrono::steady_clock;
 
     void run() {
-        std::unique_lock<std::mutex> lock(mLock);
+        const std::future<void> end = mEnd.get_future();
         for (; mNext < mFaults.size(); ++mNext) {
             const std::chrono::duration<double> after(mFaults[mNext].afterSeconds);
             const auto due = mStart + std::chrono::duration_cast<Clock::duration>(after);
-            if (mChanged.wait_until(lock, due, [this] { return mStop; })) return;
+            if (end.wait_until(due) == std::future_status::ready) return;
             play(mFaults[mNext]);
         }
     }
 
     void play(const HubFault& fault) {
-        using simulator::SimulatedHub;
-        using Fail = void (SimulatedHub::*)(const std::string&, int, int, int);
-        constexpr std::pair<const char*, Fail> kCalls[] = {{"open", &SimulatedHub::failOpen},
-                                                           {"read", &SimulatedHub::failRead},
-                                                           {"write", &SimulatedHub::failWrite},
-                                                           {"ioctl", &SimulatedHub::failIoctl},
-                                                           {"close", &SimulatedHub::failClose}};
         const std::string path = fault.handle < 0 ? fault.path : mHub.devicePath(fault.handle);
-        for (const auto& [kind, fail] : kCalls) {
-            if (fault.kind == kind) (mHub.*fail)(path, fault.error, 1, fault.count);
-        }
+        if (fault.kind == "open") mHub.failOpen(path, fault.error, 1, fault.count);
+        if (fault.kind == "read") mHub.failRead(path, fault.error, 1, fault.count);
+        if (fault.kind == "write") mHub.failWrite(path, fault.error, 1, fault.count);
+        if (fault.kind == "ioctl") mHub.failIoctl(path, fault.error, 1, fault.count);
+        if (fault.kind == "close") mHub.failClose(path, fault.error, 1, fault.count);
         if (fault.kind == "poll") mHub.failPoll(fault.error, 1, fault.count);
         if (fault.kind == "drop") mHub.dropDevice(fault.handle);
         if (fault.kind == "cut") mHub.cutNextRecord(fault.handle, static_cast<size_t>(fault.bytes));
@@ -180,9 +167,7 @@ class FaultTimer {
     std::vector<HubFault> mFaults;
     size_t mNext = 0;
     Clock::time_point mStart;
-    std::mutex mLock;
-    std::condition_variable mChanged;
-    bool mStop = false;  // guarded by mLock
+    std::promise<void> mEnd;
     std::thread mThread;
 };
 

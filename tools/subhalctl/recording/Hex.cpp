@@ -1,15 +1,8 @@
 #include "tools/subhalctl/recording/Hex.h"
 
+#include <charconv>
+
 namespace subhalctl {
-namespace {
-
-int digit(char letter) {
-    if (letter >= '0' && letter <= '9') return letter - '0';
-    if (letter >= 'a' && letter <= 'f') return letter - 'a' + 10;
-    return letter >= 'A' && letter <= 'F' ? letter - 'A' + 10 : -1;
-}
-
-}  // namespace
 
 std::string hexOf(const std::string& bytes) {
     constexpr char kDigits[] = "0123456789abcdef";
@@ -25,11 +18,10 @@ std::string hexOf(const std::string& bytes) {
 std::optional<std::string> bytesOfHex(const std::string& hex) {
     std::string bytes;
     if (hex.size() % 2 != 0) return {};
-    for (size_t i = 0; i < hex.size(); i += 2) {
-        const int high = digit(hex[i]);
-        const int low = digit(hex[i + 1]);
-        if (high < 0 || low < 0) return {};
-        bytes.push_back(static_cast<char>(high * 16 + low));
+    for (const char* pair = hex.data(); pair != hex.data() + hex.size(); pair += 2) {
+        unsigned char byte = 0;
+        if (std::from_chars(pair, pair + 2, byte, 16).ptr != pair + 2) return {};
+        bytes.push_back(static_cast<char>(byte));
     }
     return bytes;
 }

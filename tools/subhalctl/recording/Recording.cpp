@@ -10,7 +10,6 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
-#include <set>
 
 #include "simulator/KnownSensors.h"
 #include "simulator/SensorSpec.h"
@@ -130,29 +129,23 @@ void Recorder::write(const char* kind, int64_t timeNs, const Json& fields) {
     }
 }
 
-void Recorder::readOfDevice(const FileCall& call) {
-    const auto name = mNames.find(deviceNumber(call.path, kDevicePrefix));
-    const auto handle = name != mNames.end() ? mHandles.find(name->second) : mHandles.end();
-    if (handle == mHandles.end()) return;
-    mHasData = true;
-    write("raw", hubNowNs(), {{"handle", handle->second}, {"hex", hexOf(call.bytes)}});
-}
-
 void Recorder::call(const FileCall& call) {
     const std::lock_guard<std::mutex> lock(mLock);
-    const bool isRead = call.kind == FileCall::Kind::kRead;
-    if (isRead && call.result > 0) {
-        if (call.path == kSpecPath) {
-            mHandles = handlesByName(call.bytes);
-            if (!mHasSpec) write("spec", hubNowNs(), {{"hex", hexOf(call.bytes)}});
-            mHasSpec = true;
-            return;
-        }
-        if (startsWith(call.path, kDevicePrefix)) return readOfDevice(call);
-        const int number = deviceNumber(call.path, std::string(kIioDirectory) + kIioPrefix);
-        if (number >= 0 && call.path.find("/name") != std::string::npos) {
-            mNames[number] = call.bytes.substr(0, call.bytes.find('\n'));
-        }
+    const bool brought = call.kind == FileCall::Kind::kRead && call.result > 0;
+    if (brought && call.path == kSpecPath) {
+        if (mHandles.empty()) write("spec", hubNowNs(), {{"hex", hexOf(call.bytes)}});
+        mHandles = handlesByName(call.bytes);
+        return;
+    }
+    if (brought && startsWith(call.path, kDevicePrefix)) {
+        const auto handle = mHandles.find(mNames[deviceNumber(call.path, kDevicePrefix)]);
+        if (handle == mHandles.end()) return;
+        mHasData = true;
+        return write("raw", hubNowNs(), {{"handle", handle->second}, {"hex", hexOf(call.bytes)}});
+    }
+    const int number = deviceNumber(call.path, std::string(kIioDirectory) + kIioPrefix);
+    if (brought && number >= 0 && call.path.find("/name") != std::string::npos) {
+        mNames[number] = call.bytes.substr(0, call.bytes.find('\n'));
     }
     if (call.kind >= FileCall::Kind::kClose || startsWith(call.path, kIioDirectory)) return;
     if (call.kind == FileCall::Kind::kOpen && call.result >= 0) return;
@@ -201,9 +194,10 @@ int64_t Recorder::clock(int64_t now) {
     return now;
 }
 
-void Recorder::propertyWasRead(const std::string& name, const std::string& value) {
+std::string Recorder::property(const std::string& name, const std::string& value) {
     const std::lock_guard<std::mutex> lock(mLock);
     write("property", hubNowNs(), {{"name", name}, {"value", value}});
+    return value;
 }
 
 bool Recorder::hasData() const {
@@ -310,6 +304,20 @@ ProxyRequest requestOf(Members& members) {
     return request;
 }
 
+ReceivedEvent eventOf(int64_t timeNs, Members& members) {
+    ReceivedEvent received{};
+    Event& event = received.event;
+    event.sensorHandle = members.handle();
+    event.sensorType =
+        static_cast<decltype(event.sensorType)>(members.number("type", INT32_MIN, INT32_MAX));
+    event.timestamp = members.number("timestamp_ns", INT64_MIN, INT64_MAX);
+    received.receivedNs = timeNs;
+    received.wakelock = members.flag("wakelock");
+    const std::string payload = members.bytes("hex", sizeof(event.u), sizeof(event.u));
+    std::memcpy(&event.u, payload.data(), std::min(payload.size(), sizeof(event.u)));
+    return received;
+}
+
 /** Reads a file's lines into a recording. */
 class Loader {
   public:
@@ -372,11 +380,8 @@ class Loader {
             entry.handle = entry.request.handle;
         } else if (kind == "event") {
             entry.kind = Kind::kEvent;
-            entry.handle = members.handle();
-            entry.type = static_cast<int32_t>(members.number("type", INT32_MIN, INT32_MAX));
-            entry.timestampNs = members.number("timestamp_ns", INT64_MIN, INT64_MAX);
-            entry.flag = members.flag("wakelock");
-            entry.bytes = members.bytes("hex", sizeof(Payload), sizeof(Payload));
+            entry.received = eventOf(timeNs, members);
+            entry.handle = entry.received.event.sensorHandle;
         } else if (kind == "wakelock") {
             entry.kind = Kind::kWakelock;
             entry.flag = members.flag("held");
@@ -412,18 +417,19 @@ void dropUnposted(std::vector<Recording::Entry>* entries) {
     using Kind = Recording::Entry::Kind;
     struct State {
         bool on = false;
-        std::vector<size_t> waiting;  // lines of records since the last event
+        std::vector<Recording::Entry*> waiting;  // records since the last event
     };
     std::map<int32_t, State> states;
-    std::set<size_t> dropped;
-    const auto settle = [&](State& state) {
-        if (!state.on) dropped.insert(state.waiting.begin(), state.waiting.end());
+    const auto settle = [](State& state) {
+        for (Recording::Entry* record : state.waiting) {
+            if (!state.on) record->bytes.clear();
+        }
         state.waiting.clear();
     };
-    for (const Recording::Entry& entry : *entries) {
+    for (Recording::Entry& entry : *entries) {
         State& state = states[entry.handle];
         if (entry.kind == Kind::kRaw) {
-            state.waiting.push_back(entry.line);
+            state.waiting.push_back(&entry);
         } else if (entry.kind == Kind::kEvent) {
             state.waiting.clear();
         } else if (entry.kind == Kind::kRequest && entry.request.what == "activate") {
@@ -434,8 +440,8 @@ void dropUnposted(std::vector<Recording::Entry>* entries) {
     for (auto& [handle, state] : states) {
         settle(state);
     }
-    const auto isDropped = [&](const Recording::Entry& entry) {
-        return dropped.count(entry.line) != 0;
+    const auto isDropped = [](const Recording::Entry& entry) {
+        return entry.kind == Kind::kRaw && entry.bytes.empty();
     };
     entries->erase(std::remove_if(entries->begin(), entries->end(), isDropped), entries->end());
 }

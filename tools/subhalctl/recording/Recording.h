@@ -51,7 +51,7 @@ class Recorder : public PlatformHooks {
     /** The proxy's wakelock is acquired or released. */
     void wakelock(bool held);
     int64_t clock(int64_t now) override;
-    void propertyWasRead(const std::string& name, const std::string& value) override;
+    std::string property(const std::string& name, const std::string& value) override;
 
     /** Whether a sensor produced data. */
     bool hasData() const;
@@ -66,7 +66,6 @@ class Recorder : public PlatformHooks {
     void store();
     void close();
     void write(const char* kind, int64_t timeNs, const nlohmann::ordered_json& fields);
-    void readOfDevice(const FileCall& call);
 
     mutable std::mutex mLock;
     std::FILE* mFile = nullptr;
@@ -75,8 +74,7 @@ class Recorder : public PlatformHooks {
     int mError = 0;     // errno of the first write that failed
     bool mHasData = false;
     int64_t mEvents = 0;
-    bool mHasSpec = false;
-    std::map<std::string, int> mHandles;  // by IIO name, from the specification
+    std::map<std::string, int> mHandles;  // by IIO name, once the specification has been read
     std::map<int, std::string> mNames;    // IIO names by device number
 };
 
@@ -89,15 +87,14 @@ struct Recording {
         size_t line;
         int64_t timeNs;
         int32_t handle = -1;
-        std::string bytes{};  ///< of a record, a payload, or a call
+        std::string bytes{};  ///< of a record or a call
         ProxyRequest request{};
-        int32_t type = 0;         ///< of an event
-        int64_t timestampNs = 0;  ///< of an event
-        bool flag = false;        ///< wakelock of an event, or held; the main thread read the clock
-        std::string name{};       ///< of a property, a path
-        std::string text{};       ///< a property's value; what kind of call
-        int64_t result = 0;       ///< of a call
-        int64_t number = -1;      ///< of an ioctl, -1 when unknown
+        ReceivedEvent received{};
+        bool flag = false;    ///< the wakelock is held; the main thread read the clock
+        std::string name{};   ///< of a property, a path
+        std::string text{};   ///< a property's value; what kind of call
+        int64_t result = 0;   ///< of a call
+        int64_t number = -1;  ///< of an ioctl, -1 when unknown
     };
 
     std::string path;

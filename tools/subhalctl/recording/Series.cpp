@@ -1,7 +1,6 @@
 #include "tools/subhalctl/recording/Series.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include "simulator/KnownSensors.h"
 #include "simulator/SensorSpec.h"
@@ -36,19 +35,14 @@ SensorInfo sensorOf(const Recording& recording, int32_t handle) {
 }
 
 void addEvent(const Entry& entry, int64_t readNs, Series* series) {
-    ReceivedEvent received{};
-    received.event.sensorHandle = entry.handle;
-    received.event.sensorType = static_cast<decltype(received.event.sensorType)>(entry.type);
-    received.event.timestamp = entry.timestampNs;
-    std::memcpy(&received.event.u, entry.bytes.data(), sizeof(received.event.u));
-    received.receivedNs = entry.timeNs;
-    received.wakelock = entry.flag;
+    ReceivedEvent received = entry.received;
     received.ownWakelock =
-        entry.flag && (series->events.empty() ||
-                       series->events.back().received.receivedNs != received.receivedNs);
-    const EventKind kind = kindOf(received.event);
-    if (kind == EventKind::kData) series->sensor.type = received.event.sensorType;
-    series->events.push_back({received, kind, readNs});
+        received.wakelock && (series->events.empty() ||
+                              series->events.back().received.receivedNs != received.receivedNs);
+    if (kindOf(received.event) == EventKind::kData) {
+        series->sensor.type = received.event.sensorType;
+    }
+    series->events.push_back({received, readNs});
 }
 
 void addRequest(const Entry& entry, int64_t endNs, Series* series) {
@@ -80,8 +74,7 @@ void judge(int64_t askedNs, Series* series) {
         figures.add(event.received);
         if (!event.isData()) continue;
         const Event& data = event.received.event;
-        for (const Value& value :
-             decode(static_cast<int32_t>(series->sensor.type), payloadOf(data)).values) {
+        for (const Value& value : decode(series->sensor, payloadOf(data)).values) {
             const bool counts = value.form != Value::Form::kNumber;
             event.values.push_back(counts ? static_cast<double>(value.count)
                                           : static_cast<double>(value.number));

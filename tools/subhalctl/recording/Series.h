@@ -19,7 +19,6 @@ struct Span {
 /** One event of a recording, and how it follows the previous ones. */
 struct RecordedEvent {
     ReceivedEvent received;
-    EventKind kind;
     int64_t readNs;                ///< when its record was read; its arrival when unknown
     std::vector<double> values{};  ///< only of data
     int64_t intervalNs = 0;        ///< 0 for the first one
@@ -28,7 +27,7 @@ struct RecordedEvent {
     bool stale = false;
     bool late = false;  ///< beyond the requested latency, two periods and 100 ms
 
-    bool isData() const { return kind == EventKind::kData && !stale; }
+    bool isData() const { return kindOf(received.event) == EventKind::kData && !stale; }
     int64_t latencyNs() const { return elapsedNs(received.event.timestamp, received.receivedNs); }
 };
 

@@ -15,28 +15,26 @@ namespace {
 
 using android::hardware::sensors::V1_0::SensorType;
 
-int32_t typeOf(const SensorInfo& sensor) {
-    return static_cast<int32_t>(sensor.type);
-}
-
-/** The unit after a value, where the values have no common one. */
-std::string ownUnit(const Value& value, const std::string& common) {
-    return common.empty() && value.unit[0] != '\0' ? std::string(" ") + value.unit : "";
-}
-
-/** The text, padded to the width of the value's column. */
-std::string inColumn(const Value& value, const std::string& text) {
-    const size_t width = value.form == Value::Form::kWord ? 8 : 11;
-    return ' ' + std::string(width - std::min(width, text.size()), ' ') + text;
-}
-
 /** The one unit of all values, empty when they differ. */
 std::string commonUnit(const std::vector<Value>& values) {
-    std::string unit = values.empty() ? "" : values.front().unit;
+    const std::string unit = values.empty() ? "" : values.front().unit;
+    const bool differ = std::any_of(values.begin(), values.end(),
+                                    [&](const Value& value) { return unit != value.unit; });
+    return differ ? "" : unit;
+}
+
+/** The values, or instead their names; units only where they differ. */
+std::string inColumns(const std::vector<Value>& values, bool named) {
+    std::string line;
+    const std::string unit = commonUnit(values);
     for (const Value& value : values) {
-        if (unit != value.unit) return "";
+        const bool differs = unit.empty() && value.unit[0] != '\0';
+        const std::string own = differs ? std::string(" ") + value.unit : "";
+        line += formatted(" %*s", value.form == Value::Form::kWord ? 8 : 11,
+                          named ? value.name : value.text().c_str()) +
+                (named ? std::string(own.size(), ' ') : own);
     }
-    return unit;
+    return line;
 }
 
 std::string infoText(const Payload& payload) {
@@ -87,12 +85,14 @@ class TextWriter : public EventWriter {
                 "%6" PRId32 "  %s: %s%s", one.sensor->sensorHandle, typeName(*one.sensor).c_str(),
                 valueLegend(*one.sensor).c_str(), isWakeUp(*one.sensor) ? "; wake-up" : "");
             if (!quiet) print("%s\n", wrapped(legend, 8).c_str());
-            const size_t values = decode(typeOf(*one.sensor), Payload{}).values.size();
+            const size_t values = decode(*one.sensor).values.size();
             // Where they do not fit before 12 characters a value and the notes, no names.
             if (start + 12 * values + 14 > outputWidth()) mName = 0;
         }
         if (quiet) return;
-        const std::string values = watched.size() == 1 ? header(*watched.front().sensor) : "values";
+        const std::string values = watched.size() == 1
+                                       ? inColumns(decode(*watched.front().sensor).values, true)
+                                       : "values";
         const std::string heading = prefix("      timestamp/s", "handle   ", "sensor");
         print("%8s(W: wakelock, S: stale)\n\n%s\n", "",
               wrapped(heading + values, shownWidth(heading)).c_str());
@@ -121,16 +121,6 @@ class TextWriter : public EventWriter {
                (mName == 0 ? "" : formatted("  %-*s", width, sensor.c_str())) + "  ";
     }
 
-    static std::string header(const SensorInfo& sensor) {
-        const std::vector<Value> values = decode(typeOf(sensor), Payload{}).values;
-        const std::string unit = commonUnit(values);
-        std::string line;
-        for (const Value& value : values) {
-            line += inColumn(value, value.name) + std::string(ownUnit(value, unit).size(), ' ');
-        }
-        return line;
-    }
-
     static std::string contents(const SensorInfo& sensor, const Event& event) {
         const EventKind kind = kindOf(event);
         if (kind == EventKind::kFlushComplete) return "flush complete";
@@ -145,7 +135,8 @@ class TextWriter : public EventWriter {
 Reading readingOf(const SensorInfo& sensor, const Event& event) {
     const EventKind kind = kindOf(event);
     if (kind == EventKind::kFlushComplete) return {{}, "", ""};
-    return decode(kind == EventKind::kData ? typeOf(sensor) : -1, payloadOf(event));
+    return kind == EventKind::kData ? decode(sensor, payloadOf(event))
+                                    : decode(-1, payloadOf(event));
 }
 
 class CsvWriter : public EventWriter {
@@ -186,7 +177,7 @@ class CsvWriter : public EventWriter {
   private:
     static std::vector<std::string> namesOf(const SensorInfo& sensor) {
         std::vector<std::string> names;
-        for (const Value& value : decode(typeOf(sensor), Payload{}).values) {
+        for (const Value& value : decode(sensor).values) {
             names.emplace_back(value.name);
         }
         return names;
@@ -205,9 +196,15 @@ class JsonWriter : public EventWriter {
                      {"received_ns", received.receivedNs},  {"handle", event.sensorHandle},
                      {"sensor", typeName(*watched.sensor)}, {"wakeup", received.wakelock}};
         if (watched.isStale(received)) line["stale"] = true;
-        if (kindOf(event) != EventKind::kFlushComplete) {
-            add(line, readingOf(*watched.sensor, event));
+        const Reading reading = readingOf(*watched.sensor, event);
+        if (kindOf(event) != EventKind::kFlushComplete) line["values"] = Json::object();
+        for (const Value& value : reading.values) {
+            line["values"][value.name] = value.json();
         }
+        if (reading.accuracy[0] != '\0') line["accuracy"] = reading.accuracy;
+        if (reading.meaning[0] != '\0') line["meaning"] = reading.meaning;
+        const std::string unit = commonUnit(reading.values);
+        if (!unit.empty()) line["unit"] = unit;
         printText(jsonText(line) + "\n");
     }
 
@@ -238,17 +235,6 @@ class JsonWriter : public EventWriter {
 
   private:
     static Json rate(double hertz) { return hertz > 0 ? Json(hertz) : Json(nullptr); }
-
-    static void add(Json& line, const Reading& reading) {
-        Json& values = line["values"] = Json::object();
-        for (const Value& value : reading.values) {
-            values[value.name] = value.json();
-        }
-        if (reading.accuracy[0] != '\0') line["accuracy"] = reading.accuracy;
-        if (reading.meaning[0] != '\0') line["meaning"] = reading.meaning;
-        const std::string unit = commonUnit(reading.values);
-        if (!unit.empty()) line["unit"] = unit;
-    }
 };
 
 }  // namespace
@@ -296,7 +282,7 @@ std::string timeText(int64_t timestampNs) {
 
 std::string valueLegend(const SensorInfo& sensor) {
     std::string text;
-    const Reading reading = decode(typeOf(sensor), Payload{});
+    const Reading reading = decode(sensor);
     for (const Value& value : reading.values) {
         if (!text.empty()) text += ", ";
         text += value.name;
@@ -342,14 +328,10 @@ std::string summaryTable(const std::vector<Watched>& watched) {
 }
 
 std::string valueColumns(const SensorInfo& sensor, const Event& event) {
-    const Reading reading = decode(typeOf(sensor), payloadOf(event));
-    std::string line;
-    const std::string unit = commonUnit(reading.values);
-    for (const Value& value : reading.values) {
-        line += inColumn(value, value.text()) + ownUnit(value, unit);
-    }
-    for (const std::string& note :
-         {unit, std::string(reading.accuracy), std::string(reading.meaning)}) {
+    const Reading reading = decode(sensor, payloadOf(event));
+    std::string line = inColumns(reading.values, false);
+    for (const std::string& note : {commonUnit(reading.values), std::string(reading.accuracy),
+                                    std::string(reading.meaning)}) {
         if (!note.empty()) line += "  " + note;
     }
     return line;

@@ -25,6 +25,8 @@ constexpr size_t kVerdict = 6;    // indent of continued lines: the width of "FA
 constexpr size_t kPiece = 4096;   // a pipe that poll() calls writable takes that much at once
 constexpr int kPatienceMs = 300;  // for a blocked output, once the verb has to end
 
+constexpr char kLineLetters[] = "\n\t";
+
 std::string gPending;
 int gError = 0;
 bool gWide = false;
@@ -58,21 +60,6 @@ size_t shownBytes(const std::string& text, size_t at) {
     return lead && code >= kLeast[size - 2] && code <= 0x10FFFF && !surrogate ? size : 0;
 }
 
-std::string escaped(const std::string& text, const char* kept) {
-    std::string result;
-    for (size_t at = 0; at < text.size();) {
-        const bool keep = text[at] != '\0' && std::strchr(kept, text[at]) != nullptr;
-        const size_t size = keep ? 1 : shownBytes(text, at);
-        if (size > 0) {
-            result.append(text, at, size);
-        } else {
-            result += "\\x" + hexOf(text.substr(at, 1));
-        }
-        at += std::max<size_t>(size, 1);
-    }
-    return result;
-}
-
 /** Waits until standard output takes bytes; false when it is blocked and the verb has to end. */
 bool waitWritable() {
     while (!interrupted()) {
@@ -99,18 +86,25 @@ void keepStandardDescriptors() {
     }
 }
 
-std::string printable(const std::string& text) {
-    return escaped(text, "");
-}
-
-std::string printableLines(const std::string& text) {
-    return escaped(text, "\n\t");
+std::string printable(const std::string& text, const char* kept) {
+    std::string result;
+    for (size_t at = 0; at < text.size();) {
+        const bool keep = text[at] != '\0' && std::strchr(kept, text[at]) != nullptr;
+        const size_t size = keep ? 1 : shownBytes(text, at);
+        if (size > 0) {
+            result.append(text, at, size);
+        } else {
+            result += "\\x" + hexOf(text.substr(at, 1));
+        }
+        at += std::max<size_t>(size, 1);
+    }
+    return result;
 }
 
 void print(const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    const std::string text = printableLines(formatArguments(format, arguments));
+    const std::string text = printable(formatArguments(format, arguments), kLineLetters);
     va_end(arguments);
     if (outputWidth() == kUnlimited) return printText(text);
     for (size_t at = 0; at < text.size();) {
@@ -172,7 +166,7 @@ void complain(const char* format, ...) {
     va_start(arguments, format);
     const std::string text = formatArguments(format, arguments);
     va_end(arguments);
-    std::fprintf(stderr, "subhalctl: %s\n", printableLines(text).c_str());
+    std::fprintf(stderr, "subhalctl: %s\n", printable(text, kLineLetters).c_str());
 }
 
 ExitCode afterOutput(ExitCode verb) {

@@ -19,11 +19,9 @@ void keepStandardDescriptors();
 
 /**
  * Escapes control characters and what is no UTF-8 as \xNN: names, logs and recordings come from
- * outside.
+ * outside. The letters of `kept` stay.
  */
-std::string printable(const std::string& text);
-/** The same, but lines stay lines. */
-std::string printableLines(const std::string& text);
+std::string printable(const std::string& text, const char* kept = "");
 
 /**
  * To standard output, line by line, printable, and broken at blanks where a line does not fit. Once

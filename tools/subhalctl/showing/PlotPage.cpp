@@ -159,7 +159,7 @@ class Picture {
             span(fine ? "request" : "bad", {entry->timeNs, entry->timeNs + request.durationNs});
         }
         for (const RecordedEvent& event : series.events) {
-            if (event.kind != EventKind::kFlushComplete) continue;
+            if (kindOf(event.received.event) != EventKind::kFlushComplete) continue;
             span("request", {event.received.receivedNs, event.received.receivedNs}, 5);
         }
         if (series.figures.askedHz > 0) asked = formatted("%.6g Hz", series.figures.askedHz);
@@ -191,7 +191,7 @@ class Picture {
         endLane("faults", summary, "bad");
     }
     void values(const Series& series) {
-        const auto all = decode(static_cast<int32_t>(series.sensor.type), Payload{}).values;
+        const auto all = decode(series.sensor).values;
         std::string left;
         for (std::vector<size_t>& group : groupsOf(all)) {
             const auto isLeft = [&](size_t column) {

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cinttypes>
 #include <cmath>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <map>
@@ -11,6 +10,7 @@
 
 #include "simulator/KnownSensors.h"
 #include "tools/subhalctl/showing/Json.h"
+#include "tools/subhalctl/showing/Output.h"
 
 namespace subhalctl {
 namespace {
@@ -102,33 +102,15 @@ const char* meaningOf(int32_t type, float value) {
 }
 
 const char* accuracyName(uint32_t word) {
-    switch (static_cast<int8_t>(word & 0xFF)) {
-        case -1:
-            return "no contact";
-        case 0:
-            return "unreliable";
-        case 1:
-            return "low";
-        case 2:
-            return "medium";
-        case 3:
-            return "high";
-        default:
-            return "accuracy?";
-    }
+    constexpr const char* kNames[] = {"no contact", "unreliable", "low", "medium", "high"};
+    const int level = static_cast<int8_t>(word & 0xFF);
+    return level >= -1 && level <= 3 ? kNames[level + 1] : "accuracy?";
 }
 
 float floatOf(uint32_t word) {
     float number;
     std::memcpy(&number, &word, sizeof(number));
     return number;
-}
-
-template <typename... Arguments>
-std::string format(const char* pattern, Arguments... arguments) {
-    char text[48];
-    std::snprintf(text, sizeof(text), pattern, arguments...);
-    return text;
 }
 
 }  // namespace
@@ -148,16 +130,17 @@ std::string Value::text() const {
     if (form == Form::kNumber) {
         // Without a unit it is a code or a count, and those are whole.
         const bool whole = unit[0] == '\0' && std::trunc(number) == number;
-        if (whole && std::fabs(number) < 1e7F) return format("%.0f", static_cast<double>(number));
+        if (whole && std::fabs(number) < 1e7F)
+            return formatted("%.0f", static_cast<double>(number));
         const bool plain = number == 0 || (std::fabs(number) < 1e5F && std::fabs(number) >= 1e-4F);
-        return format(plain ? "%.5f" : "%.5g", static_cast<double>(number));
+        return formatted(plain ? "%.5f" : "%.5g", static_cast<double>(number));
     }
-    return form == Form::kCount ? format("%" PRIu64, count) : format("%08" PRIx64, count);
+    return form == Form::kCount ? formatted("%" PRIu64, count) : formatted("%08" PRIx64, count);
 }
 
 std::string Value::exactText() const {
-    if (form == Form::kNumber) return format("%.9g", static_cast<double>(number));
-    return form == Form::kCount ? format("%" PRIu64, count) : format("0x%08" PRIx64, count);
+    if (form == Form::kNumber) return formatted("%.9g", static_cast<double>(number));
+    return form == Form::kCount ? formatted("%" PRIu64, count) : formatted("0x%08" PRIx64, count);
 }
 
 Json Value::json() const {

@@ -11,6 +11,7 @@
 namespace subhalctl {
 
 using android::hardware::sensors::V1_0::Event;
+using android::hardware::sensors::V1_0::SensorInfo;
 
 /** An event's 64 payload bytes as words. */
 using Payload = std::array<uint32_t, 16>;
@@ -44,6 +45,9 @@ struct Reading {
 
 /** Decodes by the sensor's type; a type that is not known gives its payload words. */
 Reading decode(int32_t type, const Payload& payload);
+inline Reading decode(const SensorInfo& sensor, const Payload& payload = {}) {
+    return decode(static_cast<int32_t>(sensor.type), payload);
+}
 
 /** Columns of values that are comparable: one, or the parts of a vector. */
 std::vector<std::vector<size_t>> groupsOf(const std::vector<Value>& values);

@@ -86,7 +86,7 @@ class Comparison {
         share("lost/%", lost(first), lost(second));
     }
     void values(const Series& first, const Series& second) {
-        const auto all = decode(static_cast<int32_t>(first.sensor.type), Payload{}).values;
+        const auto all = decode(first.sensor).values;
         for (const std::vector<size_t>& group : groupsOf(all)) {
             // Parts of a vector are compared by the longest: gravity is on one axis only.
             double length = 0;

@@ -77,7 +77,7 @@ class Trace {
         const int64_t arrivalNs = event.received.receivedNs;
         // An old stamp would extend the trace to before its start.
         const double time = microsecondsOf(event.isData() ? what.timestamp : arrivalNs);
-        add("i", event.stale ? "stale" : kindName(event.kind), what.sensorHandle,
+        add("i", event.stale ? "stale" : kindName(kindOf(what)), what.sensorHandle,
             {{"ts", time},
              {"s", "t"},
              {"args",
@@ -93,8 +93,7 @@ class Trace {
         }
         if (!event.isData()) return;
         Json values = Json::object();
-        for (const Value& value :
-             decode(static_cast<int32_t>(series.sensor.type), payloadOf(what)).values) {
+        for (const Value& value : decode(series.sensor, payloadOf(what)).values) {
             const Json number = value.form == Value::Form::kWord ? Json(value.count) : value.json();
             if (number.is_number()) values[value.name] = number;
         }

@@ -1,9 +1,7 @@
 #include <algorithm>
-#include <chrono>
 #include <cinttypes>
 #include <cstring>
 #include <map>
-#include <thread>
 
 #include "simulator/KnownSensors.h"
 #include "tools/subhalctl/Interrupt.h"
@@ -47,15 +45,18 @@ std::string laneOf(const std::string& path, const std::string& bytes) {
     return oneShot ? bytes : "";
 }
 
-std::vector<std::string> partsOf(int32_t type, int64_t timestampNs, const std::string& payload,
-                                 bool wakelock) {
-    return {formatted("type %" PRId32, type), formatted("time stamp %" PRId64, timestampNs),
-            "payload " + hexOf(payload), wakelock ? "with a wakelock" : "without a wakelock"};
+Item itemOf(size_t line, const ReceivedEvent& received) {
+    const Event& event = received.event;
+    return {
+        line,
+        {formatted("type %" PRId32, static_cast<int32_t>(event.sensorType)),
+         formatted("time stamp %" PRId64, event.timestamp), "payload " + hexOf(payloadBytes(event)),
+         received.wakelock ? "with a wakelock" : "without a wakelock"}};
 }
 
 class Replay {
   public:
-    Replay(Proxy& proxy, bool fast) : mProxy(proxy), mFast(fast) {}
+    explicit Replay(Proxy& proxy) : mProxy(proxy) {}
 
     ExitCode run() {
         play();
@@ -96,19 +97,9 @@ class Replay {
         }
         return "handle " + std::to_string(handle);
     }
-    void waitUntil(int64_t timeNs) {
-        while (!mFast && !interrupted() && hubNowNs() < timeNs) {
-            const std::chrono::nanoseconds left(timeNs - hubNowNs());
-            std::this_thread::sleep_for(
-                std::min<std::chrono::nanoseconds>(left, std::chrono::milliseconds(50)));
-        }
-    }
     void collect() {
         mProxy.events().drain([this](const ReceivedEvent& received) {
-            const Event& event = received.event;
-            mEvents[event.sensorHandle].played.push_back(
-                {0, partsOf(static_cast<int32_t>(event.sensorType), event.timestamp,
-                            payloadBytes(event), received.wakelock)});
+            mEvents[received.event.sensorHandle].played.push_back(itemOf(0, received));
         });
         for (const FileCall& call : mProxy.takeCalls()) {
             Entry entry{Entry::Kind::kCall, 0, 0};
@@ -170,18 +161,16 @@ class Replay {
     void play(const Entry& entry) {
         switch (entry.kind) {
             case Entry::Kind::kRaw:
-                waitUntil(entry.timeNs);
-                if (mFast) setHubClock(entry.timeNs, false);
+                mProxy.hub()->waitUntil(entry.timeNs);
                 // One at a time, or the library might read several sensors in another order.
                 playRecord(entry);
                 break;
             case Entry::Kind::kRequest:
-                waitUntil(entry.timeNs);
+                mProxy.hub()->waitUntil(entry.timeNs);
                 playRequest(entry);
                 break;
             case Entry::Kind::kEvent:
-                mEvents[entry.handle].recorded.push_back(
-                    {entry.line, partsOf(entry.type, entry.timestampNs, entry.bytes, entry.flag)});
+                mEvents[entry.handle].recorded.push_back(itemOf(entry.line, entry.received));
                 break;
             case Entry::Kind::kCall:
                 addCall(&Lane::recorded, entry);
@@ -232,7 +221,6 @@ class Replay {
     void differ(size_t line, const std::string& what) { mDifferences.emplace(line, what); }
 
     Proxy& mProxy;
-    bool mFast;
     std::map<std::string, Lane> mCalls;
     std::map<int32_t, Lane> mEvents;
     std::map<int32_t, bool> mActivated;  // what was switched, and whether it is on
@@ -248,7 +236,7 @@ ExitCode runReplay(Proxy& proxy) {
     if (made != kOk) return made;
     proxy.keepCalls();
     const ExitCode opened = proxy.open();
-    return opened != kOk ? opened : Replay(proxy, hub.fast).run();
+    return opened != kOk ? opened : Replay(proxy).run();
 }
 
 }  // namespace subhalctl

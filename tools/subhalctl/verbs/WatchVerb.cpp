@@ -32,8 +32,7 @@ class Watch {
         : mProxy(proxy),
           mOptions(options),
           mWriter(options.recording.empty() ? EventWriter::make(options.format) : nullptr),
-          mProgress(!options.recording.empty() && !proxy.options().quiet),
-          mLeft(options.count > 0 ? options.count : INT64_MAX) {}
+          mProgress(!options.recording.empty() && !proxy.options().quiet) {}
 
     ExitCode run() {
         for (const std::string& text : mOptions.sensors) {
@@ -111,20 +110,17 @@ class Watch {
         }
         const int64_t before = found->events;
         found->add(received);
-        showProgress();
         if (found->events == before) return false;
-        return --mLeft == 0 || allSpent();
+        ++mCame;
+        showProgress();
+        return mCame == mOptions.count || allSpent();
     }
 
     void showProgress() {
         const int64_t now = bootTimeNs();
         if (now < mShownNs + kProgressNs) return;
         mShownNs = now;
-        int64_t events = 0;
-        for (const Watched& one : mWatched) {
-            events += one.events;
-        }
-        mProgress.show(counted(events, "event"));
+        mProgress.show(counted(mCame, "event"));
     }
 
     /** A one-shot sensor is off after its event. */
@@ -158,10 +154,8 @@ class Watch {
 
     /** Fails when a sensor that reports by itself did not, or when there was no event at all. */
     ExitCode judgeSilence() const {
-        bool any = false;
         ExitCode result = kOk;
         for (const Watched& one : mWatched) {
-            any = any || one.events > 0;
             const SensorFlagBits mode = reportingMode(*one.sensor);
             const bool talks =
                 mode == SensorFlagBits::CONTINUOUS_MODE || mode == SensorFlagBits::ON_CHANGE_MODE;
@@ -177,8 +171,8 @@ class Watch {
                          typeName(*one.sensor).c_str(), one.sensor->sensorHandle);
             }
         }
-        if (!any && result == kOk) complain("no events");
-        return any ? result : kNoData;
+        if (mCame == 0 && result == kOk) complain("no events");
+        return mCame > 0 ? result : kNoData;
     }
 
     ExitCode keepRecording(EventQueue::End end) {
@@ -210,21 +204,19 @@ class Watch {
         }
         const bool played = end == EventQueue::End::kEnded;
         if (played && judgeRecording() != kOk) return kNoData;
-        if (mOptions.count > 0 && mLeft == 0) return kOk;
+        if (mOptions.count > 0 && mCame == mOptions.count) return kOk;
         if (mOptions.count > 0) {
             const ExitCode silence = played ? kOk : judgeSilence();
             if (silence == kOk)
-                complain("%" PRId64 " of %" PRId64 " events came", mOptions.count - mLeft,
-                         mOptions.count);
+                complain("%" PRId64 " of %" PRId64 " events came", mCame, mOptions.count);
             return kNoData;
         }
         if (played) return kOk;
         if (end == EventQueue::End::kInterrupted) {
-            const bool any = std::any_of(mWatched.begin(), mWatched.end(),
-                                         [](const Watched& one) { return one.events > 0; });
             // Without --seconds a signal is the usual end, and what came is judged.
-            if (!any || (mOptions.seconds > 0 && !mOptions.requirement.empty())) {
-                complain("interrupted before %s", any ? "--require could be judged" : "any event");
+            if (mCame == 0 || (mOptions.seconds > 0 && !mOptions.requirement.empty())) {
+                complain("interrupted before %s",
+                         mCame > 0 ? "--require could be judged" : "any event");
                 return kNoData;
             }
             if (mOptions.requirement.empty()) return kOk;
@@ -251,7 +243,7 @@ class Watch {
     std::vector<Watched> mSlice;    // the same for the seconds that are counted now
     std::vector<int64_t> mPeriods;  // by index of mWatched
     std::deque<ActiveSensor> mActive;
-    int64_t mLeft;  // events
+    int64_t mCame = 0;  // events of all sensors, without the stale ones
     int64_t mShownNs = 0;
 };
 
