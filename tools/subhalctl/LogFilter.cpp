@@ -11,6 +11,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <string>
 
 #include "tools/subhalctl/showing/Output.h"
@@ -19,7 +20,7 @@ namespace subhalctl {
 namespace {
 
 constexpr size_t kLineSize = 1024;
-constexpr char kLetters[] = "??VDIWEFS";
+constexpr char kLetters[] = "??VDIWEFS";  // by level
 
 std::atomic<int> gLevel{ANDROID_LOG_SILENT};
 
@@ -30,12 +31,8 @@ void setLogLevel(android_LogPriority level) {
 }
 
 android_LogPriority parseLogLevel(const std::string& name) {
-    if (name == "verbose") return ANDROID_LOG_VERBOSE;
-    if (name == "debug") return ANDROID_LOG_DEBUG;
-    if (name == "info") return ANDROID_LOG_INFO;
-    if (name == "warning") return ANDROID_LOG_WARN;
-    if (name == "error") return ANDROID_LOG_ERROR;
-    return name == "silent" ? ANDROID_LOG_SILENT : ANDROID_LOG_DEFAULT;
+    const char* letter = std::strchr(kLetters, name[0] - 'a' + 'A');
+    return static_cast<android_LogPriority>(letter - kLetters);
 }
 
 }  // namespace subhalctl

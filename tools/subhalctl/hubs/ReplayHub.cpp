@@ -5,7 +5,6 @@
 #include <cerrno>
 #include <cstdlib>
 #include <deque>
-#include <iterator>
 #include <set>
 #include <thread>
 
@@ -33,69 +32,16 @@ simulator::SimulatedHub::Options replayOptions(const Recording& recording) {
 
 // What the library only reads. Through others a recording could write or remove files of the host:
 // a device renamed to the file manager's, and a request for it.
-constexpr const char* kReplayedFiles[] = {kContextListPath, kNfcCoverPath, kRearDataPath,
-                                          kDumpPath};
+const std::set<std::string> kReplayedFiles = {kContextListPath, kNfcCoverPath, kRearDataPath,
+                                              kDumpPath};
 
-bool isReplayed(const std::string& path) {
-    return std::find(std::begin(kReplayedFiles), std::end(kReplayedFiles), path) !=
-           std::end(kReplayedFiles);
-}
-
-/** The recorded reads of a file, in their order; the last one repeats. */
-struct RecordedReads {
-    std::mutex lock;
-    std::deque<std::string> rest;
-
-    ssize_t next(void* buffer, size_t size) {
-        const std::lock_guard<std::mutex> guard(lock);
-        const size_t length = rest.front().copy(static_cast<char*>(buffer), size);
-        if (rest.size() > 1) rest.pop_front();
-        return static_cast<ssize_t>(length);
-    }
-};
-
-/** Recorded properties and clock. */
-class RecordedPlatform : public PlatformHooks {
-  public:
-    RecordedPlatform(const Recording& recording, bool live) : mLive(live) {
-        for (const Entry& entry : recording.entries) {
-            if (entry.kind == Entry::Kind::kProperty) mProperties[entry.name] = entry.text;
-            if (entry.kind == Entry::Kind::kClock) mClocks[entry.flag].push_back(entry.timeNs);
-        }
-        setPlatformHooks(this);
-    }
-    ~RecordedPlatform() override { setPlatformHooks(nullptr); }
-
-    int64_t clock(int64_t) override {
-        const std::lock_guard<std::mutex> lock(mLock);
-        std::deque<int64_t>& clocks = mClocks[mMain == std::this_thread::get_id()];
-        if (mLive || clocks.empty()) return hubNowNs();
-        const int64_t now = clocks.front();
-        clocks.pop_front();
-        return now;
-    }
-    std::string property(const std::string& name, const std::string&) override {
-        const auto found = mProperties.find(name);
-        return found != mProperties.end() ? found->second : "";
-    }
-
-  private:
-    const bool mLive;
-    const std::thread::id mMain = std::this_thread::get_id();
-    std::mutex mLock;
-    std::map<bool, std::deque<int64_t>> mClocks;
-    std::map<std::string, std::string> mProperties;
-};
-
-class ReplayHub : public InProcessHub {
+class ReplayHub : public InProcessHub, private PlatformHooks {
   public:
     ReplayHub(const Recording& recording, const ReplayOptions& options)
-        : InProcessHub(replayOptions(recording)),
-          mRecording(recording),
-          mOptions(options),
-          mPlatform(recording, options.ended != nullptr) {
+        : InProcessHub(replayOptions(recording)), mRecording(recording), mOptions(options) {
         mHub.setRawSpec(recording.spec);
-        layOutFiles();
+        setPlatformHooks(this);
+        layOut();
         // A live one runs from when a sensor is first switched on, and must not go back there.
         setHubClock(recording.startNs, !options.fast && !options.ended);
         if (!options.ended) return;
@@ -108,6 +54,7 @@ class ReplayHub : public InProcessHub {
         mThread = std::thread(&ReplayHub::run, this);
     }
     ~ReplayHub() override {
+        setPlatformHooks(nullptr);
         mStop = true;
         if (mThread.joinable()) mThread.join();
     }
@@ -154,26 +101,42 @@ class ReplayHub : public InProcessHub {
     }
 
   private:
-    /** Files other than the devices, as the library found them. */
-    void layOutFiles() {
-        std::map<std::string, std::shared_ptr<RecordedReads>> reads;
+    int64_t clock(int64_t) override {
+        const std::lock_guard<std::mutex> lock(mLock);
+        std::deque<int64_t>& clocks = mClocks[mMain == std::this_thread::get_id()];
+        if (mOptions.ended || clocks.empty()) return hubNowNs();
+        const int64_t now = clocks.front();
+        clocks.pop_front();
+        return now;
+    }
+    std::string property(const std::string& name, const std::string&) override {
+        const auto found = mProperties.find(name);
+        return found != mProperties.end() ? found->second : "";
+    }
+
+    /** What the library found apart from the devices. */
+    void layOut() {
         std::set<std::string> opened;
         for (const Entry& entry : mRecording.entries) {
+            if (entry.kind == Entry::Kind::kProperty) mProperties[entry.name] = entry.text;
+            if (entry.kind == Entry::Kind::kClock) mClocks[entry.flag].push_back(entry.timeNs);
             if (entry.kind != Entry::Kind::kCall) continue;
             const bool first = opened.insert(entry.name).second;
             if (entry.text == "open" && entry.result < 0 && first) {
                 mHub.failOpen(entry.name, static_cast<int>(-entry.result), 1,
                               simulator::SimulatedHub::kForever);
-            } else if (entry.text == "read" && entry.result >= 0 && isReplayed(entry.name)) {
-                auto& found = reads[entry.name];
-                if (found == nullptr) found = std::make_shared<RecordedReads>();
-                found->rest.push_back(entry.bytes);
+            } else if (entry.text == "read" && entry.result >= 0 &&
+                       kReplayedFiles.count(entry.name) != 0) {
+                mReads[entry.name].push_back(entry.bytes);
             }
         }
-        for (const auto& [path, found] : reads) {
+        for (auto& [path, reads] : mReads) {
             simulator::NodeHandler handler;
-            handler.onRead = [recorded = found](void* buffer, size_t size) {
-                return recorded->next(buffer, size);
+            handler.onRead = [this, &rest = reads](void* buffer, size_t size) {
+                const std::lock_guard<std::mutex> lock(mLock);
+                const ssize_t length = simulator::copyText(rest.front(), buffer, size);
+                if (rest.size() > 1) rest.pop_front();
+                return length;
             };
             mHub.setHandler(path, handler);
         }
@@ -216,7 +179,13 @@ class ReplayHub : public InProcessHub {
 
     const Recording& mRecording;
     const ReplayOptions mOptions;
-    RecordedPlatform mPlatform;
+    const std::thread::id mMain = std::this_thread::get_id();
+    std::map<std::string, std::string> mProperties;
+    std::mutex mLock;
+    // What is left of the clock's readings, on the main thread and on others; guarded by mLock.
+    std::map<bool, std::deque<int64_t>> mClocks;
+    // What is left of each file's reads; the last one repeats. Guarded by mLock.
+    std::map<std::string, std::deque<std::string>> mReads;
     std::atomic<bool> mStop{false};
     std::atomic<bool> mStuck{false};
     std::thread mThread;

@@ -115,65 +115,13 @@ std::optional<Specs> readChips(const std::string& path) {
     return specs;
 }
 
-/** Triggers faults at their times. */
-class FaultTimer {
-  public:
-    FaultTimer(simulator::SimulatedHub& hub, std::vector<HubFault> faults)
-        : mHub(hub), mFaults(std::move(faults)), mStart(Clock::now()) {
-        std::stable_sort(mFaults.begin(), mFaults.end(), [](const auto& left, const auto& right) {
-            return left.afterSeconds < right.afterSeconds;
-        });
-        while (mNext < mFaults.size() && mFaults[mNext].afterSeconds <= 0) {
-            play(mFaults[mNext++]);
-        }
-        if (mNext < mFaults.size()) mThread = std::thread(&FaultTimer::run, this);
-    }
-    ~FaultTimer() {
-        mEnd.set_value();
-        if (mThread.joinable()) mThread.join();
-    }
-    FaultTimer(const FaultTimer&) = delete;
-    FaultTimer& operator=(const FaultTimer&) = delete;
-
-  private:
-    using Clock = std::chrono::steady_clock;
-
-    void run() {
-        const std::future<void> end = mEnd.get_future();
-        for (; mNext < mFaults.size(); ++mNext) {
-            const std::chrono::duration<double> after(mFaults[mNext].afterSeconds);
-            const auto due = mStart + std::chrono::duration_cast<Clock::duration>(after);
-            if (end.wait_until(due) == std::future_status::ready) return;
-            play(mFaults[mNext]);
-        }
-    }
-
-    void play(const HubFault& fault) {
-        const std::string path = fault.handle < 0 ? fault.path : mHub.devicePath(fault.handle);
-        if (fault.kind == "open") mHub.failOpen(path, fault.error, 1, fault.count);
-        if (fault.kind == "read") mHub.failRead(path, fault.error, 1, fault.count);
-        if (fault.kind == "write") mHub.failWrite(path, fault.error, 1, fault.count);
-        if (fault.kind == "ioctl") mHub.failIoctl(path, fault.error, 1, fault.count);
-        if (fault.kind == "close") mHub.failClose(path, fault.error, 1, fault.count);
-        if (fault.kind == "poll") mHub.failPoll(fault.error, 1, fault.count);
-        if (fault.kind == "drop") mHub.dropDevice(fault.handle);
-        if (fault.kind == "cut") mHub.cutNextRecord(fault.handle, static_cast<size_t>(fault.bytes));
-        if (fault.kind == "available") mHub.setDataAvailable(fault.handle, fault.text);
-        if (fault.kind == "absent") mHub.removeFile(path);
-        if (fault.kind == "push") mHub.push(fault.handle, fault.text);
-    }
-
-    simulator::SimulatedHub& mHub;
-    std::vector<HubFault> mFaults;
-    size_t mNext = 0;
-    Clock::time_point mStart;
-    std::promise<void> mEnd;
-    std::thread mThread;
-};
-
 class SignalHub : public InProcessHub {
   public:
     using InProcessHub::InProcessHub;
+    ~SignalHub() override {
+        mEnd.set_value();
+        if (mFaults.joinable()) mFaults.join();
+    }
 
     /** Why the hub cannot have the fault, empty when it can. Its path becomes the library's. */
     std::string misplaced(HubFault* fault) const {
@@ -201,9 +149,43 @@ class SignalHub : public InProcessHub {
         fault->path = directory && opens ? path + '/' : path;
         return {};
     }
-    void letFail(std::vector<HubFault> faults) { mFaults.emplace(mHub, std::move(faults)); }
+    /** Each at its time from now. */
+    void letFail(std::vector<HubFault> faults) {
+        const auto now = std::chrono::steady_clock::now();
+        const auto isNow = [](const HubFault& fault) { return fault.afterSeconds <= 0; };
+        const auto later = std::stable_partition(faults.begin(), faults.end(), isNow);
+        std::for_each(faults.begin(), later, [this](const HubFault& fault) { play(fault); });
+        faults.erase(faults.begin(), later);
+        std::stable_sort(faults.begin(), faults.end(), [](const auto& left, const auto& right) {
+            return left.afterSeconds < right.afterSeconds;
+        });
+        if (faults.empty()) return;
+        mFaults = std::thread([this, now, end = mEnd.get_future(), faults = std::move(faults)] {
+            for (const HubFault& fault : faults) {
+                const std::chrono::duration<double> after(fault.afterSeconds);
+                const auto due = now + std::chrono::duration_cast<std::chrono::nanoseconds>(after);
+                if (end.wait_until(due) == std::future_status::ready) return;
+                play(fault);
+            }
+        });
+    }
 
   private:
+    void play(const HubFault& fault) {
+        const std::string path = fault.handle < 0 ? fault.path : mHub.devicePath(fault.handle);
+        if (fault.kind == "open") mHub.failOpen(path, fault.error, 1, fault.count);
+        if (fault.kind == "read") mHub.failRead(path, fault.error, 1, fault.count);
+        if (fault.kind == "write") mHub.failWrite(path, fault.error, 1, fault.count);
+        if (fault.kind == "ioctl") mHub.failIoctl(path, fault.error, 1, fault.count);
+        if (fault.kind == "close") mHub.failClose(path, fault.error, 1, fault.count);
+        if (fault.kind == "poll") mHub.failPoll(fault.error, 1, fault.count);
+        if (fault.kind == "drop") mHub.dropDevice(fault.handle);
+        if (fault.kind == "cut") mHub.cutNextRecord(fault.handle, static_cast<size_t>(fault.bytes));
+        if (fault.kind == "available") mHub.setDataAvailable(fault.handle, fault.text);
+        if (fault.kind == "absent") mHub.removeFile(path);
+        if (fault.kind == "push") mHub.push(fault.handle, fault.text);
+    }
+
     std::string misplacedHandle(const HubFault& fault) const {
         if (mHub.devicePath(fault.handle).empty()) {
             std::string handles;
@@ -238,7 +220,8 @@ class SignalHub : public InProcessHub {
                                 devices);
     }
 
-    std::optional<FaultTimer> mFaults;
+    std::promise<void> mEnd;
+    std::thread mFaults;  // triggers them
 };
 
 }  // namespace

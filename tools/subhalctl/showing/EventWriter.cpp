@@ -105,7 +105,7 @@ class TextWriter : public EventWriter {
                       watched.isStale(received) ? 'S' : ' ');
         const std::string start =
             prefix(timeText(event.timestamp), handle, typeName(*watched.sensor));
-        const std::string line = start + contents(*watched.sensor, event);
+        const std::string line = start + valueColumns(*watched.sensor, event);
         print("%s\n", wrapped(line, shownWidth(start)).c_str());
     }
 
@@ -119,13 +119,6 @@ class TextWriter : public EventWriter {
         const auto width = static_cast<int>(mName);
         return time + "  " + handle +
                (mName == 0 ? "" : formatted("  %-*s", width, sensor.c_str())) + "  ";
-    }
-
-    static std::string contents(const SensorInfo& sensor, const Event& event) {
-        const EventKind kind = kindOf(event);
-        if (kind == EventKind::kFlushComplete) return "flush complete";
-        if (kind == EventKind::kAdditionalInfo) return infoText(payloadOf(event));
-        return valueColumns(sensor, event);
     }
 
     size_t mName = 0;  // characters; 0 for none
@@ -144,13 +137,12 @@ class CsvWriter : public EventWriter {
     void begin(const std::vector<Watched>& watched, bool) override {
         // The header is part of a CSV file, not a courtesy.
         for (const Watched& one : watched) {
-            mColumns = std::max(mColumns, namesOf(*one.sensor).size());
+            mColumns = std::max(mColumns, decode(*one.sensor).values.size());
         }
-        const auto names =
-            watched.size() == 1 ? namesOf(*watched.front().sensor) : std::vector<std::string>{};
+        const Reading first = decode(*watched.front().sensor);
         std::string line = "timestamp_ns,received_ns,handle,sensor,kind,stale,wakeup,accuracy";
         for (size_t i = 0; i < mColumns; ++i) {
-            line += ',' + (names.empty() ? "v" + std::to_string(i) : names[i]);
+            line += ',' + (watched.size() > 1 ? "v" + std::to_string(i) : first.values[i].name);
         }
         print("%s\n", line.c_str());
     }
@@ -175,14 +167,6 @@ class CsvWriter : public EventWriter {
     }
 
   private:
-    static std::vector<std::string> namesOf(const SensorInfo& sensor) {
-        std::vector<std::string> names;
-        for (const Value& value : decode(sensor).values) {
-            names.emplace_back(value.name);
-        }
-        return names;
-    }
-
     size_t mColumns = 0;
 };
 
@@ -246,8 +230,8 @@ EventKind kindOf(const Event& event) {
 }
 
 const char* kindName(EventKind kind) {
-    if (kind == EventKind::kFlushComplete) return "flush";
-    return kind == EventKind::kAdditionalInfo ? "info" : "data";
+    constexpr const char* kNames[] = {"data", "flush", "info"};
+    return kNames[static_cast<size_t>(kind)];
 }
 
 bool Watched::isStale(const ReceivedEvent& received) const {
@@ -328,6 +312,9 @@ std::string summaryTable(const std::vector<Watched>& watched) {
 }
 
 std::string valueColumns(const SensorInfo& sensor, const Event& event) {
+    const EventKind kind = kindOf(event);
+    if (kind == EventKind::kFlushComplete) return "flush complete";
+    if (kind == EventKind::kAdditionalInfo) return infoText(payloadOf(event));
     const Reading reading = decode(sensor, payloadOf(event));
     std::string line = inColumns(reading.values, false);
     for (const std::string& note : {commonUnit(reading.values), std::string(reading.accuracy),

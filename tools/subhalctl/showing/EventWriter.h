@@ -51,7 +51,9 @@ class EventWriter {
     static std::unique_ptr<EventWriter> make(const std::string& format);
 };
 
-/** The values of a data event in right-aligned columns, then unit, accuracy and meaning. */
+/**
+ * What an event says: of data the values in right-aligned columns, then unit, accuracy and meaning.
+ */
 std::string valueColumns(const SensorInfo& sensor, const Event& event);
 
 /** The columns of valueColumns(), as in "x [m/s²], y [m/s²], z [m/s²], accuracy". */
