@@ -319,7 +319,7 @@ def picture():
                          "jitter 0.3001 ms", "3 lost, 1 late, 1 stale", ">flush: BAD_VALUE<", ">100 Hz<",
                          ">x [m/s²]: 1 … 78.4<", ">level: 100 … 100<", "V104.4V43.6V104.4",
                          '<rect class="lost" x="98.6" y="40.0" width="1.5" height="68.0"/>',
-                         ">interval p50 10 ms<", ">latency p50 2 ms<", ">p99 2 ms<", ">2 … 500 ms<", ">1 beyond<", "1 event, 1 wakelock",
+                         ">interval p50 10 ms<", ">latency p50 2 ms<", ">p99 2 ms<", ">2 … 500 ms<", ">1 beyond<", "1 event, 1 wakelock", "H874.0\"",
                          '<rect class="wakelock" x="75.6" y="2.0" width="1.5"')
         if page.count("L") > 2 * 801 + 801 * 3:
             faults.append("more points than columns")

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <functional>
 
+#include "tools/subhalctl/proxy/SensorLookup.h"
 #include "tools/subhalctl/showing/Output.h"
 #include "tools/subhalctl/showing/SensorValues.h"
 
@@ -59,7 +60,8 @@ double stepOf(double range, double often) {
 struct Point {
     double x;
     double value;
-    bool joined;  // with the one before
+    bool joined;   // with the one before
+    double until;  // to where the value holds if it does not change
 };
 using Points = std::vector<Point>;
 
@@ -288,6 +290,7 @@ class Picture {
     }
     Points pointsOf(const Series& series, const ValueOf& valueOf) const {
         Points points;
+        const bool holds = reportingMode(series.sensor) == SensorFlagBits::ON_CHANGE_MODE;
         bool joined = false;
         for (const RecordedEvent& event : series.events) {
             const int64_t timeNs = event.received.event.timestamp;
@@ -295,10 +298,21 @@ class Picture {
             const double value = valueOf(event);
             joined = joined && event.lost == 0 && !event.backward && std::isfinite(value);
             if (!std::isfinite(value)) continue;
-            points.push_back({x(timeNs), value, joined});
+            const double until = x(holds ? offNs(series, timeNs) : timeNs);
+            // Between two activations there is no value.
+            joined = joined && (!holds || x(timeNs) <= points.back().until);
+            points.push_back({x(timeNs), value, joined, until});
             joined = true;
         }
         return points;
+    }
+    /** The end of the activation in which the sensor reported at that time. */
+    int64_t offNs(const Series& series, int64_t timeNs) const {
+        int64_t offNs = mEndNs;
+        for (const Span& on : series.on) {
+            if (on.beginNs <= timeNs) offNs = std::max(on.endNs, timeNs);
+        }
+        return offNs;
     }
     /** Gaps are shaded in its background. */
     void frame(const Strip& strip) {
@@ -329,6 +343,8 @@ class Picture {
                 line += formatted("V%.1fV%.1fV%.1f", strip.y(least->value),
                                   strip.y(greatest->value), strip.y(std::prev(end)->value));
             }
+            const double until = std::prev(end)->until;
+            if (steps && (end == points.end() || end->x > until)) line += formatted("H%.1f", until);
             const bool alone = !first->joined && (end == points.end() || !end->joined);
             if (!alone && points.size() > kFew) continue;
             dots += formatted("M%.1f %.1fh0", first->x, strip.y(first->value));
