@@ -106,11 +106,13 @@ void addGlobalOptions(CLI::App& app, GlobalOptions& options) {
     app.option_defaults()->group(kHubOptions);
     auto* sim =
         app.add_flag("--sim", options.hub.sim, "Run on a simulated hub whose sensors send signals");
-    app.add_option("--replay", options.hub.recording,
-                   "Run on a hub that a recording plays, from when a sensor is first switched on")
+    app.add_option(
+           "--replay", options.hub.recording,
+           "Run on a hub that plays a recording, starting when a sensor is first switched on")
         ->transform(path(Except::kDash))
         ->excludes(sim);
-    app.add_flag("--fast", options.hub.fast, "Play a recording in no time instead of its own");
+    app.add_flag("--fast", options.hub.fast,
+                 "Play a recording without waiting for the recorded times");
     app.add_option("--seed", options.hub.seed, "Seed of the simulated signals")
         ->transform(whole(0, kLargestCount))
         ->capture_default_str()
@@ -227,44 +229,48 @@ void addFile(CLI::App& verb, const char* name, const char* description, std::str
 }
 
 constexpr char kRecordingHelp[] = "Recording, - for standard input";
-constexpr char kOutputHelp[] = "File to be written, - for standard output";
+constexpr char kOutputHelp[] = "Output file, - for standard output";
 
 void addRecord(CLI::App& app, Command& command) {
     const auto [verb, options] =
-        Verb(app, command, "record", "Record the library's calls and events in a file", runWatch);
+        Verb(app, command, "record", "Record the library's input and output in a file", runWatch);
     addFile(*verb, "-o,--output", kOutputHelp, options->recording);
     addWatched(*verb, *options);
 }
 
 void addReplay(CLI::App& app, Command& command) {
     CLI::App* replay = app.add_subcommand(
-        "replay", "Play a recording, requests and all, and compare events and calls");
+        "replay",
+        "Play a recording to the library; exit code 1 when events or calls differ from it");
     addFile(*replay, "FILE", kRecordingHelp, command.options.hub.recording);
-    replay->add_flag("--fast", command.options.hub.fast, "Play in no time instead of its own");
+    replay->add_flag("--fast", command.options.hub.fast,
+                     "Play without waiting for the recorded times");
     replay->callback([&command] { command.run = runReplay; });
 }
 
 void addPlotAndExport(CLI::App& app, Command& command) {
-    const Verb plot(app, command, "plot", "Draw a recording as a page for a browser, or for paper",
-                    runPlot);
+    const Verb plot(app, command, "plot",
+                    "Draw a recording as a page of HTML, for a browser or for paper", runPlot);
     const Verb exported(app, command, "export",
-                        "Convert a recording for a trace viewer, or into tables", runExport);
+                        "Convert a recording for a trace viewer, or to tables", runExport);
     for (const auto* verb : {&plot, &exported}) {
         addFile(*verb->app, "FILE", kRecordingHelp, verb->options->recording);
         addFile(*verb->app, "-o,--output", kOutputHelp, verb->options->output);
     }
-    addChoice(*exported.app, "--format", exported.options->format, "trace events, or csv",
-              {"trace", "csv"});
+    addChoice(*exported.app, "--format", exported.options->format,
+              "trace (for a viewer) or csv (a table for each sensor)", {"trace", "csv"});
 }
 
 void addCompare(CLI::App& app, Command& command) {
     const auto [verb, options] = Verb(
         app, command, "compare",
-        "Compare two recordings (with --quiet: only what differs); exit code 1 when they differ",
+        "Compare the figures of two recordings; exit code 1 when they differ (--quiet: show only "
+        "what differs)",
         runCompare);
     addFile(*verb, "FIRST", kRecordingHelp, options->first);
     addFile(*verb, "SECOND", kRecordingHelp, options->second);
-    verb->add_option("--tolerance", options->tolerance, "How much may differ, in percent")
+    verb->add_option("--tolerance", options->tolerance,
+                     "Allowed difference in percent; see the manual")
         ->check(number(0, 1000))
         ->capture_default_str();
 }
