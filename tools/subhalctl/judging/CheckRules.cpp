@@ -493,7 +493,7 @@ void Subject::checkDirectRecords(const DirectLevel& level, const SharedMemory& m
     std::vector<int64_t> stamps;
     for (size_t i = 0; i < written; ++i) {
         const sensors_event_t record = memory.record(i);
-        // The device's buffer may hold records of an earlier run.
+        // The device's buffer may hold records of an earlier run, or of an earlier rate.
         if (ring.add(record) && record.timestamp >= startNs) stamps.push_back(record.timestamp);
     }
     const Spacing spacing(stamps);

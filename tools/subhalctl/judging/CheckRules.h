@@ -19,6 +19,9 @@ struct Rule {
 };
 const std::vector<Rule>& checkRules();
 
+/** For a running hub to follow a request: until then records come at the earlier rate. */
+constexpr int64_t kFollowNs = 100'000'000;
+
 /** kKnown: the rule is broken in the one way in which this library is known to break it. */
 enum class Verdict { kPass, kFail, kSkip, kKnown };
 

@@ -155,7 +155,7 @@ class Check {
 
     /** From now on the sensor is observed. */
     void batch(Subject& subject, int64_t periodNs, int64_t latencyNs = 0) {
-        const int64_t before = subject.on ? subject.grantedNs() : 0;
+        const int64_t before = subject.on ? subject.grantedNs() + kFollowNs : 0;
         subject.count("batch", mProxy.batch(subject.handle(), periodNs, latencyNs));
         forgetEvents({&subject}, hubNowNs() + before);
         subject.observed.periodNs = periodNs;
@@ -333,7 +333,7 @@ class Check {
         for (Subject* subject : subjects) {
             batch(*subject, period(subject->sensor));
         }
-        if (!receive(seconds)) return;
+        if (!receive(seconds + inSeconds(kFollowNs))) return;
         for (const Subject* subject : subjects) {
             subject->checkRate();
         }
@@ -409,8 +409,8 @@ class Check {
                 formatted("%s: register: %s, configure: %s", level.name,
                           resultName(registered).c_str(), resultName(report.result).c_str()));
         }
-        const int64_t startNs = hubNowNs();  // earlier records may have another period
-        if (!receive(std::min(mOptions.seconds, 5.0))) return;
+        const int64_t startNs = hubNowNs() + kFollowNs;
+        if (!receive(std::min(mOptions.seconds, 5.0) + inSeconds(kFollowNs))) return;
         channel.setRate(RateLevel::STOP);
         subject.judge(report.value > 0, "direct-token",
                       formatted("%s: %" PRId32, level.name, report.value));
