@@ -185,12 +185,13 @@ ExitCode play(Proxy& proxy, const DirectOptions& options, const SharedMemory& me
     Client client(*sensor, options.format, proxy.options().quiet);
     receive(reader, client, options.seconds);
     channel.setRate(RateLevel::STOP);
+    const uint32_t written = highestCounter(memory);  // before the reader's last look
     reader.stop();
     RingReader::Record record;
     while (reader.read(&record, -1)) {
         client.add(record);
     }
-    const ExitCode result = client.summary(highestCounter(memory), options.check);
+    const ExitCode result = client.summary(written, options.check);
     if (events && options.format == "text")
         print("%s through the proxy\n", counted(proxyEvents(proxy), "event").c_str());
     return result;
