@@ -6,7 +6,8 @@
 
 namespace simulator {
 
-// Every fixed path of the hub and its driver; not taken from the library.
+/** Every fixed path of the hub and its driver; not taken from the library. */
+inline namespace paths {
 constexpr char kSpecPath[] = "/sys/class/sensors/hbx_sensor/sensor_spec";
 constexpr char kEnablePath[] = "/sys/class/sensors/hbx_sensor/enable";
 constexpr char kFlushPath[] = "/sys/class/sensors/hbx_sensor/hbx_flush";
@@ -22,6 +23,7 @@ constexpr char kShubInjectionPath[] = "/dev/shub_data_injection";
 constexpr char kHbxInjectionPath[] = "/dev/hbx_data_injection";
 constexpr char kIioDirectory[] = "/sys/bus/iio/devices/";
 constexpr char kDataDirectory[] = "/data/vendor/sensorhub";
+}  // namespace paths
 
 /** Whether this is an attribute below /sys, where the mode binds even root. */
 bool isAttribute(const std::string& path);

@@ -72,16 +72,10 @@ Recorder::~Recorder() {
 
 bool Recorder::open(const std::string& path) {
     mPath = path;
-    if (!openFile()) return false;
-    write("start", hubNowNs(), {{"recording", "subhalctl"}, {"version", kVersion}});
-    return true;
-}
-
-bool Recorder::openFile() {
     struct stat there {};
     struct stat output {};
-    const int fd = mPath == kStandard ? fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0)
-                                      : ::open(mPath.c_str(), O_WRONLY | O_CLOEXEC);
+    const int fd = path == kStandard ? fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0)
+                                     : ::open(path.c_str(), O_WRONLY | O_CLOEXEC);
     const bool found = fd >= 0 && fstat(fd, &there) == 0;
     const bool isOutput = found && fstat(STDOUT_FILENO, &output) == 0 &&
                           there.st_dev == output.st_dev && there.st_ino == output.st_ino;
@@ -91,10 +85,11 @@ bool Recorder::openFile() {
         mFile = fdopen(fd, "w");
     } else if (found || errno == ENOENT) {
         if (fd >= 0) ::close(fd);
-        return openPart(found ? &there : nullptr);
+        if (!openPart(found ? &there : nullptr)) return false;
     }
-    if (mFile != nullptr) return true;
-    return fails(mPath, std::strerror(errno));
+    if (mFile == nullptr) return fails(path, std::strerror(errno));
+    write("start", hubNowNs(), {{"recording", "subhalctl"}, {"version", kVersion}});
+    return true;
 }
 
 bool Recorder::openPart(const struct stat* old) {

@@ -61,7 +61,6 @@ class Recorder : public PlatformHooks {
     void discard();
 
   private:
-    bool openFile();
     bool openPart(const struct stat* old);
     void store();
     void close();

@@ -46,10 +46,6 @@ std::string escaped(const std::string& text) {
     return result;
 }
 
-double millisecondsOf(int64_t ns) {
-    return static_cast<double>(ns) / 1e6;
-}
-
 /** 1, 2 or 5 times a power of ten, about so often in the range. */
 double stepOf(double range, double often) {
     const double power = std::pow(10, std::floor(std::log10(range / often)));
@@ -99,15 +95,15 @@ class Picture {
         values(series);
         if (series.periodNs > 0) {
             durations(series, "interval", [](const RecordedEvent& event) {
-                return event.intervalNs == 0 ? NAN : millisecondsOf(event.intervalNs);
+                return event.intervalNs == 0 ? NAN : milliseconds(event.intervalNs);
             });
         }
         durations(series, "latency",
-                  [](const RecordedEvent& event) { return millisecondsOf(event.latencyNs()); });
+                  [](const RecordedEvent& event) { return milliseconds(event.latencyNs()); });
     }
     /** Adds the time axis, with grid lines through all strips. */
     std::string svg() {
-        const double seconds = millisecondsOf(mEndNs - mStartNs) / 1e3;
+        const double seconds = milliseconds(mEndNs - mStartNs) / 1e3;
         const double step = stepOf(seconds, 10);
         for (double tick = 0; tick * step <= seconds; ++tick) {
             const double at = kLeft + (kRight - kLeft) * tick * step / seconds;
@@ -166,7 +162,7 @@ class Picture {
         }
         if (series.figures.askedHz > 0) asked = formatted("%.6g Hz", series.figures.askedHz);
         if (series.latencyNs > 0)
-            asked += formatted(", latency %g ms", millisecondsOf(series.latencyNs));
+            asked += formatted(", latency %g ms", milliseconds(series.latencyNs));
         if (!series.on.empty()) text(x(series.on.front().beginNs) + 6, mTop, asked);
         endLane("requests", refused, "bad");
     }
@@ -261,7 +257,7 @@ class Picture {
         const Strip strip{low, high, mTop, 4 * kLine};
         distribution(strip, name, sorted);
         frame(strip);
-        if (name[0] == 'i') mText += across("period", strip.y(millisecondsOf(series.periodNs)));
+        if (name[0] == 'i') mText += across("period", strip.y(milliseconds(series.periodNs)));
         curve(strip, points, kColours[0], false);
     }
     /** Right of the strip, on its axis. */

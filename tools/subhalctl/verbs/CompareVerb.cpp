@@ -44,12 +44,12 @@ class Comparison {
         if (!first.hasData() && second.hasData()) return alone(second, "second");
         if (!first.hasData()) return;
         mHead = first.name() + "\n";
-        const auto periodMs = static_cast<double>(std::max(first.periodNs, second.periodNs)) / 1e6;
+        const double periodMs = milliseconds(std::max(first.periodNs, second.periodNs));
         if (periodMs > 0) rates(first.figures, second.figures, periodMs);
         for (const auto& [name, wanted] :
              {std::pair("latency.p50/ms", 0.5), std::pair("latency.p99/ms", 0.99)}) {
-            figure(name, static_cast<double>(first.figures.latency.quantileNs(wanted)) / 1e6,
-                   static_cast<double>(second.figures.latency.quantileNs(wanted)) / 1e6,
+            figure(name, milliseconds(first.figures.latency.quantileNs(wanted)),
+                   milliseconds(second.figures.latency.quantileNs(wanted)),
                    mTolerance * std::max(periodMs, kLatencyMs));
         }
         values(first, second);

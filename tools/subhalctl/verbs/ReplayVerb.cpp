@@ -30,8 +30,8 @@ struct Lane {
     std::vector<Item> played;
 };
 
-bool isHubCall(const Entry& entry) {
-    return entry.kind == Entry::Kind::kCall && (entry.text == "write" || entry.text == "ioctl");
+bool isHubCall(const std::string& call) {
+    return call == "write" || call == "ioctl";
 }
 
 /**
@@ -102,27 +102,24 @@ class Replay {
             mEvents[received.event.sensorHandle].played.push_back(itemOf(0, received));
         });
         for (const FileCall& call : mProxy.takeCalls()) {
-            Entry entry{Entry::Kind::kCall, 0, 0};
-            entry.text = nameOf(call.kind);
-            entry.name = call.path;
-            entry.bytes = call.bytes;
-            if (call.kind == FileCall::Kind::kIoctl)
-                entry.number = static_cast<int64_t>(call.number);
-            addCall(&Lane::played, entry);
+            const bool isIoctl = call.kind == FileCall::Kind::kIoctl;
+            addCall(&Lane::played, 0, nameOf(call.kind), call.path, call.bytes,
+                    isIoctl ? static_cast<int64_t>(call.number) : -1);
         }
     }
-    void addCall(std::vector<Item> Lane::*side, const Entry& call) {
+    void addCall(std::vector<Item> Lane::*side, size_t line, const std::string& call,
+                 const std::string& path, const std::string& bytes, int64_t number) {
         if (!isHubCall(call)) return;
         // A recording has no attributes of devices, and the hub's own requests are not played.
         for (const char* place : {kIioDirectory, kFileManagerPath, kDataDirectory}) {
-            if (call.name.find(place) == 0) return;
+            if (path.find(place) == 0) return;
         }
-        const std::string lane = laneOf(call.name, call.bytes);
+        const std::string lane = laneOf(path, bytes);
         std::vector<Item>& items = mCalls[lane].*side;
         if (!lane.empty() && !items.empty()) return;
-        const std::string text = call.text + ' ' + call.name + ' ' + hexOf(call.bytes);
-        const std::string number = formatted(" (0x%" PRIx64 ")", call.number);
-        items.push_back({call.line, {text, call.number >= 0 ? text + number : ""}});
+        const std::string text = call + ' ' + path + ' ' + hexOf(bytes);
+        const std::string named = text + formatted(" (0x%" PRIx64 ")", number);
+        items.push_back({line, {text, number >= 0 ? named : ""}});
     }
     // Lets the calls fail that failed then: the request has a later line, but an earlier time.
     void letFail(const Entry& request) {
@@ -130,7 +127,7 @@ class Replay {
             mProxy.recording()->entries.data() + mProxy.recording()->entries.size();
         for (const Entry* call = &request + 1; call != end && call->kind != Entry::Kind::kRequest;
              ++call) {
-            if (!isHubCall(*call) || call->result >= 0 || call->line > request.line) continue;
+            if (!isHubCall(call->text) || call->result >= 0 || call->line > request.line) continue;
             mProxy.hub()->failNext(call->text, call->name, static_cast<int>(-call->result));
         }
     }
@@ -173,7 +170,8 @@ class Replay {
                 mEvents[entry.handle].recorded.push_back(itemOf(entry.line, entry.received));
                 break;
             case Entry::Kind::kCall:
-                addCall(&Lane::recorded, entry);
+                addCall(&Lane::recorded, entry.line, entry.text, entry.name, entry.bytes,
+                        entry.number);
                 break;
             default:
                 break;
