@@ -63,7 +63,7 @@ std::string CallTap::pathOf(const simulator::TappedCall& tapped) {
         mPaths[tapped.result] = tapped.hubPath;
     }
     if (tapped.fd < 0) return tapped.hubPath;
-    const std::string path = mPaths[tapped.fd];
+    std::string path = mPaths[tapped.fd];
     if (tapped.kind == FileCall::Kind::kClose) mPaths.erase(tapped.fd);
     return path;
 }
