@@ -36,20 +36,16 @@ ssize_t readText(int fd, const std::string& text, void* buffer, size_t size) {
 
 }  // namespace
 
-SimulatedHub::Visit SimulatedHub::visit(Call call, void* node) {
+SimulatedHub::Visit SimulatedHub::visit(Call call, const std::string& path) {
     std::lock_guard<std::mutex> lock(mMutex);
-    const Node& visited = *static_cast<Node*>(node);
-    return {visited, mFaults.next(call, visited.path), visited.handler};
+    const Node& visited = mNodes[path];
+    return {visited, mFaults.next(call, path), visited.handler};
 }
 
-int SimulatedHub::open(const std::string& path, int flags, mode_t mode, void** node) {
-    {
-        std::lock_guard<std::mutex> lock(mMutex);
-        *node = &nodeAt(path);
-    }
-    const Visit opened = visit(Call::kOpen, *node);
+int SimulatedHub::open(const std::string& path, int flags, mode_t mode) {
+    const Visit opened = visit(Call::kOpen, path);
     if (opened.fault != 0) return -opened.fault;
-    if (const int error = prepareOpen(opened, flags)) return -error;
+    if (const int error = prepareOpen(path, opened, flags)) return -error;
     if (isKernelNode(path)) flags &= ~(O_CREAT | O_TRUNC | O_EXCL);
     const int fd = real::open(mTree.real(path).c_str(), flags, mode);
     if (fd < 0) return -errno;
@@ -64,8 +60,7 @@ int SimulatedHub::open(const std::string& path, int flags, mode_t mode, void** n
     return fd;
 }
 
-int SimulatedHub::prepareOpen(const Visit& visit, int flags) const {
-    const std::string& path = visit.node.path;
+int SimulatedHub::prepareOpen(const std::string& path, const Visit& visit, int flags) const {
     if (isKernelNode(path)) {
         const bool exists = mTree.exists(path);
         const bool creates = (flags & O_CREAT) != 0;
@@ -77,11 +72,11 @@ int SimulatedHub::prepareOpen(const Visit& visit, int flags) const {
     return visit.handler != nullptr && visit.handler->onOpen ? visit.handler->onOpen(flags) : 0;
 }
 
-ssize_t SimulatedHub::read(void* node, int fd, void* buffer, size_t size) {
-    const Visit visited = visit(Call::kRead, node);
+ssize_t SimulatedHub::read(const std::string& path, int fd, void* buffer, size_t size) {
+    const Visit visited = visit(Call::kRead, path);
     IioDevice* device = visited.node.device;
     if (visited.fault != 0) return -visited.fault;
-    const bool attribute = isAttribute(visited.node.path);
+    const bool attribute = isAttribute(path);
     if (attribute) size = std::min(size, kSysfsPage);
     if (visited.handler != nullptr && visited.handler->onRead) {
         const ssize_t got = visited.handler->onRead(buffer, size);
@@ -93,8 +88,7 @@ ssize_t SimulatedHub::read(void* node, int fd, void* buffer, size_t size) {
         std::lock_guard<std::mutex> lock(mMutex);
         return readText(fd, (device->*visited.node.text)(), buffer, size);
     }
-    const ssize_t got = real::read(fd, buffer, size);
-    return got < 0 ? -errno : got;
+    return TappedFiles::read(path, fd, buffer, size);
 }
 
 ssize_t SimulatedHub::readRecords(IioDevice& device, int fd, void* buffer, size_t size) {
@@ -114,14 +108,14 @@ ssize_t SimulatedHub::readRecords(IioDevice& device, int fd, void* buffer, size_
     return result;
 }
 
-ssize_t SimulatedHub::write(void* node, int fd, const void* buffer, size_t size) {
-    const Visit visited = visit(Call::kWrite, node);
-    const bool attribute = isAttribute(visited.node.path);
+ssize_t SimulatedHub::write(const std::string& path, int fd, const void* buffer, size_t size) {
+    const Visit visited = visit(Call::kWrite, path);
+    const bool attribute = isAttribute(path);
     if (attribute) size = std::min(size, kSysfsPage);
     Request request = parseWrite(visited.node.takes.value_or(Request::Kind::kWrite),
                                  {static_cast<const char*>(buffer), size});
     if (visited.node.device != nullptr) request.handle = visited.node.device->handle();
-    request.path = visited.node.path;
+    request.path = path;
     request.access = fcntl(fd, F_GETFL) & O_ACCMODE;
     if (attribute) request.offset = lseek(fd, 0, SEEK_CUR);
     ssize_t result = static_cast<ssize_t>(size);
@@ -142,7 +136,7 @@ ssize_t SimulatedHub::write(void* node, int fd, const void* buffer, size_t size)
     }
     const int error = request.error;
     if (attribute && error == 0) lseek(fd, static_cast<off_t>(request.offset + result), SEEK_SET);
-    if (isKernelNode(visited.node.path)) keep(std::move(request));
+    if (isKernelNode(path)) keep(std::move(request));
     return error != 0 ? -error : result;
 }
 
@@ -186,15 +180,16 @@ void SimulatedHub::apply(Request* request) {
     }
 }
 
-int SimulatedHub::ioctl(void* node, int fd, unsigned long ioctlNumber, void* argument) {
-    const Visit visited = visit(Call::kIoctl, node);
-    const bool isBatch = visited.node.path == kBatchPath;
+int SimulatedHub::ioctl(const std::string& path, int fd, unsigned long ioctlNumber,
+                        void* argument) {
+    const Visit visited = visit(Call::kIoctl, path);
+    const bool isBatch = path == kBatchPath;
     Request request;
     request.kind = Request::Kind::kIoctl;
     request.ioctlNumber = static_cast<uint32_t>(ioctlNumber);  // the kernel sees 32 bits of it
     if (isBatch) request = parseBatch(ioctlNumber, argument);
     if (visited.node.device != nullptr) request.handle = visited.node.device->handle();
-    request.path = visited.node.path;
+    request.path = path;
     request.access = fcntl(fd, F_GETFL) & O_ACCMODE;
     int result = 0;
     if (visited.fault != 0) {
@@ -212,11 +207,11 @@ int SimulatedHub::ioctl(void* node, int fd, unsigned long ioctlNumber, void* arg
     return error != 0 ? -error : result;
 }
 
-int SimulatedHub::close(void* node) {
+int SimulatedHub::close(const std::string& path) {
+    const Visit closed = visit(Call::kClose, path);
     std::lock_guard<std::mutex> lock(mMutex);
-    const Node& closed = *static_cast<Node*>(node);
-    if (closed.isRecordDevice()) --closed.device->openCount;
-    return mFaults.next(Call::kClose, closed.path);
+    if (closed.node.isRecordDevice()) --closed.node.device->openCount;
+    return closed.fault;
 }
 
 int SimulatedHub::enterPoll() {

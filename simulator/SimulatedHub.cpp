@@ -90,15 +90,9 @@ void SimulatedHub::buildDevice(const SensorSpec& spec) {
     if (!device->attach(mTree.real(device->devicePath()))) fail("cannot open a FIFO");
 }
 
-SimulatedHub::Node& SimulatedHub::nodeAt(const std::string& path) {
-    Node& node = mNodes[path];
-    if (node.path.empty()) node.path = path;  // other threads read it without the lock
-    return node;
-}
-
 SimulatedHub::Node& SimulatedHub::createNode(const std::string& path) {
     if (!mTree.exists(path)) mTree.write(path, "");
-    return nodeAt(path);
+    return mNodes[path];
 }
 
 IioDevice* SimulatedHub::find(int handle) const {

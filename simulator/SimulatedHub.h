@@ -13,6 +13,7 @@
 #include <optional>
 #include <string>
 #include <thread>
+#include <unordered_map>
 #include <vector>
 
 #include "simulator/Faults.h"
@@ -163,9 +164,8 @@ class SimulatedHub : private TappedFiles {
     void setDataAvailable(int handle, const std::optional<std::string>& text);
 
   private:
-    /** One path that has been opened or described. Never removed, so that pointers stay valid. */
+    /** A path that has been opened or described. Never removed, so that references stay valid. */
     struct Node {
-        std::string path;
         IioDevice* device = nullptr;
         std::optional<Request::Kind> takes;                // by a write; none: a plain file
         std::string (IioDevice::*text)() const = nullptr;  // null: not computed from the state
@@ -176,9 +176,7 @@ class SimulatedHub : private TappedFiles {
 
     void buildDevices(const Options& options);
     void buildDevice(const SensorSpec& spec);
-    /** The path's node, which is new if there is none yet. */
-    Node& nodeAt(const std::string& path);
-    /** As above; creates the file, too. */
+    /** The path's node; creates the file if there is none yet. */
     Node& createNode(const std::string& path);
     /** Null for a handle without device. */
     IioDevice* find(int handle) const;
@@ -187,11 +185,11 @@ class SimulatedHub : private TappedFiles {
     // since both call back.
     std::string realPath(const std::string& path) const override { return mTree.real(path); }
     int enterDirectory(const std::string& path) override { return mFaults.next(Call::kOpen, path); }
-    int open(const std::string& path, int flags, mode_t mode, void** node) override;
-    ssize_t read(void* node, int fd, void* buffer, size_t size) override;
-    ssize_t write(void* node, int fd, const void* buffer, size_t size) override;
-    int ioctl(void* node, int fd, unsigned long ioctlNumber, void* argument) override;
-    int close(void* node) override;
+    int open(const std::string& path, int flags, mode_t mode) override;
+    ssize_t read(const std::string& path, int fd, void* buffer, size_t size) override;
+    ssize_t write(const std::string& path, int fd, const void* buffer, size_t size) override;
+    int ioctl(const std::string& path, int fd, unsigned long ioctlNumber, void* argument) override;
+    int close(const std::string& path) override;
     int enterPoll() override;
     void leavePoll() override;
 
@@ -201,9 +199,9 @@ class SimulatedHub : private TappedFiles {
         int fault;  // errno with which the call is to fail, or 0
         std::shared_ptr<const NodeHandler> handler;
     };
-    Visit visit(Call call, void* node);
+    Visit visit(Call call, const std::string& path);
 
-    int prepareOpen(const Visit& visit, int flags) const;
+    int prepareOpen(const std::string& path, const Visit& visit, int flags) const;
     ssize_t readRecords(IioDevice& device, int fd, void* buffer, size_t size);
     /** Carries out a well-formed request, or sets its error. */
     void apply(Request* request);
@@ -215,8 +213,8 @@ class SimulatedHub : private TappedFiles {
 
     mutable std::mutex mMutex;  // guards the devices' state and all that follows
     std::condition_variable mChanged;
-    std::condition_variable mReadable;  // for reads that wait
-    std::map<std::string, Node> mNodes;
+    std::condition_variable mReadable;             // for reads that wait
+    std::unordered_map<std::string, Node> mNodes;  // by path
     std::vector<Request> mRequests;
     int mPolling = 0;  // threads inside poll()
 

@@ -3,7 +3,6 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cinttypes>
 #include <cstdio>
 #include <cstring>
@@ -16,7 +15,6 @@
 namespace subhalctl {
 namespace {
 
-constexpr size_t kBatchBytes = 24;  // of the record behind a request that encodes a size of 8
 constexpr size_t kTracedBytes = 64;
 
 void traceLine(const char* call, const std::string& text) {
@@ -36,36 +34,17 @@ const char* nameOf(FileCall::Kind kind) {
 
 CallTap::CallTap(bool ownHub, std::vector<Sink> sinks)
     : mSinks(std::move(sinks)),
-      mOwnHub(ownHub && simulator::tapFiles(&mOwnFiles)),
-      mObserver([this](const simulator::TappedCall& call) { pass(call); }) {
+      mObserver([this](const FileCall& call) {
+          for (const Sink& sink : mSinks)
+              sink(call);
+      }),
+      mOwnHub(ownHub && simulator::tapFiles(&mOwnFiles)) {
     simulator::observeCalls(&mObserver);
 }
 
 CallTap::~CallTap() {
     simulator::observeCalls(nullptr);
     if (mOwnHub) simulator::untapFiles();
-}
-
-void CallTap::pass(const simulator::TappedCall& tapped) {
-    FileCall call{tapped.kind, pathOf(tapped), tapped.number, "", tapped.result};
-    size_t size = call.kind == FileCall::Kind::kWrite ? call.number : 0;
-    if (call.kind == FileCall::Kind::kRead) size = static_cast<size_t>(std::max(call.result, 0L));
-    if (call.kind == FileCall::Kind::kIoctl && call.path == "/dev/batch_io") size = kBatchBytes;
-    if (tapped.data != nullptr) call.bytes.assign(static_cast<const char*>(tapped.data), size);
-    for (const Sink& sink : mSinks) {
-        sink(call);
-    }
-}
-
-std::string CallTap::pathOf(const simulator::TappedCall& tapped) {
-    const std::lock_guard<std::mutex> lock(mLock);
-    if (tapped.kind == FileCall::Kind::kOpen && tapped.result >= 0) {
-        mPaths[tapped.result] = tapped.hubPath;
-    }
-    if (tapped.fd < 0) return tapped.hubPath;
-    std::string path = mPaths[tapped.fd];
-    if (tapped.kind == FileCall::Kind::kClose) mPaths.erase(tapped.fd);
-    return path;
 }
 
 void traceCall(const FileCall& call) {

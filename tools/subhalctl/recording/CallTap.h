@@ -1,8 +1,5 @@
 #pragma once
 
-#include <functional>
-#include <map>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -10,23 +7,14 @@
 
 namespace subhalctl {
 
-/** A call of the library on one of the hub's files. */
-struct FileCall {
-    using Kind = simulator::TappedCall::Kind;
-
-    Kind kind;
-    std::string path;
-    unsigned long number;  ///< flags of an open, number of an ioctl, size of a read
-    std::string bytes;     ///< what was read, written or handed over
-    long result;           ///< with a negative errno for a failure
-};
+using simulator::FileCall;
 
 const char* nameOf(FileCall::Kind kind);
 
-/** Passes each such call to the sinks, on the thread that made it. */
+/** Passes each call on one of the hub's files to the sinks, on the thread that made it. */
 class CallTap {
   public:
-    using Sink = std::function<void(const FileCall&)>;
+    using Sink = simulator::CallObserver;
 
     /** @param ownHub taps the machine's own hub instead of one in this process */
     CallTap(bool ownHub, std::vector<Sink> sinks);
@@ -35,15 +23,10 @@ class CallTap {
     CallTap& operator=(const CallTap&) = delete;
 
   private:
-    void pass(const simulator::TappedCall& tapped);
-    std::string pathOf(const simulator::TappedCall& tapped);
-
-    std::vector<Sink> mSinks;
+    const std::vector<Sink> mSinks;
+    const simulator::CallObserver mObserver;  // passes to all of them
     simulator::TappedFiles mOwnFiles;
-    bool mOwnHub;  // the machine's
-    std::mutex mLock;
-    std::map<long, std::string> mPaths;  // by descriptor; guarded by mLock
-    simulator::CallObserver mObserver;
+    const bool mOwnHub;  // the machine's
 };
 
 // One line of "--trace" on standard error.
