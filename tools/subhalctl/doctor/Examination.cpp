@@ -7,7 +7,6 @@
 #include <cerrno>
 #include <cinttypes>
 #include <cmath>
-#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <map>
@@ -95,7 +94,6 @@ class Examination {
     void checkRecords();
     void checkDevice(const KnownSensor& sensor, bool wakeUp, int fifoMax);
     void reportShared();
-    void reportUnused();
     void checkNodes();
     HubDevices found() const { return {mHandles.size(), mIio}; }
 
@@ -342,7 +340,7 @@ void Examination::tryBuffer(const std::string& subject, const std::string& direc
     writeText(directory + "length", before + "\n");
 }
 
-/** Reports what mostly applies to all devices at once. */
+/** Reports what mostly applies to all devices at once, and devices without a record. */
 void Examination::reportShared() {
     for (const auto& [what, subjects] : mShared) {
         mFindings.report(
@@ -350,9 +348,6 @@ void Examination::reportShared() {
             subjects.size() == 1 ? subjects.front() : counted(subjects.size(), "device"), what,
             "end other programs that use it; old records may come first");
     }
-}
-
-void Examination::reportUnused() {
     std::string unused;
     for (const KnownSensor& sensor : simulator::knownSensors()) {
         for (const bool wakeUp : {false, true}) {
@@ -361,8 +356,9 @@ void Examination::reportUnused() {
             unused += (unused.empty() ? "" : ", ") + name;
         }
     }
-    if (unused.empty()) return;
-    mFindings.report(Level::kNote, kIioDirectory, "devices that no record asks for: " + unused);
+    if (!unused.empty()) {
+        mFindings.report(Level::kNote, kIioDirectory, "devices that no record asks for: " + unused);
+    }
 }
 
 void Examination::checkNodes() {
@@ -404,7 +400,6 @@ std::optional<HubDevices> examineHub(Findings& findings) {
         if (sensor.isHubsOwn()) examination.checkDevice(sensor, false, 0);
     }
     examination.reportShared();
-    examination.reportUnused();
     examination.checkNodes();
     return examination.found();
 }

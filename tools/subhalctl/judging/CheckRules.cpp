@@ -342,25 +342,6 @@ void Observed::add(const SensorInfo& sensor, const ReceivedEvent& received) {
     }
 }
 
-Spacing::Spacing(const std::vector<int64_t>& stamps) {
-    if (stamps.size() < 2) return;
-    std::vector<int64_t> intervals;
-    for (size_t i = 1; i < stamps.size(); ++i) {
-        intervals.push_back(elapsedNs(stamps[i - 1], stamps[i]));
-    }
-    const auto middle = intervals.begin() + static_cast<std::ptrdiff_t>(intervals.size() / 2);
-    std::nth_element(intervals.begin(), middle, intervals.end());
-    typicalNs = *middle;
-    const int64_t spanNs = elapsedNs(stamps.front(), stamps.back());
-    if (typicalNs <= 0 || spanNs <= 0) return;
-    for (const int64_t interval : intervals) {
-        if (interval <= typicalNs + typicalNs / 2) continue;
-        lost += std::llround(static_cast<double>(interval) / static_cast<double>(typicalNs)) - 1;
-    }
-    rateHz = static_cast<double>(static_cast<int64_t>(intervals.size()) + lost) * 1e9 /
-             static_cast<double>(spanNs);
-}
-
 void Subject::checkListing(const std::map<int, simulator::SensorSpec>& specs) const {
     expect("listing", listingFault(sensor), "complete");
     expect("identity", identityFault(sensor, specs), formatted("flags 0x%03" PRIx32, sensor.flags));
@@ -489,14 +470,11 @@ void Subject::checkDirectRecords(const DirectLevel& level, const SharedMemory& m
     while (written > 0 && memory.record(written - 1).reserved0 == 0) {
         --written;
     }
-    RingCheck ring(sensor.sensorHandle, static_cast<int32_t>(sensor.type));
-    std::vector<int64_t> stamps;
+    RingCheck ring(handle(), static_cast<int32_t>(sensor.type), startNs);
     for (size_t i = 0; i < written; ++i) {
-        const sensors_event_t record = memory.record(i);
-        // The device's buffer may hold records of an earlier run, or of an earlier rate.
-        if (ring.add(record) && record.timestamp >= startNs) stamps.push_back(record.timestamp);
+        ring.add(memory.record(i));
     }
-    const Spacing spacing(stamps);
+    const Spacing spacing = ring.spacing();
     judge(ring.figures().sound() && written > 0 && spacing.lost == 0, "direct-records",
           formatted("%s: %s, %" PRId64 " lost", level.name, ring.figures().text().c_str(),
                     spacing.lost));

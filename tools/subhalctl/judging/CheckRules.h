@@ -78,15 +78,6 @@ struct Observed {
     void add(const SensorInfo& sensor, const ReceivedEvent& received);
 };
 
-/** How far time stamps lie apart, whatever was lost between them. */
-struct Spacing {
-    explicit Spacing(const std::vector<int64_t>& stamps);
-
-    double rateHz = 0;
-    int64_t typicalNs = 0;  ///< the median
-    int64_t lost = 0;       ///< by gaps of more than one and a half of it
-};
-
 /** Rates that the platform wants at a level. */
 struct DirectLevel {
     RateLevel level;

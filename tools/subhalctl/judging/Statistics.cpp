@@ -46,6 +46,25 @@ double IntervalStatistics::jitterNs() const {
     return mIntervals == 0 ? 0 : std::sqrt(mSquares / static_cast<double>(mIntervals));
 }
 
+Spacing::Spacing(const std::vector<int64_t>& stamps) {
+    if (stamps.size() < 2) return;
+    std::vector<int64_t> intervals;
+    for (size_t i = 1; i < stamps.size(); ++i) {
+        intervals.push_back(elapsedNs(stamps[i - 1], stamps[i]));
+    }
+    const auto middle = intervals.begin() + static_cast<std::ptrdiff_t>(intervals.size() / 2);
+    std::nth_element(intervals.begin(), middle, intervals.end());
+    typicalNs = *middle;
+    const int64_t spanNs = elapsedNs(stamps.front(), stamps.back());
+    if (typicalNs <= 0 || spanNs <= 0) return;
+    for (const int64_t interval : intervals) {
+        if (interval <= typicalNs + typicalNs / 2) continue;
+        lost += std::llround(static_cast<double>(interval) / static_cast<double>(typicalNs)) - 1;
+    }
+    rateHz = static_cast<double>(static_cast<int64_t>(intervals.size()) + lost) * 1e9 /
+             static_cast<double>(spanNs);
+}
+
 namespace {
 
 /** To the middle of those that have the same eleven leading bits. */

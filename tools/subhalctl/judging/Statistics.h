@@ -52,6 +52,15 @@ class IntervalStatistics {
     int64_t mBackward = 0;
 };
 
+/** How far time stamps lie apart, whatever was lost between them. */
+struct Spacing {
+    explicit Spacing(const std::vector<int64_t>& stamps);
+
+    double rateHz = 0;
+    int64_t typicalNs = 0;  ///< the median
+    int64_t lost = 0;       ///< by gaps of more than one and a half of it
+};
+
 /**
  * Quantiles of durations: exact for the first million, and true to 0.1 % once there are more, so
  * that a run of days costs no more memory.

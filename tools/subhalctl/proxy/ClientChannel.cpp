@@ -194,7 +194,10 @@ bool RingCheck::add(const sensors_event_t& record) {
     ++mFigures.records;
     const bool whole = isWhole(record);
     if (!whole) ++mFigures.torn;
-    if (whole && record.type != SENSOR_TYPE_META_DATA) mNewestNs = record.timestamp;
+    if (whole && record.type != SENSOR_TYPE_META_DATA) {
+        mNewestNs = record.timestamp;
+        if (record.timestamp >= mStartNs) mStamps.push_back(record.timestamp);
+    }
     return whole;
 }
 

@@ -6,7 +6,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <vector>
 
+#include "tools/subhalctl/judging/Statistics.h"
 #include "tools/subhalctl/proxy/Proxy.h"
 
 namespace subhalctl {
@@ -95,7 +97,10 @@ class RingReader {
 /** Judges the records of one ring by their counters and contents. */
 class RingCheck {
   public:
-    RingCheck(int32_t handle, int32_t type) : mHandle(handle), mType(type) {}
+    /** @param startNs earlier records may be of an earlier run or rate: nothing is lost among them
+     */
+    RingCheck(int32_t handle, int32_t type, int64_t startNs = 0)
+        : mHandle(handle), mType(type), mStartNs(startNs) {}
 
     /** In the order in which they were read. False for a record that is torn. */
     bool add(const sensors_event_t& record);
@@ -114,14 +119,18 @@ class RingCheck {
     /** Counter of the last record; the first has 1. */
     uint32_t counter() const { return mCounter; }
     int64_t newestNs() const { return mNewestNs; }
+    /** Of the whole records from the start on. */
+    Spacing spacing() const { return Spacing(mStamps); }
 
   private:
     bool isWhole(const sensors_event_t& record) const;
 
     int32_t mHandle;
     int32_t mType;
+    int64_t mStartNs;
     uint32_t mCounter = 0;
     int64_t mNewestNs = INT64_MIN;
+    std::vector<int64_t> mStamps;
     Figures mFigures;
 };
 

@@ -8,6 +8,7 @@
 #include <cinttypes>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <map>
 #include <utility>
 
@@ -19,17 +20,11 @@
 namespace subhalctl {
 namespace {
 
-constexpr char kFromBuildTree[] = "/../../subhal/" SUBHALCTL_LIBRARY_NAME;
-
 std::string defaultLibrary() {
-    char program[4096];
-    const ssize_t length = readlink("/proc/self/exe", program, sizeof(program));
-    if (length > 0) {
-        std::string path(program, static_cast<size_t>(length));
-        path = path.substr(0, path.rfind('/')) + kFromBuildTree;
-        if (access(path.c_str(), R_OK) == 0) return path;
-    }
-    return SUBHALCTL_LIBRARY_NAME;
+    std::error_code error;
+    const auto program = std::filesystem::read_symlink("/proc/self/exe", error);
+    const std::string built = program.parent_path() / "../../subhal/" SUBHALCTL_LIBRARY_NAME;
+    return !error && access(built.c_str(), R_OK) == 0 ? built : SUBHALCTL_LIBRARY_NAME;
 }
 
 }  // namespace

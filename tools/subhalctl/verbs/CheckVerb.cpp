@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <cinttypes>
 #include <cstring>
-#include <functional>
 #include <map>
 #include <set>
 

@@ -6,7 +6,8 @@
 
 #include "tools/subhalctl/Interrupt.h"
 #include "tools/subhalctl/hubs/PlatformHooks.h"
-#include "tools/subhalctl/judging/CheckRules.h"
+#include "tools/subhalctl/proxy/ClientChannel.h"
+#include "tools/subhalctl/proxy/SensorLookup.h"
 #include "tools/subhalctl/showing/EventWriter.h"
 #include "tools/subhalctl/showing/Json.h"
 #include "tools/subhalctl/showing/Output.h"
@@ -31,7 +32,7 @@ class Client {
     Client(const SensorInfo& sensor, const std::string& format, bool quiet)
         : mWatched{{&sensor, 0, 0, IntervalStatistics()}},
           mFormat(format),
-          mCheck(sensor.sensorHandle, static_cast<int32_t>(sensor.type)) {
+          mCheck(sensor.sensorHandle, static_cast<int32_t>(sensor.type), hubNowNs()) {
         if (quiet) return;
         mWriter = EventWriter::make(format);
         if (format != "text") {
@@ -48,7 +49,6 @@ class Client {
         const int64_t ageNs = elapsedNs(record.timestamp, read.readNs);
         if (whole && record.type != SENSOR_TYPE_META_DATA) {
             mStatistics.add(record.timestamp);
-            if (record.timestamp >= mStartNs) mStamps.push_back(record.timestamp);
             mAges.add(ageNs);
         }
         if (mWriter) show(read, ageNs, whole);
@@ -58,7 +58,7 @@ class Client {
     ExitCode summary(uint32_t written, bool check) const {
         const RingCheck::Figures& figures = mCheck.figures();
         const bool stalled = written > mCheck.counter();
-        const int64_t lost = Spacing(mStamps).lost;
+        const int64_t lost = mCheck.spacing().lost;
         if (mFormat == "json") {
             const Json line = {{"kind", "summary"},
                                {"age_p50_ns", mAges.quantileNs(0.5)},
@@ -120,17 +120,7 @@ class Client {
     RingCheck mCheck;
     IntervalStatistics mStatistics;
     DurationStatistics mAges;
-    const int64_t mStartNs = hubNowNs();  // earlier records may have another period
-    std::vector<int64_t> mStamps;
 };
-
-void receive(RingReader& reader, Client& client, double seconds) {
-    const auto deadline = Clock::now() + lengthOf(seconds);
-    RingReader::Record record;
-    while (!interrupted() && Clock::now() < deadline) {
-        if (reader.read(&record, kSliceMs)) client.add(record);
-    }
-}
 
 uint32_t highestCounter(const SharedMemory& memory) {
     uint32_t highest = 0;
@@ -183,11 +173,14 @@ ExitCode play(Proxy& proxy, const DirectOptions& options, const SharedMemory& me
     }
 
     Client client(*sensor, options.format, proxy.options().quiet);
-    receive(reader, client, options.seconds);
+    const auto deadline = Clock::now() + lengthOf(options.seconds);
+    RingReader::Record record;
+    while (!interrupted() && Clock::now() < deadline) {
+        if (reader.read(&record, kSliceMs)) client.add(record);
+    }
     channel.setRate(RateLevel::STOP);
     const uint32_t written = highestCounter(memory);  // before the reader's last look
     reader.stop();
-    RingReader::Record record;
     while (reader.read(&record, -1)) {
         client.add(record);
     }

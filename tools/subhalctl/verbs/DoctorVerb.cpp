@@ -86,8 +86,7 @@ class Round {
     void lookForUnreadRecord();
     void sortReads();
     Stations beforeReading() const;
-    Stations whileReading() const;
-    Stations afterReading() const;
+    Stations onTheWay() const;
 
     Proxy& mProxy;
     const SensorInfo& mSensor;
@@ -188,7 +187,8 @@ Stations Round::beforeReading() const {
              "on, " + readLine(mBuffer + "length") + " records"}};
 }
 
-Stations Round::whileReading() const {
+Stations Round::onTheWay() const {
+    const bool locked = mEvent && mEvent->wakelock;
     const bool silent = mRecords == 0 && mFailed == 0 && !mEvent;
     const bool unread = silent && mWaiting;
     const FileCall* count = lastOf(mCalls, [this](const FileCall& c) {
@@ -215,26 +215,22 @@ Stations Round::whileReading() const {
              : remedyFor(read, O_RDONLY, "")},
         {!mCut.empty(), "read", mCut,
          "the library assumes 0 for what is missing: the driver cuts records",
-         mRecords > 0 ? counted(mRecords, "whole record") : ""}};
-}
-
-Stations Round::afterReading() const {
-    const bool locked = mEvent && mEvent->wakelock;
-    return {{mEvent && locked != isWakeUp(mSensor), "proxy",
-             locked ? "an event with a wakelock" : "an event without a wakelock",
-             "a wake-up sensor's events need one, and no others"},
-            {!mEvent && mOff, "filter",
-             "the library dropped a record of a sensor that it had switched off: " + mRecord,
-             "it switches a one-shot sensor off after each wake-up, even if the read fails"},
-            {!mEvent, "driver", "the library posted no event for a whole record: " + mRecord,
-             "its driver of this sensor drops it", "", true}};
+         mRecords > 0 ? counted(mRecords, "whole record") : ""},
+        {mEvent && locked != isWakeUp(mSensor), "proxy",
+         locked ? "an event with a wakelock" : "an event without a wakelock",
+         "a wake-up sensor's events need one, and no others"},
+        {!mEvent && mOff, "filter",
+         "the library dropped a record of a sensor that it had switched off: " + mRecord,
+         "it switches a one-shot sensor off after each wake-up, even if the read fails"},
+        {!mEvent, "driver", "the library posted no event for a whole record: " + mRecord,
+         "its driver of this sensor drops it", "", true}};
 }
 
 bool Round::judge(const char* how, Findings& findings) const {
     const std::string subject =
         formatted("%s (%" PRId32 ")%s", typeName(mSensor).c_str(), mSensor.sensorHandle, how);
     const bool continuous = reportingMode(mSensor) == SensorFlagBits::CONTINUOUS_MODE;
-    for (const Stations& stations : {beforeReading(), whileReading(), afterReading()}) {
+    for (const Stations& stations : {beforeReading(), onTheWay()}) {
         for (const Station& station : stations) {
             const std::string place = subject + ", " + station.name;
             if (!station.stops) {

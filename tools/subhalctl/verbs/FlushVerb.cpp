@@ -1,5 +1,6 @@
 #include <optional>
 
+#include "tools/subhalctl/hubs/PlatformHooks.h"
 #include "tools/subhalctl/proxy/SensorLookup.h"
 #include "tools/subhalctl/showing/EventWriter.h"
 #include "tools/subhalctl/showing/Output.h"
@@ -7,8 +8,6 @@
 
 namespace subhalctl {
 namespace {
-
-using Clock = EventQueue::Clock;
 
 constexpr int64_t kPeriodNs = 20'000'000;
 constexpr int64_t kLatencyNs = 10'000'000'000;  // so that events are held back
@@ -21,17 +20,16 @@ ExitCode runFlush(Proxy& proxy, const FlushOptions& options) {
     const SensorInfo* sensor = proxy.find(options.sensor);
     if (sensor == nullptr) return kNoSuchSensor;
     std::optional<ActiveSensor> active;
+    const bool oneShot = reportingMode(*sensor) == SensorFlagBits::ONE_SHOT_MODE;
     // A one-shot sensor cannot be flushed, and switching it on may use up its shot.
-    if (reportingMode(*sensor) != SensorFlagBits::ONE_SHOT_MODE) {
+    if (!oneShot) {
         active.emplace(proxy, *sensor, kPeriodNs, kLatencyNs);
         if (!active->active()) return kRefused;
     }
-    const Clock::time_point begin = Clock::now();
+    const int64_t beginNs = bootTimeNs();
     const Result result = proxy.flush(sensor->sensorHandle);
     if (result != Result::OK) {
-        if (reportingMode(*sensor) == SensorFlagBits::ONE_SHOT_MODE) {
-            complain("a one-shot sensor has nothing to flush");
-        }
+        if (oneShot) complain("a one-shot sensor has nothing to flush");
         return refused(typeName(*sensor), "flush", result);
     }
     int64_t events = 0;
@@ -45,9 +43,8 @@ ExitCode runFlush(Proxy& proxy, const FlushOptions& options) {
         complain("%s: no completion of the flush", typeName(*sensor).c_str());
         return kNoData;
     }
-    const double tookMs = std::chrono::duration<double, std::milli>(Clock::now() - begin).count();
-    print("%s: flush complete after %.3f ms, %s before it\n", typeName(*sensor).c_str(), tookMs,
-          counted(events, "event").c_str());
+    print("%s: flush complete after %.3f ms, %s before it\n", typeName(*sensor).c_str(),
+          milliseconds(bootTimeNs() - beginNs), counted(events, "event").c_str());
     return kOk;
 }
 
