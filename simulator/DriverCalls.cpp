@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <utility>
 
 #include "simulator/NodePaths.h"
@@ -28,8 +27,7 @@ bool permits(mode_t mode, int flags) {
 ssize_t readText(int fd, const std::string& text, void* buffer, size_t size) {
     const auto begin = static_cast<size_t>(lseek(fd, 0, SEEK_CUR));
     if (begin >= text.size()) return 0;
-    const size_t count = std::min(size, text.size() - begin);
-    std::memcpy(buffer, text.data() + begin, count);
+    const size_t count = text.copy(static_cast<char*>(buffer), size, begin);
     lseek(fd, static_cast<off_t>(count), SEEK_CUR);
     return static_cast<ssize_t>(count);
 }
@@ -151,11 +149,11 @@ void SimulatedHub::apply(Request* request) {
         std::lock_guard<std::mutex> lock(mMutex);
         switch (request->kind) {
             case Request::Kind::kEnable:
-                device->enabled = on;
+                device->state.enabled = on;
                 break;
             case Request::Kind::kBatch:
-                device->periodNs = request->periodNs;
-                device->latencyNs = request->latencyNs;
+                device->state.periodNs = request->periodNs;
+                device->state.latencyNs = request->latencyNs;
                 break;
             case Request::Kind::kBufferLength:
                 request->error = device->setLength(request->value);

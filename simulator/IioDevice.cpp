@@ -1,6 +1,5 @@
 #include "simulator/IioDevice.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -26,30 +25,20 @@ uint64_t capacityOf(uint32_t length) {
 
 }  // namespace
 
-IioDevice::IioDevice(const KnownSensor& known, const SensorSpec& spec, int number)
-    : mKnown(known), mSpec(spec), mNumber(number) {}
+IioDevice::IioDevice(const KnownSensor& known, const SensorSpec& spec, int number,
+                     const TempTree& tree)
+    : state{number}, mKnown(known), mSpec(spec), mFifo(tree.makeFifo(devicePath())) {}
 
 IioDevice::~IioDevice() {
-    if (mFifo >= 0) ::close(mFifo);
-}
-
-bool IioDevice::attach(const std::string& path) {
-    // Open for reading too, so that the open does not wait for a reader and a reader's close does
-    // not break the FIFO. The open would refuse O_DIRECT, fcntl() accepts it.
-    mFifo = ::open(path.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
-    return mFifo >= 0 && fcntl(mFifo, F_SETFL, O_NONBLOCK | O_DIRECT) == 0;
+    ::close(mFifo);
 }
 
 std::string IioDevice::devicePath() const {
-    return "/dev/iio:device" + std::to_string(mNumber);
+    return "/dev/iio:device" + std::to_string(state.number);
 }
 
 std::string IioDevice::attributePath(const std::string& attribute) const {
-    return kIioDirectory + ("iio:device" + std::to_string(mNumber)) + "/" + attribute;
-}
-
-DeviceState IioDevice::state() const {
-    return {mNumber, enabled, periodNs, latencyNs, mRecords.size()};
+    return kIioDirectory + ("iio:device" + std::to_string(state.number)) + "/" + attribute;
 }
 
 int IioDevice::setLength(uint32_t length) {

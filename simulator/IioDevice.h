@@ -8,6 +8,7 @@
 #include <string>
 
 #include "simulator/KnownSensors.h"
+#include "simulator/TempTree.h"
 
 namespace simulator {
 
@@ -27,20 +28,17 @@ struct DeviceState {
  */
 class IioDevice {
   public:
-    IioDevice(const KnownSensor& known, const SensorSpec& spec, int number);
+    /** Makes the record device in the tree. */
+    IioDevice(const KnownSensor& known, const SensorSpec& spec, int number, const TempTree& tree);
     ~IioDevice();
     IioDevice(const IioDevice&) = delete;
     IioDevice& operator=(const IioDevice&) = delete;
-
-    /** Opens the writing end of the FIFO that has been made at `path`. */
-    bool attach(const std::string& path);
 
     const KnownSensor& known() const { return mKnown; }
     const SensorSpec& spec() const { return mSpec; }
     int handle() const { return mSpec.handle; }
     std::string devicePath() const;
     std::string attributePath(const std::string& attribute) const;
-    DeviceState state() const;
 
     // The buffer's attributes; 0 or an errno. ------------------------------------------------
 
@@ -71,9 +69,7 @@ class IioDevice {
     std::optional<std::string> fixedDataAvailable;
     int openCount = 0;
     int waitingReads = 0;
-    bool enabled = false;
-    int64_t periodNs = 0;
-    int64_t latencyNs = 0;
+    DeviceState state;  // without the number of unread records
 
   private:
     /** Brings the FIFO in line with the queue and the watermark. */
@@ -81,8 +77,7 @@ class IioDevice {
 
     const KnownSensor& mKnown;
     const SensorSpec mSpec;
-    const int mNumber;
-    int mFifo = -1;
+    const int mFifo;
     uint32_t mLength = 2;  // the kernel's default
     uint32_t mWatermark = 1;
     bool mBufferEnabled = false;

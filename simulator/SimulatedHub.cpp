@@ -13,11 +13,6 @@ namespace {
 
 using Kind = Request::Kind;
 
-[[noreturn]] void fail(const std::string& message) {
-    std::fprintf(stderr, "simulator: %s\n", message.c_str());
-    std::abort();
-}
-
 }  // namespace
 
 SimulatedHub::SimulatedHub(const Options& options) {
@@ -35,7 +30,9 @@ SimulatedHub::SimulatedHub(const Options& options) {
         for (const auto& [handle, device] : mDevices)
             mGenerator->addSensor(device->known(), device->spec());
     }
-    if (!tapFiles(this)) fail("another hub is in use");
+    if (tapFiles(this)) return;
+    std::fprintf(stderr, "simulator: another hub is in use\n");
+    std::abort();
 }
 
 SimulatedHub::~SimulatedHub() {
@@ -68,7 +65,7 @@ void SimulatedHub::buildDevice(const SensorSpec& spec) {
     }
     if (find(spec.handle) != nullptr) return;
     const int number = static_cast<int>(mDevices.size()) + 1;
-    mDevices[spec.handle] = std::make_unique<IioDevice>(*known, spec, number);
+    mDevices[spec.handle] = std::make_unique<IioDevice>(*known, spec, number, mTree);
     IioDevice* device = find(spec.handle);
 
     mTree.write(device->attributePath("name"), iioNameOf(*known, spec.wakeUp) + "\n");
@@ -85,9 +82,7 @@ void SimulatedHub::buildDevice(const SensorSpec& spec) {
     attribute("buffer/watermark", Kind::kBufferWatermark, &IioDevice::watermarkText);
     attribute("buffer/enable", Kind::kBufferEnable, &IioDevice::bufferEnabledText);
     attribute("buffer/data_available", Kind::kWrite, &IioDevice::dataAvailableText);
-    mTree.makeFifo(device->devicePath());
     describe(device->devicePath(), Kind::kWrite, nullptr);
-    if (!device->attach(mTree.real(device->devicePath()))) fail("cannot open a FIFO");
 }
 
 SimulatedHub::Node& SimulatedHub::createNode(const std::string& path) {
@@ -143,7 +138,10 @@ void SimulatedHub::wakeLibrary() {
 DeviceState SimulatedHub::device(int handle) const {
     std::lock_guard<std::mutex> lock(mMutex);
     const IioDevice* device = find(handle);
-    return device != nullptr ? device->state() : DeviceState();
+    if (device == nullptr) return {};
+    DeviceState state = device->state;
+    state.queued = device->queued();
+    return state;
 }
 
 std::string SimulatedHub::devicePath(int handle) const {

@@ -139,9 +139,14 @@ void TempTree::makeDirectory(const std::string& path) const {
     fs::create_directories(real(path), ignored);
 }
 
-void TempTree::makeFifo(const std::string& path) const {
+int TempTree::makeFifo(const std::string& path) const {
     makeDirectory(fs::path(path).parent_path());
     if (mkfifo(real(path).c_str(), 0600) != 0) fail("create", path);
+    // Open for reading too, so that the open does not wait for a reader and a reader's close does
+    // not break the FIFO. The open would refuse O_DIRECT, fcntl() accepts it.
+    const int fifo = open(real(path).c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
+    if (fifo < 0 || fcntl(fifo, F_SETFL, O_NONBLOCK | O_DIRECT) != 0) fail("open", path);
+    return fifo;
 }
 
 void TempTree::write(const std::string& path, const std::string& contents) const {

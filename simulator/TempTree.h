@@ -33,7 +33,8 @@ class TempTree {
 
     bool exists(const std::string& path) const;
     void makeDirectory(const std::string& path) const;
-    void makeFifo(const std::string& path) const;
+    /** Gives the writing end, for one packet per write. */
+    int makeFifo(const std::string& path) const;
     /** Creates or replaces a file, with the directories above it. */
     void write(const std::string& path, const std::string& contents) const;
     std::string read(const std::string& path) const;

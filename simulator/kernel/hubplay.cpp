@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "simulator/RequestParser.h"
 #include "simulator/SignalGenerator.h"
 #include "simulator/World.h"
 #include "simulator/kernel/KernelHub.h"
@@ -15,25 +16,17 @@ using simulator::KernelHub;
 using simulator::KernelRequest;
 using simulator::SignalGenerator;
 
-constexpr size_t kBatchTimeout = 0;  // offsets in the record of a batch request
-constexpr size_t kBatchPeriod = 8;
-
-int64_t int64At(const std::string& bytes, size_t offset) {
-    int64_t value = 0;
-    bytes.copy(reinterpret_cast<char*>(&value), sizeof(value), offset);
-    return value;
-}
-
 void follow(SignalGenerator& generator, const KernelRequest& request) {
     if (request.error != 0) return;
     switch (request.node) {
         case HUB_NODE_ENABLE:
             generator.setEnabled(request.handle, request.on);
             break;
-        case HUB_NODE_BATCH:
-            generator.setRate(request.handle, int64At(request.bytes, kBatchPeriod),
-                              int64At(request.bytes, kBatchTimeout));
+        case HUB_NODE_BATCH: {
+            const auto batch = simulator::parseBatch(request.number, request.bytes.data());
+            generator.setRate(request.handle, batch.periodNs, batch.latencyNs);
             break;
+        }
         case HUB_NODE_FLUSH:
             generator.flush(request.handle);
             break;

@@ -68,10 +68,8 @@ void flipCover(const World& world, const SensorSpec&, double seconds, RecordBuil
 void backTap(const World& world, const SensorSpec&, double seconds, RecordBuilder& record) {
     const int32_t count = countOf(world, kGestureChannel, kGestureSeconds, seconds);
     record.u8(static_cast<uint8_t>(2 + count % 2));  // double or triple
-    for (int32_t which = 0; which < 3; ++which) {
-        const int64_t duration = 300 + int64_t{figure(world, count, which, 100.0)};
-        record.i64(duration);
-    }
+    for (int32_t which = 0; which < 3; ++which)
+        record.i64(300 + figure(world, count, which, 100.0));
 }
 
 void drop(const World& world, const SensorSpec&, double seconds, RecordBuilder& record) {
@@ -109,8 +107,7 @@ void hubDebugger(const World&, const SensorSpec&, double seconds, RecordBuilder&
     const int32_t count = static_cast<int32_t>(seconds / kDebugSeconds);
     std::string text = "[hub] alive, report " + std::to_string(count);
     text.resize(256);
-    for (const char c : text)
-        record.u8(static_cast<uint8_t>(c));
+    record.text(text);
 }
 
 }  // namespace simulator::signals

@@ -230,21 +230,16 @@ static void stop_stream(struct hub_iio *iio)
 	iio->streaming = 0;
 }
 
-static void unplug(struct hub_iio *iio)
-{
-	stop_stream(iio);
-	iio_device_unregister(iio->indio_dev); /* switches the buffer off */
-	free_iio(iio);
-}
-
 int hub_iio_remove(int handle)
 {
 	struct hub_iio *iio = device_of(handle);
 
 	if (!iio)
 		return -ENODEV;
-	unplug(iio);
 	devices[handle] = NULL;
+	stop_stream(iio);
+	iio_device_unregister(iio->indio_dev); /* switches the buffer off */
+	free_iio(iio);
 	return 0;
 }
 
