@@ -3,17 +3,18 @@
 #include "tools/subhalctl/LogFilter.h"
 
 #include <sys/syscall.h>
-#include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
+#include <cinttypes>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string>
 
+#include "tools/subhalctl/hubs/PlatformHooks.h"
 #include "tools/subhalctl/showing/Output.h"
 
 namespace subhalctl {
@@ -46,10 +47,9 @@ int __android_log_write(int prio, const char* tag, const char* text) {
     const bool ends = !shown.empty() && shown.back() == '\n';  // as some of the library's do
     if (ends) shown.pop_back();
     shown = subhalctl::printable(shown) + (ends ? "\n" : "");
-    timespec now{};
-    clock_gettime(CLOCK_BOOTTIME, &now);  // the clock of the events' time stamps
-    return std::fprintf(stderr, "%6lld.%06ld %5d %c %s: %s\n", static_cast<long long>(now.tv_sec),
-                        now.tv_nsec / 1000, static_cast<int>(syscall(SYS_gettid)), letter,
+    const int64_t now = subhalctl::bootTimeNs();  // the clock of the events' time stamps
+    return std::fprintf(stderr, "%6" PRId64 ".%06" PRId64 " %5d %c %s: %s\n", now / 1'000'000'000,
+                        now % 1'000'000'000 / 1000, static_cast<int>(syscall(SYS_gettid)), letter,
                         tag == nullptr ? "" : tag, shown.c_str());
 }
 
@@ -71,14 +71,14 @@ int __android_log_print(int prio, const char* tag, const char* fmt, ...) {
 void __android_log_assert(const char* cond, const char* tag, const char* fmt, ...) {
     // A last word is worth more than quiet.
     subhalctl::gLevel = ANDROID_LOG_FATAL;
+    va_list ap;
+    va_start(ap, fmt);
     if (fmt != nullptr) {
-        va_list ap;
-        va_start(ap, fmt);
         __android_log_vprint(ANDROID_LOG_FATAL, tag, fmt, ap);
-        va_end(ap);
     } else {
         __android_log_write(ANDROID_LOG_FATAL, tag, cond != nullptr ? cond : "assertion failed");
     }
+    va_end(ap);
     std::abort();
 }
 

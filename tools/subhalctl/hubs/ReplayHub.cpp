@@ -142,10 +142,6 @@ class ReplayHub : public InProcessHub, private PlatformHooks {
         }
     }
 
-    bool isFlushMarker(const Entry& entry) const {
-        return entry.bytes.find_first_not_of('\0') == std::string::npos;
-    }
-
     /** Sends the records at their times, counted from when a sensor is first switched on. */
     void run() {
         const auto isOn = [](const simulator::Request& request) {
@@ -166,7 +162,8 @@ class ReplayHub : public InProcessHub, private PlatformHooks {
         }
         setHubClock(startNs, !mOptions.fast);
         for (const Entry& entry : mRecording.entries) {
-            if (entry.kind != Entry::Kind::kRaw || isFlushMarker(entry)) continue;
+            const bool isFlushMarker = entry.bytes.find_first_not_of('\0') == std::string::npos;
+            if (entry.kind != Entry::Kind::kRaw || isFlushMarker) continue;
             waitUntil(entry.timeNs);
             if (mStop || interrupted()) return;
             push(entry.handle, entry.bytes);

@@ -31,10 +31,6 @@ constexpr int64_t kLatestNs = INT64_MAX / 2;  // 146 years; a clock can run on f
 constexpr char kStandard[] = "-";             // output or input
 constexpr char kDevicePrefix[] = "/dev/iio:device";
 
-bool onMainThread() {
-    return syscall(SYS_gettid) == getpid();
-}
-
 bool startsWith(const std::string& text, const char* prefix) {
     return text.compare(0, std::strlen(prefix), prefix) == 0;
 }
@@ -185,7 +181,7 @@ void Recorder::wakelock(bool held) {
 
 int64_t Recorder::clock(int64_t now) {
     const std::lock_guard<std::mutex> lock(mLock);
-    write("clock", now, {{"main", onMainThread()}});
+    write("clock", now, {{"main", syscall(SYS_gettid) == getpid()}});
     return now;
 }
 

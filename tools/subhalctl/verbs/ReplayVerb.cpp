@@ -156,25 +156,15 @@ class Replay {
         if (!idle) mJam = &entry;
     }
     void play(const Entry& entry) {
-        switch (entry.kind) {
-            case Entry::Kind::kRaw:
-                mProxy.hub()->waitUntil(entry.timeNs);
-                // One at a time, or the library might read several sensors in another order.
-                playRecord(entry);
-                break;
-            case Entry::Kind::kRequest:
-                mProxy.hub()->waitUntil(entry.timeNs);
-                playRequest(entry);
-                break;
-            case Entry::Kind::kEvent:
-                mEvents[entry.handle].recorded.push_back(itemOf(entry.line, entry.received));
-                break;
-            case Entry::Kind::kCall:
-                addCall(&Lane::recorded, entry.line, entry.text, entry.name, entry.bytes,
-                        entry.number);
-                break;
-            default:
-                break;
+        using Kind = Entry::Kind;
+        if (entry.kind == Kind::kEvent) {
+            mEvents[entry.handle].recorded.push_back(itemOf(entry.line, entry.received));
+        } else if (entry.kind == Kind::kCall) {
+            addCall(&Lane::recorded, entry.line, entry.text, entry.name, entry.bytes, entry.number);
+        } else if (entry.kind == Kind::kRaw || entry.kind == Kind::kRequest) {
+            mProxy.hub()->waitUntil(entry.timeNs);
+            // One at a time, or the library might read several sensors in another order.
+            entry.kind == Kind::kRaw ? playRecord(entry) : playRequest(entry);
         }
     }
     /** Reports the first difference; what follows it need not count. */
