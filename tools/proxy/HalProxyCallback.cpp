@@ -19,12 +19,6 @@ void WakelockCounter::decrementRefCountAndMaybeReleaseWakelock(size_t delta, int
     if (mHeld.fetch_sub(held) == held && mObserver) mObserver(false);
 }
 
-HalProxyCallback::HalProxyCallback(Handler handler) : mHandler(std::move(handler)) {}
-
-ScopedWakelock HalProxyCallbackBase::createScopedWakelock(bool lock) {
-    return ScopedWakelock(&mWakelock, lock);
-}
-
 void HalProxyCallback::postEvents(const std::vector<Event>& events, ScopedWakelock wakelock) {
     if (mHandler) {
         mHandler(events, wakelock.isLocked());

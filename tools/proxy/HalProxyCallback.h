@@ -36,7 +36,9 @@ class WakelockCounter : public IScopedWakelockRefCounter {
 /** The maker of the proxy's wakelocks. Any thread. */
 class HalProxyCallbackBase : public IHalProxyCallback {
   public:
-    ScopedWakelock createScopedWakelock(bool lock) override;
+    ScopedWakelock createScopedWakelock(bool lock) override {
+        return ScopedWakelock(&mWakelock, lock);
+    }
     WakelockCounter& wakelock() { return mWakelock; }
 
   private:
@@ -56,7 +58,7 @@ class HalProxyCallback : public HalProxyCallbackBase {
     /** Keeps all posts for take(). */
     HalProxyCallback() = default;
     /** Keeps none: `handler` gets each on the library's thread, while its wakelock is held. */
-    explicit HalProxyCallback(Handler handler);
+    explicit HalProxyCallback(Handler handler) : mHandler(std::move(handler)) {}
 
     void postEvents(const std::vector<Event>& events, ScopedWakelock wakelock) override;
     Return<void> onDynamicSensorsConnected(const hidl_vec<SensorInfo>&) override { return Void(); }

@@ -12,13 +12,6 @@
 
 namespace subhalctl {
 
-struct Rule {
-    const char* name;
-    const char* needs;  ///< without it the rule is skipped; may be empty
-    const char* text;
-};
-const std::vector<Rule>& checkRules();
-
 /** For a running hub to follow a request: until then records come at the earlier rate. */
 constexpr int64_t kFollowNs = 100'000'000;
 

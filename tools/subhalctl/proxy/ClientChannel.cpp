@@ -201,9 +201,16 @@ bool RingCheck::add(const sensors_event_t& record) {
     return whole;
 }
 
+RingCheck::Figures RingCheck::figures() const {
+    Figures figures = mFigures;
+    figures.lost = spacing().lost;
+    return figures;
+}
+
 std::string RingCheck::Figures::text() const {
-    return formatted("%s, %" PRId64 " missed, %" PRId64 " repeated, %" PRId64 " torn",
-                     counted(records, "record").c_str(), missed, repeated, torn);
+    return formatted("%s, %" PRId64 " missed, %" PRId64 " repeated, %" PRId64 " torn, %" PRId64
+                     " lost",
+                     counted(records, "record").c_str(), missed, repeated, torn, lost);
 }
 
 }  // namespace subhalctl

@@ -111,11 +111,13 @@ class RingCheck {
         int64_t repeated = 0;  ///< with a counter that came before
         int64_t torn = 0;  ///< empty, of another sensor or version, or older than the one before
 
-        bool sound() const { return missed == 0 && repeated == 0 && torn == 0; }
-        /** As in "81 records, 0 missed, 0 repeated, 0 torn". */
+        int64_t lost = 0;  ///< by gaps in the stamps
+
+        bool sound() const { return missed + repeated + torn + lost == 0; }
+        /** As in "81 records, 0 missed, 0 repeated, 0 torn, 0 lost". */
         std::string text() const;
     };
-    const Figures& figures() const { return mFigures; }
+    Figures figures() const;
     /** Counter of the last record; the first has 1. */
     uint32_t counter() const { return mCounter; }
     int64_t newestNs() const { return mNewestNs; }

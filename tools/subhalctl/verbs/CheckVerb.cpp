@@ -27,6 +27,54 @@ constexpr double kPeriodsOfSlowest = 3.2;
 constexpr size_t kDirectRecords = 4096;  // ten seconds of the fastest level
 constexpr size_t kSmallRecords = 16;
 
+struct Rule {
+    const char* name;
+    const char* needs;  // without it the rule is skipped
+    const char* text;
+};
+constexpr char kHubSeen[] = "--sim or --trace";
+constexpr char kDirect[] = "direct channel";
+constexpr Rule kRules[] = {
+    {"names-distinct", "", "no two sensors have the same handle, or the same type and name"},
+    {"listing", "", "the description is complete, and the delays fit the reporting mode"},
+    {"identity", "", "type, permission, flags and FIFO are those of the hub's sensor"},
+    {"unknown-handles", "", "requests for handles that are not listed give BAD_VALUE"},
+    {"operation-mode", "", "the normal mode is accepted; known: every mode is refused"},
+    {"shortest-period", kHubSeen, "the hub is asked for no period below the shortest"},
+    {"longest-period", kHubSeen, "the hub is asked for no period above the longest; known: it is"},
+    {"activate", "", "activate and batch return OK"},
+    {"hub-switch", kHubSeen, "each switch on and off is written to the hub"},
+    {"first-event", "", "a sensor that reports by itself does so within a second and a period"},
+    {"timestamps", "", "time stamps rise, at the times of the samples, on the clock since boot"},
+    {"rate", "",
+     "within 10 % of the rate asked for, clamped to the sensor's limits, also when "
+     "it is changed while the sensor is on; more than 1 % off is noted"},
+    {"lost", "", "no gap of more than one and a half periods, and no silence at the end"},
+    {"values", "", "values are within the sensor's range and physically possible"},
+    {"event-kind", "", "events are of the sensor's type, meta-data events are completed flushes"},
+    {"wakelock", "", "a wakelock is held for each event of a wake-up sensor, and for no other"},
+    {"on-change", "on-change sensor", "no event repeats the one before"},
+    {"one-shot", "one-shot sensor", "one event, and then off"},
+    {"flush", "", "one completion for each flush; a one-shot sensor refuses it"},
+    {"silent-when-off", "", "no events from a sensor that is off"},
+    {"flush-when-off", "", "a sensor that is off refuses to be flushed; known: it does not"},
+    {"batching", "FIFO", "events are held back for the requested latency, and no longer"},
+    {"flush-order", "FIFO", "a flush delivers the events held back, before its completion"},
+    {"direct-token", kDirect, "a report has a token above 0"},
+    {"direct-memory", kDirect, "the memory is zeroed when registered and when unregistered"},
+    {"direct-records", kDirect, "records are whole, counted one by one, and none is lost"},
+    {"direct-stamps", kDirect, "the newest record is not older than half a second"},
+    {"direct-rate", kDirect,
+     "the rate is within the level's bounds; known: very fast is as slow as fast"},
+    {"direct-stop", "direct channel, --sim or --trace",
+     "a stopped report switches its sensor off; known: it stays on"},
+    {"direct-refused", "", "a sensor that declares no direct channels refuses them"},
+    {"injection-mode", "", "events are injected in injection mode only; known: in any"},
+    {"initialize-again", "", "a second initialize is accepted, and ends earlier channels"},
+    {"initialize-sensors", "",
+     "a second initialize switches sensors off; known: they stay as they are"},
+    {"handles", "", "events come only from sensors that are on"}};
+
 double inSeconds(int64_t ns) {
     return static_cast<double>(ns) / 1e9;
 }
@@ -515,7 +563,7 @@ class Check {
 
 ExitCode runCheck(Proxy& proxy, const CheckOptions& options) {
     if (options.list) {
-        for (const Rule& rule : checkRules()) {
+        for (const Rule& rule : kRules) {
             print("%-18s %-33s %s\n", rule.name, rule.needs, rule.text);
         }
         return kOk;
