@@ -92,7 +92,7 @@ void Proxy::tapCalls() {
 bool isSwitch(const FileCall& call, int32_t handle, bool on) {
     const std::string text = std::to_string(handle) + (on ? '1' : '0');
     return call.kind == FileCall::Kind::kWrite && call.path == kEnablePath &&
-           text == call.bytes.c_str();  // a NUL ends it
+           call.bytes.substr(0, call.bytes.find('\0')) == text;
 }
 
 std::vector<FileCall> Proxy::takeCalls() {
