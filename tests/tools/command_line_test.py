@@ -574,6 +574,13 @@ ROWS = {
         Row(["compare", made(), made(0, others=False)], 6, hub="", err="no data events in it"),
         Row(["plot", made(), "-o", "/nonexistent/page"], 2, hub="", err="/nonexistent/page: No such"),
         Row(["export", made(), "-o", "/dev/full"], 8, hub="", err="output was lost: No space"),
+        # The one of 50 that was late is the p99; one out of order leaves no gap.
+        Row(["plot", made(50, late=10), "-o", "-"], hub="", out=">p99 500 ms<"),
+        Row(["plot", made(50, stale=-205 * MS), "-o", "-"], hub="", out=">1 backward<",
+            judge=lambda out: "measured 102.083 Hz" in out and 'class="lost"' not in out),
+        Row(["plot", made(50, stale=-1000 * MS), "-o", "-"], hub="", out="1 off the time(.|\n)*… 510 ms<"),
+        Row("--fault drop:4@0.3s watch 1@10 4@10 --seconds 1.2 --require lost=0", 1,
+            err="subhalctl: gyroscope: lost is ([89]|1[01]), required is lost=0\n"),
         what_was_recorded_stays,
         # From IIO devices of a real kernel, records of an earlier run in its queues.
         Row(["replay", REAL_DEVICES, "--fast"], hub="",

@@ -23,18 +23,35 @@ IntervalStatistics statisticsOf(int64_t expectedNs, const std::vector<int64_t>& 
     return statistics;
 }
 
-// A recording on the command line has no event out of order, and shows no jitter.
-TEST(IntervalStatistics, OnlyIntervalsInOrderCount) {
-    const auto uneven = statisticsOf(10 * kMs, {100, 108, 120, 90, 90, 100, 124, 165});
+// One too old and one from the future, which tear no holes into the others; twice the same is none.
+TEST(IntervalStatistics, CountInOrderOfTime) {
+    const auto uneven = statisticsOf(10 * kMs, {100, 108, 165, 90, 120, 90, 100, 124});
     EXPECT_EQ(uneven.events(), 8);
     EXPECT_EQ(uneven.backward(), 2);
-    EXPECT_EQ(uneven.lost(), 4);
-    EXPECT_DOUBLE_EQ(uneven.rateHz(), 1000.0 / 19);
-    EXPECT_NEAR(uneven.jitterNs(), 12.328829 * kMs, 1);
+    EXPECT_EQ(uneven.lost(), 3);
+    EXPECT_DOUBLE_EQ(uneven.rateHz(), 1000.0 / 15);
+    EXPECT_NEAR(uneven.jitterNs(), 13.266499 * kMs, 1);
     EXPECT_DOUBLE_EQ(statisticsOf(0, {5}).rateHz(), 0.0);
+
+    IntervalStatistics longRun(10 * kMs);
+    for (int64_t i = 0; i < 10'000; ++i)
+        longRun.add((i == 200 ? 9'000 : i == 9'000 ? 200 : i) * 10 * kMs);
+    EXPECT_EQ(longRun.lost(), 1) << "too late for its place";
+    EXPECT_EQ(longRun.longestNs(), 20 * kMs);
 }
 
-// Of three slices the second has no event; what was lost there belongs to the third.
+TEST(IntervalStatistics, TakeSilenceBeforeTheEndForLost) {
+    auto died = statisticsOf(100 * kMs, {1000, 1100});
+    died.end(1600 * kMs, 0);
+    EXPECT_EQ(died.lost(), 0);
+    died.end(1601 * kMs, 0);
+    EXPECT_EQ(died.lost(), 5);
+    died.end(1601 * kMs, 50 * kMs);
+    EXPECT_EQ(died.lost(), 0) << "they may still be held back";
+}
+
+// Of three slices the second has no event; what was lost there belongs to the third, in which one
+// comes that the first should have had.
 TEST(IntervalStatistics, GoOnAcrossARestart) {
     auto slices = statisticsOf(10 * kMs, {100, 110});
     slices.restart();
@@ -44,6 +61,8 @@ TEST(IntervalStatistics, GoOnAcrossARestart) {
     EXPECT_EQ(slices.events(), 1);
     EXPECT_EQ(slices.lost(), 3);
     EXPECT_DOUBLE_EQ(slices.rateHz(), 25.0);
+    slices.add(105 * kMs);
+    EXPECT_EQ(slices.lost(), 3);
 }
 
 TEST(DurationStatistics, AreExactForAMillion) {

@@ -19,7 +19,6 @@ namespace {
 
 constexpr int64_t kMillisecond = 1'000'000;
 constexpr int64_t kFirstEventNs = 1000 * kMillisecond;  // beyond the period
-constexpr int64_t kSilenceNs = 300 * kMillisecond;
 constexpr int64_t kArrivalNs = 500 * kMillisecond;
 constexpr int64_t kAgeNs = 40 * kMillisecond;   // of the one among several events that came soonest
 constexpr int64_t kAheadNs = 1 * kMillisecond;  // a stamp may lead the clock by a rounding
@@ -365,12 +364,12 @@ void Subject::checkRate() const {
                   std::fabs(off) > kRateNote ? formatted("; note: %+.1f %% off", 100 * off).c_str()
                                              : ""));
     // What stops coming leaves the gaps before it as they were.
-    const int64_t silenceNs = observed.endNs - (stamps.empty() ? observed.startNs : stamps.back());
-    judge(
-        spacing.lost == 0 && silenceNs <= kSilenceNs + 2 * std::max(grantedNs(), spacing.typicalNs),
-        "lost",
-        formatted("%" PRId64 " of %zu, silent for the last %.1f ms", spacing.lost,
-                  stamps.size() + static_cast<size_t>(spacing.lost), milliseconds(silenceNs)));
+    const auto last = std::max_element(stamps.begin(), stamps.end());
+    const int64_t silenceNs = observed.endNs - (last == stamps.end() ? observed.startNs : *last);
+    const int64_t toleratedNs = toleratedSilenceNs(std::max(grantedNs(), spacing.typicalNs), 0);
+    judge(spacing.lost == 0 && silenceNs <= toleratedNs, "lost",
+          formatted("%" PRId64 " of %zu, silent for the last %.1f ms", spacing.lost,
+                    stamps.size() + static_cast<size_t>(spacing.lost), milliseconds(silenceNs)));
 }
 
 void Subject::checkEvents() const {

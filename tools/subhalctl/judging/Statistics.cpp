@@ -12,54 +12,106 @@ int64_t elapsedNs(int64_t earlier, int64_t later) {
     return later < earlier ? INT64_MIN : INT64_MAX;
 }
 
+size_t quantileIndex(double share, size_t count) {
+    const auto rank = static_cast<size_t>(std::ceil(share * static_cast<double>(count)));
+    return std::max<size_t>(rank, 1) - 1;
+}
+
+int64_t lostWithin(int64_t intervalNs, int64_t periodNs) {
+    if (periodNs <= 0 || intervalNs <= periodNs + periodNs / 2) return 0;
+    return intervalNs / periodNs + (intervalNs % periodNs + periodNs / 2) / periodNs - 1;
+}
+
+int64_t toleratedSilenceNs(int64_t periodNs, int64_t latencyNs) {
+    constexpr int64_t kSilenceNs = 300'000'000;
+    return kSilenceNs + 2 * periodNs + latencyNs;
+}
+
+void IntervalStatistics::Intervals::add(int64_t intervalNs, int64_t periodNs) {
+    if (intervalNs <= 0) return;
+    shortestNs = count == 0 ? intervalNs : std::min(shortestNs, intervalNs);
+    longestNs = std::max(longestNs, intervalNs);
+    ++count;
+    const double deviation = static_cast<double>(intervalNs) - meanNs;
+    meanNs += deviation / static_cast<double>(count);
+    squares += deviation * (static_cast<double>(intervalNs) - meanNs);
+    if (__builtin_add_overflow(lost, lostWithin(intervalNs, periodNs), &lost)) lost = INT64_MAX;
+}
+
 void IntervalStatistics::add(int64_t timestampNs) {
     ++mEvents;
     const auto lastNs = std::exchange(mLastNs, timestampNs);
-    const int64_t intervalNs = lastNs ? elapsedNs(*lastNs, timestampNs) : 0;
-    if (lastNs && intervalNs <= 0) ++mBackward;
-    if (intervalNs <= 0) return;
-    mShortestNs = mIntervals == 0 ? intervalNs : std::min(mShortestNs, intervalNs);
-    mLongestNs = std::max(mLongestNs, intervalNs);
-    ++mIntervals;
-    const double deviation = static_cast<double>(intervalNs) - mMeanNs;
-    mMeanNs += deviation / static_cast<double>(mIntervals);
-    mSquares += deviation * (static_cast<double>(intervalNs) - mMeanNs);
-    if (mExpectedNs > 0 && intervalNs > mExpectedNs + mExpectedNs / 2) {
-        const int64_t beyond = intervalNs % mExpectedNs;
-        const int64_t lost =
-            intervalNs / mExpectedNs + (beyond + mExpectedNs / 2) / mExpectedNs - 1;
-        if (__builtin_add_overflow(mLost, lost, &mLost)) mLost = INT64_MAX;
-    }
+    if (lastNs && timestampNs <= *lastNs) ++mBackward;
+    const bool full = mStamps.size() == kUnsettled;
+    if (full && timestampNs < mStamps.front().ns) return;
+    const auto later = std::find_if(mStamps.rbegin(), mStamps.rend(),
+                                    [&](const Stamp& stamp) { return stamp.ns <= timestampNs; });
+    mStamps.insert(later.base(), {timestampNs, true});
+    if (!full) return;
+    if (mStamps[1].isNew) mSettled.add(elapsedNs(mStamps[0].ns, mStamps[1].ns), mExpectedNs);
+    mStamps.pop_front();
+}
+
+void IntervalStatistics::end(int64_t timeNs, int64_t latencyNs) {
+    mEndNs = timeNs;
+    mLatencyNs = latencyNs;
 }
 
 void IntervalStatistics::restart() {
-    const auto lastNs = mLastNs;
-    *this = IntervalStatistics(mExpectedNs);
-    mLastNs = lastNs;
+    IntervalStatistics next(mExpectedNs);
+    next.mLastNs = mLastNs;
+    next.mStamps = std::move(mStamps);
+    for (Stamp& stamp : next.mStamps) {
+        stamp.isNew = false;
+    }
+    *this = std::move(next);
+}
+
+IntervalStatistics::Intervals IntervalStatistics::all() const {
+    Intervals all = mSettled;
+    for (size_t i = 1; i < mStamps.size(); ++i) {
+        if (mStamps[i].isNew) all.add(elapsedNs(mStamps[i - 1].ns, mStamps[i].ns), mExpectedNs);
+    }
+    return all;
 }
 
 double IntervalStatistics::rateHz() const {
-    return mIntervals == 0 ? 0 : 1e9 / mMeanNs;
+    const Intervals intervals = all();
+    return intervals.count == 0 ? 0 : 1e9 / intervals.meanNs;
 }
 
 double IntervalStatistics::jitterNs() const {
-    return mIntervals == 0 ? 0 : std::sqrt(mSquares / static_cast<double>(mIntervals));
+    const Intervals intervals = all();
+    return std::sqrt(intervals.squares /
+                     static_cast<double>(std::max<int64_t>(intervals.count, 1)));
 }
 
-Spacing::Spacing(const std::vector<int64_t>& stamps) {
+int64_t IntervalStatistics::lost() const {
+    int64_t lost = 0;
+    return __builtin_add_overflow(all().lost, lostAtEnd(), &lost) ? INT64_MAX : lost;
+}
+
+int64_t IntervalStatistics::lostAtEnd() const {
+    if (!mEndNs || mStamps.empty() || mExpectedNs <= 0) return 0;
+    const int64_t silenceNs = elapsedNs(mStamps.back().ns, *mEndNs);
+    return silenceNs > toleratedSilenceNs(mExpectedNs, mLatencyNs) ? silenceNs / mExpectedNs : 0;
+}
+
+Spacing::Spacing(std::vector<int64_t> stamps) {
     if (stamps.size() < 2) return;
+    std::sort(stamps.begin(), stamps.end());
     std::vector<int64_t> intervals;
     for (size_t i = 1; i < stamps.size(); ++i) {
         intervals.push_back(elapsedNs(stamps[i - 1], stamps[i]));
     }
-    const auto middle = intervals.begin() + static_cast<std::ptrdiff_t>(intervals.size() / 2);
+    const auto middle =
+        intervals.begin() + static_cast<std::ptrdiff_t>(quantileIndex(0.5, intervals.size()));
     std::nth_element(intervals.begin(), middle, intervals.end());
     typicalNs = *middle;
     const int64_t spanNs = elapsedNs(stamps.front(), stamps.back());
     if (typicalNs <= 0 || spanNs <= 0) return;
     for (const int64_t interval : intervals) {
-        if (interval <= typicalNs + typicalNs / 2) continue;
-        lost += std::llround(static_cast<double>(interval) / static_cast<double>(typicalNs)) - 1;
+        lost += lostWithin(interval, typicalNs);
     }
     rateHz = static_cast<double>(static_cast<int64_t>(intervals.size()) + lost) * 1e9 /
              static_cast<double>(spanNs);
@@ -88,17 +140,16 @@ void DurationStatistics::add(int64_t durationNs) {
 
 int64_t DurationStatistics::quantileNs(double share) const {
     if (mCount == 0) return 0;
-    const auto ceiling = static_cast<int64_t>(std::ceil(share * static_cast<double>(mCount)));
-    const int64_t wanted = std::max<int64_t>(ceiling, 1);
+    const auto index = static_cast<int64_t>(quantileIndex(share, static_cast<size_t>(mCount)));
     if (exact()) {
-        const auto nth = mDurations.begin() + static_cast<std::ptrdiff_t>(wanted - 1);
+        const auto nth = mDurations.begin() + index;
         std::nth_element(mDurations.begin(), nth, mDurations.end());
         return *nth;
     }
     int64_t seen = 0;
     for (const auto& [duration, count] : mCounts) {
         seen += count;
-        if (seen >= wanted) return std::min(duration, mLongestNs);
+        if (seen > index) return std::min(duration, mLongestNs);
     }
     return 0;
 }

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <map>
 #include <optional>
 #include <vector>
@@ -15,46 +16,79 @@ inline double milliseconds(int64_t ns) {
     return static_cast<double>(ns) / 1e6;
 }
 
-/** Rate and gaps of one sensor's events, by their time stamps. */
+/** Position, in order of size, of the least value that `share` of `count` values do not exceed. */
+size_t quantileIndex(double share, size_t count);
+
+/** Events missing in an interval of more than one and a half periods; 0 without a period. */
+int64_t lostWithin(int64_t intervalNs, int64_t periodNs);
+
+/** How long a sensor that works may have been silent when it is switched off. */
+int64_t toleratedSilenceNs(int64_t periodNs, int64_t latencyNs);
+
+/**
+ * Rate and gaps of one sensor's events, by their time stamps in order of time, so that one that
+ * comes out of order leaves no gap behind.
+ */
 class IntervalStatistics {
   public:
     /** @param expectedPeriodNs period to find lost events by, 0 for a sensor without one */
     explicit IntervalStatistics(int64_t expectedPeriodNs = 0) : mExpectedNs(expectedPeriodNs) {}
 
     void add(int64_t timestampNs);
-    /** Keeps the last time stamp, so that the next interval counts. */
+    /** The sensor is switched off: too long a silence before it counts as lost events. */
+    void end(int64_t timeNs, int64_t latencyNs);
+    /** Keeps the time stamps: an interval counts after the restart if it ends there. */
     void restart();
 
     int64_t events() const { return mEvents; }
-    int64_t intervals() const { return mIntervals; }
-    /** Events per second by their timestamps, 0 with less than two events in order. */
+    int64_t intervals() const { return all().count; }
+    /** Events per second by their timestamps, 0 with less than two events. */
     double rateHz() const;
     /** Standard deviation of the intervals. */
     double jitterNs() const;
     /** Shortest and longest interval, 0 without any. */
-    int64_t shortestNs() const { return mShortestNs; }
-    int64_t longestNs() const { return mLongestNs; }
-    /** Events missing in intervals of more than one and a half periods. */
-    int64_t lost() const { return mLost; }
-    /** Timestamps not later than the one before. */
+    int64_t shortestNs() const { return all().shortestNs; }
+    int64_t longestNs() const { return all().longestNs; }
+    /** Events missing between the others and, after end(), behind them. */
+    int64_t lost() const;
+    /** Events missing behind the last one; 0 before end(). */
+    int64_t lostAtEnd() const;
+    /** Timestamps not later than that of the event that came before. */
     int64_t backward() const { return mBackward; }
 
   private:
+    static constexpr size_t kUnsettled = 4096;  // a later event may come between these
+
+    struct Intervals {
+        int64_t count = 0;
+        double meanNs = 0;
+        double squares = 0;  // sum of squared deviations from the mean
+        int64_t shortestNs = 0;
+        int64_t longestNs = 0;
+        int64_t lost = 0;
+
+        void add(int64_t intervalNs, int64_t periodNs);
+    };
+    struct Stamp {
+        int64_t ns;
+        bool isNew;  // since the restart
+    };
+
+    Intervals all() const;
+
     int64_t mExpectedNs;
     int64_t mEvents = 0;
-    std::optional<int64_t> mLastNs{};
-    int64_t mIntervals = 0;
-    double mMeanNs = 0;
-    double mSquares = 0;  // sum of squared deviations from the mean
-    int64_t mShortestNs = 0;
-    int64_t mLongestNs = 0;
-    int64_t mLost = 0;
     int64_t mBackward = 0;
+    std::optional<int64_t> mLastNs{};  // by arrival
+    std::deque<Stamp> mStamps{};       // the latest ones, in order of time
+    Intervals mSettled{};              // before those
+    std::optional<int64_t> mEndNs{};
+    int64_t mLatencyNs = 0;
 };
 
-/** How far time stamps lie apart, whatever was lost between them. */
+/** How far time stamps lie apart in order of time, whatever was lost between them. */
 struct Spacing {
-    explicit Spacing(const std::vector<int64_t>& stamps);
+    explicit Spacing(std::vector<int64_t> stamps);
 
     double rateHz = 0;
     int64_t typicalNs = 0;  ///< the median

@@ -448,6 +448,15 @@ int64_t Recording::periodNs(int32_t handle) const {
     return periodNs;
 }
 
+int64_t Recording::offNs(int32_t handle) const {
+    int64_t offNs = INT64_MAX;
+    for (const Entry& entry : entries) {
+        if (entry.request.what != "activate" || entry.handle != handle) continue;
+        offNs = entry.request.enable ? INT64_MAX : entry.timeNs;
+    }
+    return offNs;
+}
+
 bool loadRecording(const std::string& path, Recording* recording) {
     recording->path = path;
     std::FILE* file = path == kStandard ? fdopen(fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0), "r")

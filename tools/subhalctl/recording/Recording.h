@@ -103,6 +103,8 @@ struct Recording {
 
     /** The last requested one, 0 for none. */
     int64_t periodNs(int32_t handle) const;
+    /** When the sensor was last switched off, INT64_MAX if it was not. */
+    int64_t offNs(int32_t handle) const;
 };
 
 /** "-" is standard input. Returns false after reporting line and reason when it is not whole. */

@@ -67,25 +67,31 @@ void judge(int64_t askedNs, Series* series) {
     figures = {&series->sensor, series->periodNs > 0 ? hertz(askedNs) : 0, hertz(series->periodNs),
                IntervalStatistics(series->periodNs), figures.startNs};
     const int64_t dueNs = series->latencyNs + 2 * series->periodNs + kPromptNs;
-    int64_t lastNs = 0;
+    std::vector<RecordedEvent*> sorted;
     for (RecordedEvent& event : series->events) {
-        const IntervalStatistics before = figures.intervals;
+        const int64_t backward = figures.intervals.backward();
         event.stale = figures.isStale(event.received);
         figures.add(event.received);
         if (!event.isData()) continue;
-        const Event& data = event.received.event;
-        for (const Value& value : decode(series->sensor, payloadOf(data)).values) {
+        for (const Value& value : decode(series->sensor, payloadOf(event.received.event)).values) {
             const bool counts = value.form != Value::Form::kNumber;
             event.values.push_back(counts ? static_cast<double>(value.count)
                                           : static_cast<double>(value.number));
         }
-        event.lost = figures.intervals.lost() - before.lost();
-        event.backward = figures.intervals.backward() > before.backward();
+        event.backward = figures.intervals.backward() > backward;
         event.late = event.latencyNs() > dueNs;
         series->late += event.late ? 1 : 0;
-        if (before.events() > 0) event.intervalNs = elapsedNs(lastNs, data.timestamp);
-        lastNs = data.timestamp;
+        sorted.push_back(&event);
     }
+    if (!series->on.empty()) figures.intervals.end(series->on.back().endNs, series->latencyNs);
+    std::stable_sort(sorted.begin(), sorted.end(), [](const auto* left, const auto* right) {
+        return left->stampNs() < right->stampNs();
+    });
+    for (size_t i = 1; i < sorted.size(); ++i) {
+        sorted[i]->intervalNs = elapsedNs(sorted[i - 1]->stampNs(), sorted[i]->stampNs());
+        sorted[i]->lost = lostWithin(sorted[i]->intervalNs, series->periodNs);
+    }
+    series->data.assign(sorted.begin(), sorted.end());
 }
 
 }  // namespace

@@ -16,18 +16,19 @@ struct Span {
     int64_t endNs;
 };
 
-/** One event of a recording, and how it follows the previous ones. */
+/** One event of a recording, and how it follows the one before, by time stamp. */
 struct RecordedEvent {
     ReceivedEvent received;
     int64_t readNs;                ///< when its record was read; its arrival when unknown
     std::vector<double> values{};  ///< only of data
     int64_t intervalNs = 0;        ///< 0 for the first one
     int64_t lost = 0;              ///< events missing just before it
-    bool backward = false;
+    bool backward = false;         ///< not stamped later than the one that came before
     bool stale = false;
     bool late = false;  ///< beyond the requested latency, two periods and 100 ms
 
     bool isData() const { return kindOf(received.event) == EventKind::kData && !stale; }
+    int64_t stampNs() const { return received.event.timestamp; }
     int64_t latencyNs() const { return elapsedNs(received.event.timestamp, received.receivedNs); }
 };
 
@@ -37,6 +38,7 @@ struct Series {
     int64_t periodNs = 0;   ///< granted, 0 for a sensor without a rate
     int64_t latencyNs = 0;  ///< requested
     std::vector<RecordedEvent> events{};
+    std::vector<const RecordedEvent*> data{};  ///< those of `events`, by time stamp
     std::vector<const Recording::Entry*> requests{};
     std::vector<Span> on{};
     int64_t late = 0;

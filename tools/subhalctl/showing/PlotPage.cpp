@@ -169,21 +169,29 @@ class Picture {
     /** Lost events as spans, other faults as strokes. */
     void faults(const Series& series) {
         const Watched& figures = series.figures;
+        const auto isOff = [this](const RecordedEvent* event) {
+            return event->stampNs() < mStartNs || event->stampNs() > mEndNs;
+        };
+        const int64_t off = std::count_if(series.data.begin(), series.data.end(), isOff);
         std::string summary;
         for (const auto& [count, what] :
              {std::pair(figures.intervals.lost(), " lost"), std::pair(series.late, " late"),
               std::pair(figures.intervals.backward(), " backward"),
-              std::pair(figures.stale, " stale")}) {
+              std::pair(figures.stale, " stale"), std::pair(off, " off the time axis")}) {
             if (count > 0) summary += (summary.empty() ? "" : ", ") + std::to_string(count) + what;
         }
         if (summary.empty()) return;
+        for (const RecordedEvent* event : series.data) {
+            if (event->lost == 0) continue;
+            mGaps.push_back({event->stampNs() - event->intervalNs, event->stampNs()});
+        }
+        if (figures.intervals.lostAtEnd() > 0)
+            mGaps.push_back({series.data.back()->stampNs(), series.on.back().endNs});
+        for (const Span& gap : mGaps) {
+            span("lost", gap);
+        }
         for (const RecordedEvent& event : series.events) {
-            const int64_t stampNs = event.received.event.timestamp;
-            if (event.lost > 0) {
-                mGaps.push_back({stampNs - event.intervalNs, stampNs});
-                span("lost", mGaps.back());
-            }
-            const int64_t timeNs = event.stale ? event.received.receivedNs : stampNs;
+            const int64_t timeNs = event.stale ? event.received.receivedNs : event.stampNs();
             if (event.late || event.backward || event.stale) span("bad", {timeNs, timeNs});
         }
         endLane("faults", summary, "bad");
@@ -228,7 +236,7 @@ class Picture {
             const std::string unit = all[column].unit;
             text(kSide + 20, line,
                  all[column].name + (unit.empty() ? "" : " [" + unit + "]") +
-                     formatted(": %.5g … %.5g", least->value, greatest->value));
+                     formatted(": %.6g … %.6g", least->value, greatest->value));
         }
         const double flat = high == 0 ? 1 : std::fabs(high) / 10;
         const double margin = low < high ? (high - low) * 0.06 : flat;
@@ -241,12 +249,11 @@ class Picture {
         }
     }
     void durations(const Series& series, const char* name, const ValueOf& valueOf) {
-        const Points points = pointsOf(series, valueOf);
-        if (points.empty()) return;
         std::vector<double> sorted;
-        for (const Point& point : points) {
-            sorted.push_back(point.value);
+        for (const RecordedEvent* event : series.data) {
+            if (std::isfinite(valueOf(*event))) sorted.push_back(valueOf(*event));
         }
+        if (sorted.empty()) return;
         std::sort(sorted.begin(), sorted.end());
         // The longest 1 % are cut off, or the others would be a flat line.
         double low = sorted[sorted.size() / 100];
@@ -258,7 +265,7 @@ class Picture {
         distribution(strip, name, sorted);
         frame(strip);
         if (name[0] == 'i') mText += across("period", strip.y(milliseconds(series.periodNs)));
-        curve(strip, points, kColours[0], false);
+        curve(strip, pointsOf(series, valueOf), kColours[0], false);
     }
     /** Right of the strip, on its axis. */
     void distribution(const Strip& strip, const char* name, const std::vector<double>& sorted) {
@@ -276,11 +283,11 @@ class Picture {
                          strip.top + height * static_cast<double>(kBins - 1 - i), height);
         }
         const double at = kSide + kBarWidth + 8;
-        const auto quantile = [&](size_t hundredths) {
-            return sorted[(sorted.size() - 1) * hundredths / 100];
+        const auto quantile = [&](double share) {
+            return sorted[quantileIndex(share, sorted.size())];
         };
-        text(at, mTop - 2, std::string(name) + formatted(" p50 %.4g ms", quantile(50)));
-        text(at, mTop - 2 + kLine, formatted("p99 %.4g ms", quantile(99)));
+        text(at, mTop - 2, std::string(name) + formatted(" p50 %.4g ms", quantile(0.5)));
+        text(at, mTop - 2 + kLine, formatted("p99 %.4g ms", quantile(0.99)));
         text(at, mTop - 2 + 2 * kLine, formatted("%.4g … %.4g ms", sorted.front(), sorted.back()));
         if (beyond > 0) text(at, mTop - 2 + 3 * kLine, formatted("%zu beyond", beyond), "bad");
     }
@@ -288,11 +295,11 @@ class Picture {
         Points points;
         const bool holds = reportingMode(series.sensor) == SensorFlagBits::ON_CHANGE_MODE;
         bool joined = false;
-        for (const RecordedEvent& event : series.events) {
-            const int64_t timeNs = event.received.event.timestamp;
-            if (!event.isData() || timeNs < mStartNs || timeNs > mEndNs) continue;
-            const double value = valueOf(event);
-            joined = joined && event.lost == 0 && !event.backward && std::isfinite(value);
+        for (const RecordedEvent* event : series.data) {
+            const int64_t timeNs = event->stampNs();
+            if (timeNs < mStartNs || timeNs > mEndNs) continue;
+            const double value = valueOf(*event);
+            joined = joined && event->lost == 0 && std::isfinite(value);
             if (!std::isfinite(value)) continue;
             const double until = x(holds ? offNs(series, timeNs) : timeNs);
             // Between two activations there is no value.
@@ -366,7 +373,7 @@ std::string summaryOf(const Watched& figures) {
         text += formatted(", granted %.6g Hz, measured %.6g Hz, jitter %.4g ms", figures.grantedHz,
                           figures.intervals.rateHz(), figures.intervals.jitterNs() / 1e6);
     }
-    if (figures.flushes > 0) text += ", " + counted(figures.flushes, "flush");
+    if (figures.flushes > 0) text += ", " + counted(figures.flushes, "flush", "es");
     return figures.wakelocks > 0 ? text + ", " + counted(figures.wakelocks, "wakelock") : text;
 }
 

@@ -43,9 +43,10 @@ class Watch {
         if (mOptions.statsSeconds <= 0 && mWriter) mWriter->begin(mWatched, quiet);
         if (!activateSensors()) return kRefused;
         const auto end = receive();
-        mActive.clear();
+        deactivateSensors();
+        // A recording has what came until then; so has its summary.
         mProxy.events().drain([this](const ReceivedEvent& received) {
-            if (mProxy.recorder() != nullptr) mProxy.recorder()->event(received);
+            if (mProxy.recorder() != nullptr) handle(received);
         });
         mProgress.clear();
         if (!quiet && mWriter) {
@@ -95,6 +96,17 @@ class Watch {
             mWatched[i].startNs = mActive.back().startNs();
         }
         return true;
+    }
+
+    void deactivateSensors() {
+        const Recording* recording = mProxy.recording();
+        for (Watched& one : mWatched) {
+            int64_t endNs = hubNowNs();
+            if (recording != nullptr)
+                endNs = std::min(endNs, recording->offNs(one.sensor->sensorHandle));
+            one.intervals.end(endNs, mOptions.latencyMs * 1'000'000);
+            mActive.pop_front();
+        }
     }
 
     bool handle(const ReceivedEvent& received) {
