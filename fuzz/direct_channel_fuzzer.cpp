@@ -5,62 +5,22 @@
 
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
-#include <string>
-#include <vector>
 
-#include "directchannel/GrallocHalWrapper.h"
-#include "directchannel/RingBuffer.h"
 #include "fuzz/Fuzzing.h"
 #include "simulator/SimulatedHub.h"
 #include "subhal/SensorsSubHal.h"
-#include "subhal/convert.h"
 #include "tests/support/ClientMemory.h"
-#include "tests/support/FakeGralloc.h"
 
 // The input is a row of steps: a client's memory descriptions, reports and events of the direct
-// report sensor; graphics buffers of an allocator whose results the input gives; conversions there
-// and back; the queue.
+// report sensor.
 namespace {
 
 using namespace android::hardware::sensors::V2_0::zelva_sensorhub;
-namespace convert = android::hardware::sensors::V1_0::implementation;
 using android::hardware::sensors::V1_0::SharedMemFormat;
 using android::hardware::sensors::V1_0::SharedMemType;
-using testing_support::FakeGralloc;
 
 constexpr int kVdis = 38;
 constexpr size_t kMaxSteps = 20;
-
-/** Another one than the process's own, which keeps its first allocator. */
-struct Wrapper : GrallocHalWrapper {
-    explicit Wrapper(const native_handle_t* handle, bool isWhole) {
-        void* address = nullptr;
-        registerBuffer(handle);
-        lock(handle, 0, 0, 0, 1, 1, &address);
-        isSameMemory(handle, handle);
-        unlock(handle);
-        unregisterBuffer(handle);
-        if (getError() != 0 && getVersion() >= 0 && isWhole) abort();
-    }
-};
-
-/** What an allocator returns or lacks. */
-FakeGralloc::Results resultsOf(fuzzing::Input& input) {
-    constexpr const char* kCalls[] = {"load", "open",   "register", "retain",
-                                      "lock", "unlock", "own",      "other"};
-    constexpr const char* kParts[] = {"-module", "-device", "-getFunction", "-address",
-                                      "-8",      "-16",     "-18",          "-20"};
-    FakeGralloc::Results all;
-    const uint8_t failing = input.byte();
-    const uint8_t missing = input.byte();
-    const int result = input.byte() % 16 - 4;
-    for (size_t i = 0; i < 8; ++i) {
-        if ((failing & 1 << i) != 0) all[kCalls[i]] = result;
-        if ((missing & 1 << i) != 0) all[kParts[i]] = 0;
-    }
-    return all;
-}
 
 class Bench {
   public:
@@ -70,7 +30,7 @@ class Bench {
     }
 
     void step(fuzzing::Input& input) {
-        switch (input.byte() % 8) {
+        switch (input.byte() % 4) {
             case 0:
                 registerChannel(input);
                 break;
@@ -82,18 +42,9 @@ class Bench {
             case 2:
                 subHal.unregisterDirectChannel(mChannel - input.byte() % 3);
                 break;
-            case 3:
+            default:
                 subHal.configDirectReport(kVdis, mChannel, RateLevel::FAST, [](Result, int32_t) {});
                 if (!hub.push(kVdis, input.take(14)) || !hub.waitIdle()) abort();
-                break;
-            case 4:
-                graphicsBuffer(input);
-                break;
-            case 5:
-                queue(input);
-                break;
-            default:
-                conversions(input);
         }
     }
 
@@ -127,63 +78,6 @@ class Bench {
             if (result == Result::OK) mChannel = channel;
         });
         if (!isTaken && fd >= 0) close(fd);
-    }
-
-    void graphicsBuffer(fuzzing::Input& input) {
-        const testing_support::Handle handle(native_handle_create(0, 1));
-        {
-            FakeGralloc gralloc(input.byte() % 3, resultsOf(input));
-            gralloc.capabilities = {4, 4, input.byte(), 4};  // one more than there is room for
-            const Wrapper wrapper(handle.get(), gralloc.results.empty());
-        }
-        // The process's own is of version 1 and whole.
-        FakeGralloc gralloc(1, {});
-        GrallocHalWrapper::getInstance();
-        gralloc.results = resultsOf(input);
-        const sensors_direct_mem_t mem = {SENSOR_DIRECT_MEM_TYPE_GRALLOC,
-                                          SENSOR_DIRECT_FMT_SENSORS_EVENT, input.byte() * size_t{3},
-                                          input.byte() % 8 == 0 ? nullptr : handle.get()};
-        GrallocDirectChannel channel(&mem);
-        sensors_event_t event;
-        input.fill(&event, sizeof(event));
-        channel.write(&event);
-        if (mem.handle != nullptr) channel.memoryMatches(&mem);
-    }
-
-    static void queue(fuzzing::Input& input) {
-        RingBuffer ring(1 + input.byte() % 8);
-        std::vector<sensors_event_t> events(9);
-        size_t held = 0;
-        for (int i = 0; i < 8; ++i) {
-            held += ring.write(events.data(), input.byte() % events.size());
-            if (held > 0) held -= ring.read(events.data(), input.byte() % events.size());
-        }
-    }
-
-    static void conversions(fuzzing::Input& input) {
-        sensors_event_t record;
-        input.fill(&record, sizeof(record));
-        record.type = input.byte() % 64;
-        ASensorEvent other;
-        memcpy(&other, &record, sizeof(other));
-        Event event;
-        convert::convertFromASensorEvent(other, &event);
-        sensors_event_t back;
-        convert::convertToSensorEvent(event, &back);
-        Event again;
-        convert::convertFromSensorEvent(back, &again);
-        if (memcmp(&event, &again, sizeof(event)) != 0) abort();
-
-        const std::string name = input.take(8);
-        sensor_t sensor = {};
-        sensor.name = input.byte() % 4 == 0 ? nullptr : name.c_str();
-        sensor.maxDelay = input.byte();
-        SensorInfo info;
-        convert::convertFromSensor(sensor, &info);
-        convert::convertToSensor(info, &sensor);
-        for (const char* text :
-             {sensor.name, sensor.vendor, sensor.stringType, sensor.requiredPermission})
-            free(const_cast<char*>(text));
     }
 
     simulator::SimulatedHub hub{testing_support::onlySensors({kVdis})};
