@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <type_traits>
 
@@ -117,7 +118,15 @@ FakeGralloc::~FakeGralloc() {
 
 }  // namespace testing_support
 
-// Found before the platform's own.
+// Both are found before the platform's own.
+extern "C" __attribute__((visibility("default"))) int native_handle_delete(
+    native_handle_t* handle) {
+    using namespace testing_support;
+    if (gFake != nullptr) note("delete");
+    free(handle);
+    return 0;
+}
+
 extern "C" __attribute__((visibility("default"))) int hw_get_module(const char* id,
                                                                     const hw_module_t** module) {
     using namespace testing_support;

@@ -143,13 +143,16 @@ TEST(GrallocDirectChannel, WritesIntoAClonedBuffer) {
             EXPECT_EQ(fake.buffer[12], 1U);
             channel.reset();
             EXPECT_EQ(isOpen(cloneFd), c.cloneLeft);
+            Calls expected = {"load gralloc",       "open gpu0", "register",
+                              "lock 48 0,0,1000,1", "unlock 0",  "unregister 0"};
+            if (c.version == 1)
+                expected = {"load gralloc",           "open gralloc", "retain",
+                            "lock 96+0-1 0,0,1000,1", "unlock 0",     "release 0"};
+            if (!c.cloneLeft) expected.emplace_back("delete");
+            EXPECT_EQ(fake.calls, expected);
             if (c.version == 0) {
-                EXPECT_EQ(fake.calls, (Calls{"load gralloc", "open gpu0", "register",
-                                             "lock 48 0,0,1000,1", "unlock 0", "unregister 0"}));
                 EXPECT_LOG();
             } else {
-                EXPECT_EQ(fake.calls, (Calls{"load gralloc", "open gralloc", "retain",
-                                             "lock 96+0-1 0,0,1000,1", "unlock 0", "release 0"}));
                 EXPECT_LOG(std::string("I gralloc hal ") + (c.cloneLeft ? "" : "does not ") +
                            "support RELEASE_IMPLY_DELETE");
             }
@@ -208,7 +211,9 @@ TEST(GrallocDirectChannel, Failures) {
         onGralloc(version, results, [&](FakeGralloc& fake, const sensors_direct_mem_t& memory) {
             EXPECT_EQ(GrallocDirectChannel(&memory).getError(), error);
             EXPECT_EQ(LogCapture::take().back(), line);
-            EXPECT_EQ(fake.calls.back(), version == 0 ? "unregister 0" : "release 0");
+            EXPECT_EQ(fake.calls.at(fake.calls.size() - 2),
+                      version == 0 ? "unregister 0" : "release 0");
+            EXPECT_EQ(fake.calls.back(), "delete");
         });
     };
     refused(0, {{"register", -3}}, -3, "E registerBuffer failed");  // passes as it is
