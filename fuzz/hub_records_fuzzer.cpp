@@ -1,5 +1,3 @@
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cstdint>
@@ -8,7 +6,6 @@
 
 #include "fuzz/Fuzzing.h"
 #include "hub/QContextSensor.h"
-#include "hub/SensorHubDataWriter.h"
 #include "hub/SensorHubSensor.h"
 #include "simulator/HubServices.h"
 #include "simulator/KnownSensors.h"
@@ -20,10 +17,8 @@
 namespace {
 
 using android::hardware::sensors::V1_0::Event;
-using android::hardware::sensors::V2_0::zelva_sensorhub::hbx_data_injection_fd;
 using android::hardware::sensors::V2_0::zelva_sensorhub::QContextSensor;
 using android::hardware::sensors::V2_0::zelva_sensorhub::SensorBase;
-using android::hardware::sensors::V2_0::zelva_sensorhub::SensorHubDataWriter;
 using android::hardware::sensors::V2_0::zelva_sensorhub::SensorHubSensor;
 
 constexpr char kDirectory[] = "/data/vendor/sensorhub/";
@@ -69,19 +64,6 @@ struct Bench {
         if (operation == 1) hub.failWrite(path, error);
         if (operation == 2) hub.failRead(which < 128 ? kContextHandle : kHousekeepingHandle, error);
         if (operation == 3) hub.failOpen(path, error);
-    }
-
-    /** A writer that opens the message device anew; it leaves it open, for good. */
-    void reopen(fuzzing::Input& input) {
-        if (hbx_data_injection_fd > 0) close(hbx_data_injection_fd);
-        SensorHubDataWriter writer;
-        const std::string bytes = input.take(1200);
-        const auto* data = reinterpret_cast<const int*>(bytes.data());
-        const int length = static_cast<int16_t>(input.number());
-        writer.initBuffers(length, 0, input.byte() % 4 != 0 && length <= 1200 ? data : nullptr);
-        writer.setHubData(input.byte(), input.byte() % 4 != 0 ? data : nullptr);
-        writer.writeData();
-        SensorHubDataWriter::inject_qcontext_data(nullptr, length);
     }
 
     /** A request whose path stays inside the directory. Larger reads end the process by design. */
@@ -134,9 +116,6 @@ struct Bench {
                 break;
             case 5:
                 housekeeping.ready();
-                break;
-            case 6:
-                reopen(input);
                 break;
             default:
                 // Mostly whole records; a record has at least one byte.

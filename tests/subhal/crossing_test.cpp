@@ -7,11 +7,10 @@
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <fstream>
 #include <functional>
 #include <future>
-#include <mutex>
+#include <optional>
 #include <random>
 #include <string>
 #include <thread>
@@ -34,33 +33,25 @@ constexpr size_t kRegion = 104 * 8;
 
 thread_local int tPlacesToPass = -1;  // before the calling thread stops
 
-/** Stops one thread until it is released. */
+/** Stops one thread, once, until it is released. */
 class Gate {
   public:
-    enum class State { kRunning, kStopped, kReleased };
-
-    void become(State state) {
-        const std::lock_guard<std::mutex> lock(mLock);
-        mState = state;
-        mChanged.notify_all();
-    }
     void pass() {
         if (tPlacesToPass-- != 0) return;
-        become(State::kStopped);
-        std::unique_lock<std::mutex> lock(mLock);
-        mChanged.wait(lock, [this] { return mState == State::kReleased; });
+        mStopped.set_value(true);
+        mReleased.get_future().wait();
+    }
+    /** The thread comes no more. */
+    void end() {
+        if (tPlacesToPass >= 0) mStopped.set_value(false);
     }
     /** Whether the thread has stopped; false when it has ended. */
-    bool waitStopped() {
-        std::unique_lock<std::mutex> lock(mLock);
-        mChanged.wait(lock, [this] { return mState != State::kRunning; });
-        return mState == State::kStopped;
-    }
+    bool waitStopped() { return mStopped.get_future().get(); }
+    void release() { mReleased.set_value(); }
 
   private:
-    std::mutex mLock;
-    std::condition_variable mChanged;
-    State mState = State::kRunning;
+    std::promise<bool> mStopped;
+    std::promise<void> mReleased;
 };
 
 /** Waits until the thread sleeps, here: for a lock, or is over. */
@@ -83,17 +74,17 @@ class Crossing : public testing::Test {
     Crossing() : subHal(testing_support::onlySensors({kVdis})) {
         subHal.initialize();
         simulator::NodeHandler enable;
-        enable.onOpen = [this](int) { return gate.pass(), 0; };
+        enable.onOpen = [this](int) { return gate->pass(), 0; };
         enable.onWrite = [this](const std::string& bytes) {
-            gate.pass();
+            gate->pass();
             return static_cast<ssize_t>(bytes.size());
         };
         subHal.hub().setHandler("/sys/class/sensors/hbx_sensor/enable", enable);
         simulator::NodeHandler batch;
         batch.onOpen = enable.onOpen;
-        batch.onIoctl = [this](unsigned long, void*) { return gate.pass(), 0; };
+        batch.onIoctl = [this](unsigned long, void*) { return gate->pass(), 0; };
         subHal.hub().setHandler("/dev/batch_io", batch);
-        LogCapture::setObserver([this] { gate.pass(); });
+        LogCapture::setObserver([this] { gate->pass(); });
     }
     ~Crossing() override { LogCapture::setObserver(nullptr); }
 
@@ -161,7 +152,7 @@ class Crossing : public testing::Test {
     }
 
     LoadedSubHal subHal;
-    Gate gate;
+    std::optional<Gate> gate{std::in_place};
     testing_support::ClientMemory client{kRegion};
     int32_t channel = 0;
     uint64_t timestamp = 0;
@@ -181,13 +172,13 @@ TEST_F(Crossing, LeavesWhatOneOfTheTwoOrdersLeaves) {
                 }
                 for (int place = 0;; ++place) {
                     prepare(start);
-                    gate.become(Gate::State::kRunning);
+                    gate.emplace();
                     std::thread one([&] {
                         tPlacesToPass = place;
                         first.run();
-                        gate.become(Gate::State::kReleased);
+                        gate->end();
                     });
-                    const bool stopped = gate.waitStopped();
+                    const bool stopped = gate->waitStopped();
                     std::atomic<pid_t> otherId{0};
                     std::promise<void> ended;
                     std::thread other([&] {
@@ -208,7 +199,7 @@ TEST_F(Crossing, LeavesWhatOneOfTheTwoOrdersLeaves) {
                     if (stopped && second.name == std::string("switch off")) {
                         EXPECT_TRUE(subHal.proxy().take().empty()) << first.name;
                     }
-                    gate.become(Gate::State::kReleased);
+                    gate->release();
                     one.join();
                     other.join();
                     if (!stopped) break;
