@@ -106,11 +106,6 @@ bool KernelHub::setFile(hub_node node, const std::string& bytes) {
     return ioctl(mFd, HUB_IOC_FILE, &file) == 0;
 }
 
-bool KernelHub::fail(hub_node node, int error, int handle, unsigned nth, unsigned count) {
-    hub_fault fault{node, handle, error, nth, count, 0};
-    return ioctl(mFd, HUB_IOC_FAULT, &fault) == 0;
-}
-
 std::optional<KernelRequest> KernelHub::nextRequest(Milliseconds timeout) {
     pollfd ready{mFd, POLLIN, 0};
     std::array<char, sizeof(hub_request) + HUB_MAX_FILE> buffer;

@@ -66,10 +66,9 @@ class KernelHub {
     bool stream(int handle, const std::string& record, size_t stampOffset, uint64_t count,
                 std::chrono::nanoseconds period, unsigned perTick = 1);
 
-    // Files, faults and requests. ------------------------------------------------------------
+    // Files and requests. --------------------------------------------------------------------
 
     bool setFile(hub_node node, const std::string& bytes);
-    bool fail(hub_node node, int error, int handle = -1, unsigned nth = 1, unsigned count = 1);
 
     /** The next request; none on time-out or if requests were lost. */
     std::optional<KernelRequest> nextRequest(Milliseconds timeout = Milliseconds(0));

@@ -9,11 +9,8 @@
 
 /* Each source calls only functions that are declared above its own. */
 
-/* hub_requests.c: kept requests and faults. */
+/* hub_requests.c: kept requests. */
 void hub_keep(const struct hub_request *request, const void *bytes);
-int hub_add_fault(const struct hub_fault *fault);
-/* The errno with which this call is to fail, as a negative number, or 0. */
-int hub_take_fault(enum hub_node node, int handle);
 void hub_requests_reset(void);
 ssize_t hub_requests_read(struct file *file, char __user *buffer, size_t size, loff_t *offset);
 __poll_t hub_requests_poll(struct file *file, poll_table *wait);

@@ -20,7 +20,6 @@ union control_argument {
 	struct hub_records records;
 	struct hub_stream stream;
 	struct hub_state state;
-	struct hub_fault fault;
 	struct hub_file file;
 };
 
@@ -43,8 +42,6 @@ static int control_call(unsigned int number, union control_argument *argument)
 	case HUB_IOC_STATE:
 		hub_iio_state(&argument->state);
 		return 0;
-	case HUB_IOC_FAULT:
-		return hub_add_fault(&argument->fault);
 	case HUB_IOC_FILE:
 		return hub_nodes_set_file(&argument->file);
 	default:

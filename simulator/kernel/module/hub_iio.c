@@ -87,21 +87,17 @@ static enum hrtimer_restart hub_iio_tick(struct hrtimer *timer)
 static int switch_buffer(struct iio_dev *indio_dev, bool on)
 {
 	struct hub_iio *iio = iio_priv(indio_dev);
-	int ret = on ? hub_take_fault(HUB_NODE_BUFFER, iio->handle) : 0;
 	struct hub_request request = {
 		.node = HUB_NODE_BUFFER,
 		.handle = iio->handle,
-		.error = -ret,
 		.flag = on,
 	};
 
-	if (!ret) {
-		spin_lock_irq(&iio->lock);
-		iio->buffer_on = on;
-		spin_unlock_irq(&iio->lock);
-	}
+	spin_lock_irq(&iio->lock);
+	iio->buffer_on = on;
+	spin_unlock_irq(&iio->lock);
 	hub_keep(&request, NULL);
-	return ret;
+	return 0;
 }
 
 static int hub_iio_postenable(struct iio_dev *indio_dev)

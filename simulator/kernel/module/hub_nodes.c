@@ -93,11 +93,9 @@ static ssize_t take_write(enum hub_node node, const char *bytes, size_t size, lo
 		.size = size,
 		.number = offset,
 	};
-	int error = -EINVAL;
+	bool is_known = parse_write(&request, bytes);
 
-	if (parse_write(&request, bytes))
-		error = hub_take_fault(node, request.handle);
-	return refuse_or_keep(&request, bytes, error);
+	return refuse_or_keep(&request, bytes, is_known ? 0 : -EINVAL);
 }
 
 static ssize_t file_write(struct file *file, struct kobject *kobj, struct bin_attribute *attr,
@@ -110,10 +108,8 @@ static ssize_t file_read(struct file *file, struct kobject *kobj, struct bin_att
 			 char *buffer, loff_t offset, size_t size)
 {
 	enum hub_node node = (uintptr_t)attr->private;
-	ssize_t result = hub_take_fault(node, -1);
+	ssize_t result;
 
-	if (result)
-		return result;
 	mutex_lock(&contents_lock);
 	result = memory_read_from_buffer(buffer, size, &offset, contents[node].bytes,
 					 contents[node].size);
@@ -193,7 +189,7 @@ static long batch_ioctl(struct file *file, unsigned int number, unsigned long ar
 	if (batch.flag || batch.padding || batch.delay < 0 || batch.timeout < 0 ||
 	    !hub_iio_known(request.handle))
 		return refuse_or_keep(&request, &batch, -EINVAL);
-	result = refuse_or_keep(&request, &batch, hub_take_fault(HUB_NODE_BATCH, request.handle));
+	result = refuse_or_keep(&request, &batch, 0);
 	return min_t(ssize_t, result, 0);
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* The requests to the hub, kept for readers of the control device, and the calls that fail. */
+/* The requests to the hub, kept for readers of the control device. */
 #include <linux/fs.h>
 #include <linux/kfifo.h>
 #include <linux/module.h>
@@ -10,7 +10,6 @@
 
 #include "hub.h"
 
-#define MAX_FAULTS 16
 #define KEPT_BYTES (4 * 1024 * 1024)
 
 static DEFINE_MUTEX(requests_lock); /* guards all below */
@@ -20,8 +19,7 @@ static bool kept_lost;
 static struct {
 	struct hub_request head;
 	u8 bytes[HUB_MAX_FILE];
-} entry;				    /* being kept */
-static struct hub_fault faults[MAX_FAULTS]; /* count 0: free */
+} entry; /* being kept */
 
 static DECLARE_WAIT_QUEUE_HEAD(kept_changed);
 
@@ -36,50 +34,9 @@ void hub_keep(const struct hub_request *request, const void *bytes)
 	wake_up_interruptible(&kept_changed);
 }
 
-int hub_take_fault(enum hub_node node, int handle)
-{
-	int error = 0;
-	int i;
-
-	mutex_lock(&requests_lock);
-	for (i = 0; i < MAX_FAULTS && !error; i++) {
-		struct hub_fault *fault = &faults[i];
-
-		if (!fault->count || fault->node != node)
-			continue;
-		if (fault->handle >= 0 && fault->handle != handle)
-			continue;
-		if (fault->nth > 1) {
-			fault->nth--;
-			continue;
-		}
-		fault->count--;
-		error = -fault->error;
-	}
-	mutex_unlock(&requests_lock);
-	return error;
-}
-
-int hub_add_fault(const struct hub_fault *fault)
-{
-	int i;
-
-	if (fault->node >= HUB_NODES || fault->error <= 0 || fault->error > MAX_ERRNO ||
-	    !fault->count)
-		return -EINVAL;
-	mutex_lock(&requests_lock);
-	for (i = 0; i < MAX_FAULTS && faults[i].count; i++)
-		;
-	if (i < MAX_FAULTS)
-		faults[i] = *fault;
-	mutex_unlock(&requests_lock);
-	return i < MAX_FAULTS ? 0 : -ENOSPC;
-}
-
 void hub_requests_reset(void)
 {
 	mutex_lock(&requests_lock);
-	memset(faults, 0, sizeof(faults));
 	INIT_KFIFO(kept);
 	kept_lost = false;
 	mutex_unlock(&requests_lock);

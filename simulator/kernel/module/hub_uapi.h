@@ -19,12 +19,12 @@
 #define HUB_MAX_RECORD 512
 #define HUB_MAX_FILE 4096
 
-/* The target of a request, a fault or a file's content. A fault fails reads and writes alike. */
+/* The target of a request, or of a file's content. */
 enum hub_node {
 	HUB_NODE_ENABLE,	 /* sysfs enable */
 	HUB_NODE_FLUSH,		 /* sysfs hbx_flush */
 	HUB_NODE_REAR_ENABLE,	 /* als_rear/als_enable */
-	HUB_NODE_BUFFER,	 /* a device's buffer being switched; its faults refuse "on" */
+	HUB_NODE_BUFFER,	 /* a device's buffer being switched */
 	HUB_NODE_BATCH,		 /* /dev/batch_io */
 	HUB_NODE_SHUB_INJECTION, /* /dev/shub_data_injection */
 	HUB_NODE_HBX_INJECTION,	 /* /dev/hbx_data_injection */
@@ -75,16 +75,6 @@ struct hub_state {
 	__u64 streaming; /* records that a stream has yet to send */
 };
 
-/* The nth matching call from now fails, and so do the count - 1 calls after it. */
-struct hub_fault {
-	__u32 node;
-	__s32 handle; /* -1: any */
-	__s32 error;
-	__u32 nth;
-	__u32 count;
-	__u32 reserved;
-};
-
 struct hub_file {
 	__u32 node;
 	__u32 size;
@@ -100,13 +90,12 @@ struct hub_request {
 	__u32 size;   /* bytes that follow */
 };
 
-#define HUB_IOC_RESET _IO('H', 0) /* no devices, contents, faults, requests */
+#define HUB_IOC_RESET _IO('H', 0) /* no devices, contents, requests */
 #define HUB_IOC_ADD _IOW('H', 1, struct hub_device)
 #define HUB_IOC_REMOVE _IOW('H', 2, __s32) /* unplugs the device of a handle */
 #define HUB_IOC_PUSH _IOW('H', 3, struct hub_records)
 #define HUB_IOC_STREAM _IOW('H', 4, struct hub_stream)
 #define HUB_IOC_STATE _IOWR('H', 5, struct hub_state)
-#define HUB_IOC_FAULT _IOW('H', 6, struct hub_fault)
-#define HUB_IOC_FILE _IOW('H', 7, struct hub_file) /* rear data create that sensor */
+#define HUB_IOC_FILE _IOW('H', 6, struct hub_file) /* rear data create that sensor */
 
 #endif
