@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <cerrno>
 #include <cstdint>
 #include <cstdlib>
 #include <string>
@@ -12,8 +11,8 @@
 #include "simulator/SimulatedHub.h"
 
 // The input is a row of steps, each behind a byte: records of either device, whole or short, the
-// firmware's requests for files, what the proxy asks and injects, and calls that fail. It begins
-// with the name of a file in the dump directory, up to a NUL.
+// firmware's requests for files, what the proxy asks and injects. It begins with the name of a file
+// in the dump directory, up to a NUL.
 namespace {
 
 using android::hardware::sensors::V1_0::Event;
@@ -35,7 +34,6 @@ struct Bench {
     fuzzing::DroppingCallback callback;
     QContextSensor context{&callback};
     SensorHubSensor housekeeping{&callback};
-    bool isSpoilt = false;  // calls fail in this input
 
     Bench() {
         services.setDumpContent("dump");
@@ -47,25 +45,6 @@ struct Bench {
         hub.setHandler("/dev/hbx_sensorhub", messages);
     }
 
-    /** The next call on one of the files that both sides share. */
-    void spoil(uint8_t which, int error) {
-        isSpoilt = true;
-        constexpr const char* kPaths[] = {"/sys/class/sensors/hbx_sensor/shub_file",
-                                          "/dev/hbx_sensorhub",
-                                          "/dev/shub_sensorhub",
-                                          "/sys/class/sensors/hbx_sensor/qcontext_list",
-                                          "/sys/class/sensors/hbx_sensor/shub_dump",
-                                          "/data/vendor/sensorhub/shub_dump",
-                                          "/data/vendor/sensorhub/f",
-                                          kDirectory};
-        const char* path = kPaths[which % 8];
-        const int operation = which / 8 % 4;
-        if (operation == 0) hub.failRead(path, error);
-        if (operation == 1) hub.failWrite(path, error);
-        if (operation == 2) hub.failRead(which < 128 ? kContextHandle : kHousekeepingHandle, error);
-        if (operation == 3) hub.failOpen(path, error);
-    }
-
     /** A request whose path stays inside the directory. Larger reads end the process by design. */
     void request(int operation, std::string text) {
         const auto pathEnd = std::find(text.begin(), text.end(), ',');
@@ -75,20 +54,12 @@ struct Bench {
         const size_t violations = services.violations().size();
         if (!services.postRequest(operation, kDirectory + text)) return;
         housekeeping.readEvents();
-        if (!isSpoilt && services.violations().size() > violations) abort();
+        if (services.violations().size() > violations) abort();
     }
 
     /** Leaves nothing of this input to the next one. */
     void clear() {
-        hub.clearFaults();
         hub.clearRequests();
-        isSpoilt = false;
-        // A read that failed has left its record.
-        char record[128];
-        for (const SensorBase* sensor :
-             {static_cast<SensorBase*>(&context), static_cast<SensorBase*>(&housekeeping)})
-            while (read(sensor->getFd(), record, sizeof(record)) > 0) {
-            }
         for (const std::string& left : hub.listDirectory(kDirectory))
             hub.removeFile(kDirectory + left);
     }
@@ -110,9 +81,6 @@ struct Bench {
                 break;
             case 3:
                 request(head % 3, input.take(input.byte()));
-                break;
-            case 4:
-                spoil(input.byte(), isContext ? EINTR : EIO);
                 break;
             case 5:
                 housekeeping.ready();

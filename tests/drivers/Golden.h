@@ -157,6 +157,9 @@ inline void PrintTo(const DriverRow& row, std::ostream* stream) {
 
 inline constexpr char kQSensor[] = "com.tavrine.permission.QSENSOR";
 
+/** Three 16-bit components in steps of the resolution, with or without a hub's padding. */
+DriverRow& gyroscope(DriverRow& row);
+
 std::vector<DriverRow> physicalRows();
 std::vector<DriverRow> lightRows();
 std::vector<DriverRow> motionRows();

@@ -12,13 +12,6 @@ DriverRow& quaternion(DriverRow& row) {
         .data({123456789, 0, 0, 0, -9}, {0x42F6E9E1U, 0U, 0U, 0U, 0xBF666666U});
 }
 
-DriverRow& gyroscope(DriverRow& row) {
-    return row.form({2, 2, 2}, Marker::kAllZero)
-        .data({1, -2, 3}, {0.5F, -1.0F, 1.5F, kAccuracyHigh})
-        .form({2, 2, 2}, Marker::kAllZero, {}, "\x7F\x7F\x7F\x7F")  // as a hub may pad it
-        .data({-32768, 0, 1}, {-16384.0F, 0.0F, 0.5F, kAccuracyHigh});
-}
-
 DriverRow orientation(int handle) {
     DriverRow row("DeviceOrientation", handle, kNonWakeUp, "Device Orientataion", 27, "", "", 2,
                   "I DeviceOrientation(0): Meta event", "DeviceOrientation(0) :");

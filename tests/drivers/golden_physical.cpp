@@ -8,19 +8,18 @@ void vectorForm(DriverRow& row) {
     row.form({2, 2, 2}, Marker::kAllZero).data({1, -2, 3}, {0.5F, -1.0F, 1.5F, kAccuracyHigh});
 }
 
-/** A hub may pad the record. */
-void gyroscopeForms(DriverRow& row) {
-    vectorForm(row);
-    row.form({2, 2, 2}, Marker::kAllZero, {}, "\x7F\x7F\x7F\x7F")
-        .data({-4, 5, -6}, {-2.0F, 2.5F, -3.0F, kAccuracyHigh});
-}
-
 void uncalibratedForm(DriverRow& row) {
     row.form({2, 2, 2, 2, 2, 2}, Marker::kAllZero)
         .data({1, -2, 3, 4, -5, 6}, {0.5F, -1.0F, 1.5F, 2.0F, -2.5F, 3.0F});
 }
 
 }  // namespace
+
+DriverRow& gyroscope(DriverRow& row) {
+    vectorForm(row);
+    return row.form({2, 2, 2}, Marker::kAllZero, {}, "\x7F\x7F\x7F\x7F")
+        .data({-32768, 5, -6}, {-16384.0F, 2.5F, -3.0F, kAccuracyHigh});
+}
 
 std::vector<DriverRow> physicalRows() {
     std::vector<DriverRow> rows;
@@ -33,8 +32,8 @@ std::vector<DriverRow> physicalRows() {
         .bytes("\1\0\0\0\2\0\0\0\3\0\0\0\2\5\0\0"s, Posted{false, 5, {0.5F, 1.0F, 1.5F, 2U}})
         .form({2, 2, 2, 1}, Marker::kAllZero)
         .data({1, -2, 3, 1}, {0.5F, -1.0F, 1.5F, 1U});
-    gyroscopeForms(rows.emplace_back("GyroSensor", 4, kNonWakeUp, "Gyroscope", 4, "", "", 0,
-                                     "E GyroSensor : Meta event"));
+    gyroscope(rows.emplace_back("GyroSensor", 4, kNonWakeUp, "Gyroscope", 4, "", "", 0,
+                                "E GyroSensor : Meta event"));
     rows.emplace_back("PressureSensor", 6, kNonWakeUp, "Barometer", 6, "", "", 0,
                       "E PressureSensor : Meta event")
         .form({4, 2, 4, 4}, Marker::kAllZero, {3})
@@ -64,8 +63,8 @@ std::vector<DriverRow> physicalRows() {
     uncalibratedForm(rows.emplace_back(
         "UncalAccSubSensor", 59, kNonWakeUp, "Accelerometer Uncalibrated Sub", 65688,
         "accelerometer_uncalibrated_sub", kQSensor, 0, "E UncalAccSensor : Meta event"));
-    gyroscopeForms(rows.emplace_back("GyroSubSensor", 60, kNonWakeUp, "Gyroscope-Sub", 65689,
-                                     "gyroscope_sub", kQSensor, 0, "E GyroSensor : Meta event"));
+    gyroscope(rows.emplace_back("GyroSubSensor", 60, kNonWakeUp, "Gyroscope-Sub", 65689,
+                                "gyroscope_sub", kQSensor, 0, "E GyroSensor : Meta event"));
     uncalibratedForm(rows.emplace_back(
         "UncalGyroSubSensor", 61, kNonWakeUp, "Gyroscope Uncalibrated Sub", 65690,
         "gyroscope_uncalibrated_sub", kQSensor, 0, "E UncalGyroSensor : Meta event"));

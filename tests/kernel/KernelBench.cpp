@@ -15,26 +15,14 @@ namespace {
 constexpr int kHousekeeping = 33;
 constexpr int64_t kSettleTime = int64_t{0x7E57} << 48;  // of no other record
 
-/** Waits in short steps for what nobody reports. */
-template <typename Condition>
-bool eventually(Condition condition) {
-    const auto end = std::chrono::steady_clock::now() + kPatience;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > end) return false;
-        usleep(500);
-    }
-    return true;
-}
-
 }  // namespace
 
 std::string axesRecord(uint64_t timestamp, int16_t x) {
     return simulator::RecordBuilder().i16(x).i16(-2).i16(3).u64(timestamp).bytes();
 }
 
-KernelBench::KernelBench(const std::vector<int>& handles,
-                         const std::map<int, size_t>& recordSizes) {
-    EXPECT_TRUE(mHub.addSensors(testing_support::onlySensors(handles).sensors, recordSizes));
+KernelBench::KernelBench(const std::vector<int>& handles) {
+    EXPECT_TRUE(mHub.addSensors(testing_support::onlySensors(handles).sensors));
     load();
 }
 
@@ -89,15 +77,15 @@ void KernelBench::activate(int handle, bool on) {
     EXPECT_EQ(hal().activate(handle, on), Result::OK) << handle;
 }
 
-std::vector<Posted> KernelBench::take(size_t count, std::chrono::milliseconds timeout) {
+std::vector<Posted> KernelBench::take(size_t count) {
     std::unique_lock<std::mutex> lock(mMutex);
-    mChanged.wait_for(lock, timeout, [&] { return mPosted.size() >= count; });
+    mChanged.wait_for(lock, kPatience, [&] { return mPosted.size() >= count; });
     return std::exchange(mPosted, {});
 }
 
-std::vector<int64_t> KernelBench::times(size_t count, std::chrono::milliseconds timeout) {
+std::vector<int64_t> KernelBench::times(size_t count) {
     std::vector<int64_t> times;
-    for (const Posted& posted : take(count, timeout))
+    for (const Posted& posted : take(count))
         times.push_back(posted.event.timestamp);
     return times;
 }
@@ -144,14 +132,12 @@ void KernelBench::release() {
 }
 
 bool KernelBench::drained(int handle) {
-    return eventually([&] { return attribute(handle, "buffer/data_available") == "0"; });
-}
-
-std::string KernelBench::attribute(int handle, const std::string& name) const {
-    std::ifstream file(mHub.attributePath(handle, name));
-    std::string text;
-    std::getline(file, text);
-    return text;
+    const auto end = std::chrono::steady_clock::now() + kPatience;
+    for (std::string text; std::chrono::steady_clock::now() < end; usleep(500)) {
+        std::ifstream file(mHub.attributePath(handle, "buffer/data_available"));
+        if (std::getline(file, text) && text == "0") return true;
+    }
+    return false;
 }
 
 }  // namespace kernel_tests

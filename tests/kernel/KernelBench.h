@@ -3,7 +3,6 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
-#include <map>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -38,9 +37,7 @@ std::string axesRecord(uint64_t timestamp, int16_t x = 1);
 /** The shipped library on the real devices of a hub. */
 class KernelBench {
   public:
-    /** @param recordSizes of handles whose records are not of the usual size */
-    explicit KernelBench(const std::vector<int>& handles,
-                         const std::map<int, size_t>& recordSizes = {});
+    explicit KernelBench(const std::vector<int>& handles);
     /** A hub of which the library is loaded by load(). */
     KernelBench() = default;
     ~KernelBench();
@@ -57,10 +54,9 @@ class KernelBench {
     void activate(int handle, bool on = true);
 
     /** Waits for `count` events more than were taken; fewer on time-out. */
-    std::vector<Posted> take(size_t count, std::chrono::milliseconds timeout = kPatience);
-    std::vector<Posted> take() { return take(0); }
+    std::vector<Posted> take(size_t count = 0);
     /** Time stamps of what take() gives. */
-    std::vector<int64_t> times(size_t count, std::chrono::milliseconds timeout = kPatience);
+    std::vector<int64_t> times(size_t count);
 
     /** Delivers a record of three axes on a device that is active, and again, so that the poll
      *  thread has looked at every device since the call. */
@@ -72,9 +68,6 @@ class KernelBench {
     /** Keeps the poll thread inside the proxy's callback, by a marker, until release(). */
     bool hold(int marker);
     void release();
-
-    /** The text of the kernel's attribute without its newline. */
-    std::string attribute(int handle, const std::string& name) const;
 
   private:
     void post(const std::vector<Event>& events, bool wakelock);

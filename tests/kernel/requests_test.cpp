@@ -65,18 +65,18 @@ TEST_F(Requests, EnableBatchAndFlushByteByByte) {
 // The exchange moves the file position: the reply arrives behind the request that was read.
 TEST_F(Requests, FileManagerAndDumps) {
     const std::string path = kDataDirectory + "calibration"s;
-    const std::string write = path + ",4,0,1,\1,\0\3"s;
-    mBench.hub().setFile(HUB_NODE_FILE_MANAGER, write);
-    command(0xFB, 1, 0);
-    expectNext(HUB_NODE_FILE_MANAGER, "\1\4\0\0\0"s, static_cast<uint32_t>(write.size()));
-    EXPECT_EQ(fileText(path), "\1,\0\3"s);
-    const std::string read = path + ",100,1";
-    mBench.hub().setFile(HUB_NODE_FILE_MANAGER, read);
-    command(0xFB, 0, 0);
-    expectNext(HUB_NODE_FILE_MANAGER, "\0\3\0\0\0,\0\3"s, static_cast<uint32_t>(read.size()));
-    mBench.hub().setFile(HUB_NODE_FILE_MANAGER, path);
-    command(0xFB, 2, 0);
-    expectNext(HUB_NODE_FILE_MANAGER, "\2\0\0\0\0"s, static_cast<uint32_t>(path.size()));
+    const std::pair<std::string, std::string> exchanges[] = {
+        {path + ",100,1", "\0\3\0\0\0,\0\3"s},
+        {path + ",4,0,1,\1,\0\3"s, "\1\4\0\0\0"s},
+        {path, "\2\0\0\0\0"s},
+    };
+    for (const uint8_t type : std::initializer_list<uint8_t>{1, 0, 2}) {  // write, read, remove
+        const auto& [request, reply] = exchanges[type];
+        mBench.hub().setFile(HUB_NODE_FILE_MANAGER, request);
+        command(0xFB, type, 0);
+        expectNext(HUB_NODE_FILE_MANAGER, reply, static_cast<uint32_t>(request.size()));
+        EXPECT_EQ(fileText(path), type == 2 ? "" : "\1,\0\3"s);
+    }
     EXPECT_NE(access(path.c_str(), F_OK), 0);
 
     std::string dump;

@@ -1,4 +1,4 @@
-// The simulated hub under the scripts that real devices pass, and the world that its sensors see.
+// The simulated hub under the scripts that real devices pass, its tree, and its signals.
 
 #include "simulator/SimulatedHub.h"
 
@@ -42,22 +42,6 @@ std::unique_ptr<Hub> newHub() {
 
 namespace simulator {
 namespace {
-
-TEST(World, FieldTurnsAgainstTheRotation) {
-    const World world(5);
-    constexpr double kStep = 0.1;
-    for (double t = 1.0; t < 20.0; t += 0.37) {
-        const Vector3 before = world.magneticField(t - kStep);
-        const Vector3 after = world.magneticField(t + kStep);
-        const Vector3 m = world.magneticField(t);
-        const Vector3 w = world.rotationRate(t);
-        const Vector3 expected = {m[1] * w[2] - m[2] * w[1], m[2] * w[0] - m[0] * w[2],
-                                  m[0] * w[1] - m[1] * w[0]};
-        for (size_t axis = 0; axis < 3; ++axis) {
-            EXPECT_NEAR(expected[axis], (after[axis] - before[axis]) / (2 * kStep), 6.0) << t;
-        }
-    }
-}
 
 namespace fs = std::filesystem;
 

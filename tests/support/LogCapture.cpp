@@ -15,12 +15,10 @@ namespace testing_support {
 
 namespace {
 
-constexpr ptrdiff_t kKept = 300;
-
 std::mutex gLock;
 bool gCapturing = false;
-std::vector<LogLine> gTaken;  // kept for the report of a failing test
-std::vector<LogLine> gLines;
+std::vector<LogLine> gAll;  // for the report of a failing test
+size_t gTaken = 0;          // of them
 std::function<void()> gObserver;
 
 }  // namespace
@@ -35,7 +33,7 @@ void record(int priority, const char* tag, const std::string& text) {
         const std::lock_guard<std::mutex> lock(gLock);
         if (!gCapturing || strcmp(tag, "SensorsHub") != 0) return;  // the platform logs, too
         const auto level = std::string("??VDIWEFS").at(static_cast<size_t>(priority));
-        gLines.push_back({level, text});
+        gAll.push_back({level, text});
         observer = gObserver;
     }
     if (observer) observer();
@@ -43,8 +41,8 @@ void record(int priority, const char* tag, const std::string& text) {
 
 LogCapture::LogCapture() {
     const std::lock_guard<std::mutex> lock(gLock);
-    gLines.clear();
-    gTaken.clear();
+    gAll.clear();
+    gTaken = 0;
     gCapturing = true;
 }
 
@@ -53,27 +51,25 @@ LogCapture::~LogCapture() {
     gCapturing = false;
     if (!testing::Test::HasFailure()) return;
     std::cerr << "--- the library's log ---\n";
-    for (const auto* part : {&gTaken, &gLines}) {
-        for (const LogLine& line : *part)
-            std::cerr << line << '\n';
-    }
+    for (size_t i = gAll.size() - std::min<size_t>(gAll.size(), 300); i < gAll.size(); ++i)
+        std::cerr << gAll[i] << '\n';
 }
 
 std::vector<LogLine> LogCapture::take() {
+    const std::vector<LogLine> untaken = lines();
     const std::lock_guard<std::mutex> lock(gLock);
-    gTaken.insert(gTaken.end(), gLines.begin(), gLines.end());
-    if (gTaken.size() > size_t{kKept}) gTaken.erase(gTaken.begin(), gTaken.end() - kKept);
-    return std::exchange(gLines, {});
+    gTaken += untaken.size();
+    return untaken;
 }
 
 std::vector<LogLine> LogCapture::lines() {
     const std::lock_guard<std::mutex> lock(gLock);
-    return gLines;
+    return {gAll.begin() + static_cast<ptrdiff_t>(gTaken), gAll.end()};
 }
 
 int LogCapture::count(const LogLine& line) {
-    const std::lock_guard<std::mutex> lock(gLock);
-    return static_cast<int>(std::count(gLines.begin(), gLines.end(), line));
+    const std::vector<LogLine> untaken = lines();
+    return static_cast<int>(std::count(untaken.begin(), untaken.end(), line));
 }
 
 void LogCapture::setObserver(const std::function<void()>& observer) {
