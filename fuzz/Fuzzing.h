@@ -4,24 +4,13 @@
 #include <cstdint>
 #include <cstring>
 #include <string>
-#include <vector>
 
-#include "sensors/ISensorsEventCallback.h"
 #include "tests/support/OnlySensors.h"
+#include "tests/support/RecordingCallback.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 
 namespace fuzzing {
-
-/** Takes events and forgets them. */
-class DroppingCallback
-    : public android::hardware::sensors::V2_0::zelva_sensorhub::ISensorsEventCallback {
-  public:
-    using Event = android::hardware::sensors::V1_0::Event;
-
-    void postEvents(const std::vector<Event>&, bool) override {}
-    void postDirectEvents(const std::vector<Event>&) override {}
-};
 
 /** The next `size` bytes of the input, zero-filled at its end. */
 class Input {

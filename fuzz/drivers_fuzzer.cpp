@@ -19,7 +19,7 @@ constexpr size_t kMaxSteps = 20;
 struct Bench {
     simulator::SimulatedHub hub;
     simulator::RearLightSensor rear{hub};
-    fuzzing::DroppingCallback callback;
+    testing_support::RecordingCallback callback;
     SensorList list{&callback};
 
     void step(fuzzing::Input& input) {
@@ -62,6 +62,7 @@ struct Bench {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static Bench bench;
     bench.hub.clearRequests();
+    bench.callback.take();
     fuzzing::Input input(data, size);
     for (size_t i = 0; i < kMaxSteps && !input.atEnd(); ++i)
         bench.step(input);

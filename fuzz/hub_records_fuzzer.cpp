@@ -31,7 +31,7 @@ constexpr size_t kLongestMessage = 1120;
 struct Bench {
     simulator::SimulatedHub hub{testing_support::onlySensors({})};
     HubServices services{hub};
-    fuzzing::DroppingCallback callback;
+    testing_support::RecordingCallback callback;
     QContextSensor context{&callback};
     SensorHubSensor housekeeping{&callback};
 
@@ -60,6 +60,7 @@ struct Bench {
     /** Leaves nothing of this input to the next one. */
     void clear() {
         hub.clearRequests();
+        callback.take();
         for (const std::string& left : hub.listDirectory(kDirectory))
             hub.removeFile(kDirectory + left);
     }

@@ -15,7 +15,7 @@ using android::hardware::sensors::V2_0::zelva_sensorhub::SensorList;
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     // Few devices, as the search for one takes time; the file's other records are read, too.
     static simulator::SimulatedHub hub(testing_support::onlySensors({1, 17, 38}));
-    static fuzzing::DroppingCallback callback;
+    static testing_support::RecordingCallback callback;
     hub.clearRequests();
     hub.setRawSpec(std::string(reinterpret_cast<const char*>(data), size));
     SensorList list(&callback);

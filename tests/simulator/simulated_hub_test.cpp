@@ -10,6 +10,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <tuple>
 
 #include "simulator/KnownSensors.h"
 #include "simulator/SignalGenerator.h"
@@ -123,17 +124,13 @@ struct Generated {
 };
 
 TEST(SignalGenerator, TakesAnyDuration) {
-    const struct {
-        int64_t periodNs;
-        int64_t latencyNs;
-        int32_t maxDelayUs;
-    } cases[] = {{0, INT64_MAX, 0},
-                 {-1, -1, 10},
-                 {INT64_MIN, INT64_MIN, INT32_MAX},
-                 {INT64_MAX, INT64_MAX, 1}};
-    for (const auto& c : cases) {
-        Generated tested(c.maxDelayUs);
-        tested.start(c.periodNs, c.latencyNs);
+    const std::tuple<int64_t, int64_t, int32_t> cases[] = {{0, INT64_MAX, 0},
+                                                           {-1, -1, 10},
+                                                           {INT64_MIN, INT64_MIN, INT32_MAX},
+                                                           {INT64_MAX, INT64_MAX, 1}};
+    for (const auto& [periodNs, latencyNs, maxDelayUs] : cases) {
+        Generated tested(maxDelayUs);
+        tested.start(periodNs, latencyNs);
         while (tested.records < 4)
             std::this_thread::yield();
     }
