@@ -21,15 +21,15 @@
 
 /* The target of a request, or of a file's content. */
 enum hub_node {
-	HUB_NODE_ENABLE,	 /* sysfs enable */
-	HUB_NODE_FLUSH,		 /* sysfs hbx_flush */
-	HUB_NODE_REAR_ENABLE,	 /* als_rear/als_enable */
-	HUB_NODE_BUFFER,	 /* a device's buffer being switched */
-	HUB_NODE_BATCH,		 /* /dev/batch_io */
-	HUB_NODE_SHUB_INJECTION, /* /dev/shub_data_injection */
-	HUB_NODE_HBX_INJECTION,	 /* /dev/hbx_data_injection */
-	HUB_NODE_MESSAGE,	 /* /dev/hbx_sensorhub */
-	HUB_FIRST_CONTENT,	 /* all that follow have a content */
+	HUB_NODE_ENABLE,			   /* sysfs enable */
+	HUB_NODE_FLUSH,				   /* sysfs hbx_flush */
+	HUB_NODE_REAR_ENABLE,			   /* als_rear/als_enable */
+	HUB_NODE_BUFFER,			   /* a device's buffer being switched */
+	HUB_NODE_BATCH,				   /* /dev/batch_io */
+	HUB_NODE_SHUB_INJECTION,		   /* /dev/shub_data_injection */
+	HUB_NODE_HBX_INJECTION,			   /* /dev/hbx_data_injection */
+	HUB_NODE_MESSAGE,			   /* /dev/hbx_sensorhub */
+	HUB_FIRST_CONTENT,			   /* all that follow have a content */
 	HUB_NODE_FILE_MANAGER = HUB_FIRST_CONTENT, /* sysfs shub_file */
 	HUB_NODE_REAR_DATA,			   /* als_rear/als_data */
 	HUB_NODE_SPEC,				   /* sysfs sensor_spec */
