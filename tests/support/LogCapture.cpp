@@ -15,6 +15,8 @@ namespace testing_support {
 
 namespace {
 
+constexpr size_t kKept = 300;  // of those that were taken
+
 std::mutex gLock;
 bool gCapturing = false;
 std::vector<LogLine> gAll;  // for the report of a failing test
@@ -51,14 +53,17 @@ LogCapture::~LogCapture() {
     gCapturing = false;
     if (!testing::Test::HasFailure()) return;
     std::cerr << "--- the library's log ---\n";
-    for (size_t i = gAll.size() - std::min<size_t>(gAll.size(), 300); i < gAll.size(); ++i)
-        std::cerr << gAll[i] << '\n';
+    for (const LogLine& line : gAll)
+        std::cerr << line << '\n';
 }
 
 std::vector<LogLine> LogCapture::take() {
     const std::vector<LogLine> untaken = lines();
     const std::lock_guard<std::mutex> lock(gLock);
     gTaken += untaken.size();
+    const size_t surplus = gTaken - std::min(gTaken, kKept);
+    gAll.erase(gAll.begin(), gAll.begin() + static_cast<ptrdiff_t>(surplus));
+    gTaken -= surplus;
     return untaken;
 }
 
