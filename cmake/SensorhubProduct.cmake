@@ -9,8 +9,9 @@ function(sensorhub_product_library name)
                                            -fno-exceptions -fstack-protector-strong)
     # Fortified calls need the optimiser, and get in a sanitizer's way.
     if(NOT SENSORHUB_SANITIZE)
-        target_compile_options(${name} PRIVATE $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-U_FORTIFY_SOURCE>
-                                               $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-D_FORTIFY_SOURCE=2>)
+        set(optimised $<CONFIG:Release,RelWithDebInfo,MinSizeRel>)
+        target_compile_options(${name} PRIVATE $<${optimised}:-U_FORTIFY_SOURCE>
+                                               $<${optimised}:-D_FORTIFY_SOURCE=2>)
     endif()
     target_link_libraries(${name} PUBLIC platform Threads::Threads)
 endfunction()

@@ -25,7 +25,9 @@ progress() {
     while IFS= read -r line; do
         case $line in
             "[0/"* | "ninja: no work to do." | "Consolidate compiler"* | "-- "*) ;;
-            "["*"/"*"] "* | "["*"%] "*) [ -z "$over" ] || printf %s "${over}Building ${line%%]*}]" ;;
+            "["*"/"*"] "* | "["*"%] "*)
+                [ -z "$over" ] || printf %s "${over}Building ${line%%]*}]"
+                ;;
             *) printf '%s\n' "$over$line" ;;
         esac
     done

@@ -1,7 +1,7 @@
 """Compares platform/ with the platform's own headers: check-platform.py FOLDER
 
-FOLDER contains "dump", the compiler's print of tests/platform/shape.cpp, and "generated", the headers
-that the interface compiler makes of platform/hidl. Prints every difference; exit code 1 if any.
+FOLDER contains "dump", the compiler's print of tests/platform/shape.cpp, and "generated", the
+headers that the interface compiler makes of platform/hidl. Prints every difference; exit code 1 if any.
 """
 import pathlib
 import re

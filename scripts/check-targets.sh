@@ -1,6 +1,6 @@
 #!/bin/bash
-# Builds for other targets and runs the tests there: 32-bit and 64-bit ARM under user-mode emulation,
-# and the host with clang's C++ library.
+# Builds for other targets and runs the tests there: 32-bit and 64-bit ARM under user-mode
+# emulation, and the host with clang's C++ library.
 # Arguments: names of files in cmake/toolchains/; all three by default.
 set -euo pipefail
 cd "$(dirname "$0")/.."

@@ -8,9 +8,6 @@ import re
 import shlex
 import subprocess
 
-LAUNCHER = shlex.split(os.environ.get("CMAKE_CXX_COMPILER_LAUNCHER", ""))
-MUSL = "/usr/include/x86_64-linux-musl"
-
 
 def run(*command, **options):
     """What it prints. Its last words, when it fails, are the exception's."""
@@ -26,19 +23,23 @@ class Build:
     def __init__(self, root, folder):
         """As a device's tree builds: no simulated hub in the tool, neither RTTI nor exceptions."""
         self.root, self.folder = pathlib.Path(root).resolve(), pathlib.Path(folder).resolve()
-        run("cmake", "-G", "Ninja", "-S", self.root, "-B", self.folder, "-DSUBHALCTL_SIMULATOR=OFF",
-            "-DCMAKE_BUILD_TYPE=Debug", "-DCMAKE_CXX_FLAGS_DEBUG=", "-DCMAKE_CXX_FLAGS=-fno-rtti -fno-exceptions")
+        run("cmake", "-G", "Ninja", "-S", self.root, "-B", self.folder,
+            "-DSUBHALCTL_SIMULATOR=OFF", "-DCMAKE_BUILD_TYPE=Debug", "-DCMAKE_CXX_FLAGS_DEBUG=",
+            "-DCMAKE_CXX_FLAGS=-fno-rtti -fno-exceptions")
         run("ninja", "-C", self.folder, "sensorhub_subhal", "subhalctl", *self.UNIT_TESTS)
         commands = json.loads((self.folder / "compile_commands.json").read_text())
-        self.commands = {os.path.relpath(row["file"], self.root): shlex.split(row["command"]) for row in commands}
+        self.commands = {os.path.relpath(row["file"], self.root): shlex.split(row["command"])
+                         for row in commands}
         library = self.commands["subhal/SubHalEntry.cpp"]
         self.standard = next(word[5:] for word in library if word.startswith("-std="))
-        self.includes = sorted(os.path.relpath(word, self.root) for word in library if word.endswith("/include"))
+        self.includes = sorted(os.path.relpath(word, self.root) for word in library
+                               if word.endswith("/include"))
         self.exports = [os.path.relpath(word.partition("script=")[2], self.root)
                         for word in self.link("sensorhub_subhal") if "version-script=" in word]
 
     def link(self, target):
-        return shlex.split(run("ninja", "-C", self.folder, "-t", "commands", target).splitlines()[-1])
+        commands = run("ninja", "-C", self.folder, "-t", "commands", target)
+        return shlex.split(commands.splitlines()[-1])
 
     @functools.lru_cache
     def objects(self, *targets):
@@ -64,7 +65,8 @@ class Build:
     def headers(self, target):
         """Headers of the platform and of libraries that the compiler read."""
         listed = run("ninja", "-C", self.folder, "-t", "deps", *self.objects(target).values())
-        return sorted(set(re.findall(r"(?:platform/\w+/include/|^ +/usr/include/(?=CLI/|nlohmann/))(.*)", listed, re.M)))
+        return sorted(set(re.findall(
+            r"(?:platform/\w+/include/|^ +/usr/include/(?=CLI/|nlohmann/))(.*)", listed, re.M)))
 
     def options(self, target):
         """Options that a device's tree does not have by itself."""
@@ -78,10 +80,10 @@ class Build:
     def library(self, edited, scratch):
         """The library with another text of one source."""
         (name, text), = edited.items()
-        source, made, library = scratch / "edited.cpp", scratch / "edited.o", scratch / "libedited.so"
-        source.write_text(text)
+        made, library = scratch / "edited.o", scratch / "libedited.so"
         command = self.commands[name]
-        run(*command[:command.index("-o")], "-o", made, "-c", source, cwd=self.folder)
+        run(*command[:command.index("-o")], "-o", made, "-c", "-x", "c++", "-", input=text,
+            cwd=self.folder)
         words, own = self.link("sensorhub_subhal"), self.objects("sensorhub_subhal")[name]
         words = [word for word in words if word not in (":", "&&", own)]
         # Before the archives, whose object of the same source is left out then.
@@ -91,21 +93,21 @@ class Build:
 
     def link_unit_test(self, scratch):
         """The unit tests in one program, as the device's tree builds them."""
-        run("g++", *self.objects(*self.UNIT_TESTS).values(), *self.link_options(*self.UNIT_TESTS), "platform/libplatform_standin.so", "-lgtest_main",
-            "-lgtest", "-ldl", "-o", scratch / "unit_test", "-Wl,-rpath," + str(self.folder / "platform"), cwd=self.folder)
-        if "RUN" not in run(scratch / "unit_test", "--gtest_filter=-*.*Death*"):
+        program = scratch / "unit_test"
+        run("g++", *self.objects(*self.UNIT_TESTS).values(), *self.link_options(*self.UNIT_TESTS),
+            "platform/libplatform_standin.so", f"-Wl,-rpath,{self.folder}/platform",
+            "-lgtest_main", "-lgtest", "-ldl", "-o", program, cwd=self.folder)
+        if "RUN" not in run(program, "--gtest_filter=-*.*Death*"):
             raise RuntimeError("the unit test ran no test")
 
-    def compile_elsewhere(self, name, scratch, text=None):
-        """Against a C library that declares its calls as the device's does, and the device's C++ library."""
-        source = self.root / name
-        if text is not None:
-            source = scratch / "elsewhere.cpp"
-            source.write_text(text)
+    def read_elsewhere(self, name, text):
+        """As a C library that declares its calls like the device's, and the device's C++ library,
+        have the compiler see it."""
         options = [word for word in self.commands[name] if re.match("-D|-std=|-fexceptions", word)]
-        includes = sum((["-isystem", str(self.root / folder)] for folder in self.includes), [])
-        clang = run("clang++", "-print-resource-dir").strip()
-        run(*LAUNCHER, "clang++", *options, "-fno-rtti", "-nostdinc", "-D_LIBCPP_HAS_MUSL_LIBC", "-D_GNU_SOURCE",
-            "-isystem", "/usr/lib/llvm-14/include/c++/v1", "-isystem", MUSL, "-isystem", clang + "/include",
-            "-idirafter", "/usr/include", "-idirafter", "/usr/include/x86_64-linux-gnu", f"-I{self.root}", *includes,
-            "-c", str(source), "-o", str(scratch / (name.replace("/", ".") + ".o")))
+        for folder in ("/usr/lib/llvm-14/include/c++/v1", "/usr/include/x86_64-linux-musl",
+                       *(self.root / folder for folder in self.includes)):
+            options += ["-isystem", folder]
+        run("clang++", *options, "-fsyntax-only", "-fno-rtti", "-nostdlibinc",
+            "-D_LIBCPP_HAS_MUSL_LIBC", "-D_GNU_SOURCE", "-idirafter", "/usr/include",
+            "-idirafter", "/usr/include/x86_64-linux-gnu", f"-I{self.root}", "-x", "c++", "-",
+            input=text)

@@ -13,7 +13,8 @@ import observe
 HERE = pathlib.Path(__file__).parent
 TABLE, CONFINEMENT = "device/nodes.py", generate.SEPOLICY + "sensorhub_confinement.te"
 PRODUCT = ("subhal/", "sensors/", "hub/", "directchannel/")
-OVERRIDES = "chown dac_override dac_read_search fowner mknod sys_admin sys_module sys_ptrace sys_rawio"
+OVERRIDES = ("chown dac_override dac_read_search fowner mknod sys_admin sys_module sys_ptrace "
+             "sys_rawio")
 # What the confinement has to refuse when a rule for another part of the service grants it.
 REFUSED = {("other_vendor_data_file", class_): "append create open read rename setattr unlink write"
            for class_ in ("file", "lnk_file", "fifo_file", "sock_file")}
@@ -42,13 +43,12 @@ class Kit:
         exec(read(TABLE), found.__dict__)  # by its text, which may be edited
         return found
 
-    def elsewhere(self, edits, scratch):
-        """Compiles what a device's tree compiles, or the edited sources alone."""
-        names = self.build.objects("sensorhub_subhal", "subhalctl")
-        jobs = [(name, scratch, edits.get(name)) for name in names if not edits or name in edits]
+    def elsewhere(self, edits):
+        """Has the compiler read what a device's tree compiles, or the edited sources alone."""
+        names = [name for name in self.build.objects("sensorhub_subhal", "subhalctl")
+                 if not edits or name in edits]
         with concurrent.futures.ThreadPoolExecutor(2) as pool:
-            for job in [pool.submit(self.build.compile_elsewhere, *job) for job in jobs]:
-                job.result()
+            list(pool.map(self.build.read_elsewhere, names, map(self.read(edits), names)))
 
     def check(self, edits):
         """All complaints about the project with these other texts: name -> text."""
@@ -63,7 +63,7 @@ class Kit:
 
     def check_all(self, edits, scratch, report):
         read = self.read(edits)
-        self.elsewhere(edits, scratch)
+        self.elsewhere(edits)
         if not edits:
             self.build.link_unit_test(scratch)
         table, observed = self.table(read), self.sound
@@ -90,9 +90,11 @@ def compare(table, observed, report):
         report("the library was not seen to do anything")
     for request in sorted(observed.failed):
         report(f"subhalctl --sim {request} fails")
-    differ("opens", observed.opens, {(node.path, way) for node in table.NODES for way in node.opened.split()})
-    differ("asks", observed.requests, {(node.path, node.request | handle) for node in table.NODES if node.request
-                                       for handle in observed.handles})
+    differ("opens", observed.opens,
+           {(node.path, way) for node in table.NODES for way in node.opened.split()})
+    differ("asks", observed.requests,
+           {(node.path, node.request | handle) for node in table.NODES if node.request
+            for handle in observed.handles})
     differ("uses", observed.properties, {row[:2] for row in table.PROPERTIES})
     for node in table.NODES:
         if node.label not in table.LABELS:
@@ -106,17 +108,20 @@ def compare(table, observed, report):
 
 
 def check_policy(read, scratch, report):
-    """That it compiles on a small platform, its contexts too, and that the confinement holds there."""
+    """That it compiles on a small platform, its contexts too, and that the confinement holds."""
     def compiled(grants=""):
-        rules = "".join(read(generate.SEPOLICY + name) for name in (
-            "file.te", "device.te", "property.te", f"{generate.DOMAIN}.te", "sensorhub_confinement.te"))
-        text = builds.run("m4", "-s", input=(HERE / "platform_policy").read_text().replace("KIT\n", rules + grants))
-        (scratch / "policy.conf").write_text(text + read(generate.SEPOLICY + "genfs_contexts"))
-        builds.run("checkpolicy", "-M", "-c", "30", "-o", scratch / "policy", scratch / "policy.conf")
+        rules = "".join(read(generate.SEPOLICY + name + ".te") for name in (
+            "file", "device", "property", generate.DOMAIN, "sensorhub_confinement"))
+        platform = (HERE / "platform_policy").read_text()
+        text = builds.run("m4", "-s", input=platform.replace("KIT\n", rules + grants))
+        source = scratch / "policy.conf"
+        source.write_text(text + read(generate.SEPOLICY + "genfs_contexts"))
+        builds.run("checkpolicy", "-M", "-c", "30", "-o", scratch / "policy", source)
 
     compiled()
-    (scratch / "file_contexts").write_text(read(generate.SEPOLICY + "file_contexts"))
-    builds.run("sefcontext_compile", "-p", scratch / "policy", "-o", scratch / "contexts", scratch / "file_contexts")
+    contexts = scratch / "file_contexts"
+    contexts.write_text(read(generate.SEPOLICY + "file_contexts"))
+    builds.run("sefcontext_compile", "-p", scratch / "policy", "-o", scratch / "contexts", contexts)
     for name in re.findall(r"u:object_r:(\w+)", read(generate.SEPOLICY + "property_contexts")):
         if not name.startswith("vendor_"):
             report(f"property type {name}: the platform's check wants vendor_ before it")
@@ -144,8 +149,9 @@ def check_guide(text, observed, files, report):
         if path not in installed and path != "sensors":
             report(f"{generate.GUIDE}: the kit installs no /vendor/etc/{path}")
     for name in re.findall(r"`([\w.-]+\.(?:rc|conf|bp|te))`", text):
-        if not any(f"/{file}".endswith("/" + name) for file in [*files, CONFINEMENT, "/ueventd.rc"]) and (
-                f'"{name}"' not in files["device/Android.bp"]):
+        is_file = any(f"/{file}".endswith("/" + name)
+                      for file in [*files, CONFINEMENT, "/ueventd.rc"])
+        if not is_file and f'"{name}"' not in files["device/Android.bp"]:
             report(f"{generate.GUIDE}: there is no {name}")
     if len(shown) < 10:
         report(f"{generate.GUIDE}: hardly a log line is shown")

@@ -6,7 +6,8 @@ import subprocess
 import textwrap
 
 NOTE = "Generated: change device/nodes.py or the build, and run scripts/check-kit.sh generate.\n"
-DOMAIN, LIBRARY, SEPOLICY, GUIDE = "hal_sensors_default", "libsensorhub_subhal", "device/sepolicy/", "device/README.md"
+DOMAIN, LIBRARY = "hal_sensors_default", "libsensorhub_subhal"
+SEPOLICY, GUIDE = "device/sepolicy/", "device/README.md"
 INIT, UEVENTD = "sensorhub-subhal.rc", "ueventd.sensorhub.rc"
 INDENT = "    "
 PERMISSIONS = {"RDONLY": "open read", "WRONLY": "open write", "RDWR": "open read write"}
@@ -14,7 +15,8 @@ WORDS = {"RDONLY": "reading", "WRONLY": "writing", "RDWR": "both", "DIRECTORY": 
 
 # A header of the platform: what exports it, and what has to be linked for it.
 EXPORTS = (
-    ("V2_0/", "android.hardware.sensors@2.X-multihal.header", "android.hardware.sensors@2.0-ScopedWakelock"),
+    ("V2_0/", "android.hardware.sensors@2.X-multihal.header",
+     "android.hardware.sensors@2.0-ScopedWakelock"),
     ("android/hardware/sensors/1.0/", None, "android.hardware.sensors@1.0"),
     ("android/hardware/sensors/2.0/", None, "android.hardware.sensors@2.0"),
     ("android/hidl/", None, "libhidlbase"), ("android/log.h", None, "liblog"),
@@ -26,11 +28,13 @@ EXPORTS = (
 
 
 def rc(table):
-    owned = [node for node in table.NODES if node.path.startswith("/sys/class/")]
-    lines = "".join(f"    chown {' '.join(node.owner.split())} {node.path}\n    chmod {node.mode:04o} {node.path}\n"
-                    for node in owned)
-    folders = "".join(f"    mkdir {node.path.rstrip('/')} {node.mode:04o} {' '.join(node.owner.split())}\n"
-                      for node in table.NODES if node.path.startswith("/data/") and node.mode)
+    lines, folders = "", ""
+    for node in table.NODES:
+        owner = " ".join((node.owner or "").split())
+        if node.path.startswith("/sys/class/"):
+            lines += f"    chown {owner} {node.path}\n    chmod {node.mode:04o} {node.path}\n"
+        elif node.path.startswith("/data/") and node.mode:
+            folders += f"    mkdir {node.path.rstrip('/')} {node.mode:04o} {owner}\n"
     return f"""# {NOTE}# Installed with the library. The hub's class attributes are made after their device is announced, so
 # ueventd would miss them; and the sensors service starts within "boot", so they are ready before that.
 # A platform without a rear light sensor or flip cover leaves those lines without effect.
@@ -69,12 +73,14 @@ def contexts(table):
     files, genfs, covered = "", "", []
     for node in table.NODES:
         if not node.path.startswith("/sys/"):
-            pattern = re.escape(node.path.rstrip("/")) + ("(/.*)?" if node.path.endswith("/") else "")
+            below = "(/.*)?" if node.path.endswith("/") else ""
+            pattern = re.escape(node.path.rstrip("/")) + below
             if table.LABELS[node.label][0] and not node.path.endswith("*"):
                 files += f"{pattern:32} u:object_r:{node.label}:s0\n"
     folder = place(table, "/sys/class/sensors/").rstrip("/")
-    rows = [(folder, "sysfs_sensorhub")] + [(place(table, node.path).split("*")[0], node.label)
-                                            for node in table.NODES if node.path.startswith("/sys/")]
+    rows = [(folder, "sysfs_sensorhub")]
+    rows += [(place(table, node.path).split("*")[0], node.label) for node in table.NODES
+             if node.path.startswith("/sys/")]
     for path, label in rows:
         above = max((row for row in covered if path.startswith(row[0])), default=("", ""))
         if above[1] != label:
@@ -120,10 +126,13 @@ def rules(table, observed):
                 want(node.label, "dir", "write add_name search")
                 want(node.label, class_, "create")
     want("vendor_data_file", "dir", "search")
-    lines = "".join(f"allow {DOMAIN} {label}:{class_} {words[0] if len(words) == 1 else f'{{ {chr(32).join(words)} }}'};\n"
-                    for (label, class_), words in wanted.items())
+    lines = ""
+    for (label, class_), words in wanted.items():
+        permissions = words[0] if len(words) == 1 else f"{{ {' '.join(words)} }}"
+        lines += f"allow {DOMAIN} {label}:{class_} {permissions};\n"
     for node in (node for node in table.NODES if node.request):
-        numbers = " ".join(f"{(node.request | handle) & 0xFFFF:#x}" for handle in sorted(observed.described))
+        numbers = " ".join(f"{(node.request | handle) & 0xFFFF:#x}"
+                           for handle in sorted(observed.described))
         lines += f"""
 # One request for each sensor, with the handle in the lowest byte; of the number, the policy sees the
 # lower half.
@@ -131,7 +140,8 @@ allowxperm {DOMAIN} {node.label}:chr_file ioctl {{
 {textwrap.fill(numbers, 96, initial_indent=INDENT, subsequent_indent=INDENT)}
 }};
 """
-    macros = "".join(f"{call[:3]}_prop({DOMAIN}, {type_})\n" for _, call, _, type_, _ in table.PROPERTIES if type_)
+    macros = "".join(f"{call[:3]}_prop({DOMAIN}, {type_})\n"
+                     for _, call, _, type_, _ in table.PROPERTIES if type_)
     return f"""# {NOTE}# What the library asks of the sensors service's domain, and nothing else.
 
 {lines}
@@ -151,7 +161,8 @@ def types(table):
 
     own = [row for row in table.PROPERTIES if row[3]]
     return (declared(False), declared(True),
-            f"# {NOTE}" + "".join(f"# {what}\n{macro}({type_})\n" for _, _, macro, type_, what in own),
+            f"# {NOTE}" + "".join(f"# {what}\n{macro}({type_})\n"
+                                  for _, _, macro, type_, what in own),
             f"# {NOTE}" + "".join(f"{name:37} u:object_r:{type_}:s0  exact string\n"
                                   for name, _, _, type_, _ in own))
 
@@ -164,7 +175,8 @@ def guide(table, text):
             continue
         word = ("requests" if node.request else "keeping files" if node.path.startswith("/data/")
                 else WORDS[node.opened.split("+")[0]])
-        rows += f"| `{node.path}` | {word} | {format(node.mode, '04o') + ' ' if node.mode else ''}| `{node.label}` |\n"
+        mode = f"{node.mode:04o} " if node.mode else ""
+        rows += f"| `{node.path}` | {word} | {mode}| `{node.label}` |\n"
     return re.sub(r"(\| Node \| For .*\n\|---.*\n)(\|.*\n)*", lambda match: match[1] + rows, text)
 
 
@@ -179,14 +191,16 @@ def blueprint(*modules):
     text = f"// {NOTE}"
     for comment, kind, properties in modules:
         text += "\n" + "".join(f"// {line}\n" for line in comment.splitlines())
-        text += f"{kind} {{\n" + "".join(f"{key}: {value(item)},\n" for key, item in properties.items()
-                                            if item != []) + "}\n"
-    return subprocess.run(["bpfmt", "-o"], input=text, check=True, capture_output=True, text=True).stdout
+        lines = [f"{key}: {value(item)},\n" for key, item in properties.items() if item != []]
+        text += f"{kind} {{\n{''.join(lines)}}}\n"
+    return subprocess.run(["bpfmt", "-o"], input=text, check=True, capture_output=True,
+                          text=True).stdout
 
 
 def exporting(headers):
     """(header_libs, shared_libs) for headers that are included."""
-    found = [next((row for row in EXPORTS if header.startswith(row[0])), None) for header in headers]
+    found = [next((row for row in EXPORTS if header.startswith(row[0])), None)
+             for header in headers]
     if None in found:
         raise ValueError(f"EXPORTS in scripts/kit/generate.py lacks {headers[found.index(None)]}")
     return [sorted({row[column] for row in found} - {None}) for column in (1, 2)]
@@ -208,8 +222,8 @@ def build_files(build):
         return kind, {"name": name, "vendor": True, **properties}
 
     root = blueprint(
-        ("For a device's source tree: what device/Android.bp builds from. A build file names only what lies\n"
-         "below it.", "cc_library_headers",
+        ("For a device's source tree: what device/Android.bp builds from. A build file names only "
+         "what lies\nbelow it.", "cc_library_headers",
          {"name": "sensorhub_subhal_headers", "vendor_available": True, "host_supported": True,
           "export_include_dirs": ["."]}),
         group("sensorhub_subhal_sources", build.sources("sensorhub_subhal")),
@@ -218,29 +232,34 @@ def build_files(build):
         ("The parts whose tests need nothing that only the running library has.", *group(
             "sensorhub_subhal_unit_test_sources", build.sources(*build.UNIT_TESTS))[1:]),
         ("Stand-ins of the platform's libraries, for a host.", "cc_library_host_shared",
-         {"name": "libsensorhub_platform_standin", "srcs": build.sources("platform_standin"), **flags,
-          "export_include_dirs": build.includes}))
+         {"name": "libsensorhub_platform_standin", "srcs": build.sources("platform_standin"),
+          **flags, "export_include_dirs": build.includes}))
     return root, blueprint(
-        ("The library, what is installed beside it, and what helps to bring it up. See README.md.", "cc_defaults",
-         {"name": "sensorhub_subhal_defaults", **flags, **own}),
-        ("", *device("cc_defaults", "sensorhub_subhal_device_defaults", defaults=["sensorhub_subhal_defaults"],
-                     header_libs=headers, shared_libs=shared)),
+        ("The library, what is installed beside it, and what helps to bring it up. See README.md.",
+         "cc_defaults", {"name": "sensorhub_subhal_defaults", **flags, **own}),
+        ("", *device("cc_defaults", "sensorhub_subhal_device_defaults",
+                     defaults=["sensorhub_subhal_defaults"], header_libs=headers,
+                     shared_libs=shared)),
         ("", "cc_library_shared",
-         {"name": LIBRARY, "defaults": ["sensorhub_subhal_device_defaults"], "srcs": [":sensorhub_subhal_sources"],
-          "cflags": build.options("sensorhub_subhal"), "version_script": ":sensorhub_subhal_exports",
+         {"name": LIBRARY, "defaults": ["sensorhub_subhal_device_defaults"],
+          "srcs": [":sensorhub_subhal_sources"], "cflags": build.options("sensorhub_subhal"),
+          "version_script": ":sensorhub_subhal_exports",
           "init_rc": [INIT], "required": ["sensorhub_hals.conf", UEVENTD]}),
-        ("Every sub-HAL of the device stands in this one file: with others on board, leave this module out and\n"
-         "put the line into theirs.", *device("prebuilt_etc", "sensorhub_hals.conf", src="hals.conf",
-                                              filename="hals.conf", sub_dir="sensors")),
+        ("Every sub-HAL of the device stands in this one file: with others on board, leave this "
+         "module out and\nput the line into theirs.",
+         *device("prebuilt_etc", "sensorhub_hals.conf", src="hals.conf", filename="hals.conf",
+                 sub_dir="sensors")),
         ("", *device("prebuilt_etc", UEVENTD, src=UEVENTD)),
         ("", "cc_binary",
-         {"name": "subhalctl", "defaults": ["sensorhub_subhal_device_defaults"], "srcs": [":subhalctl_sources"],
+         {"name": "subhalctl", "defaults": ["sensorhub_subhal_device_defaults"],
+          "srcs": [":subhalctl_sources"],
           "cflags": build.options("subhalctl"),
           "header_libs": sorted(set(tool_headers) - set(headers)),
           "ldflags": build.link_options("subhalctl"), "required": [LIBRARY]}),
         ("", "cc_test_host",
          {"name": "sensorhub_subhal_unit_test", "defaults": ["sensorhub_subhal_defaults"],
-          "srcs": [":sensorhub_subhal_unit_test_sources"], "shared_libs": ["libsensorhub_platform_standin"],
+          "srcs": [":sensorhub_subhal_unit_test_sources"],
+          "shared_libs": ["libsensorhub_platform_standin"],
           "ldflags": build.link_options(*build.UNIT_TESTS), "test_suites": ["general-tests"]}))
 
 

@@ -9,16 +9,19 @@ import tempfile
 import types
 
 FLAGS = ("CREAT", "TRUNC", "APPEND", "NONBLOCK", "NOFOLLOW", "DIRECTORY")
-CALL = re.compile(r" *\d+\.\d+ +\d+ (open|opendir|remove|ioctl|getprop|setprop) +(\S+)(?: (0x\w+))?.* = ")
+CALL = re.compile(r" *\d+\.\d+ +\d+ (open|opendir|remove|ioctl|getprop|setprop) +(\S+)"
+                  r"(?: (0x\w+))?.* = ")
 LOG = re.compile(r" *\d+\.\d+ +\d+ ([VDIWE]) SensorsHub: (.*)")
 # The requests that a proxy and the hub can make; HANDLES stands for all sensors.
 WATCH, DUMP = "watch HANDLES --seconds 0.2", "hub dump 2 1"
-REQUESTS = (WATCH, "flush 1", "direct 38 --rate fast --seconds 0.1", "inject 1 5", "message --text hello", DUMP)
+REQUESTS = (WATCH, "flush 1", "direct 38 --rate fast --seconds 0.1", "inject 1 5",
+            "message --text hello", DUMP)
 # What goes wrong beside an open that is refused.
 TROUBLE = ((WATCH, "drop:4"), (WATCH, "read:1:ENODEV"), (WATCH, "ioctl:/dev/batch_io:EACCES"),
            (WATCH, "write:/sys/bus/iio/devices/iio:device7/buffer/enable:ENOMEM"),
            (WATCH, "write:/sys/class/sensors/hbx_sensor/enable:EIO"),
-           (WATCH, "absent:/sys/bus/iio/devices"), (DUMP, "open:/data/vendor/sensorhub/shub_dump:EACCES"),
+           (WATCH, "absent:/sys/bus/iio/devices"),
+           (DUMP, "open:/data/vendor/sensorhub/shub_dump:EACCES"),
            ("flush 1", "write:/sys/class/sensors/hbx_sensor/hbx_flush:EINVAL"))
 UNKNOWN = '[{"handle": 72}]'  # a catalogue
 
@@ -41,14 +44,15 @@ def normal(text):
 
 
 def observe(tool, library, session):
-    """Opens, requests, properties and log lines of `library`, each open refused once as well. `session` is
-    a program that shows the calls of a session: what it shows of kept files counts."""
+    """Opens, requests, properties and log lines of `library`, each open refused once as well.
+    `session` is a program that shows the calls of a session: what it shows of kept files counts."""
     def run(request, *options):
         # Without a fault it has to succeed; a busy machine may let the hub wait too long.
         for _ in range(1 if options else 3):
-            done = subprocess.run([tool, "--library", library, "--sim", "--trace", "--log", "verbose",
-                                   *options, *request.replace("HANDLES", handles).split()],
-                                  capture_output=True, text=True, errors="replace", timeout=60)
+            done = subprocess.run(
+                [tool, "--library", library, "--sim", "--trace", "--log", "verbose", *options,
+                 *request.replace("HANDLES", handles).split()],
+                capture_output=True, text=True, errors="replace", timeout=60)
             if done.returncode < 0:
                 raise RuntimeError(f"{request} {options}: signal {-done.returncode}")
             if done.returncode == 0 or request == WATCH:  # some sensors have nothing to say
@@ -78,12 +82,14 @@ def observe(tool, library, session):
             elif call == "ioctl":
                 found.requests.add((known(path), int(number, 16)))
             else:
-                what = {"opendir": "DIRECTORY", "remove": "REMOVE"}.get(call) or flag_text(int(number, 16))
+                what = {"opendir": "DIRECTORY", "remove": "REMOVE"}.get(call)
+                what = what or flag_text(int(number, 16))
                 found.opens.add((known(path), what))
                 opened.setdefault(known(path), path)
         return opened.values()
 
-    with concurrent.futures.ThreadPoolExecutor(4) as pool, tempfile.NamedTemporaryFile("w") as chips:
+    with (concurrent.futures.ThreadPoolExecutor(4) as pool,
+          tempfile.NamedTemporaryFile("w") as chips):
         print(UNKNOWN, file=chips, flush=True)
         texts = dict(zip(REQUESTS, pool.map(run, REQUESTS)))
         again = [(request, "--fault", f"open:{path}:EACCES") for request in REQUESTS
