@@ -180,6 +180,7 @@ def what_was_recorded_stays():
         path = os.path.join(directory, "run")
         open(path, "w").write("earlier")
         run("--sim", "record", "-o", path, "none", code=4)
+        run("--sim", "--fault", "read:1:EIO", "record", "-o", path, "1", "--seconds", "0.3", code=6)
         with start([PROGRAM, "--sim", "--still", "record", "-o", path, "17"]) as silent:
             while silent.poll() is None and not os.path.exists(path + ".part"):
                 time.sleep(0.01)
@@ -234,15 +235,19 @@ def recordings():
         spoilt(call, 1, "line [0-9]+: call [0-9]+: ioctl .* instead of write .* 313100", ("(.*\n)", r"\1\1"))
         batch = next(i for i, line in enumerate(lines) if '"number":2148072452}' in line)
         spoilt(batch, 1, "ioctl .*fc04. instead of ioctl .*fc09.", ("2452}", "2457}"))
-        spoilt(len(kinds) - 1 - kinds[::-1].index("call"), 1, "line [0-9]+: call [0-9]+: no write .*enable 33383000",
+        spoilt(len(kinds) - 1 - kinds[::-1].index("call"), 1, "line [0-9]+: call [0-9]+ is missing: write .*enable 33383000",
                ("(.*\n)", r"\1\1"))
         spoilt(raw, 2, "line %(line)d: .hex. is not in hex", ('hex":"', 'hex":"x'))
         spoilt(raw, 2, "line %(line)d: this is no JSON object", ("}", ""))
         spoilt(raw, 2, "line %(line)d: .handle. is out of range", ('handle":', 'handle":99999'))
         spoilt(raw, 2, "line %(line)d: .kind. is unknown", ("raw", "row"))
         spoilt(event, 2, "line %(line)d: .hex. has 65 bytes instead of 64", ('hex":"', 'hex":"00'))
-        spoilt(0, 2, "line 1: .version. is out of range", ('version":1', 'version":2'))
+        spoilt(0, 2, "line 1: .version. is not 1, the one that this ", ('version":1', 'version":2'))
         spoilt(len(lines) - 1, 2, "line [0-9]+: the recording breaks off", (".*\n", ""))
+        spoilt(len(lines) - 1, 2, "events. is not their number, [0-9]+", ('events":', 'events":1'))
+        greeting = next(i for i, line in enumerate(lines) if "shub_file" in line)
+        spoilt(greeting, 1, "line %(line)d: call 1: write .*file 03 instead of .* 04", ('"03"', '"04"'))
+        spoilt(greeting, 1, "call 1 is not recorded: write .*file 03", (".*\n", ""))
         spoilt(len(lines) - 1, 2, "line [0-9]+: the recording breaks off in", ("}\n", ""))
 
         # It has no say over files of the host: not by a request of the hub's, not by a way out.
@@ -268,7 +273,8 @@ def recordings():
     return faults
 
 
-def made(count=600, period=10 * MS, lost=(), late=None, stale=0, x=lambda i: 1, others=True):
+def made(count=600, period=10 * MS, lost=(), late=None, stale=0, x=lambda i: 1, others=True,
+         odd=None):
     """A recording from second 1,000 on. The accelerometer at 100 Hz says 1, 2, 9; each record is read
     1 ms after its stamp, and posted 1 ms later. The proximity sensor reports once."""
     start = 1000 * 10**9
@@ -297,9 +303,10 @@ def made(count=600, period=10 * MS, lost=(), late=None, stale=0, x=lambda i: 1, 
     if others:
         event(8, 65592, start + 200 * MS, (8, 100))
         lines += [{"kind": "wakelock", "t": start + t * MS, "held": t == 201} for t in (201, 204)]
+    lines[-5].update(odd or {})
     request("flush", 1, end, "BAD_VALUE")
     request("activate", 1, end, enable=False)
-    lines.append({"kind": "end", "t": end, "events": count})
+    lines.append({"kind": "end", "t": end, "events": sum(line["kind"] == "event" for line in lines)})
     return saved_file("".join(json.dumps(line) + "\n" for line in lines))
 
 
@@ -405,7 +412,7 @@ ROWS = {
             out=r"\n *[0-9.]+ +16    ( +\S+){4}\n {29}( +\S+){2}  rad/s\n(.|\n)*"
                 r"\nhandle  sensor +events  granted/Hz  measured/Hz +p99/ms  lost\n"),
         Row("watch --help", hub="", env={"COLUMNS": "80"}, lines="^.{0,80}$",
-            out=r"--require(.|\n)*\n  --sim(.|\n)*\n  --quiet(.|\n)*\nExit codes: \S+ --help\n$"),
+            out=r"--require(.|\n)*\n  --sim(.|\n)*\n  --quiet(.|\n)*\nExit status: \S+ --help\n$"),
         Row("plot --help", hub="", judge=lambda out: "--sim" not in out),
         Row("watch 1@1 --count 4", out=r"accelerometer +4 +1.000 +6.250 +6.250 "),
         Row("watch 1 5 --rate 50 --count 20 --format csv", lines=r"^([^,]*,){10}[^,]*$",
@@ -432,6 +439,7 @@ ROWS = {
     ],
     "refusals": [
         Row("", 2, err="expected a verb: list, doctor"),
+        Row("--bogus", 2, err="not expected: --bogus"),
         Row("lst", 2, err="lst is no verb; expected one of list, "),
         Row("watch 1 --rate 5 --period 5", 2, err="excludes"),
         Row("--seed 3 list", 2, err="--seed requires --sim", hub=""),
@@ -571,6 +579,10 @@ ROWS = {
         compared(r"^accel.*\ndiffers +x mean +1 +2.5 +\+1.5\n1 diff", x=lambda i: 2.5),
         compared(r"\ndiffers +x deviation +0 +1 +\+1\n1 diff", x=lambda i: i % 2 * 2),
         compared("^physical_proximity.*\ndiffers  only in the first recording\n1 diff", others=False),
+        compared(r"^accel.*\ndiffers +other types/% +0 +0.16.*\n1 diff", odd={"type": 35}),
+        compared(r"^accel.*\ndiffers +with wakelock/% +0 +0.16.*\n1 diff", odd={"wakelock": True}),
+        compared(r"\ndiffers +backward/% +0 +0.16.*\n", odd={"timestamp_ns": 1000 * 10**9 + 6080 * MS}),
+        compared(r"\ndiffers +stale/% +0 +0.16", stale=2**62),
         Row(["compare", made(), made(0, others=False)], 6, hub="", err="no data events in it"),
         Row(["plot", made(), "-o", "/nonexistent/page"], 2, hub="", err="/nonexistent/page: No such"),
         Row(["export", made(), "-o", "/dev/full"], 8, hub="", err="output was lost: No space"),
@@ -593,24 +605,32 @@ ROWS = {
         # All figures, by requiring what none fulfils.
         *[Row(["--replay", REAL_DEVICES, "--fast", "watch", sensor, "--quiet", "--require",
                ",".join(FIGURES)], 1, hub="",
-              err="".join(r"%s \S+ is %s( ms)?, required is %s\n.*" % (name, value, figure)
+              err="".join("no sensor of this run has it\n.*" if value == "-" else
+                      r"%s \S+ is %s( ms)?, required is %s\n.*" % (name, value, figure)
                           for figure, value in zip(FIGURES, values.split())))
           for sensor, name, values in (
-              ("1@20", "accelerometer:", "13 12 7.817 85.559 100.000 100.000 0.000 10"),
-              ("38@100", "vdis_gyro:", "61 60 3.751 94.204 20.000 20.000 0.000 50"),
-              ("5", "light:", "6 0 6.818 21.004 200.000 250.000 20.000"))],
+              ("1@20", "accelerometer:", "13 12 7.81741 85.5595 100 100 0 10"),
+              ("38@100", "vdis_gyro:", "61 60 3.75053 94.204 20 20 0 50"),
+              ("5", "light:", "6 - 6.81811 21.0036 - - - -"))],
         Row("record 1 --seconds 0.3 -o /dev/full", 8, err="/dev/full: No space left"),
         Row("record 1@500 -o -", 8, stdout="head", err="-: Broken pipe"),
         Row(["--replay", REAL_DEVICES, "--fast", "watch", "1", "--require", "lost=0,rate<11"], hub=""),
         Row("record 1 -o /nonexistent/run", 2, err="/nonexistent/run.part: No such file"),
         Row("--replay /nonexistent list", 2, err="/nonexistent: No such", hub=""),
         Row("replay /dev/zero", 2, err="line 1: ", hub=""),
-        Row("replay /dev/null", 2, err="line 0: the file is empty", hub=""),
+        Row("replay /dev/null", 2, err="null: the file is empty", hub=""),
         Row("watch 1@100 8 --stats 0.2 --seconds 0.5 --require lost=0,backward=0,rate>90,rate<110",
             out=r"time/s .*\n.* accelerometer +[1-9][0-9]* +100.000 +(9[0-9]|100)\.(.|\n)*handle "),
         # A slice's only interval began in an earlier slice.
         Row("watch 34@5 --stats 0.1 --seconds 0.5", out=r"light_cct +1 +5.000 +5.000 +5.000 +0.000 "),
         Row(["watch", "1@100", "--seconds", "0.3", "--require", " events > 5,lost=0 , jitter< 5 ms"]),
+        Row("watch 5 --count 1 --require rate>1", 1, err="rate>1: no sensor of this run has it"),
+        Row("watch 1@30 --count 9 --require rate=30,interval.max<=33.3333ms"),
+        Row("watch 1@30 --count 9 --require rate>30", 1, err="rate is 30, required is rate>30"),
+        Row("--fault read:38:EIO watch 38@100 1@10 --seconds 0.3", 6, err="vdis_gyro stayed silent"),
+        Row("watch 17 1@10 --count 1 --format json", judge=lambda out: json.loads(out.splitlines()[1]) [
+            "latency_p50_ns"] is None and json.loads(out.splitlines()[2])["jitter_ns"] is None),
+        Row(["--replay", REAL_DEVICES, "--fast", "watch", "1", "--stats", "1"], 2, hub="", err="excludes --fast"),
         Row("watch 34@5 --count 1 --require interval.max<1s", 1, err="light_cct: nothing was meas"),
         Row("watch 1@100 --seconds 0.3 --require events>5,latency.p99<1us", 1,
             err="accelerometer: latency.p99 is .* ms, required is latency.p99<1us"),
@@ -631,10 +651,10 @@ ROWS = {
         *[Row("watch 1 38", signals=[number], out=" 38  vdis_gyro +[1-9]")
           for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP)],
         Row("direct 38 --rate fast --seconds 30", signals=[signal.SIGINT], out="records, "),
-        Row("watch 1 --count 100000", 6, signals=[signal.SIGINT]),
+        *[Row("watch 1 --%s 20000" % end, 6, signals=[signal.SIGINT]) for end in ("count", "seconds")],
         Row("--still watch 17 --require lost=0", 6, signals=[signal.SIGTERM], err="before any event"),
         Row("watch 1 --seconds 20 --require lost=0", 6, signals=[signal.SIGTERM],
-            err="before --require could be judged"),
+            err="before --seconds were over"),
         *[Row("watch 1@100 --seconds 1 --require events>80", signals=[number], ignored=[number])
           for number in (signal.SIGINT, signal.SIGHUP)],
         Row("list", 130, stdout="hung", signals=[signal.SIGINT, signal.SIGINT]),

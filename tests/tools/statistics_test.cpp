@@ -100,6 +100,8 @@ TEST(SensorValues, NameWhatThePayloadHolds) {
     EXPECT_EQ(unknown.values[15].exactText(), "0x00000abc");
     EXPECT_STREQ(unknown.meaning, "");
 
+    payload[0] = 0x404BA427;
+    EXPECT_EQ(decode(1, payload).values[0].exactText(), "3.181894") << "no digit of noise";
     payload[4] = 0x40E00000;  // 7.0F
     const Reading colour = decode(65587, payload);
     ASSERT_EQ(colour.values.size(), 4U) << "word 3 says nothing";

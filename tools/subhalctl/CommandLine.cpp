@@ -22,7 +22,7 @@ constexpr char kNaming[] =
 constexpr char kHubOptions[] = "Hub options";
 constexpr char kCommonOptions[] = "Common options";
 constexpr char kExitCodes[] =
-    "Exit codes:\n"
+    "Exit status:\n"
     "  0  fine\n"
     "  1  a check failed\n"
     "  2  usage, or a file named there cannot be used\n"
@@ -138,8 +138,10 @@ void addGlobalOptions(CLI::App& app, GlobalOptions& options) {
                    "Show the library's log on standard error from this level (default: silent with "
                    "--sim, else warning)")
         ->check(CLI::IsMember({"verbose", "debug", "info", "warning", "error", "silent"}));
-    app.add_flag("--quiet", options.quiet,
-                 "No headers and notes, no summary of watch, no records of direct");
+    app.add_flag(
+        "--quiet", options.quiet,
+        "No headings and notes, no summary of watch, no records of direct; CSV and --stats keep "
+        "their headings, and direct, check and doctor their summary");
     app.add_flag("--wide", options.wide,
                  "All columns and whole lines, however narrow the terminal is");
     app.option_defaults()->group("Options");
@@ -205,9 +207,10 @@ void addWatched(CLI::App& verb, WatchOptions& options) {
         ->transform(whole(0, 86'400'000));
     verb.add_option("--count", options.count, "End after that many events")
         ->transform(whole(1, kLargestCount));
-    verb.add_option("--seconds", options.seconds,
-                    "End after that time (default: at Ctrl-C). Exit code 6 with fewer events than "
-                    "--count, or when a sensor that reports by itself stayed silent")
+    verb.add_option(
+            "--seconds", options.seconds,
+            "End after that time (default: at Ctrl-C). Exit status 6 with fewer events than "
+            "--count, or when a sensor that reports by itself stayed silent")
         ->check(seconds());
     verb.add_option("--require", options.requirement, kRequirementHelp)
         ->check([](const std::string& text) { return requirementFault(text); });
@@ -241,7 +244,7 @@ void addRecord(CLI::App& app, Command& command) {
 void addReplay(CLI::App& app, Command& command) {
     CLI::App* replay = app.add_subcommand(
         "replay",
-        "Play a recording to the library; exit code 1 when events or calls differ from it");
+        "Play a recording to the library; exit status 1 when events or calls differ from it");
     addFile(*replay, "FILE", kRecordingHelp, command.options.hub.recording);
     replay->add_flag("--fast", command.options.hub.fast,
                      "Play without waiting for the recorded times");
@@ -264,7 +267,7 @@ void addPlotAndExport(CLI::App& app, Command& command) {
 void addCompare(CLI::App& app, Command& command) {
     const auto [verb, options] = Verb(
         app, command, "compare",
-        "Compare the figures of two recordings; exit code 1 when they differ (--quiet: show only "
+        "Compare the figures of two recordings; exit status 1 when they differ (--quiet: show only "
         "what differs)",
         runCompare);
     addFile(*verb, "FIRST", kRecordingHelp, options->first);
@@ -312,7 +315,7 @@ void addDirect(CLI::App& app, Command& command) {
         ->check(hertz());
     verb->add_flag(
         "--check", options->check,
-        "Exit code 1 when a record was missed, repeated, torn or lost, or the reader stalled");
+        "Exit status 1 when a record was missed, repeated, torn or lost, or the reader stalled");
     addEventFormat(*verb, options->format);
 }
 
@@ -376,7 +379,7 @@ class Help : public CLI::Formatter {
         std::string footer = app->get_option_no_throw("SENSOR") != nullptr ? kNaming : "";
         if (!bringsHub(*app)) footer += group(*program, kHubOptions);
         if (!readsOnly(*app)) footer += group(*program, kCommonOptions);
-        return footer + "\nExit codes: subhalctl --help\n";
+        return footer + "\nExit status: subhalctl --help\n";
     }
 
   private:
@@ -418,6 +421,8 @@ ExitCode report(const CLI::App& app, const CLI::ParseError& error) {
     } else if (noVerb && rest.empty() &&
                error.get_exit_code() == static_cast<int>(CLI::ExitCodes::RequiredError)) {
         complain("expected a verb: %s; see --help", names.c_str());
+    } else if (noVerb && !rest.empty()) {
+        complain("The following argument was not expected: %s; see --help", rest[0].c_str());
     } else {
         complain("%s; see --help", error.what());
     }

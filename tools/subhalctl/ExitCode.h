@@ -2,7 +2,7 @@
 
 namespace subhalctl {
 
-/** Exit codes of the program; scripts rely on the numbers. */
+/** Exit status of the program; scripts rely on the numbers. */
 enum ExitCode : int {
     kOk = 0,
     kCheckFailed = 1,

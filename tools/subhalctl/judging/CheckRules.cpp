@@ -185,8 +185,8 @@ void Subject::checkValues() const {
     }
     const double mean = sum / static_cast<double>(events);
     judge(mean >= norm->low && mean <= norm->high, "values",
-          formatted("%zu events in range, %.3f for %s of %g to %g", events, mean, norm->what,
-                    norm->low, norm->high));
+          formatted("%s in range, %.3f for %s of %g to %g", counted(events, "event").c_str(), mean,
+                    norm->what, norm->low, norm->high));
 }
 
 void Subject::checkMode() const {
@@ -222,8 +222,8 @@ void Subject::checkFlushOrder(int64_t flushedNs) const {
         if (i >= observed.beforeFlushed) ++late;
     }
     if (observed.completions != 1 || held == 0) {
-        return skip("flush-order",
-                    formatted("%zu events held back, %d completions", held, observed.completions));
+        return skip("flush-order", counted(held, "event") + " held back, " +
+                                       counted(observed.completions, "completion"));
     }
     // On a busy machine late samples also come after it, but not all that was held back.
     judge(late < held, "flush-order",
@@ -345,10 +345,10 @@ bool Subject::checkTimestamps(int64_t latencyNs) const {
         soonest >= -kAheadNs && soonest <= latencyNs + (several ? kAgeNs : kArrivalNs);
     const bool sound = notRising == 0 && !bunched && current;
     judge(sound, "timestamps",
-          formatted("%zu events, %d not rising, %.3f ms apart, at least %.3f ms old when they "
+          formatted("%s, %d not rising, %.3f ms apart, at least %.3f ms old when they "
                     "arrived, %zu stale",
-                    observed.events.size(), notRising, milliseconds(apart), milliseconds(soonest),
-                    observed.stale));
+                    counted(observed.events.size(), "event").c_str(), notRising,
+                    milliseconds(apart), milliseconds(soonest), observed.stale));
     return sound;
 }
 
@@ -401,7 +401,7 @@ void Subject::checkBatching(int64_t latencyNs, int64_t flushedNs) const {
     const auto longestNs =
         static_cast<int64_t>(static_cast<double>(latencyNs) * (1 + kLatencyTolerance));
     judge(batches > 0 && heldNs >= latencyNs / 2 && heldNs <= longestNs, "batching",
-          formatted("%zu events in %s, held back for %.1f ms of %.1f ms", events,
+          formatted("%s in %s, held back for %.1f ms of %.1f ms", counted(events, "event").c_str(),
                     counted(batches, "batch", "es").c_str(),
                     batches > 0 ? milliseconds(heldNs) : 0.0, milliseconds(latencyNs)));
     checkFlushOrder(flushedNs);

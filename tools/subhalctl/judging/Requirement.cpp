@@ -8,6 +8,7 @@
 #include <map>
 #include <optional>
 
+#include "tools/subhalctl/proxy/SensorLookup.h"
 #include "tools/subhalctl/showing/Output.h"
 
 namespace subhalctl {
@@ -17,6 +18,7 @@ namespace {
 struct Figure {
     const char* name;
     bool isDuration;
+    bool needsRate;
     double (*of)(const Watched& watched);
 };
 
@@ -24,26 +26,38 @@ double asDouble(int64_t value) {
     return static_cast<double>(value);
 }
 
-constexpr char kRate[] = "rate";
 constexpr Figure kFigures[] = {
-    {"events", false, [](const Watched& one) { return asDouble(one.events); }},
-    {"lost", false, [](const Watched& one) { return asDouble(one.intervals.lost()); }},
-    {"backward", false, [](const Watched& one) { return asDouble(one.intervals.backward()); }},
-    {"stale", false, [](const Watched& one) { return asDouble(one.stale); }},
-    {"wakelocks", false, [](const Watched& one) { return asDouble(one.wakelocks); }},
-    {kRate, false, [](const Watched& one) { return one.intervals.rateHz(); }},
-    {"jitter", true, [](const Watched& one) { return one.intervals.jitterNs(); }},
-    {"latency.p50", true, [](const Watched& one) { return asDouble(one.latency.quantileNs(0.5)); }},
-    {"latency.p99", true,
+    {"events", false, false, [](const Watched& one) { return asDouble(one.events); }},
+    {"lost", false, true, [](const Watched& one) { return asDouble(one.intervals.lost()); }},
+    {"backward", false, false,
+     [](const Watched& one) { return asDouble(one.intervals.backward()); }},
+    {"stale", false, false, [](const Watched& one) { return asDouble(one.stale); }},
+    {"wakelocks", false, false, [](const Watched& one) { return asDouble(one.wakelocks); }},
+    {"rate", false, true, [](const Watched& one) { return one.intervals.rateHz(); }},
+    {"jitter", true, true, [](const Watched& one) { return one.intervals.jitterNs(); }},
+    {"latency.p50", true, false,
+     [](const Watched& one) { return asDouble(one.latency.quantileNs(0.5)); }},
+    {"latency.p99", true, false,
      [](const Watched& one) { return asDouble(one.latency.quantileNs(0.99)); }},
-    {"latency.max", true, [](const Watched& one) { return asDouble(one.latency.longestNs()); }},
-    {"interval.min", true, [](const Watched& one) { return asDouble(one.intervals.shortestNs()); }},
-    {"interval.max", true, [](const Watched& one) { return asDouble(one.intervals.longestNs()); }},
+    {"latency.max", true, false,
+     [](const Watched& one) { return asDouble(one.latency.longestNs()); }},
+    {"interval.min", true, true,
+     [](const Watched& one) { return asDouble(one.intervals.shortestNs()); }},
+    {"interval.max", true, true,
+     [](const Watched& one) { return asDouble(one.intervals.longestNs()); }},
 };
 
 bool isMeasured(const Figure& figure, const Watched& one) {
     if (std::strncmp(figure.name, "latency", 7) == 0) return one.latency.count() > 0;
-    return one.intervals.intervals() > 0 || !(figure.isDuration || figure.name == kRate);
+    return !figure.needsRate || one.intervals.intervals() > 0;
+}
+
+/** As messages show it. Counts are whole; all else is compared with these six digits. */
+std::string textOf(const Figure& figure, double value) {
+    const bool isCount = !figure.isDuration && std::strcmp(figure.name, "rate") != 0;
+    if (isCount) return formatted("%.0f", value);
+    return formatted("%.6g", figure.isDuration ? value / 1e6 : value) +
+           (figure.isDuration ? " ms" : "");
 }
 
 using Comparison = std::function<bool(double, double)>;
@@ -122,22 +136,27 @@ std::string requirementFault(const std::string& text) {
     return why;
 }
 
-std::vector<std::string> brokenRequirements(const std::string& text, const Watched& watched) {
+std::vector<std::string> brokenRequirements(const std::string& text,
+                                            const std::vector<Watched>& watched) {
     std::vector<std::string> broken;
-    if (text.empty()) return broken;
     std::string why;
-    for (const Part& part : parse(text, &why)) {
-        const bool measured = isMeasured(*part.figure, watched);
-        // A sensor without a rate cannot miss one, and may have reported only once.
-        if (watched.grantedHz <= 0 && (!measured || part.figure->name == kRate)) continue;
-        const double value = part.figure->of(watched);
-        if (measured && part.compare(value, part.bound)) continue;
-        const char* name = part.figure->name;
-        const std::string is = !measured ? "nothing was measured"
-                               : part.figure->isDuration
-                                   ? formatted("%s is %.3f ms", name, value / 1e6)
-                                   : formatted("%s is %g", name, value);
-        broken.push_back(is + ", required is " + part.text);
+    const auto parts = text.empty() ? std::vector<Part>() : parse(text, &why);
+    for (const Part& part : parts) {
+        bool applies = false;
+        for (const Watched& one : watched) {
+            const bool measured = isMeasured(*part.figure, one);
+            // A sensor without a rate cannot miss one, and may not have reported.
+            if (one.grantedHz <= 0 && (!measured || part.figure->needsRate)) continue;
+            applies = true;
+            const double value = part.figure->of(one);
+            const std::string shown = textOf(*part.figure, value);
+            const bool same = shown == textOf(*part.figure, part.bound);
+            if (measured && part.compare(same ? part.bound : value, part.bound)) continue;
+            const std::string is =
+                measured ? std::string(part.figure->name) + " is " + shown : "nothing was measured";
+            broken.push_back(typeName(*one.sensor) + ": " + is + ", required is " + part.text);
+        }
+        if (!applies) broken.push_back(part.text + ": no sensor of this run has it");
     }
     return broken;
 }

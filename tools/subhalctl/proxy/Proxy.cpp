@@ -107,7 +107,8 @@ ExitCode Proxy::open() {
     const std::string path = mOptions.library.empty() ? defaultLibrary() : mOptions.library;
     mLibrary = std::make_unique<host_proxy::SubHalLibrary>(path);
     if (mLibrary->subHal() == nullptr) {
-        complain("%s: %s", path.c_str(), mLibrary->error().c_str());
+        const std::string& why = mLibrary->error();  // the loader's begins with the path
+        complain("%s", why.find(path) == 0 ? why.c_str() : (path + ": " + why).c_str());
         return kCannotLoad;
     }
     const ExitCode initialized = initialize();

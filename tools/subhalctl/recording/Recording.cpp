@@ -131,7 +131,6 @@ void Recorder::call(const FileCall& call) {
     if (brought && startsWith(call.path, kDevicePrefix)) {
         const auto handle = mHandles.find(mNames[deviceNumber(call.path, kDevicePrefix)]);
         if (handle == mHandles.end()) return;
-        mHasData = true;
         return write("raw", hubNowNs(), {{"handle", handle->second}, {"hex", hexOf(call.bytes)}});
     }
     const int number = deviceNumber(call.path, std::string(kIioDirectory) + kIioPrefix);
@@ -165,7 +164,6 @@ void Recorder::request(int64_t startNs, const ProxyRequest& request) {
 void Recorder::event(const ReceivedEvent& received) {
     const std::lock_guard<std::mutex> lock(mLock);
     ++mEvents;
-    mHasData = true;
     write("event", received.receivedNs,
           {{"handle", received.event.sensorHandle},
            {"type", static_cast<int32_t>(received.event.sensorType)},
@@ -191,9 +189,9 @@ std::string Recorder::property(const std::string& name, const std::string& value
     return value;
 }
 
-bool Recorder::hasData() const {
+bool Recorder::hasEvents() const {
     const std::lock_guard<std::mutex> lock(mLock);
-    return mHasData;
+    return mEvents > 0;
 }
 
 /** Everything is on the disk before the old file goes. */
@@ -348,7 +346,9 @@ class Loader {
             if (kind != "start" || members.text("recording") != "subhalctl") {
                 return members.blame("kind", "is not that of a recording");
             }
-            members.number("version", kVersion, kVersion);
+            if (members.number("version", 0, INT64_MAX) != kVersion)
+                members.blame("version",
+                              formatted("is not %d, the one that this program reads", kVersion));
             mRecording.startNs = timeNs;
             return;
         }
@@ -357,7 +357,12 @@ class Loader {
             return;
         }
         if (kind == "end") {
-            members.number("events", 0, INT64_MAX);
+            const auto& all = mRecording.entries;
+            const int64_t events = std::count_if(all.begin(), all.end(), [](const auto& entry) {
+                return entry.kind == Kind::kEvent;
+            });
+            if (members.number("events", 0, INT64_MAX) != events)
+                members.blame("events", "is not their number, " + std::to_string(events));
             mEnded = true;
             return;
         }
@@ -467,7 +472,8 @@ bool loadRecording(const std::string& path, Recording* recording) {
         fault = std::strerror(errno);
     } else {
         fault = loader.read(file);
-        if (!fault.empty()) fault = formatted("line %zu: ", loader.lines()) + fault;
+        const size_t line = loader.lines();
+        if (!fault.empty() && line > 0) fault = formatted("line %zu: ", line) + fault;
         std::fclose(file);
     }
     if (!fault.empty()) return fails(path, fault);

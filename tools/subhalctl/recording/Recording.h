@@ -53,8 +53,8 @@ class Recorder : public PlatformHooks {
     int64_t clock(int64_t now) override;
     std::string property(const std::string& name, const std::string& value) override;
 
-    /** Whether a sensor produced data. */
-    bool hasData() const;
+    /** Whether an event has been recorded. */
+    bool hasEvents() const;
     /** Writes the last line and replaces the file. Returns false after reporting any lost write. */
     bool finish();
     /** Removes the file unless it is finished. */
@@ -71,7 +71,6 @@ class Recorder : public PlatformHooks {
     std::string mPath;  // with links resolved
     std::string mPart;  // empty when the lines go to mPath
     int mError = 0;     // errno of the first write that failed
-    bool mHasData = false;
     int64_t mEvents = 0;
     std::map<std::string, int> mHandles;  // by IIO name, once the specification has been read
     std::map<int, std::string> mNames;    // IIO names by device number

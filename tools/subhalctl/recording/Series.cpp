@@ -40,8 +40,11 @@ void addEvent(const Entry& entry, int64_t readNs, Series* series) {
         received.wakelock && (series->events.empty() ||
                               series->events.back().received.receivedNs != received.receivedNs);
     if (kindOf(received.event) == EventKind::kData) {
-        series->sensor.type = received.event.sensorType;
+        if (!series->typed) series->sensor.type = received.event.sensorType;
+        series->typed = true;
+        series->retyped += received.event.sensorType != series->sensor.type ? 1 : 0;
     }
+    series->held += received.wakelock ? 1 : 0;
     series->events.push_back({received, readNs});
 }
 

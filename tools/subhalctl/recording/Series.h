@@ -42,6 +42,9 @@ struct Series {
     std::vector<const Recording::Entry*> requests{};
     std::vector<Span> on{};
     int64_t late = 0;
+    int64_t held = 0;     ///< events with a wakelock
+    bool typed = false;   ///< the type is that of the first event of data
+    int64_t retyped = 0;  ///< data of another type than the first
     Watched figures{nullptr, 0, 0, IntervalStatistics()};
 
     /** As in "light (5)". */

@@ -195,21 +195,23 @@ class JsonWriter : public EventWriter {
     void summary(const std::vector<Watched>& watched) override {
         for (const Watched& one : watched) {
             const IntervalStatistics& intervals = one.intervals;
+            const bool spaced = intervals.intervals() > 0;
+            const bool timed = one.latency.count() > 0;
             const Json line = {{"kind", "summary"},
                                {"handle", one.sensor->sensorHandle},
                                {"sensor", typeName(*one.sensor)},
                                {"events", one.events},
                                {"flushes", one.flushes},
-                               {"asked_hz", rate(one.askedHz)},
-                               {"granted_hz", rate(one.grantedHz)},
-                               {"measured_hz", rate(intervals.rateHz())},
-                               {"jitter_ns", intervals.jitterNs()},
-                               {"min_ns", intervals.shortestNs()},
-                               {"max_ns", intervals.longestNs()},
-                               {"latency_p50_ns", one.latency.quantileNs(0.5)},
-                               {"latency_p99_ns", one.latency.quantileNs(0.99)},
-                               {"latency_max_ns", one.latency.longestNs()},
-                               {"lost", intervals.lost()},
+                               {"asked_hz", measured(one.askedHz > 0, one.askedHz)},
+                               {"granted_hz", measured(one.grantedHz > 0, one.grantedHz)},
+                               {"measured_hz", measured(spaced, intervals.rateHz())},
+                               {"jitter_ns", measured(spaced, intervals.jitterNs())},
+                               {"min_ns", measured(spaced, intervals.shortestNs())},
+                               {"max_ns", measured(spaced, intervals.longestNs())},
+                               {"latency_p50_ns", measured(timed, one.latency.quantileNs(0.5))},
+                               {"latency_p99_ns", measured(timed, one.latency.quantileNs(0.99))},
+                               {"latency_max_ns", measured(timed, one.latency.longestNs())},
+                               {"lost", measured(spaced || one.grantedHz <= 0, intervals.lost())},
                                {"backward", intervals.backward()},
                                {"stale", one.stale},
                                {"wakelocks", one.wakelocks}};
@@ -218,7 +220,10 @@ class JsonWriter : public EventWriter {
     }
 
   private:
-    static Json rate(double hertz) { return hertz > 0 ? Json(hertz) : Json(nullptr); }
+    template <typename Number>
+    static Json measured(bool is, Number value) {
+        return is ? Json(value) : Json(nullptr);
+    }
 };
 
 }  // namespace

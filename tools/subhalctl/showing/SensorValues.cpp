@@ -139,15 +139,28 @@ std::string Value::text() const {
 }
 
 std::string Value::exactText() const {
-    if (form == Form::kNumber) return formatted("%.9g", static_cast<double>(number));
+    std::string text;
+    // Nine digits are enough for any float.
+    for (int digits = 6; form == Form::kNumber && digits <= 9; ++digits) {
+        text = formatted("%.*g", digits, static_cast<double>(number));
+        if (std::strtof(text.c_str(), nullptr) == number) break;
+    }
+    if (form == Form::kNumber) return text;
     return form == Form::kCount ? formatted("%" PRIu64, count) : formatted("0x%08" PRIx64, count);
 }
 
 Json Value::json() const {
     if (form == Form::kCount) return count;
     if (form == Form::kWord) return exactText();
-    // By way of the short text, or each float would come with the digits of a double.
-    return std::isfinite(number) ? Json(std::strtod(exactText().c_str(), nullptr)) : Json(nullptr);
+    Json json = nullptr;
+    for (int digits = 6; std::isfinite(number) && digits <= 9; ++digits) {
+        const std::string text = formatted("%.*g", digits, static_cast<double>(number));
+        if (std::strtof(text.c_str(), nullptr) != number) continue;
+        json = std::strtod(text.c_str(), nullptr);
+        // The JSON library gives some doubles all their digits; ".0" is its own.
+        if (json.dump().size() <= text.size() + 2) break;
+    }
+    return json;
 }
 
 Reading decode(int32_t type, const Payload& payload) {

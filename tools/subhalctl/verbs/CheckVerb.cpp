@@ -225,9 +225,10 @@ class Check {
     /** A rule that the library is known to break, for all sensors alike. */
     void judgeKnown(const char* rule, Tally& broken) {
         if (broken.empty()) return;
-        mLibrary.judge(broken[true] == 0, rule,
-                       formatted("kept %d times, broken %d times", broken[false], broken[true]),
-                       broken[false] > 0 ? Verdict::kFail : Verdict::kKnown);
+        mLibrary.judge(
+            broken[true] == 0, rule,
+            "kept " + counted(broken[false], "time") + ", broken " + counted(broken[true], "time"),
+            broken[false] > 0 ? Verdict::kFail : Verdict::kKnown);
     }
 
     /** False after skipping the rule, when it is not known what reaches the hub. */
@@ -274,7 +275,7 @@ class Check {
             subHal.activate(handle, false);
         }
         mLibrary.expect("unknown-handles", taken.empty() ? "" : "not refused:" + taken,
-                        formatted("%d requests refused", requests));
+                        counted(requests, "request") + " refused");
 
         const Result mode = subHal.setOperationMode(OperationMode::NORMAL);
         mLibrary.judge(mode == Result::OK, "operation-mode", resultName(mode),
@@ -400,7 +401,7 @@ class Check {
         for (const Subject* subject : subjects) {
             const size_t events = subject->observed.events.size();
             subject->judge(events == 0, "silent-when-off",
-                           formatted("%zu events in %.1f s", events, kSilenceSeconds));
+                           counted(events, "event") + formatted(" in %.1f s", kSilenceSeconds));
             if (subject->oneShot()) continue;
             ++broken[mProxy.flush(subject->handle()) != Result::BAD_VALUE];
         }

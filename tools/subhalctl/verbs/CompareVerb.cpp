@@ -15,7 +15,7 @@ constexpr double kErrors = 3;       // standard errors that chance explains
 struct Spread {
     double mean = 0;
     double deviation = 0;
-    double error = 0;  // of both
+    double error = 0;  // of the mean
 };
 
 Spread spreadOf(const Series& series, size_t column) {
@@ -46,6 +46,13 @@ class Comparison {
         mHead = first.name() + "\n";
         const double periodMs = milliseconds(std::max(first.periodNs, second.periodNs));
         if (periodMs > 0) rates(first.figures, second.figures, periodMs);
+        figure("type", static_cast<double>(first.sensor.type),
+               static_cast<double>(second.sensor.type), 0);
+        percent("other types/%", first, second, [](const Series& one) { return one.retyped; });
+        percent("with wakelock/%", first, second, [](const Series& one) { return one.held; });
+        percent("backward/%", first, second,
+                [](const Series& one) { return one.figures.intervals.backward(); });
+        percent("stale/%", first, second, [](const Series& one) { return one.figures.stale; });
         for (const auto& [name, wanted] :
              {std::pair("latency.p50/ms", 0.5), std::pair("latency.p99/ms", 0.99)}) {
             figure(name, milliseconds(first.figures.latency.quantileNs(wanted)),
@@ -74,6 +81,16 @@ class Comparison {
         figure(name, first, second,
                mTolerance * std::max(std::fabs(first), std::fabs(second)) + more);
     }
+    /** Of all events; a share near 0 or 100 has to be near there in both. */
+    void percent(const char* name, const Series& first, const Series& second,
+                 int64_t (*count)(const Series&)) {
+        const auto of = [count](const Series& one) {
+            return 100 * static_cast<double>(count(one)) / static_cast<double>(one.events.size());
+        };
+        const double high = std::max(of(first), of(second));
+        const double low = std::min(of(first), of(second));
+        figure(name, of(first), of(second), mTolerance * std::min(high, 100 - low));
+    }
     void rates(const Watched& first, const Watched& second, double periodMs) {
         const auto lost = [](const Watched& figures) {
             const auto count = static_cast<double>(figures.intervals.lost());
@@ -97,11 +114,13 @@ class Comparison {
             for (const size_t column : group) {
                 const Spread one = spreadOf(first, column);
                 const Spread other = spreadOf(second, column);
-                const double chance = kErrors * std::hypot(one.error, other.error) +
-                                      static_cast<double>(first.sensor.resolution);
+                const auto resolution = static_cast<double>(first.sensor.resolution);
+                const double chance = kErrors * std::hypot(one.error, other.error) + resolution;
                 const std::string name = all[column].name;
                 figure(name + " mean", one.mean, other.mean, mTolerance * length + chance);
-                share(name + " deviation", one.deviation, other.deviation, chance);
+                // A deviation's standard error is that of the mean, less by the root of two.
+                share(name + " deviation", one.deviation, other.deviation,
+                      kErrors * std::hypot(one.error, other.error) / std::sqrt(2.0) + resolution);
             }
         }
     }

@@ -36,9 +36,11 @@ bool isHubCall(const std::string& call) {
 
 /**
  * The poll thread switches a one-shot sensor off after each wake-up, at its own times. Such calls
- * have a lane of their own, in which the first represents them all. "" is the main thread's.
+ * have a lane of their own, in which the first represents them all; so has what it sends the hub
+ * when the library is loaded. "" is the main thread's.
  */
 std::string laneOf(const std::string& path, const std::string& bytes) {
+    if (path == kFileManagerPath) return path;
     if (path != kEnablePath || bytes.size() < 3 || bytes[bytes.size() - 2] != '0') return "";
     const auto* sensor = simulator::findKnownSensor(std::atoi(bytes.c_str()) / 10);
     const bool oneShot = sensor != nullptr && (sensor->flags & 6U) == 4;
@@ -47,11 +49,11 @@ std::string laneOf(const std::string& path, const std::string& bytes) {
 
 Item itemOf(size_t line, const ReceivedEvent& received) {
     const Event& event = received.event;
-    return {
-        line,
-        {formatted("type %" PRId32, static_cast<int32_t>(event.sensorType)),
-         formatted("time stamp %" PRId64, event.timestamp), "payload " + hexOf(payloadBytes(event)),
-         received.wakelock ? "with a wakelock" : "without a wakelock"}};
+    return {line,
+            {formatted("time stamp %" PRId64, event.timestamp),
+             formatted("type %" PRId32, static_cast<int32_t>(event.sensorType)),
+             "payload " + hexOf(payloadBytes(event)),
+             received.wakelock ? "with a wakelock" : "without a wakelock"}};
 }
 
 class Replay {
@@ -63,7 +65,10 @@ class Replay {
         for (const auto& [handle, on] : mActivated) {
             if (on) mProxy.activate(handle, false);
         }
-        if (interrupted()) return kNoData;
+        if (interrupted()) {
+            complain("interrupted: nothing was compared");
+            return kNoData;
+        }
         size_t events = 0;
         size_t calls = 0;
         for (const auto& [handle, lane] : mEvents) {
@@ -72,9 +77,9 @@ class Replay {
         }
         for (const auto& [name, lane] : mCalls) {
             // The recording may switch off a sensor whose activation came before its start.
-            const bool isPlayed =
-                name.empty() || mActivated.count(std::atoi(name.c_str()) / 10) != 0;
-            if (!isPlayed || (lane.recorded.empty() && !name.empty())) continue;
+            const bool isSwitch = !name.empty() && name != kFileManagerPath;
+            const bool isPlayed = mActivated.count(std::atoi(name.c_str()) / 10) != 0;
+            if (isSwitch && (!isPlayed || lane.recorded.empty())) continue;
             calls += lane.recorded.size();
             compare("call", lane);
         }
@@ -85,7 +90,7 @@ class Replay {
             return kOk;
         }
         const auto& [line, first] = *mDifferences.begin();
-        print("%s in sensors, requests or calls; the first is line %zu: %s\n",
+        print("%s, one at most for each sensor and for the calls; the first is line %zu: %s\n",
               counted(mDifferences.size(), "difference").c_str(), line, printable(first).c_str());
         return kCheckFailed;
     }
@@ -110,8 +115,9 @@ class Replay {
     void addCall(std::vector<Item> Lane::*side, size_t line, const std::string& call,
                  const std::string& path, const std::string& bytes, int64_t number) {
         if (!isHubCall(call)) return;
-        // A recording has no attributes of devices, and the hub's own requests are not played.
-        for (const char* place : {kIioDirectory, kFileManagerPath, kDataDirectory}) {
+        // A recording has no attributes of devices, and the hub's requests for files are not
+        // played.
+        for (const char* place : {kIioDirectory, kDataDirectory}) {
             if (path.find(place) == 0) return;
         }
         const std::string lane = laneOf(path, bytes);
@@ -170,19 +176,20 @@ class Replay {
     /** Reports the first difference; what follows it need not count. */
     void compare(const std::string& place, const Lane& lane) {
         for (size_t i = 0; i < std::max(lane.recorded.size(), lane.played.size()); ++i) {
-            const std::string item = place + ' ' + std::to_string(i + 1) + ": ";
+            const std::string item = place + ' ' + std::to_string(i + 1);
             if (i >= lane.played.size()) {
-                return differ(lane.recorded[i].line, item + "no " + lane.recorded[i].parts[0]);
+                return differ(lane.recorded[i].line,
+                              item + " is missing: " + lane.recorded[i].parts[0]);
             }
             if (i >= lane.recorded.size()) {
                 return differ(mProxy.recording()->entries.back().line,
-                              item + "is not recorded: " + lane.played[i].parts[0]);
+                              item + " is not recorded: " + lane.played[i].parts[0]);
             }
             for (size_t part = 0; part < lane.recorded[i].parts.size(); ++part) {
                 const std::string& recorded = lane.recorded[i].parts[part];
                 const std::string& played = lane.played[i].parts[part];
                 if (recorded == played || recorded.empty() || played.empty()) continue;
-                return differ(lane.recorded[i].line, formatted("%s%s instead of %s", item.c_str(),
+                return differ(lane.recorded[i].line, formatted("%s: %s instead of %s", item.c_str(),
                                                                played.c_str(), recorded.c_str()));
             }
         }

@@ -54,10 +54,10 @@ class Watch {
         } else if (!quiet) {
             printSummary(summaryTable(mWatched), mOptions.recording == "-");
         }
-        const ExitCode kept = keepRecording(end);
-        if (kept != kOk) return kept;
-        const ExitCode judged = judge(end);
-        return judged == kOk ? require() : judged;
+        const ExitCode kept = keepRecording();
+        const ExitCode judged = kept == kOutputLost ? kept : judge(end);
+        if (judged != kOk || kept != kOk) return judged != kOk ? judged : kept;
+        return require();
     }
 
   private:
@@ -169,8 +169,8 @@ class Watch {
         ExitCode result = kOk;
         for (const Watched& one : mWatched) {
             const SensorFlagBits mode = reportingMode(*one.sensor);
-            const bool talks =
-                mode == SensorFlagBits::CONTINUOUS_MODE || mode == SensorFlagBits::ON_CHANGE_MODE;
+            const bool talks = mode == SensorFlagBits::CONTINUOUS_MODE ||
+                               mode == SensorFlagBits::ON_CHANGE_MODE || one.grantedHz > 0;
             if (one.events > 0 || !talks) continue;
             result = kNoData;
             if (one.sensor->fifoMaxEventCount > 0 &&
@@ -187,14 +187,12 @@ class Watch {
         return mCame > 0 ? result : kNoData;
     }
 
-    ExitCode keepRecording(EventQueue::End end) {
+    ExitCode keepRecording() {
         Recorder* recorder = mProxy.recorder();
         if (recorder == nullptr) return kOk;
-        if (end == EventQueue::End::kInterrupted && !recorder->hasData()) {
-            complain("interrupted before a sensor reported: nothing is kept");
-            return kNoData;
-        }
-        return recorder->finish() ? kOk : kOutputLost;
+        if (recorder->hasEvents()) return recorder->finish() ? kOk : kOutputLost;
+        complain("without an event no recording is kept");
+        return kNoData;
     }
 
     /** After a recording was played to its end: a sensor without an event is not in it. */
@@ -211,7 +209,8 @@ class Watch {
 
     ExitCode judge(EventQueue::End end) const {
         if (const size_t overflowed = mProxy.events().overflowed()) {
-            complain("%zu events were dropped, because the output could not take them", overflowed);
+            complain("%s dropped, because the output could not take more",
+                     counted(overflowed, "event").c_str());
             return kOutputLost;
         }
         const bool played = end == EventQueue::End::kEnded;
@@ -226,9 +225,8 @@ class Watch {
         if (played) return kOk;
         if (end == EventQueue::End::kInterrupted) {
             // Without --seconds a signal is the usual end, and what came is judged.
-            if (mCame == 0 || (mOptions.seconds > 0 && !mOptions.requirement.empty())) {
-                complain("interrupted before %s",
-                         mCame > 0 ? "--require could be judged" : "any event");
+            if (mCame == 0 || mOptions.seconds > 0) {
+                complain("interrupted before %s", mCame > 0 ? "--seconds were over" : "any event");
                 return kNoData;
             }
             if (mOptions.requirement.empty()) return kOk;
@@ -237,14 +235,11 @@ class Watch {
     }
 
     ExitCode require() const {
-        ExitCode result = kOk;
-        for (const Watched& one : mWatched) {
-            for (const std::string& broken : brokenRequirements(mOptions.requirement, one)) {
-                complain("%s: %s", typeName(*one.sensor).c_str(), broken.c_str());
-                result = kCheckFailed;
-            }
+        const auto broken = brokenRequirements(mOptions.requirement, mWatched);
+        for (const std::string& one : broken) {
+            complain("%s", one.c_str());
         }
-        return result;
+        return broken.empty() ? kOk : kCheckFailed;
     }
 
     Proxy& mProxy;
@@ -264,6 +259,10 @@ class Watch {
 ExitCode runWatch(Proxy& proxy, const WatchOptions& options) {
     if (options.statsSeconds > 0 && options.format != "text") {
         complain("--stats prints a table, so it excludes --format %s", options.format.c_str());
+        return kUsage;
+    }
+    if (options.statsSeconds > 0 && proxy.options().hub.fast) {
+        complain("--stats goes by the recorded times, so it excludes --fast");
         return kUsage;
     }
     // The hub comes first: each line of a recording has its time.
