@@ -26,7 +26,7 @@ subhalctl::ExitCode play(const subhalctl::Command& command, bool* mayExit) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    subhalctl::keepStandardDescriptors();
+    subhalctl::prepareOutput();
     subhalctl::catchInterrupts();
     subhalctl::ExitCode exitCode = subhalctl::kOk;
     const subhalctl::Command command = subhalctl::parseCommandLine(argc, argv, &exitCode);

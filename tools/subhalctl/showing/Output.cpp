@@ -7,10 +7,13 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <clocale>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <cwchar>
+#include <cwctype>
 #include <map>
 
 #include "tools/subhalctl/Interrupt.h"
@@ -41,23 +44,13 @@ std::string formatArguments(const char* format, va_list arguments) {
     return text;
 }
 
-/** Bytes of the character at `at`; 0 when it is no UTF-8, or a control character. */
+/** Bytes of the character at `at`; 0 when it is no UTF-8, or not printable. */
 size_t shownBytes(const std::string& text, size_t at) {
-    const auto byte = [&](size_t i) {
-        return i < text.size() ? static_cast<unsigned char>(text[i]) : 0U;
-    };
-    const unsigned first = byte(at);
-    if (first < 0x80) return first >= 0x20 && first != 0x7F ? 1 : 0;
-    const size_t size = first >= 0xF0 ? 4 : (first >= 0xE0 ? 3 : 2);
-    unsigned code = first & (0xFFU >> (size + 1));
-    for (size_t i = 1; i < size; ++i) {
-        if ((byte(at + i) & 0xC0) != 0x80) return 0;
-        code = code << 6 | (byte(at + i) & 0x3F);
-    }
-    constexpr unsigned kLeast[] = {0xA0, 0x800, 0x10000};  // shorter forms are no UTF-8
-    const bool surrogate = code >= 0xD800 && code < 0xE000;
-    const bool lead = first >= 0xC0 && first < 0xF8;
-    return lead && code >= kLeast[size - 2] && code <= 0x10FFFF && !surrogate ? size : 0;
+    std::mbstate_t state{};
+    wchar_t character = 0;
+    const size_t size = std::mbrtowc(&character, &text[at], text.size() - at, &state);
+    return size <= text.size() - at && std::iswprint(static_cast<wint_t>(character)) != 0 ? size
+                                                                                          : 0;
 }
 
 /** Waits until standard output takes bytes; false when it is blocked and the verb has to end. */
@@ -78,7 +71,8 @@ void fail(int error) {
 
 }  // namespace
 
-void keepStandardDescriptors() {
+void prepareOutput() {
+    std::setlocale(LC_CTYPE, "C.UTF-8");
     for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
         if (fcntl(fd, F_GETFD) >= 0) continue;
         // The lowest free number is this one. What was closed stays closed to writing.

@@ -12,10 +12,11 @@ namespace subhalctl {
 // printable().
 
 /**
- * Opens something harmless for a closed standard descriptor, before the number can go to one of the
- * hub's files. Writing to a standard output that was closed still fails.
+ * Before any thread: what is UTF-8 is taken as such, and something harmless is opened for a closed
+ * standard descriptor before the number can go to one of the hub's files. Writing to a standard
+ * output that was closed still fails.
  */
-void keepStandardDescriptors();
+void prepareOutput();
 
 /**
  * Escapes control characters and what is no UTF-8 as \xNN: names, logs and recordings come from
