@@ -7,7 +7,7 @@
 # finish. The kernel's log is WORK_DIRECTORY/kernel.log.
 #
 # Kernel and headers are fetched once and kept in SENSORHUB_KERNEL_CACHE. Only installing packages
-# needs root. SENSORHUB_KERNEL_ACCEL=tcg runs without KVM.
+# needs root. The guest is emulated, the same with and without KVM.
 set -euo pipefail
 umask 022 # another user reads files in the guest, too
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -121,34 +121,15 @@ pack() {
     (cd "$tree" && find . -print0 | cpio --null -o -H newc --quiet) >"$work/initramfs"
 }
 
-# emulate WORK KERNEL ACCELERATOR [ARGUMENT]: prints the guest's output; returns QEMU's exit status.
-emulate() {
-    local work=$1 kernel=$2 code=0
-    timeout "$limit" qemu-system-x86_64 -machine pc -accel "$3" -smp 2 -m 512 \
+# boot WORK KERNEL: prints the script's output; returns its exit status, or 4.
+boot() {
+    local work=$1 kernel=$2 code=0 status
+    timeout "$limit" qemu-system-x86_64 -machine pc -accel tcg,thread=multi -smp 2 -m 512 \
         -nodefaults -no-reboot -display none -device isa-debug-exit,iobase=0xf4,iosize=0x04 \
         -serial file:"$work/kernel.log" -serial stdio </dev/null 2>"$work/qemu.log" \
         -kernel "$kernel/vmlinux" -initrd "$work/initramfs" \
-        -append "console=ttyS0 loglevel=5 panic=-1 oops=panic mitigations=off ${4:-}" |
+        -append "console=ttyS0 loglevel=5 panic=-1 oops=panic mitigations=off" |
         tee "$work/output.log" || code=${PIPESTATUS[0]}
-    return "$code"
-}
-
-# kvm_works WORK KERNEL: whether a guest starts; nested virtualisation may hang forever.
-kvm_works() {
-    local work=$1 kernel=$2
-    [ "${SENSORHUB_KERNEL_ACCEL:-}" != tcg ] && [ -r /dev/kvm ] && [ -w /dev/kvm ] || return 1
-    if [ ! -f "$cache/kvm" ]; then
-        limit=15 emulate "$work" "$kernel" kvm guest_only_starts >/dev/null || true
-        grep -q '^guest: up' "$work/output.log" && echo yes >"$cache/kvm" || echo no >"$cache/kvm"
-    fi
-    grep -q yes "$cache/kvm"
-}
-
-# boot WORK KERNEL: prints the script's output; returns its exit status, or 4.
-boot() {
-    local work=$1 kernel=$2 accel=tcg,thread=multi code=0 status
-    ! kvm_works "$work" "$kernel" || accel=kvm
-    emulate "$work" "$kernel" "$accel" || code=$?
     # QEMU exits with twice the status plus one, after a panic with 0. Other causes may give the
     # same: require the marker too.
     status=$(sed -n 's/^guest: exit status \([0-9]*\)$/\1/p' "$work/output.log" | tail -1)
