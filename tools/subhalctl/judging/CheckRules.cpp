@@ -144,14 +144,6 @@ double normOf(const Reading& reading, size_t count) {
     return std::sqrt(squares);
 }
 
-bool reportsByItself(const SensorInfo& sensor) {
-    const SensorFlagBits mode = reportingMode(sensor);
-    // The hub's own kinds of on-change sensors may have nothing to report before something happens.
-    return mode == SensorFlagBits::CONTINUOUS_MODE ||
-           (mode == SensorFlagBits::ON_CHANGE_MODE &&
-            static_cast<int32_t>(sensor.type) < simulator::kFirstPrivateType);
-}
-
 std::vector<int64_t> stampsOf(const Observed& observed) {
     std::vector<int64_t> stamps;
     for (const ReceivedEvent& received : observed.events) {
@@ -165,6 +157,12 @@ int64_t ageOf(const ReceivedEvent& received) {
 }
 
 }  // namespace
+
+bool Subject::reportsByItself() const {
+    // The hub's own kinds of on-change sensors may have nothing to report before something happens.
+    return grantedNs() > 0 || (reportingMode(sensor) == SensorFlagBits::ON_CHANGE_MODE &&
+                               static_cast<int32_t>(sensor.type) < simulator::kFirstPrivateType);
+}
 
 void Subject::checkValues() const {
     const auto type = static_cast<int32_t>(sensor.type);
@@ -196,6 +194,7 @@ void Subject::checkMode() const {
         return judge(events == 1, "one-shot", counted(events, "event"));
     }
     if (mode != SensorFlagBits::ON_CHANGE_MODE) return;
+    if (events == 1) return skip("on-change", "1 event");
     int repeated = 0;
     for (size_t i = 1; i < events; ++i) {
         if (payloadOf(observed.events[i].event) == payloadOf(observed.events[i - 1].event)) {
@@ -248,8 +247,7 @@ void CheckReport::add(Verdict verdict, const std::string& sensor, const char* ru
               std::accumulate(std::begin(mCounts), std::end(mCounts), 0), sensor.c_str(), rule,
               directiveOf(verdict), figures.c_str());
     } else if (!mOnlyFailures || verdict == Verdict::kFail) {
-        printVerdict(name);
-        print(" %-30s %-18s %s\n", sensor.c_str(), rule, figures.c_str());
+        printVerdict(name, formatted(" %-30s %-18s %s", sensor.c_str(), rule, figures.c_str()));
     }
 }
 
@@ -265,8 +263,8 @@ void CheckReport::end(bool interrupted) const {
         printText(interrupted ? "Bail out! interrupted\n" : formatted("1..%d\n", all));
     } else {
         print("%s%s: %d passed, %d failed, %d skipped, %s\n",
-              interrupted ? "interrupted after " : "", counted(all, "rule").c_str(), passed, failed,
-              skipped, counted(known, "known deviation").c_str());
+              interrupted ? "interrupted after " : "", counted(all, "result").c_str(), passed,
+              failed, skipped, counted(known, "known deviation").c_str());
     }
 }
 
@@ -283,6 +281,9 @@ void Observed::add(const SensorInfo& sensor, const ReceivedEvent& received) {
     }
     if (foreignKinds.find(foreign) == std::string::npos) foreignKinds += foreign;
     if (kind != EventKind::kData) return;
+    const int64_t leastNs = std::max<int64_t>(1, lastNs + (grantedPeriodNs(sensor, periodNs) > 0));
+    if (event.timestamp < leastNs) ++notRising;
+    lastNs = event.timestamp;
     if (event.timestamp < startNs) {
         ++stale;
     } else {
@@ -312,43 +313,39 @@ void checkNamesDistinct(const std::vector<SensorInfo>& sensors, const Results& r
 void Subject::checkFirstEvent() const {
     if (observed.events.empty()) {
         if (observed.stale > 0) return skip("first-event", "only stale ones");
-        if (!reportsByItself(sensor)) return skip("first-event", "nothing happened");
-        return judge(false, "first-event", "none");
+        if (!reportsByItself()) return skip("first-event", "nothing happened");
+        return judge(false, "first-event", formatted("none; see doctor %" PRId32, handle()));
     }
     const int64_t afterNs = observed.events.front().receivedNs - observed.startNs;
     const int64_t boundNs = kFirstEventNs + grantedNs();
-    judge(afterNs <= boundNs || !reportsByItself(sensor), "first-event",
+    judge(afterNs <= boundNs || !reportsByItself(), "first-event",
           formatted("after %.1f ms", milliseconds(afterNs)));
 }
 
 bool Subject::checkTimestamps(int64_t latencyNs) const {
     const int64_t periodNs = grantedNs();
-    if (observed.events.empty()) {
+    const size_t events = observed.events.size();
+    if (events == 0 && observed.notRising == 0) {
         if (observed.stale == 0 || periodNs == 0) return periodNs == 0;
         judge(false, "timestamps", "all are from before the sensor was switched on");
         return false;
     }
-    int64_t last = INT64_MIN;
-    int64_t soonest = INT64_MAX;
-    int notRising = 0;
+    int64_t soonest = events == 0 ? 0 : INT64_MAX;
     for (const ReceivedEvent& received : observed.events) {
-        const int64_t stamp = received.event.timestamp;
-        if (periodNs > 0 ? stamp <= last : stamp < last) ++notRising;
-        last = stamp;
         soonest = std::min(soonest, ageOf(received));
     }
-    const bool several = periodNs > 0 && observed.events.size() >= kSeveral;
+    const bool several = periodNs > 0 && events >= kSeveral;
     // Stamps taken on arrival are too close together: a batch arrives at once.
     const int64_t apart = Spacing(stampsOf(observed)).typicalNs;
     const bool bunched = latencyNs > 0 && several && apart < periodNs / 4;
     const bool current =
         soonest >= -kAheadNs && soonest <= latencyNs + (several ? kAgeNs : kArrivalNs);
-    const bool sound = notRising == 0 && !bunched && current;
+    const bool sound = observed.notRising == 0 && !bunched && current;
     judge(sound, "timestamps",
-          formatted("%s, %d not rising, %.3f ms apart, at least %.3f ms old when they "
-                    "arrived, %zu stale",
-                    counted(observed.events.size(), "event").c_str(), notRising,
-                    milliseconds(apart), milliseconds(soonest), observed.stale));
+          counted(events, "event") + formatted(", %d not rising", observed.notRising) +
+              (events > 1 ? formatted(", %.3f ms apart", milliseconds(apart)) : "") +
+              formatted(", at least %.3f ms old on arrival, %zu stale", milliseconds(soonest),
+                        observed.stale));
     return sound;
 }
 
@@ -357,9 +354,11 @@ void Subject::checkRate() const {
     const Spacing spacing(stamps);
     const double grantedHz = 1e9 / static_cast<double>(grantedNs());
     const double off = spacing.rateHz / grantedHz - 1;
+    const std::string measured =
+        spacing.rateHz > 0 ? formatted("%.3f Hz", spacing.rateHz) : "nothing";
     judge(
         std::fabs(off) <= kRateTolerance, "rate",
-        formatted("%.3f Hz measured, %.3f Hz granted, %.3f Hz asked%s", spacing.rateHz, grantedHz,
+        formatted("%s measured, %.3f Hz granted, %.3f Hz asked%s", measured.c_str(), grantedHz,
                   1e9 / static_cast<double>(observed.periodNs),
                   std::fabs(off) > kRateNote ? formatted("; note: %+.1f %% off", 100 * off).c_str()
                                              : ""));
@@ -425,8 +424,9 @@ void Subject::checkDirectRecords(const DirectLevel& level, const SharedMemory& m
     const RingCheck::Figures figures = ring.figures();
     judge(figures.sound() && written > 0, "direct-records",
           formatted("%s: %s", level.name, figures.text().c_str()));
+    if (ring.newestNs() == INT64_MIN) return skip("direct-stamps", "no records");
     const int64_t ageNs = elapsedNs(ring.newestNs(), stoppedNs);
-    const bool current = written > 0 && ageNs >= -kAheadNs && ageNs <= kArrivalNs;
+    const bool current = ageNs >= -kAheadNs && ageNs <= kArrivalNs;
     judge(current, "direct-stamps",
           formatted("%s: the newest record is %.1f ms old", level.name, milliseconds(ageNs)));
     if (!current) return;

@@ -64,6 +64,8 @@ struct Observed {
     int64_t periodNs = 0;  ///< the requested one
     std::vector<ReceivedEvent> events;
     size_t stale = 0;          ///< data from before the start, which are not among `events`
+    int64_t lastNs = 0;        ///< the last time stamp of the sensor, in earlier phases as well
+    int notRising = 0;         ///< time stamps, of stale data too, or at 0
     int completions = 0;       ///< of flushes
     size_t beforeFlushed = 0;  ///< events that had come at the first completion
     std::string foreignKinds;  ///< types and meta-data codes that are not the sensor's
@@ -90,6 +92,7 @@ struct Subject : Results {
     Observed observed{};
     bool on = false;        ///< so that its events can be judged
     bool timely = true;     ///< so that its time stamps can
+    bool heard = false;     ///< it has reported since the check began
     std::string refused{};  ///< requests, with their results
     std::string unsent{};   ///< accepted requests that did not reach the hub
     int requests = 0;
@@ -99,17 +102,17 @@ struct Subject : Results {
 
     bool any() const { return true; }
     bool isOn() const { return on; }
-    bool continuous() const {
-        return reportingMode(sensor) == SensorFlagBits::CONTINUOUS_MODE && sensor.minDelay > 0;
-    }
+    /** Has a rate, whatever its mode is called. */
+    bool periodic() const { return sensor.minDelay > 0 && grantedPeriodNs(sensor, 1) > 0; }
     bool oneShot() const { return reportingMode(sensor) == SensorFlagBits::ONE_SHOT_MODE; }
-    bool rated() const { return on && timely && continuous(); }
+    bool rated() const { return on && timely && periodic(); }
     bool direct() const { return canReportDirectly(sensor); }
     /** Reports by itself, as far as has been seen. */
-    bool restartable() const { return timely && refused.empty() && (continuous() || direct()); }
+    bool restartable() const { return timely && refused.empty() && (periodic() || direct()); }
     bool reported() const { return !observed.events.empty(); }
     /** Completions that its flushes have to get. */
     int flushes() const { return oneShot() ? 0 : 3; }
+    Result flushResult() const { return oneShot() ? Result::BAD_VALUE : Result::OK; }
     bool flushed() const { return observed.completions >= flushes(); }
 
     void count(const char* request, Result result) {
@@ -133,6 +136,7 @@ struct Subject : Results {
                             int64_t startNs) const;
 
   private:
+    bool reportsByItself() const;
     void checkValues() const;
     void checkMode() const;
     void checkFlushOrder(int64_t flushedNs) const;

@@ -44,12 +44,11 @@ bool canReportDirectly(const SensorInfo& sensor) {
 }
 
 int64_t grantedPeriodNs(const SensorInfo& sensor, int64_t askedNs) {
-    // Only a sensor with a shortest period keeps one, whatever its mode is called.
+    // What a channel carries has a rate, whatever its mode is called.
     const SensorFlagBits mode = reportingMode(sensor);
-    const bool periodic = mode == SensorFlagBits::CONTINUOUS_MODE || canReportDirectly(sensor);
-    if (!periodic || sensor.minDelay <= 0) return 0;
-    const int64_t shortestNs = sensor.minDelay * int64_t{1000};
-    const int64_t longestNs = sensor.maxDelay * int64_t{1000};
+    if (mode != SensorFlagBits::CONTINUOUS_MODE && !canReportDirectly(sensor)) return 0;
+    const int64_t shortestNs = std::max(sensor.minDelay, 0) * int64_t{1000};
+    const int64_t longestNs = sensor.maxDelay > 0 ? sensor.maxDelay * int64_t{1000} : INT64_MAX;
     return std::clamp(askedNs, shortestNs, std::max(shortestNs, longestNs));
 }
 

@@ -119,7 +119,7 @@ void printSummary(const std::string& text, bool outputIsData) {
     std::fputs(text.c_str(), stderr);
 }
 
-void printVerdict(const std::string& word) {
+void printVerdict(const std::string& word, const std::string& text) {
     static const bool colours = [] {
         const char* off = std::getenv("NO_COLOR");
         const char* terminal = std::getenv("TERM");
@@ -130,8 +130,10 @@ void printVerdict(const std::string& word) {
         {"PASS", "32"}, {"ok", "32"}, {"FAIL", "31"}, {"SKIP", "2"}};  // green, red, dim
     const auto found = names.find(word);
     const char* colour = found != names.end() ? found->second : "33";
+    const std::string line =
+        wrapped(printable(formatted("%-5s%s", word.c_str(), text.c_str())), kVerdict);
     printText((colours ? formatted("\033[%sm%s\033[0m", colour, word.c_str()) : word) +
-              std::string(word.size() < 5 ? 5 - word.size() : 0, ' '));
+              line.substr(word.size()) + '\n');
 }
 
 void flushOutput() {

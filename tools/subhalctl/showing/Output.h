@@ -36,10 +36,10 @@ void flushOutput();
 void printSummary(const std::string& text, bool outputIsData);
 
 /**
- * "PASS", "FAIL", "SKIP" or another verdict, five columns wide; on a terminal in colour, unless
- * NO_COLOR is set.
+ * A line as print() does it, after "PASS", "FAIL", "SKIP" or another verdict, five columns wide; on
+ * a terminal that is in colour, unless NO_COLOR is set.
  */
-void printVerdict(const std::string& word);
+void printVerdict(const std::string& word, const std::string& text);
 
 /** What is printed from now on goes into a file, unless `path` is "-". Reports a failure. */
 bool sendOutputTo(const std::string& path);
