@@ -179,7 +179,6 @@ bool RingReader::read(Record* record, int timeoutMs) {
 
 bool RingCheck::isWhole(const sensors_event_t& record) const {
     if (record.version != static_cast<int32_t>(sizeof(record))) return false;
-    if (record.timestamp < mNewestNs) return false;
     // A flush-complete record names its sensor in the payload.
     if (record.type == SENSOR_TYPE_META_DATA) return record.meta_data.sensor == mHandle;
     return record.type == mType && record.sensor == mHandle;
@@ -194,11 +193,13 @@ bool RingCheck::add(const sensors_event_t& record) {
     ++mFigures.records;
     const bool whole = isWhole(record);
     if (!whole) ++mFigures.torn;
-    if (whole && record.type != SENSOR_TYPE_META_DATA) {
-        mNewestNs = record.timestamp;
-        if (record.timestamp >= mStartNs) mStamps.push_back(record.timestamp);
-    }
-    return whole;
+    if (!whole || record.type == SENSOR_TYPE_META_DATA) return whole;
+    const bool rising = record.timestamp >= std::max<int64_t>(mNewestNs, 1);
+    if (!rising) ++mFigures.backward;
+    if (!rising) return false;
+    mNewestNs = record.timestamp;
+    if (record.timestamp >= mStartNs) mStamps.push_back(record.timestamp);
+    return true;
 }
 
 RingCheck::Figures RingCheck::figures() const {
@@ -208,9 +209,10 @@ RingCheck::Figures RingCheck::figures() const {
 }
 
 std::string RingCheck::Figures::text() const {
-    return formatted("%s, %" PRId64 " missed, %" PRId64 " repeated, %" PRId64 " torn, %" PRId64
-                     " lost",
-                     counted(records, "record").c_str(), missed, repeated, torn, lost);
+    const std::string wrong = backward > 0 ? formatted(", %" PRId64 " backward", backward) : "";
+    return formatted(
+        "%s, %" PRId64 " missed, %" PRId64 " repeated, %" PRId64 " torn%s, %" PRId64 " lost",
+        counted(records, "record").c_str(), missed, repeated, torn, wrong.c_str(), lost);
 }
 
 }  // namespace subhalctl

@@ -102,24 +102,27 @@ class RingCheck {
     RingCheck(int32_t handle, int32_t type, int64_t startNs = 0)
         : mHandle(handle), mType(type), mStartNs(startNs) {}
 
-    /** In the order in which they were read. False for a record that is torn. */
+    /** In the order in which they were read. False for a record that is torn or backward. */
     bool add(const sensors_event_t& record);
 
     struct Figures {
         int64_t records = 0;
         int64_t missed = 0;    ///< written to the ring, by the counters, and not read from it
         int64_t repeated = 0;  ///< with a counter that came before
-        int64_t torn = 0;  ///< empty, of another sensor or version, or older than the one before
+        int64_t torn = 0;      ///< empty, or of another sensor, type or version
+        int64_t backward = 0;  ///< whole, but stamped before the one before, or at 0
 
         int64_t lost = 0;  ///< by gaps in the stamps
 
-        bool sound() const { return missed + repeated + torn + lost == 0; }
-        /** As in "81 records, 0 missed, 0 repeated, 0 torn, 0 lost". */
+        bool sound() const { return missed + repeated + torn + backward + lost == 0; }
+        /** As in "81 records, 0 missed, 0 repeated, 0 torn, 0 lost"; those backward if any are. */
         std::string text() const;
     };
     Figures figures() const;
+    int64_t torn() const { return mFigures.torn; }
     /** Counter of the last record; the first has 1. */
     uint32_t counter() const { return mCounter; }
+    /** Stamp of the last record that was fine, INT64_MIN without any. */
     int64_t newestNs() const { return mNewestNs; }
     /** Of the whole records from the start on. */
     Spacing spacing() const { return Spacing(mStamps); }

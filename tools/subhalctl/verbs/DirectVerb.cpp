@@ -29,8 +29,9 @@ RateLevel levelOf(const std::string& rate) {
 /** Prints and judges what the reader finds. */
 class Client {
   public:
-    Client(const SensorInfo& sensor, const std::string& format, bool quiet)
-        : mWatched{{&sensor, 0, 0, IntervalStatistics()}},
+    /** Earlier time stamps than `startNs` are stale. */
+    Client(const SensorInfo& sensor, const std::string& format, bool quiet, int64_t startNs)
+        : mWatched{{&sensor, 0, 0, IntervalStatistics(), startNs}},
           mFormat(format),
           mCheck(sensor.sensorHandle, static_cast<int32_t>(sensor.type), hubNowNs()) {
         if (quiet) return;
@@ -45,54 +46,76 @@ class Client {
 
     void add(const RingReader::Record& read) {
         const sensors_event_t& record = read.record;
-        const bool whole = mCheck.add(record);
+        const int64_t torn = mCheck.torn();
+        const bool fine = mCheck.add(record);
         const int64_t ageNs = elapsedNs(record.timestamp, read.readNs);
-        if (whole && record.type != SENSOR_TYPE_META_DATA) {
+        mLastReadNs = read.readNs;
+        if (fine && record.type != SENSOR_TYPE_META_DATA) {
             mStatistics.add(record.timestamp);
             mAges.add(ageNs);
         }
-        if (mWriter) show(read, ageNs, whole);
+        if (mWriter) show(read, ageNs, mCheck.torn() == torn);
     }
 
-    /** What to end with, given the highest counter in the memory. */
-    ExitCode summary(uint32_t written, bool check) const {
+    /** What to end with, given the highest counter in the memory and the time of the stop. */
+    ExitCode summary(uint32_t written, int64_t endNs, bool check) const {
         const RingCheck::Figures figures = mCheck.figures();
         const bool stalled = written > mCheck.counter();
-        if (mFormat == "json") {
-            const Json line = {{"kind", "summary"},
-                               {"age_p50_ns", mAges.quantileNs(0.5)},
-                               {"age_p99_ns", mAges.quantileNs(0.99)},
-                               {"age_max_ns", mAges.longestNs()},
-                               {"records", figures.records},
-                               {"written", written},
-                               {"rate_hz", mStatistics.rateHz()},
-                               {"jitter_ns", mStatistics.jitterNs()},
-                               {"missed", figures.missed},
-                               {"repeated", figures.repeated},
-                               {"torn", figures.torn},
-                               {"lost", figures.lost},
-                               {"stalled", stalled}};
-            printText(jsonText(line) + "\n");
-        } else {
-            std::string text =
-                formatted("age p50 %.3f, p99 %.3f, max %.3f ms; %s; %.3f Hz, jitter %.3f ms\n",
-                          milliseconds(mAges.quantileNs(0.5)), milliseconds(mAges.quantileNs(0.99)),
-                          milliseconds(mAges.longestNs()), figures.text().c_str(),
-                          mStatistics.rateHz(), mStatistics.jitterNs() / 1e6);
-            if (stalled) {
-                text += formatted("the reader stalled at record %" PRIu32 " of %" PRIu32 "\n",
-                                  mCheck.counter(), written);
-            }
-            printSummary(text, mFormat == "csv");
+        const int64_t silenceNs = elapsedNs(mLastReadNs, endNs);
+        const bool silent = silenceNs > toleratedSilenceNs(mCheck.spacing().typicalNs, 0);
+        printFigures(figures, written, stalled, silent ? silenceNs : 0);
+        if (interrupted()) {
+            complain("interrupted before --seconds were over");
+            return kNoData;
         }
         if (figures.records == 0) {
             complain("%s: no records", typeName(*mWatched[0].sensor).c_str());
             return kNoData;
         }
-        return check && (!figures.sound() || stalled) ? kCheckFailed : kOk;
+        return check && (!figures.sound() || stalled || silent) ? kCheckFailed : kOk;
     }
 
   private:
+    void printFigures(const RingCheck::Figures& figures, uint32_t written, bool stalled,
+                      int64_t silenceNs) const {
+        const bool aged = mAges.count() > 0;
+        const bool timed = mStatistics.intervals() > 0;
+        if (mFormat == "json") {
+            const auto known = [](bool is, auto value) { return is ? Json(value) : Json(nullptr); };
+            const Json line = {{"kind", "summary"},
+                               {"age_p50_ns", known(aged, mAges.quantileNs(0.5))},
+                               {"age_p99_ns", known(aged, mAges.quantileNs(0.99))},
+                               {"age_max_ns", known(aged, mAges.longestNs())},
+                               {"records", figures.records},
+                               {"written", written},
+                               {"rate_hz", known(timed, mStatistics.rateHz())},
+                               {"jitter_ns", known(timed, mStatistics.jitterNs())},
+                               {"missed", figures.missed},
+                               {"repeated", figures.repeated},
+                               {"torn", figures.torn},
+                               {"backward", figures.backward},
+                               {"lost", figures.lost},
+                               {"silent_ns", silenceNs},
+                               {"stalled", stalled}};
+            return printText(jsonText(line) + "\n");
+        }
+        const auto text = [](bool is, double value) { return is ? formatted("%.3f", value) : "-"; };
+        std::string lines = "age p50 " + text(aged, milliseconds(mAges.quantileNs(0.5))) +
+                            ", p99 " + text(aged, milliseconds(mAges.quantileNs(0.99))) + ", max " +
+                            text(aged, milliseconds(mAges.longestNs())) + " ms; " + figures.text() +
+                            "; " + text(timed, mStatistics.rateHz()) + " Hz, jitter " +
+                            text(timed, mStatistics.jitterNs() / 1e6) + " ms";
+        lines = wrapped(lines, 4) + '\n';
+        if (silenceNs > 0) {
+            lines += formatted("silent for the last %.1f ms\n", milliseconds(silenceNs));
+        }
+        if (stalled) {
+            lines += formatted("the reader stalled at record %" PRIu32 " of %" PRIu32 "\n",
+                               mCheck.counter(), written);
+        }
+        printSummary(lines, mFormat == "csv");
+    }
+
     void show(const RingReader::Record& read, int64_t ageNs, bool whole) {
         const sensors_event_t& record = read.record;
         Event event{};
@@ -106,10 +129,12 @@ class Client {
             return;
         }
         const bool flushed = record.type == SENSOR_TYPE_META_DATA;
-        print("%10" PRIu32 "  %s  %8.3f  %s%s\n", static_cast<uint32_t>(record.reserved0),
-              timeText(record.timestamp).c_str(), milliseconds(ageNs),
+        const bool stale = mWatched[0].isStale({event, read.readNs, false, false});
+        print("%10" PRIu32 "  %s  %8s  %s%s\n", static_cast<uint32_t>(record.reserved0),
+              timeText(record.timestamp).c_str(),
+              stale ? "-" : formatted("%.3f", milliseconds(ageNs)).c_str(),
               flushed ? "flush complete" : valueColumns(*mWatched[0].sensor, event).c_str(),
-              whole ? "" : "  TORN");
+              whole ? (stale ? "  stale" : "") : "  TORN");
     }
 
     const std::vector<Watched> mWatched;
@@ -118,6 +143,7 @@ class Client {
     RingCheck mCheck;
     IntervalStatistics mStatistics;
     DurationStatistics mAges;
+    int64_t mLastReadNs = hubNowNs();
 };
 
 uint32_t highestCounter(const SharedMemory& memory) {
@@ -159,6 +185,7 @@ ExitCode play(Proxy& proxy, const DirectOptions& options, const SharedMemory& me
     if (registered != Result::OK) {
         return refused(typeName(*sensor), "registerDirectChannel", registered);
     }
+    const int64_t startNs = hubNowNs();
     const Result configured = channel.setRate(levelOf(options.rate)).result;
     if (configured != Result::OK) {
         return refused(typeName(*sensor), "configDirectReport", configured);
@@ -170,19 +197,20 @@ ExitCode play(Proxy& proxy, const DirectOptions& options, const SharedMemory& me
         if (!events->active()) return kRefused;
     }
 
-    Client client(*sensor, options.format, proxy.options().quiet);
+    Client client(*sensor, options.format, proxy.options().quiet, startNs);
     const auto deadline = Clock::now() + lengthOf(options.seconds);
     RingReader::Record record;
     while (!interrupted() && Clock::now() < deadline) {
         if (reader.read(&record, kSliceMs)) client.add(record);
     }
+    const int64_t endNs = hubNowNs();
     channel.setRate(RateLevel::STOP);
     const uint32_t written = highestCounter(memory);  // before the reader's last look
     reader.stop();
     while (reader.read(&record, -1)) {
         client.add(record);
     }
-    const ExitCode result = client.summary(written, options.check);
+    const ExitCode result = client.summary(written, endNs, options.check);
     if (events && options.format == "text")
         print("%s through the proxy\n", counted(proxyEvents(proxy), "event").c_str());
     return result;
