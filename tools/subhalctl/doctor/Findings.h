@@ -22,8 +22,7 @@ std::string modeOf(const std::string& path);
  * What to do about a failed call on a node that may be `absent`, or closed to the sensors service,
  * which needs access with these flags of an open.
  */
-std::string remedyOf(int error, int flags,
-                     const std::string& absent = "the device has just been removed");
+std::string remedyOf(int error, int flags, const std::string& absent = "the hub's driver makes it");
 
 /** Collects what is found, and prints it one line each. */
 class Findings {

@@ -14,6 +14,7 @@
 #include "tools/subhalctl/hubs/DevicePaths.h"
 #include "tools/subhalctl/proxy/SensorLookup.h"
 #include "tools/subhalctl/recording/Hex.h"
+#include "tools/subhalctl/showing/EventWriter.h"
 #include "tools/subhalctl/showing/Output.h"
 #include "tools/subhalctl/verbs/Verbs.h"
 
@@ -98,14 +99,15 @@ class Round {
     int64_t mStartNs = 0;
     std::string mRefusal;
     Calls mCalls;
-    std::optional<ReceivedEvent> mEvent;
-    bool mWaiting = false;  // a record is in the device, unread
-    int mPollError = 0;     // errno of waiting for a record
-    size_t mRecords = 0;    // that were read
-    size_t mFailed = 0;     // reads
-    std::string mCut;       // of the last record that is too short
-    std::string mRecord;    // the last record, in hex, or the first before the sensor was off
-    bool mOff = false;      // the library switched the sensor off before it read the record
+    std::optional<ReceivedEvent> mEvent;  // the first of this round
+    const char* mOther = "no event";      // what came without one
+    bool mWaiting = false;                // a record is in the device, unread
+    int mPollError = 0;                   // errno of waiting for a record
+    size_t mRecords = 0;                  // that were read
+    size_t mFailed = 0;                   // reads
+    std::string mCut;                     // of the last record that is too short
+    std::string mRecord;  // the last record, in hex, or the first before the sensor was off
+    bool mOff = false;    // the library switched the sensor off before it read the record
 };
 
 void Round::watch(int64_t latencyNs, double seconds) {
@@ -123,8 +125,12 @@ void Round::watch(int64_t latencyNs, double seconds) {
     if (result == Result::OK) {
         mProxy.events().receiveFor(seconds, [&](const ReceivedEvent& received) {
             if (received.event.sensorHandle != handle) return false;
-            mEvent = received;
-            return true;
+            const EventKind kind = kindOf(received.event);
+            const bool stale = kind == EventKind::kData && received.event.timestamp < mStartNs;
+            if (stale) mOther = "stale events";
+            if (kind == EventKind::kFlushComplete) mOther = "flush completions";
+            if (!stale && kind != EventKind::kFlushComplete) mEvent = received;
+            return mEvent.has_value();
         });
     } else {
         mRefusal = std::string(what) + " returned " + resultName(result);
@@ -222,7 +228,8 @@ Stations Round::onTheWay() const {
         {!mEvent && mOff, "filter",
          "the library dropped a record of a sensor that it had switched off: " + mRecord,
          "it switches a one-shot sensor off after each wake-up, even if the read fails"},
-        {!mEvent, "driver", "the library posted no event for a whole record: " + mRecord,
+        {!mEvent, "driver",
+         std::string("the library posted ") + mOther + " for a whole record: " + mRecord,
          "its driver of this sensor drops it", "", true}};
 }
 
@@ -253,7 +260,7 @@ bool Round::judge(const char* how, Findings& findings) const {
                             textOf(failureOf(mCalls, mNode)));
     }
     const int64_t receivedNs = mEvent->receivedNs;
-    const int64_t stampNs = mEvent->event.timestamp;  // a completed flush has none
+    const int64_t stampNs = mEvent->event.timestamp;  // additional information may have none
     const auto after = [&](int64_t startNs) {
         return static_cast<double>(receivedNs - startNs) / 1e6;
     };
@@ -304,7 +311,8 @@ ExitCode runDoctor(Proxy& proxy, const DoctorOptions& options) {
     const auto devices = examineHub(findings);
     if (!devices) return kNoHub;
     if (!options.sensors.empty()) result = followRecords(proxy, options, *devices, findings);
-    print("%s, %s, %s%s\n", counted(devices->sensors, "sensor").c_str(),
+    print("%s%s described, %s, %s%s\n", result == kNoData ? "interrupted; " : "",
+          counted(devices->sensors, "sensor").c_str(),
           counted(findings.failures(), "failure").c_str(),
           counted(findings.notes(), "note").c_str(),
           geteuid() == 0 ? "; as root, who has rights that the sensors service lacks" : "");
