@@ -58,8 +58,7 @@ void SimulatedHub::buildDevice(const SensorSpec& spec) {
     const KnownSensor* known = findKnownSensor(spec.handle);
     if (known == nullptr) {
         std::fprintf(stderr,
-                     "simulator: sensor %d gets no device: it has no row in the table of "
-                     "simulator/KnownSensors.cpp\n",
+                     "simulator: no device for handle %d, which is not in the table of sensors\n",
                      spec.handle);
         return;
     }

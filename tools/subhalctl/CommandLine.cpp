@@ -313,9 +313,9 @@ void addDirect(CLI::App& app, Command& command) {
     verb->add_option("--events", options->eventsHz,
                      "Also request the sensor's events through the proxy, at this rate in Hz")
         ->check(hertz());
-    verb->add_flag(
-        "--check", options->check,
-        "Exit status 1 when a record was missed, repeated, torn or lost, or the reader stalled");
+    verb->add_flag("--check", options->check,
+                   "Exit status 1 when a record was missed, repeated, torn, backward or lost, the "
+                   "reader stalled or the sensor fell silent");
     addEventFormat(*verb, options->format);
 }
 
@@ -340,7 +340,7 @@ void addHub(CLI::App& app, Command& command) {
     verb->add_option("COUNT", options->count,
                      "How many of this type the library keeps; always 2 for type 0")
         ->required()
-        ->transform(whole(0, 255));
+        ->transform(whole(1, 255));
 }
 
 /** It loads no library. */

@@ -39,6 +39,9 @@ class ChipReader {
             mFault = chip.is_object() ? "handle is missing" : "it is no object";
             return;
         }
+        for (const auto& member : chip.items()) {
+            mUnread.insert(member.key());
+        }
         number("handle", &spec->handle, 0, UINT8_MAX);
         take("chip", &spec->chipName, "text", &Json::is_string);
         spec->chipName.resize(std::min(spec->chipName.size(), simulator::kSpecNameSize - 1));
@@ -49,9 +52,14 @@ class ChipReader {
         number("max_delay_us", &spec->maxDelayUs);
         number("fifo_max", &spec->fifoMax);
         number("fifo_reserved", &spec->fifoReserved);
-        number("resolution", &spec->resolution);
-        number("range", &spec->range);
-        number("power_ma", &spec->powerMa);
+        number("resolution", &spec->resolution, 0);
+        number("range", &spec->range, 0);
+        number("power_ma", &spec->powerMa, 0);
+        if (!mFault.empty()) return;
+        if (!mUnread.empty()) mFault = "it has an unknown member " + quoted(*mUnread.begin());
+        if (spec->maxDelayUs > 0 && spec->minDelayUs > spec->maxDelayUs) {
+            mFault = "min_delay_us is above max_delay_us";
+        }
     }
 
     /** What is wrong with the chip, empty when it is fine. */
@@ -62,6 +70,7 @@ class ChipReader {
     template <typename Field, typename Fits>
     void take(const char* name, Field* field, const std::string& wanted, Fits fits) {
         const auto found = mChip.find(name);
+        mUnread.erase(name);
         if (!mFault.empty() || found == mChip.end()) return;
         if (std::invoke(fits, *found)) {
             *field = found->template get<Field>();
@@ -74,7 +83,9 @@ class ChipReader {
                 double most = std::numeric_limits<Field>::max()) {
         constexpr bool kWhole = std::is_integral_v<Field>;
         take(name, field,
-             kWhole ? formatted("whole number from %.0f to %.0f", least, most) : "number",
+             kWhole       ? formatted("whole number from %.0f to %.0f", least, most)
+             : least == 0 ? "number from 0 on"
+                          : "number",
              [least, most](const Json& value) {
                  const double given = value.is_number() ? value.get<double>() : NAN;
                  return given >= least && given <= most && !(kWhole && given != std::floor(given));
@@ -82,6 +93,7 @@ class ChipReader {
     }
 
     const Json& mChip;
+    std::set<std::string> mUnread;  // members
     std::string mFault;
 };
 
@@ -107,9 +119,14 @@ std::optional<Specs> readChips(const std::string& path) {
                       simulator::kSpecSize));
     }
     Specs specs;
+    std::set<int> handles;
     for (const Json& chip : chips) {
         specs.emplace_back();
-        const std::string fault = ChipReader(chip, &specs.back()).fault();
+        std::string fault = ChipReader(chip, &specs.back()).fault();
+        const int handle = specs.back().handle;
+        if (fault.empty() && handle != 0 && !handles.insert(handle).second) {
+            fault = formatted("an earlier one has the handle %d, too", handle);
+        }
         if (!fault.empty()) return fails(formatted("chip %zu: ", specs.size()) + fault);
     }
     return specs;
@@ -143,9 +160,11 @@ class SignalHub : public InProcessHub {
         const mode_t mode = simulator::isAttribute(path) ? simulator::attributeMode(path) : 0666;
         if (fault->kind == "read" && (mode & 0444) == 0) return path + " is write-only";
         if (fault->kind == "write" && (mode & 0222) == 0) return path + " is read-only";
-        if (fault->kind == "ioctl" && path.compare(0, 5, "/dev/") != 0) {
-            return path + " is no device, so it takes no ioctl";
+        if (fault->kind == "ioctl" && path != kBatchPath) {
+            return path + " takes no ioctl; " + kBatchPath + " does";
         }
+        const bool moves = fault->kind == "read" || fault->kind == "write";
+        if (moves && path == kBatchPath) return path + " takes ioctls only";
         fault->path = directory && opens ? path + '/' : path;
         return {};
     }
@@ -194,6 +213,7 @@ class SignalHub : public InProcessHub {
             }
             return formatted("no sensor has the handle %d; there are", fault.handle) + handles;
         }
+        if (fault.kind == "ioctl") return "a sensor's device takes no ioctl";
         return fault.kind == "write" ? "a sensor's device is read-only" : "";
     }
     /** All files, a line each. */

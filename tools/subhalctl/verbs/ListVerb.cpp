@@ -39,11 +39,17 @@ std::string otherFlags(uint32_t flags) {
 }
 
 std::string rates(const SensorInfo& sensor) {
-    if (sensor.minDelay < 0) return "one event, then off";
-    if (sensor.minDelay == 0) return "when it has news";
-    const double fastest = 1e6 / sensor.minDelay;
-    if (sensor.maxDelay <= 0) return formatted("up to %.6g Hz", fastest);
-    return formatted("%.6g to %.6g Hz", 1e6 / sensor.maxDelay, fastest);
+    const SensorFlagBits mode = reportingMode(sensor);
+    const double slowest = sensor.maxDelay > 0 ? 1e6 / sensor.maxDelay : 0;
+    if (sensor.minDelay > 0) {
+        const double fastest = 1e6 / sensor.minDelay;
+        if (sensor.maxDelay == sensor.minDelay) return formatted("%.6g Hz", fastest);
+        if (slowest == 0) return formatted("up to %.6g Hz", fastest);
+        return formatted("%.6g to %.6g Hz", slowest, fastest);
+    }
+    if (mode == SensorFlagBits::ONE_SHOT_MODE) return "one event, then off";
+    if (mode != SensorFlagBits::CONTINUOUS_MODE) return "when it has news";
+    return slowest > 0 ? formatted("from %.6g Hz", slowest) : "any";
 }
 
 double numberOf(float value) {
