@@ -158,9 +158,10 @@ def six_at_once():
 
 
 def saved_file(content):
-    """A file with this text or catalogue of chips."""
-    with tempfile.NamedTemporaryFile("w", suffix=".json", delete=False) as file:
-        file.write(content if isinstance(content, str) else json.dumps(content))
+    """A file with these bytes, this text or this catalogue of chips."""
+    text = content if isinstance(content, (str, bytes)) else json.dumps(content)
+    with tempfile.NamedTemporaryFile("wb", suffix=".json", delete=False) as file:
+        file.write(text if isinstance(text, bytes) else text.encode())
     atexit.register(os.remove, file.name)
     return file.name
 
@@ -398,6 +399,12 @@ ROWS = {
             out=r"  \\x1b\[2m\\x0a\\x07äµ\\x7f\\xc2\\x9b Accel", lines=r"^[^\0-\x1f\x7f-\x9f]*$",
             err=r": name \\x1b\[2m\\x0a\\x07ä"),
         Row("list -v", out="\n +flags +0x786: special; non-wake-up, direct in memory up to very"),
+        # What the delays leave open; 32 is the hub's own.
+        Row(["--chips", saved_file([{"handle": 1, "min_delay_us": -1}, {"handle": 2, "min_delay_us": 10000,
+                                    "max_delay_us": 10000}]), "list"],
+            out=r"1 .* continuous +any .*\n +2 .* continuous +100 Hz .*\n +32 .* special +when it has news "),
+        Row(["--chips", saved_file([{"handle": 1}]), "watch", "1@100", "--count", "9"],
+            out=r"accelerometer +9( +100\.000){3} "),
         Row("list", env={"COLUMNS": "80"}, lines=r"^.{1,80}$", out="^handle  sensor +mode +rates\n"),
         fits_a_terminal,
         Row("list --format json",
@@ -432,6 +439,16 @@ ROWS = {
             lines=r"^age p50 [0-9.]+, .* 0 torn, 0 lost; [34][0-9][0-9].[0-9]+ Hz, "),
         Row("direct 38 --rate normal --seconds 0.2 --format json", out='"age_p50_ns":[0-9]+,.*"lost":0',
             lines=r'^{"kind":"(data|summary)"'),
+        # A record without its stamp, and a sensor that falls silent.
+        Row("--fault cut:38:4@1s direct 38 --rate fast --seconds 1.3 --check", 1, env={"COLUMNS": "80"},
+            lines="^.{1,80}$", out=r" 0\.0{9} +- .*\s+high  stale\n(.|\n)* 0\s+torn, 1\s+backward"),
+        Row("--fault cut:38:4@1s direct 38 --rate fast --seconds 1.3 --format json",
+            out=r'"timestamp_ns":0,.*"stale":true(.|\n)*"torn":0,"backward":1'),
+        Row("--fault drop:38@1s --quiet direct 38 --rate fast --seconds 1.6 --check", 1,
+            out=r" 0 lost; .*\nsilent for the last [0-9]{3,4}\.[0-9] ms\n"),
+        *[Row("--fault read:38:EIO --quiet direct 38 --rate fast --seconds 0.1 --check --format " + form, 6, out=says)
+          for form, says in (("text", "^age p50 -, p99 -, max - ms; 0 rec.* - Hz, jitter - ms"),
+                             ("json", '"age_p50_ns":null,.*"rate_hz":null,"jitter_ns":null'))],
         Row("direct 38 --rate normal --events 100 --seconds 0.3", out="events through the proxy"),
         Row("message --text hello", out="received the whole message"),
         Row("message --hex " + LONGEST, out="^1119 bytes sent\nthe hub received the whole message"),
@@ -450,6 +467,7 @@ ROWS = {
         Row("message --file /dev/zero", 2, err="not more"),
         Row("message --file /", 2, err="Is a directory"),
         Row("hub dump 0 1", 2, err="--sim", hub=""),
+        Row("hub dump 5 0", 2, err="0 is not a number from 1 to"),
         Row("--seed -1 list", 2, err="-1 is not a number"),
         Row("watch 1 --period 9223372036854775807", 2, err="from 1 to 1e.15;"),
         Row("watch 1 --stats 1 --format json", 2, err="--stats .* --format json"),
@@ -463,9 +481,14 @@ ROWS = {
         Row("direct 38 --rate nan", 2, err="nan not in {normal,fast,very-fast}"),
         Row("watch 1@10 accelerometer@20", 2, err="at 10 Hz and at 20 Hz"),
         *[Row(["--chips", saved_file([{"handle": 1}, {"handle": 4, key: value}]), "list"], 2,
-              err="chip 2: %s is no (number|text|whole number from [0-9-]+ to %s)\n" % (key, most))
+              err="chip 2: %s is no (number from 0 on|text|whole number from [0-9-]+ to %s)\n" % (key, most))
           for key, value, most in (("vendor", "Acme", 11), ("vendor", 12, 11), ("range", [], ""),
                                    ("chip", 3, ""), ("fifo_max", 1.5, 65535))],
+        *[Row(["--chips", saved_file([{"handle": 1}, chip]), "list"], 2, err=": chip 2: " + says)
+          for chip, says in (({"handle": 1}, "an earlier one has the handle 1, too\n"),
+                             ({"handle": 4, "min_delay": 10}, "it has an unknown member min_delay\n"),
+                             ({"handle": 4, "min_delay_us": 10, "max_delay_us": 5}, "min_delay_us is above"),
+                             ({"handle": 4, "resolution": -1}, "resolution is no number from 0 on\n"))],
         *[Row("--fault %s list" % fault, 2, err="--fault .*: " + says) for fault, says in (
             ("open:1:EFOO", "EFOO is no name of an error"), ("open:1x:EIO", "1x is no handle"),
             ("open:1:EIO*1.5", "1.5 is no count"), ("poll:EIO@1e1", "1e1 is no time"),
@@ -473,7 +496,8 @@ ROWS = {
             ("foo:1", "foo is no fault; there are open:W"), ("cut:1:5x", "5x is no number of bytes"),
             ("drop:3", "no sensor has the handle 3; there are 1 2 4 "), ("drop:1*2", "drop is no call"),
             ("absent:/x", "/x is no file of the hub; it has\n  /dev/batch_io\n"),
-            ("push:1:00", "it needs a time"), ("write:/sys/class/sensors/hbx_sensor/sensor_spec:EIO",
+            ("push:1:00", "it needs a time"), ("ioctl:1:EIO", "a sensor's device takes no ioctl"),
+            ("read:/dev/batch_io:EIO", "/dev/batch_io takes ioctls only"), ("write:/sys/class/sensors/hbx_sensor/sensor_spec:EIO",
                                                ".*sensor_spec is read-only"))],
         Row("--fault drop:4 list", 2, err="--fault requires --sim", hub=""),
         Row("replay " + REAL_DEVICES, 2, err="--sim excludes replay"),
@@ -498,7 +522,7 @@ ROWS = {
             err="none of its sensors works"),
     ],
     "doctor": [
-        Row("doctor", lines=r"^[1-9]\d* sensors, 0 failures, 0 notes(; as root, .*)?$"),
+        Row("doctor", lines=r"^[1-9]\d* sensors described, 0 failures, 0 notes(; as root, .*)?$"),
         Row("doctor -v", out=r": (\d+) records\n(.|\n)*ok +record 3, handle 4: Gyroscope .*\n(.|\n)*"
                              r"ok .*handle 4: a buffer of 3000 records starts\n(.|\n)*\n\1 sensors"),
         Row("doctor", 7, hub="", out="No sensor hub here"),
@@ -512,7 +536,7 @@ ROWS = {
               ("open:1:EBUSY", 0, "note .*handle 1: in use by"),
               ("open:1:ENODEV", 1, "FAIL .*handle 1: .*its driver is gone"),
               ("open:/sys/bus/iio/devices/:EACCES", 1, "FAIL [^\n]* denied[^\n]* has to read it"
-               r"[^\n]*\n\d+ sensors, 1 failure"),
+               r"[^\n]*\n\d+ sensors described, 1 failure"),
               ("read:/sys/class/sensors/hbx_sensor/sensor_spec:EIO", 7, "FAIL .*: Input"),
               ("write:/sys/bus/iio/devices/iio:device3/buffer/enable:ENOMEM", 1,
                "FAIL .*handle 4: a buffer of 3000 records of 14 bytes: Cannot allocate memory; lower"),
@@ -526,7 +550,7 @@ ROWS = {
           for fault, sensor, says in (
               ("ioctl:/dev/batch_io:EINVAL", "1", r"FAIL  \S+ .1., hub: batch returned BAD.*: Invalid arg"),
               ("write:/sys/class/sensors/hbx_sensor/enable:EIO", "1", "FAIL .*, hub: activate returned BAD"),
-              ("drop:1", "1", 'FAIL .*handle 1: no IIO device(.|\n)*51 sensors, 1 failure'),
+              ("drop:1", "1", 'FAIL .*handle 1: no IIO device(.|\n)*51 sensors described, 1 failure'),
               ("drop:1@0.4s", "17 1", "note .*\nFAIL .*1., device: .* is gone; "),
               ("poll:EIO", "1", "FAIL .*, device: a record is waiting.*: poll.. fails: Input/output"),
               ("write:/sys/bus/iio/devices/iio:device1/buffer/enable:EIO", "1",
@@ -537,6 +561,8 @@ ROWS = {
               ("cut:1:5", "1", "FAIL .*, read: a record of 5 bytes instead of 14; "),
               ("push:57:ff" + "00" * 24 + "0100000000000000@0.4s", "57",
                "note  .*, driver: the library posted no event .*: ff0000.*; may be correct"),
+              ("push:18:01" + "00" * 8 + "@0.4s", "18", "note  .*, driver: the library posted stale events for"),
+              ("", "49", "note  .*, driver: the library posted flush completions for a whole record"),
               ("", "17", "note  .*, hub: accepted the request, sent no record in 0.6 s; may be"),
               ("", "32", "ok    sensorhubs .32.: an event"))],
         Row("--fault read:17:EIO*1 doctor 17", 1, out="FAIL .*17., filter: the library dropped a rec"),
@@ -545,27 +571,34 @@ ROWS = {
         Row("doctor 1 -v", out=r"ok +acc.*, hub: .*\nok .*, device: .*\nok .*, buffer: on, 3000 .*\nok .*, "
             r"read: [1-9] whole records?\nok +accelerometer .1.: an event [0-9.]+ ms after switching"),
         Row(["--chips", saved_file([{"handle": 0}]), "doctor"], 1, out="FAIL .*spec: 1 record, all of "
-            "them empty slots; .*firmware(.|\n)*0 sensors, 1 failure"),
-        Row(["--chips", saved_file([
-            {"handle": 1, "chip": "TWO", "min_delay_us": 2000, "max_delay_us": 1000, "range": 5,
-             "fifo_max": 10, "fifo_reserved": 20, "resolution": -1},
-            {"handle": 3}, {"handle": 1}]), "doctor"], 1,
-            err="simulator: sensor 3 gets no device: it has no row in the table of ",
+            "them empty slots; .*firmware(.|\n)*0 sensors described, 1 failure"),
+        Row(["--chips", saved_file(b"".join(
+            struct.pack("<B15sBiBiiHHfff", handle, b"TWO", 3, 1, 0, 2000, 1000, 10, 20, -1, 5, 0)
+            for handle in (1, 3, 1))), "doctor"], 1,
+            err="simulator: no device for handle 3, which is not in the table",
             out="handle 1: delays from 2000 to 1000(.|\n)*handle 1: 20 events reserved(.|\n)*handle "
                 "1: resolution -1(.|\n)*handle 3: the library has no driver(.|\n)*handle 1: an earlier record has "
-                "the same(.|\n)*1 sensor, 5 failures"),
+                "the same(.|\n)*1 sensor described, 5 failures"),
     ],
     "check": [
-        Row("--still check --seconds 0.4", lines="^(PASS|SKIP|KNOWN) |^[0-9]+ rules: .* 0 failed",
-            watched=False, out="PASS  accelerometer +rate +500.000 Hz(.|\n)*KNOWN vdis_gyro +direct-rate"),
+        Row("--still check --seconds 0.4", lines="^(PASS|SKIP|KNOWN) |^[0-9]+ results: .* 0 failed",
+            watched=False, out=r"timestamps +1 event, 0 not rising, at(.|\n)* flush +0 completions of 0, BAD_VALUE"
+            r"(.|\n)*PASS  accelerometer +rate +500.000 Hz(.|\n)*PASS  vdis_gyro +rate +500(.|\n)*"
+            r"SKIP .* silent-when-off +it has not(.|\n)*KNOWN vdis_gyro +direct-rate"),
+        # Where nothing was seen, nothing is judged.
+        Row("--fault read:38:EIO check 38 --seconds 0.2", 1, env={"COLUMNS": "80"}, lines="^.{1,80}$",
+            out=r"FAIL +\S+ +first-event +none; see doctor 38\n(.|\n)*SKIP .* event-kind +no events\n(.|\n)*"
+                r"SKIP .* silent-when-off(.|\n)*SKIP .* direct-stamps +no records\n(.|\n)*SKIP .* handles +no"),
+        # In a phase of another rate.
+        Row("--fault cut:1:8@2.4s check 1 --seconds 0.5 --quiet", 1, out="FAIL .* timestamps .*[1-9] not rising"),
         Row("check 5 --seconds 0.1 --format tap",
             lines="^(TAP version 13|ok [0-9]+ - .*|not ok .* # TODO known .*|1..[0-9]+)$"),
         Row("check 5 --seconds nan", 2),
         # Three phases in, none of which is judged before its end.
-        Row("check 1 4 --seconds 2", 6, out="\ninterrupted after [0-9]+ rules: [0-9]+ passed, 0 failed",
+        Row("check 1 4 --seconds 2", 6, out="\ninterrupted after [0-9]+ results: [0-9]+ passed, 0 failed",
             signals=[signal.SIGINT]),
         Row("--fault write:/sys/class/sensors/hbx_sensor/hbx_flush:EIO check 1 --seconds 0.3 --quiet", 1,
-            out="FAIL  accelerometer +flush +0 completions of 3, BAD", lines=" flush | rules: "),
+            out="FAIL  accelerometer +flush +0 completions of 3, BAD", lines=" flush | results: "),
         Row("--fault drop:1@2.6s check 1 --seconds 1 --quiet", 1, watched=False,
             out="FAIL  accelerometer +lost +.* silent for the last [0-9]{3}"),
     ],
@@ -650,11 +683,13 @@ ROWS = {
             signals=[signal.SIGTERM]),
         *[Row("watch 1 38", signals=[number], out=" 38  vdis_gyro +[1-9]")
           for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP)],
-        Row("direct 38 --rate fast --seconds 30", signals=[signal.SIGINT], out="records, "),
+        Row("direct 38 --rate fast --check --seconds 30", 6, signals=[signal.SIGINT], out="records, ",
+            err="before --seconds were over"),
         *[Row("watch 1 --%s 20000" % end, 6, signals=[signal.SIGINT]) for end in ("count", "seconds")],
         Row("--still watch 17 --require lost=0", 6, signals=[signal.SIGTERM], err="before any event"),
         Row("watch 1 --seconds 20 --require lost=0", 6, signals=[signal.SIGTERM],
             err="before --seconds were over"),
+        Row("--still doctor 17 --seconds 30 -v", 6, signals=[signal.SIGINT], out="\ninterrupted; 5"),
         *[Row("watch 1@100 --seconds 1 --require events>80", signals=[number], ignored=[number])
           for number in (signal.SIGINT, signal.SIGHUP)],
         Row("list", 130, stdout="hung", signals=[signal.SIGINT, signal.SIGINT]),
