@@ -441,7 +441,7 @@ ROWS = {
             lines=r'^{"kind":"(data|summary)"'),
         # A record without its stamp, and a sensor that falls silent.
         Row("--fault cut:38:4@1s direct 38 --rate fast --seconds 1.3 --check", 1, env={"COLUMNS": "80"},
-            lines="^.{1,80}$", out=r" 0\.0{9} +- .*\s+high  stale\n(.|\n)* 0\s+torn, 1\s+backward"),
+            lines="^.{1,80}$", out=r" 0\.0{9} +- (.|\n){,80}  stale\n(.|\n)* 0\s+torn, 1\s+backward"),
         Row("--fault cut:38:4@1s direct 38 --rate fast --seconds 1.3 --format json",
             out=r'"timestamp_ns":0,.*"stale":true(.|\n)*"torn":0,"backward":1'),
         Row("--fault drop:38@1s --quiet direct 38 --rate fast --seconds 1.6 --check", 1,

@@ -140,7 +140,8 @@ TEST(RingCheck, TellsMissedAndTornRecords) {
     flush.type = SENSOR_TYPE_META_DATA;
     flush.meta_data = {META_DATA_FLUSH_COMPLETE, kHandle};
     EXPECT_TRUE(check.add(flush));
-    EXPECT_EQ(check.figures().torn, 2);
+    EXPECT_EQ(check.figures().torn, 1);
+    EXPECT_EQ(check.figures().backward, 1);
     EXPECT_EQ(check.figures().records, 6);
 }
 

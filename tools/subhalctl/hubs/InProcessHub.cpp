@@ -40,18 +40,6 @@ std::vector<Injection> InProcessHub::takeInjections() {
     return result;
 }
 
-std::vector<std::string> InProcessHub::messages() {
-    return mServices.messages();
-}
-
-bool InProcessHub::waitReady() {
-    return mServices.waitReady();
-}
-
-bool InProcessHub::requestDump(int type, int count) {
-    return mServices.requestDump(type, count) && mHub.waitIdle();
-}
-
 std::vector<std::pair<std::string, size_t>> InProcessHub::dumpFiles() {
     std::vector<std::pair<std::string, size_t>> files;
     for (const std::string& name : mHub.listDirectory(kDataDirectory)) {

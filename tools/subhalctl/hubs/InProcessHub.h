@@ -23,9 +23,11 @@ class InProcessHub : public Hub {
 
     bool unload(host_proxy::SubHalLibrary& library) override;
     std::vector<Injection> takeInjections() override;
-    std::vector<std::string> messages() override;
-    bool waitReady() override;
-    bool requestDump(int type, int count) override;
+    std::vector<std::string> messages() override { return mServices.messages(); }
+    bool waitReady() override { return mServices.waitReady(); }
+    bool requestDump(int type, int count) override {
+        return mServices.requestDump(type, count) && mHub.waitIdle();
+    }
     std::vector<std::pair<std::string, size_t>> dumpFiles() override;
 
   protected:

@@ -160,11 +160,10 @@ class SignalHub : public InProcessHub {
         const mode_t mode = simulator::isAttribute(path) ? simulator::attributeMode(path) : 0666;
         if (fault->kind == "read" && (mode & 0444) == 0) return path + " is write-only";
         if (fault->kind == "write" && (mode & 0222) == 0) return path + " is read-only";
-        if (fault->kind == "ioctl" && path != kBatchPath) {
-            return path + " takes no ioctl; " + kBatchPath + " does";
-        }
+        const bool takesIoctl = path == kBatchPath;
+        if (fault->kind == "ioctl" && !takesIoctl) return path + " takes no ioctl";
         const bool moves = fault->kind == "read" || fault->kind == "write";
-        if (moves && path == kBatchPath) return path + " takes ioctls only";
+        if (moves && takesIoctl) return path + " takes ioctls only";
         fault->path = directory && opens ? path + '/' : path;
         return {};
     }
@@ -213,8 +212,8 @@ class SignalHub : public InProcessHub {
             }
             return formatted("no sensor has the handle %d; there are", fault.handle) + handles;
         }
-        if (fault.kind == "ioctl") return "a sensor's device takes no ioctl";
-        return fault.kind == "write" ? "a sensor's device is read-only" : "";
+        const bool never = fault.kind == "ioctl" || fault.kind == "write";
+        return never ? "a sensor's device takes no " + fault.kind : "";
     }
     /** All files, a line each. */
     std::string files() const {

@@ -51,17 +51,6 @@ std::string infoText(const Payload& payload) {
     return line;
 }
 
-/** In a table; "-" for a sensor without a rate. */
-std::string rateText(double hertz) {
-    return hertz > 0 ? formatted("%.3f", hertz) : "-";
-}
-
-std::string millisecondsText(const DurationStatistics& durations, double share) {
-    if (durations.count() == 0) return "-";
-    return formatted("%s%.3f", durations.exact() ? "" : "~",
-                     milliseconds(durations.quantileNs(share)));
-}
-
 std::string jitterText(const Watched& one) {
     if (one.grantedHz <= 0 || one.intervals.intervals() == 0) return "-";
     return formatted("%.3f", one.intervals.jitterNs() / 1e6);
@@ -227,6 +216,16 @@ class JsonWriter : public EventWriter {
 };
 
 }  // namespace
+
+std::string rateText(double hertz) {
+    return hertz > 0 ? formatted("%.3f", hertz) : "-";
+}
+
+std::string millisecondsText(const DurationStatistics& durations, double share) {
+    if (durations.count() == 0) return "-";
+    return formatted("%s%.3f", durations.exact() ? "" : "~",
+                     milliseconds(durations.quantileNs(share)));
+}
 
 EventKind kindOf(const Event& event) {
     if (event.sensorType == SensorType::META_DATA) return EventKind::kFlushComplete;

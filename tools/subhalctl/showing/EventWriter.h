@@ -62,6 +62,10 @@ std::string valueLegend(const SensorInfo& sensor);
 /** "%d.%09d" of seconds. */
 std::string timeText(int64_t timestampNs);
 
+/** A rate and a quantile of durations, in a table; "-" without any. */
+std::string rateText(double hertz);
+std::string millisecondsText(const DurationStatistics& durations, double share);
+
 /** A table of the sensors' figures. */
 std::string summaryTable(const std::vector<Watched>& watched);
 

@@ -99,13 +99,12 @@ class Client {
                                {"stalled", stalled}};
             return printText(jsonText(line) + "\n");
         }
-        const auto text = [](bool is, double value) { return is ? formatted("%.3f", value) : "-"; };
-        std::string lines = "age p50 " + text(aged, milliseconds(mAges.quantileNs(0.5))) +
-                            ", p99 " + text(aged, milliseconds(mAges.quantileNs(0.99))) + ", max " +
-                            text(aged, milliseconds(mAges.longestNs())) + " ms; " + figures.text() +
-                            "; " + text(timed, mStatistics.rateHz()) + " Hz, jitter " +
-                            text(timed, mStatistics.jitterNs() / 1e6) + " ms";
-        lines = wrapped(lines, 4) + '\n';
+        const std::string jitter = timed ? formatted("%.3f", mStatistics.jitterNs() / 1e6) : "-";
+        std::string lines = wrapped(
+            "age p50 " + millisecondsText(mAges, 0.5) + ", p99 " + millisecondsText(mAges, 0.99) +
+                ", max " + millisecondsText(mAges, 1) + " ms; " + figures.text() + "; " +
+                rateText(mStatistics.rateHz()) + " Hz, jitter " + jitter + " ms\n",
+            4);
         if (silenceNs > 0) {
             lines += formatted("silent for the last %.1f ms\n", milliseconds(silenceNs));
         }
