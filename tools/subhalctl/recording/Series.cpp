@@ -39,12 +39,6 @@ void addEvent(const Entry& entry, int64_t readNs, Series* series) {
     received.ownWakelock =
         received.wakelock && (series->events.empty() ||
                               series->events.back().received.receivedNs != received.receivedNs);
-    if (kindOf(received.event) == EventKind::kData) {
-        if (!series->typed) series->sensor.type = received.event.sensorType;
-        series->typed = true;
-        series->retyped += received.event.sensorType != series->sensor.type ? 1 : 0;
-    }
-    series->held += received.wakelock ? 1 : 0;
     series->events.push_back({received, readNs});
 }
 
@@ -70,12 +64,17 @@ void judge(int64_t askedNs, Series* series) {
     figures = {&series->sensor, series->periodNs > 0 ? hertz(askedNs) : 0, hertz(series->periodNs),
                IntervalStatistics(series->periodNs), figures.startNs};
     const int64_t dueNs = series->latencyNs + 2 * series->periodNs + kPromptNs;
+    const auto first = std::find_if(
+        series->events.begin(), series->events.end(),
+        [](const auto& event) { return kindOf(event.received.event) == EventKind::kData; });
+    if (first != series->events.end()) series->sensor.type = first->received.event.sensorType;
     std::vector<RecordedEvent*> sorted;
     for (RecordedEvent& event : series->events) {
         const int64_t backward = figures.intervals.backward();
         event.stale = figures.isStale(event.received);
         figures.add(event.received);
         if (!event.isData()) continue;
+        event.retyped = event.received.event.sensorType != series->sensor.type;
         for (const Value& value : decode(series->sensor, payloadOf(event.received.event)).values) {
             const bool counts = value.form != Value::Form::kNumber;
             event.values.push_back(counts ? static_cast<double>(value.count)

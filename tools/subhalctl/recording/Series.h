@@ -25,7 +25,8 @@ struct RecordedEvent {
     int64_t lost = 0;              ///< events missing just before it
     bool backward = false;         ///< not stamped later than the one that came before
     bool stale = false;
-    bool late = false;  ///< beyond the requested latency, two periods and 100 ms
+    bool retyped = false;  ///< data of another type than the first
+    bool late = false;     ///< beyond the requested latency, two periods and 100 ms
 
     bool isData() const { return kindOf(received.event) == EventKind::kData && !stale; }
     int64_t stampNs() const { return received.event.timestamp; }
@@ -42,9 +43,6 @@ struct Series {
     std::vector<const Recording::Entry*> requests{};
     std::vector<Span> on{};
     int64_t late = 0;
-    int64_t held = 0;     ///< events with a wakelock
-    bool typed = false;   ///< the type is that of the first event of data
-    int64_t retyped = 0;  ///< data of another type than the first
     Watched figures{nullptr, 0, 0, IntervalStatistics()};
 
     /** As in "light (5)". */

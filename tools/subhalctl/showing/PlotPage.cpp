@@ -122,6 +122,9 @@ class Picture {
                              static_cast<double>(mEndNs - mStartNs);
         return kLeft + (kRight - kLeft) * std::clamp(share, 0.0, 1.0);
     }
+    bool isOff(const RecordedEvent& event) const {
+        return event.stampNs() < mStartNs || event.stampNs() > mEndNs;
+    }
     void text(double atX, double line, const std::string& what, const char* kind = "") {
         mText += formatted("<text class=\"%s\" x=\"%.1f\" y=\"%.1f\">", kind, atX, line + 13) +
                  escaped(what) + "</text>\n";
@@ -169,10 +172,8 @@ class Picture {
     /** Lost events as spans, other faults as strokes. */
     void faults(const Series& series) {
         const Watched& figures = series.figures;
-        const auto isOff = [this](const RecordedEvent* event) {
-            return event->stampNs() < mStartNs || event->stampNs() > mEndNs;
-        };
-        const int64_t off = std::count_if(series.data.begin(), series.data.end(), isOff);
+        const int64_t off = std::count_if(series.data.begin(), series.data.end(),
+                                          [this](const auto* event) { return isOff(*event); });
         std::string summary;
         for (const auto& [count, what] :
              {std::pair(figures.intervals.lost(), " lost"), std::pair(series.late, " late"),
@@ -297,7 +298,7 @@ class Picture {
         bool joined = false;
         for (const RecordedEvent* event : series.data) {
             const int64_t timeNs = event->stampNs();
-            if (timeNs < mStartNs || timeNs > mEndNs) continue;
+            if (isOff(*event)) continue;
             const double value = valueOf(*event);
             joined = joined && event->lost == 0 && std::isfinite(value);
             if (!std::isfinite(value)) continue;

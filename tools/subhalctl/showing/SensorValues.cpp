@@ -139,27 +139,22 @@ std::string Value::text() const {
 }
 
 std::string Value::exactText() const {
-    std::string text;
     // Nine digits are enough for any float.
-    for (int digits = 6; form == Form::kNumber && digits <= 9; ++digits) {
-        text = formatted("%.*g", digits, static_cast<double>(number));
-        if (std::strtof(text.c_str(), nullptr) == number) break;
+    for (int digits = 6; form == Form::kNumber; ++digits) {
+        const std::string text = formatted("%.*g", digits, static_cast<double>(number));
+        if (digits == 9 || std::strtof(text.c_str(), nullptr) == number) return text;
     }
-    if (form == Form::kNumber) return text;
     return form == Form::kCount ? formatted("%" PRIu64, count) : formatted("0x%08" PRIx64, count);
 }
 
 Json Value::json() const {
     if (form == Form::kCount) return count;
     if (form == Form::kWord) return exactText();
-    Json json = nullptr;
-    for (int digits = 6; std::isfinite(number) && digits <= 9; ++digits) {
-        const std::string text = formatted("%.*g", digits, static_cast<double>(number));
-        if (std::strtof(text.c_str(), nullptr) != number) continue;
-        json = std::strtod(text.c_str(), nullptr);
-        // The JSON library gives some doubles all their digits; ".0" is its own.
-        if (json.dump().size() <= text.size() + 2) break;
-    }
+    if (!std::isfinite(number)) return nullptr;
+    Json json = std::strtod(exactText().c_str(), nullptr);
+    // The JSON library gives a few doubles all their digits; not the next text of the same float.
+    const std::string longest = formatted("%.9g", static_cast<double>(number));
+    if (json.dump().size() > longest.size() + 2) json = std::strtod(longest.c_str(), nullptr);
     return json;
 }
 

@@ -48,11 +48,17 @@ class Comparison {
         if (periodMs > 0) rates(first.figures, second.figures, periodMs);
         figure("type", static_cast<double>(first.sensor.type),
                static_cast<double>(second.sensor.type), 0);
-        percent("other types/%", first, second, [](const Series& one) { return one.retyped; });
-        percent("with wakelock/%", first, second, [](const Series& one) { return one.held; });
-        percent("backward/%", first, second,
-                [](const Series& one) { return one.figures.intervals.backward(); });
-        percent("stale/%", first, second, [](const Series& one) { return one.figures.stale; });
+        const auto events = [&](const char* name, bool (*counts)(const RecordedEvent&)) {
+            const auto of = [counts](const std::vector<RecordedEvent>& all) {
+                return 100 * static_cast<double>(std::count_if(all.begin(), all.end(), counts)) /
+                       static_cast<double>(all.size());
+            };
+            percent(name, of(first.events), of(second.events));
+        };
+        events("with wakelock/%", [](const auto& one) { return one.received.wakelock; });
+        events("retyped/%", [](const auto& one) { return one.retyped; });
+        events("backward/%", [](const auto& one) { return one.backward; });
+        events("stale/%", [](const auto& one) { return one.stale; });
         for (const auto& [name, wanted] :
              {std::pair("latency.p50/ms", 0.5), std::pair("latency.p99/ms", 0.99)}) {
             figure(name, milliseconds(first.figures.latency.quantileNs(wanted)),
@@ -81,15 +87,11 @@ class Comparison {
         figure(name, first, second,
                mTolerance * std::max(std::fabs(first), std::fabs(second)) + more);
     }
-    /** Of all events; a share near 0 or 100 has to be near there in both. */
-    void percent(const char* name, const Series& first, const Series& second,
-                 int64_t (*count)(const Series&)) {
-        const auto of = [count](const Series& one) {
-            return 100 * static_cast<double>(count(one)) / static_cast<double>(one.events.size());
-        };
-        const double high = std::max(of(first), of(second));
-        const double low = std::min(of(first), of(second));
-        figure(name, of(first), of(second), mTolerance * std::min(high, 100 - low));
+    /** One near 0 or 100 has to be near there in both. */
+    void percent(const char* name, double first, double second) {
+        const double high = std::max(first, second);
+        const double low = std::min(first, second);
+        figure(name, first, second, mTolerance * std::min(high, 100 - low));
     }
     void rates(const Watched& first, const Watched& second, double periodMs) {
         const auto lost = [](const Watched& figures) {
@@ -100,7 +102,7 @@ class Comparison {
         share("rate/Hz", first.intervals.rateHz(), second.intervals.rateHz());
         figure("jitter/ms", first.intervals.jitterNs() / 1e6, second.intervals.jitterNs() / 1e6,
                mTolerance * periodMs);
-        share("lost/%", lost(first), lost(second));
+        percent("lost/%", lost(first), lost(second));
     }
     void values(const Series& first, const Series& second) {
         const auto all = decode(first.sensor).values;
