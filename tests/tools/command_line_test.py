@@ -616,6 +616,9 @@ ROWS = {
         compared(r"^accel.*\ndiffers +with wakelock/% +0 +0.16.*\n1 diff", odd={"wakelock": True}),
         compared(r"\ndiffers +backward/% +0 +0.16.*\n", odd={"timestamp_ns": 1000 * 10**9 + 6080 * MS}),
         compared(r"\ndiffers +stale/% +0 +0.16", stale=2**62),
+        # 10 % and three standard errors of a deviation are 0.277 here; of a mean, 0.337.
+        Row(["compare", made(x=lambda i: i % 2 * 2), made(x=lambda i: i % 2 * 2.66 - 0.33)], 1, hub="",
+            out="\ndiffers +x deviation +1 +1.33 +.0.33\n"),
         Row(["compare", made(), made(0, others=False)], 6, hub="", err="no data events in it"),
         Row(["plot", made(), "-o", "/nonexistent/page"], 2, hub="", err="/nonexistent/page: No such"),
         Row(["export", made(), "-o", "/dev/full"], 8, hub="", err="output was lost: No space"),
