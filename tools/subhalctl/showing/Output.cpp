@@ -165,6 +165,10 @@ void complain(const char* format, ...) {
     std::fprintf(stderr, "subhalctl: %s\n", printable(text, kLineLetters).c_str());
 }
 
+bool outputLost() {
+    return gError != 0;
+}
+
 ExitCode afterOutput(ExitCode verb) {
     flushOutput();
     if (gError == 0) return verb;

@@ -47,6 +47,8 @@ bool sendOutputTo(const std::string& path);
 /** "subhalctl: ", the text, printable, and a newline, to standard error. */
 void complain(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
+/** Whether a write to standard output has failed, which also ends waiting. */
+bool outputLost();
 /**
  * What to end with, given what the verb ended with: lost output is no success. Reports on
  * standard error what was lost, unless its reader just went away.

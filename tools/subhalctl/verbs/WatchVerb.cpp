@@ -208,6 +208,7 @@ class Watch {
     }
 
     ExitCode judge(EventQueue::End end) const {
+        if (outputLost()) return kOutputLost;
         if (const size_t overflowed = mProxy.events().overflowed()) {
             complain("%s dropped, because the output could not take more",
                      counted(overflowed, "event").c_str());
