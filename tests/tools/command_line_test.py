@@ -236,8 +236,8 @@ def recordings():
         spoilt(call, 1, "line [0-9]+: call [0-9]+: ioctl .* instead of write .* 313100", ("(.*\n)", r"\1\1"))
         batch = next(i for i, line in enumerate(lines) if '"number":2148072452}' in line)
         spoilt(batch, 1, "ioctl .*fc04. instead of ioctl .*fc09.", ("2452}", "2457}"))
-        spoilt(len(kinds) - 1 - kinds[::-1].index("call"), 1, "line [0-9]+: call [0-9]+ is missing: write .*enable 33383000",
-               ("(.*\n)", r"\1\1"))
+        off = max(i for i, line in enumerate(lines) if "33383000" in line)
+        spoilt(off, 1, "line [0-9]+: call [0-9]+ is missing: write .*enable 33383000", ("(.*\n)", r"\1\1"))
         spoilt(raw, 2, "line %(line)d: .hex. is not in hex", ('hex":"', 'hex":"x'))
         spoilt(raw, 2, "line %(line)d: this is no JSON object", ("}", ""))
         spoilt(raw, 2, "line %(line)d: .handle. is out of range", ('handle":', 'handle":99999'))
