@@ -7,6 +7,7 @@
 #include <iterator>
 #include <map>
 #include <optional>
+#include <regex>
 
 #include "tools/subhalctl/proxy/SensorLookup.h"
 #include "tools/subhalctl/showing/Output.h"
@@ -14,113 +15,93 @@
 namespace subhalctl {
 namespace {
 
-/** A figure; durations are in nanoseconds. */
+enum Trait : unsigned { kTime = 1, kNeedsRate = 2 };
+
+/** A figure; times are in nanoseconds. */
 struct Figure {
     const char* name;
-    bool isDuration;
-    bool needsRate;
+    unsigned traits;
     double (*of)(const Watched& watched);
+
+    bool has(Trait trait) const { return (traits & trait) != 0; }
 };
 
-double asDouble(int64_t value) {
+double number(int64_t value) {
     return static_cast<double>(value);
 }
 
 constexpr Figure kFigures[] = {
-    {"events", false, false, [](const Watched& one) { return asDouble(one.events); }},
-    {"lost", false, true, [](const Watched& one) { return asDouble(one.intervals.lost()); }},
-    {"backward", false, false,
-     [](const Watched& one) { return asDouble(one.intervals.backward()); }},
-    {"stale", false, false, [](const Watched& one) { return asDouble(one.stale); }},
-    {"wakelocks", false, false, [](const Watched& one) { return asDouble(one.wakelocks); }},
-    {"rate", false, true, [](const Watched& one) { return one.intervals.rateHz(); }},
-    {"jitter", true, true, [](const Watched& one) { return one.intervals.jitterNs(); }},
-    {"latency.p50", true, false,
-     [](const Watched& one) { return asDouble(one.latency.quantileNs(0.5)); }},
-    {"latency.p99", true, false,
-     [](const Watched& one) { return asDouble(one.latency.quantileNs(0.99)); }},
-    {"latency.max", true, false,
-     [](const Watched& one) { return asDouble(one.latency.longestNs()); }},
-    {"interval.min", true, true,
-     [](const Watched& one) { return asDouble(one.intervals.shortestNs()); }},
-    {"interval.max", true, true,
-     [](const Watched& one) { return asDouble(one.intervals.longestNs()); }},
+    {"events", 0, [](const Watched& one) { return number(one.events); }},
+    {"lost", kNeedsRate, [](const Watched& one) { return number(one.intervals.lost()); }},
+    {"backward", 0, [](const Watched& one) { return number(one.intervals.backward()); }},
+    {"stale", 0, [](const Watched& one) { return number(one.stale); }},
+    {"wakelocks", 0, [](const Watched& one) { return number(one.wakelocks); }},
+    {"rate", kNeedsRate, [](const Watched& one) { return one.intervals.rateHz(); }},
+    {"jitter", kTime | kNeedsRate, [](const Watched& one) { return one.intervals.jitterNs(); }},
+    {"latency.p50", kTime, [](const Watched& one) { return number(one.latency.quantileNs(0.5)); }},
+    {"latency.p99", kTime, [](const Watched& one) { return number(one.latency.quantileNs(0.99)); }},
+    {"latency.max", kTime, [](const Watched& one) { return number(one.latency.longestNs()); }},
+    {"interval.min", kTime | kNeedsRate,
+     [](const Watched& one) { return number(one.intervals.shortestNs()); }},
+    {"interval.max", kTime | kNeedsRate,
+     [](const Watched& one) { return number(one.intervals.longestNs()); }},
 };
 
 bool isMeasured(const Figure& figure, const Watched& one) {
-    if (std::strncmp(figure.name, "latency", 7) == 0) return one.latency.count() > 0;
-    return !figure.needsRate || one.intervals.intervals() > 0;
+    if (figure.has(kNeedsRate)) return one.intervals.intervals() > 0;
+    return !figure.has(kTime) || one.latency.count() > 0;
 }
 
 /** As messages show it. Counts are whole; all else is compared with these six digits. */
 std::string textOf(const Figure& figure, double value) {
-    const bool isCount = !figure.isDuration && std::strcmp(figure.name, "rate") != 0;
-    if (isCount) return formatted("%.0f", value);
-    return formatted("%.6g", figure.isDuration ? value / 1e6 : value) +
-           (figure.isDuration ? " ms" : "");
-}
-
-using Comparison = std::function<bool(double, double)>;
-
-const std::map<std::string, Comparison>& comparisons() {
-    static const std::map<std::string, Comparison> all = {
-        {"=", std::equal_to<>()},    {"==", std::equal_to<>()}, {"<", std::less<>()},
-        {"<=", std::less_equal<>()}, {">", std::greater<>()},   {">=", std::greater_equal<>()}};
-    return all;
+    if (figure.has(kTime)) return formatted("%.6g ms", value / 1e6);
+    return formatted(std::strcmp(figure.name, "rate") == 0 ? "%.6g" : "%.0f", value);
 }
 
 struct Part {
     const Figure* figure;
-    Comparison compare;
+    std::function<bool(double, double)> compare;
     double bound;
     std::string text;
 };
 
-std::string trimmed(const std::string& text) {
-    const size_t begin = std::min(text.find_first_not_of(' '), text.size());
-    return text.substr(begin, text.find_last_not_of(' ') + 1 - begin);
-}
-
-std::optional<double> unitOf(const std::string& text, bool isDuration) {
-    if (!isDuration) return text.empty() || text == "Hz" ? std::optional<double>(1) : std::nullopt;
-    if (text == "ns") return 1;
-    if (text == "us") return 1e3;
-    if (text == "ms") return 1e6;
-    return text == "s" ? std::optional<double>(1e9) : std::nullopt;
-}
-
 /** Nothing, and the reason, when the part makes no sense. */
 std::optional<Part> parsePart(const std::string& text, std::string* why) {
-    const size_t at = std::min(text.find_first_of("<>="), text.size());
-    const size_t after = std::min(text.find_first_not_of("<>=", at), text.size());
-    const std::string name = trimmed(text.substr(0, at));
+    static const std::map<std::string, decltype(Part::compare)> comparisons = {
+        {"=", std::equal_to<>()},    {"==", std::equal_to<>()}, {"<", std::less<>()},
+        {"<=", std::less_equal<>()}, {">", std::greater<>()},   {">=", std::greater_equal<>()}};
+    static const std::map<std::string, double> units = {
+        {"ns", 1}, {"us", 1e3}, {"ms", 1e6}, {"s", 1e9}};
+    static const std::regex form(
+        R"( *([^ <>=]*) *(==?|[<>]=?) *([0-9]*[.]?[0-9]+(?:[eE][+-]?[0-9]{1,2})?) *([a-zA-Z]*) *)");
+    std::smatch found;
+    if (!std::regex_match(text, found, form)) {
+        *why = quoted(text) + " is no requirement such as lost=0 or latency.p99<20ms";
+        return {};
+    }
     const auto* figure = std::find_if(std::begin(kFigures), std::end(kFigures),
-                                      [&](const Figure& one) { return name == one.name; });
+                                      [&](const Figure& one) { return found[1] == one.name; });
     if (figure == std::end(kFigures)) {
-        *why = "there is no figure " + quoted(name);
+        *why = "there is no figure " + quoted(found[1]);
         return {};
     }
-    const auto found = comparisons().find(text.substr(at, after - at));
-    if (found == comparisons().end()) {
-        *why = "expected one of = < <= > >= after " + name;
+    const auto unit = units.find(found[4]);
+    const bool fits = figure->has(kTime) ? unit != units.end() : found[4] == "" || found[4] == "Hz";
+    if (!fits) {
+        *why = quoted(found[3].str() + found[4].str()) +
+               (figure->has(kTime) ? " is no time such as 20ms" : " is no number");
         return {};
     }
-    const std::string number = trimmed(text.substr(after));
-    char* end = nullptr;
-    const double value = std::strtod(number.c_str(), &end);
-    const auto unit = unitOf(trimmed(end), figure->isDuration);
-    if (end == number.c_str() || !unit || !(value >= 0 && value <= 1e18)) {
-        *why = quoted(number) + (figure->isDuration ? " is no time such as 20ms" : " is no number");
-        return {};
-    }
-    return Part{figure, found->second, value * *unit, text};
+    const double bound = std::strtod(found[3].str().c_str(), nullptr);
+    return Part{figure, comparisons.at(found[2]), figure->has(kTime) ? bound * unit->second : bound,
+                text};
 }
 
 std::vector<Part> parse(const std::string& text, std::string* why) {
     std::vector<Part> parts;
     for (size_t begin = 0; begin <= text.size();) {
         const size_t end = std::min(text.find(',', begin), text.size());
-        const auto part = parsePart(trimmed(text.substr(begin, end - begin)), why);
+        const auto part = parsePart(text.substr(begin, end - begin), why);
         if (!part) return {};
         parts.push_back(*part);
         begin = end + 1;
@@ -146,7 +127,7 @@ std::vector<std::string> brokenRequirements(const std::string& text,
         for (const Watched& one : watched) {
             const bool measured = isMeasured(*part.figure, one);
             // A sensor without a rate cannot miss one, and may not have reported.
-            if (one.grantedHz <= 0 && (!measured || part.figure->needsRate)) continue;
+            if (one.grantedHz <= 0 && (!measured || part.figure->has(kNeedsRate))) continue;
             applies = true;
             const double value = part.figure->of(one);
             const std::string shown = textOf(*part.figure, value);
