@@ -388,8 +388,6 @@ ROWS = {
     "verbs": [
         Row("list", out=r"\n +1  accelerometer +continuous +6.25 to 500 Hz ",
             lines=r"^handle |^ +[0-9]+  \w+ +(continuous|on change|one-shot|special) "),
-        Row("list 4 light", judge=lambda out: [line.split()[0] for line in out.splitlines()]
-            == ["handle", "4", "5"]),
         Row(["list", "43", "accelerometer", "LSM6DSO accelerometer", "Accelerometer_Sub",
              "roscope-s", "com.tavrine.sensor.Folding_State_LPM"],
             judge=lambda out: [line.split()[0] for line in out.splitlines()[1:]]
@@ -420,8 +418,6 @@ ROWS = {
                 r"\nhandle  sensor +events  granted/Hz  measured/Hz +p99/ms  lost\n"),
         Row("watch --help", hub="", env={"COLUMNS": "80"}, lines="^.{0,80}$",
             out=r"--require(.|\n)*\n  --sim(.|\n)*\n  --quiet(.|\n)*\nExit status: \S+ --help\n$"),
-        Row("plot --help", hub="", judge=lambda out: "--sim" not in out),
-        Row("watch 1@1 --count 4", out=r"accelerometer +4 +1.000 +6.250 +6.250 "),
         Row("watch 1 5 --rate 50 --count 20 --format csv", lines=r"^([^,]*,){10}[^,]*$",
             out="^timestamp_ns,received_ns,handle,sensor,kind,stale,wakeup,accuracy,v0,v1,v2\n",
             err="accelerometer +[0-9]+ +50.000 +50.000 "),
@@ -430,7 +426,6 @@ ROWS = {
         Row("watch significant_motion", out=r"significant_motion +1 +- +- +- (.|\n)* 1\n$"),
         Row("watch sensorhubs --seconds 0.3", judge=figures(2, 3, 3),
             out="additional info begin\n.*info 0x10000002.*\n.*additional info end\n"),
-        Row(["--quiet", "watch", "LSM6DSO Accelerometer", "--count", "1"], lines="accelerometer  "),
         Row("flush accelerometer", out="flush complete after "),
         Row("inject light 0x10000002 100 5 20 500",
             out="received: 01 05 64 00 00 00 05 00 00 00 14 00 00 00 f4 01 00 00\n"),
@@ -460,25 +455,20 @@ ROWS = {
         Row("lst", 2, err="lst is no verb; expected one of list, "),
         Row("watch 1 --rate 5 --period 5", 2, err="excludes"),
         Row("--seed 3 list", 2, err="--seed requires --sim", hub=""),
-        Row("--still list", 2, err="--still requires --sim", hub=""),
         Row("--fast list", 2, err="--fast requires --replay"),
         Row("watch 1 --count 1.5", 2, err="1.5 is not a whole number"),
         Row("message --hex " + LONGEST + "00", 2, err="has 1 to 1119 bytes, not more"),
         Row("message --file /dev/zero", 2, err="not more"),
-        Row("message --file /", 2, err="Is a directory"),
         Row("hub dump 0 1", 2, err="--sim", hub=""),
         Row("hub dump 5 0", 2, err="0 is not a number from 1 to"),
-        Row("--seed -1 list", 2, err="-1 is not a number"),
         Row("watch 1 --period 9223372036854775807", 2, err="from 1 to 1e.15;"),
         Row("watch 1 --stats 1 --format json", 2, err="--stats .* --format json"),
-        Row("watch 1 --rate 0", 2, err="0 is not a number from 1e-06 to 1e.09;"),
         *[Row("watch 1@" + rate, 2, err='expected a rate in Hz')
           for rate in ("", "0", "-5", "nan", "inf", "fast", "5Hz", "1e-300")],
         *[Row(args + " " + number, 2, err=number + " is not a number from ")
           for number in ("nan", "inf", "-1")
           for args in ("watch 1 --seconds", "direct 38 --rate fast --seconds", "watch 1 --rate",
                        "direct 38 --rate fast --events", "flush 1 --seconds", "watch 1 --count")],
-        Row("direct 38 --rate nan", 2, err="nan not in {normal,fast,very-fast}"),
         Row("watch 1@10 accelerometer@20", 2, err="at 10 Hz and at 20 Hz"),
         *[Row(["--chips", saved_file([{"handle": 1}, {"handle": 4, key: value}]), "list"], 2,
               err="chip 2: %s is no (number from 0 on|text|whole number from [0-9-]+ to %s)\n" % (key, most))
@@ -499,7 +489,6 @@ ROWS = {
             ("push:1:00", "it needs a time"), ("ioctl:1:EIO", "a sensor's device takes no ioctl"),
             ("read:/dev/batch_io:EIO", "/dev/batch_io takes ioctls only"), ("write:/sys/class/sensors/hbx_sensor/sensor_spec:EIO",
                                                ".*sensor_spec is read-only"))],
-        Row("--fault drop:4 list", 2, err="--fault requires --sim", hub=""),
         Row("replay " + REAL_DEVICES, 2, err="--sim excludes replay"),
         Row("--library /no/such/library.so list", 3, err="/no/such/library.so", hub=""),
         Row("--library " + NOT_A_SUB_HAL + " list", 3, err="sensorsHalGetSubHal", hub=""),
@@ -593,7 +582,6 @@ ROWS = {
         Row("--fault cut:1:8@2.4s check 1 --seconds 0.5 --quiet", 1, out="FAIL .* timestamps .*[1-9] not rising"),
         Row("check 5 --seconds 0.1 --format tap",
             lines="^(TAP version 13|ok [0-9]+ - .*|not ok .* # TODO known .*|1..[0-9]+)$"),
-        Row("check 5 --seconds nan", 2),
         # Three phases in, none of which is judged before its end.
         Row("check 1 4 --seconds 2", 6, out="\ninterrupted after [0-9]+ results: [0-9]+ passed, 0 failed",
             signals=[signal.SIGINT]),
@@ -653,7 +641,6 @@ ROWS = {
         Row(["--replay", REAL_DEVICES, "--fast", "watch", "1", "--require", "lost=0,rate<11"], hub=""),
         Row("record 1 -o /nonexistent/run", 2, err="/nonexistent/run.part: No such file"),
         Row("--replay /nonexistent list", 2, err="/nonexistent: No such", hub=""),
-        Row("replay /dev/zero", 2, err="line 1: ", hub=""),
         Row("replay /dev/null", 2, err="null: the file is empty", hub=""),
         Row("watch 1@100 8 --stats 0.2 --seconds 0.5 --require lost=0,backward=0,rate>90,rate<110",
             out=r"time/s .*\n.* accelerometer +[1-9][0-9]* +100.000 +(9[0-9]|100)\.(.|\n)*handle "),
@@ -679,7 +666,6 @@ ROWS = {
     "endings": [
         Row("list", 8, stdout="full", err="output was lost: No space left"),
         Row("list", 8, stdout="closed", err="output was lost: Bad file"),
-        Row("watch 1@100", 8, stdout="full"),
         *[Row(verb + " --seconds 30", 8, stdout="head", err=r"\A(?![\s\S]*subhalctl: )")
           for verb in ("watch 1@500", "direct 38 --rate fast")],
         Row("watch 1@500 4@500 --seconds 20", 8, stdout="blocked", err="does not read",
