@@ -9,7 +9,6 @@
 #include <utility>
 
 #include "simulator/NodePaths.h"
-#include "simulator/RequestParser.h"
 #include "simulator/SignalGenerator.h"
 #include "simulator/SimulatedHub.h"
 

@@ -111,10 +111,6 @@ std::vector<std::string> HubServices::violations() const {
     return mState->violations;
 }
 
-void HubServices::setDumpContent(const std::string& bytes) {
-    mHub.setFile(kDumpPath, bytes);
-}
-
 bool HubServices::requestDump(int type, int count) {
     return pushCommand(kDumpCommand, type, count);
 }

@@ -44,7 +44,7 @@ class HubServices {
 
     // Dumps. ---------------------------------------------------------------------------------
 
-    void setDumpContent(const std::string& bytes);
+    void setDumpContent(const std::string& bytes) { mHub.setFile(kDumpPath, bytes); }
     /** Requests that the host save the dump and keep `count` of its type (both 0 to 255). */
     bool requestDump(int type, int count);
 

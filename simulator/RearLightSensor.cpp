@@ -8,8 +8,8 @@ namespace simulator {
 RearLightSensor::RearLightSensor(SimulatedHub& hub) {
     NodeHandler data;
     data.onRead = [state = mState](void* buffer, size_t size) {
-        const Lock lock(state->mutex);
         ++state->reads;
+        const std::lock_guard<std::mutex> lock(state->mutex);
         return copyText(state->text, buffer, size);
     };
     hub.setHandler(kDataPath, std::move(data));
@@ -20,7 +20,6 @@ RearLightSensor::RearLightSensor(SimulatedHub& hub) {
         if (bytes.size() != 2 || (bytes[0] != '0' && bytes[0] != '1') || bytes[1] != '\0') {
             return -EINVAL;
         }
-        const Lock lock(state->mutex);
         state->enabled = bytes[0] == '1';
         return 2;
     };
@@ -32,18 +31,8 @@ void RearLightSensor::setChannels(int32_t a, int32_t b) {
 }
 
 void RearLightSensor::setText(const std::string& text) {
-    const Lock lock(mState->mutex);
+    const std::lock_guard<std::mutex> lock(mState->mutex);
     mState->text = text;
-}
-
-bool RearLightSensor::isEnabled() const {
-    const Lock lock(mState->mutex);
-    return mState->enabled;
-}
-
-int RearLightSensor::reads() const {
-    const Lock lock(mState->mutex);
-    return mState->reads;
 }
 
 }  // namespace simulator

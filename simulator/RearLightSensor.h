@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -27,18 +28,17 @@ class RearLightSensor {
     /** As setChannels(), with any text as the data file's contents. */
     void setText(const std::string& text);
 
-    bool isEnabled() const;
+    bool isEnabled() const { return mState->enabled; }
     /** How often the data file was read. */
-    int reads() const;
+    int reads() const { return mState->reads; }
 
   private:
     struct State {
-        std::mutex mutex;  // guards all that follows
-        bool enabled = false;
-        int reads = 0;
-        std::string text = "-2,-2\n";
+        std::atomic<bool> enabled{false};
+        std::atomic<int> reads{0};
+        std::mutex mutex;
+        std::string text = "-2,-2\n";  // guarded by mutex
     };
-    using Lock = std::lock_guard<std::mutex>;
 
     std::shared_ptr<State> mState = std::make_shared<State>();  // shared with the handlers
 };

@@ -9,11 +9,8 @@
 #include "simulator/SignalGenerator.h"
 
 namespace simulator {
-namespace {
 
 using Kind = Request::Kind;
-
-}  // namespace
 
 SimulatedHub::SimulatedHub(const Options& options) {
     buildDevices(options);

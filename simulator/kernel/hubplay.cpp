@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "simulator/RequestParser.h"
+#include "simulator/Request.h"
 #include "simulator/SignalGenerator.h"
 #include "simulator/World.h"
 #include "simulator/kernel/KernelHub.h"

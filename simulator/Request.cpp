@@ -1,4 +1,4 @@
-#include "simulator/RequestParser.h"
+#include "simulator/Request.h"
 
 #include <cerrno>
 #include <charconv>
