@@ -1,7 +1,5 @@
 #include "simulator/SignalGenerator.h"
 
-#include <time.h>
-
 #include <algorithm>
 #include <chrono>
 #include <limits>
@@ -14,13 +12,6 @@ constexpr int64_t kNever = std::numeric_limits<int64_t>::max();
 constexpr int64_t kMillisecond = 1000000;
 constexpr int64_t kLookPeriodNs = 50 * kMillisecond;  // how often on-change data are computed
 constexpr int64_t kMaxLagNs = 1000 * kMillisecond;    // samples later than this are skipped
-
-/** The hub stamps its records with the time since boot, sleep included. */
-int64_t bootTimeNs() {
-    timespec now{};
-    clock_gettime(CLOCK_BOOTTIME, &now);
-    return static_cast<int64_t>(now.tv_sec) * 1000000000 + now.tv_nsec;
-}
 
 /** The sum, at most kNever. Requests may contain any 64-bit duration. */
 int64_t later(int64_t timeNs, int64_t durationNs) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <time.h>
+
 #include <array>
 #include <cstdint>
 
@@ -7,6 +9,13 @@ namespace simulator {
 
 using Vector3 = std::array<double, 3>;
 using Quaternion = std::array<double, 4>;  ///< x, y, z, w
+
+/** The hub stamps its records with the time since boot, sleep included. */
+inline int64_t bootTimeNs() {
+    timespec now{};
+    clock_gettime(CLOCK_BOOTTIME, &now);
+    return static_cast<int64_t>(now.tv_sec) * 1'000'000'000 + now.tv_nsec;
+}
 
 /**
  * The device's surroundings and motion as functions of time. One seed gives one history, whatever

@@ -1,9 +1,14 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <string>
 
+#include "simulator/World.h"
+
 namespace subhalctl {
+
+using simulator::bootTimeNs;
 
 /** Handles the library's calls to the platform other than on files. Any thread. */
 class PlatformHooks {
@@ -17,20 +22,16 @@ class PlatformHooks {
 };
 
 /** Null for none. They outlive the library. */
-void setPlatformHooks(PlatformHooks* hooks);
-PlatformHooks* platformHooks();
+inline std::atomic<PlatformHooks*> gPlatformHooks{nullptr};
 
 /** Sees each property that is read or set, for "--trace"; null for none. */
 using PropertySink = void (*)(const char* call, const std::string& name, const std::string& value);
-void setPropertySink(PropertySink sink);
-void propertyWasUsed(const char* call, const std::string& name, const std::string& value);
+inline std::atomic<PropertySink> gPropertySink{nullptr};
 
 /** The clock of the events' time stamps: the machine's, or that of a recording. */
 int64_t hubNowNs();
 
 /** Sets hubNowNs() to continue from `startNs`, or to stop there. */
 void setHubClock(int64_t startNs, bool runs);
-
-int64_t bootTimeNs();
 
 }  // namespace subhalctl

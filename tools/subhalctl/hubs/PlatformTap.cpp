@@ -14,7 +14,7 @@ namespace android {
 
 int64_t elapsedRealtimeNano() {
     const int64_t now = subhalctl::bootTimeNs();
-    subhalctl::PlatformHooks* hooks = subhalctl::platformHooks();
+    subhalctl::PlatformHooks* hooks = subhalctl::gPlatformHooks;
     return hooks != nullptr ? hooks->clock(now) : now;
 }
 
@@ -30,9 +30,9 @@ simulator::NextFunction<int(const char*, const char*)> gPropertySet("property_se
 extern "C" int property_get(const char* key, char* value, const char* defaultValue) {
     char own[PROPERTY_VALUE_MAX];
     gPropertyGet(key, own, "");
-    subhalctl::PlatformHooks* hooks = subhalctl::platformHooks();
+    subhalctl::PlatformHooks* hooks = subhalctl::gPlatformHooks;
     std::string text = hooks != nullptr ? hooks->property(key, own) : own;
-    subhalctl::propertyWasUsed("getprop", key, text);
+    if (const subhalctl::PropertySink sink = subhalctl::gPropertySink) sink("getprop", key, text);
     if (text.empty() && defaultValue != nullptr) text = defaultValue;
     const size_t length = std::min<size_t>(text.size(), PROPERTY_VALUE_MAX - 1);
     std::memcpy(value, text.data(), length);
@@ -41,6 +41,6 @@ extern "C" int property_get(const char* key, char* value, const char* defaultVal
 }
 
 extern "C" int property_set(const char* key, const char* value) {
-    subhalctl::propertyWasUsed("setprop", key, value);
+    if (const subhalctl::PropertySink sink = subhalctl::gPropertySink) sink("setprop", key, value);
     return gPropertySet(key, value);
 }

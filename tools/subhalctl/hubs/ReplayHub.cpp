@@ -40,7 +40,7 @@ class ReplayHub : public InProcessHub, private PlatformHooks {
     ReplayHub(const Recording& recording, const ReplayOptions& options)
         : InProcessHub(replayOptions(recording)), mRecording(recording), mOptions(options) {
         mHub.setRawSpec(recording.spec);
-        setPlatformHooks(this);
+        gPlatformHooks = this;
         layOut();
         // A live one runs from when a sensor is first switched on, and must not go back there.
         setHubClock(recording.startNs, !options.fast && !options.ended);
@@ -54,7 +54,7 @@ class ReplayHub : public InProcessHub, private PlatformHooks {
         mThread = std::thread(&ReplayHub::run, this);
     }
     ~ReplayHub() override {
-        setPlatformHooks(nullptr);
+        gPlatformHooks = nullptr;
         mStop = true;
         if (mThread.joinable()) mThread.join();
     }
