@@ -2,6 +2,7 @@
 
 #include "tools/subhalctl/LogFilter.h"
 
+#include <android/log.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -27,13 +28,9 @@ std::atomic<int> gLevel{ANDROID_LOG_SILENT};
 
 }  // namespace
 
-void setLogLevel(android_LogPriority level) {
-    gLevel = level;
-}
-
-android_LogPriority parseLogLevel(const std::string& name) {
+void setLogLevel(const std::string& name) {
     const char* letter = std::strchr(kLetters, name[0] - 'a' + 'A');
-    return static_cast<android_LogPriority>(letter - kLetters);
+    gLevel = static_cast<int>(letter - kLetters);
 }
 
 }  // namespace subhalctl

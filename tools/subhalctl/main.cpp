@@ -1,5 +1,7 @@
 #include <unistd.h>
 
+#include <string>
+
 #include "tools/subhalctl/CommandLine.h"
 #include "tools/subhalctl/Interrupt.h"
 #include "tools/subhalctl/LogFilter.h"
@@ -7,10 +9,10 @@
 
 namespace {
 
-android_LogPriority logLevelOf(const subhalctl::GlobalOptions& options) {
-    if (!options.logLevel.empty()) return subhalctl::parseLogLevel(options.logLevel);
+std::string logLevelOf(const subhalctl::GlobalOptions& options) {
+    if (!options.logLevel.empty()) return options.logLevel;
     // The library logs ordinary progress at error level, which only buries a simulation's output.
-    return options.hub.own() ? ANDROID_LOG_SILENT : ANDROID_LOG_WARN;
+    return options.hub.own() ? "silent" : "warning";
 }
 
 subhalctl::ExitCode play(const subhalctl::Command& command, bool* mayExit) {

@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "simulator/Request.h"
 #include "tools/proxy/SubHalLibrary.h"
 #include "tools/subhalctl/ExitCode.h"
 
@@ -26,12 +27,6 @@ struct HubChoice {
     bool own() const { return sim || !recording.empty(); }
 };
 
-/** A packet that an injection device received. */
-struct Injection {
-    std::string bytes;
-    bool refused;
-};
-
 /** A hub in this process that replaces the machine's own. It outlives the library. */
 class Hub {
   public:
@@ -40,8 +35,8 @@ class Hub {
     /** Ends the library; false when it stays. */
     virtual bool unload(host_proxy::SubHalLibrary& library) = 0;
 
-    /** Those since the last call. */
-    virtual std::vector<Injection> takeInjections() = 0;
+    /** What the injection devices received since the last call. */
+    virtual std::vector<simulator::Request> takeInjections() = 0;
     /** Byte messages that the message device received. */
     virtual std::vector<std::string> messages() = 0;
 

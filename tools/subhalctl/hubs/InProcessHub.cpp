@@ -31,13 +31,11 @@ bool InProcessHub::unload(host_proxy::SubHalLibrary& library) {
     return library.unload();
 }
 
-std::vector<Injection> InProcessHub::takeInjections() {
-    std::vector<Injection> result;
-    for (const auto& request : mHub.requests(simulator::Request::Kind::kInjection)) {
-        result.push_back({request.bytes, request.error != 0});
-    }
+std::vector<simulator::Request> InProcessHub::takeInjections() {
+    std::vector<simulator::Request> injections =
+        mHub.requests(simulator::Request::Kind::kInjection);
     mHub.clearRequests();
-    return result;
+    return injections;
 }
 
 std::vector<std::pair<std::string, size_t>> InProcessHub::dumpFiles() {

@@ -22,7 +22,7 @@ class InProcessHub : public Hub {
     explicit InProcessHub(const simulator::SimulatedHub::Options& options);
 
     bool unload(host_proxy::SubHalLibrary& library) override;
-    std::vector<Injection> takeInjections() override;
+    std::vector<simulator::Request> takeInjections() override;
     std::vector<std::string> messages() override { return mServices.messages(); }
     bool waitReady() override { return mServices.waitReady(); }
     bool requestDump(int type, int count) override {

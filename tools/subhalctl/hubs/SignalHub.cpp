@@ -31,71 +31,56 @@ using Specs = std::vector<simulator::SensorSpec>;
 constexpr size_t kLargestChipsFile = size_t{1} << 20;
 constexpr int kLargestVendor = 11;
 
-/** Reads a chip from JSON, up to the first member that does not fit. */
-class ChipReader {
-  public:
-    ChipReader(const Json& chip, simulator::SensorSpec* spec) : mChip(chip) {
-        if (!chip.is_object() || !chip.contains("handle")) {
-            mFault = chip.is_object() ? "handle is missing" : "it is no object";
-            return;
-        }
-        for (const auto& member : chip.items()) {
-            mUnread.insert(member.key());
-        }
-        number("handle", &spec->handle, 0, UINT8_MAX);
-        take("chip", &spec->chipName, "text", &Json::is_string);
-        spec->chipName.resize(std::min(spec->chipName.size(), simulator::kSpecNameSize - 1));
-        number("vendor", &spec->vendor, 0, kLargestVendor);
-        number("version", &spec->version);
-        take("wakeup", &spec->wakeUp, "true or false", &Json::is_boolean);
-        number("min_delay_us", &spec->minDelayUs);
-        number("max_delay_us", &spec->maxDelayUs);
-        number("fifo_max", &spec->fifoMax);
-        number("fifo_reserved", &spec->fifoReserved);
-        number("resolution", &spec->resolution, 0);
-        number("range", &spec->range, 0);
-        number("power_ma", &spec->powerMa, 0);
-        if (!mFault.empty()) return;
-        if (!mUnread.empty()) mFault = "it has an unknown member " + quoted(*mUnread.begin());
-        if (spec->maxDelayUs > 0 && spec->minDelayUs > spec->maxDelayUs) {
-            mFault = "min_delay_us is above max_delay_us";
-        }
-    }
-
-    /** What is wrong with the chip, empty when it is fine. */
-    const std::string& fault() const { return mFault; }
-
-  private:
-    /** The member, if it is there and `fits` accepts it; `*field` keeps its default otherwise. */
-    template <typename Field, typename Fits>
-    void take(const char* name, Field* field, const std::string& wanted, Fits fits) {
-        const auto found = mChip.find(name);
-        mUnread.erase(name);
-        if (!mFault.empty() || found == mChip.end()) return;
-        if (std::invoke(fits, *found)) {
-            *field = found->template get<Field>();
-        } else {
-            mFault = std::string(name) + " is no " + wanted;
-        }
-    }
-    template <typename Field>
-    void number(const char* name, Field* field, double least = std::numeric_limits<Field>::lowest(),
-                double most = std::numeric_limits<Field>::max()) {
-        constexpr bool kWhole = std::is_integral_v<Field>;
+/** Reads a chip from JSON; returns what is wrong with the first member that does not fit. */
+std::string readChip(const Json& chip, simulator::SensorSpec* spec) {
+    if (!chip.is_object()) return "it is no object";
+    if (!chip.contains("handle")) return "handle is missing";
+    std::string fault;
+    std::set<std::string> unread;
+    for (const auto& member : chip.items())
+        unread.insert(member.key());
+    // A member that is missing leaves the field its default.
+    const auto take = [&](const char* name, auto& field, const std::string& wanted, auto fits) {
+        const auto found = chip.find(name);
+        unread.erase(name);
+        if (!fault.empty() || found == chip.end()) return;
+        if (!std::invoke(fits, *found)) fault = std::string(name) + " is no " + wanted;
+        if (fault.empty()) found->get_to(field);
+    };
+    const auto number = [&](const char* name, auto& field, double least = -INFINITY,
+                            double most = INFINITY) {
+        using Limits = std::numeric_limits<std::decay_t<decltype(field)>>;
+        least = std::max<double>(least, Limits::lowest());
+        most = std::min<double>(most, Limits::max());
+        const bool whole = Limits::is_integer;
         take(name, field,
-             kWhole       ? formatted("whole number from %.0f to %.0f", least, most)
-             : least == 0 ? "number from 0 on"
-                          : "number",
-             [least, most](const Json& value) {
+             whole ? formatted("whole number from %.0f to %.0f", least, most) : "number from 0 on",
+             [=](const Json& value) {
                  const double given = value.is_number() ? value.get<double>() : NAN;
-                 return given >= least && given <= most && !(kWhole && given != std::floor(given));
+                 return given >= least && given <= most && !(whole && given != std::floor(given));
              });
+    };
+    number("handle", spec->handle, 0, UINT8_MAX);
+    take("chip", spec->chipName, "text", &Json::is_string);
+    spec->chipName.resize(std::min(spec->chipName.size(), simulator::kSpecNameSize - 1));
+    number("vendor", spec->vendor, 0, kLargestVendor);
+    number("version", spec->version);
+    take("wakeup", spec->wakeUp, "true or false", &Json::is_boolean);
+    number("min_delay_us", spec->minDelayUs);
+    number("max_delay_us", spec->maxDelayUs);
+    number("fifo_max", spec->fifoMax);
+    number("fifo_reserved", spec->fifoReserved);
+    number("resolution", spec->resolution, 0);
+    number("range", spec->range, 0);
+    number("power_ma", spec->powerMa, 0);
+    if (fault.empty() && !unread.empty()) {
+        fault = "it has an unknown member " + quoted(*unread.begin());
     }
-
-    const Json& mChip;
-    std::set<std::string> mUnread;  // members
-    std::string mFault;
-};
+    if (fault.empty() && spec->maxDelayUs > 0 && spec->minDelayUs > spec->maxDelayUs) {
+        fault = "min_delay_us is above max_delay_us";
+    }
+    return fault;
+}
 
 /** The chips of a file; nothing after reporting why it has none. */
 std::optional<Specs> readChips(const std::string& path) {
@@ -122,7 +107,7 @@ std::optional<Specs> readChips(const std::string& path) {
     std::set<int> handles;
     for (const Json& chip : chips) {
         specs.emplace_back();
-        std::string fault = ChipReader(chip, &specs.back()).fault();
+        std::string fault = readChip(chip, &specs.back());
         const int handle = specs.back().handle;
         if (fault.empty() && handle != 0 && !handles.insert(handle).second) {
             fault = formatted("an earlier one has the handle %d, too", handle);
@@ -170,14 +155,13 @@ class SignalHub : public InProcessHub {
     /** Each at its time from now. */
     void letFail(std::vector<HubFault> faults) {
         const auto now = std::chrono::steady_clock::now();
-        const auto isNow = [](const HubFault& fault) { return fault.afterSeconds <= 0; };
-        const auto later = std::stable_partition(faults.begin(), faults.end(), isNow);
-        std::for_each(faults.begin(), later, [this](const HubFault& fault) { play(fault); });
-        faults.erase(faults.begin(), later);
         std::stable_sort(faults.begin(), faults.end(), [](const auto& left, const auto& right) {
             return left.afterSeconds < right.afterSeconds;
         });
-        if (faults.empty()) return;
+        auto later = faults.begin();
+        for (; later != faults.end() && later->afterSeconds <= 0; ++later)
+            play(*later);
+        faults.erase(faults.begin(), later);
         mFaults = std::thread([this, now, end = mEnd.get_future(), faults = std::move(faults)] {
             for (const HubFault& fault : faults) {
                 const std::chrono::duration<double> after(fault.afterSeconds);

@@ -74,7 +74,7 @@ void Proxy::tapCalls() {
     std::vector<CallTap::Sink> sinks;
     if (mOptions.trace) {
         sinks.emplace_back(traceCall);
-        setPropertySink(traceProperty);
+        gPropertySink = traceProperty;
     }
     if (mCallsAreKept) {
         sinks.emplace_back([this](const FileCall& call) {
@@ -84,7 +84,7 @@ void Proxy::tapCalls() {
     }
     if (mRecorder) {
         sinks.emplace_back([this](const FileCall& call) { mRecorder->call(call); });
-        if (platformHooks() == nullptr) setPlatformHooks(mRecorder.get());
+        if (gPlatformHooks == nullptr) gPlatformHooks = mRecorder.get();
     }
     if (!sinks.empty()) mTap = std::make_unique<CallTap>(mHub == nullptr, std::move(sinks));
 }
@@ -111,9 +111,7 @@ ExitCode Proxy::open() {
         complain("%s", why.find(path) == 0 ? why.c_str() : (path + ": " + why).c_str());
         return kCannotLoad;
     }
-    const ExitCode initialized = initialize();
-    if (initialized != kOk) return initialized;
-    return mSensors.empty() ? reportNoSensors() : kOk;
+    return initialize();
 }
 
 ExitCode Proxy::initialize() {
@@ -129,7 +127,7 @@ ExitCode Proxy::initialize() {
     const Result result = subHal().initialize(mCallback);
     if (result != Result::OK) return refused("library", "initialize", result);
     mSensors = host_proxy::sensorsOf(subHal());
-    return kOk;
+    return mSensors.empty() ? reportNoSensors() : kOk;
 }
 
 ExitCode Proxy::reportNoSensors() const {

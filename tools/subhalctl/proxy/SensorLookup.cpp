@@ -4,21 +4,12 @@
 #include <cctype>
 #include <cmath>
 #include <cstdlib>
+#include <cstring>
 #include <functional>
 
 #include "tools/subhalctl/showing/SensorValues.h"
 
 namespace subhalctl {
-namespace {
-
-std::string lowerCase(std::string text) {
-    for (char& letter : text) {
-        letter = static_cast<char>(std::tolower(static_cast<unsigned char>(letter)));
-    }
-    return text;
-}
-
-}  // namespace
 
 std::string typeName(const SensorInfo& sensor) {
     const std::string longName = sensor.typeAsString;
@@ -54,18 +45,18 @@ int64_t grantedPeriodNs(const SensorInfo& sensor, int64_t askedNs) {
 
 std::vector<const SensorInfo*> findSensors(const std::vector<SensorInfo>& sensors,
                                            const std::string& text) {
-    const std::string wanted = lowerCase(text);
-    if (wanted.empty()) return {};
+    if (text.empty()) return {};
+    const auto is = [&text](const std::string& name) {
+        return strcasecmp(name.c_str(), text.c_str()) == 0;
+    };
+    const auto has = [&text](const std::string& name) {
+        return strcasestr(name.c_str(), text.c_str()) != nullptr;
+    };
     const std::function<bool(const SensorInfo&)> ways[] = {
         [&](const SensorInfo& one) { return std::to_string(one.sensorHandle) == text; },
-        [&](const SensorInfo& one) { return lowerCase(one.name) == wanted; },
-        [&](const SensorInfo& one) {
-            return lowerCase(typeName(one)) == wanted || lowerCase(one.typeAsString) == wanted;
-        },
-        [&](const SensorInfo& one) {
-            return lowerCase(one.name).find(wanted) != std::string::npos ||
-                   lowerCase(typeName(one)).find(wanted) != std::string::npos;
-        }};
+        [&](const SensorInfo& one) { return is(one.name); },
+        [&](const SensorInfo& one) { return is(typeName(one)) || is(one.typeAsString); },
+        [&](const SensorInfo& one) { return has(one.name) || has(typeName(one)); }};
     const bool isNumber = text.find_first_not_of("0123456789") == std::string::npos;
     std::vector<const SensorInfo*> found;
     for (const auto& fits : ways) {

@@ -182,6 +182,7 @@ class JsonWriter : public EventWriter {
     }
 
     void summary(const std::vector<Watched>& watched) override {
+        const auto measured = [](bool is, auto value) { return is ? Json(value) : Json(nullptr); };
         for (const Watched& one : watched) {
             const IntervalStatistics& intervals = one.intervals;
             const bool spaced = intervals.intervals() > 0;
@@ -206,12 +207,6 @@ class JsonWriter : public EventWriter {
                                {"wakelocks", one.wakelocks}};
             printText(jsonText(line) + "\n");
         }
-    }
-
-  private:
-    template <typename Number>
-    static Json measured(bool is, Number value) {
-        return is ? Json(value) : Json(nullptr);
     }
 };
 

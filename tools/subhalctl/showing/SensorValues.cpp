@@ -49,14 +49,6 @@ Kind kindOf(const char* values) {
     return kind;
 }
 
-Kind unknownKind() {
-    Kind kind;
-    kind.form = Value::Form::kWord;
-    for (size_t i = 0; i < Payload().size(); ++i)
-        kind.fields.push_back({"word" + std::to_string(i), ""});
-    return kind;
-}
-
 const Kind& kindOf(int32_t type) {
     static const std::map<int32_t, Kind> kinds = [] {
         std::map<int32_t, Kind> made;
@@ -65,7 +57,12 @@ const Kind& kindOf(int32_t type) {
         }
         return made;
     }();
-    static const Kind unknown = unknownKind();
+    static const Kind unknown = [] {
+        Kind words{{}, Value::Form::kWord, false};
+        for (size_t i = 0; i < Payload().size(); ++i)
+            words.fields.push_back({"word" + std::to_string(i), ""});
+        return words;
+    }();
     const auto found = kinds.find(type);
     return found != kinds.end() ? found->second : unknown;
 }
@@ -139,12 +136,12 @@ std::string Value::text() const {
 }
 
 std::string Value::exactText() const {
+    if (form != Form::kNumber) return (form == Form::kWord ? "0x" : "") + text();
     // Nine digits are enough for any float.
-    for (int digits = 6; form == Form::kNumber; ++digits) {
+    for (int digits = 6;; ++digits) {
         const std::string text = formatted("%.*g", digits, static_cast<double>(number));
         if (digits == 9 || std::strtof(text.c_str(), nullptr) == number) return text;
     }
-    return form == Form::kCount ? formatted("%" PRIu64, count) : formatted("0x%08" PRIx64, count);
 }
 
 Json Value::json() const {

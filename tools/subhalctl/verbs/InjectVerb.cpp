@@ -64,13 +64,13 @@ std::optional<Payload> payloadFor(const InjectOptions& options) {
     return payload;
 }
 
-void printReceived(const std::vector<Injection>& injections) {
-    for (const Injection& injection : injections) {
+void printReceived(const std::vector<simulator::Request>& injections) {
+    for (const simulator::Request& injection : injections) {
         std::string bytes;
         for (const char byte : injection.bytes) {
             bytes += formatted(" %02x", static_cast<unsigned>(static_cast<unsigned char>(byte)));
         }
-        print("the hub received%s:%s\n", injection.refused ? " and refused" : "", bytes.c_str());
+        print("the hub received%s:%s\n", injection.error != 0 ? " and refused" : "", bytes.c_str());
     }
     if (injections.empty()) print("the hub received nothing\n");
 }
