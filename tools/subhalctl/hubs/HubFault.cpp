@@ -6,7 +6,6 @@
 #include <cstring>
 #include <optional>
 
-#include "tools/subhalctl/recording/Hex.h"
 #include "tools/subhalctl/showing/Output.h"
 
 namespace subhalctl {

@@ -28,13 +28,9 @@ constexpr double kRateNote = 0.01;
 constexpr double kLatencyTolerance = 0.25;
 constexpr int64_t kFlushSlackNs = 80 * kMillisecond;  // the hub may be late with what it samples
 
-constexpr const char* kNames[] = {"PASS", "FAIL", "SKIP", "KNOWN"};  // by verdict
-
-/** What follows a test's name in TAP. */
-const char* directiveOf(Verdict verdict) {
-    if (verdict == Verdict::kSkip) return " # SKIP ";
-    return verdict == Verdict::kKnown ? " # TODO known deviation: " : ": ";
-}
+// By verdict; a directive follows a test's name in TAP.
+constexpr const char* kNames[] = {"PASS", "FAIL", "SKIP", "KNOWN"};
+constexpr const char* kDirectives[] = {": ", ": ", " # SKIP ", " # TODO known deviation: "};
 
 struct Norm {
     int32_t type;
@@ -93,7 +89,7 @@ std::string listingFault(const SensorInfo& sensor) {
 
 /** How it differs from this hub's sensor of that handle. */
 std::string identityFault(const SensorInfo& sensor,
-                          const std::map<int, simulator::SensorSpec>& specs) {
+                          const std::vector<simulator::SensorSpec>& specs) {
     if (const auto* known = simulator::findKnownSensor(sensor.sensorHandle)) {
         const auto type = static_cast<int32_t>(sensor.type);
         if (type != known->type) {
@@ -112,13 +108,14 @@ std::string identityFault(const SensorInfo& sensor,
                              known->flags);
         }
     }
-    const auto spec = specs.find(sensor.sensorHandle);
-    if (spec == specs.end() || (sensor.fifoMaxEventCount == spec->second.fifoMax &&
-                                sensor.fifoReservedEventCount == spec->second.fifoReserved)) {
+    const auto spec = std::find_if(specs.begin(), specs.end(), [&](const auto& one) {
+        return one.handle == sensor.sensorHandle;
+    });
+    if (spec == specs.end() || (sensor.fifoMaxEventCount == spec->fifoMax &&
+                                sensor.fifoReservedEventCount == spec->fifoReserved)) {
         return "";
     }
-    return formatted("FIFO of %" PRIu32 " instead of %u", sensor.fifoMaxEventCount,
-                     spec->second.fifoMax);
+    return formatted("FIFO of %" PRIu32 " instead of %u", sensor.fifoMaxEventCount, spec->fifoMax);
 }
 
 /** A value outside of the sensor's range, as text; empty when it is inside. */
@@ -235,8 +232,9 @@ void CheckReport::begin() const {
 
 void CheckReport::add(Verdict verdict, const std::string& sensor, const char* rule,
                       const std::string& figures) {
-    const char* name = kNames[static_cast<size_t>(verdict)];
-    ++mCounts[static_cast<size_t>(verdict)];
+    const auto index = static_cast<size_t>(verdict);
+    const char* name = kNames[index];
+    ++mCounts[index];
     if (mFormat == "json") {
         const Json line = {
             {"verdict", name}, {"sensor", sensor}, {"rule", rule}, {"figures", figures}};
@@ -245,7 +243,7 @@ void CheckReport::add(Verdict verdict, const std::string& sensor, const char* ru
         const bool ok = verdict == Verdict::kPass || verdict == Verdict::kSkip;
         print("%s %d - %s %s%s%s\n", ok ? "ok" : "not ok",
               std::accumulate(std::begin(mCounts), std::end(mCounts), 0), sensor.c_str(), rule,
-              directiveOf(verdict), figures.c_str());
+              kDirectives[index], figures.c_str());
     } else if (!mOnlyFailures || verdict == Verdict::kFail) {
         printVerdict(name, formatted(" %-30s %-18s %s", sensor.c_str(), rule, figures.c_str()));
     }
@@ -291,7 +289,7 @@ void Observed::add(const SensorInfo& sensor, const ReceivedEvent& received) {
     }
 }
 
-void Subject::checkListing(const std::map<int, simulator::SensorSpec>& specs) const {
+void Subject::checkListing(const std::vector<simulator::SensorSpec>& specs) const {
     expect("listing", listingFault(sensor), "complete");
     expect("identity", identityFault(sensor, specs), formatted("flags 0x%03" PRIx32, sensor.flags));
 }
@@ -405,10 +403,6 @@ void Subject::checkBatching(int64_t latencyNs, int64_t flushedNs) const {
                     batches > 0 ? milliseconds(heldNs) : 0.0, milliseconds(latencyNs)));
     checkFlushOrder(flushedNs);
 }
-
-const DirectLevel kDirectLevels[] = {{RateLevel::NORMAL, "normal", 27.5, 110},
-                                     {RateLevel::FAST, "fast", 110, 440},
-                                     {RateLevel::VERY_FAST, "very fast", 440, 1760}};
 
 void Subject::checkDirectRecords(const DirectLevel& level, const SharedMemory& memory,
                                  int64_t startNs) const {

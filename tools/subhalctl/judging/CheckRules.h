@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <map>
 #include <string>
 #include <vector>
 
@@ -60,15 +59,15 @@ struct Results {
 /** What came from one sensor while it was on. */
 struct Observed {
     int64_t startNs = 0;   ///< earlier time stamps belong to an earlier request
+    int64_t lastNs = 0;    ///< the last time stamp of the sensor, in earlier phases as well
     int64_t endNs = 0;     ///< when the look at it ended
     int64_t periodNs = 0;  ///< the requested one
-    std::vector<ReceivedEvent> events;
-    size_t stale = 0;          ///< data from before the start, which are not among `events`
-    int64_t lastNs = 0;        ///< the last time stamp of the sensor, in earlier phases as well
-    int notRising = 0;         ///< time stamps, of stale data too, or at 0
-    int completions = 0;       ///< of flushes
-    size_t beforeFlushed = 0;  ///< events that had come at the first completion
-    std::string foreignKinds;  ///< types and meta-data codes that are not the sensor's
+    std::vector<ReceivedEvent> events{};
+    size_t stale = 0;            ///< data from before the start, which are not among `events`
+    int notRising = 0;           ///< time stamps, of stale data too, or at 0
+    int completions = 0;         ///< of flushes
+    size_t beforeFlushed = 0;    ///< events that had come at the first completion
+    std::string foreignKinds{};  ///< types and meta-data codes that are not the sensor's
 
     void add(const SensorInfo& sensor, const ReceivedEvent& received);
 };
@@ -80,7 +79,9 @@ struct DirectLevel {
     double lowestHz;
     double highestHz;
 };
-extern const DirectLevel kDirectLevels[3];
+constexpr DirectLevel kDirectLevels[] = {{RateLevel::NORMAL, "normal", 27.5, 110},
+                                         {RateLevel::FAST, "fast", 110, 440},
+                                         {RateLevel::VERY_FAST, "very fast", 440, 1760}};
 
 void checkNamesDistinct(const std::vector<SensorInfo>& sensors, const Results& results);
 
@@ -120,8 +121,8 @@ struct Subject : Results {
         if (result != Result::OK) refused += std::string(" ") + request + ": " + resultName(result);
     }
 
-    /** @param specs the hub's own, by handle */
-    void checkListing(const std::map<int, simulator::SensorSpec>& specs) const;
+    /** @param specs the hub's own */
+    void checkListing(const std::vector<simulator::SensorSpec>& specs) const;
     void checkFirstEvent() const;
     /** False when the time stamps of a periodic sensor prove nothing. */
     bool checkTimestamps(int64_t latencyNs) const;

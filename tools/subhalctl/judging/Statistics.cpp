@@ -58,13 +58,11 @@ void IntervalStatistics::end(int64_t timeNs, int64_t latencyNs) {
 }
 
 void IntervalStatistics::restart() {
-    IntervalStatistics next(mExpectedNs);
-    next.mLastNs = mLastNs;
-    next.mStamps = std::move(mStamps);
-    for (Stamp& stamp : next.mStamps) {
+    mEvents = mBackward = 0;
+    mSettled = {};
+    for (Stamp& stamp : mStamps) {
         stamp.isNew = false;
     }
-    *this = std::move(next);
 }
 
 IntervalStatistics::Intervals IntervalStatistics::all() const {

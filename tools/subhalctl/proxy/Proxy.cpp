@@ -71,22 +71,16 @@ bool Proxy::recordTo(const std::string& path) {
 
 /** Before the library is loaded, which opens its files at once. */
 void Proxy::tapCalls() {
-    std::vector<CallTap::Sink> sinks;
-    if (mOptions.trace) {
-        sinks.emplace_back(traceCall);
-        gPropertySink = traceProperty;
-    }
-    if (mCallsAreKept) {
-        sinks.emplace_back([this](const FileCall& call) {
-            const std::lock_guard<std::mutex> lock(mCallLock);
-            mCalls.push_back(call);
-        });
-    }
-    if (mRecorder) {
-        sinks.emplace_back([this](const FileCall& call) { mRecorder->call(call); });
-        if (gPlatformHooks == nullptr) gPlatformHooks = mRecorder.get();
-    }
-    if (!sinks.empty()) mTap = std::make_unique<CallTap>(mHub == nullptr, std::move(sinks));
+    if (mOptions.trace) gPropertySink = traceProperty;
+    if (mRecorder && gPlatformHooks == nullptr) gPlatformHooks = mRecorder.get();
+    if (!mOptions.trace && !mCallsAreKept && !mRecorder) return;
+    mTap = std::make_unique<CallTap>(mHub == nullptr, [this](const FileCall& call) {
+        if (mOptions.trace) traceCall(call);
+        if (mRecorder) mRecorder->call(call);
+        if (!mCallsAreKept) return;
+        const std::lock_guard<std::mutex> lock(mCallLock);
+        mCalls.push_back(call);
+    });
 }
 
 bool isSwitch(const FileCall& call, int32_t handle, bool on) {

@@ -9,7 +9,6 @@
 #include <utility>
 
 #include "tools/subhalctl/hubs/PlatformHooks.h"
-#include "tools/subhalctl/recording/Hex.h"
 #include "tools/subhalctl/showing/Output.h"
 
 namespace subhalctl {
@@ -32,13 +31,8 @@ const char* nameOf(FileCall::Kind kind) {
     return kNames[static_cast<size_t>(kind)];
 }
 
-CallTap::CallTap(bool ownHub, std::vector<Sink> sinks)
-    : mSinks(std::move(sinks)),
-      mObserver([this](const FileCall& call) {
-          for (const Sink& sink : mSinks)
-              sink(call);
-      }),
-      mOwnHub(ownHub && simulator::tapFiles(&mOwnFiles)) {
+CallTap::CallTap(bool ownHub, simulator::CallObserver observer)
+    : mObserver(std::move(observer)), mOwnHub(ownHub && simulator::tapFiles(&mOwnFiles)) {
     simulator::observeCalls(&mObserver);
 }
 

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <string>
-#include <vector>
 
 #include "simulator/FileTap.h"
 
@@ -11,20 +10,17 @@ using simulator::FileCall;
 
 const char* nameOf(FileCall::Kind kind);
 
-/** Passes each call on one of the hub's files to the sinks, on the thread that made it. */
+/** Passes each call on one of the hub's files to the observer, on the thread that made it. */
 class CallTap {
   public:
-    using Sink = simulator::CallObserver;
-
     /** @param ownHub taps the machine's own hub instead of one in this process */
-    CallTap(bool ownHub, std::vector<Sink> sinks);
+    CallTap(bool ownHub, simulator::CallObserver observer);
     ~CallTap();
     CallTap(const CallTap&) = delete;
     CallTap& operator=(const CallTap&) = delete;
 
   private:
-    const std::vector<Sink> mSinks;
-    const simulator::CallObserver mObserver;  // passes to all of them
+    const simulator::CallObserver mObserver;
     simulator::TappedFiles mOwnFiles;
     const bool mOwnHub;  // the machine's
 };

@@ -15,7 +15,6 @@
 #include "simulator/SensorSpec.h"
 #include "tools/subhalctl/Interrupt.h"
 #include "tools/subhalctl/hubs/DevicePaths.h"
-#include "tools/subhalctl/recording/Hex.h"
 #include "tools/subhalctl/showing/Json.h"
 #include "tools/subhalctl/showing/Output.h"
 #include "tools/subhalctl/showing/SensorValues.h"
@@ -411,30 +410,23 @@ class Loader {
 /** Records that were read as their sensor went off may have been dropped by the library. */
 void dropUnposted(std::vector<Recording::Entry>* entries) {
     using Kind = Recording::Entry::Kind;
-    struct State {
-        bool on = false;
-        std::vector<Recording::Entry*> waiting;  // records since the last event
-    };
-    std::map<int32_t, State> states;
-    const auto settle = [](State& state) {
-        for (Recording::Entry* record : state.waiting) {
-            if (!state.on) record->bytes.clear();
+    std::map<int32_t, bool> on;
+    std::map<int32_t, std::vector<Recording::Entry*>> waiting;  // records since the last event
+    const auto settle = [&](int32_t handle) {
+        for (Recording::Entry* record : waiting[handle]) {
+            if (!on[handle]) record->bytes.clear();
         }
-        state.waiting.clear();
+        waiting[handle].clear();
     };
     for (Recording::Entry& entry : *entries) {
-        State& state = states[entry.handle];
-        if (entry.kind == Kind::kRaw) {
-            state.waiting.push_back(&entry);
-        } else if (entry.kind == Kind::kEvent) {
-            state.waiting.clear();
-        } else if (entry.kind == Kind::kRequest && entry.request.what == "activate") {
-            if (entry.request.enable) settle(state);
-            state.on = entry.request.enable;
-        }
+        if (entry.kind == Kind::kRaw) waiting[entry.handle].push_back(&entry);
+        if (entry.kind == Kind::kEvent) waiting[entry.handle].clear();
+        if (entry.kind != Kind::kRequest || entry.request.what != "activate") continue;
+        if (entry.request.enable) settle(entry.handle);
+        on[entry.handle] = entry.request.enable;
     }
-    for (auto& [handle, state] : states) {
-        settle(state);
+    for (const auto& [handle, records] : waiting) {
+        settle(handle);
     }
     const auto isDropped = [](const Recording::Entry& entry) {
         return entry.kind == Kind::kRaw && entry.bytes.empty();
@@ -463,7 +455,6 @@ int64_t Recording::offNs(int32_t handle) const {
 }
 
 bool loadRecording(const std::string& path, Recording* recording) {
-    recording->path = path;
     std::FILE* file = path == kStandard ? fdopen(fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0), "r")
                                         : std::fopen(path.c_str(), "re");
     Loader loader(recording);

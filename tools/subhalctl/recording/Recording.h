@@ -95,7 +95,6 @@ struct Recording {
         int64_t number = -1;  ///< of an ioctl, -1 when unknown
     };
 
-    std::string path;
     int64_t startNs = 0;
     std::string spec;
     std::vector<Entry> entries;  ///< by time

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <clocale>
 #include <cstdarg>
 #include <cstdio>
@@ -17,7 +18,6 @@
 #include <map>
 
 #include "tools/subhalctl/Interrupt.h"
-#include "tools/subhalctl/recording/Hex.h"
 
 namespace subhalctl {
 namespace {
@@ -228,6 +228,28 @@ std::string wrapped(const std::string& line, size_t indent, size_t width) {
         rest = std::string(indent, ' ') + rest.substr(word);
     }
     return result + rest;
+}
+
+std::string hexOf(const std::string& bytes) {
+    constexpr char kDigits[] = "0123456789abcdef";
+    std::string hex;
+    hex.reserve(2 * bytes.size());
+    for (const char byte : bytes) {
+        hex += kDigits[static_cast<unsigned char>(byte) >> 4];
+        hex += kDigits[static_cast<unsigned char>(byte) & 0xF];
+    }
+    return hex;
+}
+
+std::optional<std::string> bytesOfHex(const std::string& hex) {
+    std::string bytes;
+    if (hex.size() % 2 != 0) return {};
+    for (const char* pair = hex.data(); pair != hex.data() + hex.size(); pair += 2) {
+        unsigned char byte = 0;
+        if (std::from_chars(pair, pair + 2, byte, 16).ptr != pair + 2) return {};
+        bytes.push_back(static_cast<char>(byte));
+    }
+    return bytes;
 }
 
 std::string quoted(const std::string& text) {

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "tools/subhalctl/ExitCode.h"
@@ -78,6 +79,11 @@ template <typename Number>
 std::string counted(Number number, const char* noun, const char* ending = "s") {
     return std::to_string(number) + ' ' + noun + (number == 1 ? "" : ending);
 }
+
+/** Two digits a byte, in small letters. */
+std::string hexOf(const std::string& bytes);
+/** Nothing when it is not pairs of hexadecimal digits. */
+std::optional<std::string> bytesOfHex(const std::string& hex);
 
 /** `text` as a shell takes it for one word. */
 std::string quoted(const std::string& text);

@@ -82,16 +82,17 @@ class Picture {
   public:
     explicit Picture(const RecordedRun& run) : mStartNs(run.recording.startNs), mEndNs(run.endNs) {}
 
-    void wakelocks(const std::vector<Span>& spans) {
+    std::string wakelocks(const std::vector<Span>& spans) {
         for (const Span& held : spans) {
             span("wakelock", held);
         }
         endLane("held", counted(spans.size(), "time"));
+        return svg();
     }
-    void sensor(const Series& series) {
+    std::string sensor(const Series& series) {
         requests(series);
         faults(series);
-        if (!series.hasData()) return;
+        if (!series.hasData()) return svg();
         values(series);
         if (series.periodNs > 0) {
             durations(series, "interval", [](const RecordedEvent& event) {
@@ -100,7 +101,12 @@ class Picture {
         }
         durations(series, "latency",
                   [](const RecordedEvent& event) { return milliseconds(event.latencyNs()); });
+        return svg();
     }
+
+  private:
+    using ValueOf = std::function<double(const RecordedEvent&)>;
+
     /** Adds the time axis, with grid lines through all strips. */
     std::string svg() {
         const double seconds = milliseconds(mEndNs - mStartNs) / 1e3;
@@ -113,10 +119,6 @@ class Picture {
         return formatted("<svg viewBox=\"0 0 %d %.0f\">\n", kWidth, mTop + kLine - 2) + mBelow +
                mText + "</svg>\n";
     }
-
-  private:
-    using ValueOf = std::function<double(const RecordedEvent&)>;
-
     double x(int64_t timeNs) const {
         const double share = static_cast<double>(elapsedNs(mStartNs, timeNs)) /
                              static_cast<double>(mEndNs - mStartNs);
@@ -378,9 +380,9 @@ std::string summaryOf(const Watched& figures) {
     return figures.wakelocks > 0 ? text + ", " + counted(figures.wakelocks, "wakelock") : text;
 }
 
-std::string section(const std::string& name, const std::string& figures, Picture& picture) {
+std::string section(const std::string& name, const std::string& figures, const std::string& svg) {
     return "<section><h2>" + escaped(name) + " <small>" + escaped(figures) + "</small></h2>\n" +
-           picture.svg() + "</section>\n";
+           svg + "</section>\n";
 }
 
 }  // namespace
@@ -390,14 +392,10 @@ std::string plotPage(const RecordedRun& run) {
     std::string html = "<!DOCTYPE html>\n<html lang=\"en\"><head><meta charset=\"utf-8\"><title>" +
                        name + "</title>\n" + kStyle + "</head><body>\n<h1>" + name + "</h1>\n";
     for (const auto& [handle, series] : run.sensors) {
-        Picture picture(run);
-        picture.sensor(series);
-        html += section(series.name(), summaryOf(series.figures), picture);
+        html += section(series.name(), summaryOf(series.figures), Picture(run).sensor(series));
     }
     if (!run.wakelocks.empty()) {
-        Picture picture(run);
-        picture.wakelocks(run.wakelocks);
-        html += section("wakelock", "of all sensors", picture);
+        html += section("wakelock", "of all sensors", Picture(run).wakelocks(run.wakelocks));
     }
     return html + "</body></html>\n";
 }

@@ -184,10 +184,7 @@ class Check {
 
     void forgetEvents(const Subjects& subjects, int64_t startNs) {
         for (Subject* subject : subjects) {
-            const int64_t lastNs = subject->observed.lastNs;
-            subject->observed = {};
-            subject->observed.startNs = startNs;
-            subject->observed.lastNs = lastNs;
+            subject->observed = {startNs, subject->observed.lastNs};
         }
     }
 
@@ -246,13 +243,10 @@ class Check {
     }
 
     void checkLists() {
-        std::map<int, simulator::SensorSpec> specs;
         std::string file;
         readFile(kSpecPath, &file);
         file.resize(std::min<size_t>(file.size(), 4096));  // as the library reads it
-        for (const simulator::SensorSpec& spec : simulator::decodeSpecs(file)) {
-            specs.emplace(spec.handle, spec);
-        }
+        const auto specs = simulator::decodeSpecs(file);
         checkNamesDistinct(mProxy.sensors(), mLibrary);
         for (const Subject& subject : mSubjects) {
             subject.checkListing(specs);

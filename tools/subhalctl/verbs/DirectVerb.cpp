@@ -48,22 +48,21 @@ class Client {
         const sensors_event_t& record = read.record;
         const int64_t torn = mCheck.torn();
         const bool fine = mCheck.add(record);
-        const int64_t ageNs = elapsedNs(record.timestamp, read.readNs);
         mLastReadNs = read.readNs;
         if (fine && record.type != SENSOR_TYPE_META_DATA) {
-            mStatistics.add(record.timestamp);
-            mAges.add(ageNs);
+            mWatched[0].intervals.add(record.timestamp);
+            mWatched[0].latency.add(elapsedNs(record.timestamp, read.readNs));
         }
-        if (mWriter) show(read, ageNs, mCheck.torn() == torn);
+        if (mWriter) show(read, mCheck.torn() == torn);
     }
 
     /** What to end with, given the highest counter in the memory and the time of the stop. */
     ExitCode summary(uint32_t written, int64_t endNs, bool check) const {
         const RingCheck::Figures figures = mCheck.figures();
         const bool stalled = written > mCheck.counter();
-        const int64_t silenceNs = elapsedNs(mLastReadNs, endNs);
-        const bool silent = silenceNs > toleratedSilenceNs(mCheck.spacing().typicalNs, 0);
-        printFigures(figures, written, stalled, silent ? silenceNs : 0);
+        int64_t silenceNs = elapsedNs(mLastReadNs, endNs);
+        if (silenceNs <= toleratedSilenceNs(mCheck.spacing().typicalNs, 0)) silenceNs = 0;
+        printFigures(figures, written, stalled, silenceNs);
         if (interrupted()) {
             if (!outputLost()) complain("interrupted before --seconds were over");
             return kNoData;
@@ -72,24 +71,26 @@ class Client {
             complain("%s: no records", typeName(*mWatched[0].sensor).c_str());
             return kNoData;
         }
-        return check && (!figures.sound() || stalled || silent) ? kCheckFailed : kOk;
+        return check && (!figures.sound() || stalled || silenceNs > 0) ? kCheckFailed : kOk;
     }
 
   private:
     void printFigures(const RingCheck::Figures& figures, uint32_t written, bool stalled,
                       int64_t silenceNs) const {
-        const bool aged = mAges.count() > 0;
-        const bool timed = mStatistics.intervals() > 0;
+        const DurationStatistics& ages = mWatched[0].latency;
+        const IntervalStatistics& intervals = mWatched[0].intervals;
+        const bool aged = ages.count() > 0;
+        const bool timed = intervals.intervals() > 0;
         if (mFormat == "json") {
             const auto known = [](bool is, auto value) { return is ? Json(value) : Json(nullptr); };
             const Json line = {{"kind", "summary"},
-                               {"age_p50_ns", known(aged, mAges.quantileNs(0.5))},
-                               {"age_p99_ns", known(aged, mAges.quantileNs(0.99))},
-                               {"age_max_ns", known(aged, mAges.longestNs())},
+                               {"age_p50_ns", known(aged, ages.quantileNs(0.5))},
+                               {"age_p99_ns", known(aged, ages.quantileNs(0.99))},
+                               {"age_max_ns", known(aged, ages.longestNs())},
                                {"records", figures.records},
                                {"written", written},
-                               {"rate_hz", known(timed, mStatistics.rateHz())},
-                               {"jitter_ns", known(timed, mStatistics.jitterNs())},
+                               {"rate_hz", known(timed, intervals.rateHz())},
+                               {"jitter_ns", known(timed, intervals.jitterNs())},
                                {"missed", figures.missed},
                                {"repeated", figures.repeated},
                                {"torn", figures.torn},
@@ -99,11 +100,11 @@ class Client {
                                {"stalled", stalled}};
             return printText(jsonText(line) + "\n");
         }
-        const std::string jitter = timed ? formatted("%.3f", mStatistics.jitterNs() / 1e6) : "-";
+        const std::string jitter = timed ? formatted("%.3f", intervals.jitterNs() / 1e6) : "-";
         std::string lines = wrapped(
-            "age p50 " + millisecondsText(mAges, 0.5) + ", p99 " + millisecondsText(mAges, 0.99) +
-                ", max " + millisecondsText(mAges, 1) + " ms; " + figures.text() + "; " +
-                rateText(mStatistics.rateHz()) + " Hz, jitter " + jitter + " ms\n",
+            "age p50 " + millisecondsText(ages, 0.5) + ", p99 " + millisecondsText(ages, 0.99) +
+                ", max " + millisecondsText(ages, 1) + " ms; " + figures.text() + "; " +
+                rateText(intervals.rateHz()) + " Hz, jitter " + jitter + " ms\n",
             4);
         if (silenceNs > 0) {
             lines += formatted("silent for the last %.1f ms\n", milliseconds(silenceNs));
@@ -115,33 +116,31 @@ class Client {
         printSummary(lines, mFormat == "csv");
     }
 
-    void show(const RingReader::Record& read, int64_t ageNs, bool whole) {
+    void show(const RingReader::Record& read, bool whole) {
         const sensors_event_t& record = read.record;
         Event event{};
         event.timestamp = record.timestamp;
         event.sensorHandle = mWatched[0].sensor->sensorHandle;
         event.sensorType = static_cast<SensorType>(record.type);
         std::memcpy(&event.u, &record.u64, sizeof(event.u));
+        const ReceivedEvent received{event, read.readNs, false, false};
         if (mFormat != "text") {
             // What is torn has no place in a table of values; the summary counts it.
-            if (whole) mWriter->event(mWatched[0], {event, read.readNs, false, false});
+            if (whole) mWriter->event(mWatched[0], received);
             return;
         }
-        const bool flushed = record.type == SENSOR_TYPE_META_DATA;
-        const bool stale = mWatched[0].isStale({event, read.readNs, false, false});
+        const bool stale = mWatched[0].isStale(received);
+        const double ageMs = milliseconds(elapsedNs(record.timestamp, read.readNs));
         print("%10" PRIu32 "  %s  %8s  %s%s\n", static_cast<uint32_t>(record.reserved0),
-              timeText(record.timestamp).c_str(),
-              stale ? "-" : formatted("%.3f", milliseconds(ageNs)).c_str(),
-              flushed ? "flush complete" : valueColumns(*mWatched[0].sensor, event).c_str(),
+              timeText(record.timestamp).c_str(), stale ? "-" : formatted("%.3f", ageMs).c_str(),
+              valueColumns(*mWatched[0].sensor, event).c_str(),
               whole ? (stale ? "  stale" : "") : "  TORN");
     }
 
-    const std::vector<Watched> mWatched;
+    std::vector<Watched> mWatched;  // the one sensor
     const std::string mFormat;
     std::unique_ptr<EventWriter> mWriter;  // null: no records
     RingCheck mCheck;
-    IntervalStatistics mStatistics;
-    DurationStatistics mAges;
     int64_t mLastReadNs = hubNowNs();
 };
 

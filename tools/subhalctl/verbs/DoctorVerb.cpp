@@ -13,7 +13,6 @@
 #include "tools/subhalctl/doctor/Findings.h"
 #include "tools/subhalctl/hubs/DevicePaths.h"
 #include "tools/subhalctl/proxy/SensorLookup.h"
-#include "tools/subhalctl/recording/Hex.h"
 #include "tools/subhalctl/showing/EventWriter.h"
 #include "tools/subhalctl/showing/Output.h"
 #include "tools/subhalctl/verbs/Verbs.h"
@@ -79,15 +78,170 @@ class Round {
         mBuffer = kIioDirectory + device->second + "/buffer/";
     }
 
-    void watch(int64_t latencyNs, double seconds);
+    void watch(int64_t latencyNs, double seconds) {
+        const int32_t handle = mSensor.sensorHandle;
+        mSeconds = seconds;
+        mProxy.events().drain([](const ReceivedEvent&) {});
+        mProxy.takeCalls();
+        mStartNs = hubNowNs();
+        Result result = mProxy.batch(handle, kPeriodNs, latencyNs);
+        const char* what = "batch";
+        if (result == Result::OK) {
+            result = mProxy.activate(handle, true);
+            what = "activate";
+        }
+        if (result == Result::OK) {
+            mProxy.events().receiveFor(seconds, [&](const ReceivedEvent& received) {
+                if (received.event.sensorHandle != handle) return false;
+                const EventKind kind = kindOf(received.event);
+                const bool stale = kind == EventKind::kData && received.event.timestamp < mStartNs;
+                if (stale) mOther = "stale events";
+                if (kind == EventKind::kFlushComplete) mOther = "flush completions";
+                if (!stale && kind != EventKind::kFlushComplete) mEvent = received;
+                return mEvent.has_value();
+            });
+        } else {
+            mRefusal = std::string(what) + " returned " + resultName(result);
+        }
+        mCalls = mProxy.takeCalls();
+        lookForUnreadRecord();
+        mProxy.activate(handle, false);
+        sortReads();
+    }
+
     /** False when no record came through, which has been reported. */
-    bool judge(const char* how, Findings& findings) const;
+    bool judge(const char* how, Findings& findings) const {
+        const std::string subject =
+            formatted("%s (%" PRId32 ")%s", typeName(mSensor).c_str(), mSensor.sensorHandle, how);
+        const bool continuous = reportingMode(mSensor) == SensorFlagBits::CONTINUOUS_MODE;
+        for (const Stations& stations : {beforeReading(), onTheWay()}) {
+            for (const Station& station : stations) {
+                const std::string place = subject + ", " + station.name;
+                if (!station.stops) {
+                    if (!station.passed.empty()) findings.ok(place, station.passed);
+                    continue;
+                }
+                if (station.maybe && !continuous) {
+                    findings.report(
+                        Level::kNote, place, station.what,
+                        "may be correct: it reports only when there is something to report");
+                } else {
+                    findings.fail(place, station.what, station.remedy);
+                }
+                return false;
+            }
+        }
+        if (mFailed > 0) {
+            findings.report(Level::kNote, subject + ", read",
+                            formatted("%zu of %zu reads failed", mFailed, mFailed + mRecords) +
+                                textOf(failureOf(mCalls, mNode)));
+        }
+        const int64_t receivedNs = mEvent->receivedNs;
+        const int64_t stampNs = mEvent->event.timestamp;  // additional information may have none
+        findings.report(
+            Level::kOk, subject,
+            formatted("an event %.1f ms after switching on", milliseconds(receivedNs - mStartNs)) +
+                (stampNs != 0
+                     ? formatted(", %.1f ms after its stamp", milliseconds(receivedNs - stampNs))
+                     : ""));
+        return true;
+    }
 
   private:
-    void lookForUnreadRecord();
-    void sortReads();
-    Stations beforeReading() const;
-    Stations onTheWay() const;
+    void lookForUnreadRecord() {
+        const FileCall* open = lastOf(mLoading, [this](const FileCall& call) {
+            return isPath(call, Kind::kOpen, mNode) && call.result >= 0;
+        });
+        if (open == nullptr) return;
+        pollfd device{static_cast<int>(open->result), POLLIN, 0};
+        const timespec atOnce{};
+        mWaiting = ppoll(&device, 1, &atOnce, nullptr) > 0 && (device.revents & POLLIN) != 0;
+        // Fails if it does for the library as well.
+        if (mWaiting && poll(&device, 1, 0) < 0) mPollError = errno;
+    }
+
+    void sortReads() {
+        const bool severalForms = std::count(std::begin(kSeveralForms), std::end(kSeveralForms),
+                                             mSensor.sensorHandle) > 0;
+        const size_t whole = mKnown == nullptr || severalForms ? 0 : mKnown->recordSize;
+        for (const FileCall& call : mCalls) {
+            const bool off = mOff || isSwitch(call, mSensor.sensorHandle, false);
+            if (mRecords == 0) mOff = off;
+            if (!isPath(call, Kind::kRead, mNode)) continue;
+            if (call.result < 0 && call.result != -EAGAIN) ++mFailed;
+            if (call.result <= 0) continue;
+            if (++mRecords == 1) mRecord = hexOf(call.bytes);
+            if (call.bytes.size() >= whole) continue;
+            mCut = formatted("a record of %zu bytes instead of %zu", call.bytes.size(), whole);
+        }
+    }
+
+    Stations beforeReading() const {
+        const FileCall* request = failureOf(mCalls, kBatchPath);
+        if (request == nullptr) request = failureOf(mCalls, kEnablePath);
+        const auto isBatch = [](const FileCall& c) { return isPath(c, Kind::kIoctl, kBatchPath); };
+        const auto isOn = [this](const FileCall& c) {
+            return isSwitch(c, mSensor.sensorHandle, true);
+        };
+        const bool sent = lastOf(mCalls, isBatch) != nullptr && lastOf(mCalls, isOn) != nullptr;
+
+        const std::string attribute = mBuffer + "enable";
+        int error = 0;
+        const std::string state = readLine(attribute, &error);
+        const FileCall* start = failureOf(mCalls, attribute);
+        if (start == nullptr) start = failureOf(mLoading, attribute);
+
+        return {{request != nullptr || !mRefusal.empty(), "hub", mRefusal + textOf(request),
+                 remedyFor(request, O_RDWR, "no call on the hub failed; see --log error")},
+                {!sent, "hub", "was not sent both batch and switch",
+                 "the library did not pass the request on", "accepted the batch and the switch"},
+                {modeOf(mNode) == "absent", "device", mNode.empty() ? "none" : mNode + " is gone",
+                 "its driver has unregistered it: look at the kernel log", mNode},
+                {error == 0 && state != "1", "buffer", attribute + " is " + state + textOf(start),
+                 remedyFor(start, O_WRONLY, "another program has switched it off"),
+                 "on, " + readLine(mBuffer + "length") + " records"}};
+    }
+
+    Stations onTheWay() const {
+        const bool locked = mEvent && mEvent->wakelock;
+        const bool silent = mRecords == 0 && mFailed == 0 && !mEvent;
+        const bool unread = silent && mWaiting;
+        const FileCall* count = lastOf(mCalls, [this](const FileCall& c) {
+            return isPath(c, Kind::kRead, mBuffer + "data_available") && c.result > 0;
+        });
+        const std::string available =
+            count != nullptr ? count->bytes.substr(0, count->bytes.find('\n')) : "1";
+        const FileCall* read = failureOf(mCalls, mNode);
+        const std::string polling =
+            mPollError != 0 ? std::string(": poll() fails: ") + std::strerror(mPollError) : "";
+
+        return {
+            {unread && std::atoi(available.c_str()) == 0, "count",
+             mBuffer + "data_available is " + available + ", but a record is waiting",
+             "the library reads that many records: the driver counts wrongly"},
+            {unread, "device", "a record is waiting, but the library does not read it" + polling,
+             mPollError != 0 ? remedyOf(mPollError, O_RDONLY)
+                             : "its poll() fails, or its thread hangs: see --log info"},
+            {silent, "hub", formatted("accepted the request, sent no record in %g s", mSeconds),
+             "look at its messages in the kernel log, and at the chip", "", true},
+            {mRecords == 0 && mFailed > 0, "read", counted(mFailed, "failed read") + textOf(read),
+             read != nullptr && read->result == -EINVAL
+                 ? formatted("a record may exceed the %lu bytes that the library reads",
+                             read->number)
+                 : remedyFor(read, O_RDONLY, "")},
+            {!mCut.empty(), "read", mCut,
+             "the library assumes 0 for what is missing: the driver cuts records",
+             mRecords > 0 ? counted(mRecords, "whole record") : ""},
+            {mEvent && locked != isWakeUp(mSensor), "proxy",
+             locked ? "an event with a wakelock" : "an event without a wakelock",
+             "a wake-up sensor's events need one, and no others"},
+            {!mEvent && mOff, "filter",
+             "the library dropped a record of a sensor that it had switched off: " + mRecord,
+             "it switches a one-shot sensor off after each wake-up, even if the read fails"},
+            {!mEvent, "driver",
+             std::string("the library posted ") + mOther + " for a whole record: " + mRecord,
+             "its driver of this sensor drops it", "", true}};
+    }
 
     Proxy& mProxy;
     const SensorInfo& mSensor;
@@ -109,167 +263,6 @@ class Round {
     std::string mRecord;  // the last record, in hex, or the first before the sensor was off
     bool mOff = false;    // the library switched the sensor off before it read the record
 };
-
-void Round::watch(int64_t latencyNs, double seconds) {
-    const int32_t handle = mSensor.sensorHandle;
-    mSeconds = seconds;
-    mProxy.events().drain([](const ReceivedEvent&) {});
-    mProxy.takeCalls();
-    mStartNs = hubNowNs();
-    Result result = mProxy.batch(handle, kPeriodNs, latencyNs);
-    const char* what = "batch";
-    if (result == Result::OK) {
-        result = mProxy.activate(handle, true);
-        what = "activate";
-    }
-    if (result == Result::OK) {
-        mProxy.events().receiveFor(seconds, [&](const ReceivedEvent& received) {
-            if (received.event.sensorHandle != handle) return false;
-            const EventKind kind = kindOf(received.event);
-            const bool stale = kind == EventKind::kData && received.event.timestamp < mStartNs;
-            if (stale) mOther = "stale events";
-            if (kind == EventKind::kFlushComplete) mOther = "flush completions";
-            if (!stale && kind != EventKind::kFlushComplete) mEvent = received;
-            return mEvent.has_value();
-        });
-    } else {
-        mRefusal = std::string(what) + " returned " + resultName(result);
-    }
-    mCalls = mProxy.takeCalls();
-    lookForUnreadRecord();
-    mProxy.activate(handle, false);
-    sortReads();
-}
-
-void Round::lookForUnreadRecord() {
-    const FileCall* open = lastOf(mLoading, [this](const FileCall& call) {
-        return isPath(call, Kind::kOpen, mNode) && call.result >= 0;
-    });
-    if (open == nullptr) return;
-    pollfd device{static_cast<int>(open->result), POLLIN, 0};
-    const timespec atOnce{};
-    mWaiting = ppoll(&device, 1, &atOnce, nullptr) > 0 && (device.revents & POLLIN) != 0;
-    // Fails if it does for the library as well.
-    if (mWaiting && poll(&device, 1, 0) < 0) mPollError = errno;
-}
-
-void Round::sortReads() {
-    const bool severalForms =
-        std::count(std::begin(kSeveralForms), std::end(kSeveralForms), mSensor.sensorHandle) > 0;
-    const size_t whole = mKnown == nullptr || severalForms ? 0 : mKnown->recordSize;
-    for (const FileCall& call : mCalls) {
-        const bool off = mOff || isSwitch(call, mSensor.sensorHandle, false);
-        if (mRecords == 0) mOff = off;
-        if (!isPath(call, Kind::kRead, mNode)) continue;
-        if (call.result < 0 && call.result != -EAGAIN) ++mFailed;
-        if (call.result <= 0) continue;
-        if (++mRecords == 1) mRecord = hexOf(call.bytes);
-        if (call.bytes.size() >= whole) continue;
-        mCut = formatted("a record of %zu bytes instead of %zu", call.bytes.size(), whole);
-    }
-}
-
-Stations Round::beforeReading() const {
-    const FileCall* request = failureOf(mCalls, kBatchPath);
-    if (request == nullptr) request = failureOf(mCalls, kEnablePath);
-    const auto isBatch = [](const FileCall& c) { return isPath(c, Kind::kIoctl, kBatchPath); };
-    const auto isOn = [this](const FileCall& c) { return isSwitch(c, mSensor.sensorHandle, true); };
-    const bool sent = lastOf(mCalls, isBatch) != nullptr && lastOf(mCalls, isOn) != nullptr;
-
-    const std::string attribute = mBuffer + "enable";
-    int error = 0;
-    const std::string state = readLine(attribute, &error);
-    const FileCall* start = failureOf(mCalls, attribute);
-    if (start == nullptr) start = failureOf(mLoading, attribute);
-
-    return {{request != nullptr || !mRefusal.empty(), "hub", mRefusal + textOf(request),
-             remedyFor(request, O_RDWR, "no call on the hub failed; see --log error")},
-            {!sent, "hub", "was not sent both batch and switch",
-             "the library did not pass the request on", "accepted the batch and the switch"},
-            {modeOf(mNode) == "absent", "device", mNode.empty() ? "none" : mNode + " is gone",
-             "its driver has unregistered it: look at the kernel log", mNode},
-            {error == 0 && state != "1", "buffer", attribute + " is " + state + textOf(start),
-             remedyFor(start, O_WRONLY, "another program has switched it off"),
-             "on, " + readLine(mBuffer + "length") + " records"}};
-}
-
-Stations Round::onTheWay() const {
-    const bool locked = mEvent && mEvent->wakelock;
-    const bool silent = mRecords == 0 && mFailed == 0 && !mEvent;
-    const bool unread = silent && mWaiting;
-    const FileCall* count = lastOf(mCalls, [this](const FileCall& c) {
-        return isPath(c, Kind::kRead, mBuffer + "data_available") && c.result > 0;
-    });
-    const std::string available =
-        count != nullptr ? count->bytes.substr(0, count->bytes.find('\n')) : "1";
-    const FileCall* read = failureOf(mCalls, mNode);
-    const std::string polling =
-        mPollError != 0 ? std::string(": poll() fails: ") + std::strerror(mPollError) : "";
-
-    return {
-        {unread && std::atoi(available.c_str()) == 0, "count",
-         mBuffer + "data_available is " + available + ", but a record is waiting",
-         "the library reads that many records: the driver counts wrongly"},
-        {unread, "device", "a record is waiting, but the library does not read it" + polling,
-         mPollError != 0 ? remedyOf(mPollError, O_RDONLY)
-                         : "its poll() fails, or its thread hangs: see --log info"},
-        {silent, "hub", formatted("accepted the request, sent no record in %g s", mSeconds),
-         "look at its messages in the kernel log, and at the chip", "", true},
-        {mRecords == 0 && mFailed > 0, "read", counted(mFailed, "failed read") + textOf(read),
-         read != nullptr && read->result == -EINVAL
-             ? formatted("a record may exceed the %lu bytes that the library reads", read->number)
-             : remedyFor(read, O_RDONLY, "")},
-        {!mCut.empty(), "read", mCut,
-         "the library assumes 0 for what is missing: the driver cuts records",
-         mRecords > 0 ? counted(mRecords, "whole record") : ""},
-        {mEvent && locked != isWakeUp(mSensor), "proxy",
-         locked ? "an event with a wakelock" : "an event without a wakelock",
-         "a wake-up sensor's events need one, and no others"},
-        {!mEvent && mOff, "filter",
-         "the library dropped a record of a sensor that it had switched off: " + mRecord,
-         "it switches a one-shot sensor off after each wake-up, even if the read fails"},
-        {!mEvent, "driver",
-         std::string("the library posted ") + mOther + " for a whole record: " + mRecord,
-         "its driver of this sensor drops it", "", true}};
-}
-
-bool Round::judge(const char* how, Findings& findings) const {
-    const std::string subject =
-        formatted("%s (%" PRId32 ")%s", typeName(mSensor).c_str(), mSensor.sensorHandle, how);
-    const bool continuous = reportingMode(mSensor) == SensorFlagBits::CONTINUOUS_MODE;
-    for (const Stations& stations : {beforeReading(), onTheWay()}) {
-        for (const Station& station : stations) {
-            const std::string place = subject + ", " + station.name;
-            if (!station.stops) {
-                if (!station.passed.empty()) findings.ok(place, station.passed);
-                continue;
-            }
-            if (station.maybe && !continuous) {
-                findings.report(
-                    Level::kNote, place, station.what,
-                    "may be correct: it reports only when there is something to report");
-            } else {
-                findings.fail(place, station.what, station.remedy);
-            }
-            return false;
-        }
-    }
-    if (mFailed > 0) {
-        findings.report(Level::kNote, subject + ", read",
-                        formatted("%zu of %zu reads failed", mFailed, mFailed + mRecords) +
-                            textOf(failureOf(mCalls, mNode)));
-    }
-    const int64_t receivedNs = mEvent->receivedNs;
-    const int64_t stampNs = mEvent->event.timestamp;  // additional information may have none
-    const auto after = [&](int64_t startNs) {
-        return static_cast<double>(receivedNs - startNs) / 1e6;
-    };
-    findings.report(
-        Level::kOk, subject,
-        formatted("an event %.1f ms after switching on", after(mStartNs)) +
-            (stampNs != 0 ? formatted(", %.1f ms after its stamp", after(stampNs)) : ""));
-    return true;
-}
 
 /** Also with a latency, if the sensor batches: the library then reads its buffer's count. */
 void followRecord(Proxy& proxy, const SensorInfo& sensor, const HubDevices& devices,

@@ -1,4 +1,3 @@
-#include "tools/subhalctl/recording/Hex.h"
 #include "tools/subhalctl/recording/Series.h"
 #include "tools/subhalctl/showing/Json.h"
 #include "tools/subhalctl/showing/Output.h"

@@ -9,7 +9,6 @@
 #include "tools/subhalctl/doctor/Findings.h"
 #include "tools/subhalctl/hubs/PlatformHooks.h"
 #include "tools/subhalctl/proxy/SensorLookup.h"
-#include "tools/subhalctl/recording/Hex.h"
 #include "tools/subhalctl/showing/Output.h"
 #include "tools/subhalctl/showing/SensorValues.h"
 #include "tools/subhalctl/verbs/Verbs.h"

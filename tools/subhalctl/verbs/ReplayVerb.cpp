@@ -7,7 +7,6 @@
 #include "tools/subhalctl/Interrupt.h"
 #include "tools/subhalctl/hubs/DevicePaths.h"
 #include "tools/subhalctl/proxy/SensorLookup.h"
-#include "tools/subhalctl/recording/Hex.h"
 #include "tools/subhalctl/recording/Recording.h"
 #include "tools/subhalctl/showing/Output.h"
 #include "tools/subhalctl/showing/SensorValues.h"
