@@ -1,9 +1,9 @@
 #!/bin/bash
-# Checks the stand-ins' names, values, layouts and virtual tables, as the compiler prints them,
+# Checks the stand-ins' names, values, layouts and virtual tables, as the compiler has them,
 # against an expectation, the distribution's packaged headers and the interface compiler's headers.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-scripts/install-packages.sh clang hidl-gen python3 android-liblog-dev android-libutils-dev \
+scripts/install-packages.sh clang hidl-gen python3-clang-14 android-liblog-dev android-libutils-dev \
     android-libcutils-dev android-platform-system-core-headers
 
 work=$(mktemp -d)
@@ -11,8 +11,7 @@ trap 'rm -rf "$work"' EXIT
 
 includes=()
 for folder in platform/*/include; do includes+=(-isystem "$folder"); done
-clang++ -std=c++17 "${includes[@]}" -S -emit-llvm -o /dev/null \
-    -Xclang -fdump-vtable-layouts -Xclang -fdump-record-layouts \
+clang++ -std=c++17 "${includes[@]}" -S -emit-llvm -o /dev/null -Xclang -fdump-vtable-layouts \
     tests/platform/shape.cpp >"$work/dump"
 
 interfaces=(android.hidl.base@1.0 android.hardware.sensors@1.0 android.hardware.sensors@2.0)
@@ -28,4 +27,4 @@ done
 } >"$work/layouts.cpp"
 clang++ -std=c++17 "${includes[@]}" -fsyntax-only "$work/layouts.cpp"
 
-python3 scripts/check-platform.py "$work"
+/usr/bin/python3 scripts/check-platform.py "$work"

@@ -1,5 +1,5 @@
 // What a stand-in must share with the platform so that a library built here would run there. The
-// assertions hold with every compiler; scripts/check-platform.sh has the rest printed from here.
+// assertions hold with every compiler; scripts/check-platform.sh has virtual tables printed of it.
 #include <V2_0/SubHal.h>
 #include <android/sensor.h>
 #include <hardware/gralloc.h>
