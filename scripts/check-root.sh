@@ -79,11 +79,6 @@ make_root() {
     chroot "$root" chown -R "$1:" /sensorhub
 }
 
-give_sudo() {
-    succeeds root "apt-get update && apt-get install -y --no-install-recommends sudo"
-    echo "$1 ALL=(ALL) NOPASSWD: ALL" >"$root/etc/sudoers.d/$1"
-}
-
 # The demo as it looks on a small terminal.
 show_demo() {
     succeeds "$1" "script -qec 'stty cols 80 rows 24; scripts/demo.sh' /dev/null"
@@ -109,7 +104,8 @@ if inside newcomer scripts/demo.sh >"$work/log" 2>&1; then
 fi
 grep -q '^apt-get update && apt-get install .*g++' "$work/log" || { cat "$work/log"; exit 1; }
 echo "newcomer without sudo: is shown what root has to run"
-give_sudo newcomer
+succeeds root "apt-get update && apt-get install -y --no-install-recommends sudo"
+echo "newcomer ALL=(ALL) NOPASSWD: ALL" >"$root/etc/sudoers.d/newcomer"
 if [ -z "$all" ]; then
     show_demo newcomer
     succeeds newcomer "cmake -S . -B other"

@@ -11,38 +11,32 @@ trap 'rm -rf "$work"' EXIT
 cd "$work"
 PATH=$build/tools/subhalctl:$PATH
 
+say() { printf '%s\n' "" "$@"; }
 show() {
-    printf '\n$ %s\n' "$1"
+    say "\$ $1"
     eval "$1"
 }
 
-echo
-echo "Some of the sensors, and their events. 5 Hz are asked for, the chip gives 6.25."
+say "Some of the sensors, and their events. 5 Hz are asked for, the chip gives 6.25."
 show "subhalctl --sim list 1 4 5 8 38"
 show "subhalctl --sim watch accelerometer@5 light --seconds 1"
-echo
-echo "A wake-up sensor: its event comes under the proxy's wakelock (W)."
+say "A wake-up sensor: its event comes under the proxy's wakelock (W)."
 show "subhalctl --sim watch 8 --count 1"
 show "subhalctl --sim flush accelerometer"
-echo
-echo "A direct channel beside normal events: a second process reads the gyroscope"
-echo "for stabilisation from shared memory at 400 Hz, the proxy gets its events too."
+say "A direct channel beside normal events: a second process reads the gyroscope" \
+    "for stabilisation from shared memory at 400 Hz, the proxy gets its events too."
 show "subhalctl --sim --quiet direct vdis_gyro --rate fast --seconds 1 | fold -sw 80"
-echo
-echo "A byte message to the hub, and a dump from it: type 5, of which 2 are kept."
+say "A byte message to the hub, and a dump from it: type 5, of which 2 are kept."
 show "subhalctl --sim message --text 'hello, hub'"
 show "subhalctl --sim hub dump 5 2 | fold -sw 80"
-echo
-echo "Why is a sensor silent? Here a fault is injected: its device may not be opened."
+say "Why is a sensor silent? Here a fault is injected: its device may not be opened."
 if show "subhalctl --sim --fault open:1:EACCES doctor | fold -sw 80"; then
     echo "The doctor did not see it."
     exit 1
 fi
-echo
-echo "Does a sensor keep the platform's rules?"
+say "Does a sensor keep the platform's rules?"
 show "subhalctl --sim --still check light --seconds 0.5 | grep -v lib | cut -c-80"
-echo
-echo "What was seen can be kept, and played again, bit by bit."
+say "What was seen can be kept, and played again, bit by bit."
 show "subhalctl --sim record -o run.jsonl accelerometer@100 gyroscope@50 --seconds 1"
 show "subhalctl replay run.jsonl --fast | fold -sw 80"
 

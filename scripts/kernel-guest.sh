@@ -149,7 +149,6 @@ script=$2
 shift 2
 "$root/scripts/install-packages.sh" qemu-system-x86 busybox-static cpio xz-utils make gcc-12 \
     perl libelf1 binutils
-version=""
 provide_kernel
 build_module "$work" "$cache/$version/usr/src/linux-headers-$version"
 pack "$work" "$cache/$version" "$script" "$@"

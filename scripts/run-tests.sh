@@ -6,7 +6,5 @@ directory=$1
 shift
 cd "$directory"
 set -- --no-tests=error --output-on-failure -j"$(nproc)" "$@"
-if [ -t 1 ]; then
-    exec ctest --progress "$@"
-fi
+[ ! -t 1 ] || exec ctest --progress "$@"
 ctest "$@" 2>&1 | grep -vE '^ +Start +[0-9]+: |^ *[0-9]+/[0-9]+ Test +#.* Passed '
