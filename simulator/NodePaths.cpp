@@ -18,15 +18,6 @@ constexpr const char* kReadOnly[] = {
 };
 constexpr const char* kWriteOnly[] = {kFlushPath, kRearEnablePath};
 
-bool startsWith(const char* text, const char* prefix) {
-    return std::strncmp(text, prefix, std::strlen(prefix)) == 0;
-}
-
-bool endsWith(const std::string& text, const std::string& suffix) {
-    return text.size() >= suffix.size() &&
-           text.compare(text.size() - suffix.size(), suffix.size(), suffix) == 0;
-}
-
 std::string withoutRepeatedSlashes(const char* path) {
     std::string result = path;
     const auto areSlashes = [](char a, char b) { return a == '/' && b == '/'; };
@@ -37,22 +28,27 @@ std::string withoutRepeatedSlashes(const char* path) {
 }  // namespace
 
 bool isAttribute(const std::string& path) {
-    return startsWith(path.c_str(), "/sys/");
+    return path.rfind("/sys/", 0) == 0;
 }
 
 bool isKernelNode(const std::string& path) {
-    return isAttribute(path) || startsWith(path.c_str(), "/dev/");
+    return isAttribute(path) || path.rfind("/dev/", 0) == 0;
 }
 
 mode_t attributeMode(const std::string& path) {
-    const auto ends = [&path](const char* ending) { return endsWith(path, ending); };
+    const auto ends = [&path](const std::string& ending) {
+        return path.size() >= ending.size() &&
+               path.compare(path.size() - ending.size(), ending.size(), ending) == 0;
+    };
     if (std::any_of(std::begin(kReadOnly), std::end(kReadOnly), ends)) return 0444;
     return std::any_of(std::begin(kWriteOnly), std::end(kWriteOnly), ends) ? 0200 : 0644;
 }
 
 std::string hubPath(const char* path) {
     if (path == nullptr) return {};
-    const auto begins = [path](const char* prefix) { return startsWith(path, prefix); };
+    const auto begins = [path](const char* prefix) {
+        return std::strncmp(path, prefix, std::strlen(prefix)) == 0;
+    };
     if (begins(kRelativePrefix)) return "/" + withoutRepeatedSlashes(path);
     if (std::none_of(std::begin(kPrefixes), std::end(kPrefixes), begins)) return {};
     return withoutRepeatedSlashes(path);

@@ -14,7 +14,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
+#include <iterator>
 #include <system_error>
 
 namespace simulator {
@@ -158,9 +158,7 @@ void TempTree::write(const std::string& path, const std::string& contents) const
 
 std::string TempTree::read(const std::string& path) const {
     std::ifstream file(real(path), std::ios::binary);
-    std::ostringstream contents;
-    contents << file.rdbuf();
-    return contents.str();
+    return {std::istreambuf_iterator<char>(file), {}};
 }
 
 void TempTree::remove(const std::string& path) const {

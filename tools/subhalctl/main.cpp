@@ -4,7 +4,7 @@
 
 #include "tools/subhalctl/CommandLine.h"
 #include "tools/subhalctl/Interrupt.h"
-#include "tools/subhalctl/LogFilter.h"
+#include "tools/subhalctl/PlatformTap.h"
 #include "tools/subhalctl/showing/Output.h"
 
 namespace {

@@ -42,18 +42,15 @@ bool takeWhole(const std::string& text, int least, int most, int* number) {
     return *number >= least && *number <= most;
 }
 
-bool takeSeconds(std::string text, double* seconds) {
-    double unit = 1;
-    if (text.size() > 2 && text.compare(text.size() - 2, 2, "ms") == 0) {
-        unit = 0.001;
-        text.resize(text.size() - 2);
-    } else if (!text.empty() && text.back() == 's') {
-        text.pop_back();
-    }
+bool takeSeconds(const std::string& text, double* seconds) {
     char* end = nullptr;
-    *seconds = std::strtod(text.c_str(), &end) * unit;
-    const bool plain = text.find_first_not_of("0123456789.") == std::string::npos;
-    return plain && !text.empty() && *end == '\0' && *seconds <= kLatestSeconds;
+    *seconds = std::strtod(text.c_str(), &end);
+    const std::string number(text.c_str(), static_cast<const char*>(end));
+    const std::string unit(end);
+    if (unit == "ms") *seconds /= 1000;
+    const bool plain = number.find_first_not_of("0123456789.") == std::string::npos;
+    const bool known = unit.empty() || unit == "s" || unit == "ms";
+    return !number.empty() && plain && known && *seconds <= kLatestSeconds;
 }
 
 /** Cuts `*text` at the last `mark` and returns what followed; nothing without a mark. */

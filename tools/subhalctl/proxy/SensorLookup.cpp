@@ -7,16 +7,19 @@
 #include <cstring>
 #include <functional>
 
-#include "tools/subhalctl/showing/SensorValues.h"
+#include "simulator/KnownSensors.h"
 
 namespace subhalctl {
 
 std::string typeName(const SensorInfo& sensor) {
     const std::string longName = sensor.typeAsString;
     if (!longName.empty()) return longName.substr(longName.rfind('.') + 1);
-    const char* name = standardTypeName(static_cast<int32_t>(sensor.type));
-    if (name != nullptr) return name;
-    return "type " + std::to_string(static_cast<int32_t>(sensor.type));
+    const auto type = static_cast<int32_t>(sensor.type);
+    const bool standard = type > 0 && type < simulator::kFirstPrivateType;
+    for (const simulator::KnownSensor& known : simulator::knownSensors()) {
+        if (standard && known.type == type) return known.shortType;
+    }
+    return "type " + std::to_string(type);
 }
 
 SensorFlagBits reportingMode(const SensorInfo& sensor) {

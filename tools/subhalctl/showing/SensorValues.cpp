@@ -1,6 +1,5 @@
 #include "tools/subhalctl/showing/SensorValues.h"
 
-#include <algorithm>
 #include <cinttypes>
 #include <cmath>
 #include <cstdlib>
@@ -183,14 +182,6 @@ std::vector<std::vector<size_t>> groupsOf(const std::vector<Value>& values) {
         last = what;
     }
     return groups;
-}
-
-const char* standardTypeName(int32_t type) {
-    const auto& all = simulator::knownSensors();
-    const auto found = std::find_if(all.begin(), all.end(),
-                                    [type](const auto& sensor) { return sensor.type == type; });
-    return type > 0 && type < simulator::kFirstPrivateType && found != all.end() ? found->shortType
-                                                                                 : nullptr;
 }
 
 }  // namespace subhalctl

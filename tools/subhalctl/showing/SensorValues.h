@@ -52,7 +52,4 @@ inline Reading decode(const SensorInfo& sensor, const Payload& payload = {}) {
 /** Columns of values that are comparable: one, or the parts of a vector. */
 std::vector<std::vector<size_t>> groupsOf(const std::vector<Value>& values);
 
-/** Name of one of the platform's own types, null for the device-private and the unknown ones. */
-const char* standardTypeName(int32_t type);
-
 }  // namespace subhalctl

@@ -1,10 +1,12 @@
-// Replaces the platform log's functions: those of the program come before the library's.
+// Functions of the platform, defined anew in the program so that they come before the platform's.
 
-#include "tools/subhalctl/LogFilter.h"
+#include "tools/subhalctl/PlatformTap.h"
 
 #include <android/log.h>
+#include <cutils/properties.h>
 #include <sys/syscall.h>
 #include <unistd.h>
+#include <utils/SystemClock.h>
 
 #include <algorithm>
 #include <atomic>
@@ -15,6 +17,7 @@
 #include <cstring>
 #include <string>
 
+#include "simulator/NextFunction.h"
 #include "tools/subhalctl/hubs/PlatformHooks.h"
 #include "tools/subhalctl/showing/Output.h"
 
@@ -26,6 +29,9 @@ constexpr char kLetters[] = "??VDIWEFS";  // by level
 
 std::atomic<int> gLevel{ANDROID_LOG_SILENT};
 
+simulator::NextFunction<int(const char*, char*, const char*)> gPropertyGet("property_get");
+simulator::NextFunction<int(const char*, const char*)> gPropertySet("property_set");
+
 }  // namespace
 
 void setLogLevel(const std::string& name) {
@@ -35,7 +41,35 @@ void setLogLevel(const std::string& name) {
 
 }  // namespace subhalctl
 
+namespace android {
+
+int64_t elapsedRealtimeNano() {
+    const int64_t now = subhalctl::bootTimeNs();
+    subhalctl::PlatformHooks* hooks = subhalctl::gPlatformHooks;
+    return hooks != nullptr ? hooks->clock(now) : now;
+}
+
+}  // namespace android
+
 extern "C" {
+
+int property_get(const char* key, char* value, const char* defaultValue) {
+    char own[PROPERTY_VALUE_MAX];
+    subhalctl::gPropertyGet(key, own, "");
+    subhalctl::PlatformHooks* hooks = subhalctl::gPlatformHooks;
+    std::string text = hooks != nullptr ? hooks->property(key, own) : own;
+    if (const subhalctl::PropertySink sink = subhalctl::gPropertySink) sink("getprop", key, text);
+    if (text.empty() && defaultValue != nullptr) text = defaultValue;
+    const size_t length = std::min<size_t>(text.size(), PROPERTY_VALUE_MAX - 1);
+    std::memcpy(value, text.data(), length);
+    value[length] = '\0';
+    return static_cast<int>(length);
+}
+
+int property_set(const char* key, const char* value) {
+    if (const subhalctl::PropertySink sink = subhalctl::gPropertySink) sink("setprop", key, value);
+    return subhalctl::gPropertySet(key, value);
+}
 
 int __android_log_write(int prio, const char* tag, const char* text) {
     if (prio < subhalctl::gLevel) return 0;
