@@ -90,7 +90,7 @@ def contexts(table):
 # Labels go to the devices' real places, not to the links in /sys/class and /sys/bus; a line holds for
 # every path that begins with it, and the longest line wins. Where a platform differs,
 #     readlink -f /sys/class/sensors/hbx_sensor /sys/bus/iio/devices/iio:device0
-# tells: change PLACES in device/nodes.py. A class device with a parent lies below it, for example
+# shows the path: change PLACES in device/nodes.py. A class device with a parent lies below it, for example
 # /devices/platform/soc/sensorhub/sensors/hbx_sensor, an IIO device too,
 # /devices/platform/soc/10d30000.spi/spi_master/spi0/spi0.0/iio:device.
 
@@ -245,8 +245,8 @@ def build_files(build):
           "srcs": [":sensorhub_subhal_sources"], "cflags": build.options("sensorhub_subhal"),
           "version_script": ":sensorhub_subhal_exports",
           "init_rc": [INIT], "required": ["sensorhub_hals.conf", UEVENTD]}),
-        ("Every sub-HAL of the device stands in this one file: with others on board, leave this "
-         "module out and\nput the line into theirs.",
+        ("This one file lists every sub-HAL of the device. If there are others, leave this module "
+         "out and\nadd the line to theirs.",
          *device("prebuilt_etc", "sensorhub_hals.conf", src="hals.conf", filename="hals.conf",
                  sub_dir="sensors")),
         ("", *device("prebuilt_etc", UEVENTD, src=UEVENTD)),

@@ -12,7 +12,7 @@ FLAGS = ("CREAT", "TRUNC", "APPEND", "NONBLOCK", "NOFOLLOW", "DIRECTORY")
 CALL = re.compile(r" *\d+\.\d+ +\d+ (open|opendir|remove|ioctl|getprop|setprop) +(\S+)"
                   r"(?: (0x\w+))?.* = ")
 LOG = re.compile(r" *\d+\.\d+ +\d+ ([VDIWE]) SensorsHub: (.*)")
-# The requests that a proxy and the hub can make; HANDLES stands for all sensors.
+# The requests that a proxy and the hub can make; HANDLES means all sensors.
 WATCH, DUMP = "watch HANDLES --seconds 0.2", "hub dump 2 1"
 DIRECT = "direct 38 --rate fast --seconds 0.1"
 NO_DATA = 6  # some sensors have nothing to say, and what reads a channel may come too late

@@ -16,7 +16,7 @@ AS_HOST = "extern \"C\" int ioctl(int, unsigned long, ...) noexcept;" + "".join(
     f"extern \"C\" int {call} noexcept;" for call in (
         "remove(const char*)", "unlink(const char*)", "access(const char*, int)",
         "stat(const char*, struct stat*)", "stat64(const char*, struct stat64*)"))
-# What is wrong; the file; a regular expression and what stands in its place; what the check has
+# What is wrong; the file; a regular expression and its replacement; what the check has
 # to say.
 MISTAKES = (
     ("a node that the table lacks", TABLE, r".*qcontext_list.*\n", "",

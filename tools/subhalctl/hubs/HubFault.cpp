@@ -66,7 +66,7 @@ std::string isNo(const std::string& text, const std::string& wanted) {
     return quoted(text) + " is no " + wanted;
 }
 
-/** Reads what stands in place of a form's `part`; returns what is wrong with it. */
+/** Reads the value of a form's `part`; returns what is wrong with it. */
 std::string readPart(const std::string& part, const std::string& text, HubFault* fault) {
     if (part == "ERROR") {
         fault->error = errnoOf(text);
