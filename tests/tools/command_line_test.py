@@ -681,7 +681,9 @@ ROWS = {
         Row("--still doctor 17 --seconds 30 -v", 6, signals=[signal.SIGINT], out="\ninterrupted; 5"),
         *[Row("watch 1@100 --seconds 1 --require events>80", signals=[number], ignored=[number])
           for number in (signal.SIGINT, signal.SIGHUP)],
-        Row("list", 130, stdout="hung", signals=[signal.SIGINT, signal.SIGINT]),
+        # The thread sanitizer holds signals back while a thread is blocked where it does not look.
+        *[Row("list", 130, stdout="hung", signals=[signal.SIGINT, signal.SIGINT])
+          for program in [open(PROGRAM, "rb").read()] if b"__tsan_init" not in program],
         Row("watch 1 --count 100000", -signal.SIGKILL, signals=[signal.SIGKILL], watched=False),
         six_at_once,
     ],
