@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <map>
 #include <sstream>
 
@@ -99,8 +100,8 @@ const char* meaningOf(int32_t type, float value) {
 
 const char* accuracyName(uint32_t word) {
     constexpr const char* kNames[] = {"no contact", "unreliable", "low", "medium", "high"};
-    const int level = static_cast<int8_t>(word & 0xFF);
-    return level >= -1 && level <= 3 ? kNames[level + 1] : "accuracy?";
+    const unsigned level = (word + 1) & 0xFF;  // the low byte is signed, from -1
+    return level < std::size(kNames) ? kNames[level] : "accuracy?";
 }
 
 float floatOf(uint32_t word) {
@@ -138,7 +139,7 @@ std::string Value::exactText() const {
     if (form != Form::kNumber) return (form == Form::kWord ? "0x" : "") + text();
     // Nine digits are enough for any float.
     for (int digits = 6;; ++digits) {
-        const std::string text = formatted("%.*g", digits, static_cast<double>(number));
+        std::string text = formatted("%.*g", digits, static_cast<double>(number));
         if (digits == 9 || std::strtof(text.c_str(), nullptr) == number) return text;
     }
 }
