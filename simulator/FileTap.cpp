@@ -69,9 +69,10 @@ const std::string* kept(const std::string& path) {
     return &*paths->insert(path).first;
 }
 
-/** The tap if `fd` is one of the hub's, else null. */
-TappedFiles* tappedFiles(int fd) {
-    return pathOf(fd) != nullptr ? gFiles.load(std::memory_order_acquire) : nullptr;
+/** The tap if the descriptor is one of the hub's, whose path `**path` is; else null. */
+TappedFiles* tappedFiles(int fd, const std::string** path) {
+    *path = pathOf(fd);  // once: another thread may close the descriptor
+    return *path != nullptr ? gFiles.load(std::memory_order_acquire) : nullptr;
 }
 
 /** The tap if `path` is one of the hub's, whose absolute form `*inHub` becomes; else null. */
@@ -127,7 +128,8 @@ int onRealPath(NextFunction<Function>& call, const char* path, Arguments... argu
 /** The tap if one of the hub's descriptors is among these, else null. */
 TappedFiles* tappedFilesOf(const struct pollfd* fds, nfds_t count) {
     for (nfds_t i = 0; i < count; ++i) {
-        if (TappedFiles* files = tappedFiles(fds[i].fd)) return files;
+        const std::string* path = nullptr;
+        if (TappedFiles* files = tappedFiles(fds[i].fd, &path)) return files;
     }
     return nullptr;
 }
@@ -206,12 +208,12 @@ int tapCreat(const char* path, mode_t mode) {
 
 ssize_t tapRead(int fd, void* buffer, size_t size) __asm__("read");
 ssize_t tapRead(int fd, void* buffer, size_t size) {
-    TappedFiles* files = tappedFiles(fd);
+    const std::string* path = nullptr;
+    TappedFiles* files = tappedFiles(fd, &path);
     if (files == nullptr) return real::read(fd, buffer, size);
-    const std::string& path = *pathOf(fd);
-    const ssize_t result = files->read(path, fd, buffer, size);
+    const ssize_t result = files->read(*path, fd, buffer, size);
     const auto count = static_cast<size_t>(std::max<ssize_t>(result, 0));
-    return shown(Kind::kRead, path, size, buffer, count, result);
+    return shown(Kind::kRead, *path, size, buffer, count, result);
 }
 
 ssize_t tapReadChecked(int fd, void* buffer, size_t size, size_t room) __asm__("__read_chk");
@@ -222,11 +224,11 @@ ssize_t tapReadChecked(int fd, void* buffer, size_t size, size_t room) {
 
 ssize_t tapWrite(int fd, const void* buffer, size_t size) __asm__("write");
 ssize_t tapWrite(int fd, const void* buffer, size_t size) {
-    TappedFiles* files = tappedFiles(fd);
+    const std::string* path = nullptr;
+    TappedFiles* files = tappedFiles(fd, &path);
     if (files == nullptr) return real::write(fd, buffer, size);
-    const std::string& path = *pathOf(fd);
-    const ssize_t result = files->write(path, fd, buffer, size);
-    return shown(Kind::kWrite, path, size, buffer, size, result);
+    const ssize_t result = files->write(*path, fd, buffer, size);
+    return shown(Kind::kWrite, *path, size, buffer, size, result);
 }
 
 ssize_t tapWriteChecked(int fd, const void* buffer, size_t size,
@@ -239,12 +241,12 @@ ssize_t tapWriteChecked(int fd, const void* buffer, size_t size, size_t room) {
 // Some C libraries take an int, which leaves the upper half undefined.
 int tapIoctl(int fd, uint32_t request, void* argument) __asm__("ioctl");
 int tapIoctl(int fd, uint32_t request, void* argument) {
-    TappedFiles* files = tappedFiles(fd);
+    const std::string* path = nullptr;
+    TappedFiles* files = tappedFiles(fd, &path);
     if (files == nullptr) return gIoctl(fd, request, argument);
-    const std::string& path = *pathOf(fd);
-    const int result = files->ioctl(path, fd, request, argument);
-    const bool isBatch = path == kBatchPath && argument != nullptr;
-    return shown(Kind::kIoctl, path, request, argument, isBatch ? kBatchBytes : 0, result);
+    const int result = files->ioctl(*path, fd, request, argument);
+    const bool isBatch = *path == kBatchPath && argument != nullptr;
+    return shown(Kind::kIoctl, *path, request, argument, isBatch ? kBatchBytes : 0, result);
 }
 // Called on 32-bit targets by programs with 64-bit time_t.
 int tapIoctlTime64(int, uint32_t, void*) __asm__("__ioctl_time64") __attribute__((alias("ioctl")));
@@ -252,11 +254,11 @@ int tapIoctlTime64(int, uint32_t, void*) __asm__("__ioctl_time64") __attribute__
 int tapClose(int fd) __asm__("close");
 int tapClose(int fd) {
     int error = 0;
-    if (TappedFiles* files = tappedFiles(fd)) {
-        const std::string& path = *pathOf(fd);
-        shown(Kind::kClose, path, 0, nullptr, 0, 0);
+    const std::string* path = nullptr;
+    if (TappedFiles* files = tappedFiles(fd, &path)) {
+        shown(Kind::kClose, *path, 0, nullptr, 0, 0);
         setPath(fd, nullptr);
-        error = files->close(path);
+        error = files->close(*path);
     }
     const int result = real::close(fd);
     if (error == 0) return result;

@@ -15,6 +15,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 #include <system_error>
 
 namespace simulator {
@@ -158,7 +159,9 @@ void TempTree::write(const std::string& path, const std::string& contents) const
 
 std::string TempTree::read(const std::string& path) const {
     std::ifstream file(real(path), std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
+    std::ostringstream contents;  // unlike an iterator, it takes what cannot be read as empty
+    contents << file.rdbuf();
+    return contents.str();
 }
 
 void TempTree::remove(const std::string& path) const {
