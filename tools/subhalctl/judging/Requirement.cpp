@@ -48,6 +48,7 @@ constexpr Figure kFigures[] = {
 };
 
 bool isMeasured(const Figure& figure, const Watched& one) {
+    if (std::strcmp(figure.name, "lost") == 0) return one.knowsLost();
     if (figure.has(kNeedsRate)) return one.intervals.intervals() > 0;
     return !figure.has(kTime) || one.latency.count() > 0;
 }

@@ -18,13 +18,15 @@ size_t quantileIndex(double share, size_t count) {
 }
 
 int64_t lostWithin(int64_t intervalNs, int64_t periodNs) {
-    if (periodNs <= 0 || intervalNs <= periodNs + periodNs / 2) return 0;
+    if (periodNs <= 0 || intervalNs <= periodNs) return 0;
+    if (intervalNs - periodNs <= periodNs / 2) return 0;
     return intervalNs / periodNs + (intervalNs % periodNs + periodNs / 2) / periodNs - 1;
 }
 
 int64_t toleratedSilenceNs(int64_t periodNs, int64_t latencyNs) {
     constexpr int64_t kSilenceNs = 300'000'000;
-    return kSilenceNs + 2 * periodNs + latencyNs;
+    constexpr int64_t kMost = INT64_MAX / 4;  // a recording may ask for any
+    return kSilenceNs + 2 * std::min(periodNs, kMost) + std::min(latencyNs, kMost);
 }
 
 void IntervalStatistics::Intervals::add(int64_t intervalNs, int64_t periodNs) {
@@ -109,7 +111,7 @@ Spacing::Spacing(std::vector<int64_t> stamps) {
     const int64_t spanNs = elapsedNs(stamps.front(), stamps.back());
     if (typicalNs <= 0 || spanNs <= 0) return;
     for (const int64_t interval : intervals) {
-        lost += lostWithin(interval, typicalNs);
+        if (__builtin_add_overflow(lost, lostWithin(interval, typicalNs), &lost)) return;
     }
     rateHz = static_cast<double>(static_cast<int64_t>(intervals.size()) + lost) * 1e9 /
              static_cast<double>(spanNs);

@@ -201,7 +201,7 @@ class JsonWriter : public EventWriter {
                                {"latency_p50_ns", measured(timed, one.latency.quantileNs(0.5))},
                                {"latency_p99_ns", measured(timed, one.latency.quantileNs(0.99))},
                                {"latency_max_ns", measured(timed, one.latency.longestNs())},
-                               {"lost", measured(spaced || one.grantedHz <= 0, intervals.lost())},
+                               {"lost", measured(one.knowsLost(), intervals.lost())},
                                {"backward", intervals.backward()},
                                {"stale", one.stale},
                                {"wakelocks", one.wakelocks}};

@@ -30,6 +30,10 @@ struct Watched {
     int64_t flushes = 0;
     int64_t wakelocks = 0;
 
+    /** Whether `lost` comes from a measurement; a sensor without a rate loses none. */
+    bool knowsLost() const {
+        return grantedHz <= 0 || intervals.intervals() > 0 || intervals.lost() > 0;
+    }
     bool isStale(const ReceivedEvent& received) const;
     void add(const ReceivedEvent& received);
     /** Counts from here on. */

@@ -43,7 +43,12 @@ class Watch {
         if (mOptions.statsSeconds <= 0 && mWriter) mWriter->begin(mWatched, quiet);
         if (!activateSensors()) return kRefused;
         const auto end = receive();
-        deactivateSensors();
+        // What has come and is not looked at is not lost.
+        bool left = end == EventQueue::End::kDone;
+        mProxy.events().drain([&](const ReceivedEvent& received) {
+            mProxy.recorder() != nullptr ? handle(received) : left = true;
+        });
+        deactivateSensors(left ? mLastNs : INT64_MAX);
         // A recording has what came until then; so has its summary.
         mProxy.events().drain([this](const ReceivedEvent& received) {
             if (mProxy.recorder() != nullptr) handle(received);
@@ -98,10 +103,10 @@ class Watch {
         return true;
     }
 
-    void deactivateSensors() {
+    void deactivateSensors(int64_t lookedUntilNs) {
         const Recording* recording = mProxy.recording();
         for (Watched& one : mWatched) {
-            int64_t endNs = hubNowNs();
+            int64_t endNs = std::min(hubNowNs(), lookedUntilNs);
             if (recording != nullptr)
                 endNs = std::min(endNs, recording->offNs(one.sensor->sensorHandle));
             one.intervals.end(endNs, mOptions.latencyMs * 1'000'000);
@@ -110,6 +115,7 @@ class Watch {
     }
 
     bool handle(const ReceivedEvent& received) {
+        mLastNs = received.receivedNs;
         if (mProxy.recorder() != nullptr) mProxy.recorder()->event(received);
         const auto found = std::find_if(mWatched.begin(), mWatched.end(), [&](const Watched& one) {
             return one.sensor->sensorHandle == received.event.sensorHandle;
@@ -251,7 +257,8 @@ class Watch {
     std::vector<Watched> mSlice;    // the same for the seconds that are counted now
     std::vector<int64_t> mPeriods;  // by index of mWatched
     std::deque<ActiveSensor> mActive;
-    int64_t mCame = 0;  // events of all sensors, without the stale ones
+    int64_t mCame = 0;    // events of all sensors, without the stale ones
+    int64_t mLastNs = 0;  // arrival of the latest event
     int64_t mShownNs = 0;
 };
 
