@@ -142,7 +142,7 @@ int64_t DurationStatistics::quantileNs(double share) const {
     if (mCount == 0) return 0;
     const auto index = static_cast<int64_t>(quantileIndex(share, static_cast<size_t>(mCount)));
     if (exact()) {
-        const auto nth = mDurations.begin() + index;
+        const auto nth = mDurations.begin() + static_cast<std::ptrdiff_t>(index);
         std::nth_element(mDurations.begin(), nth, mDurations.end());
         return *nth;
     }
