@@ -3,18 +3,20 @@
 namespace subhalctl {
 namespace {
 
-std::atomic<int64_t> gOffsetNs{0};    // of the hub's clock against the machine's
-std::atomic<int64_t> gStandingNs{0};  // above 0: the clock stands there
+constexpr int64_t kRuns = -1;
+
+std::atomic<int64_t> gOffsetNs{0};  // of the hub's clock against the machine's
+std::atomic<int64_t> gStandingNs{kRuns};
 
 }  // namespace
 
 int64_t hubNowNs() {
     const int64_t standing = gStandingNs;
-    return standing > 0 ? standing : bootTimeNs() + gOffsetNs;
+    return standing != kRuns ? standing : bootTimeNs() + gOffsetNs;
 }
 
 void setHubClock(int64_t startNs, bool runs) {
-    gStandingNs = runs ? 0 : startNs;
+    gStandingNs = runs ? kRuns : startNs;
     gOffsetNs = startNs - bootTimeNs();
 }
 
