@@ -53,10 +53,10 @@ bool isMeasured(const Figure& figure, const Watched& one) {
     return !figure.has(kTime) || one.latency.count() > 0;
 }
 
-/** As messages show it. Counts are whole; all else is compared with these six digits. */
+/** As messages show it, and as it is compared: a count with all digits, all else with six. */
 std::string textOf(const Figure& figure, double value) {
     if (figure.has(kTime)) return formatted("%.6g ms", value / 1e6);
-    return formatted(std::strcmp(figure.name, "rate") == 0 ? "%.6g" : "%.0f", value);
+    return formatted(std::strcmp(figure.name, "rate") == 0 ? "%.6g" : "%.17g", value);
 }
 
 struct Part {
