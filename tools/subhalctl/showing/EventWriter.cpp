@@ -298,9 +298,9 @@ void addFigures(const std::vector<Watched>& watched, bool slices, Table* table) 
                     std::to_string(one.events), rateText(one.askedHz), rateText(one.grantedHz),
                     rateText(one.grantedHz > 0 ? one.intervals.rateHz() : 0), jitterText(one),
                     millisecondsText(one.latency, 0.5), millisecondsText(one.latency, 0.99),
-                    std::to_string(one.intervals.lost()), std::to_string(one.intervals.backward()),
-                    std::to_string(one.stale), std::to_string(one.flushes),
-                    std::to_string(one.wakelocks)});
+                    one.knowsLost() ? std::to_string(one.intervals.lost()) : "-",
+                    std::to_string(one.intervals.backward()), std::to_string(one.stale),
+                    std::to_string(one.flushes), std::to_string(one.wakelocks)});
     }
 }
 

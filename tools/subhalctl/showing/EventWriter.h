@@ -30,9 +30,9 @@ struct Watched {
     int64_t flushes = 0;
     int64_t wakelocks = 0;
 
-    /** Whether `lost` comes from a measurement; a sensor without a rate loses none. */
+    /** Whether `lost` comes from a measurement. */
     bool knowsLost() const {
-        return grantedHz <= 0 || intervals.intervals() > 0 || intervals.lost() > 0;
+        return grantedHz > 0 && (intervals.intervals() > 0 || intervals.lost() > 0);
     }
     bool isStale(const ReceivedEvent& received) const;
     void add(const ReceivedEvent& received);
