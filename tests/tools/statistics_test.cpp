@@ -129,20 +129,21 @@ TEST(RingCheck, TellsMissedAndTornRecords) {
     EXPECT_TRUE(check.add(record(9)));
     EXPECT_EQ(check.figures().missed, 6);
 
-    sensors_event_t older = record(10);
-    older.timestamp = 1;
-    EXPECT_FALSE(check.add(older));
-    sensors_event_t half = record(11);
+    sensors_event_t future = record(10);
+    future.timestamp = INT64_MAX;
+    for (const sensors_event_t& one : {future, record(11), record(12)})
+        EXPECT_TRUE(check.add(one));
+    sensors_event_t half = record(13);
     half.sensor = 0;
     EXPECT_FALSE(check.add(half));
     sensors_event_t flush = half;
-    flush.reserved0 = 12;
+    flush.reserved0 = 14;
     flush.type = SENSOR_TYPE_META_DATA;
     flush.meta_data = {META_DATA_FLUSH_COMPLETE, kHandle};
     EXPECT_TRUE(check.add(flush));
     EXPECT_EQ(check.figures().torn, 1);
     EXPECT_EQ(check.figures().backward, 1);
-    EXPECT_EQ(check.figures().records, 6);
+    EXPECT_EQ(check.figures().records, 8);
 }
 
 using Ring = std::array<sensors_event_t, 8>;

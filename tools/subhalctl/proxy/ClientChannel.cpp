@@ -194,10 +194,9 @@ bool RingCheck::add(const sensors_event_t& record) {
     const bool whole = isWhole(record);
     if (!whole) ++mFigures.torn;
     if (!whole || record.type == SENSOR_TYPE_META_DATA) return whole;
-    const bool rising = record.timestamp >= std::max<int64_t>(mNewestNs, 1);
-    if (!rising) ++mFigures.backward;
-    if (!rising) return false;
-    mNewestNs = record.timestamp;
+    if (record.timestamp < std::max<int64_t>(mLastNs, 1)) ++mFigures.backward;
+    mLastNs = record.timestamp;
+    mNewestNs = std::max(mNewestNs, mLastNs);
     if (record.timestamp >= mStartNs) mStamps.push_back(record.timestamp);
     return true;
 }

@@ -97,12 +97,11 @@ class RingReader {
 /** Judges the records of one ring by their counters and contents. */
 class RingCheck {
   public:
-    /** @param startNs earlier records may be of an earlier run or rate: nothing is lost among them
-     */
+    /** @param startNs nothing is lost among earlier records, as of an earlier run or rate */
     RingCheck(int32_t handle, int32_t type, int64_t startNs = 0)
         : mHandle(handle), mType(type), mStartNs(startNs) {}
 
-    /** In the order in which they were read. False for a record that is torn or backward. */
+    /** In the order in which they were read. False for a record that is torn. */
     bool add(const sensors_event_t& record);
 
     struct Figures {
@@ -119,10 +118,9 @@ class RingCheck {
         std::string text() const;
     };
     Figures figures() const;
-    int64_t torn() const { return mFigures.torn; }
     /** Counter of the last record; the first has 1. */
     uint32_t counter() const { return mCounter; }
-    /** Stamp of the last record that was fine, INT64_MIN without any. */
+    /** Latest stamp of a whole record, INT64_MIN without any. */
     int64_t newestNs() const { return mNewestNs; }
     /** Of the whole records from the start on. */
     Spacing spacing() const { return Spacing(mStamps); }
@@ -134,6 +132,7 @@ class RingCheck {
     int32_t mType;
     int64_t mStartNs;
     uint32_t mCounter = 0;
+    int64_t mLastNs = 1;  // stamp of the last whole record
     int64_t mNewestNs = INT64_MIN;
     std::vector<int64_t> mStamps;
     Figures mFigures;

@@ -33,7 +33,7 @@ class Client {
     Client(const SensorInfo& sensor, const std::string& format, bool quiet, int64_t startNs)
         : mWatched{{&sensor, 0, 0, IntervalStatistics(), startNs}},
           mFormat(format),
-          mCheck(sensor.sensorHandle, static_cast<int32_t>(sensor.type), hubNowNs()) {
+          mCheck(sensor.sensorHandle, static_cast<int32_t>(sensor.type), startNs) {
         if (quiet) return;
         mWriter = EventWriter::make(format);
         if (format != "text") {
@@ -46,14 +46,14 @@ class Client {
 
     void add(const RingReader::Record& read) {
         const sensors_event_t& record = read.record;
-        const int64_t torn = mCheck.torn();
-        const bool fine = mCheck.add(record);
+        const bool whole = mCheck.add(record);
         mLastReadNs = read.readNs;
-        if (fine && record.type != SENSOR_TYPE_META_DATA) {
-            mWatched[0].intervals.add(record.timestamp);
-            mWatched[0].latency.add(elapsedNs(record.timestamp, read.readNs));
+        if (whole && record.type != SENSOR_TYPE_META_DATA) {
+            Watched& one = mWatched[0];
+            if (record.timestamp >= one.startNs) one.intervals.add(record.timestamp);
+            if (record.timestamp > 0) one.latency.add(elapsedNs(record.timestamp, read.readNs));
         }
-        if (mWriter) show(read, mCheck.torn() == torn);
+        if (mWriter) show(read, whole);
     }
 
     /** What to end with, given the highest counter in the memory and the time of the stop. */
@@ -129,12 +129,12 @@ class Client {
             if (whole) mWriter->event(mWatched[0], received);
             return;
         }
-        const bool stale = mWatched[0].isStale(received);
+        const char* stale = mWatched[0].isStale(received) ? "  stale" : "";
         const double ageMs = milliseconds(elapsedNs(record.timestamp, read.readNs));
         print("%10" PRIu32 "  %s  %8s  %s%s\n", static_cast<uint32_t>(record.reserved0),
-              timeText(record.timestamp).c_str(), stale ? "-" : formatted("%.3f", ageMs).c_str(),
-              valueColumns(*mWatched[0].sensor, event).c_str(),
-              whole ? (stale ? "  stale" : "") : "  TORN");
+              timeText(record.timestamp).c_str(),
+              record.timestamp > 0 ? formatted("%.3f", ageMs).c_str() : "-",
+              valueColumns(*mWatched[0].sensor, event).c_str(), whole ? stale : "  TORN");
     }
 
     std::vector<Watched> mWatched;  // the one sensor
