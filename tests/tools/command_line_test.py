@@ -250,6 +250,11 @@ def recordings():
         spoilt(greeting, 1, "line %(line)d: call 1: write .*file 03 instead of .* 04", ('"03"', '"04"'))
         spoilt(greeting, 1, "call 1 is not recorded: write .*file 03", (".*\n", ""))
         spoilt(len(lines) - 1, 2, "line [0-9]+: the recording breaks off in", ("}\n", ""))
+        last = [i for i, line in enumerate(lines) if re.match('.*"event".*"handle":4,', line)][-9:]
+        ended = [line for i, line in enumerate(lines) if i not in last]
+        ended[-1] = re.sub("[0-9]+}", "%d}" % (kinds.count("event") - 9), ended[-1])
+        if "gyroscope, event" not in run("replay", saved_file("".join(ended)), "--fast", code=1):
+            faults.append("the last records of a sensor were not played")
 
         # It has no say over files of the host: not by a request of the hub's, not by a way out.
         victim = os.path.join(directory, "victim")

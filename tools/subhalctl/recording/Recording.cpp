@@ -407,7 +407,10 @@ class Loader {
     bool mEnded = false;
 };
 
-/** Records that were read as their sensor went off may have been dropped by the library. */
+/**
+ * What was read before a sensor is on, the last record before it goes off and all after that may
+ * have been dropped by the library.
+ */
 void dropUnposted(std::vector<Recording::Entry>* entries) {
     using Kind = Recording::Entry::Kind;
     std::map<int32_t, bool> on;
@@ -422,6 +425,9 @@ void dropUnposted(std::vector<Recording::Entry>* entries) {
         if (entry.kind == Kind::kRaw) waiting[entry.handle].push_back(&entry);
         if (entry.kind == Kind::kEvent) waiting[entry.handle].clear();
         if (entry.kind != Kind::kRequest || entry.request.what != "activate") continue;
+        auto& records = waiting[entry.handle];
+        const bool goesOff = on[entry.handle] && !entry.request.enable;
+        if (goesOff && !records.empty()) records.erase(records.begin(), records.end() - 1);
         if (entry.request.enable) settle(entry.handle);
         on[entry.handle] = entry.request.enable;
     }
