@@ -21,18 +21,18 @@ enum Trait : unsigned { kTime = 1, kNeedsRate = 2 };
 struct Figure {
     const char* name;
     unsigned traits;
-    double (*of)(const Watched& watched);
+    std::optional<double> (*of)(const Watched& watched);
 
     bool has(Trait trait) const { return (traits & trait) != 0; }
 };
 
-double number(int64_t value) {
-    return static_cast<double>(value);
+std::optional<double> number(std::optional<int64_t> value) {
+    return value ? std::optional(static_cast<double>(*value)) : std::nullopt;
 }
 
 constexpr Figure kFigures[] = {
     {"events", 0, [](const Watched& one) { return number(one.events); }},
-    {"lost", kNeedsRate, [](const Watched& one) { return number(one.intervals.lost()); }},
+    {"lost", kNeedsRate, [](const Watched& one) { return number(one.lost()); }},
     {"backward", 0, [](const Watched& one) { return number(one.intervals.backward()); }},
     {"stale", 0, [](const Watched& one) { return number(one.stale); }},
     {"wakelocks", 0, [](const Watched& one) { return number(one.wakelocks); }},
@@ -40,18 +40,12 @@ constexpr Figure kFigures[] = {
     {"jitter", kTime | kNeedsRate, [](const Watched& one) { return one.intervals.jitterNs(); }},
     {"latency.p50", kTime, [](const Watched& one) { return number(one.latency.quantileNs(0.5)); }},
     {"latency.p99", kTime, [](const Watched& one) { return number(one.latency.quantileNs(0.99)); }},
-    {"latency.max", kTime, [](const Watched& one) { return number(one.latency.longestNs()); }},
+    {"latency.max", kTime, [](const Watched& one) { return number(one.latency.quantileNs(1)); }},
     {"interval.min", kTime | kNeedsRate,
      [](const Watched& one) { return number(one.intervals.shortestNs()); }},
     {"interval.max", kTime | kNeedsRate,
      [](const Watched& one) { return number(one.intervals.longestNs()); }},
 };
-
-bool isMeasured(const Figure& figure, const Watched& one) {
-    if (std::strcmp(figure.name, "lost") == 0) return one.knowsLost();
-    if (figure.has(kNeedsRate)) return one.intervals.intervals() > 0;
-    return !figure.has(kTime) || one.latency.count() > 0;
-}
 
 /** As messages show it, and as it is compared: a count with all digits, all else with six. */
 std::string textOf(const Figure& figure, double value) {
@@ -126,16 +120,15 @@ std::vector<std::string> brokenRequirements(const std::string& text,
     for (const Part& part : parts) {
         bool applies = false;
         for (const Watched& one : watched) {
-            const bool measured = isMeasured(*part.figure, one);
+            const auto value = part.figure->of(one);
             // A sensor without a rate cannot miss one, and may not have reported.
-            if (one.grantedHz <= 0 && (!measured || part.figure->has(kNeedsRate))) continue;
+            if (!one.grantedHz && (!value || part.figure->has(kNeedsRate))) continue;
             applies = true;
-            const double value = part.figure->of(one);
-            const std::string shown = textOf(*part.figure, value);
+            const std::string shown = value ? textOf(*part.figure, *value) : "";
             const bool same = shown == textOf(*part.figure, part.bound);
-            if (measured && part.compare(same ? part.bound : value, part.bound)) continue;
+            if (value && part.compare(same ? part.bound : *value, part.bound)) continue;
             const std::string is =
-                measured ? std::string(part.figure->name) + " is " + shown : "nothing was measured";
+                value ? std::string(part.figure->name) + " is " + shown : "nothing was measured";
             broken.push_back(typeName(*one.sensor) + ": " + is + ", required is " + part.text);
         }
         if (!applies) broken.push_back(part.text + ": no sensor of this run has it");

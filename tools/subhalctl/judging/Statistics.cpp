@@ -75,15 +75,25 @@ IntervalStatistics::Intervals IntervalStatistics::all() const {
     return all;
 }
 
-double IntervalStatistics::rateHz() const {
+std::optional<double> IntervalStatistics::rateHz() const {
     const Intervals intervals = all();
-    return intervals.count == 0 ? 0 : 1e9 / intervals.meanNs;
+    return when(intervals.count > 0, 1e9 / intervals.meanNs);
 }
 
-double IntervalStatistics::jitterNs() const {
+std::optional<double> IntervalStatistics::jitterNs() const {
     const Intervals intervals = all();
-    return std::sqrt(intervals.squares /
-                     static_cast<double>(std::max<int64_t>(intervals.count, 1)));
+    return when(intervals.count > 0,
+                std::sqrt(intervals.squares / static_cast<double>(intervals.count)));
+}
+
+std::optional<int64_t> IntervalStatistics::shortestNs() const {
+    const Intervals intervals = all();
+    return when(intervals.count > 0, intervals.shortestNs);
+}
+
+std::optional<int64_t> IntervalStatistics::longestNs() const {
+    const Intervals intervals = all();
+    return when(intervals.count > 0, intervals.longestNs);
 }
 
 int64_t IntervalStatistics::lost() const {
@@ -119,16 +129,15 @@ Spacing::Spacing(std::vector<int64_t> stamps) {
 
 namespace {
 
-/** To the middle of those that have the same eleven leading bits. */
+/** Towards 0, to eleven leading bits. */
 int64_t rounded(int64_t duration) {
-    const int dropped = std::max(0, 53 - __builtin_clzll(static_cast<uint64_t>(duration) | 1));
-    return (duration >> dropped << dropped) + (int64_t{1} << dropped) / 2;
+    const auto size = static_cast<uint64_t>(duration < 0 ? ~duration : duration);
+    return duration - duration % (int64_t{1} << std::max(0, 53 - __builtin_clzll(size | 1)));
 }
 
 }  // namespace
 
 void DurationStatistics::add(int64_t durationNs) {
-    durationNs = std::max<int64_t>(durationNs, 0);
     mLongestNs = std::max(mLongestNs, durationNs);
     if (++mCount; exact() && mDurations.size() < kMostExact)
         return mDurations.push_back(durationNs);
@@ -138,20 +147,21 @@ void DurationStatistics::add(int64_t durationNs) {
     ++mCounts[rounded(durationNs)];
 }
 
-int64_t DurationStatistics::quantileNs(double share) const {
-    if (mCount == 0) return 0;
-    const auto index = static_cast<int64_t>(quantileIndex(share, static_cast<size_t>(mCount)));
+std::optional<int64_t> DurationStatistics::quantileNs(double share) const {
+    if (mCount == 0) return {};
+    const size_t index = quantileIndex(share, mCount);
+    if (index + 1 == mCount) return mLongestNs;
     if (exact()) {
         const auto nth = mDurations.begin() + static_cast<std::ptrdiff_t>(index);
         std::nth_element(mDurations.begin(), nth, mDurations.end());
         return *nth;
     }
-    int64_t seen = 0;
+    size_t seen = 0;
     for (const auto& [duration, count] : mCounts) {
         seen += count;
         if (seen > index) return std::min(duration, mLongestNs);
     }
-    return 0;
+    return {};
 }
 
 }  // namespace subhalctl

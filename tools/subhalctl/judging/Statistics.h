@@ -16,6 +16,16 @@ inline double milliseconds(int64_t ns) {
     return static_cast<double>(ns) / 1e6;
 }
 
+inline double hertzOf(int64_t periodNs) {
+    return 1e9 / static_cast<double>(periodNs);
+}
+
+/** A figure that is only known sometimes. */
+template <typename Number>
+std::optional<Number> when(bool known, Number value) {
+    return known ? std::optional(value) : std::nullopt;
+}
+
 /** Position, in order of size, of the least value that `share` of `count` values do not exceed. */
 size_t quantileIndex(double share, size_t count);
 
@@ -42,13 +52,13 @@ class IntervalStatistics {
 
     int64_t events() const { return mEvents; }
     int64_t intervals() const { return all().count; }
-    /** Events per second by their timestamps, 0 with less than two events. */
-    double rateHz() const;
+    // Nothing without an interval.
+    /** Events per second by their timestamps. */
+    std::optional<double> rateHz() const;
     /** Standard deviation of the intervals. */
-    double jitterNs() const;
-    /** Shortest and longest interval, 0 without any. */
-    int64_t shortestNs() const { return all().shortestNs; }
-    int64_t longestNs() const { return all().longestNs; }
+    std::optional<double> jitterNs() const;
+    std::optional<int64_t> shortestNs() const;
+    std::optional<int64_t> longestNs() const;
     /** Events missing between the others and, after end(), behind them. */
     int64_t lost() const;
     /** Events missing behind the last one; 0 before end(). */
@@ -96,27 +106,24 @@ struct Spacing {
 };
 
 /**
- * Quantiles of durations: exact for the first million, and true to 0.1 % once there are more, so
- * that a run of days costs no more memory.
+ * Quantiles of durations, also of negative ones: exact for the first million, and true to 0.1 %
+ * once there are more, so that a run of days costs no more memory.
  */
 class DurationStatistics {
   public:
-    /** A negative duration counts as none at all. */
     void add(int64_t durationNs);
 
     bool exact() const { return mCounts.empty(); }
-    int64_t count() const { return mCount; }
-    /** @param share 0.5 for the median; 0 without durations */
-    int64_t quantileNs(double share) const;
-    int64_t longestNs() const { return mLongestNs; }
+    /** @param share 0.5 for the median, 1 for the longest; nothing without durations */
+    std::optional<int64_t> quantileNs(double share) const;
 
   private:
     static constexpr size_t kMostExact = 1'000'000;
 
     mutable std::vector<int64_t> mDurations;  // in any order; none once they are counted
-    std::map<int64_t, int64_t> mCounts;       // by rounded duration
-    int64_t mCount = 0;
-    int64_t mLongestNs = 0;
+    std::map<int64_t, size_t> mCounts;        // by rounded duration
+    size_t mCount = 0;
+    int64_t mLongestNs = INT64_MIN;
 };
 
 }  // namespace subhalctl

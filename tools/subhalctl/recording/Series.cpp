@@ -58,11 +58,12 @@ void addRequest(const Entry& entry, int64_t endNs, Series* series) {
 
 /** Once all requests and events of a sensor are known. */
 void judge(int64_t askedNs, Series* series) {
-    const auto hertz = [](int64_t ns) { return ns > 0 ? 1e9 / static_cast<double>(ns) : 0; };
     series->periodNs = askedNs > 0 ? grantedPeriodNs(series->sensor, askedNs) : 0;
     Watched& figures = series->figures;
-    figures = {&series->sensor, series->periodNs > 0 ? hertz(askedNs) : 0, hertz(series->periodNs),
-               IntervalStatistics(series->periodNs), figures.startNs};
+    const bool hasRate = series->periodNs > 0;
+    figures = {&series->sensor, when(hasRate, hertzOf(askedNs)),
+               when(hasRate, hertzOf(series->periodNs)), IntervalStatistics(series->periodNs),
+               figures.startNs};
     const int64_t dueNs = series->latencyNs + 2 * series->periodNs + kPromptNs;
     const auto first = std::find_if(
         series->events.begin(), series->events.end(),

@@ -51,11 +51,6 @@ std::string infoText(const Payload& payload) {
     return line;
 }
 
-std::string jitterText(const Watched& one) {
-    if (one.grantedHz <= 0 || one.intervals.intervals() == 0) return "-";
-    return formatted("%.3f", one.intervals.jitterNs() / 1e6);
-}
-
 size_t longestName(const std::vector<Watched>& watched) {
     size_t longest = 0;
     for (const Watched& one : watched) {
@@ -182,26 +177,23 @@ class JsonWriter : public EventWriter {
     }
 
     void summary(const std::vector<Watched>& watched) override {
-        const auto measured = [](bool is, auto value) { return is ? Json(value) : Json(nullptr); };
         for (const Watched& one : watched) {
             const IntervalStatistics& intervals = one.intervals;
-            const bool spaced = intervals.intervals() > 0;
-            const bool timed = one.latency.count() > 0;
             const Json line = {{"kind", "summary"},
                                {"handle", one.sensor->sensorHandle},
                                {"sensor", typeName(*one.sensor)},
                                {"events", one.events},
                                {"flushes", one.flushes},
-                               {"asked_hz", measured(one.askedHz > 0, one.askedHz)},
-                               {"granted_hz", measured(one.grantedHz > 0, one.grantedHz)},
-                               {"measured_hz", measured(spaced, intervals.rateHz())},
-                               {"jitter_ns", measured(spaced, intervals.jitterNs())},
-                               {"min_ns", measured(spaced, intervals.shortestNs())},
-                               {"max_ns", measured(spaced, intervals.longestNs())},
-                               {"latency_p50_ns", measured(timed, one.latency.quantileNs(0.5))},
-                               {"latency_p99_ns", measured(timed, one.latency.quantileNs(0.99))},
-                               {"latency_max_ns", measured(timed, one.latency.longestNs())},
-                               {"lost", measured(one.knowsLost(), intervals.lost())},
+                               {"asked_hz", orNull(one.askedHz)},
+                               {"granted_hz", orNull(one.grantedHz)},
+                               {"measured_hz", orNull(intervals.rateHz())},
+                               {"jitter_ns", orNull(intervals.jitterNs())},
+                               {"min_ns", orNull(intervals.shortestNs())},
+                               {"max_ns", orNull(intervals.longestNs())},
+                               {"latency_p50_ns", orNull(one.latency.quantileNs(0.5))},
+                               {"latency_p99_ns", orNull(one.latency.quantileNs(0.99))},
+                               {"latency_max_ns", orNull(one.latency.quantileNs(1))},
+                               {"lost", orNull(one.lost())},
                                {"backward", intervals.backward()},
                                {"stale", one.stale},
                                {"wakelocks", one.wakelocks}};
@@ -212,14 +204,8 @@ class JsonWriter : public EventWriter {
 
 }  // namespace
 
-std::string rateText(double hertz) {
-    return hertz > 0 ? formatted("%.3f", hertz) : "-";
-}
-
 std::string millisecondsText(const DurationStatistics& durations, double share) {
-    if (durations.count() == 0) return "-";
-    return formatted("%s%.3f", durations.exact() ? "" : "~",
-                     milliseconds(durations.quantileNs(share)));
+    return (durations.exact() ? "" : "~") + figureText(durations.quantileNs(share), 1e6);
 }
 
 EventKind kindOf(const Event& event) {
@@ -295,10 +281,11 @@ void addFigures(const std::vector<Watched>& watched, bool slices, Table* table) 
     const std::string now = formatted("%.3f", static_cast<double>(hubNowNs()) / 1e9);
     for (const Watched& one : watched) {
         table->add({slices ? now : std::to_string(one.sensor->sensorHandle), typeName(*one.sensor),
-                    std::to_string(one.events), rateText(one.askedHz), rateText(one.grantedHz),
-                    rateText(one.grantedHz > 0 ? one.intervals.rateHz() : 0), jitterText(one),
+                    std::to_string(one.events), figureText(one.askedHz), figureText(one.grantedHz),
+                    one.grantedHz ? figureText(one.intervals.rateHz()) : "-",
+                    one.grantedHz ? figureText(one.intervals.jitterNs(), 1e6) : "-",
                     millisecondsText(one.latency, 0.5), millisecondsText(one.latency, 0.99),
-                    one.knowsLost() ? std::to_string(one.intervals.lost()) : "-",
+                    one.lost() ? std::to_string(*one.lost()) : "-",
                     std::to_string(one.intervals.backward()), std::to_string(one.stale),
                     std::to_string(one.flushes), std::to_string(one.wakelocks)});
     }

@@ -7,6 +7,7 @@
 
 #include "tools/subhalctl/judging/Statistics.h"
 #include "tools/subhalctl/proxy/EventQueue.h"
+#include "tools/subhalctl/showing/Output.h"
 #include "tools/subhalctl/showing/Table.h"
 
 namespace subhalctl {
@@ -20,8 +21,8 @@ const char* kindName(EventKind kind);
 /** One watched sensor. */
 struct Watched {
     const SensorInfo* sensor;
-    double askedHz;    ///< 0: none, the sensor reports on change
-    double grantedHz;  ///< 0: as askedHz
+    std::optional<double> askedHz;  ///< nothing: the sensor has no rate
+    std::optional<double> grantedHz;
     IntervalStatistics intervals;
     int64_t startNs = 0;  ///< events stamped earlier are stale: left in the queue by an earlier run
     DurationStatistics latency{};  ///< from the event's time stamp to its arrival
@@ -30,9 +31,10 @@ struct Watched {
     int64_t flushes = 0;
     int64_t wakelocks = 0;
 
-    /** Whether `lost` comes from a measurement. */
-    bool knowsLost() const {
-        return grantedHz > 0 && (intervals.intervals() > 0 || intervals.lost() > 0);
+    /** Nothing where it was not measured. */
+    std::optional<int64_t> lost() const {
+        return when(grantedHz && (intervals.intervals() > 0 || intervals.lost() > 0),
+                    intervals.lost());
     }
     bool isStale(const ReceivedEvent& received) const;
     void add(const ReceivedEvent& received);
@@ -66,8 +68,11 @@ std::string valueLegend(const SensorInfo& sensor);
 /** "%d.%09d" of seconds. */
 std::string timeText(int64_t timestampNs);
 
-/** A rate and a quantile of durations, in a table; "-" without any. */
-std::string rateText(double hertz);
+/** A figure in a table, in units of `unit`; "-" where it is not known. */
+template <typename Number>
+std::string figureText(const std::optional<Number>& figure, double unit = 1) {
+    return figure ? formatted("%.3f", static_cast<double>(*figure) / unit) : "-";
+}
 std::string millisecondsText(const DurationStatistics& durations, double share);
 
 /** A table of the sensors' figures. */

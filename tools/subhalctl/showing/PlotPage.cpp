@@ -165,7 +165,7 @@ class Picture {
             if (kindOf(event.received.event) != EventKind::kFlushComplete) continue;
             span("request", {event.received.receivedNs, event.received.receivedNs}, 5);
         }
-        if (series.figures.askedHz > 0) asked = formatted("%.6g Hz", series.figures.askedHz);
+        if (series.figures.askedHz) asked = formatted("%.6g Hz", *series.figures.askedHz);
         if (series.latencyNs > 0)
             asked += formatted(", latency %g ms", milliseconds(series.latencyNs));
         if (!series.on.empty()) text(x(series.on.front().beginNs) + 6, mTop, asked);
@@ -372,9 +372,10 @@ class Picture {
 /** As in "234 events, measured 99.98 Hz". */
 std::string summaryOf(const Watched& figures) {
     std::string text = counted(figures.events, "event");
-    if (figures.grantedHz > 0) {
-        text += formatted(", granted %.6g Hz, measured %.6g Hz, jitter %.4g ms", figures.grantedHz,
-                          figures.intervals.rateHz(), figures.intervals.jitterNs() / 1e6);
+    if (figures.grantedHz) text += formatted(", granted %.6g Hz", *figures.grantedHz);
+    if (const auto rateHz = figures.intervals.rateHz(); rateHz && figures.grantedHz) {
+        text += formatted(", measured %.6g Hz, jitter %.4g ms", *rateHz,
+                          *figures.intervals.jitterNs() / 1e6);
     }
     if (figures.flushes > 0) text += ", " + counted(figures.flushes, "flush", "es");
     return figures.wakelocks > 0 ? text + ", " + counted(figures.wakelocks, "wakelock") : text;

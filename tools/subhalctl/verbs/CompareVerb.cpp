@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <optional>
 
 #include "tools/subhalctl/recording/Series.h"
 #include "tools/subhalctl/showing/Output.h"
@@ -12,25 +13,38 @@ namespace {
 constexpr double kLatencyMs = 100;  // the tolerance of a latency is a share of at least this
 constexpr double kErrors = 3;       // standard errors that chance explains
 
+using Figure = std::optional<double>;
+
+/** Of the values in a column; the error is that of the mean. */
 struct Spread {
-    double mean = 0;
-    double deviation = 0;
-    double error = 0;  // of the mean
+    Figure mean;
+    Figure deviation;
+    double error = 0;
 };
 
 Spread spreadOf(const Series& series, size_t column) {
-    Spread spread;
     double count = 0;
+    double mean = 0;
     double squares = 0;
     for (const RecordedEvent& event : series.events) {
         if (column >= event.values.size() || !std::isfinite(event.values[column])) continue;
-        const double off = event.values[column] - spread.mean;
-        spread.mean += off / ++count;
-        squares += off * (event.values[column] - spread.mean);
+        const double off = event.values[column] - mean;
+        mean += off / ++count;
+        squares += off * (event.values[column] - mean);
     }
-    spread.deviation = std::sqrt(squares / std::max(count, 1.0));
-    spread.error = spread.deviation / std::sqrt(std::max(count, 1.0));
-    return spread;
+    if (count == 0) return {};
+    const double deviation = std::sqrt(squares / count);
+    return {mean, deviation, deviation / std::sqrt(count)};
+}
+
+template <typename Number>
+Figure inMs(const std::optional<Number>& ns) {
+    return ns ? Figure(static_cast<double>(*ns) / 1e6) : Figure();
+}
+
+/** In percent. */
+Figure shareOf(int64_t count, int64_t all) {
+    return when(all > 0, 100 * static_cast<double>(count) / static_cast<double>(all));
 }
 
 /** Two recordings, sensor by sensor. */
@@ -50,19 +64,23 @@ class Comparison {
                static_cast<double>(second.sensor.type), 0);
         const auto events = [&](const char* name, bool (*counts)(const RecordedEvent&)) {
             const auto of = [counts](const std::vector<RecordedEvent>& all) {
-                return 100 * static_cast<double>(std::count_if(all.begin(), all.end(), counts)) /
-                       static_cast<double>(all.size());
+                return shareOf(std::count_if(all.begin(), all.end(), counts),
+                               static_cast<int64_t>(all.size()));
             };
             percent(name, of(first.events), of(second.events));
         };
         events("with wakelock/%", [](const auto& one) { return one.received.wakelock; });
         events("retyped/%", [](const auto& one) { return one.retyped; });
-        events("backward/%", [](const auto& one) { return one.backward; });
         events("stale/%", [](const auto& one) { return one.stale; });
+        const auto backward = [](const IntervalStatistics& all) {
+            return shareOf(all.backward(), all.events());
+        };
+        percent("backward/%", backward(first.figures.intervals),
+                backward(second.figures.intervals));
         for (const auto& [name, wanted] :
              {std::pair("latency.p50/ms", 0.5), std::pair("latency.p99/ms", 0.99)}) {
-            figure(name, milliseconds(first.figures.latency.quantileNs(wanted)),
-                   milliseconds(second.figures.latency.quantileNs(wanted)),
+            figure(name, inMs(first.figures.latency.quantileNs(wanted)),
+                   inMs(second.figures.latency.quantileNs(wanted)),
                    mTolerance * std::max(periodMs, kLatencyMs));
         }
         values(first, second);
@@ -75,32 +93,37 @@ class Comparison {
     int differences() const { return mDifferences; }
 
   private:
-    void figure(const std::string& name, double first, double second, double allowed) {
-        const bool differs = std::fabs(second - first) > allowed;
+    void figure(const std::string& name, Figure first, Figure second, double allowed) {
+        const Figure change = first && second ? Figure(*second - *first) : Figure();
+        const bool differs = change ? std::fabs(*change) > allowed : first || second;
         mDifferences += differs ? 1 : 0;
         if (mQuiet && !differs) return;
-        print("%s%-8s %-24s %14.6g %14.6g %+14.6g\n", mHead.c_str(), differs ? "differs" : "",
-              name.c_str(), first, second, second - first);
+        const auto text = [](const char* form, Figure figure) {
+            return figure ? formatted(form, *figure) : "-";
+        };
+        print("%s%-8s %-24s %14s %14s %14s\n", mHead.c_str(), differs ? "differs" : "",
+              name.c_str(), text("%.6g", first).c_str(), text("%.6g", second).c_str(),
+              text("%+.6g", change).c_str());
         mHead.clear();
     }
-    void share(const std::string& name, double first, double second, double more = 0) {
-        figure(name, first, second,
-               mTolerance * std::max(std::fabs(first), std::fabs(second)) + more);
+    void share(const std::string& name, Figure first, Figure second, double more = 0) {
+        const double larger = std::max(std::fabs(first.value_or(0)), std::fabs(second.value_or(0)));
+        figure(name, first, second, mTolerance * larger + more);
     }
     /** One near 0 or 100 has to be near there in both. */
-    void percent(const char* name, double first, double second) {
-        const double high = std::max(first, second);
-        const double low = std::min(first, second);
+    void percent(const char* name, Figure first, Figure second) {
+        const double high = std::max(first.value_or(0), second.value_or(0));
+        const double low = std::min(first.value_or(100), second.value_or(100));
         figure(name, first, second, mTolerance * std::min(high, 100 - low));
     }
     void rates(const Watched& first, const Watched& second, double periodMs) {
         const auto lost = [](const Watched& figures) {
-            const auto count = static_cast<double>(figures.intervals.lost());
-            return 100 * count / (static_cast<double>(figures.events) + count);
+            const auto count = figures.lost();
+            return count ? shareOf(*count, figures.events + *count) : Figure();
         };
         share("granted/Hz", first.grantedHz, second.grantedHz);
         share("rate/Hz", first.intervals.rateHz(), second.intervals.rateHz());
-        figure("jitter/ms", first.intervals.jitterNs() / 1e6, second.intervals.jitterNs() / 1e6,
+        figure("jitter/ms", inMs(first.intervals.jitterNs()), inMs(second.intervals.jitterNs()),
                mTolerance * periodMs);
         percent("lost/%", lost(first), lost(second));
     }
@@ -110,8 +133,8 @@ class Comparison {
             // Parts of a vector are compared by the longest: gravity is on one axis only.
             double length = 0;
             for (const size_t column : group) {
-                length = std::max({length, std::fabs(spreadOf(first, column).mean),
-                                   std::fabs(spreadOf(second, column).mean)});
+                length = std::max({length, std::fabs(spreadOf(first, column).mean.value_or(0)),
+                                   std::fabs(spreadOf(second, column).mean.value_or(0))});
             }
             for (const size_t column : group) {
                 const Spread one = spreadOf(first, column);

@@ -31,7 +31,7 @@ class Client {
   public:
     /** Earlier time stamps than `startNs` are stale. */
     Client(const SensorInfo& sensor, const std::string& format, bool quiet, int64_t startNs)
-        : mWatched{{&sensor, 0, 0, IntervalStatistics(), startNs}},
+        : mWatched{{&sensor, {}, {}, IntervalStatistics(), startNs}},
           mFormat(format),
           mCheck(sensor.sensorHandle, static_cast<int32_t>(sensor.type), startNs) {
         if (quiet) return;
@@ -79,18 +79,15 @@ class Client {
                       int64_t silenceNs) const {
         const DurationStatistics& ages = mWatched[0].latency;
         const IntervalStatistics& intervals = mWatched[0].intervals;
-        const bool aged = ages.count() > 0;
-        const bool timed = intervals.intervals() > 0;
         if (mFormat == "json") {
-            const auto known = [](bool is, auto value) { return is ? Json(value) : Json(nullptr); };
             const Json line = {{"kind", "summary"},
-                               {"age_p50_ns", known(aged, ages.quantileNs(0.5))},
-                               {"age_p99_ns", known(aged, ages.quantileNs(0.99))},
-                               {"age_max_ns", known(aged, ages.longestNs())},
+                               {"age_p50_ns", orNull(ages.quantileNs(0.5))},
+                               {"age_p99_ns", orNull(ages.quantileNs(0.99))},
+                               {"age_max_ns", orNull(ages.quantileNs(1))},
                                {"records", figures.records},
                                {"written", written},
-                               {"rate_hz", known(timed, intervals.rateHz())},
-                               {"jitter_ns", known(timed, intervals.jitterNs())},
+                               {"rate_hz", orNull(intervals.rateHz())},
+                               {"jitter_ns", orNull(intervals.jitterNs())},
                                {"missed", figures.missed},
                                {"repeated", figures.repeated},
                                {"torn", figures.torn},
@@ -100,12 +97,12 @@ class Client {
                                {"stalled", stalled}};
             return printText(jsonText(line) + "\n");
         }
-        const std::string jitter = timed ? formatted("%.3f", intervals.jitterNs() / 1e6) : "-";
-        std::string lines = wrapped(
-            "age p50 " + millisecondsText(ages, 0.5) + ", p99 " + millisecondsText(ages, 0.99) +
-                ", max " + millisecondsText(ages, 1) + " ms; " + figures.text() + "; " +
-                rateText(intervals.rateHz()) + " Hz, jitter " + jitter + " ms\n",
-            4);
+        std::string lines =
+            wrapped("age p50 " + millisecondsText(ages, 0.5) + ", p99 " +
+                        millisecondsText(ages, 0.99) + ", max " + millisecondsText(ages, 1) +
+                        " ms; " + figures.text() + "; " + figureText(intervals.rateHz()) +
+                        " Hz, jitter " + figureText(intervals.jitterNs(), 1e6) + " ms\n",
+                    4);
         if (silenceNs > 0) {
             lines += formatted("silent for the last %.1f ms\n", milliseconds(silenceNs));
         }

@@ -22,10 +22,6 @@ int64_t periodOf(const WatchOptions& options, const SensorSelector& selector, in
     return recordedNs > 0 ? recordedNs : kDefaultPeriodNs;
 }
 
-double hertzOf(int64_t periodNs) {
-    return periodNs > 0 ? 1e9 / static_cast<double>(periodNs) : 0;
-}
-
 class Watch {
   public:
     Watch(Proxy& proxy, const WatchOptions& options)
@@ -87,8 +83,9 @@ class Watch {
             return kUsage;
         }
         const int64_t grantedNs = grantedPeriodNs(*sensor, periodNs);
-        const double askedHz = grantedNs > 0 ? hertzOf(periodNs) : 0;
-        mWatched.push_back({sensor, askedHz, hertzOf(grantedNs), IntervalStatistics(grantedNs)});
+        mWatched.push_back({sensor, when(grantedNs > 0, hertzOf(periodNs)),
+                            when(grantedNs > 0, hertzOf(grantedNs)),
+                            IntervalStatistics(grantedNs)});
         mPeriods.push_back(periodNs);
         return kOk;
     }
@@ -176,7 +173,7 @@ class Watch {
         for (const Watched& one : mWatched) {
             const SensorFlagBits mode = reportingMode(*one.sensor);
             const bool talks = mode == SensorFlagBits::CONTINUOUS_MODE ||
-                               mode == SensorFlagBits::ON_CHANGE_MODE || one.grantedHz > 0;
+                               mode == SensorFlagBits::ON_CHANGE_MODE || one.grantedHz;
             if (one.events > 0 || !talks) continue;
             result = kNoData;
             if (one.sensor->fifoMaxEventCount > 0 &&
@@ -201,13 +198,14 @@ class Watch {
         return kNoData;
     }
 
-    /** After a recording was played to its end: a sensor without an event is not in it. */
+    /** After a recording was played to its end. */
     ExitCode judgeRecording() const {
         ExitCode result = kOk;
         for (const Watched& one : mWatched) {
-            if (one.events + one.stale + one.flushes > 0) continue;
-            complain("the recording has no events of %s (%" PRId32 ")",
-                     typeName(*one.sensor).c_str(), one.sensor->sensorHandle);
+            if (one.events + one.flushes > 0) continue;
+            complain("the recording has no %sevents of %s (%" PRId32 ")",
+                     one.stale > 0 ? "fresh " : "", typeName(*one.sensor).c_str(),
+                     one.sensor->sensorHandle);
             result = kNoData;
         }
         return result;
