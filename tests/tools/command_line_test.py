@@ -604,6 +604,7 @@ ROWS = {
         compared(r"(?s)granted/Hz +100 +80 +-20\n.* rate/Hz .*\n2 diff", period=12500000),
         compared(r"^accel.*\ndiffers +x mean +1 +2.5 +\+1.5\n1 diff", x=lambda i: 2.5),
         compared(r"\ndiffers +x deviation +0 +1 +\+1\n1 diff", x=lambda i: i % 2 * 2),
+        compared(r"\ndiffers +not finite/% +0 +0.16.*\n1 diff", x=lambda i: math.nan if i == 9 else 1),
         compared("^physical_proximity.*\ndiffers  only in the first recording\n1 diff", others=False),
         compared(r"^accel.*\ndiffers +retyped/% +0 +0.16.*\n1 diff", odd={"type": 35}),
         compared(r"^accel.*\ndiffers +with wakelock/% +0 +0.16.*\n1 diff", odd={"wakelock": True}),

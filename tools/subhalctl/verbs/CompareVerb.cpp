@@ -71,6 +71,10 @@ class Comparison {
         };
         events("with wakelock/%", [](const auto& one) { return one.received.wakelock; });
         events("retyped/%", [](const auto& one) { return one.retyped; });
+        events("not finite/%", [](const auto& one) {
+            return !std::all_of(one.values.begin(), one.values.end(),
+                                [](double value) { return std::isfinite(value); });
+        });
         events("stale/%", [](const auto& one) { return one.stale; });
         const auto backward = [](const IntervalStatistics& all) {
             return shareOf(all.backward(), all.events());
