@@ -43,7 +43,7 @@ struct Series {
     std::vector<const Recording::Entry*> requests{};
     std::vector<Span> on{};
     int64_t late = 0;
-    Watched figures{nullptr, 0, 0, IntervalStatistics()};
+    Watched figures{nullptr, {}, {}, IntervalStatistics()};
 
     /** As in "light (5)". */
     std::string name() const;
