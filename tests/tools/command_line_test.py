@@ -629,7 +629,7 @@ ROWS = {
             out="^84 events of 5 sensors and .* are identical"),
         Row(["--replay", REAL_DEVICES, "--fast", "watch", "1@20", "4"], 6, hub="",
             err=r"the recording has no events of gyroscope \(4\)\n"),
-        Row(["--replay", saved_file(re.sub('"start","t":', r"\g<0>9", open(REAL_DEVICES).read())),
+        Row(["--replay", saved_file(re.sub('"request","t":', r"\g<0>9", open(REAL_DEVICES).read())),
              "--fast", "watch", "1"], 6, hub="", out=" 13 ", err="has no fresh events of accel"),
         # A record longer than the library reads, which stays in its device.
         Row(["replay", saved_file(re.sub('"raw"(.*?)"hex": ?"', r'\g<0>00', open(REAL_DEVICES).read())),

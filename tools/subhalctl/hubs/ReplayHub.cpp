@@ -154,13 +154,7 @@ class ReplayHub : public InProcessHub, private PlatformHooks {
             seen = mHub.requests().size();
             std::this_thread::sleep_for(kSlice);
         }
-        int64_t startNs = mRecording.startNs;
-        for (const Entry& entry : mRecording.entries) {
-            if (entry.kind != Entry::Kind::kRequest || !entry.request.enable) continue;
-            startNs = entry.timeNs;
-            break;
-        }
-        setHubClock(startNs, !mOptions.fast);
+        setHubClock(mRecording.onNs(), !mOptions.fast);
         for (const Entry& entry : mRecording.entries) {
             const bool isFlushMarker = entry.bytes.find_first_not_of('\0') == std::string::npos;
             if (entry.kind != Entry::Kind::kRaw || isFlushMarker) continue;

@@ -451,6 +451,14 @@ int64_t Recording::periodNs(int32_t handle) const {
     return periodNs;
 }
 
+int64_t Recording::onNs(std::optional<int32_t> handle) const {
+    const auto isOn = [handle](const Entry& entry) {
+        return entry.request.enable && entry.handle == handle.value_or(entry.handle);
+    };
+    const auto on = std::find_if(entries.begin(), entries.end(), isOn);
+    return on != entries.end() ? on->timeNs : startNs;
+}
+
 int64_t Recording::offNs(int32_t handle) const {
     int64_t offNs = INT64_MAX;
     for (const Entry& entry : entries) {

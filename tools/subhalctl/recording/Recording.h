@@ -8,6 +8,7 @@
 #include <map>
 #include <mutex>
 #include <nlohmann/json_fwd.hpp>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -101,6 +102,8 @@ struct Recording {
 
     /** The last requested one, 0 for none. */
     int64_t periodNs(int32_t handle) const;
+    /** When the sensor, or any, was first switched on; the recording's start if it was not. */
+    int64_t onNs(std::optional<int32_t> handle = {}) const;
     /** When the sensor was last switched off, INT64_MAX if it was not. */
     int64_t offNs(int32_t handle) const;
 };

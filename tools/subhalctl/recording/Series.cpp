@@ -49,7 +49,6 @@ void addRequest(const Entry& entry, int64_t endNs, Series* series) {
     if (request.what == "batch") {
         series->latencyNs = std::clamp<int64_t>(request.latencyNs, 0, kLongestNs);
     } else if (request.what == "activate" && request.enable) {
-        if (series->on.empty()) series->figures.startNs = entry.timeNs;
         series->on.push_back({entry.timeNs, endNs});
     } else if (request.what == "activate" && !series->on.empty()) {
         series->on.back().endNs = std::min(series->on.back().endNs, entry.timeNs);
@@ -123,7 +122,7 @@ ExitCode RecordedRun::load(const std::string& path) {
         Series& series = found->second;
         if (isNew) {
             series.sensor = sensorOf(recording, entry.handle);
-            series.figures.startNs = recording.startNs;
+            series.figures.startNs = recording.onNs(entry.handle);
         }
         if (isEvent) {
             const auto read = reads.find(entry.handle);

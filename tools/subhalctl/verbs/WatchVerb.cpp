@@ -91,11 +91,14 @@ class Watch {
     }
 
     bool activateSensors() {
+        const Recording* recording = mProxy.recording();
         for (size_t i = 0; i < mWatched.size(); ++i) {
             mActive.emplace_back(mProxy, *mWatched[i].sensor, mPeriods[i],
                                  mOptions.latencyMs * 1'000'000);
             if (!mActive.back().active()) return false;
-            mWatched[i].startNs = mActive.back().startNs();
+            mWatched[i].startNs = recording != nullptr
+                                      ? recording->onNs(mWatched[i].sensor->sensorHandle)
+                                      : mActive.back().startNs();
         }
         return true;
     }
