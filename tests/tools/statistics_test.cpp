@@ -65,6 +65,14 @@ TEST(IntervalStatistics, GoOnAcrossARestart) {
     EXPECT_EQ(slices.lost(), 3);
 }
 
+TEST(Spacing, GoesByTheGrantedPeriodUnlessTheHubIsSlow) {
+    const Spacing uneven({0, 50, 400, 450, 800}, 200);
+    EXPECT_EQ(uneven.lost, 2);
+    EXPECT_DOUBLE_EQ(uneven.rateHz, 5e6);
+    EXPECT_EQ(Spacing({0, 220, 440, 880}, 200).lost, 1);
+    EXPECT_EQ(Spacing({0, 400, 800}, 200).lost, 0);
+}
+
 TEST(DurationStatistics, AreExactForAMillion) {
     DurationStatistics durations;
     for (int64_t i = 1'000'000; i > 0; --i)

@@ -349,7 +349,7 @@ bool Subject::checkTimestamps(int64_t latencyNs) const {
 
 void Subject::checkRate() const {
     const std::vector<int64_t> stamps = stampsOf(observed);
-    const Spacing spacing(stamps);
+    const Spacing spacing(stamps, grantedNs());
     const double grantedHz = 1e9 / static_cast<double>(grantedNs());
     const double off = spacing.rateHz / grantedHz - 1;
     const std::string measured =
@@ -363,7 +363,7 @@ void Subject::checkRate() const {
     // What stops coming leaves the gaps before it as they were.
     const auto last = std::max_element(stamps.begin(), stamps.end());
     const int64_t silenceNs = observed.endNs - (last == stamps.end() ? observed.startNs : *last);
-    const int64_t toleratedNs = toleratedSilenceNs(std::max(grantedNs(), spacing.typicalNs), 0);
+    const int64_t toleratedNs = toleratedSilenceNs(spacing.periodNs, 0);
     judge(spacing.lost == 0 && silenceNs <= toleratedNs, "lost",
           formatted("%" PRId64 " of %zu, silent for the last %.1f ms", spacing.lost,
                     stamps.size() + static_cast<size_t>(spacing.lost), milliseconds(silenceNs)));

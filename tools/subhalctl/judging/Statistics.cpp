@@ -107,7 +107,7 @@ int64_t IntervalStatistics::lostAtEnd() const {
     return silenceNs > toleratedSilenceNs(mExpectedNs, mLatencyNs) ? silenceNs / mExpectedNs : 0;
 }
 
-Spacing::Spacing(std::vector<int64_t> stamps) {
+Spacing::Spacing(std::vector<int64_t> stamps, int64_t grantedNs) : periodNs(grantedNs) {
     if (stamps.size() < 2) return;
     std::sort(stamps.begin(), stamps.end());
     std::vector<int64_t> intervals;
@@ -118,13 +118,13 @@ Spacing::Spacing(std::vector<int64_t> stamps) {
         intervals.begin() + static_cast<std::ptrdiff_t>(quantileIndex(0.5, intervals.size()));
     std::nth_element(intervals.begin(), middle, intervals.end());
     typicalNs = *middle;
+    if (typicalNs / 11 >= grantedNs / 10) periodNs = typicalNs;
     const int64_t spanNs = elapsedNs(stamps.front(), stamps.back());
-    if (typicalNs <= 0 || spanNs <= 0) return;
+    if (spanNs > 0)
+        rateHz = static_cast<double>(intervals.size()) * 1e9 / static_cast<double>(spanNs);
     for (const int64_t interval : intervals) {
-        if (__builtin_add_overflow(lost, lostWithin(interval, typicalNs), &lost)) return;
+        if (__builtin_add_overflow(lost, lostWithin(interval, periodNs), &lost)) lost = INT64_MAX;
     }
-    rateHz = static_cast<double>(static_cast<int64_t>(intervals.size()) + lost) * 1e9 /
-             static_cast<double>(spanNs);
 }
 
 namespace {

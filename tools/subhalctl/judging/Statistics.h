@@ -96,12 +96,14 @@ class IntervalStatistics {
     int64_t mLatencyNs = 0;
 };
 
-/** How far time stamps lie apart in order of time, whatever was lost between them. */
+/** How far time stamps lie apart in order of time. */
 struct Spacing {
-    explicit Spacing(std::vector<int64_t> stamps);
+    /** @param grantedNs 0 where no period is known */
+    explicit Spacing(std::vector<int64_t> stamps, int64_t grantedNs = 0);
 
     double rateHz = 0;
     int64_t typicalNs = 0;  ///< the median
+    int64_t periodNs = 0;   ///< the granted one, or the median if that is 10 % longer
     int64_t lost = 0;       ///< by gaps of more than one and a half of it
 };
 

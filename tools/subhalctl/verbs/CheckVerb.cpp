@@ -51,7 +51,9 @@ constexpr Rule kRules[] = {
     {"rate", "rate",
      "within 10 % of the rate asked for, clamped to the sensor's limits, also when "
      "it is changed while the sensor is on; more than 1 % off is noted"},
-    {"lost", "rate", "no gap of more than one and a half periods, and no silence at the end"},
+    {"lost", "rate",
+     "no gap of more than one and a half granted periods, or typical ones where these are 10 % "
+     "longer, and no silence at the end"},
     {"values", "", "values are within the sensor's range and physically possible"},
     {"event-kind", "", "events are of the sensor's type, meta-data events are completed flushes"},
     {"wakelock", "", "a wakelock is held for each event of a wake-up sensor, and for no other"},
