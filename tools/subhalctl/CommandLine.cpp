@@ -140,7 +140,7 @@ void addGlobalOptions(CLI::App& app, GlobalOptions& options) {
         ->check(CLI::IsMember({"verbose", "debug", "info", "warning", "error", "silent"}));
     app.add_flag(
         "--quiet", options.quiet,
-        "No headings and notes, no summary of watch, no records of direct; CSV and --stats keep "
+        "No headings, no summary of watch, no records of direct; watch's CSV and --stats keep "
         "their headings, and direct, check and doctor their summary");
     app.add_flag("--wide", options.wide,
                  "All columns and whole lines, however narrow the terminal is");

@@ -245,8 +245,10 @@ void Watched::restart() {
 }
 
 std::string timeText(int64_t timestampNs) {
-    return formatted("%7" PRId64 ".%09" PRId64, timestampNs / 1000000000,
-                     std::abs(timestampNs % 1000000000));
+    const std::string text =
+        formatted("%s%" PRId64 ".%09" PRId64, timestampNs < 0 ? "-" : "",
+                  std::abs(timestampNs / 1000000000), std::abs(timestampNs % 1000000000));
+    return formatted("%17s", text.c_str());
 }
 
 std::string valueLegend(const SensorInfo& sensor) {

@@ -65,7 +65,7 @@ std::string valueColumns(const SensorInfo& sensor, const Event& event);
 /** The columns of valueColumns(), as in "x [m/s²], y [m/s²], z [m/s²], accuracy". */
 std::string valueLegend(const SensorInfo& sensor);
 
-/** "%d.%09d" of seconds. */
+/** Seconds with nine digits, in 17 columns. */
 std::string timeText(int64_t timestampNs);
 
 /** A figure in a table, in units of `unit`; "-" where it is not known. */
