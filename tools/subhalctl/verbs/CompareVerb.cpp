@@ -43,8 +43,8 @@ Figure inMs(const std::optional<Number>& ns) {
 }
 
 /** In percent. */
-Figure shareOf(int64_t count, int64_t all) {
-    return when(all > 0, 100 * static_cast<double>(count) / static_cast<double>(all));
+Figure shareOf(int64_t count, double all) {
+    return when(all > 0, 100 * static_cast<double>(count) / all);
 }
 
 /** Two recordings, sensor by sensor. */
@@ -65,7 +65,7 @@ class Comparison {
         const auto events = [&](const char* name, bool (*counts)(const RecordedEvent&)) {
             const auto of = [counts](const std::vector<RecordedEvent>& all) {
                 return shareOf(std::count_if(all.begin(), all.end(), counts),
-                               static_cast<int64_t>(all.size()));
+                               static_cast<double>(all.size()));
             };
             percent(name, of(first.events), of(second.events));
         };
@@ -77,7 +77,7 @@ class Comparison {
         });
         events("stale/%", [](const auto& one) { return one.stale; });
         const auto backward = [](const IntervalStatistics& all) {
-            return shareOf(all.backward(), all.events());
+            return shareOf(all.backward(), static_cast<double>(all.events()));
         };
         percent("backward/%", backward(first.figures.intervals),
                 backward(second.figures.intervals));
@@ -123,7 +123,9 @@ class Comparison {
     void rates(const Watched& first, const Watched& second, double periodMs) {
         const auto lost = [](const Watched& figures) {
             const auto count = figures.lost();
-            return count ? shareOf(*count, figures.events + *count) : Figure();
+            if (!count) return Figure();
+            return shareOf(*count,
+                           static_cast<double>(figures.events) + static_cast<double>(*count));
         };
         share("granted/Hz", first.grantedHz, second.grantedHz);
         share("rate/Hz", first.intervals.rateHz(), second.intervals.rateHz());
