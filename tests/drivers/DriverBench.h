@@ -16,15 +16,10 @@
 
 namespace driver_tests {
 
-using android::hardware::sensors::V1_0::Event;
-using android::hardware::sensors::V2_0::zelva_sensorhub::SensorBase;
-using android::hardware::sensors::V2_0::zelva_sensorhub::SensorList;
+using namespace android::hardware::sensors::V2_0::zelva_sensorhub;
+using namespace testing_support;
 using simulator::RecordBuilder;
 using simulator::Request;
-using testing_support::Lines;
-using testing_support::LogCapture;
-using testing_support::LogLine;
-using testing_support::RecordingCallback;
 using Packets = std::vector<std::string>;
 
 constexpr char kInjection[] = "/dev/shub_data_injection";

@@ -150,9 +150,9 @@ struct DriverRow {
     bool twinIsReachable = true;
 };
 
-/** How a failing test names a row. */
+/** How tests name a row. */
 inline void PrintTo(const DriverRow& row, std::ostream* stream) {
-    *stream << row.className;
+    *stream << row.className << row.handle;
 }
 
 inline constexpr char kQSensor[] = "com.tavrine.permission.QSENSOR";
@@ -160,12 +160,15 @@ inline constexpr char kQSensor[] = "com.tavrine.permission.QSENSOR";
 /** Three 16-bit components in steps of the resolution, with or without a hub's padding. */
 DriverRow& gyroscope(DriverRow& row);
 
-std::vector<DriverRow> physicalRows();
-std::vector<DriverRow> lightRows();
-std::vector<DriverRow> motionRows();
-std::vector<DriverRow> orientationRows();
-std::vector<DriverRow> foldableRows();
-std::vector<DriverRow> allRows();
+using Rows = std::vector<DriverRow>;
+
+// Each appends a family's.
+void physicalRows(Rows& rows);
+void lightRows(Rows& rows);
+void motionRows(Rows& rows);
+void orientationRows(Rows& rows);
+void foldableRows(Rows& rows);
+Rows allRows();
 
 /** What came of one record. */
 struct Outcome {

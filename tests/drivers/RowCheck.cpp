@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
+#include <utils/SystemClock.h>
 
 #include <algorithm>
 #include <cstdio>
-#include <ctime>
 #include <iterator>
 
 #include "tests/drivers/Golden.h"
@@ -10,12 +10,6 @@
 namespace golden {
 
 namespace {
-
-int64_t bootTime() {
-    timespec now = {};
-    clock_gettime(CLOCK_BOOTTIME, &now);
-    return now.tv_sec * int64_t{1000000000} + now.tv_nsec;
-}
 
 /** A payload word as the float that it may be, and its bits. */
 std::string show(uint32_t bits) {
@@ -50,7 +44,7 @@ void checkEvent(const DriverRow& row, const Posted& expected, const Event& event
     EXPECT_EQ(static_cast<int32_t>(event.sensorType), expected.meta ? 0 : row.type);
     if (expected.timestamp == kNow) {
         EXPECT_GE(event.timestamp, begin);
-        EXPECT_LE(event.timestamp, bootTime());
+        EXPECT_LE(event.timestamp, android::elapsedRealtimeNano());
     } else {
         EXPECT_EQ(event.timestamp, static_cast<int64_t>(expected.timestamp));
     }
@@ -58,7 +52,7 @@ void checkEvent(const DriverRow& row, const Posted& expected, const Event& event
 
 void checkExchange(const DriverRow& row, const Exchange& exchange, RecordPath& path) {
     SCOPED_TRACE(testing::PrintToString(exchange.record));
-    const int64_t begin = bootTime();
+    const int64_t begin = android::elapsedRealtimeNano();
     const Outcome outcome = path.pass(row.handle, exchange.record);
     const bool isNow = exchange.posted && exchange.posted->timestamp == kNow;
     ASSERT_EQ(outcome.events.size(), exchange.posted ? 1U : 0U);
@@ -74,7 +68,7 @@ void checkExchange(const DriverRow& row, const Exchange& exchange, RecordPath& p
 void checkKind(const DriverRow& row, bool isMarker, const std::string& record, uint64_t timestamp,
                RecordPath& path) {
     SCOPED_TRACE(testing::PrintToString(record));
-    const int64_t begin = bootTime();
+    const int64_t begin = android::elapsedRealtimeNano();
     const Outcome outcome = path.pass(row.handle, record);
     ASSERT_EQ(outcome.events.size(), 1U);
     if (row.exchanges[0].posted->timestamp == kNow) timestamp = kNow;
@@ -116,11 +110,11 @@ std::string Form::pack(const std::vector<Raw>& values, uint64_t timestamp) const
     return record.append(reinterpret_cast<const char*>(&timestamp), sizeof(timestamp)) + tail;
 }
 
-std::vector<DriverRow> allRows() {
-    std::vector<DriverRow> rows;
-    for (const auto& family :
-         {physicalRows(), lightRows(), motionRows(), orientationRows(), foldableRows()})
-        rows.insert(rows.end(), family.begin(), family.end());
+Rows allRows() {
+    Rows rows;
+    for (const auto appendFamily :
+         {physicalRows, lightRows, motionRows, orientationRows, foldableRows})
+        appendFamily(rows);
     return rows;
 }
 

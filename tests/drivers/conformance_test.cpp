@@ -6,7 +6,6 @@
 namespace driver_tests {
 namespace {
 
-using android::hardware::sensors::V1_0::SensorInfo;
 using golden::DriverRow;
 
 /** One row's driver in a catalogue of its own. */
@@ -86,10 +85,7 @@ TEST_P(Conformance, Records) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Drivers, Conformance, testing::ValuesIn(golden::allRows()),
-                         [](const testing::TestParamInfo<DriverRow>& tested) {
-                             return std::string(tested.param.className) +
-                                    std::to_string(tested.param.handle);
-                         });
+                         testing::PrintToStringParamName());
 
 }  // namespace
 }  // namespace driver_tests

@@ -11,8 +11,6 @@
 namespace driver_tests {
 namespace {
 
-using android::hardware::sensors::V2_0::zelva_sensorhub::LightBase;
-
 constexpr uint32_t kSet = 0x10000000;
 
 class Departures : public testing::Test, protected DriverBench {

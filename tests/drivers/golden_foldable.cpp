@@ -4,8 +4,7 @@
 
 namespace golden {
 
-std::vector<DriverRow> foldableRows() {
-    std::vector<DriverRow> rows;
+void foldableRows(Rows& rows) {
     rows.emplace_back("FoldingAngle", 62, kNonWakeUp, "Folding Angle", 65686, "foling_angle",
                       kQSensor, 2, "E FoldingAngle : Meta event")
         .form({4})
@@ -51,7 +50,6 @@ std::vector<DriverRow> foldableRows() {
                       2, "E SarFolding : Meta event")
         .form({1})
         .data({255}, {255.0F}, {"I SarFolding : status=255 time = %T"});
-    return rows;
 }
 
 }  // namespace golden

@@ -8,8 +8,7 @@ constexpr float kUnsignedMinus = 0x1p64F;  // a small negative number, read as u
 
 }  // namespace
 
-std::vector<DriverRow> lightRows() {
-    std::vector<DriverRow> rows;
+void lightRows(Rows& rows) {
     rows.emplace_back("LightSensor", 5, kNonWakeUp, "Light", 5, "", "", 2,
                       "I Light Sensor : Meta event")
         .form({4})
@@ -74,7 +73,6 @@ std::vector<DriverRow> lightRows() {
         .form({4})
         .data({-16777219}, {-16777220.0F},
               {"I LightSeamless_Sensor : event = -16777219, time = %T"});
-    return rows;
 }
 
 }  // namespace golden

@@ -9,7 +9,7 @@ void eventCode(DriverRow& row, const char* line) {
     row.form({1}).data({200}, {200.0F}, {line});
 }
 
-void gestureRows(std::vector<DriverRow>& rows) {
+void gestureRows(Rows& rows) {
     rows.emplace_back("SigMotionSensor", 17, kWakeUp, "Significant Motion", 17, "", "", 4, "",
                       "SIgMotionSensor :")
         .form({1}, Marker::kNone)
@@ -55,7 +55,7 @@ void gestureRows(std::vector<DriverRow>& rows) {
 }
 
 /** Unsigned in the payload, signed in the log. */
-void pocketRows(std::vector<DriverRow>& rows) {
+void pocketRows(Rows& rows) {
     rows.emplace_back("ProximityRawSensor", 29, kNonWakeUp, "Proximity Raw Sensor", 65582,
                       "proximity_alert", kQSensor, 2, "E ProximityRawSensor : Meta event")
         .form({2, 2, 2, 2, 2, 2})
@@ -82,7 +82,7 @@ void pocketRows(std::vector<DriverRow>& rows) {
                "-2147483648 pedoState = 255pedoCase = -1 version = 3 time = %T"});
 }
 
-void deviceRows(std::vector<DriverRow>& rows) {
+void deviceRows(Rows& rows) {
     DriverRow& cover =
         rows.emplace_back("FlipCoverDetector", 42, kWakeUp, "Flip Cover Detector", 65639,
                           "flip_cover_detector", kQSensor, 2, "E FlipCoverDetector: Meta event");
@@ -125,12 +125,10 @@ void deviceRows(std::vector<DriverRow>& rows) {
 
 }  // namespace
 
-std::vector<DriverRow> motionRows() {
-    std::vector<DriverRow> rows;
+void motionRows(Rows& rows) {
     gestureRows(rows);
     pocketRows(rows);
     deviceRows(rows);
-    return rows;
 }
 
 }  // namespace golden

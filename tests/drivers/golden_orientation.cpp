@@ -24,8 +24,7 @@ DriverRow orientation(int handle) {
 
 }  // namespace
 
-std::vector<DriverRow> orientationRows() {
-    std::vector<DriverRow> rows;
+void orientationRows(Rows& rows) {
     quaternion(rows.emplace_back("RotationVector", 11, kNonWakeUp, "Tavrine Rotation Vector", 11,
                                  "", "", 0, "E RotationVectorSensor : Meta event"));
     quaternion(rows.emplace_back("GameRotationVector", 15, kNonWakeUp,
@@ -47,7 +46,6 @@ std::vector<DriverRow> orientationRows() {
                                 "E StillwaveGyroSensor : Meta event"))
         .direct = true;
     rows.push_back(orientation(52));
-    return rows;
 }
 
 }  // namespace golden

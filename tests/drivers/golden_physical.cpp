@@ -21,8 +21,7 @@ DriverRow& gyroscope(DriverRow& row) {
         .data({-32768, 5, -6}, {-16384.0F, 2.5F, -3.0F, kAccuracyHigh});
 }
 
-std::vector<DriverRow> physicalRows() {
-    std::vector<DriverRow> rows;
+void physicalRows(Rows& rows) {
     vectorForm(rows.emplace_back("AccSensor", 1, kNonWakeUp, "Accelerometer", 1, "", "", 0,
                                  "E AccSensor : Meta event"));
     rows.emplace_back("MagneticSensor", 2, kNonWakeUp, "Magnetometer", 2, "", "", 0,
@@ -68,7 +67,6 @@ std::vector<DriverRow> physicalRows() {
     uncalibratedForm(rows.emplace_back(
         "UncalGyroSubSensor", 61, kNonWakeUp, "Gyroscope Uncalibrated Sub", 65690,
         "gyroscope_uncalibrated_sub", kQSensor, 0, "E UncalGyroSensor : Meta event"));
-    return rows;
 }
 
 }  // namespace golden

@@ -10,7 +10,6 @@
 namespace driver_tests {
 namespace {
 
-using android::hardware::sensors::V2_0::zelva_sensorhub::LightBase;
 using simulator::RearLightSensor;
 
 constexpr int kLight = 5;

@@ -311,7 +311,7 @@ TEST_P(Scripts, OnAHub) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Hub, Scripts, testing::ValuesIn(kScripts),
-                         [](const auto& script) { return script.param.name; });
+                         testing::PrintToStringParamName());
 
 }  // namespace
 }  // namespace hub_script

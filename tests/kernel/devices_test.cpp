@@ -154,7 +154,7 @@ INSTANTIATE_TEST_SUITE_P(
         Load{"OneBatched", {1}, true, std::chrono::microseconds(5000), 100, 20000},
         Load{"Counted", {38, 50}, false, std::chrono::microseconds(500), 3, 6000},
         Load{"Many", {1, 4, 31, 38, 50, 58, 60}, true, std::chrono::microseconds(10000), 20, 3000}),
-    [](const testing::TestParamInfo<Load>& tested) { return tested.param.name; });
+    testing::PrintToStringParamName());
 
 }  // namespace
 }  // namespace kernel_tests

@@ -99,10 +99,7 @@ TEST_P(GoldenRows, OnRealDevices) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Kernel, GoldenRows, testing::ValuesIn(golden::allRows()),
-                         [](const testing::TestParamInfo<DriverRow>& tested) {
-                             return std::string(tested.param.className) +
-                                    std::to_string(tested.param.handle);
-                         });
+                         testing::PrintToStringParamName());
 
 }  // namespace
 }  // namespace kernel_tests

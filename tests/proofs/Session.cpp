@@ -8,13 +8,8 @@
 
 namespace proofs {
 
-using android::hardware::sensors::V1_0::Event;
-using android::hardware::sensors::V1_0::RateLevel;
-using android::hardware::sensors::V1_0::Result;
+using namespace testing_support;
 using simulator::HubServices;
-using simulator::RecordBuilder;
-using simulator::Request;
-using testing_support::sample;
 
 namespace {
 
@@ -152,7 +147,7 @@ void Session::sensors() {
 }
 
 void Session::directChannel() {
-    const testing_support::ClientMemory memory;
+    const ClientMemory memory;
     const int32_t channel = mSubHal.openChannel(memory);
     expect(kGyroscope, channel > 0, "channel");
     const auto configure = [&](RateLevel rate) {

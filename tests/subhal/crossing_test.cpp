@@ -20,13 +20,7 @@
 
 namespace {
 
-using android::hardware::sensors::V1_0::Event;
-using android::hardware::sensors::V1_0::OperationMode;
-using android::hardware::sensors::V1_0::RateLevel;
-using android::hardware::sensors::V1_0::Result;
-using testing_support::LoadedSubHal;
-using testing_support::LogCapture;
-using testing_support::sample;
+using namespace testing_support;
 
 constexpr int kVdis = 38;
 constexpr size_t kRegion = 104 * 8;
@@ -71,7 +65,7 @@ class Crossing : public testing::Test {
         std::function<void()> run;
     };
 
-    Crossing() : subHal(testing_support::onlySensors({kVdis})) {
+    Crossing() : subHal(onlySensors({kVdis})) {
         subHal.initialize();
         simulator::NodeHandler enable;
         enable.onOpen = [this](int) { return gate->pass(), 0; };
@@ -153,7 +147,7 @@ class Crossing : public testing::Test {
 
     LoadedSubHal subHal;
     std::optional<Gate> gate{std::in_place};
-    testing_support::ClientMemory client{kRegion};
+    ClientMemory client{kRegion};
     int32_t channel = 0;
     uint64_t timestamp = 0;
 };
@@ -223,7 +217,7 @@ TEST(Crowd, MayCallAnythingWhileEventsStreamAndTheProxyRestarts) {
     proofs::Session session;
     LoadedSubHal& subHal = session.subHal();
     auto& hal = subHal.hal();
-    const testing_support::ClientMemory memory;
+    const ClientMemory memory;
     std::atomic<int32_t> channel{0};
     std::atomic<int> calling{kCallers};
     const auto call = [&](unsigned seed) {
@@ -259,7 +253,7 @@ TEST(Crowd, MayCallAnythingWhileEventsStreamAndTheProxyRestarts) {
     while (calling > 0) {
         for (const int handle : {1, kVdis})
             EXPECT_TRUE(subHal.deliver(handle, sample()));
-        subHal.deliver(17, simulator::RecordBuilder().u8(1).u64(5).bytes());
+        subHal.deliver(17, RecordBuilder().u8(1).u64(5).bytes());
         hal.initialize(&subHal.proxy());
     }
     for (std::thread& caller : callers)

@@ -11,16 +11,11 @@
 
 #include "tests/support/LoadedSubHal.h"
 
-using android::hardware::sensors::V1_0::RateLevel;
-using android::hardware::sensors::V1_0::Result;
-using android::hardware::sensors::V1_0::SharedMemFormat;
-using android::hardware::sensors::V1_0::SharedMemInfo;
-using android::hardware::sensors::V1_0::SharedMemType;
-using testing_support::LogCapture;
-using testing_support::sample;
-using Client = testing_support::ClientMemory;
-
 namespace {
+
+using namespace testing_support;
+using Reply = std::pair<Result, int32_t>;
+using Requests = std::vector<std::string>;
 
 constexpr int kAccelerometer = 1;
 constexpr int kVdis = 38;
@@ -32,14 +27,10 @@ constexpr int32_t kNormal = 1;
 constexpr int32_t kFast = 2;
 constexpr int32_t kVeryFast = 3;
 
-using Reply = std::pair<Result, int32_t>;
-
-using Lines = std::vector<std::string>;
-
-class DirectChannels : public testing::Test, protected testing_support::LoadedSubHal {
+class DirectChannels : public testing::Test, protected LoadedSubHal {
   protected:
     static Options sensors() {
-        Options options = testing_support::onlySensors({kAccelerometer, kVdis, kStillwave});
+        Options options = onlySensors({kAccelerometer, kVdis, kStillwave});
         for (auto& sensor : options.sensors)
             sensor.minDelayUs = 1000;
         return options;
@@ -55,8 +46,8 @@ class DirectChannels : public testing::Test, protected testing_support::LoadedSu
 };
 
 TEST_F(DirectChannels, RegistrationLogsWhatItWasGiven) {
-    const Client client;
-    const auto given = testing_support::handleOf(client.share());
+    const ClientMemory client;
+    const auto given = handleOf(client.share());
     const auto add = [&](int type, int format, uint32_t size, const native_handle_t* handle) {
         const SharedMemInfo mem{static_cast<SharedMemType>(type),
                                 static_cast<SharedMemFormat>(format), size, handle};
@@ -82,7 +73,7 @@ TEST_F(DirectChannels, RegistrationLogsWhatItWasGiven) {
 }
 
 TEST_F(DirectChannels, RefusedConfigurations) {
-    const Client client;
+    const ClientMemory client;
     const int32_t channel = openChannel(client);
     const Reply bad(Result::BAD_VALUE, -22);
     for (const int32_t level : {-1, 4})
@@ -93,7 +84,7 @@ TEST_F(DirectChannels, RefusedConfigurations) {
     EXPECT_EQ(config(kVdis, 9, kNormal), bad);
     EXPECT_LOG("I configDirectReport 38 9 1", "I configDirectChannel 38 9 1",
                "I mDirectChannel not found");
-    EXPECT_EQ(requests(), Lines{});
+    EXPECT_EQ(requests(), Requests{});
 }
 
 /** Expected requests and results, by rules of the test's own. */
@@ -124,7 +115,7 @@ struct Model {
                std::to_string(latencyNs);
     }
     /** Handles of the sensors that this leaves without a channel, as a removal logs them. */
-    std::string stopAll(int32_t channel, Lines* sent) {
+    std::string stopAll(int32_t channel, Requests* sent) {
         std::string handles;
         for (auto& [handle, sensor] : sensors) {
             if (sensor.rates.erase(channel) == 0 || !sensor.rates.empty()) continue;
@@ -141,7 +132,7 @@ struct Model {
 
 TEST_F(DirectChannels, RandomRequestsAgainstAModel) {
     Model model;
-    const Client client;
+    const ClientMemory client;
     std::mt19937 random(1);
     const auto pick = [&random](const std::vector<int32_t>& from) {
         return from[random() % from.size()];
@@ -152,7 +143,7 @@ TEST_F(DirectChannels, RandomRequestsAgainstAModel) {
         const int32_t channel = model.next - 1 - static_cast<int32_t>(random() % 4);
         const bool isKnown = model.channels.count(channel) != 0;
         Model::Sensor& sensor = model.sensors[handle];
-        Lines expected;
+        Requests expected;
         LogCapture::take();
         switch (random() % 14) {
             case 0:
@@ -218,7 +209,7 @@ TEST_F(DirectChannels, RandomRequestsAgainstAModel) {
                 expected.push_back(model.batch(handle));
             }
         }
-        Lines actual = requests();
+        Requests actual = requests();
         std::sort(actual.begin(), actual.end());  // initialize removes in any order
         std::sort(expected.begin(), expected.end());
         ASSERT_EQ(actual, expected);
@@ -226,8 +217,8 @@ TEST_F(DirectChannels, RandomRequestsAgainstAModel) {
 }
 
 TEST_F(DirectChannels, EventsReachEveryChannelOfTheirSensor) {
-    const Client both;
-    const Client vdisOnly;
+    const ClientMemory both;
+    const ClientMemory vdisOnly;
     const int32_t bothChannel = openChannel(both);
     const int32_t vdisChannel = openChannel(vdisOnly);
     config(kVdis, bothChannel, kNormal);

@@ -20,10 +20,7 @@
 
 namespace {
 
-using android::hardware::sensors::V1_0::Result;
-using testing_support::LogCapture;
-using testing_support::sample;
-
+using namespace testing_support;
 using Clock = std::chrono::steady_clock;
 using Times = std::vector<Clock::time_point>;
 using std::chrono::milliseconds;
@@ -50,7 +47,7 @@ void keep(std::vector<T>& kept, T value) {
     gChanged.notify_all();
 }
 
-class HostileHub : public testing::Test, protected testing_support::LoadedSubHal {
+class HostileHub : public testing::Test, protected LoadedSubHal {
   protected:
     static constexpr int kGood = 1;
     static constexpr int kBad = 4;
@@ -58,7 +55,7 @@ class HostileHub : public testing::Test, protected testing_support::LoadedSubHal
     static constexpr int kForever = simulator::SimulatedHub::kForever;
 
     static Options sensors() {
-        Options options = testing_support::onlySensors({kGood, kBad, kOneShot});
+        Options options = onlySensors({kGood, kBad, kOneShot});
         for (auto& sensor : options.sensors)
             sensor.fifoMax = 100;
         return options;
@@ -80,7 +77,7 @@ class HostileHub : public testing::Test, protected testing_support::LoadedSubHal
     /** The record of any sensor with a time. */
     static std::string record(int handle, uint64_t timestamp) {
         if (handle != kOneShot) return sample(timestamp);
-        return simulator::RecordBuilder().u8(1).u64(timestamp).bytes();
+        return RecordBuilder().u8(1).u64(timestamp).bytes();
     }
 
     /** Reads of a node give an errno, or a text. */

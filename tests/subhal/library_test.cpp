@@ -13,18 +13,8 @@
 
 namespace {
 
-using android::hardware::sensors::V1_0::Event;
-using android::hardware::sensors::V1_0::OperationMode;
-using android::hardware::sensors::V1_0::Result;
-using android::hardware::sensors::V2_0::implementation::IHalProxyCallback;
-using simulator::RecordBuilder;
-using simulator::Request;
-using testing_support::ISensorsSubHal;
-using testing_support::LoadedSubHal;
-using testing_support::LogCapture;
-using testing_support::sample;
 using namespace std::string_literals;
-
+using namespace testing_support;
 using Times = std::vector<int64_t>;
 
 constexpr char kEnable[] = "/sys/class/sensors/hbx_sensor/enable";
@@ -46,7 +36,7 @@ class Library : public testing::Test, protected LoadedSubHal {
     Library() : LoadedSubHal(options()) { EXPECT_TRUE(hub().waitIdle()); }
 
     static Options options() {
-        Options options = testing_support::onlySensors({1, 6, 8, 17, 47});
+        Options options = onlySensors({1, 6, 8, 17, 47});
         options.sensors[3].fifoMax = 10;
         return options;
     }
@@ -103,7 +93,7 @@ TEST_F(Library, Requests) {
     const std::string batch1 = "I queueBatch: handle=1 period=5000000 timeout=7";
     // `fault` is the path whose access, or with "open " in front whose opening, fails with EIO.
     const auto expect = [this](const Call& call, const std::string& fault, Result result,
-                               const std::string& sent, const testing_support::Lines& lines) {
+                               const std::string& sent, const Lines& lines) {
         SCOPED_TRACE(lines.empty() ? "nothing logged" : lines.back().text);
         if (fault.find("open ") == 0) hub().failOpen(fault.substr(5), EIO);
         if (fault == kBatch) hub().failIoctl(kBatch, EIO);
@@ -202,7 +192,7 @@ TEST_F(Library, OnlyEnabledSensorsReachTheLatestProxy) {
     LogCapture::take();
     ASSERT_TRUE(deliver(1, sample(5)));
     EXPECT_LOG("I postEvents: mCallBack is null");
-    const android::sp<IHalProxyCallback> first = new testing_support::HalProxyCallback;
+    const android::sp<IHalProxyCallback> first = new HalProxyCallback;
     EXPECT_EQ(hal().initialize(first), Result::OK);
     EXPECT_LOG("I SensorsSubHal::initialize", "E sensorhub initialize");
 

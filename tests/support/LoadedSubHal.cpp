@@ -4,12 +4,6 @@
 
 namespace testing_support {
 
-using android::hardware::sensors::V1_0::Result;
-using android::hardware::sensors::V1_0::SharedMemFormat;
-using android::hardware::sensors::V1_0::SharedMemInfo;
-using android::hardware::sensors::V1_0::SharedMemType;
-using simulator::Request;
-
 // The library looks at the hub as soon as it is loaded.
 LoadedSubHal::LoadedSubHal(const Options& options,
                            const std::function<void(simulator::SimulatedHub&)>& prepare)

@@ -13,8 +13,10 @@
 
 namespace testing_support {
 
-using host_proxy::HalProxyCallback;
-using host_proxy::ISensorsSubHal;
+using namespace android::hardware::sensors::V1_0;
+using namespace android::hardware::sensors::V2_0::implementation;
+using simulator::RecordBuilder;
+using simulator::Request;
 
 /** The shipped library, loaded as the proxy loads it, on a hub without signals of its own. */
 class LoadedSubHal {
@@ -60,7 +62,7 @@ class LoadedSubHal {
 
 /** What a sensor of three 16-bit components sends. */
 inline std::string sample(uint64_t timestamp = 4) {
-    return simulator::RecordBuilder().i16(1).i16(2).i16(3).u64(timestamp).bytes();
+    return RecordBuilder().i16(1).i16(2).i16(3).u64(timestamp).bytes();
 }
 
 }  // namespace testing_support

@@ -12,15 +12,20 @@
 
 namespace testing_support {
 
-/** A hub with its two own devices alone, and its firmware. */
+using namespace android::hardware::sensors::V2_0::zelva_sensorhub;
+using simulator::RecordBuilder;
+using simulator::Request;
+
+/** A hub and its firmware; unless given more, it has its two own devices alone. */
 class HubFixture : public testing::Test {
   protected:
-    using Log = std::vector<LogLine>;
+    explicit HubFixture(const simulator::SimulatedHub::Options& options = onlySensors({}))
+        : mHub(options) {}
 
     static bool logged(const LogLine& line) { return LogCapture::contains(line); }
 
     LogCapture mLog;
-    simulator::SimulatedHub mHub{onlySensors({})};
+    simulator::SimulatedHub mHub;
     simulator::HubServices mServices{mHub};
     RecordingCallback mCallback;
 };

@@ -14,10 +14,9 @@
 
 #include "directchannel/RingBuffer.h"
 
-using android::hardware::sensors::V2_0::zelva_sensorhub::LockfreeBuffer;
-using android::hardware::sensors::V2_0::zelva_sensorhub::RingBuffer;
-
 namespace {
+
+using namespace android::hardware::sensors::V2_0::zelva_sensorhub;
 
 constexpr size_t kRecord = 104;
 

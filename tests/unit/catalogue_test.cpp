@@ -1,5 +1,3 @@
-#include <gtest/gtest.h>
-
 #include <cstring>
 #include <memory>
 #include <sstream>
@@ -7,19 +5,11 @@
 #include "hub/QContextSensor.h"
 #include "hub/SensorHubSensor.h"
 #include "sensors/SensorList.h"
-#include "simulator/SimulatedHub.h"
-#include "tests/support/LogCapture.h"
-#include "tests/support/RecordingCallback.h"
+#include "tests/unit/HubFixture.h"
 
 namespace {
 
-using android::hardware::sensors::V1_0::SensorInfo;
-using android::hardware::sensors::V2_0::zelva_sensorhub::QContextSensor;
-using android::hardware::sensors::V2_0::zelva_sensorhub::SensorHubSensor;
-using android::hardware::sensors::V2_0::zelva_sensorhub::SensorList;
-using simulator::RecordBuilder;
-using testing_support::LogCapture;
-using testing_support::RecordingCallback;
+using namespace testing_support;
 
 constexpr char kSpec[] = "/sys/class/sensors/hbx_sensor/sensor_spec";
 
@@ -32,8 +22,10 @@ std::string record(int handle, std::string name = "CHIP", int vendor = 0) {
            RecordBuilder().f32(0.25F).f32(78.5F).f32(0.75F).bytes();
 }
 
-class CatalogueTest : public testing::Test {
+class CatalogueTest : public HubFixture {
   protected:
+    CatalogueTest() : HubFixture(simulator::SimulatedHub::Options()) {}
+
     SensorList& build(const std::string& spec) {
         mHub.setRawSpec(spec);
         return build();
@@ -59,9 +51,6 @@ class CatalogueTest : public testing::Test {
         return handles;
     }
 
-    LogCapture mLog;
-    simulator::SimulatedHub mHub;
-    RecordingCallback mCallback;
     std::unique_ptr<SensorList> mList;
 };
 
@@ -76,11 +65,10 @@ TEST_F(CatalogueTest, EveryFieldOfARecord) {
                              "I index 2, ishown 0"})
         EXPECT_TRUE(LogCapture::contains(line)) << line;
     log.resize(10, "");
-    EXPECT_EQ(log, (testing_support::Lines{"I SensorList size 46 num 1 unitsize 46", "I handle 1",
-                                           "I name CHIP", "I vendor Haechitech", "I version 11",
-                                           "I maxRage 78.500000", "I resolution 0.250000",
-                                           "I Delay min 5000 Max -200000", "I fifo 300 65535",
-                                           "I wakeup 0 flags 0"}));
+    EXPECT_EQ(log, (Lines{"I SensorList size 46 num 1 unitsize 46", "I handle 1", "I name CHIP",
+                          "I vendor Haechitech", "I version 11", "I maxRage 78.500000",
+                          "I resolution 0.250000", "I Delay min 5000 Max -200000",
+                          "I fifo 300 65535", "I wakeup 0 flags 0"}));
 }
 
 TEST_F(CatalogueTest, VendorsByIndex) {

@@ -1,4 +1,3 @@
-#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -18,12 +17,7 @@
 
 namespace {
 
-using android::hardware::sensors::V1_0::Event;
-using android::hardware::sensors::V1_0::SensorInfo;
-using android::hardware::sensors::V2_0::zelva_sensorhub::hbx_data_injection_fd;
-using android::hardware::sensors::V2_0::zelva_sensorhub::QContextSensor;
-using android::hardware::sensors::V2_0::zelva_sensorhub::SensorHubDataWriter;
-using testing_support::LogCapture;
+using namespace testing_support;
 
 constexpr int kHandle = 32;
 constexpr char kList[] = "/sys/class/sensors/hbx_sensor/qcontext_list";
@@ -33,7 +27,7 @@ using Words = std::vector<uint32_t>;
 /** An event's type, and its payload without the zeros at the end. */
 using Seen = std::pair<int32_t, Words>;
 
-class QContextSensorTest : public testing_support::HubFixture {
+class QContextSensorTest : public HubFixture {
   protected:
     QContextSensorTest() { LogCapture::take(); }
 
@@ -83,7 +77,7 @@ TEST_F(QContextSensorTest, DescribesItself) {
     EXPECT_EQ(info.maxDelay, 20000);
     EXPECT_EQ(info.flags, 6u);
     // The base's enable and this class's own.
-    EXPECT_EQ(mHub.requests(simulator::Request::Kind::kBufferEnable).size(), 2u);
+    EXPECT_EQ(mHub.requests(Request::Kind::kBufferEnable).size(), 2u);
     EXPECT_EQ(mSensor.batch(kHandle, 1, 2), 0);
     EXPECT_EQ(mSensor.injectSensorData({}), 0);
     EXPECT_TRUE(logged("I QContextSensor::injecet_sensor_data"));
@@ -136,7 +130,7 @@ TEST_F(QContextSensorTest, RendersOnlyPlausibleRangesAndStoredBytes) {
     };
     for (const auto& c : cases) {
         pass(c.size, c.begin, c.end, std::string(56, '\7'), 9);
-        EXPECT_EQ(LogCapture::take(), c.line.empty() ? Log{} : (Log{"I " + c.line}));
+        EXPECT_EQ(LogCapture::take(), c.line.empty() ? Lines{} : (Lines{"I " + c.line}));
     }
 }
 
@@ -182,7 +176,7 @@ std::string counted(size_t size) {
     return bytes;
 }
 
-class SensorHubDataWriterTest : public testing_support::HubFixture {
+class SensorHubDataWriterTest : public HubFixture {
   protected:
     SensorHubDataWriterTest() { open(); }
     ~SensorHubDataWriterTest() override { close(hbx_data_injection_fd); }
@@ -233,7 +227,7 @@ TEST_F(SensorHubDataWriterTest, PutsMessagesTogether) {
         longestMessage += counted(56);
     }
     const auto expect = [this](const std::string& script, const Messages& sent,
-                               const testing_support::Lines& lines) {
+                               const Lines& lines) {
         SCOPED_TRACE(script);
         LogCapture::take();
         give(script);

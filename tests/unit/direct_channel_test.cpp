@@ -15,14 +15,10 @@
 #include "tests/support/FakeGralloc.h"
 #include "tests/support/LogCapture.h"
 
-using android::hardware::sensors::V2_0::zelva_sensorhub::AshmemDirectChannel;
-using android::hardware::sensors::V2_0::zelva_sensorhub::GrallocDirectChannel;
-using android::hardware::sensors::V2_0::zelva_sensorhub::GrallocHalWrapper;
-using testing_support::FakeGralloc;
-using testing_support::handleOf;
-using testing_support::LogCapture;
-
 namespace {
+
+using namespace android::hardware::sensors::V2_0::zelva_sensorhub;
+using namespace testing_support;
 
 constexpr size_t kSize = 1000;
 
@@ -70,7 +66,7 @@ TEST(AshmemDirectChannel, TakesARegionOfJustTheSize) {
 
 TEST(AshmemDirectChannel, WithoutADescriptorClosesDescriptorZero) {
     const int saved = fcntl(STDIN_FILENO, F_DUPFD, 3);
-    const testing_support::Handle empty(native_handle_create(0, 1));
+    const Handle empty(native_handle_create(0, 1));
     for (const native_handle_t* handle : {static_cast<native_handle_t*>(nullptr), empty.get()}) {
         close(STDIN_FILENO);
         ASSERT_EQ(open("/dev/null", O_RDONLY), STDIN_FILENO);
@@ -104,7 +100,7 @@ void onGralloc(int version, const FakeGralloc::Results& results,
         EXPECT_FALSE(GrallocHalWrapper::hasInstance());
         LogCapture log;
         FakeGralloc fake(version, results);
-        const testing_support::Handle handle(native_handle_create(1, 1));
+        const Handle handle(native_handle_create(1, 1));
         handle->data[0] = open("/dev/null", O_RDONLY);
         handle->data[1] = 4711;
         body(fake, memoryOf(SENSOR_DIRECT_MEM_TYPE_GRALLOC, handle.get()));

@@ -1,4 +1,3 @@
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -16,10 +15,9 @@
 
 namespace {
 
-using android::hardware::sensors::V2_0::zelva_sensorhub::SensorHubSensor;
-using testing_support::LogCapture;
-using Names = std::vector<std::string>;
 using namespace std::string_literals;
+using namespace testing_support;
+using Names = std::vector<std::string>;
 
 enum { kRead, kWrite, kRemove };
 
@@ -29,7 +27,7 @@ const std::string kDirectory = "/data/vendor/sensorhub/";
 const std::string kFile = kDirectory + "cal.bin";
 const std::string kLead = "SensorHubSensor::fileManager";
 
-class FileManagerTest : public testing_support::HubFixture {
+class FileManagerTest : public HubFixture {
   protected:
     FileManagerTest() { becomeReady(); }
     ~FileManagerTest() override {
@@ -37,7 +35,7 @@ class FileManagerTest : public testing_support::HubFixture {
         EXPECT_EQ(mCallback.take().size(), 0u);
     }
 
-    testing_support::Lines becomeReady() {
+    Lines becomeReady() {
         LogCapture::take();
         mSensor.ready();
         return LogCapture::take();
@@ -156,16 +154,15 @@ TEST_F(FileManagerTest, RemovesUnlessTheControlFileFails) {
 
 TEST_F(FileManagerTest, ServesOnlyWhenTheHubTookTheReadySignal) {
     const std::string lead = "SensorHubSensor::ready: ";
-    const testing_support::Lines refused{"E " + lead + "error(-5) Input/output error"};
+    const Lines refused{"E " + lead + "error(-5) Input/output error"};
     mHub.failOpen(kControl, ENOENT);
     EXPECT_EQ(becomeReady(),
-              (testing_support::Lines{"I " + lead +
-                                      "shub_file open failed(-2) No such file or directory"}));
+              (Lines{"I " + lead + "shub_file open failed(-2) No such file or directory"}));
     expectSilence(kRemove, kFile, "E fm is not supported");
     mHub.failWrite(kControl, EIO);
     EXPECT_EQ(becomeReady(), refused);
     expectSilence(kRemove, kFile, "E fm is not supported");
-    EXPECT_EQ(becomeReady(), testing_support::Lines{"I " + lead + "send FM READY"});
+    EXPECT_EQ(becomeReady(), Lines{"I " + lead + "send FM READY"});
     // A refused signal leaves the state.
     mHub.failWrite(kControl, EIO);
     EXPECT_EQ(becomeReady(), refused);
@@ -184,7 +181,7 @@ TEST_F(FileManagerTest, ServesOnlyWhenTheHubTookTheReadySignal) {
 constexpr char kSource[] = "/sys/class/sensors/hbx_sensor/shub_dump";
 const std::string kLatest = kDirectory + "shub_dump";
 
-class HubDumpTest : public testing_support::HubFixture {
+class HubDumpTest : public HubFixture {
   protected:
     HubDumpTest() {
         setenv("TZ", "XYZ-5:30", 1);

@@ -1,23 +1,17 @@
 #include "sensors/SensorBase.h"
 
 #include <fcntl.h>
-#include <gtest/gtest.h>
 
 #include <cerrno>
 #include <cstring>
 #include <memory>
 #include <numeric>
 
-#include "tests/support/LogCapture.h"
-#include "tests/support/OnlySensors.h"
-#include "tests/support/RecordingCallback.h"
+#include "tests/unit/HubFixture.h"
 
 namespace {
 
-using namespace android::hardware::sensors::V2_0::zelva_sensorhub;
-using simulator::Request;
-using testing_support::Lines;
-using testing_support::LogCapture;
+using namespace testing_support;
 
 constexpr char kInjection[] = "/dev/shub_data_injection";
 
@@ -32,9 +26,9 @@ class PlainSensor : public SensorBase {
     }
 };
 
-class SensorBaseTest : public testing::Test {
+class SensorBaseTest : public HubFixture {
   protected:
-    SensorBaseTest() {
+    SensorBaseTest() : HubFixture(onlySensors({1})) {
         mInfo.sensorHandle = 1;
         mInfo.name = "CHIP";
     }
@@ -57,11 +51,8 @@ class SensorBaseTest : public testing::Test {
         return all;
     }
 
-    LogCapture mLog;
-    simulator::SimulatedHub mHub{testing_support::onlySensors({1})};
     const std::string mDevice = mHub.devicePath(1);
     const std::string mNumber = std::to_string(mHub.device(1).number);
-    testing_support::RecordingCallback mCallback;
     SensorInfo mInfo = {};
 };
 
