@@ -10,9 +10,7 @@
 // record as long as the sensor's own or shorter, an injected event's payload, or numbers.
 namespace {
 
-using android::hardware::sensors::V1_0::Event;
-using android::hardware::sensors::V2_0::zelva_sensorhub::SensorBase;
-using android::hardware::sensors::V2_0::zelva_sensorhub::SensorList;
+using namespace android::hardware::sensors::V2_0::zelva_sensorhub;
 
 constexpr size_t kMaxSteps = 20;
 

@@ -15,15 +15,11 @@
 // in the dump directory, up to a NUL.
 namespace {
 
-using android::hardware::sensors::V1_0::Event;
-using android::hardware::sensors::V2_0::zelva_sensorhub::QContextSensor;
-using android::hardware::sensors::V2_0::zelva_sensorhub::SensorBase;
-using android::hardware::sensors::V2_0::zelva_sensorhub::SensorHubSensor;
-
-constexpr char kDirectory[] = "/data/vendor/sensorhub/";
+using namespace android::hardware::sensors::V2_0::zelva_sensorhub;
 using simulator::HubServices;
 using simulator::kContextHandle;
 using simulator::kHousekeepingHandle;
+constexpr char kDirectory[] = "/data/vendor/sensorhub/";
 constexpr int kMaxRead = 4091;
 constexpr size_t kMaxSteps = 40;
 constexpr size_t kLongestMessage = 1120;

@@ -6,19 +6,13 @@
 #include "simulator/SimulatedHub.h"
 
 // The input is the hub's sensor specification file.
-namespace {
-
-using android::hardware::sensors::V2_0::zelva_sensorhub::SensorList;
-
-}  // namespace
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     // Few devices, as the search for one takes time; the file's other records are read, too.
     static simulator::SimulatedHub hub(testing_support::onlySensors({1, 17, 38}));
     static testing_support::RecordingCallback callback;
     hub.clearRequests();
     hub.setRawSpec(std::string(reinterpret_cast<const char*>(data), size));
-    SensorList list(&callback);
+    android::hardware::sensors::V2_0::zelva_sensorhub::SensorList list(&callback);
     for (const auto& info : list.getSensorInfoList()) {
         if (list.get(info.sensorHandle) == nullptr) __builtin_trap();
     }

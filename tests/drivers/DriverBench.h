@@ -10,8 +10,8 @@
 
 #include "sensors/SensorList.h"
 #include "simulator/RecordBuilder.h"
-#include "simulator/SimulatedHub.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/OnlySensors.h"
 #include "tests/support/RecordingCallback.h"
 
 namespace driver_tests {
@@ -82,16 +82,8 @@ class DriverBench {
     static simulator::SimulatedHub::Options options(const std::vector<Twin>& sensors) {
         simulator::SimulatedHub::Options options;
         options.sensors.clear();
-        for (const Twin& sensor : sensors) {
-            simulator::SensorSpec spec;
-            spec.handle = sensor.handle;
-            spec.chipName = "CHIP";
-            spec.vendor = sensor.vendor;
-            spec.version = 7;
-            spec.wakeUp = sensor.wakeUp;
-            spec.resolution = 0.5F;
-            options.sensors.push_back(spec);
-        }
+        for (const Twin& each : sensors)
+            options.sensors.push_back(plainSensor(each.handle, each.wakeUp, each.vendor));
         return options;
     }
 };

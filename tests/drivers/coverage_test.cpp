@@ -1,45 +1,34 @@
 // The steps of adding a driver: a forgotten one fails here under its name.
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <fstream>
 #include <numeric>
 #include <regex>
 #include <set>
 
-#include "sensors/SensorList.h"
 #include "simulator/KnownSensors.h"
-#include "simulator/SimulatedHub.h"
 #include "simulator/World.h"
+#include "tests/drivers/DriverBench.h"
 #include "tests/drivers/Golden.h"
-#include "tests/support/RecordingCallback.h"
 
 namespace {
 
-using android::hardware::sensors::V2_0::zelva_sensorhub::SensorList;
 using golden::DriverRow;
-using testing_support::LogCapture;
 
 constexpr int kLastHandle = 89;  // as many records as the library reads
 
 /** Handles of the catalogue's table: those that it does not call invalid. */
 std::set<int> handlesOfTheTable() {
-    const LogCapture log;
-    simulator::SimulatedHub hub;
+    driver_tests::DriverBench bench({});
     std::string spec;
-    for (int handle = 1; handle <= kLastHandle; ++handle) {
-        simulator::SensorSpec sensor;
-        sensor.handle = handle;
-        spec += encodeSpec(sensor);
-    }
-    hub.setRawSpec(spec);
-    testing_support::RecordingCallback callback;
-    const SensorList list(&callback);
+    for (int handle = 1; handle <= kLastHandle; ++handle)
+        spec += encodeSpec(testing_support::plainSensor(handle));
+    bench.mHub.setRawSpec(spec);
+    bench.rebuild();
     std::set<int> handles;
     for (int handle = 1; handle <= kLastHandle; ++handle) {
         const std::string line = "E pushSensorList invalid handle " + std::to_string(handle);
-        if (!LogCapture::contains(line)) handles.insert(handle);
+        if (!testing_support::LogCapture::contains(line)) handles.insert(handle);
     }
     return handles;
 }

@@ -47,16 +47,9 @@ class RealPath final : public golden::RecordPath {
     void rebuild(size_t size) {
         mBench.reset();
         mBench = std::make_unique<KernelBench>();
-        simulator::SensorSpec spec;
-        spec.handle = mRow.handle;
-        spec.chipName = "CHIP";
-        spec.vendor = 3;  // STM
-        spec.wakeUp = mRow.plainIsWakeUp;
-        spec.resolution = 0.5F;
-        simulator::SensorSpec marker = spec;
-        marker.handle = mMarker;
-        marker.wakeUp = false;
-        ASSERT_TRUE(mBench->hub().addSensors({spec, marker}, {{mRow.handle, size}}));
+        const auto sensor = testing_support::plainSensor(mRow.handle, mRow.plainIsWakeUp);
+        const auto marker = testing_support::plainSensor(mMarker);
+        ASSERT_TRUE(mBench->hub().addSensors({sensor, marker}, {{mRow.handle, size}}));
         mBench->load();
         mBench->activate(mMarker);
         mBench->activate(mRow.handle);

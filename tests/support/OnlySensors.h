@@ -21,4 +21,15 @@ inline simulator::SimulatedHub::Options onlySensors(const std::vector<int>& hand
     return options;
 }
 
+/** What the golden rows expect: a chip "CHIP" of STM, in steps of a half. */
+inline simulator::SensorSpec plainSensor(int handle, bool wakeUp = false, int vendor = 3) {
+    simulator::SensorSpec spec;
+    spec.handle = handle;
+    spec.chipName = "CHIP";
+    spec.vendor = vendor;
+    spec.wakeUp = wakeUp;
+    spec.resolution = 0.5F;
+    return spec;
+}
+
 }  // namespace testing_support
