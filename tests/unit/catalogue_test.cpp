@@ -98,6 +98,29 @@ TEST_F(CatalogueTest, BadRecordsAndDevicesLeaveNoGap) {
         EXPECT_EQ(LogCapture::count(line), 1) << line;
 }
 
+TEST_F(CatalogueTest, DevicesMayComeAndChangeWhileItIsBuilt) {
+    const auto nameOf = [this](int handle) { return mHub.attributePath(handle, "name"); };
+    mHub.removeFile(nameOf(43));
+    int looks = 0;
+    simulator::NodeHandler name;
+    name.onOpen = [&](int) { return ++looks, 0; };
+    mHub.setHandler(nameOf(6), name);
+    simulator::NodeHandler opened;  // all names have been read by then
+    opened.onOpen = [&](int) {
+        mHub.setFile(nameOf(43), "uncal_accel_sensor\n");
+        mHub.setFile(nameOf(4), "accelerometer_sub_sensor\n");
+        mHub.setFile(nameOf(58), "gyro_sensor\n");
+        return 0;
+    };
+    mHub.setHandler(mHub.devicePath(1), opened);
+    build(record(1) + record(6) + record(4) + record(58) + record(43));
+    std::vector<int> devices;
+    for (const Request& request : mHub.requests(Request::Kind::kBufferLength))
+        devices.push_back(request.handle);
+    EXPECT_EQ(devices, (std::vector<int>{1, 6, 58, 4, 43, 32, 33}));
+    EXPECT_EQ(looks, 5) << "all names, this one, and all for each of the three";
+}
+
 TEST_F(CatalogueTest, OddFiles) {
     const std::vector<int> none = {32, 33};
     for (const size_t size : {0u, 1u, 45u})
