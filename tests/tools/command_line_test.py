@@ -613,7 +613,7 @@ ROWS = {
         # 10 % and three standard errors of a deviation are 0.277 here; of a mean, 0.337.
         Row(["compare", made(x=lambda i: i % 2 * 2), made(x=lambda i: i % 2 * 2.66 - 0.33)], 1, hub="",
             out="\ndiffers +x deviation +1 +1.33 +.0.33\n"),
-        Row(["compare", made(), made(0, others=False)], 6, hub="", err="no data events in it"),
+        Row(["compare", made(), made(0, others=False)], 6, hub="", err="no fresh data events in it"),
         Row(["plot", made(), "-o", "/nonexistent/page"], 2, hub="", err="/nonexistent/page: No such"),
         Row(["export", made(), "-o", "/dev/full"], 8, hub="", err="output was lost: No space"),
         # The one of 50 that was late is the p99; one out of order leaves no gap.

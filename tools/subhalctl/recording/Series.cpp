@@ -136,7 +136,7 @@ ExitCode RecordedRun::load(const std::string& path) {
         judge(recording.periodNs(handle), &series);
         any = any || series.hasData();
     }
-    if (!any) complain("%s: no data events in it", quoted(path).c_str());
+    if (!any) complain("%s: no fresh data events in it", quoted(path).c_str());
     return any ? kOk : kNoData;
 }
 
