@@ -605,7 +605,7 @@ ROWS = {
         compared(r"^accel.*\ndiffers +x mean +1 +2.5 +\+1.5\n1 diff", x=lambda i: 2.5),
         compared(r"\ndiffers +x deviation +0 +1 +\+1\n1 diff", x=lambda i: i % 2 * 2),
         compared(r"\ndiffers +not finite/% +0 +0.16.*\n1 diff", x=lambda i: math.nan if i == 9 else 1),
-        compared("^physical_proximity.*\ndiffers  only in the first recording\n1 diff", others=False),
+        compared("^physical_proximity.*\ndiffers  data only in the first recording\n1 diff", others=False),
         compared(r"^accel.*\ndiffers +retyped/% +0 +0.16.*\n1 diff", odd={"type": 35}),
         compared(r"^accel.*\ndiffers +with wakelock/% +0 +0.16.*\n1 diff", odd={"wakelock": True}),
         compared(r"\ndiffers +backward/% +0 +0.16.*\n", odd={"timestamp_ns": 1000 * 10**9 + 6080 * MS}),
@@ -615,6 +615,7 @@ ROWS = {
             out="\ndiffers +x deviation +1 +1.33 +.0.33\n"),
         Row(["compare", made(), made(0, others=False)], 6, hub="", err="no fresh data events in it"),
         Row(["plot", made(), "-o", "/nonexistent/page"], 2, hub="", err="/nonexistent/page: No such"),
+        *[Row(["plot", one, "-o", one], 2, hub="", err="is the recording itself") for one in [made()]],
         Row(["export", made(), "-o", "/dev/full"], 8, hub="", err="output was lost: No space"),
         # The one of 50 that was late is the p99; one out of order leaves no gap.
         Row(["plot", made(50, late=10), "-o", "-"], hub="", out=">p99 500 ms<"),
