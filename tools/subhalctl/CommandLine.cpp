@@ -392,11 +392,13 @@ class Help : public CLI::Formatter {
     }
 };
 
-/** An option that was given and has no effect. */
-std::string idleOption(const HubChoice& hub) {
-    if (hub.sim && !hub.recording.empty()) return "--sim excludes replay";
-    const bool idle = hub.fast && hub.recording.empty();
-    return idle ? "--fast requires --replay, or the verb replay" : "";
+/** An option that was given and has no effect, or one that the verb cannot have. */
+std::string idleOption(const HubChoice& hub, const std::string& verb) {
+    if (hub.recording.empty())
+        return hub.fast ? "--fast requires --replay, or the verb replay" : "";
+    if (hub.sim) return "--sim excludes replay";
+    const bool live = verb == "check" || verb == "doctor" || verb == "direct";
+    return live ? verb + " excludes --replay: a recording does not follow its requests" : "";
 }
 
 /** Prints help or the version, or why parsing stopped. */
@@ -451,7 +453,9 @@ Command parseCommandLine(int argc, char** argv, ExitCode* exitCode) {
         *exitCode = report(app, error);
         command.run = nullptr;
     }
-    const std::string idle = command.run ? idleOption(command.options.hub) : "";
+    const std::string idle =
+        command.run ? idleOption(command.options.hub, app.get_subcommands().front()->get_name())
+                    : "";
     if (!idle.empty()) {
         complain("%s; see --help", idle.c_str());
         *exitCode = kUsage;

@@ -214,10 +214,6 @@ ExitCode play(Proxy& proxy, const DirectOptions& options, const SharedMemory& me
 }  // namespace
 
 ExitCode runDirect(Proxy& proxy, const DirectOptions& options) {
-    if (!proxy.options().hub.recording.empty()) {
-        complain("direct goes by the machine's clock, so it excludes --replay");
-        return kUsage;
-    }
     const SharedMemory memory(options.bytes);
     // It forks, so it comes before the library starts threads.
     RingReader reader(memory.fd(), options.bytes);
