@@ -135,7 +135,8 @@ bool sendMessage(Proxy& proxy, const std::string& message) {
 ExitCode compareReceived(Hub& hub, const std::string& message) {
     const std::vector<std::string> received = hub.messages();
     const bool whole = received.size() == 1 && received.front() == message;
-    print("the hub received %s\n", whole ? "the whole message" : "something else");
+    print("the hub received %s\n",
+          received.empty() ? "nothing" : (whole ? "the whole message" : "something else"));
     return whole ? kOk : kCheckFailed;
 }
 
@@ -200,7 +201,8 @@ ExitCode runMessage(Proxy& proxy, const MessageOptions& options) {
     const ExitCode opened = proxy.open();
     if (opened != kOk) return opened;
     if (!sendMessage(proxy, *message)) return kRefused;
-    if (!proxy.options().quiet) print("%s sent\n", counted(message->size(), "byte").c_str());
+    if (!proxy.options().quiet)
+        print("the library took %s\n", counted(message->size(), "byte").c_str());
     return proxy.hub() == nullptr ? kOk : compareReceived(*proxy.hub(), *message);
 }
 
