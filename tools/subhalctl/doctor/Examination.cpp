@@ -318,14 +318,18 @@ class Examination {
                     "ueventd or udev has not made the node"},
                    subject);
         }
-        for (const char* attribute : {"length", "enable"}) {
+        constexpr char kNoBuffer[] =
+            "its driver has set up no buffer, or the kernel lacks CONFIG_IIO_BUFFER";
+        const auto works = [&](const char* attribute, int flags, const char* lost, Level level) {
             const std::string path = directory + attribute;
-            all &=
-                usable(path, tryOpen(path, O_WRONLY),
-                       {O_WRONLY, "the library skips it silently and gets no records", Level::kFail,
-                        "its driver has set up no buffer, or the kernel lacks CONFIG_IIO_BUFFER"},
-                       subject);
-        }
+            return usable(path, tryOpen(path, flags), {flags, lost, level, kNoBuffer}, subject);
+        };
+        all &=
+            works("length", O_WRONLY,
+                  "the library skips it silently, and the buffer may be too short", Level::kFail);
+        all &= works("enable", O_WRONLY, "the library skips it silently and gets no records",
+                     Level::kFail);
+        works("data_available", O_RDONLY, "the library reads one record at a time", Level::kNote);
         if (!all) return;
         if (readLine(directory + "enable") == "1") {
             mShared["the buffer is on, but nobody reads it"].push_back(subject);

@@ -50,9 +50,10 @@ std::string textOf(const FileCall* failure) {
            std::strerror(static_cast<int>(-failure->result));
 }
 
-std::string remedyFor(const FileCall* failure, int flags, const std::string& otherwise) {
+std::string remedyFor(const FileCall* failure, const std::string& otherwise) {
     if (failure == nullptr) return otherwise;
-    return remedyOf(static_cast<int>(-failure->result), flags);
+    const unsigned long flags = failure->kind == Kind::kOpen ? failure->number : O_RDWR;
+    return remedyOf(static_cast<int>(-failure->result), static_cast<int>(flags & O_ACCMODE));
 }
 
 /** Where a record may stop, and whether it does. */
@@ -62,7 +63,7 @@ struct Station {
     std::string what;
     std::string remedy;
     std::string passed{};  ///< in the last row of a station that is worth a word
-    bool maybe = false;    ///< may be correct, unless the sensor is continuous
+    bool maybe = false;    ///< may be correct, unless the sensor has a rate
 };
 using Stations = std::vector<Station>;
 
@@ -80,7 +81,7 @@ class Round {
 
     void watch(int64_t latencyNs, double seconds) {
         const int32_t handle = mSensor.sensorHandle;
-        mSeconds = seconds;
+        mSeconds = seconds + milliseconds(latencyNs + grantedPeriodNs(mSensor, kPeriodNs)) / 1e3;
         mProxy.events().drain([](const ReceivedEvent&) {});
         mProxy.takeCalls();
         mStartNs = hubNowNs();
@@ -91,7 +92,7 @@ class Round {
             what = "activate";
         }
         if (result == Result::OK) {
-            mProxy.events().receiveFor(seconds, [&](const ReceivedEvent& received) {
+            mProxy.events().receiveFor(mSeconds, [&](const ReceivedEvent& received) {
                 if (received.event.sensorHandle != handle) return false;
                 const EventKind kind = kindOf(received.event);
                 const bool stale = kind == EventKind::kData && received.event.timestamp < mStartNs;
@@ -113,7 +114,7 @@ class Round {
     bool judge(const char* how, Findings& findings) const {
         const std::string subject =
             formatted("%s (%" PRId32 ")%s", typeName(mSensor).c_str(), mSensor.sensorHandle, how);
-        const bool continuous = reportingMode(mSensor) == SensorFlagBits::CONTINUOUS_MODE;
+        const bool rated = grantedPeriodNs(mSensor, kPeriodNs) > 0;
         for (const Stations& stations : {beforeReading(), onTheWay()}) {
             for (const Station& station : stations) {
                 const std::string place = subject + ", " + station.name;
@@ -121,7 +122,7 @@ class Round {
                     if (!station.passed.empty()) findings.ok(place, station.passed);
                     continue;
                 }
-                if (station.maybe && !continuous) {
+                if (station.maybe && !rated) {
                     findings.report(
                         Level::kNote, place, station.what,
                         "may be correct: it reports only when there is something to report");
@@ -190,16 +191,18 @@ class Round {
         const std::string state = readLine(attribute, &error);
         const FileCall* start = failureOf(mCalls, attribute);
         if (start == nullptr) start = failureOf(mLoading, attribute);
+        const std::string length = readLine(mBuffer + "length");
 
         return {{request != nullptr || !mRefusal.empty(), "hub", mRefusal + textOf(request),
-                 remedyFor(request, O_RDWR, "no call on the hub failed; see --log error")},
+                 remedyFor(request, "no call on the hub failed; see --log error")},
                 {!sent, "hub", "was not sent both batch and switch",
                  "the library did not pass the request on", "accepted the batch and the switch"},
                 {modeOf(mNode) == "absent", "device", mNode.empty() ? "none" : mNode + " is gone",
                  "its driver has unregistered it: look at the kernel log", mNode},
-                {error == 0 && state != "1", "buffer", attribute + " is " + state + textOf(start),
-                 remedyFor(start, O_WRONLY, "another program has switched it off"),
-                 "on, " + readLine(mBuffer + "length") + " records"}};
+                {error == 0 ? state != "1" : start != nullptr, "buffer",
+                 (error == 0 ? attribute + " is " + state : "not switched on") + textOf(start),
+                 remedyFor(start, "another program has switched it off"),
+                 error != 0 || length.empty() ? "" : "on, " + length + " records"}};
     }
 
     Stations onTheWay() const {
@@ -228,7 +231,7 @@ class Round {
              read != nullptr && read->result == -EINVAL
                  ? formatted("a record may exceed the %lu bytes that the library reads",
                              read->number)
-                 : remedyFor(read, O_RDONLY, "")},
+                 : remedyFor(read, "")},
             {!mCut.empty(), "read", mCut,
              "the library assumes 0 for what is missing: the driver cuts records",
              mRecords > 0 ? counted(mRecords, "whole record") : ""},
