@@ -12,7 +12,7 @@ namespace {
 std::string logLevelOf(const subhalctl::GlobalOptions& options) {
     if (!options.logLevel.empty()) return options.logLevel;
     // The library logs ordinary progress at error level, which only buries a simulation's output.
-    return options.hub.own() ? "silent" : "warning";
+    return options.hub.sim || !options.hub.recording.empty() ? "silent" : "warning";
 }
 
 subhalctl::ExitCode play(const subhalctl::Command& command, bool* mayExit) {

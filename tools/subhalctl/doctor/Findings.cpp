@@ -32,11 +32,10 @@ int tryOpen(const std::string& path, int flags) {
 }
 
 int readFile(const std::string& path, std::string* bytes) {
-    constexpr size_t kMost = 65536;
     return withFile(path, O_RDONLY, [bytes](int fd) {
         char piece[4096];
         ssize_t got = 0;
-        while (bytes->size() < kMost && (got = read(fd, piece, sizeof(piece))) > 0) {
+        while (bytes->size() < kMostRead && (got = read(fd, piece, sizeof(piece))) > 0) {
             bytes->append(piece, static_cast<size_t>(got));
         }
         return got;

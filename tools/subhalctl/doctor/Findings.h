@@ -9,7 +9,8 @@ namespace subhalctl {
 
 /** errno of opening the file, 0 when it can be opened. */
 int tryOpen(const std::string& path, int flags);
-/** errno of reading a file of moderate size, 0 when all that is there was read. */
+constexpr size_t kMostRead = size_t{1} << 20;
+/** errno of reading a file, 0 when all that is there was read, or kMostRead at least. */
 int readFile(const std::string& path, std::string* bytes);
 /** First line of an attribute, empty and with `*error` set when it cannot be read. */
 std::string readLine(const std::string& path, int* error = nullptr);

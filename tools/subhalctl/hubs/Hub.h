@@ -22,9 +22,6 @@ struct HubChoice {
     std::string chips;                ///< file with another catalogue, empty for the usual one
     std::string recording;            ///< file with a recording that plays the hub
     bool fast = false;                ///< plays the recording without waiting
-
-    /** Whether a hub of this process is wanted. */
-    bool own() const { return sim || !recording.empty(); }
 };
 
 /** A hub in this process that replaces the machine's own. It outlives the library. */

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <optional>
@@ -18,7 +20,6 @@ constexpr const char* kForms[] = {
     "available:HANDLE:TEXT", "absent:PATH",      "push:HANDLE:HEX@TIME"};
 
 constexpr int kLastErrno = 133;
-constexpr int kLargestNumber = 999'999'999;
 constexpr int kLargestRecord = 4096;
 constexpr int kMostCalls = 1'000'000;
 constexpr double kLatestSeconds = 1e6;
@@ -34,23 +35,20 @@ int errnoOf(const std::string& name) {
     return 0;
 }
 
-/** Digits and nothing else, from `least` to `most`. */
+/** A number and nothing else, from `least`, 0 or more, to `most`. */
 bool takeWhole(const std::string& text, int least, int most, int* number) {
-    const bool digits = text.find_first_not_of("0123456789") == std::string::npos;
-    if (text.empty() || text.size() > 9 || !digits) return false;
-    *number = std::atoi(text.c_str());
-    return *number >= least && *number <= most;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), *number);
+    return error == std::errc() && *end == '\0' && *number >= least && *number <= most;
 }
 
 bool takeSeconds(const std::string& text, double* seconds) {
-    char* end = nullptr;
-    *seconds = std::strtod(text.c_str(), &end);
-    const std::string number(text.c_str(), static_cast<const char*>(end));
+    constexpr auto kPlain = std::chars_format::fixed;
+    const auto [end, error] =
+        std::from_chars(text.data(), text.data() + text.size(), *seconds, kPlain);
     const std::string unit(end);
     if (unit == "ms") *seconds /= 1000;
-    const bool plain = number.find_first_not_of("0123456789.") == std::string::npos;
     const bool known = unit.empty() || unit == "s" || unit == "ms";
-    return !number.empty() && plain && known && *seconds <= kLatestSeconds;
+    return error == std::errc() && known && *seconds >= 0 && *seconds <= kLatestSeconds;
 }
 
 /** Cuts `*text` at the last `mark` and returns what followed; nothing without a mark. */
@@ -98,7 +96,7 @@ std::string readPart(const std::string& part, const std::string& text, HubFault*
         return "";
     }
     if (part == "PATH") return isNo(text, "path from the root directory");
-    if (takeWhole(text, 0, kLargestNumber, &fault->handle)) return "";
+    if (takeWhole(text, 0, INT32_MAX, &fault->handle)) return "";
     return isNo(text, part == "HANDLE" ? "handle of a sensor"
                                        : "handle of a sensor and no path from the root directory");
 }

@@ -1,13 +1,11 @@
 // The hub of "--sim".
 
 #include <algorithm>
-#include <cerrno>
 #include <chrono>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <future>
 #include <limits>
@@ -16,6 +14,7 @@
 #include <thread>
 #include <type_traits>
 
+#include "tools/subhalctl/doctor/Findings.h"
 #include "tools/subhalctl/hubs/DevicePaths.h"
 #include "tools/subhalctl/hubs/HubFault.h"
 #include "tools/subhalctl/hubs/InProcessHub.h"
@@ -28,7 +27,6 @@ namespace {
 namespace fs = std::filesystem;
 using Specs = std::vector<simulator::SensorSpec>;
 
-constexpr size_t kLargestChipsFile = size_t{1} << 20;
 constexpr int kLargestVendor = 11;
 
 /** Reads a chip from JSON; returns what is wrong with the first member that does not fit. */
@@ -88,14 +86,11 @@ std::optional<Specs> readChips(const std::string& path) {
         complain("%s: %s", quoted(path).c_str(), why.c_str());
         return std::nullopt;
     };
-    std::ifstream file(path, std::ios::binary);
-    if (!file) return fails(std::strerror(errno));
-    std::string bytes(kLargestChipsFile + 1, '\0');
-    file.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    bytes.resize(static_cast<size_t>(std::max<std::streamsize>(file.gcount(), 0)));
-    if (file.bad()) return fails("cannot be read");
+    std::string bytes;
+    const int error = readFile(path, &bytes);
+    if (error != 0) return fails(std::strerror(error));
     if (bytes.empty()) return fails("the file is empty");
-    if (bytes.size() > kLargestChipsFile) return fails("too long");
+    if (bytes.size() >= kMostRead) return fails("too long");
     const Json chips = Json::parse(bytes, nullptr, false);
     if (!chips.is_array()) {
         if (bytes.size() % simulator::kSpecSize == 0) return simulator::decodeSpecs(bytes);
