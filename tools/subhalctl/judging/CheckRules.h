@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -35,7 +36,8 @@ class CheckReport {
   private:
     std::string mFormat;
     bool mOnlyFailures;
-    int mCounts[4] = {};  // by verdict
+    int mCounts[4] = {};             // by verdict
+    std::set<std::string> mGiven{};  // sensors with rules
 };
 
 /** Where a sensor's results go. */
@@ -51,6 +53,7 @@ struct Results {
     void expect(const char* rule, const std::string& fault, const std::string& figures) const {
         judge(fault.empty(), rule, fault.empty() ? figures : fault);
     }
+    /** Unless it has a result. */
     void skip(const char* rule, const std::string& why) const {
         judge(false, rule, why, Verdict::kSkip);
     }
@@ -92,7 +95,7 @@ struct Subject : Results {
     const SensorInfo& sensor;
     Observed observed{};
     bool on = false;        ///< so that its events can be judged
-    bool timely = true;     ///< so that its time stamps can
+    bool timely = true;     ///< so that its rate can
     bool heard = false;     ///< it has reported since the check began
     std::string refused{};  ///< requests, with their results
     std::string unsent{};   ///< accepted requests that did not reach the hub
@@ -107,7 +110,11 @@ struct Subject : Results {
     bool periodic() const { return sensor.minDelay > 0 && grantedPeriodNs(sensor, 1) > 0; }
     bool oneShot() const { return reportingMode(sensor) == SensorFlagBits::ONE_SHOT_MODE; }
     bool rated() const { return on && timely && periodic(); }
+    bool onChange() const { return reportingMode(sensor) == SensorFlagBits::ON_CHANGE_MODE; }
     bool direct() const { return canReportDirectly(sensor); }
+    bool withoutDirect() const { return !direct(); }
+    /** Is on, and need not wait for something to happen. */
+    bool reportsByItself() const;
     /** Reports by itself, as far as has been seen. */
     bool restartable() const { return timely && refused.empty() && (periodic() || direct()); }
     bool reported() const { return !observed.events.empty(); }
@@ -126,8 +133,8 @@ struct Subject : Results {
     void checkFirstEvent() const;
     /** False when the time stamps of a periodic sensor prove nothing. */
     bool checkTimestamps(int64_t latencyNs) const;
-    /** The rate that the sensor grants, and nothing lost. */
-    void checkRate() const;
+    /** The rate that the sensor grants, and nothing lost; false when the time was too short. */
+    bool checkRate() const;
     /** Values, wakelocks, and what an on-change or a one-shot sensor may send. */
     void checkEvents() const;
     /** With a flush at `flushedNs`, while events were held back. */
@@ -137,7 +144,6 @@ struct Subject : Results {
                             int64_t startNs) const;
 
   private:
-    bool reportsByItself() const;
     void checkValues() const;
     void checkMode() const;
     void checkFlushOrder(int64_t flushedNs) const;

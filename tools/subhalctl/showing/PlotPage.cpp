@@ -155,20 +155,16 @@ class Picture {
         for (const Span& on : series.on) {
             span("on", on, 0);
         }
-        const auto draw = [&](bool fine) {
-            for (const Recording::Entry* entry : series.requests) {
-                const ProxyRequest& request = entry->request;
-                if ((request.result == "OK") != fine) continue;
-                if (!fine) refused = request.what + ": " + request.result;
-                span(fine ? "request" : "bad", {entry->timeNs, entry->timeNs + request.durationNs});
-            }
-        };
-        draw(true);
+        for (const Recording::Entry* entry : series.requests) {
+            const ProxyRequest& request = entry->request;
+            const bool fine = request.result == "OK";
+            if (!fine) refused = request.what + ": " + request.result;
+            span(fine ? "request" : "bad", {entry->timeNs, entry->timeNs + request.durationNs});
+        }
         for (const RecordedEvent& event : series.events) {
             if (kindOf(event.received.event) != EventKind::kFlushComplete) continue;
             span("request", {event.received.receivedNs, event.received.receivedNs}, 5);
         }
-        draw(false);
         if (series.figures.askedHz) asked = formatted("%.6g Hz", *series.figures.askedHz);
         if (series.latencyNs > 0)
             asked += formatted(", latency %g ms", milliseconds(series.latencyNs));

@@ -27,59 +27,73 @@ constexpr double kPeriodsOfSlowest = 3.2;
 constexpr size_t kDirectRecords = 4096;  // ten seconds of the fastest level
 constexpr size_t kSmallRecords = 16;
 
+/** What a rule is for: it is skipped without what `text` says. */
+struct Need {
+    const char* text;
+    bool (Subject::*isFor)() const;  // null for a rule of the library
+};
 struct Rule {
     const char* name;
-    const char* needs;  // without it the rule is skipped
+    Need need;
     const char* text;
 };
-constexpr char kHubSeen[] = "--sim, --replay or --trace";
-constexpr char kRateAtHub[] = "rate, --sim, --replay or --trace";
-constexpr char kDirect[] = "direct channel";
+constexpr Need kLibrary{"", nullptr};
+constexpr Need kAll{"", &Subject::any};
+constexpr Need kSwitch{"--sim or --trace", &Subject::any};
+constexpr Need kRate{"rate", &Subject::periodic};
+constexpr Need kRateAtHub{"rate, --sim or --trace", &Subject::periodic};
+constexpr Need kFifo{"rate, FIFO", &Subject::periodic};
+constexpr Need kChannel{"direct channel", &Subject::direct};
 constexpr Rule kRules[] = {
-    {"names-distinct", "", "no two sensors have the same handle, or the same type and name"},
-    {"listing", "", "the description is complete, and the delays fit the reporting mode"},
-    {"identity", "", "type, permission, flags and FIFO are those of the hub's sensor"},
-    {"unknown-handles", "", "requests for handles that are not listed give BAD_VALUE"},
-    {"operation-mode", "", "the normal mode is accepted; known: every mode is refused"},
+    {"names-distinct", kLibrary, "no two sensors have the same handle, or the same type and name"},
+    {"listing", kAll, "the description is complete, and the delays fit the reporting mode"},
+    {"identity", kAll, "type, permission, flags and FIFO are those of the hub's sensor"},
+    {"unknown-handles", kLibrary, "requests for handles that are not listed give BAD_VALUE"},
+    {"operation-mode", kLibrary, "the normal mode is accepted; known: every mode is refused"},
     {"shortest-period", kRateAtHub, "the hub is asked for no period below the shortest"},
-    {"longest-period", kRateAtHub,
+    {"longest-period",
+     {kRateAtHub.text, nullptr},
      "the hub is asked for no period above the longest; known: it is"},
-    {"activate", "", "activate and batch return OK"},
-    {"hub-switch", kHubSeen, "each switch on and off is written to the hub"},
-    {"first-event", "", "a sensor that reports by itself does so within a second and a period"},
-    {"timestamps", "", "time stamps rise, at the times of the samples, on the clock since boot"},
-    {"rate", "rate",
-     "within 10 % of the rate asked for, clamped to the sensor's limits, also when "
-     "it is changed while the sensor is on; more than 1 % off is noted"},
-    {"lost", "rate",
+    {"activate", kAll, "activate and batch return OK"},
+    {"hub-switch", kSwitch, "each switch on and off is written to the hub"},
+    {"first-event", kAll, "a sensor that reports by itself does so within a second and a period"},
+    {"timestamps", kAll, "time stamps rise, at the times of the samples, on the clock since boot"},
+    {"rate", kRate,
+     "within 10 % of the rate asked for, clamped to the sensor's limits, also when it is changed "
+     "while the sensor is on; more than 1 % off is noted"},
+    {"lost", kRate,
      "no gap of more than one and a half granted periods, or typical ones where these are 10 % "
      "longer, and no silence at the end"},
-    {"values", "", "values are within the sensor's range and physically possible"},
-    {"event-kind", "", "events are of the sensor's type, meta-data events are completed flushes"},
-    {"wakelock", "", "a wakelock is held for each event of a wake-up sensor, and for no other"},
-    {"on-change", "on-change sensor", "no event repeats the one before"},
-    {"one-shot", "one-shot sensor", "one event, and then off"},
-    {"flush", "",
-     "one completion for each flush; a one-shot sensor refuses it; known: gyroscope_aois "
-     "completes one with each record"},
-    {"silent-when-off", "", "no events from a sensor that is off and reported before"},
-    {"flush-when-off", "", "a sensor that is off refuses to be flushed; known: it does not"},
-    {"batching", "rate, FIFO", "events are held back for the requested latency, and no longer"},
-    {"flush-order", "rate, FIFO", "a flush delivers the events held back, before its completion"},
-    {"direct-token", kDirect, "a report has a token above 0"},
-    {"direct-memory", kDirect, "the memory is zeroed when registered and when unregistered"},
-    {"direct-records", kDirect, "records are whole, counted one by one, and none is lost"},
-    {"direct-stamps", kDirect, "the newest record is not older than half a second"},
-    {"direct-rate", kDirect,
+    {"values", kAll, "values are in the sensor's range, give or take a step, and possible"},
+    {"event-kind", kAll, "events are of the sensor's type, meta-data events are completed flushes"},
+    {"wakelock", kAll, "a wakelock is held for each event of a wake-up sensor, and for no other"},
+    {"on-change", {"on-change sensor", &Subject::onChange}, "no event repeats the one before"},
+    {"one-shot", {"one-shot sensor", &Subject::oneShot}, "one event, and then off"},
+    {"flush", kAll,
+     "one completion for each flush; a one-shot sensor refuses it; known: gyroscope_aois completes "
+     "one with each record"},
+    {"silent-when-off", kAll, "no events from a sensor that is off and reported before"},
+    {"flush-when-off", kLibrary, "a sensor that is off refuses to be flushed; known: it does not"},
+    {"batching", kFifo, "events are held back for 50 to 125 % of the requested latency"},
+    {"flush-order", kFifo, "a flush delivers the events held back, before its completion"},
+    {"direct-token", kChannel, "a report has a token above 0"},
+    {"direct-memory", kChannel, "the memory is zeroed when registered and when unregistered"},
+    {"direct-records", kChannel, "records are whole, counted one by one, and none is lost"},
+    {"direct-stamps", kChannel, "the newest record is not older than half a second"},
+    {"direct-rate", kChannel,
      "the rate is within the level's bounds; known: very fast is as slow as fast"},
-    {"direct-stop", "direct channel, --sim, --replay or --trace",
+    {"direct-stop",
+     {"direct channel, --sim or --trace", &Subject::direct},
      "a stopped report switches its sensor off; known: it stays on"},
-    {"direct-refused", "", "a sensor that declares no direct channels refuses them"},
-    {"injection-mode", "", "events are injected in injection mode only; known: in any"},
-    {"initialize-again", "", "a second initialize is accepted, and ends earlier channels"},
-    {"initialize-sensors", "",
+    {"direct-refused",
+     {"", &Subject::withoutDirect},
+     "a sensor that declares no direct channels refuses them"},
+    {"injection-mode", kLibrary, "events are injected in injection mode only; known: in any"},
+    {"initialize-again", kLibrary, "a second initialize is accepted, and ends earlier channels"},
+    {"initialize-sensors",
+     {kRate.text, nullptr},
      "a second initialize switches sensors off; known: they stay as they are"},
-    {"handles", "", "events come only from sensors that are on"}};
+    {"handles", kLibrary, "events come only from sensors that are on"}};
 
 double inSeconds(int64_t ns) {
     return static_cast<double>(ns) / 1e9;
@@ -109,7 +123,8 @@ class Check {
              {&Check::checkLists, &Check::checkUnknownHandles, &Check::checkPeriods,
               &Check::checkBatches, &Check::checkMiddle, &Check::checkFlushes, &Check::checkFastest,
               &Check::checkSlowest, &Check::checkSilence, &Check::checkDirect,
-              &Check::checkInjection, &Check::checkInitializeAgain, &Check::checkRequests}) {
+              &Check::checkInjection, &Check::checkInitializeAgain, &Check::checkRequests,
+              &Check::skipRest}) {
             if (!interrupted()) (this->*phase)();
         }
         if (interrupted()) stop(chosen(&Subject::any));
@@ -145,7 +160,7 @@ class Check {
     Subjects chosen(Predicate predicate) {
         Subjects subjects;
         for (Subject& subject : mSubjects) {
-            if ((subject.*predicate)()) subjects.push_back(&subject);
+            if (predicate != nullptr && (subject.*predicate)()) subjects.push_back(&subject);
         }
         return subjects;
     }
@@ -237,11 +252,16 @@ class Check {
             broken[false] > 0 ? Verdict::kFail : Verdict::kKnown);
     }
 
-    /** False after skipping the rule, when it is not known what reaches the hub. */
-    bool seesHub(const Results& results, const char* rule) const {
-        if (!mHubSeen)
-            results.skip(rule, "what reaches the hub is seen with --sim, --replay or --trace only");
-        return mHubSeen;
+    /** So that each rule has a result for what it applies to. */
+    void skipRest() {
+        for (const Rule& rule : kRules) {
+            const bool hidden = !mHubSeen && std::strstr(rule.need.text, "--sim") != nullptr;
+            const char* why = hidden ? "needs --sim or --trace" : "nothing to judge it by";
+            if (rule.need.isFor == nullptr) mLibrary.skip(rule.name, why);
+            for (const Subject* subject : chosen(rule.need.isFor)) {
+                subject->skip(rule.name, why);
+            }
+        }
     }
 
     void checkLists() {
@@ -258,14 +278,10 @@ class Check {
     void checkUnknownHandles() {
         using android::hardware::sensors::V1_0::OperationMode;
         ISensorsSubHal& subHal = mProxy.subHal();
-        std::set<int32_t> known;
-        for (const SensorInfo& sensor : mProxy.sensors()) {
-            known.insert(sensor.sensorHandle);
-        }
         std::string taken;
         int requests = 0;
         for (const int32_t handle : {INT32_MIN, -1, 0, 3, 72, 73, 1000, INT32_MAX}) {
-            if (known.count(handle) != 0) continue;
+            if (!findSensors(mProxy.sensors(), std::to_string(handle)).empty()) continue;
             Event event{};
             event.sensorHandle = handle;
             for (const Result result :
@@ -299,12 +315,8 @@ class Check {
     }
 
     void checkPeriods() {
-        const auto subjects = chosen(&Subject::periodic);
-        if (subjects.empty()) return;
-        const bool seen = seesHub(mLibrary, "shortest-period");
-        if (!seesHub(mLibrary, "longest-period") || !seen) return;
         Tally broken;
-        for (Subject* subject : subjects) {
+        for (Subject* subject : mHubSeen ? chosen(&Subject::periodic) : Subjects{}) {
             const int64_t shortestNs = subject->sensor.minDelay * int64_t{1000};
             const int64_t longestNs = subject->sensor.maxDelay * int64_t{1000};
             const int64_t periodNs = periodAtHub(*subject, shortestNs / 2);
@@ -315,24 +327,24 @@ class Check {
         judgeKnown("longest-period", broken);
     }
 
-    /** For the first events at a period. */
-    double secondsFor(const Subject& subject, int64_t periodNs) const {
-        return kPeriodsOfSlowest * inSeconds(grantedPeriodNs(subject.sensor, periodNs));
+    /** Long enough for the first events of each, within reason. */
+    double phaseOf(const Subjects& subjects, double seconds) const {
+        for (const Subject* subject : subjects) {
+            seconds = std::max(seconds, kPeriodsOfSlowest * inSeconds(subject->grantedNs()));
+        }
+        return std::min(seconds, std::max(mOptions.seconds, kLongestSlowSeconds));
     }
-    double longestPhase() const { return std::max(mOptions.seconds, kLongestSlowSeconds); }
 
     void checkMiddle() {
         mProgress.show("all sensors on");
-        start(chosen(&Subject::any));
-        double seconds = mOptions.seconds;
-        for (const Subject& subject : mSubjects) {
-            seconds = std::max(seconds, secondsFor(subject, kMiddlePeriodNs));
-        }
-        if (!receive(std::min(seconds, longestPhase()))) return;
+        const auto subjects = chosen(&Subject::any);
+        start(subjects);
+        if (!receive(phaseOf(subjects, mOptions.seconds))) return;
+        if (!receiveUntil(chosen(&Subject::reportsByItself), &Subject::reported)) return;
         for (Subject* subject : chosen(&Subject::isOn)) {
             subject->checkFirstEvent();
             subject->timely &= subject->checkTimestamps(0);
-            if (subject->rated()) subject->checkRate();
+            if (subject->rated()) subject->timely = subject->checkRate();
             subject->checkEvents();
         }
     }
@@ -360,9 +372,7 @@ class Check {
                            formatted("%d completions of %d", observed.completions, wanted) +
                                (shown ? ", " + resultName(result) : ""),
                            known ? Verdict::kKnown : Verdict::kFail);
-            if (observed.completions == 0 && observed.events.empty() && observed.stale == 0) {
-                subject->skip("event-kind", "no events");
-            } else {
+            if (observed.completions > 0 || !observed.events.empty() || observed.stale > 0) {
                 subject->expect("event-kind", observed.foreignKinds, "its own");
             }
         }
@@ -370,27 +380,16 @@ class Check {
 
     /** The sensors are on, and go on at another rate. */
     void checkRates(bool fastest) {
-        const char* what = fastest ? "fastest rates" : "slowest rates";
         const auto period = [fastest](const SensorInfo& sensor) {
             return fastest ? sensor.minDelay * int64_t{500} : sensor.maxDelay * int64_t{1000};
         };
-        double seconds = mOptions.seconds;
-        Subjects subjects;
-        for (Subject* subject : chosen(&Subject::rated)) {
-            const double needed = secondsFor(*subject, period(subject->sensor));
-            if (needed > longestPhase()) {
-                subject->skip("rate", std::string(what) + " take longer than --seconds");
-                continue;
-            }
-            seconds = std::max(seconds, needed);
-            subjects.push_back(subject);
-        }
+        const auto subjects = chosen(&Subject::rated);
         if (subjects.empty()) return;
-        mProgress.show(what);
+        mProgress.show(fastest ? "fastest rates" : "slowest rates");
         for (Subject* subject : subjects) {
             batch(*subject, period(subject->sensor));
         }
-        if (!receive(seconds + inSeconds(kFollowNs))) return;
+        if (!receive(phaseOf(subjects, mOptions.seconds) + inSeconds(kFollowNs))) return;
         for (const Subject* subject : subjects) {
             if (subject->observed.notRising > 0) subject->checkTimestamps(0);
             subject->checkRate();
@@ -405,16 +404,15 @@ class Check {
         const auto subjects = chosen(&Subject::any);
         stop(subjects);
         if (!receive(kSettleSeconds)) return;
+        const double seconds = phaseOf(subjects, kSilenceSeconds);
         forgetEvents(subjects, 0);
-        if (!receive(kSilenceSeconds)) return;
+        if (!receive(seconds)) return;
         Tally broken;
         for (const Subject* subject : subjects) {
             const size_t events = subject->observed.events.size();
             if (subject->heard) {
                 subject->judge(events == 0, "silent-when-off",
-                               counted(events, "event") + formatted(" in %.1f s", kSilenceSeconds));
-            } else {
-                subject->skip("silent-when-off", "it has not reported");
+                               counted(events, "event") + formatted(" in %.1f s", seconds));
             }
             if (subject->oneShot()) continue;
             ++broken[mProxy.flush(subject->handle()) != Result::BAD_VALUE];
@@ -451,10 +449,7 @@ class Check {
         stop(subjects);
         if (!finished) return;
         for (Subject* subject : subjects) {
-            if (!subject->reported()) {
-                subject->skip("batching", "no events");
-                continue;
-            }
+            if (!subject->reported()) continue;
             subject->timely = subject->checkTimestamps(latencyNs);
             if (subject->timely) subject->checkBatching(latencyNs, flushedNs);
         }
@@ -480,7 +475,7 @@ class Check {
         subject.judge(report.value > 0, "direct-token",
                       formatted("%s: %" PRId32, level.name, report.value));
         subject.checkDirectRecords(level, memory, startNs);
-        if (seesHub(subject, "direct-stop")) {
+        if (mHubSeen) {
             const bool stopped = switched(subject.handle(), false);
             subject.judge(stopped, "direct-stop",
                           formatted("%s: %s", level.name, stopped ? "off" : "on"), Verdict::kKnown);
@@ -502,10 +497,7 @@ class Check {
             }
             SharedMemory memory(kSmallRecords * sizeof(sensors_event_t));
             ClientChannel channel(mProxy, subject.handle());
-            if (!memory.ok() || channel.registerMemory(memory) != Result::OK) {
-                subject.skip("direct-refused", "no channel to try");
-                continue;
-            }
+            if (!memory.ok() || channel.registerMemory(memory) != Result::OK) continue;
             const Result result = channel.setRate(RateLevel::NORMAL).result;
             subject.judge(result == Result::BAD_VALUE, "direct-refused", resultName(result));
         }
@@ -534,18 +526,19 @@ class Check {
         receiveUntil(running, &Subject::reported);
         const auto reports = [](const Subject* one) { return one->reported(); };
         const bool heard = std::any_of(running.begin(), running.end(), reports);
+        const double seconds = phaseOf(running, kSilenceSeconds);
         const Result result = mProxy.initializeAgain();
         const Result stale =
             direct.empty() ? Result::BAD_VALUE : channel.setRate(RateLevel::NORMAL).result;
         forgetEvents(running, hubNowNs());
-        const bool finished = receive(kSilenceSeconds);
+        const bool finished = receive(seconds);
         const bool silent = std::none_of(running.begin(), running.end(), reports);
         stop(running);
         if (!finished) return;
         mLibrary.judge(result == Result::OK && stale == Result::BAD_VALUE, "initialize-again",
                        resultName(result) +
                            (direct.empty() ? "" : "; an earlier channel: " + resultName(stale)));
-        if (!heard) return mLibrary.skip("initialize-sensors", "no sensor reports");
+        if (!heard) return;
         mLibrary.judge(silent, "initialize-sensors", silent ? "all off" : "as they were",
                        Verdict::kKnown);
     }
@@ -554,7 +547,7 @@ class Check {
     void checkRequests() {
         for (const Subject& subject : mSubjects) {
             subject.expect("activate", subject.refused, counted(subject.requests, "request"));
-            if (!seesHub(subject, "hub-switch")) continue;
+            if (!mHubSeen) continue;
             const std::string& unsent = subject.unsent;
             subject.expect("hub-switch", unsent.empty() ? "" : "not " + unsent + " at the hub",
                            "as asked");
@@ -563,7 +556,7 @@ class Check {
         for (const int32_t handle : mStrangers) {
             strangers += " " + std::to_string(handle);
         }
-        if (mEvents == 0) return mLibrary.skip("handles", "no events");
+        if (mEvents == 0) return;
         mLibrary.expect("handles", strangers.empty() ? "" : "events of" + strangers,
                         counted(mEvents, "event"));
     }
@@ -584,11 +577,11 @@ class Check {
 ExitCode runCheck(Proxy& proxy, const CheckOptions& options) {
     if (options.list) {
         for (const Rule& rule : kRules) {
-            print("%-18s %-42s %s\n", rule.name, rule.needs, rule.text);
+            print("%-18s %-42s %s\n", rule.name, rule.need.text, rule.text);
         }
         return kOk;
     }
-    const bool hubSeen = proxy.options().hub.own() || proxy.options().trace;
+    const bool hubSeen = proxy.options().hub.sim || proxy.options().trace;
     if (hubSeen) proxy.keepCalls();
     const ExitCode opened = proxy.open();
     return opened != kOk ? opened : Check(proxy, options, hubSeen).run();

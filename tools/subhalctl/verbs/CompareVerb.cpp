@@ -89,9 +89,9 @@ class Comparison {
         }
         values(first, second);
     }
-    /** A sensor that has data in one of them only. */
+    /** A sensor that only one of them has. */
     void alone(const Series& series, const char* where) {
-        print("%s\ndiffers  data only in the %s recording\n", series.name().c_str(), where);
+        print("%s\ndiffers  only in the %s recording\n", series.name().c_str(), where);
         ++mDifferences;
     }
     int differences() const { return mDifferences; }
