@@ -162,7 +162,7 @@ DriverRow& gyroscope(DriverRow& row);
 
 using Rows = std::vector<DriverRow>;
 
-// Each appends a family's.
+// Each appends a family's rows.
 void physicalRows(Rows& rows);
 void lightRows(Rows& rows);
 void motionRows(Rows& rows);
