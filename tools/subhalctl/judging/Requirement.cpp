@@ -17,34 +17,32 @@ namespace {
 
 enum Trait : unsigned { kTime = 1, kNeedsRate = 2 };
 
+using Known = std::optional<double>;
+
 /** A figure; times are in nanoseconds. */
 struct Figure {
     const char* name;
     unsigned traits;
-    std::optional<double> (*of)(const Watched& watched);
+    Known (*of)(const Watched& watched);
 
     bool has(Trait trait) const { return (traits & trait) != 0; }
 };
 
-std::optional<double> number(std::optional<int64_t> value) {
-    return value ? std::optional(static_cast<double>(*value)) : std::nullopt;
-}
-
 constexpr Figure kFigures[] = {
-    {"events", 0, [](const Watched& one) { return number(one.events); }},
-    {"lost", kNeedsRate, [](const Watched& one) { return number(one.lost()); }},
-    {"backward", 0, [](const Watched& one) { return number(one.intervals.backward()); }},
-    {"stale", 0, [](const Watched& one) { return number(one.stale); }},
-    {"wakelocks", 0, [](const Watched& one) { return number(one.wakelocks); }},
-    {"rate", kNeedsRate, [](const Watched& one) { return one.intervals.rateHz(); }},
-    {"jitter", kTime | kNeedsRate, [](const Watched& one) { return one.intervals.jitterNs(); }},
-    {"latency.p50", kTime, [](const Watched& one) { return number(one.latency.quantileNs(0.5)); }},
-    {"latency.p99", kTime, [](const Watched& one) { return number(one.latency.quantileNs(0.99)); }},
-    {"latency.max", kTime, [](const Watched& one) { return number(one.latency.quantileNs(1)); }},
+    {"events", 0, [](auto& one) -> Known { return one.events; }},
+    {"lost", kNeedsRate, [](auto& one) -> Known { return one.lost(); }},
+    {"backward", 0, [](auto& one) -> Known { return one.intervals.backward(); }},
+    {"stale", 0, [](auto& one) -> Known { return one.stale; }},
+    {"wakelocks", 0, [](auto& one) -> Known { return one.wakelocks; }},
+    {"rate", kNeedsRate, [](auto& one) -> Known { return one.intervals.rateHz(); }},
+    {"jitter", kTime | kNeedsRate, [](auto& one) -> Known { return one.intervals.jitterNs(); }},
+    {"latency.p50", kTime, [](auto& one) -> Known { return one.latency.quantileNs(0.5); }},
+    {"latency.p99", kTime, [](auto& one) -> Known { return one.latency.quantileNs(0.99); }},
+    {"latency.max", kTime, [](auto& one) -> Known { return one.latency.quantileNs(1); }},
     {"interval.min", kTime | kNeedsRate,
-     [](const Watched& one) { return number(one.intervals.shortestNs()); }},
+     [](auto& one) -> Known { return one.intervals.shortestNs(); }},
     {"interval.max", kTime | kNeedsRate,
-     [](const Watched& one) { return number(one.intervals.longestNs()); }},
+     [](auto& one) -> Known { return one.intervals.longestNs(); }},
 };
 
 /** As messages show it, and as it is compared: a count with all digits, all else with six. */

@@ -187,12 +187,13 @@ bool Proxy::close() {
 
 ActiveSensor::ActiveSensor(Proxy& proxy, const SensorInfo& sensor, int64_t periodNs,
                            int64_t latencyNs)
-    : mProxy(proxy), mHandle(sensor.sensorHandle), mStartNs(hubNowNs()) {
+    : mProxy(proxy), mHandle(sensor.sensorHandle) {
     const Result batched = mProxy.batch(mHandle, periodNs, latencyNs);
     if (batched != Result::OK) {
         refused(typeName(sensor), "batch", batched);
         return;
     }
+    mStartNs = hubNowNs();
     const Result activated = mProxy.activate(mHandle, true);
     mActive = activated == Result::OK;
     if (!mActive) refused(typeName(sensor), "activate", activated);

@@ -138,7 +138,7 @@ class ActiveSensor {
   private:
     Proxy& mProxy;
     int32_t mHandle;
-    int64_t mStartNs;
+    int64_t mStartNs = 0;
     bool mActive = false;
 };
 

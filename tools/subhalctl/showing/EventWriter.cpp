@@ -204,6 +204,10 @@ class JsonWriter : public EventWriter {
 
 }  // namespace
 
+std::string figureText(std::optional<double> figure, double unit) {
+    return figure ? formatted("%.3f", *figure / unit) : "-";
+}
+
 std::string millisecondsText(const DurationStatistics& durations, double share) {
     return (durations.exact() ? "" : "~") + figureText(durations.quantileNs(share), 1e6);
 }

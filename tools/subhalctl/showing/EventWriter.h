@@ -7,7 +7,6 @@
 
 #include "tools/subhalctl/judging/Statistics.h"
 #include "tools/subhalctl/proxy/EventQueue.h"
-#include "tools/subhalctl/showing/Output.h"
 #include "tools/subhalctl/showing/Table.h"
 
 namespace subhalctl {
@@ -69,10 +68,7 @@ std::string valueLegend(const SensorInfo& sensor);
 std::string timeText(int64_t timestampNs);
 
 /** A figure in a table, in units of `unit`; "-" where it is not known. */
-template <typename Number>
-std::string figureText(const std::optional<Number>& figure, double unit = 1) {
-    return figure ? formatted("%.3f", static_cast<double>(*figure) / unit) : "-";
-}
+std::string figureText(std::optional<double> figure, double unit = 1);
 std::string millisecondsText(const DurationStatistics& durations, double share);
 
 /** A table of the sensors' figures. */

@@ -37,9 +37,8 @@ Spread spreadOf(const Series& series, size_t column) {
     return {mean, deviation, deviation / std::sqrt(count)};
 }
 
-template <typename Number>
-Figure inMs(const std::optional<Number>& ns) {
-    return ns ? Figure(static_cast<double>(*ns) / 1e6) : Figure();
+Figure inMs(Figure ns) {
+    return ns ? Figure(*ns / 1e6) : ns;
 }
 
 /** In percent. */
