@@ -588,13 +588,13 @@ ROWS = {
                                      "resolution": 0.01}]), "check", "1", "--seconds", "0.1"],
             out=r"KNOWN library +initialize-sensors +as they were\n"),
         # In a phase of another rate.
-        Row("--fault cut:1:8@2.4s check 1 --seconds 0.5 --quiet", 1, out="FAIL .* timestamps .*[1-9] not rising"),
+        Row("--fault cut:1:8@1s check 1 --seconds 0.5 --quiet", 1, out="FAIL .* timestamps .*[1-9] not rising"),
         Row("check 5 --seconds 0.1 --format tap",
             lines="^(TAP version 13|ok [0-9]+ - .*|not ok .* # TODO known .*|1..[0-9]+)$"),
         # Three phases in, none of which is judged before its end.
         Row("check 1 4 --seconds 2", 6, out="\ninterrupted after [0-9]+ results: [0-9]+ passed, 0 failed",
             signals=[signal.SIGINT]),
-        Row("--fault drop:1@2.6s check 1 --seconds 1 --quiet", 1, watched=False,
+        Row("--fault drop:1@0.3s check 1 --seconds 1 --quiet", 1, watched=False,
             out="FAIL  accelerometer +lost +.* silent for the last [0-9]{3}"),
     ],
     "recordings": [

@@ -369,6 +369,7 @@ bool Subject::checkRate() const {
     const auto last = std::max_element(stamps.begin(), stamps.end());
     const int64_t silenceNs = observed.endNs - (last == stamps.end() ? observed.startNs : *last);
     const int64_t toleratedNs = toleratedSilenceNs(spacing.periodNs, 0);
+    if (stamps.empty() && silenceNs <= toleratedNs) return true;
     judge(spacing.lost == 0 && silenceNs <= toleratedNs, "lost",
           formatted("%" PRId64 " of %zu, silent for the last %.1f ms", spacing.lost,
                     stamps.size() + static_cast<size_t>(spacing.lost), milliseconds(silenceNs)));

@@ -116,7 +116,7 @@ struct Subject : Results {
     /** Is on, and need not wait for something to happen. */
     bool reportsByItself() const;
     /** Reports by itself, as far as has been seen. */
-    bool restartable() const { return timely && refused.empty() && (periodic() || direct()); }
+    bool restartable() const { return timely && refused.empty() && unsent.empty() && periodic(); }
     bool reported() const { return !observed.events.empty(); }
     /** Completions that its flushes have to get. */
     int flushes() const { return oneShot() ? 0 : 3; }

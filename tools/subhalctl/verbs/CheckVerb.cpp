@@ -64,7 +64,8 @@ constexpr Rule kRules[] = {
     {"lost", kRate,
      "no gap of more than one and a half granted periods, or typical ones where these are 10 % "
      "longer, and no silence at the end"},
-    {"values", kAll, "values are in the sensor's range, give or take a step, and possible"},
+    {"values", kAll,
+     "values are in the sensor's range, to 0.1 % and a step, and physically possible"},
     {"event-kind", kAll, "events are of the sensor's type, meta-data events are completed flushes"},
     {"wakelock", kAll, "a wakelock is held for each event of a wake-up sensor, and for no other"},
     {"on-change", {"on-change sensor", &Subject::onChange}, "no event repeats the one before"},
@@ -121,8 +122,8 @@ class Check {
         using Phase = void (Check::*)();
         for (const Phase phase :
              {&Check::checkLists, &Check::checkUnknownHandles, &Check::checkPeriods,
-              &Check::checkBatches, &Check::checkMiddle, &Check::checkFlushes, &Check::checkFastest,
-              &Check::checkSlowest, &Check::checkSilence, &Check::checkDirect,
+              &Check::checkMiddle, &Check::checkFlushes, &Check::checkFastest, &Check::checkSlowest,
+              &Check::checkSilence, &Check::checkBatches, &Check::checkDirect,
               &Check::checkInjection, &Check::checkInitializeAgain, &Check::checkRequests,
               &Check::skipRest}) {
             if (!interrupted()) (this->*phase)();
@@ -343,7 +344,7 @@ class Check {
         if (!receiveUntil(chosen(&Subject::reportsByItself), &Subject::reported)) return;
         for (Subject* subject : chosen(&Subject::isOn)) {
             subject->checkFirstEvent();
-            subject->timely &= subject->checkTimestamps(0);
+            subject->timely = subject->checkTimestamps(0);
             if (subject->rated()) subject->timely = subject->checkRate();
             subject->checkEvents();
         }
@@ -425,7 +426,7 @@ class Check {
             std::max(kShortestLatencyNs, static_cast<int64_t>(mOptions.seconds * 1e9 / 2));
         int64_t longestNs = 0;
         Subjects subjects;
-        for (Subject* subject : chosen(&Subject::periodic)) {
+        for (Subject* subject : chosen(&Subject::restartable)) {
             const int64_t periodNs = grantedPeriodNs(subject->sensor, kMiddlePeriodNs);
             const uint32_t fifo = subject->sensor.fifoMaxEventCount;
             if (fifo * periodNs > 2 * latencyNs) {
@@ -449,8 +450,7 @@ class Check {
         stop(subjects);
         if (!finished) return;
         for (Subject* subject : subjects) {
-            if (!subject->reported()) continue;
-            subject->timely = subject->checkTimestamps(latencyNs);
+            subject->timely = !subject->reported() || subject->checkTimestamps(latencyNs);
             if (subject->timely) subject->checkBatching(latencyNs, flushedNs);
         }
     }
