@@ -523,12 +523,11 @@ ROWS = {
                              r"ok .*handle 4: a buffer of 3000 records starts\n(.|\n)*\n\1 sensors"),
         Row("doctor", 7, hub="", out="No sensor hub here"),
         Row("--fault open:1:EACCES doctor", 1, env={"COLUMNS": "80"}, lines="^.{1,80}$",
-            out=r"FAIL  acc.*\n {6}(\S+ ?)+\n"),
+            out=r"FAIL  accelerometer_sensor, handle 1: .*: Permission denied,\n {6}-rw(\S+ ?)+\n"),
         *[Row("--fault %s doctor" % fault, code, out="(^|\n)" + says)
           for fault, code, says in (
               ("open:/sys/class/sensors/hbx_sensor/sensor_spec:EACCES", 7, "FAIL .*Permission"),
               ("absent:/dev/batch_io", 1, "FAIL  /dev/batch_io: No such file.*no rate can be set"),
-              ("open:1:EACCES", 1, "FAIL  accelerometer_sensor, handle 1: .*Permission denied, -rw"),
               ("open:1:EBUSY", 0, "note .*handle 1: in use by"),
               ("open:1:ENODEV", 1, "FAIL .*handle 1: .*its driver is gone"),
               ("open:/sys/bus/iio/devices/:EACCES", 1, "FAIL [^\n]* denied[^\n]* has to read it"
@@ -589,6 +588,8 @@ ROWS = {
             out=r"KNOWN library +initialize-sensors +as they were\n"),
         # In a phase of another rate.
         Row("--fault cut:1:8@1s check 1 --seconds 0.5 --quiet", 1, out="FAIL .* timestamps .*[1-9] not rising"),
+        Row("--fault available:1:0 check 1 --seconds 0.2 --quiet", 1,
+            out=r"\AFAIL  accelerometer +batching +0 events before the flush\n30 results"),
         Row("check 5 --seconds 0.1 --format tap",
             lines="^(TAP version 13|ok [0-9]+ - .*|not ok .* # TODO known .*|1..[0-9]+)$"),
         # Three phases in, none of which is judged before its end.
