@@ -33,7 +33,6 @@ constexpr char kExitCodes[] =
     "  7  no sensor hub here\n"
     "  8  output was lost";
 
-constexpr size_t kLargestPayload = 16;
 constexpr uint32_t kSmallestRing = 2 * 104;
 constexpr uint32_t kLargestRing = 16 * 1024 * 1024;
 constexpr double kLongestSeconds = 1e6;
@@ -186,7 +185,7 @@ void addCheck(CLI::App& app, Command& command) {
     const auto [verb, options] =
         Verb(app, command, "check", "Check the sensors against the platform's rules", runCheck);
     verb->add_option("SENSOR", options->sensors, "Sensors (default: all)");
-    verb->add_option("--seconds", options->seconds, "Time for each of the phases")
+    verb->add_option("--seconds", options->seconds, "Time for each phase that measures rates")
         ->check(number(0.1, 3600))
         ->capture_default_str();
     verb->add_flag("--list", options->list, "Show the rules and what each needs");
@@ -292,8 +291,7 @@ void addInject(CLI::App& app, Command& command) {
     verb->add_option("VALUE", options->values,
                      "Sub-command (0x10000000 or decimal), put into payload word 0, then its "
                      "arguments as floats, put into words 2 and up")
-        ->required()
-        ->expected(1, static_cast<int>(kLargestPayload));
+        ->required();
     verb->add_flag("--words", options->words,
                    "All values are raw 32-bit words, put into payload words 0 and up");
 }

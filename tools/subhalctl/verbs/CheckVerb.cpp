@@ -433,8 +433,9 @@ class Check {
                 longestNs = std::max(longestNs, periodNs);
                 subjects.push_back(subject);
             } else {
-                subject->skip("batching", formatted("a FIFO of %" PRIu32 " does not hold %.1f s",
-                                                    fifo, inSeconds(latencyNs)));
+                subject->skip("batching",
+                              formatted("a FIFO of %" PRIu32 " holds no more than twice %.1f s",
+                                        fifo, inSeconds(latencyNs)));
             }
         }
         if (subjects.empty()) return;

@@ -173,7 +173,8 @@ class Round {
             if (call.result <= 0) continue;
             if (++mRecords == 1) mRecord = hexOf(call.bytes);
             if (call.bytes.size() >= whole) continue;
-            mCut = formatted("a record of %zu bytes instead of %zu", call.bytes.size(), whole);
+            mCut = formatted("a record of %s instead of %zu",
+                             counted(call.bytes.size(), "byte").c_str(), whole);
         }
     }
 
