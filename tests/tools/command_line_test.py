@@ -605,6 +605,7 @@ ROWS = {
         compared("^0 differences\n$", 0, count=500),
         compared(r"^accelerometer \(1\)\ndiffers +lost/% +0 +0.16.*\n1 difference\n$", lost=[300]),
         compared(r"(?s)granted/Hz +100 +80 +-20\n.* rate/Hz .*\n2 diff", period=12500000),
+        Row(["compare", made(period=9 * MS), made(), "--tolerance", "10"], hub="", out="\n0 diff"),
         compared(r"^accel.*\ndiffers +x mean +1 +2.5 +\+1.5\n1 diff", x=lambda i: 2.5),
         compared(r"\ndiffers +x deviation +0 +1 +\+1\n1 diff", x=lambda i: i % 2 * 2),
         compared(r"\ndiffers +not finite/% +0 +0.16.*\n1 diff", x=lambda i: math.nan if i == 9 else 1),
@@ -618,6 +619,7 @@ ROWS = {
             out="\ndiffers +x deviation +1 +1.33 +.0.33\n"),
         Row(["compare", made(), made(0, others=False)], 6, hub="", err="no fresh data events in it"),
         Row(["plot", made(), "-o", "/nonexistent/page"], 2, hub="", err="/nonexistent/page: No such"),
+        *[Row(["plot", one, "-o", one], 2, hub="", err="is the recording itself") for one in [made()]],
         Row(["export", made(), "-o", "/dev/full"], 8, hub="", err="output was lost: No space"),
         # The one of 50 that was late is the p99; one out of order leaves no gap.
         Row(["plot", made(50, late=10), "-o", "-"], hub="", out=">p99 500 ms<"),

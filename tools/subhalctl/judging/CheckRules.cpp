@@ -279,8 +279,8 @@ void Observed::add(const SensorInfo& sensor, const ReceivedEvent& received) {
     }
     if (foreignKinds.find(foreign) == std::string::npos) foreignKinds += foreign;
     if (kind != EventKind::kData) return;
-    const int64_t leastNs = std::max<int64_t>(1, lastNs + (grantedPeriodNs(sensor, periodNs) > 0));
-    if (event.timestamp < leastNs) ++notRising;
+    const bool repeats = event.timestamp == lastNs && grantedPeriodNs(sensor, periodNs) > 0;
+    if (event.timestamp <= 0 || event.timestamp < lastNs || repeats) ++notRising;
     lastNs = event.timestamp;
     if (event.timestamp < startNs) {
         ++stale;

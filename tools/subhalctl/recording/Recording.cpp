@@ -188,9 +188,9 @@ std::string Recorder::property(const std::string& name, const std::string& value
     return value;
 }
 
-bool Recorder::hasEvents() const {
+bool Recorder::hasResult() const {
     const std::lock_guard<std::mutex> lock(mLock);
-    return mEvents > 0;
+    return mEvents > 0 || mError != 0;
 }
 
 /** Everything is on the disk before the old file goes. */

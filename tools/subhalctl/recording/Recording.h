@@ -54,8 +54,8 @@ class Recorder : public PlatformHooks {
     int64_t clock(int64_t now) override;
     std::string property(const std::string& name, const std::string& value) override;
 
-    /** Whether an event has been recorded. */
-    bool hasEvents() const;
+    /** Whether an event has been recorded, or a write failed. */
+    bool hasResult() const;
     /** Writes the last line and replaces the file. Returns false after reporting any lost write. */
     bool finish();
     /** Removes the file unless it is finished. */

@@ -155,7 +155,10 @@ class Picture {
         for (const Span& on : series.on) {
             span("on", on, 0);
         }
-        for (const Recording::Entry* entry : series.requests) {
+        auto refusedLast = series.requests;
+        std::stable_partition(refusedLast.begin(), refusedLast.end(),
+                              [](const auto* entry) { return entry->request.result == "OK"; });
+        for (const Recording::Entry* entry : refusedLast) {
             const ProxyRequest& request = entry->request;
             const bool fine = request.result == "OK";
             if (!fine) refused = request.what + ": " + request.result;

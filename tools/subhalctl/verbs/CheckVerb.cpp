@@ -123,8 +123,8 @@ class Check {
         using Phase = void (Check::*)();
         for (const Phase phase :
              {&Check::checkLists, &Check::checkUnknownHandles, &Check::checkPeriods,
-              &Check::checkMiddle, &Check::checkFlushes, &Check::checkFastest, &Check::checkSlowest,
-              &Check::checkSilence, &Check::checkBatches, &Check::checkDirect,
+              &Check::checkMiddle, &Check::checkFlushes, &Check::checkBatches, &Check::checkFastest,
+              &Check::checkSlowest, &Check::checkSilence, &Check::checkDirect,
               &Check::checkInjection, &Check::checkInitializeAgain, &Check::checkRequests,
               &Check::skipRest}) {
             if (!interrupted()) (this->*phase)();
@@ -261,7 +261,8 @@ class Check {
             const char* why = hidden ? "needs --sim or --trace" : "nothing to judge it by";
             if (rule.need.isFor == nullptr) mLibrary.skip(rule.name, why);
             for (const Subject* subject : chosen(rule.need.isFor)) {
-                subject->skip(rule.name, why);
+                const bool sound = hidden || subject->timely || !subject->heard;
+                subject->skip(rule.name, sound ? why : "its time stamps or its rate failed");
             }
         }
     }
@@ -441,6 +442,7 @@ class Check {
         }
         if (subjects.empty()) return;
         mProgress.show("batches");
+        stop(subjects);
         start(subjects, latencyNs);
         // Three whole batches, and the flush while the fourth is held back.
         receive(3.7 * inSeconds(latencyNs) + 3.0 * inSeconds(longestNs));
@@ -455,6 +457,7 @@ class Check {
             subject->timely = !subject->reported() || subject->checkTimestamps(latencyNs);
             if (subject->timely) subject->checkBatching(latencyNs, flushedNs);
         }
+        start(subjects);
     }
 
     void checkDirectLevel(const Subject& subject, const DirectLevel& level) {

@@ -1,3 +1,5 @@
+#include <filesystem>
+
 #include "tools/subhalctl/recording/Series.h"
 #include "tools/subhalctl/showing/Json.h"
 #include "tools/subhalctl/showing/Output.h"
@@ -120,6 +122,11 @@ void writeTables(const RecordedRun& run) {
 }
 
 ExitCode convert(const ConvertOptions& options, void (*write)(const RecordedRun& run)) {
+    std::error_code isNone;
+    if (std::filesystem::equivalent(options.recording, options.output, isNone)) {
+        complain("%s is the recording itself", quoted(options.output).c_str());
+        return kUsage;
+    }
     RecordedRun run;
     const ExitCode loaded = run.load(options.recording);
     if (loaded != kOk) return loaded;

@@ -196,7 +196,7 @@ class Watch {
     ExitCode keepRecording() {
         Recorder* recorder = mProxy.recorder();
         if (recorder == nullptr) return kOk;
-        if (recorder->hasEvents()) return recorder->finish() ? kOk : kOutputLost;
+        if (recorder->hasResult()) return recorder->finish() ? kOk : kOutputLost;
         complain("without an event no recording is kept");
         return kNoData;
     }
