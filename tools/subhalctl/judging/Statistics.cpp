@@ -75,25 +75,10 @@ IntervalStatistics::Intervals IntervalStatistics::all() const {
     return all;
 }
 
-std::optional<double> IntervalStatistics::rateHz() const {
-    const Intervals intervals = all();
-    return when(intervals.count > 0, 1e9 / intervals.meanNs);
-}
-
 std::optional<double> IntervalStatistics::jitterNs() const {
     const Intervals intervals = all();
     return when(intervals.count > 0,
                 std::sqrt(intervals.squares / static_cast<double>(intervals.count)));
-}
-
-std::optional<int64_t> IntervalStatistics::shortestNs() const {
-    const Intervals intervals = all();
-    return when(intervals.count > 0, intervals.shortestNs);
-}
-
-std::optional<int64_t> IntervalStatistics::longestNs() const {
-    const Intervals intervals = all();
-    return when(intervals.count > 0, intervals.longestNs);
 }
 
 int64_t IntervalStatistics::lost() const {

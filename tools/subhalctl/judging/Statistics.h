@@ -54,11 +54,11 @@ class IntervalStatistics {
     int64_t intervals() const { return all().count; }
     // Nothing without an interval.
     /** Events per second by their timestamps. */
-    std::optional<double> rateHz() const;
+    std::optional<double> rateHz() const { return when(intervals() > 0, 1e9 / all().meanNs); }
     /** Standard deviation of the intervals. */
     std::optional<double> jitterNs() const;
-    std::optional<int64_t> shortestNs() const;
-    std::optional<int64_t> longestNs() const;
+    std::optional<int64_t> shortestNs() const { return when(intervals() > 0, all().shortestNs); }
+    std::optional<int64_t> longestNs() const { return when(intervals() > 0, all().longestNs); }
     /** Events missing between the others and, after end(), behind them. */
     int64_t lost() const;
     /** Events missing behind the last one; 0 before end(). */
