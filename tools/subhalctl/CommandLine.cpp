@@ -135,12 +135,13 @@ void addGlobalOptions(CLI::App& app, GlobalOptions& options) {
         ->transform(path(Except::kBareNames));
     app.add_option("--log", options.logLevel,
                    "Show the library's log on standard error from this level (default: silent with "
-                   "--sim, else warning)")
+                   "--sim or a recording, else warning)")
         ->check(CLI::IsMember({"verbose", "debug", "info", "warning", "error", "silent"}));
     app.add_flag(
         "--quiet", options.quiet,
-        "No headings, no summary of watch, no records of direct; watch's CSV and --stats keep "
-        "their headings, and direct, check and doctor their summary");
+        "No headings and remarks, no summary of watch, no records of direct, and of check's text "
+        "only failures; watch's CSV and --stats keep their headings, and direct, check and doctor "
+        "their summary");
     app.add_flag("--wide", options.wide,
                  "All columns and whole lines, however narrow the terminal is");
     app.option_defaults()->group("Options");
