@@ -256,9 +256,9 @@ int tapClose(int fd) {
     int error = 0;
     const std::string* path = nullptr;
     if (TappedFiles* files = tappedFiles(fd, &path)) {
-        shown(Kind::kClose, *path, 0, nullptr, 0, 0);
-        setPath(fd, nullptr);
         error = files->close(*path);
+        shown(Kind::kClose, *path, 0, nullptr, 0, -error);
+        setPath(fd, nullptr);
     }
     const int result = real::close(fd);
     if (error == 0) return result;

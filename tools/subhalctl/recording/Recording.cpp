@@ -442,13 +442,12 @@ void dropUnposted(std::vector<Recording::Entry>* entries) {
 
 }  // namespace
 
-int64_t Recording::periodNs(int32_t handle) const {
-    int64_t periodNs = 0;
+ProxyRequest Recording::batch(int32_t handle) const {
+    ProxyRequest batch;
     for (const Entry& entry : entries) {
-        const bool asked = entry.request.what == "batch" && entry.handle == handle;
-        if (asked) periodNs = entry.request.periodNs;
+        if (entry.request.what == "batch" && entry.handle == handle) batch = entry.request;
     }
-    return periodNs;
+    return batch;
 }
 
 int64_t Recording::onNs(std::optional<int32_t> handle) const {

@@ -100,8 +100,8 @@ struct Recording {
     std::string spec;
     std::vector<Entry> entries;  ///< by time
 
-    /** The last requested one, 0 for none. */
-    int64_t periodNs(int32_t handle) const;
+    /** The last request for the sensor's rate and latency, which are 0 without any. */
+    ProxyRequest batch(int32_t handle) const;
     /** When the sensor, or any, was first switched on; the recording's start if it was not. */
     int64_t onNs(std::optional<int32_t> handle = {}) const;
     /** When the sensor was last switched off, INT64_MAX if it was not. */

@@ -133,7 +133,7 @@ ExitCode RecordedRun::load(const std::string& path) {
     }
     bool any = false;
     for (auto& [handle, series] : sensors) {
-        judge(recording.periodNs(handle), &series);
+        judge(recording.batch(handle).periodNs, &series);
         any = any || series.hasData();
     }
     if (!any) complain("%s: no fresh data events in it", quoted(path).c_str());

@@ -59,25 +59,23 @@ class Comparison {
         if (periodMs > 0) rates(first.figures, second.figures, periodMs);
         figure("type", static_cast<double>(first.sensor.type),
                static_cast<double>(second.sensor.type), 0);
-        const auto events = [&](const char* name, bool (*counts)(const RecordedEvent&)) {
-            const auto of = [counts](const std::vector<RecordedEvent>& all) {
+        const auto events = [&](const char* name, bool fresh,
+                                bool (*counts)(const RecordedEvent&)) {
+            const auto of = [&](const Series& series) {
+                const auto& all = series.events;
                 return shareOf(std::count_if(all.begin(), all.end(), counts),
-                               static_cast<double>(all.size()));
+                               static_cast<double>(fresh ? series.data.size() : all.size()));
             };
-            percent(name, of(first.events), of(second.events));
+            percent(name, of(first), of(second));
         };
-        events("with wakelock/%", [](const auto& one) { return one.received.wakelock; });
-        events("retyped/%", [](const auto& one) { return one.retyped; });
-        events("not finite/%", [](const auto& one) {
+        events("with wakelock/%", false, [](const auto& one) { return one.received.wakelock; });
+        events("retyped/%", true, [](const auto& one) { return one.retyped; });
+        events("not finite/%", true, [](const auto& one) {
             return !std::all_of(one.values.begin(), one.values.end(),
                                 [](double value) { return std::isfinite(value); });
         });
-        events("stale/%", [](const auto& one) { return one.stale; });
-        const auto backward = [](const IntervalStatistics& all) {
-            return shareOf(all.backward(), static_cast<double>(all.events()));
-        };
-        percent("backward/%", backward(first.figures.intervals),
-                backward(second.figures.intervals));
+        events("stale/%", false, [](const auto& one) { return one.stale; });
+        events("backward/%", true, [](const auto& one) { return one.backward; });
         for (const auto& [name, wanted] :
              {std::pair("latency.p50/ms", 0.5), std::pair("latency.p99/ms", 0.99)}) {
             figure(name, inMs(first.figures.latency.quantileNs(wanted)),

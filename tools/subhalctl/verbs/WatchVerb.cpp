@@ -72,29 +72,31 @@ class Watch {
         const SensorInfo* sensor = mProxy.find(selector->sensor);
         if (sensor == nullptr) return kNoSuchSensor;
         const Recording* recording = mProxy.recording();
-        const int64_t recordedNs =
-            recording != nullptr ? recording->periodNs(sensor->sensorHandle) : 0;
-        const int64_t periodNs = periodOf(mOptions, *selector, recordedNs);
+        ProxyRequest asked;
+        if (recording != nullptr) asked = recording->batch(sensor->sensorHandle);
+        asked.periodNs = periodOf(mOptions, *selector, asked.periodNs);
+        if (mOptions.latencyMs > 0) asked.latencyNs = mOptions.latencyMs * 1'000'000;
         for (size_t i = 0; i < mWatched.size(); ++i) {
             if (mWatched[i].sensor != sensor) continue;
-            if (mPeriods[i] == periodNs) return kOk;
+            if (mAsked[i].periodNs == asked.periodNs) return kOk;
             complain("%s is requested at %g Hz and at %g Hz; a sensor has one rate",
-                     typeName(*sensor).c_str(), hertzOf(mPeriods[i]), hertzOf(periodNs));
+                     typeName(*sensor).c_str(), hertzOf(mAsked[i].periodNs),
+                     hertzOf(asked.periodNs));
             return kUsage;
         }
-        const int64_t grantedNs = grantedPeriodNs(*sensor, periodNs);
-        mWatched.push_back({sensor, when(grantedNs > 0, hertzOf(periodNs)),
+        const int64_t grantedNs = grantedPeriodNs(*sensor, asked.periodNs);
+        mWatched.push_back({sensor, when(grantedNs > 0, hertzOf(asked.periodNs)),
                             when(grantedNs > 0, hertzOf(grantedNs)),
                             IntervalStatistics(grantedNs)});
-        mPeriods.push_back(periodNs);
+        mAsked.push_back(asked);
         return kOk;
     }
 
     bool activateSensors() {
         const Recording* recording = mProxy.recording();
         for (size_t i = 0; i < mWatched.size(); ++i) {
-            mActive.emplace_back(mProxy, *mWatched[i].sensor, mPeriods[i],
-                                 mOptions.latencyMs * 1'000'000);
+            mActive.emplace_back(mProxy, *mWatched[i].sensor, mAsked[i].periodNs,
+                                 mAsked[i].latencyNs);
             if (!mActive.back().active()) return false;
             mWatched[i].startNs = recording != nullptr
                                       ? recording->onNs(mWatched[i].sensor->sensorHandle)
@@ -105,11 +107,11 @@ class Watch {
 
     void deactivateSensors(int64_t lookedUntilNs) {
         const Recording* recording = mProxy.recording();
-        for (Watched& one : mWatched) {
+        for (size_t i = 0; i < mWatched.size(); ++i) {
             int64_t endNs = std::min(hubNowNs(), lookedUntilNs);
             if (recording != nullptr)
-                endNs = std::min(endNs, recording->offNs(one.sensor->sensorHandle));
-            one.intervals.end(endNs, mOptions.latencyMs * 1'000'000);
+                endNs = std::min(endNs, recording->offNs(mWatched[i].sensor->sensorHandle));
+            mWatched[i].intervals.end(endNs, mAsked[i].latencyNs);
             mActive.pop_front();
         }
     }
@@ -255,8 +257,8 @@ class Watch {
     std::unique_ptr<EventWriter> mWriter;  // null when recording
     Progress mProgress;
     std::vector<Watched> mWatched;
-    std::vector<Watched> mSlice;    // the same for the seconds that are counted now
-    std::vector<int64_t> mPeriods;  // by index of mWatched
+    std::vector<Watched> mSlice;       // the same for the seconds that are counted now
+    std::vector<ProxyRequest> mAsked;  // by index of mWatched
     std::deque<ActiveSensor> mActive;
     int64_t mCame = 0;    // events of all sensors, without the stale ones
     int64_t mLastNs = 0;  // arrival of the latest event
