@@ -202,7 +202,7 @@ class Replay {
             if (interrupted() || mJam != nullptr) break;
             if (++done % 256 != 0) continue;
             collect();
-            progress.show(formatted("%zu of %zu lines", done, entries.size()));
+            progress.show(formatted("%zu of %zu steps", done, entries.size()));
         }
         progress.clear();
         if (mJam != nullptr) {
