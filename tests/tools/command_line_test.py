@@ -652,6 +652,10 @@ ROWS = {
         Row("record 1 --seconds 0.3 -o /dev/full", 8, err="/dev/full: No space left"),
         Row("record 1@500 -o -", 8, stdout="head", err="-: Broken pipe"),
         Row(["--replay", REAL_DEVICES, "--fast", "watch", "1", "--require", "lost<0.1,rate<11"], hub=""),
+        # It was silent for long when it was switched off.
+        Row(["--replay", saved_file(re.sub('"t":([0-9]+,"request":"activate","handle":1,"enable":f)',
+                                           r'"t":9\1', open(REAL_DEVICES).read())), "--fast", "watch", "1",
+             "--require", "lost=0"], 1, hub="", err="lost is [0-9]{3}"),
         Row("record 1 -o /nonexistent/run", 2, err="/nonexistent/run.part: No such file"),
         Row("--replay /nonexistent list", 2, err="/nonexistent: No such", hub=""),
         Row("replay /dev/null", 2, err="null: the file is empty", hub=""),

@@ -459,10 +459,11 @@ int64_t Recording::onNs(std::optional<int32_t> handle) const {
 }
 
 int64_t Recording::offNs(int32_t handle) const {
-    int64_t offNs = INT64_MAX;
+    const int64_t lastNs = entries.empty() ? startNs : entries.back().timeNs;
+    int64_t offNs = lastNs;
     for (const Entry& entry : entries) {
         if (entry.request.what != "activate" || entry.handle != handle) continue;
-        offNs = entry.request.enable ? INT64_MAX : entry.timeNs;
+        offNs = entry.request.enable ? lastNs : entry.timeNs;
     }
     return offNs;
 }

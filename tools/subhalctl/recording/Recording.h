@@ -104,7 +104,7 @@ struct Recording {
     ProxyRequest batch(int32_t handle) const;
     /** When the sensor, or any, was first switched on; the recording's start if it was not. */
     int64_t onNs(std::optional<int32_t> handle = {}) const;
-    /** When the sensor was last switched off, INT64_MAX if it was not. */
+    /** When the sensor was last switched off, the recording's end if it was not. */
     int64_t offNs(int32_t handle) const;
 };
 

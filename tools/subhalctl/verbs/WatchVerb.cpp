@@ -44,7 +44,8 @@ class Watch {
         mProxy.events().drain([&](const ReceivedEvent& received) {
             mProxy.recorder() != nullptr ? handle(received) : left = true;
         });
-        deactivateSensors(left ? mLastNs : INT64_MAX);
+        const bool played = end == EventQueue::End::kEnded;
+        deactivateSensors(left ? mLastNs : played ? INT64_MAX : hubNowNs());
         // A recording has what came until then; so has its summary.
         mProxy.events().drain([this](const ReceivedEvent& received) {
             if (mProxy.recorder() != nullptr) handle(received);
@@ -108,7 +109,7 @@ class Watch {
     void deactivateSensors(int64_t lookedUntilNs) {
         const Recording* recording = mProxy.recording();
         for (size_t i = 0; i < mWatched.size(); ++i) {
-            int64_t endNs = std::min(hubNowNs(), lookedUntilNs);
+            int64_t endNs = lookedUntilNs;
             if (recording != nullptr)
                 endNs = std::min(endNs, recording->offNs(mWatched[i].sensor->sensorHandle));
             mWatched[i].intervals.end(endNs, mAsked[i].latencyNs);
