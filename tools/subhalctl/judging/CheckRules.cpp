@@ -430,8 +430,8 @@ void Subject::checkDirectRecords(const DirectLevel& level, const SharedMemory& m
     const bool current = ageNs >= -kAheadNs && ageNs <= kArrivalNs;
     judge(current, "direct-stamps",
           formatted("%s: the newest record is %.1f ms old", level.name, milliseconds(ageNs)));
-    if (!current) return;
     const double rateHz = ring.spacing().rateHz;
+    if (!current || rateHz <= 0) return;
     const std::string rate = formatted("%s: %.1f Hz of %.1f to %.1f Hz", level.name, rateHz,
                                        level.lowestHz, level.highestHz);
     const bool slow = level.level == RateLevel::VERY_FAST && rateHz >= kDirectLevels[1].lowestHz &&

@@ -436,7 +436,7 @@ class Check {
                 subjects.push_back(subject);
             } else {
                 subject->skip("batching",
-                              formatted("a FIFO of %" PRIu32 " holds no more than twice %.1f s",
+                              formatted("a FIFO of %" PRIu32 " holds no more than twice %.3g s",
                                         fifo, inSeconds(latencyNs)));
             }
         }
