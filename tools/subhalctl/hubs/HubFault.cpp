@@ -43,13 +43,12 @@ bool takeWhole(const std::string& text, int least, int most, int* number) {
 
 bool takeSeconds(const std::string& text, double* seconds) {
     const size_t digits = std::min(text.find_first_not_of("0123456789."), text.size());
-    const std::string number = text.substr(0, digits);
     char* end = nullptr;
-    *seconds = std::strtod(number.c_str(), &end);
+    *seconds = std::strtod(text.c_str(), &end);
     const std::string unit = text.substr(digits);
     if (unit == "ms") *seconds /= 1000;
     const bool known = unit.empty() || unit == "s" || unit == "ms";
-    return digits > 0 && *end == '\0' && known && *seconds <= kLatestSeconds;
+    return digits > 0 && end == text.c_str() + digits && known && *seconds <= kLatestSeconds;
 }
 
 /** Cuts `*text` at the last `mark` and returns what followed; nothing without a mark. */

@@ -427,7 +427,8 @@ void Subject::checkDirectRecords(const DirectLevel& level, const SharedMemory& m
           formatted("%s: %s", level.name, figures.text().c_str()));
     if (ring.newestNs() == INT64_MIN) return;
     const int64_t ageNs = elapsedNs(ring.newestNs(), stoppedNs);
-    const bool current = ageNs >= -kAheadNs && ageNs <= kArrivalNs;
+    const bool current =
+        ageNs >= -kAheadNs && ageNs <= kArrivalNs + sensor.minDelay * int64_t{1000};
     judge(current, "direct-stamps",
           formatted("%s: the newest record is %.1f ms old", level.name, milliseconds(ageNs)));
     const double rateHz = ring.spacing().rateHz;

@@ -81,7 +81,7 @@ constexpr Rule kRules[] = {
     {"direct-token", kChannel, "a report has a token above 0"},
     {"direct-memory", kChannel, "the memory is zeroed when registered and when unregistered"},
     {"direct-records", kChannel, "records are whole, counted one by one, and none is lost"},
-    {"direct-stamps", kChannel, "the newest record is not older than half a second"},
+    {"direct-stamps", kChannel, "the newest record is not older than half a second and a period"},
     {"direct-rate", kChannel,
      "the rate is within the level's bounds; known: very fast is as slow as fast"},
     {"direct-stop",
@@ -475,7 +475,9 @@ class Check {
                           resultName(registered).c_str(), resultName(report.result).c_str()));
         }
         const int64_t startNs = hubNowNs() + kFollowNs;
-        if (!receive(std::min(mOptions.seconds, 5.0) + inSeconds(kFollowNs))) return;
+        const double seconds = std::clamp(kPeriodsOfSlowest * subject.sensor.minDelay / 1e6,
+                                          std::min(mOptions.seconds, 5.0), kLongestSlowSeconds);
+        if (!receive(seconds + inSeconds(kFollowNs))) return;
         channel.setRate(RateLevel::STOP);
         subject.judge(report.value > 0, "direct-token",
                       formatted("%s: %" PRId32, level.name, report.value));

@@ -94,8 +94,7 @@ class Comparison {
   private:
     void figure(const std::string& name, Figure first, Figure second, double allowed) {
         const Figure change = first && second ? Figure(*second - *first) : Figure();
-        constexpr double kRounding = 1 + 1e-9;
-        const bool differs = change ? std::fabs(*change) > allowed * kRounding : first || second;
+        const bool differs = change ? std::fabs(*change) > allowed * (1 + 1e-9) : first || second;
         mDifferences += differs ? 1 : 0;
         if (mQuiet && !differs) return;
         const auto text = [](const char* form, Figure figure) {

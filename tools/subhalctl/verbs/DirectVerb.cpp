@@ -61,8 +61,8 @@ class Client {
         const RingCheck::Figures figures = mCheck.figures();
         const bool stalled = written > mCheck.counter();
         int64_t silenceNs = elapsedNs(mLastReadNs, endNs);
-        const int64_t shortestNs = mWatched[0].sensor->minDelay * int64_t{1000};
-        const int64_t periodNs = std::max(mCheck.spacing().typicalNs, shortestNs);
+        const int64_t periodNs =
+            std::max(mCheck.spacing().typicalNs, mWatched[0].sensor->minDelay * int64_t{1000});
         if (silenceNs <= toleratedSilenceNs(periodNs, 0)) silenceNs = 0;
         printFigures(figures, written, stalled, silenceNs);
         if (interrupted()) {
