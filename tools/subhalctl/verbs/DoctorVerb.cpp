@@ -223,9 +223,9 @@ class Round {
             {unread && std::atoi(available.c_str()) == 0, "count",
              mBuffer + "data_available is " + available + ", but a record is waiting",
              "the library reads that many records: the driver counts wrongly"},
-            {unread, "device", "a record is waiting, but the library does not read it" + polling,
+            {unread, "device", "a record is waiting, but the library has not got it" + polling,
              mPollError != 0 ? remedyOf(mPollError, O_RDONLY)
-                             : "its poll() fails, or its thread hangs: see --log info"},
+                             : "poll() fails, reads are in vain or a thread hangs: see --trace"},
             {silent, "hub", formatted("accepted the request, sent no record in %g s", mSeconds),
              "look at its messages in the kernel log, and at the chip", "", true},
             {mRecords == 0 && mFailed > 0, "read", counted(mFailed, "failed read") + textOf(read),

@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <cinttypes>
-#include <cstring>
 #include <map>
 
 #include "simulator/KnownSensors.h"
