@@ -343,7 +343,7 @@ bool Subject::checkTimestamps(int64_t latencyNs) const {
     judge(sound, "timestamps",
           counted(events, "event") + formatted(", %d not rising", observed.notRising) +
               (events > 1 ? formatted(", %.3f ms apart", milliseconds(apart)) : "") +
-              formatted(", at least %.3f ms old on arrival, %zu stale", milliseconds(soonest),
+              formatted(", at least %.3f ms old on arrival, %zu left out", milliseconds(soonest),
                         observed.stale));
     return sound;
 }

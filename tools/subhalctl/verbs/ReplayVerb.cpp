@@ -88,7 +88,7 @@ class Replay {
             return kOk;
         }
         const auto& [line, first] = *mDifferences.begin();
-        print("%s, one at most for each sensor and for the calls; the first is line %zu: %s\n",
+        print("%s, one at most in a sensor's events; the first is line %zu: %s\n",
               counted(mDifferences.size(), "difference").c_str(), line, printable(first).c_str());
         return kCheckFailed;
     }

@@ -208,7 +208,7 @@ class Watch {
     ExitCode judgeRecording() const {
         ExitCode result = kOk;
         for (const Watched& one : mWatched) {
-            if (one.events + one.flushes > 0) continue;
+            if (one.events > 0) continue;
             complain("the recording has no %sevents of %s (%" PRId32 ")",
                      one.stale > 0 ? "fresh " : "", typeName(*one.sensor).c_str(),
                      one.sensor->sensorHandle);
