@@ -53,9 +53,13 @@ EventQueue::End EventQueue::receive(Clock::time_point deadline,
                                     const std::function<bool(const ReceivedEvent&)>& handle) {
     for (;;) {
         const bool last = mEnded;
-        for (const ReceivedEvent& received : take(deadline)) {
-            if (handle(received)) return End::kDone;
-            if (interrupted()) return End::kInterrupted;
+        const auto events = take(deadline);
+        for (auto next = events.begin(); next != events.end();) {
+            const bool done = handle(*next++);
+            if (!done && !interrupted()) continue;
+            const std::lock_guard<std::mutex> lock(mLock);
+            mEvents.insert(mEvents.begin(), next, events.end());
+            return done ? End::kDone : End::kInterrupted;
         }
         if (interrupted()) return End::kInterrupted;
         if (last) return End::kEnded;

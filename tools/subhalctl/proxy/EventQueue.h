@@ -43,7 +43,7 @@ class EventQueue {
 
     /**
      * Passes events to `handle`, on the calling thread, until it returns true, the deadline has
-     * passed or the verb is to end. Events after the one that ended it are dropped.
+     * passed or the verb is to end. Events after the one that ended it stay in the queue.
      */
     End receive(Clock::time_point deadline,
                 const std::function<bool(const ReceivedEvent&)>& handle);

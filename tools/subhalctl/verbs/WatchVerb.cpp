@@ -39,17 +39,15 @@ class Watch {
         if (mOptions.statsSeconds <= 0 && mWriter) mWriter->begin(mWatched, quiet);
         if (!activateSensors()) return kRefused;
         const auto end = receive();
-        // What has come and is not looked at is not lost.
         bool left = end == EventQueue::End::kDone;
-        mProxy.events().drain([&](const ReceivedEvent& received) {
+        const auto rest = [&](const ReceivedEvent& received) {
             mProxy.recorder() != nullptr ? handle(received) : left = true;
-        });
-        const bool played = end == EventQueue::End::kEnded;
-        deactivateSensors(left ? mLastNs : played ? INT64_MAX : hubNowNs());
+        };
+        // What has come and is not looked at is not lost.
+        mProxy.events().drain(rest);
+        deactivateSensors(left ? mLastNs : end == EventQueue::End::kEnded ? INT64_MAX : hubNowNs());
         // A recording has what came until then; so has its summary.
-        mProxy.events().drain([this](const ReceivedEvent& received) {
-            if (mProxy.recorder() != nullptr) handle(received);
-        });
+        mProxy.events().drain(rest);
         mProgress.clear();
         if (!quiet && mWriter) {
             mWriter->summary(mWatched);
@@ -226,7 +224,7 @@ class Watch {
         }
         const bool played = end == EventQueue::End::kEnded;
         if (played && judgeRecording() != kOk) return kNoData;
-        if (mOptions.count > 0 && mCame == mOptions.count) return kOk;
+        if (mOptions.count > 0 && mCame >= mOptions.count) return kOk;
         if (mOptions.count > 0) {
             const ExitCode silence = played ? kOk : judgeSilence();
             if (silence == kOk)
