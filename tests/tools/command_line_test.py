@@ -217,10 +217,11 @@ def recordings():
         if not re.search(r"^[0-9]+ events of 7 sensors and 2[0-9] calls to the hub are identical",
                          run("replay", path, "--fast")):
             faults.append("not the same")
-        with start([PROGRAM, "--sim", "--quiet", "record", "-o", "-", "1", "--count", "9"],
-                   stdout=subprocess.PIPE) as piped:
-            if subprocess.run([PROGRAM, "replay", "-", "--fast"], stdin=piped.stdout).returncode:
-                faults.append("through a pipe it is not the same")
+        with start([PROGRAM, "--sim", "--quiet", "record", "-o", "-", "1@500", "4@500", "--count", "9",
+                    "--latency", "100"], stdout=subprocess.PIPE) as piped:
+            played = subprocess.run([PROGRAM, "replay", "-", "--fast"], stdin=piped.stdout).returncode
+        if played or piped.returncode:
+            faults.append("a batch of more than --count, through a pipe, is not the same")
         run("--replay", path, "--fast", "record", "-o", path + ".again", "1", "5")
         run("replay", path + ".again", "--fast")
         raw = kinds.index("raw", 200)
@@ -247,8 +248,8 @@ def recordings():
         spoilt(len(lines) - 1, 2, "line [0-9]+: the recording breaks off", (".*\n", ""))
         spoilt(len(lines) - 1, 2, "events. is not their number, [0-9]+", ('events":', 'events":1'))
         greeting = next(i for i, line in enumerate(lines) if "shub_file" in line)
-        spoilt(greeting, 1, "line %(line)d: call 1: write .*file 03 instead of .* 04", ('"03"', '"04"'))
-        spoilt(greeting, 1, "call 1 is not recorded: write .*file 03", (".*\n", ""))
+        spoilt(greeting, 1, "line %(line)d: greeting 1: write .*file 03 instead of .* 04", ('"03"', '"04"'))
+        spoilt(greeting, 1, "greeting 1 is not recorded: write .*file 03", (".*\n", ""))
         spoilt(len(lines) - 1, 2, "line [0-9]+: the recording breaks off in", ("}\n", ""))
         last = [i for i, line in enumerate(lines) if re.match('.*"event".*"handle":4,', line)][-9:]
         ended = [line for i, line in enumerate(lines) if i not in last]
@@ -586,6 +587,11 @@ ROWS = {
         Row(["--chips", saved_file([{"handle": 1, "min_delay_us": 400000, "max_delay_us": 400000, "range": 80,
                                      "resolution": 0.01}]), "check", "1", "--seconds", "0.1"],
             out=r"KNOWN library +initialize-sensors +as they were\n"),
+        # Delays that no sensor can have; what has no longest period is not asked for it.
+        Row(["--chips", saved_file([{"handle": 1, "min_delay_us": 2000, "range": 80, "resolution": 0.01},
+                                    {"handle": 5, "min_delay_us": -1, "range": 4000, "resolution": 0.01}]),
+             "check", "--seconds", "0.1"], 1, lines="^(?!.* inf Hz)", out=r"FAIL +\w+ +listing .* 2000 to 0 (.|\n)*"
+            r"FAIL +\w+ +listing .* -1 to 0(.|\n)*SKIP .* longest-period (.|\n)*, 2 failed"),
         # In a phase of another rate.
         Row("--fault cut:1:8@1s check 1 --seconds 0.5 --quiet", 1, out="FAIL .* timestamps .*[1-9] not rising"),
         Row("--fault available:1:0 check 1 --seconds 0.2 --quiet", 1,

@@ -19,6 +19,7 @@
 #include "simulator/SensorSpec.h"
 #include "tools/subhalctl/doctor/Findings.h"
 #include "tools/subhalctl/hubs/DevicePaths.h"
+#include "tools/subhalctl/proxy/SensorLookup.h"
 #include "tools/subhalctl/showing/Output.h"
 
 namespace subhalctl {
@@ -32,8 +33,6 @@ constexpr size_t kSpecBytesRead = 4096;  // by the library, in one read
 constexpr size_t kLongestIioName = 29;   // that the library reads of a device's name
 constexpr int kShortestBuffer = 600;     // that the library asks for
 constexpr uint8_t kVendors = 12;
-constexpr uint32_t kModeMask = 0xE;
-constexpr uint32_t kOneShotMode = 4;
 constexpr char kDisagree[] = "the driver and the library disagree about the record";
 
 /** How the library uses a node, and what to report where it cannot. */
@@ -266,10 +265,8 @@ class Examination {
         const auto odd = [](float value) { return !std::isfinite(value) || value < 0; };
         const bool text = std::all_of(record.chipName.begin(), record.chipName.end(),
                                       [](char letter) { return letter >= ' ' && letter < 0x7F; });
-        const uint32_t mode = sensor.flags & kModeMask;
         const bool hasFigures = record.handle != simulator::kDebuggerHandle;
-        const std::string delays = formatted("delays from %" PRId32 " to %" PRId32 " µs",
-                                             record.minDelayUs, record.maxDelayUs);
+        const char* delayRule = brokenDelayRule(sensor.flags, record.minDelayUs, record.maxDelayUs);
         const auto figure = [](const char* name, float value) {
             return formatted("%s %g", name, static_cast<double>(value));
         };
@@ -284,12 +281,10 @@ class Examination {
             {record.chipName.empty(), "no chip name", "", Level::kNote},
             {record.vendor >= kVendors, formatted("unknown vendor %d", record.vendor),
              "the vendor stays empty", Level::kNote},
-            {hasFigures && mode == 0 && record.minDelayUs <= 0, delays,
-             "a continuous sensor has a shortest period"},
-            {hasFigures && mode == kOneShotMode && record.minDelayUs != -1, delays,
-             "a one-shot sensor's minimum is -1"},
-            {hasFigures && record.minDelayUs > 0 && record.maxDelayUs < record.minDelayUs, delays,
-             "the maximum is no shorter than the minimum"},
+            {hasFigures && delayRule != nullptr,
+             formatted("delays from %" PRId32 " to %" PRId32 " µs", record.minDelayUs,
+                       record.maxDelayUs),
+             delayRule},
             {hasFigures && record.fifoReserved > record.fifoMax,
              formatted("%d events reserved of a FIFO of %d", record.fifoReserved, record.fifoMax),
              "no more can be reserved than there is"},

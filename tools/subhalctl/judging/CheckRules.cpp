@@ -54,16 +54,6 @@ constexpr Norm kNorms[] = {
     {15, 4, 0.98, 1.02, "a rotation"},
 };
 
-/** What is wrong with the delays for the sensor's mode, empty when nothing is. */
-std::string delayFault(const SensorInfo& sensor) {
-    const int32_t low = sensor.minDelay;
-    const int32_t high = sensor.maxDelay;
-    bool fine = low >= 0 && high >= 0;
-    if (reportingMode(sensor) == SensorFlagBits::CONTINUOUS_MODE) fine = low > 0 && high >= low;
-    if (reportingMode(sensor) == SensorFlagBits::ONE_SHOT_MODE) fine = low == -1 && high == 0;
-    return fine ? "" : formatted("delays %" PRId32 " to %" PRId32 " µs", low, high);
-}
-
 std::string listingFault(const SensorInfo& sensor) {
     if (sensor.sensorHandle <= 0) return "the handle is not above 0";
     if (sensor.name.empty()) return "no name";
@@ -85,7 +75,10 @@ std::string listingFault(const SensorInfo& sensor) {
         return formatted("FIFO %" PRIu32 " with %" PRIu32 " reserved", sensor.fifoMaxEventCount,
                          sensor.fifoReservedEventCount);
     }
-    return delayFault(sensor);
+    const char* rule = brokenDelayRule(sensor.flags, sensor.minDelay, sensor.maxDelay);
+    return rule == nullptr ? ""
+                           : formatted("delays from %" PRId32 " to %" PRId32 " µs: %s",
+                                       sensor.minDelay, sensor.maxDelay, rule);
 }
 
 /** How it differs from this hub's sensor of that handle. */

@@ -100,6 +100,7 @@ struct Subject : Results {
     std::string refused{};  ///< requests, with their results
     std::string unsent{};   ///< accepted requests that did not reach the hub
     int requests = 0;
+    int switches = 0;  ///< that were accepted
 
     int32_t handle() const { return sensor.sensorHandle; }
     int64_t grantedNs() const { return grantedPeriodNs(sensor, observed.periodNs); }

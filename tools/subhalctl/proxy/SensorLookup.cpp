@@ -22,9 +22,8 @@ std::string typeName(const SensorInfo& sensor) {
     return "type " + std::to_string(type);
 }
 
-SensorFlagBits reportingMode(const SensorInfo& sensor) {
-    return static_cast<SensorFlagBits>(sensor.flags &
-                                       static_cast<uint32_t>(SensorFlagBits::MASK_REPORTING_MODE));
+SensorFlagBits reportingMode(uint32_t flags) {
+    return SensorFlagBits{flags & static_cast<uint32_t>(SensorFlagBits::MASK_REPORTING_MODE)};
 }
 
 bool isWakeUp(const SensorInfo& sensor) {
@@ -35,6 +34,20 @@ bool canReportDirectly(const SensorInfo& sensor) {
     constexpr auto kMemory = static_cast<uint32_t>(SensorFlagBits::DIRECT_CHANNEL_ASHMEM) |
                              static_cast<uint32_t>(SensorFlagBits::DIRECT_CHANNEL_GRALLOC);
     return (sensor.flags & kMemory) != 0;
+}
+
+const char* brokenDelayRule(uint32_t flags, int32_t minUs, int32_t maxUs) {
+    const SensorFlagBits mode = reportingMode(flags);
+    if (mode == SensorFlagBits::CONTINUOUS_MODE && minUs <= 0) {
+        return "a continuous sensor has a shortest period";
+    }
+    if (mode == SensorFlagBits::ONE_SHOT_MODE && (minUs != -1 || maxUs != 0)) {
+        return "a one-shot sensor has -1 and 0";
+    }
+    if (mode == SensorFlagBits::ON_CHANGE_MODE && (minUs < 0 || maxUs < 0)) {
+        return "those of an on-change sensor are not below 0";
+    }
+    return minUs > 0 && maxUs < minUs ? "the maximum is no shorter than the minimum" : nullptr;
 }
 
 int64_t grantedPeriodNs(const SensorInfo& sensor, int64_t askedNs) {

@@ -15,11 +15,17 @@ using android::hardware::sensors::V1_0::SensorInfo;
 std::string typeName(const SensorInfo& sensor);
 
 /** CONTINUOUS_MODE and so on. */
-SensorFlagBits reportingMode(const SensorInfo& sensor);
+SensorFlagBits reportingMode(uint32_t flags);
+inline SensorFlagBits reportingMode(const SensorInfo& sensor) {
+    return reportingMode(sensor.flags);
+}
 
 /** Of the sensor's flags. */
 bool isWakeUp(const SensorInfo& sensor);
 bool canReportDirectly(const SensorInfo& sensor);
+
+/** The rule of the platform that delays in µs break, null for none. */
+const char* brokenDelayRule(uint32_t flags, int32_t minUs, int32_t maxUs);
 
 /** The period that the sensor grants, 0 for one without a period. */
 int64_t grantedPeriodNs(const SensorInfo& sensor, int64_t askedNs);
