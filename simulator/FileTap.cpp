@@ -1,6 +1,5 @@
 // Replacements for calls of the C library. They run in every thread from before main() to after
-// it, so everything they touch is constant initialised and a program without a tap pays one load
-// per call.
+// it, so everything they touch is constant initialised. Without a tap a call costs one load more.
 //
 // Each function has its own name and the call's name as its label: C libraries declare these calls
 // differently, and fortified headers wrap them. An optional argument is declared as a plain one and
@@ -8,6 +7,7 @@
 
 #include "simulator/FileTap.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <poll.h>
 

@@ -88,8 +88,7 @@ class SimulatedHub : private TappedFiles {
 
     /**
      * Waits until every record that poll() reports has been read and the library's poll thread
-     * waits in poll() again, so that all resulting events have been posted. Returns false on
-     * time-out.
+     * waits in poll() again, so that all resulting events have been posted. False on time-out.
      */
     bool waitIdle(Milliseconds timeout = Milliseconds(5000));
 

@@ -9,8 +9,7 @@
 #include <utility>
 #include <vector>
 
-// The platform lets only its own HalProxyCallbackBase make wakelocks, so a host program's proxy has
-// one.
+// The platform lets only its own HalProxyCallbackBase make wakelocks, so the host's proxy has one.
 namespace android::hardware::sensors::V2_0::implementation {
 
 /** Counts the shares in the proxy's one wakelock. Any thread. */

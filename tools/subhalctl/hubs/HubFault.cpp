@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
-#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <optional>

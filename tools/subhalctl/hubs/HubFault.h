@@ -16,8 +16,7 @@ struct HubFault {
     double afterSeconds = 0;
 };
 
-/** Returns why the text is no fault, empty when it is one. The caller checks that the hub has the
- *  place. */
+/** Why the text is no fault, empty when it is one. The caller checks that the hub has the place. */
 std::string parseFault(std::string text, HubFault* fault);
 
 }  // namespace subhalctl

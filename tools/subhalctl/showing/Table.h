@@ -23,8 +23,7 @@ class Table {
     void add(std::vector<std::string> cells, std::string below = "");
 
     /**
-     * The heading and the rows; the next time only the rows that have been added since, in the same
-     * columns.
+     * The heading and the rows; later only the rows that have been added since, in those columns.
      */
     std::string text(bool heading = true);
 

@@ -79,7 +79,7 @@ class Replay {
             const bool isPlayed = mActivated.count(std::atoi(name.c_str()) / 10) != 0;
             if (isSwitch && (!isPlayed || lane.recorded.empty())) continue;
             calls += lane.recorded.size();
-            compare("call", lane);
+            compare(name.empty() ? "call" : isSwitch ? "switch-off" : "greeting", lane);
         }
         if (mDifferences.empty()) {
             print("%s of %s and %s to the hub are identical to the recording\n",
@@ -113,8 +113,7 @@ class Replay {
     void addCall(std::vector<Item> Lane::*side, size_t line, const std::string& call,
                  const std::string& path, const std::string& bytes, int64_t number) {
         if (!isHubCall(call)) return;
-        // A recording has no attributes of devices, and the hub's requests for files are not
-        // played.
+        // A recording lacks devices' attributes, and the hub's requests for files are not played.
         for (const char* place : {kIioDirectory, kDataDirectory}) {
             if (path.find(place) == 0) return;
         }
