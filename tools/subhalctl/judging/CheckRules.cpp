@@ -149,12 +149,6 @@ int64_t ageOf(const ReceivedEvent& received) {
 
 }  // namespace
 
-bool Subject::reportsByItself() const {
-    // The hub's own kinds of on-change sensors may have nothing to report before something happens.
-    const bool isPrivate = static_cast<int32_t>(sensor.type) >= simulator::kFirstPrivateType;
-    return on && (grantedNs() > 0 || (onChange() && !isPrivate));
-}
-
 void Subject::checkValues() const {
     const auto type = static_cast<int32_t>(sensor.type);
     const Norm* norm = std::find_if(std::begin(kNorms), std::end(kNorms),

@@ -115,7 +115,7 @@ struct Subject : Results {
     bool direct() const { return canReportDirectly(sensor); }
     bool withoutDirect() const { return !direct(); }
     /** Is on, and need not wait for something to happen. */
-    bool reportsByItself() const;
+    bool reportsByItself() const { return on && subhalctl::reportsByItself(sensor); }
     /** Reports by itself, as far as has been seen. */
     bool restartable() const { return timely && refused.empty() && unsent.empty() && periodic(); }
     bool reported() const { return !observed.events.empty(); }

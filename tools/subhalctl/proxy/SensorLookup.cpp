@@ -59,6 +59,13 @@ int64_t grantedPeriodNs(const SensorInfo& sensor, int64_t askedNs) {
     return std::clamp(askedNs, shortestNs, std::max(shortestNs, longestNs));
 }
 
+bool reportsByItself(const SensorInfo& sensor) {
+    // The hub's own kinds of on-change sensors may have nothing to report before something happens.
+    const bool isPrivate = static_cast<int32_t>(sensor.type) >= simulator::kFirstPrivateType;
+    const bool onChange = reportingMode(sensor) == SensorFlagBits::ON_CHANGE_MODE;
+    return grantedPeriodNs(sensor, 1) > 0 || (onChange && !isPrivate);
+}
+
 std::vector<const SensorInfo*> findSensors(const std::vector<SensorInfo>& sensors,
                                            const std::string& text) {
     if (text.empty()) return {};

@@ -30,6 +30,9 @@ const char* brokenDelayRule(uint32_t flags, int32_t minUs, int32_t maxUs);
 /** The period that the sensor grants, 0 for one without a period. */
 int64_t grantedPeriodNs(const SensorInfo& sensor, int64_t askedNs);
 
+/** Has a rate, or reports its state when it is switched on. */
+bool reportsByItself(const SensorInfo& sensor);
+
 /**
  * Sensors that the user may mean, from the first of these that finds any: the handle; the whole
  * display name; the whole type name, short or long; a part of the sensor's or the type's name. Case

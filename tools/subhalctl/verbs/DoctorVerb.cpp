@@ -63,7 +63,7 @@ struct Station {
     std::string what;
     std::string remedy;
     std::string passed{};  ///< in the last row of a station that is worth a word
-    bool maybe = false;    ///< may be correct, unless the sensor has a rate
+    bool maybe = false;    ///< may be correct, unless the sensor reports by itself
 };
 using Stations = std::vector<Station>;
 
@@ -114,7 +114,6 @@ class Round {
     bool judge(const char* how, Findings& findings) const {
         const std::string subject =
             formatted("%s (%" PRId32 ")%s", typeName(mSensor).c_str(), mSensor.sensorHandle, how);
-        const bool rated = grantedPeriodNs(mSensor, kPeriodNs) > 0;
         for (const Stations& stations : {beforeReading(), onTheWay()}) {
             for (const Station& station : stations) {
                 const std::string place = subject + ", " + station.name;
@@ -122,7 +121,7 @@ class Round {
                     if (!station.passed.empty()) findings.ok(place, station.passed);
                     continue;
                 }
-                if (station.maybe && !rated) {
+                if (station.maybe && !reportsByItself(mSensor)) {
                     findings.report(
                         Level::kNote, place, station.what,
                         "may be correct: it reports only when there is something to report");

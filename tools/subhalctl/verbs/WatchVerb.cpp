@@ -175,10 +175,7 @@ class Watch {
     ExitCode judgeSilence() const {
         ExitCode result = kOk;
         for (const Watched& one : mWatched) {
-            const SensorFlagBits mode = reportingMode(*one.sensor);
-            const bool talks = mode == SensorFlagBits::CONTINUOUS_MODE ||
-                               mode == SensorFlagBits::ON_CHANGE_MODE || one.grantedHz;
-            if (one.events > 0 || !talks) continue;
+            if (one.events > 0 || !reportsByItself(*one.sensor)) continue;
             result = kNoData;
             if (one.sensor->fifoMaxEventCount > 0 &&
                 mOptions.latencyMs * 1'000'000 > elapsedNs(one.startNs, hubNowNs())) {
