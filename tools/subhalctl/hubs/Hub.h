@@ -52,9 +52,8 @@ class Hub {
     virtual bool push(int32_t /*handle*/, const std::string& /*bytes*/) { return false; }
     /** Waits until the library has handled all records. */
     virtual bool waitIdle() { return false; }
-    /** The next write or ioctl, as `call` says, of the path fails. */
-    virtual void failNext(const std::string& /*call*/, const std::string& /*path*/, int /*error*/) {
-    }
+    /** The next "open", "write" or "ioctl" of the path fails with an errno. */
+    virtual void failNext(const std::string& /*call*/, const std::string& /*path*/, int) {}
 };
 
 /** Reports any failure. */

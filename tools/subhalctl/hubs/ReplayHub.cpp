@@ -95,6 +95,7 @@ class ReplayHub : public InProcessHub, private PlatformHooks {
     }
 
     void failNext(const std::string& call, const std::string& path, int error) override {
+        if (call == "open") mHub.failOpen(path, error);
         if (call == "write") mHub.failWrite(path, error);
         if (call == "ioctl") mHub.failIoctl(path, error);
     }
@@ -115,19 +116,26 @@ class ReplayHub : public InProcessHub, private PlatformHooks {
 
     /** What the library found apart from the devices. */
     void layOut() {
-        std::set<std::string> opened;
+        std::map<std::string, int> refused;  // opens
+        std::set<std::string> used;
+        bool loading = true;
         for (const Entry& entry : mRecording.entries) {
             if (entry.kind == Entry::Kind::kProperty) mProperties[entry.name] = entry.text;
             if (entry.kind == Entry::Kind::kClock) mClocks[entry.flag].push_back(entry.timeNs);
+            loading = loading && entry.kind != Entry::Kind::kRequest;
             if (entry.kind != Entry::Kind::kCall) continue;
-            const bool first = opened.insert(entry.name).second;
-            if (entry.text == "open" && entry.result < 0 && first) {
-                mHub.failOpen(entry.name, static_cast<int>(-entry.result), 1,
-                              simulator::SimulatedHub::kForever);
-            } else if (entry.text == "read" && entry.result >= 0 &&
-                       kReplayedFiles.count(entry.name) != 0) {
-                mReads[entry.name].push_back(entry.bytes);
+            if (entry.text == "open" && entry.result < 0) {
+                refused[entry.name] = static_cast<int>(-entry.result);
+                if (loading) failNext(entry.text, entry.name, refused[entry.name]);
+                continue;
             }
+            used.insert(entry.name);
+            if (entry.text == "read" && entry.result >= 0 && kReplayedFiles.count(entry.name) != 0)
+                mReads[entry.name].push_back(entry.bytes);
+        }
+        for (const auto& [path, error] : refused) {
+            const auto kForever = simulator::SimulatedHub::kForever;
+            if (used.count(path) == 0) mHub.failOpen(path, error, 1, kForever);
         }
         for (auto& [path, reads] : mReads) {
             simulator::NodeHandler handler;

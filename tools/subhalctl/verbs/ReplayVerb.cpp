@@ -28,10 +28,6 @@ struct Lane {
     std::vector<Item> played;
 };
 
-bool isHubCall(const std::string& call) {
-    return call == "write" || call == "ioctl";
-}
-
 /**
  * The poll thread switches a one-shot sensor off after each wake-up, at its own times. Such calls
  * have a lane of their own, in which the first represents them all; so has what it sends the hub
@@ -112,7 +108,7 @@ class Replay {
     }
     void addCall(std::vector<Item> Lane::*side, size_t line, const std::string& call,
                  const std::string& path, const std::string& bytes, int64_t number) {
-        if (!isHubCall(call)) return;
+        if (call != "write" && call != "ioctl") return;
         // A recording lacks devices' attributes, and the hub's requests for files are not played.
         for (const char* place : {kIioDirectory, kDataDirectory}) {
             if (path.find(place) == 0) return;
@@ -126,11 +122,9 @@ class Replay {
     }
     // Lets the calls fail that failed then: the request has a later line, but an earlier time.
     void letFail(const Entry& request) {
-        const Entry* const end =
-            mProxy.recording()->entries.data() + mProxy.recording()->entries.size();
-        for (const Entry* call = &request + 1; call != end && call->kind != Entry::Kind::kRequest;
-             ++call) {
-            if (!isHubCall(call->text) || call->result >= 0 || call->line > request.line) continue;
+        const Entry* const end = &mProxy.recording()->entries.back();
+        for (const Entry* call = &request; call++ != end && call->kind != Entry::Kind::kRequest;) {
+            if (call->result >= 0 || call->line > request.line) continue;
             mProxy.hub()->failNext(call->text, call->name, static_cast<int>(-call->result));
         }
     }
