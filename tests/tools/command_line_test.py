@@ -217,11 +217,12 @@ def recordings():
         if not re.search(r"^[0-9]+ events of 7 sensors and 2[0-9] calls to the hub are identical",
                          run("replay", path, "--fast")):
             faults.append("not the same")
-        with start([PROGRAM, "--sim", "--quiet", "record", "-o", "-", "1@500", "4@500", "--count", "9",
-                    "--latency", "100"], stdout=subprocess.PIPE) as piped:
+        with start([PROGRAM, "--sim", "--quiet", "--fault", "open:/sys/class/sensors/hbx_sensor/enable:EIO*1@50ms",
+                    "record", "-o", "-", "1@500", "4@500", "--count", "9", "--latency", "100"],
+                   stdout=subprocess.PIPE) as piped:
             played = subprocess.run([PROGRAM, "replay", "-", "--fast"], stdin=piped.stdout).returncode
         if played or piped.returncode:
-            faults.append("a batch of more than --count, through a pipe, is not the same")
+            faults.append("a batch of more than --count and a failed open are not the same through a pipe")
         run("--replay", path, "--fast", "record", "-o", path + ".again", "1", "5")
         run("replay", path + ".again", "--fast")
         raw = kinds.index("raw", 200)

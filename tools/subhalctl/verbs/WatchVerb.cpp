@@ -45,7 +45,8 @@ class Watch {
         };
         // What has come and is not looked at is not lost.
         mProxy.events().drain(rest);
-        deactivateSensors(left ? mLastNs : end == EventQueue::End::kEnded ? INT64_MAX : hubNowNs());
+        const bool toEnd = end == EventQueue::End::kEnded && mTimes != nullptr;
+        deactivateSensors(left ? mLastNs : toEnd ? INT64_MAX : hubNowNs());
         // A recording has what came until then; so has its summary.
         mProxy.events().drain(rest);
         mProgress.clear();
@@ -92,24 +93,21 @@ class Watch {
     }
 
     bool activateSensors() {
-        const Recording* recording = mProxy.recording();
         for (size_t i = 0; i < mWatched.size(); ++i) {
             mActive.emplace_back(mProxy, *mWatched[i].sensor, mAsked[i].periodNs,
                                  mAsked[i].latencyNs);
             if (!mActive.back().active()) return false;
-            mWatched[i].startNs = recording != nullptr
-                                      ? recording->onNs(mWatched[i].sensor->sensorHandle)
-                                      : mActive.back().startNs();
+            mWatched[i].startNs = mTimes != nullptr ? mTimes->onNs(mWatched[i].sensor->sensorHandle)
+                                                    : mActive.back().startNs();
         }
         return true;
     }
 
     void deactivateSensors(int64_t lookedUntilNs) {
-        const Recording* recording = mProxy.recording();
         for (size_t i = 0; i < mWatched.size(); ++i) {
             int64_t endNs = lookedUntilNs;
-            if (recording != nullptr)
-                endNs = std::min(endNs, recording->offNs(mWatched[i].sensor->sensorHandle));
+            if (mTimes != nullptr)
+                endNs = std::min(endNs, mTimes->offNs(mWatched[i].sensor->sensorHandle));
             mWatched[i].intervals.end(endNs, mAsked[i].latencyNs);
             mActive.pop_front();
         }
@@ -250,6 +248,8 @@ class Watch {
 
     Proxy& mProxy;
     const WatchOptions& mOptions;
+    // When sensors were on, for a run without a recording of its own, which has its own times.
+    const Recording* const mTimes = mProxy.recorder() == nullptr ? mProxy.recording() : nullptr;
     std::unique_ptr<EventWriter> mWriter;  // null when recording
     Progress mProgress;
     std::vector<Watched> mWatched;
