@@ -33,14 +33,14 @@ ssize_t readText(int fd, const std::string& text, void* buffer, size_t size) {
 
 }  // namespace
 
-SimulatedHub::Visit SimulatedHub::visit(Call call, const std::string& path) {
+SimulatedHub::Visit SimulatedHub::visit(const char* call, const std::string& path) {
     std::lock_guard<std::mutex> lock(mMutex);
     const Node& visited = mNodes[path];
     return {visited, mFaults.next(call, path), visited.handler};
 }
 
 int SimulatedHub::open(const std::string& path, int flags, mode_t mode) {
-    const Visit opened = visit(Call::kOpen, path);
+    const Visit opened = visit("open", path);
     if (opened.fault != 0) return -opened.fault;
     if (const int error = prepareOpen(path, opened, flags)) return -error;
     if (isKernelNode(path)) flags &= ~(O_CREAT | O_TRUNC | O_EXCL);
@@ -70,7 +70,7 @@ int SimulatedHub::prepareOpen(const std::string& path, const Visit& visit, int f
 }
 
 ssize_t SimulatedHub::read(const std::string& path, int fd, void* buffer, size_t size) {
-    const Visit visited = visit(Call::kRead, path);
+    const Visit visited = visit("read", path);
     IioDevice* device = visited.node.device;
     if (visited.fault != 0) return -visited.fault;
     const bool attribute = isAttribute(path);
@@ -106,7 +106,7 @@ ssize_t SimulatedHub::readRecords(IioDevice& device, int fd, void* buffer, size_
 }
 
 ssize_t SimulatedHub::write(const std::string& path, int fd, const void* buffer, size_t size) {
-    const Visit visited = visit(Call::kWrite, path);
+    const Visit visited = visit("write", path);
     const bool attribute = isAttribute(path);
     if (attribute) size = std::min(size, kSysfsPage);
     Request request = parseWrite(visited.node.takes.value_or(Request::Kind::kWrite),
@@ -179,7 +179,7 @@ void SimulatedHub::apply(Request* request) {
 
 int SimulatedHub::ioctl(const std::string& path, int fd, unsigned long ioctlNumber,
                         void* argument) {
-    const Visit visited = visit(Call::kIoctl, path);
+    const Visit visited = visit("ioctl", path);
     const bool isBatch = path == kBatchPath;
     Request request;
     request.kind = Request::Kind::kIoctl;
@@ -205,14 +205,14 @@ int SimulatedHub::ioctl(const std::string& path, int fd, unsigned long ioctlNumb
 }
 
 int SimulatedHub::close(const std::string& path) {
-    const Visit closed = visit(Call::kClose, path);
+    const Visit closed = visit("close", path);
     std::lock_guard<std::mutex> lock(mMutex);
     if (closed.node.isRecordDevice()) --closed.node.device->openCount;
     return closed.fault;
 }
 
 int SimulatedHub::enterPoll() {
-    if (const int error = mFaults.next(Call::kPoll, "")) return error;
+    if (const int error = mFaults.next("poll", "")) return error;
     std::lock_guard<std::mutex> lock(mMutex);
     ++mPolling;
     mChanged.notify_all();

@@ -6,21 +6,19 @@
 
 namespace simulator {
 
-enum class Call { kOpen, kRead, kWrite, kIoctl, kClose, kPoll };
-
 /** Calls that are to fail. */
 class Faults {
   public:
     static constexpr int kForever = -1;
 
     /** From the nth matching call on, `count` calls fail with `error`. */
-    void add(Call call, const std::string& path, int error, int nth, int count) {
+    void add(const std::string& call, const std::string& path, int error, int nth, int count) {
         const std::lock_guard<std::mutex> lock(mMutex);
         mFaults.push_back({call, path, error, nth - 1, count});
     }
 
     /** Counts one call; the errno with which it is to fail, or 0. */
-    int next(Call call, const std::string& path) {
+    int next(const char* call, const std::string& path) {
         const std::lock_guard<std::mutex> lock(mMutex);
         int error = 0;
         for (Fault& fault : mFaults) {
@@ -42,7 +40,7 @@ class Faults {
 
   private:
     struct Fault {
-        Call call;
+        std::string call;
         std::string path;
         int error;
         int pass;       ///< calls that still pass

@@ -138,37 +138,23 @@ class SimulatedHub : private TappedFiles {
      *  replaces the driver's. */
     void setHandler(const std::string& path, NodeHandler handler);
 
-    // Faults. The nth matching call from now fails with `error`, and so do the `count` - 1 calls
-    // after it; kForever for all of them. --------------------------------------------------------
+    // Faults. --------------------------------------------------------------------------------
 
     static constexpr int kForever = Faults::kForever;
 
-    /** Of a file, or of a directory named as the library names it. */
-    void failOpen(const std::string& path, int error, int nth = 1, int count = 1) {
-        mFaults.add(Call::kOpen, path, error, nth, count);
+    /**
+     * The nth such call from now fails, and so do the `count` - 1 after it, or all with kForever.
+     *
+     * @param call "open" of a file or a directory; "read", which leaves a record queued; "write";
+     *     "ioctl"; "close", which closes the descriptor all the same; or "poll" of record devices
+     * @param path as the library names it; "" for a poll
+     * @param error errno
+     */
+    void fail(const std::string& call, const std::string& path, int error, int nth = 1,
+              int count = 1) {
+        mFaults.add(call, path, error, nth, count);
     }
-    void failRead(const std::string& path, int error, int nth = 1, int count = 1) {
-        mFaults.add(Call::kRead, path, error, nth, count);
-    }
-    /** Reads of the sensor's record device; the record stays queued. */
-    void failRead(int handle, int error, int nth = 1, int count = 1) {
-        mFaults.add(Call::kRead, devicePath(handle), error, nth, count);
-    }
-    void failWrite(const std::string& path, int error, int nth = 1, int count = 1) {
-        mFaults.add(Call::kWrite, path, error, nth, count);
-    }
-    void failIoctl(const std::string& path, int error, int nth = 1, int count = 1) {
-        mFaults.add(Call::kIoctl, path, error, nth, count);
-    }
-    /** The descriptor is closed all the same. */
-    void failClose(const std::string& path, int error, int nth = 1, int count = 1) {
-        mFaults.add(Call::kClose, path, error, nth, count);
-    }
-    /** poll() calls that watch a record device. */
-    void failPoll(int error, int nth = 1, int count = 1) {
-        mFaults.add(Call::kPoll, "", error, nth, count);
-    }
-    /** Ends all of the above. */
+    /** Ends them all. */
     void clearFaults() { mFaults.clear(); }
     /** The next record read from the sensor ends after `bytes`; the rest of it is lost. */
     void cutNextRecord(int handle, size_t bytes);
@@ -199,7 +185,7 @@ class SimulatedHub : private TappedFiles {
     // The driver's side, in DriverCalls.cpp. Handlers and the generator are called without mMutex,
     // since both call back.
     std::string realPath(const std::string& path) const override { return mTree.real(path); }
-    int enterDirectory(const std::string& path) override { return mFaults.next(Call::kOpen, path); }
+    int enterDirectory(const std::string& path) override { return mFaults.next("open", path); }
     int open(const std::string& path, int flags, mode_t mode) override;
     ssize_t read(const std::string& path, int fd, void* buffer, size_t size) override;
     ssize_t write(const std::string& path, int fd, const void* buffer, size_t size) override;
@@ -214,7 +200,7 @@ class SimulatedHub : private TappedFiles {
         int fault;  // errno with which the call is to fail, or 0
         std::shared_ptr<const NodeHandler> handler;
     };
-    Visit visit(Call call, const std::string& path);
+    Visit visit(const char* call, const std::string& path);
 
     int prepareOpen(const std::string& path, const Visit& visit, int flags) const;
     ssize_t readRecords(IioDevice& device, int fd, void* buffer, size_t size);

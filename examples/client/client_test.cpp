@@ -47,7 +47,7 @@ int main() {
     hub.push(kAccelerometer, simulator::RecordBuilder().i16(4096).i16(0).i16(0).u64(2000).bytes());
     expect(hub.waitIdle() && !faceUp, "gravity along x is not");
 
-    hub.failOpen("/sys/class/sensors/hbx_sensor/enable", EIO);
+    hub.fail("open", "/sys/class/sensors/hbx_sensor/enable", EIO);
     expect(subHal.activate(kAccelerometer, false) != Result::OK,
            "the driver's failure reaches the client");
 

@@ -72,7 +72,7 @@ TEST_P(Conformance, Records) {
     ASSERT_NE(bench.mList->get(row.handle), nullptr);
     checkRecords(row, bench);
 
-    bench.mHub.failRead(row.handle, EIO);
+    bench.mHub.fail("read", bench.mHub.devicePath(row.handle), EIO);
     bench.sensor(row.handle).readEvents();
     EXPECT_LOG(row.readFailure);
     EXPECT_TRUE(bench.mCallback.take().empty());

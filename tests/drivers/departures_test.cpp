@@ -35,7 +35,7 @@ TEST_F(Departures, Injection) {
         EXPECT_EQ(inject(handle, code, arguments), 0);
         EXPECT_LOG(line);
         EXPECT_EQ(takeWritten(), Packets{packet(handle, data)});
-        mHub.failWrite(kInjection, EIO);
+        mHub.fail("write", kInjection, EIO);
         EXPECT_EQ(inject(handle, code, arguments), -EIO);
         LogCapture::take();
         mHub.clearRequests();
@@ -79,7 +79,7 @@ TEST_F(Departures, OrientationModeAndLogAreOfItsOwnObject) {
         EXPECT_EQ(accuracy(52), expected) << mode;
         EXPECT_EQ(accuracy(27), 3) << mode;
     }
-    mHub.failWrite(kInjection, EIO);
+    mHub.fail("write", kInjection, EIO);
     inject(27, kSet, {1});
     EXPECT_EQ(accuracy(27), 2) << "also by a packet that could not be written";
 
@@ -87,7 +87,7 @@ TEST_F(Departures, OrientationModeAndLogAreOfItsOwnObject) {
     LogCapture::take();
     accuracy(52);
     read(52, RecordBuilder().u8(0).u64(0).bytes());
-    mHub.failRead(52, EIO);
+    mHub.fail("read", mHub.devicePath(52), EIO);
     sensor(52).readEvents();
     EXPECT_LOG("I DeviceOrientation(1): event = 1, time = 9", "I DeviceOrientation(1): Meta event",
                "E DeviceOrientation(1) :input data file descriptor not available - "
@@ -125,7 +125,7 @@ TEST_F(Departures, FlipCoverIsListedWhileItsStatusFileOpensReadWrite) {
     handler.onOpen = [](int flags) { return (flags & O_ACCMODE) == O_RDWR ? 0 : EACCES; };
     mHub.setHandler(status, handler);
     EXPECT_TRUE(cover.isShownSensorList());
-    mHub.failOpen(status, EACCES);
+    mHub.fail("open", status, EACCES);
     EXPECT_FALSE(cover.isShownSensorList());
 }
 
@@ -137,7 +137,7 @@ TEST_F(Departures, SequentialStepSendsItsPeriodAsThreshold) {
         EXPECT_EQ(takeWritten(), Packets{packet(47, RecordBuilder().u8(0x80).i64(threshold))});
         EXPECT_LOG("I SequentialStep::batch: threshold " + std::to_string(threshold));
     }
-    mHub.failWrite(kInjection, EIO);
+    mHub.fail("write", kInjection, EIO);
     EXPECT_EQ(sensor(47).batch(47, 2500000, 0), 0);
     EXPECT_EQ(LogCapture::count("E SequentialStep::writeInjection: error(-5) Input/output error"),
               1);

@@ -127,7 +127,7 @@ TEST_F(LightTest, RearSensorReadings) {
                   std::string("getFlickerData: flicker lux: ") + figures + ", dw: 42)");
     }
     EXPECT_EQ(reading(""), "AutoBrightnessSensor::getFlickerData: fread fail");
-    mHub.failOpen(RearLightSensor::kDataPath, EACCES);
+    mHub.fail("open", RearLightSensor::kDataPath, EACCES);
     EXPECT_EQ(reading("1,1"), "AutoBrightnessSensor::getFlickerData: fopen fail");
 }
 
@@ -154,11 +154,11 @@ TEST_F(LightTest, EnableSwitchesTheRearSensor) {
               (Packets{std::string("1\0", 2), std::string("0\0", 2)}));
     EXPECT_LOG(line(1, 1), line(0, 1));
 
-    mHub.failWrite(RearLightSensor::kEnablePath, EIO);
+    mHub.fail("write", RearLightSensor::kEnablePath, EIO);
     tested.enable(kAutoBrightness, true);
     EXPECT_LOG("E AutoBrightnessSensor::enableFlicker: fwrite error.", line(0, 1));
     tested.enable(kAutoBrightness, true);
-    mHub.failOpen(RearLightSensor::kEnablePath, EACCES);
+    mHub.fail("open", RearLightSensor::kEnablePath, EACCES);
     tested.enable(kAutoBrightness, false);
     EXPECT_LOG(line(1, 1), "E AutoBrightnessSensor::enableFlicker: fopen error.", line(1, 1));
 

@@ -153,7 +153,7 @@ TEST_F(DirectChannels, RandomRequestsAgainstAModel) {
                 break;
             case 1: {  // the row keeps what the driver refuses, too
                 const bool refused = random() % 4 == 0;
-                if (refused) hub().failIoctl("/dev/batch_io", EIO);
+                if (refused) hub().fail("ioctl", "/dev/batch_io", EIO);
                 sensor.periodNs = pick({1000000, 2500000, 5000000, 50000000});
                 sensor.latencyNs = pick({0, 300000000});
                 EXPECT_EQ(hal().batch(handle, sensor.periodNs, sensor.latencyNs),

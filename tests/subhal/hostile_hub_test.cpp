@@ -149,7 +149,7 @@ TEST_F(HostileHub, ADeviceThatGivesNothingRestsAlone) {
     constexpr int kFailures = 50;
     hub().setDataAvailable(kBad, "2\n");  // too high: each record's wake-up ends in one
     for (int i = 0; i < kFailures; ++i) {
-        hub().failRead(kBad, EIO);
+        hub().fail("read", hub().devicePath(kBad), EIO);
         EXPECT_TRUE(deliver(kBad, sample()));
     }
     EXPECT_LT(Clock::now() - begin, kFailures * milliseconds(10));
@@ -158,7 +158,7 @@ TEST_F(HostileHub, ADeviceThatGivesNothingRestsAlone) {
 
 TEST_F(HostileHub, APollThatFailsPausesTheThread) {
     EXPECT_TRUE(goodDelivers() && hub().waitIdle());
-    hub().failPoll(ENOMEM, 1, kForever);
+    hub().fail("poll", "", ENOMEM, 1, kForever);
     // Nothing rests: there is no call until something comes.
     EXPECT_TRUE(take(gPauses, 1, milliseconds(50)).empty());
     EXPECT_TRUE(hub().push(kGood, sample()));
@@ -170,7 +170,7 @@ TEST_F(HostileHub, APollThatFailsPausesTheThread) {
     EXPECT_TRUE(deliver(kGood, sample()));
     take(gPauses);
     // Signals do not, however many there are.
-    hub().failPoll(EINTR, 1, 1000);
+    hub().fail("poll", "", EINTR, 1, 1000);
     EXPECT_TRUE(deliver(kGood, sample()));
     EXPECT_TRUE(take(gPauses).empty());
 }
@@ -187,7 +187,7 @@ TEST_F(HostileHub, AFailedReadInABatchLosesNothing) {
         };
         hub().setHandler(hub().attributePath(handle, "buffer/data_available"), count);
         for (const int read : {2, 4, 6})
-            hub().failRead(handle, EIO, read);
+            hub().fail("read", hub().devicePath(handle), EIO, read);
         for (uint64_t i = 1; i <= 4; ++i)
             EXPECT_TRUE(hub().push(handle, record(handle, i)));
         queued.set_value();

@@ -95,9 +95,9 @@ TEST_F(Library, Requests) {
     const auto expect = [this](const Call& call, const std::string& fault, Result result,
                                const std::string& sent, const Lines& lines) {
         SCOPED_TRACE(lines.empty() ? "nothing logged" : lines.back().text);
-        if (fault.find("open ") == 0) hub().failOpen(fault.substr(5), EIO);
-        if (fault == kBatch) hub().failIoctl(kBatch, EIO);
-        if (fault == kEnable || fault == kFlush) hub().failWrite(fault, EIO);
+        if (fault.find("open ") == 0) hub().fail("open", fault.substr(5), EIO);
+        if (fault == kBatch) hub().fail("ioctl", kBatch, EIO);
+        if (fault == kEnable || fault == kFlush) hub().fail("write", fault, EIO);
         hub().clearRequests();
         EXPECT_EQ(call(hal()), result);
         EXPECT_EQ(LogCapture::take(), lines);
@@ -173,7 +173,7 @@ TEST_F(Library, SensorObjectsComeBehindTheHubAndGetInjections) {
     ASSERT_EQ(requests.size(), 2u);
     EXPECT_EQ(requests[0].ioctlNumber, 0x8008FC2Fu);
     EXPECT_EQ(requests[1].bytes, RecordBuilder().u8(1).u8(47).u8(0x80).i64(2).bytes());
-    hub().failIoctl(kBatch, EIO);
+    hub().fail("ioctl", kBatch, EIO);
     EXPECT_EQ(hal().batch(47, 2500000, 0), Result::BAD_VALUE);
     EXPECT_EQ(hub().requests().size(), 3u);
 
@@ -183,7 +183,7 @@ TEST_F(Library, SensorObjectsComeBehindTheHubAndGetInjections) {
     memcpy(&event.u, &code, sizeof(code));
     EXPECT_EQ(hal().injectSensorData(event), Result::OK);
     EXPECT_EQ(hub().requests().size(), 4u);
-    hub().failWrite("/dev/shub_data_injection", EIO);
+    hub().fail("write", "/dev/shub_data_injection", EIO);
     EXPECT_EQ(hal().injectSensorData(event), Result::BAD_VALUE);
 }
 

@@ -84,7 +84,7 @@ TEST_F(CatalogueTest, VendorsByIndex) {
 }
 
 TEST_F(CatalogueTest, BadRecordsAndDevicesLeaveNoGap) {
-    mHub.failOpen(mHub.devicePath(4), EBUSY);
+    mHub.fail("open", mHub.devicePath(4), EBUSY);
     EXPECT_EQ(handlesOf(record(0, "EMPTY") + record(1, "FIRST") + record(1, "SECOND") + record(72) +
                         record(32) + record(255) + record(4, "BUSY") + record(71, "ABSENT") +
                         record(6, "BARO")),
@@ -137,12 +137,12 @@ TEST_F(CatalogueTest, OddFiles) {
     const SensorInfo& info = build(record(1, "FIFTEENLETTERS_", 12)).get(1)->getSensorInfo();
     EXPECT_EQ(std::string(info.name), "FIFTEENLETTERS_ Accelerometer");
 
-    mHub.failOpen(kSpec, ENOENT);
+    mHub.fail("open", kSpec, ENOENT);
     EXPECT_EQ(build().size(), 0);
     EXPECT_EQ(mList->getFds(), nullptr);
     EXPECT_EQ(LogCapture::take().back(),
               "E makeSensorList: open failed. No such file or directory");
-    mHub.failRead(kSpec, EIO);
+    mHub.fail("read", kSpec, EIO);
     EXPECT_EQ(build().size(), 0);
     EXPECT_LOG("E makeSensorList: read failed. ret=-1");
 }

@@ -98,7 +98,7 @@ TEST_F(QContextSensorTest, PostsRecordsAsTheyAre) {
     EXPECT_LOG("I QContextSensor: SensorHub reset");
 
     mServices.pushContext(1, 0, 0, "", 1);
-    mHub.failRead(kHandle, EIO);
+    mHub.fail("read", mHub.devicePath(kHandle), EIO);
     mSensor.readEvents();
     EXPECT_LOG(
         "E QContextSensor :input data file descriptor not "
@@ -151,7 +151,7 @@ TEST_F(QContextSensorTest, AnnouncesTheContextListWhenEnabled) {
 }
 
 TEST_F(QContextSensorTest, EnablesWithoutAReadableListButNotWithoutTheFile) {
-    mHub.failRead(kList, EIO);
+    mHub.fail("read", kList, EIO);
     EXPECT_EQ(mSensor.enable(kHandle, true), 0);
     EXPECT_TRUE(logged("E QContextSensor : qcontext list read failed - (Input/output error)"));
     mHub.removeFile(kList);
@@ -261,11 +261,11 @@ TEST_F(SensorHubDataWriterTest, RetriesInterruptedWritesAndReportsOthers) {
     const std::string begin = "D inject_qcontext_data: New hbx_data_injection_fd(" +
                               std::to_string(hbx_data_injection_fd) + ")";
     LogCapture::take();
-    mHub.failWrite(kDevice, EINTR);
+    mHub.fail("write", kDevice, EINTR);
     give("s10=-1");
     EXPECT_LOG("D 0102030405060708090a ", begin, "E inject_qcontext_data: EINTR! retry to write",
                "D QContext Data Injection return 10");
-    mHub.failWrite(kDevice, EIO);
+    mHub.fail("write", kDevice, EIO);
     const uint8_t bytes[] = {1, 2};
     EXPECT_EQ(SensorHubDataWriter::inject_qcontext_data(bytes, 2), -EIO);
     EXPECT_LOG(begin, "E inject_qcontext_data: error(-5) Input/output error",
@@ -279,7 +279,7 @@ TEST_F(SensorHubDataWriterTest, RetriesInterruptedWritesAndReportsOthers) {
 TEST_F(SensorHubDataWriterTest, TakesTheFirstDeviceThatOpens) {
     const std::string opened = "E SensorHubDataWriter: open sensorhub device ";
     close(hbx_data_injection_fd);
-    mHub.failOpen(kDevice, EACCES, 1, simulator::SimulatedHub::kForever);
+    mHub.fail("open", kDevice, EACCES, 1, simulator::SimulatedHub::kForever);
     Messages fallback;
     simulator::NodeHandler handler;
     handler.onWrite = [&](const std::string& bytes) {

@@ -74,7 +74,7 @@ TEST_F(FileManagerTest, ReadsFromAnOffset) {
     expect(kRead, "/data/vendor/sensorhub/none,4092,0", -ENOENT);
     EXPECT_TRUE(logged("I " + kLead + ": " + kDirectory +
                        "none open failed(-2) No such file or directory"));
-    mHub.failRead(kFile, EIO);
+    mHub.fail("read", kFile, EIO);
     expect(kRead, kFile + ",4,0", -1);
 }
 
@@ -135,14 +135,14 @@ TEST_F(FileManagerTest, OpensNeitherLinksNorWhatBlocks) {
 
 TEST_F(FileManagerTest, RemovesUnlessTheControlFileFails) {
     mHub.setFile(kFile, "x");
-    mHub.failOpen(kControl, EBUSY);
+    mHub.fail("open", kControl, EBUSY);
     expectSilence(kRemove, kFile,
                   "I " + kLead + ": shub_file open failed(-16) Device or resource busy");
-    mHub.failRead(kControl, EIO);
+    mHub.fail("read", kControl, EIO);
     expectSilence(kRemove, kFile, "I " + kLead + ": shub_file read failed(-5)");
     expectSilence(3, kFile, "I " + kLead + ": invalid type 3  ");
     EXPECT_TRUE(mHub.hasFile(kFile));
-    mHub.failWrite(kControl, ENODEV);
+    mHub.fail("write", kControl, ENODEV);
     expectSilence(kRemove, kFile, "E " + kLead + ": error(-19) No such device");
     EXPECT_FALSE(mHub.hasFile(kFile));
     mHub.setFile(kFile, "x");
@@ -155,16 +155,16 @@ TEST_F(FileManagerTest, RemovesUnlessTheControlFileFails) {
 TEST_F(FileManagerTest, ServesOnlyWhenTheHubTookTheReadySignal) {
     const std::string lead = "SensorHubSensor::ready: ";
     const Lines refused{"E " + lead + "error(-5) Input/output error"};
-    mHub.failOpen(kControl, ENOENT);
+    mHub.fail("open", kControl, ENOENT);
     EXPECT_EQ(becomeReady(),
               (Lines{"I " + lead + "shub_file open failed(-2) No such file or directory"}));
     expectSilence(kRemove, kFile, "E fm is not supported");
-    mHub.failWrite(kControl, EIO);
+    mHub.fail("write", kControl, EIO);
     EXPECT_EQ(becomeReady(), refused);
     expectSilence(kRemove, kFile, "E fm is not supported");
     EXPECT_EQ(becomeReady(), Lines{"I " + lead + "send FM READY"});
     // A refused signal leaves the state.
-    mHub.failWrite(kControl, EIO);
+    mHub.fail("write", kControl, EIO);
     EXPECT_EQ(becomeReady(), refused);
     expect(kRemove, kFile, -1);
 
@@ -173,7 +173,7 @@ TEST_F(FileManagerTest, ServesOnlyWhenTheHubTookTheReadySignal) {
     mSensor.readEvents();
     EXPECT_LOG();
     mHub.push(kHandle, std::string(11, '\xFB'));
-    mHub.failRead(kHandle, ENODEV);
+    mHub.fail("read", mHub.devicePath(kHandle), ENODEV);
     mSensor.readEvents();
     EXPECT_LOG("E SensorHubSensor input data file descriptor not available - (No such device)");
 }
@@ -291,13 +291,13 @@ TEST_F(HubDumpTest, PreviousDumpsGiveWay) {
 
 TEST_F(HubDumpTest, CopyFailures) {
     // Without a source the target is made all the same, and stays empty.
-    mHub.failOpen(kSource, EACCES, 1, 2);
+    mHub.fail("open", kSource, EACCES, 1, 2);
     dump(4, 9);
     EXPECT_EQ(mHub.readFile(kLatest), "");
     EXPECT_NE(LogCapture::lines().back().text.find(std::string("inFd(-1)=") + kSource + ", outFd("),
               std::string::npos);
     mHub.removeFile(kLatest);
-    mHub.failOpen(kLatest, EACCES);
+    mHub.fail("open", kLatest, EACCES);
     dump(4, 2);
     const auto line = LogCapture::lines().back();
     EXPECT_EQ(line.level, 'E');
@@ -307,7 +307,7 @@ TEST_F(HubDumpTest, CopyFailures) {
               std::string::npos);
     // A failed write costs its chunk alone.
     mServices.setDumpContent(std::string(4096, 'a') + std::string(4096, 'b') + "c");
-    mHub.failWrite(kLatest, ENOSPC);
+    mHub.fail("write", kLatest, ENOSPC);
     dump(4, 9);
     EXPECT_TRUE(logged("E SensorHubSensor::copyFile: write error: No space left on device"));
     EXPECT_EQ(mHub.readFile(kLatest), std::string(4096, 'b') + "c");

@@ -68,7 +68,7 @@ TEST_F(SensorBaseTest, ConstructionSizesEnablesAndDescribes) {
 TEST_F(SensorBaseTest, LongFifoNamelessChipAndOtherInjectionDevice) {
     mInfo.fifoMaxEventCount = 2000;
     mInfo.name = "";
-    mHub.failOpen(kInjection, ENOENT);
+    mHub.fail("open", kInjection, ENOENT);
     const auto sensor = make();
     EXPECT_EQ(written(Request::Kind::kBufferLength), "2000\n");
     EXPECT_EQ(std::string(sensor->getSensorInfo().name), "Plain");
@@ -81,11 +81,11 @@ TEST_F(SensorBaseTest, MissingPiecesLeaveNoDescriptor) {
     EXPECT_EQ(unknown->getFd(), -1);
     EXPECT_EQ(unknown->enable(1, true), -EIO);
     EXPECT_EQ(LogCapture::take().back(), "E PlainSensor::enable, data fd -1, handle 1, enable 1");
-    mHub.failOpen(mDevice, EBUSY);
+    mHub.fail("open", mDevice, EBUSY);
     EXPECT_EQ(make()->getFd(), -1);
     EXPECT_EQ(LogCapture::take().at(0), "E SensorBase, ERROR mDevNum = " + mNumber);
     EXPECT_EQ(written(Request::Kind::kBufferLength), "");
-    mHub.failOpen("/sys/bus/iio/devices/", ENOENT);
+    mHub.fail("open", "/sys/bus/iio/devices/", ENOENT);
     EXPECT_EQ(make()->getFd(), -1);
     EXPECT_EQ(LogCapture::take().at(0), "E No industrialio devices available");
 }
@@ -107,8 +107,8 @@ TEST_F(SensorBaseTest, DeviceNamesAreComparedAsTheFirstWordOfAtMost29Characters)
 TEST_F(SensorBaseTest, FailedBufferEnableGetsOneMoreAttempt) {
     const std::string path = attribute("buffer/enable");
     const std::string line = "E writeSysfsInt, ERROR open file " + path + " to write with error ";
-    mHub.failWrite(path, EBUSY, 1, 2);
-    mHub.failOpen(attribute("buffer/length"), EACCES);  // skipped without a word
+    mHub.fail("write", path, EBUSY, 1, 2);
+    mHub.fail("open", attribute("buffer/length"), EACCES);  // skipped without a word
     auto sensor = make();
     EXPECT_EQ(LogCapture::take().at(1), line + "16");
     EXPECT_EQ(sensor->enable(1, true), 0);
@@ -118,10 +118,10 @@ TEST_F(SensorBaseTest, FailedBufferEnableGetsOneMoreAttempt) {
 
     // The attempt is used up even when the file is gone.
     sensor.reset();
-    mHub.failClose(path, EIO);
+    mHub.fail("close", path, EIO);
     sensor = make();
     EXPECT_EQ(LogCapture::take().at(1), line + "5");
-    mHub.failOpen(path, ENOENT);
+    mHub.fail("open", path, ENOENT);
     mHub.clearRequests();
     for (int i = 0; i < 2; ++i) {
         EXPECT_EQ(sensor->enable(1, true), 0);
@@ -170,7 +170,7 @@ TEST_F(SensorBaseTest, SysfsNumbers) {
     mHub.setFile(path, " -12 and more");
     EXPECT_EQ(SensorBase::readSysfsInt(path, &value), 0);
     EXPECT_EQ(value, -12);
-    mHub.failClose(path, EIO);
+    mHub.fail("close", path, EIO);
     EXPECT_EQ(SensorBase::readSysfsInt(path, &value), -EIO);
     EXPECT_LOG("E SensorBase::readSysfsInt: close failed: -5(Input/output error)");
 }
@@ -200,11 +200,11 @@ TEST_F(SensorBaseTest, DefaultInjectionSkipsPayloadWordOne) {
         EXPECT_EQ(sensor->injectSensorData(event), result);
         EXPECT_EQ(LogCapture::take().back(), "E PlainSensor::writeInjection: " + line);
     };
-    mHub.failWrite(kInjection, EINTR, 1, 2);
+    mHub.fail("write", kInjection, EINTR, 1, 2);
     expectFailure(0, "EINTR! retry to write");
-    mHub.failWrite(kInjection, ENOSPC);
+    mHub.fail("write", kInjection, ENOSPC);
     expectFailure(-ENOSPC, "error(-28) No space left on device");
-    mHub.failOpen(kInjection, EACCES);
+    mHub.fail("open", kInjection, EACCES);
     expectFailure(-ENODEV, "open failed(-13) Permission denied");
 }
 

@@ -95,9 +95,7 @@ class ReplayHub : public InProcessHub, private PlatformHooks {
     }
 
     void failNext(const std::string& call, const std::string& path, int error) override {
-        if (call == "open") mHub.failOpen(path, error);
-        if (call == "write") mHub.failWrite(path, error);
-        if (call == "ioctl") mHub.failIoctl(path, error);
+        mHub.fail(call, path, error);
     }
 
   private:
@@ -135,7 +133,7 @@ class ReplayHub : public InProcessHub, private PlatformHooks {
         }
         for (const auto& [path, error] : refused) {
             const auto kForever = simulator::SimulatedHub::kForever;
-            if (used.count(path) == 0) mHub.failOpen(path, error, 1, kForever);
+            if (used.count(path) == 0) mHub.fail("open", path, error, 1, kForever);
         }
         for (auto& [path, reads] : mReads) {
             simulator::NodeHandler handler;

@@ -168,12 +168,7 @@ class SignalHub : public InProcessHub {
   private:
     void play(const HubFault& fault) {
         const std::string path = fault.handle < 0 ? fault.path : mHub.devicePath(fault.handle);
-        if (fault.kind == "open") mHub.failOpen(path, fault.error, 1, fault.count);
-        if (fault.kind == "read") mHub.failRead(path, fault.error, 1, fault.count);
-        if (fault.kind == "write") mHub.failWrite(path, fault.error, 1, fault.count);
-        if (fault.kind == "ioctl") mHub.failIoctl(path, fault.error, 1, fault.count);
-        if (fault.kind == "close") mHub.failClose(path, fault.error, 1, fault.count);
-        if (fault.kind == "poll") mHub.failPoll(fault.error, 1, fault.count);
+        if (fault.error != 0) mHub.fail(fault.kind, path, fault.error, 1, fault.count);
         if (fault.kind == "drop") mHub.dropDevice(fault.handle);
         if (fault.kind == "cut") mHub.cutNextRecord(fault.handle, static_cast<size_t>(fault.bytes));
         if (fault.kind == "available") mHub.setDataAvailable(fault.handle, fault.text);

@@ -124,7 +124,8 @@ class Replay {
     void letFail(const Entry& request) {
         const Entry* const end = &mProxy.recording()->entries.back();
         for (const Entry* call = &request; call++ != end && call->kind != Entry::Kind::kRequest;) {
-            if (call->result >= 0 || call->line > request.line) continue;
+            const bool failed = call->text != "read" && call->result < 0;
+            if (!failed || call->line > request.line) continue;
             mProxy.hub()->failNext(call->text, call->name, static_cast<int>(-call->result));
         }
     }
