@@ -38,7 +38,7 @@ struct WatchOptions {
     std::vector<std::string> sensors;  ///< SENSOR or SENSOR@HZ
     double rateHz = 0;                 ///< 0: see periodNs
     int64_t periodNs = 0;              ///< 0: 20 ms
-    int64_t latencyMs = 0;
+    int64_t latencyMs = -1;            ///< below 0: the recorded one, or 0
     int64_t count = 0;   ///< ends after that many data events of all sensors; 0: never
     double seconds = 0;  ///< 0: no limit
     std::string format = "text";

@@ -75,7 +75,7 @@ class Watch {
         ProxyRequest asked;
         if (recording != nullptr) asked = recording->batch(sensor->sensorHandle);
         asked.periodNs = periodOf(mOptions, *selector, asked.periodNs);
-        if (mOptions.latencyMs > 0) asked.latencyNs = mOptions.latencyMs * 1'000'000;
+        if (mOptions.latencyMs >= 0) asked.latencyNs = mOptions.latencyMs * 1'000'000;
         for (size_t i = 0; i < mWatched.size(); ++i) {
             if (mWatched[i].sensor != sensor) continue;
             if (mAsked[i].periodNs == asked.periodNs) return kOk;
@@ -170,19 +170,23 @@ class Watch {
     }
 
     /** Fails when a sensor that reports by itself did not, or when there was no event at all. */
-    ExitCode judgeSilence() const {
+    ExitCode judgeSilence(bool played) const {
         ExitCode result = kOk;
         for (const Watched& one : mWatched) {
             if (one.events > 0 || !reportsByItself(*one.sensor)) continue;
             result = kNoData;
-            if (one.sensor->fifoMaxEventCount > 0 &&
-                mOptions.latencyMs * 1'000'000 > elapsedNs(one.startNs, hubNowNs())) {
+            const std::string name = typeName(*one.sensor);
+            if (played) {
+                complain("the recording has no %sevents of %s (%" PRId32 ")",
+                         one.stale > 0 ? "fresh " : "", name.c_str(), one.sensor->sensorHandle);
+            } else if (one.sensor->fifoMaxEventCount > 0 &&
+                       mOptions.latencyMs * 1'000'000 > elapsedNs(one.startNs, hubNowNs())) {
                 complain("%s reported nothing yet: --latency lets it wait for %" PRId64 " ms",
-                         typeName(*one.sensor).c_str(), mOptions.latencyMs);
+                         name.c_str(), mOptions.latencyMs);
             } else {
                 complain("%s stayed silent; \"subhalctl doctor %" PRId32
                          "\" finds out where it stops",
-                         typeName(*one.sensor).c_str(), one.sensor->sensorHandle);
+                         name.c_str(), one.sensor->sensorHandle);
             }
         }
         if (mCame == 0 && result == kOk) complain("no events");
@@ -197,19 +201,6 @@ class Watch {
         return kNoData;
     }
 
-    /** After a recording was played to its end. */
-    ExitCode judgeRecording() const {
-        ExitCode result = kOk;
-        for (const Watched& one : mWatched) {
-            if (one.events > 0) continue;
-            complain("the recording has no %sevents of %s (%" PRId32 ")",
-                     one.stale > 0 ? "fresh " : "", typeName(*one.sensor).c_str(),
-                     one.sensor->sensorHandle);
-            result = kNoData;
-        }
-        return result;
-    }
-
     ExitCode judge(EventQueue::End end) const {
         if (outputLost()) return kOutputLost;
         if (const size_t overflowed = mProxy.events().overflowed()) {
@@ -218,15 +209,12 @@ class Watch {
             return kOutputLost;
         }
         const bool played = end == EventQueue::End::kEnded;
-        if (played && judgeRecording() != kOk) return kNoData;
         if (mOptions.count > 0 && mCame >= mOptions.count) return kOk;
         if (mOptions.count > 0) {
-            const ExitCode silence = played ? kOk : judgeSilence();
-            if (silence == kOk)
+            if (judgeSilence(played) == kOk)
                 complain("%" PRId64 " of %" PRId64 " events came", mCame, mOptions.count);
             return kNoData;
         }
-        if (played) return kOk;
         if (end == EventQueue::End::kInterrupted) {
             // Without --seconds a signal is the usual end, and what came is judged.
             if (mCame == 0 || mOptions.seconds > 0) {
@@ -235,7 +223,7 @@ class Watch {
             }
             if (mOptions.requirement.empty()) return kOk;
         }
-        return judgeSilence();
+        return judgeSilence(played);
     }
 
     ExitCode require() const {
