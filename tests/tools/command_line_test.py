@@ -221,7 +221,7 @@ def recordings():
                     "record", "-o", "-", "1@500", "4@500", "--count", "9", "--latency", "100"],
                    stdout=subprocess.PIPE) as piped:
             played = subprocess.run([PROGRAM, "replay", "-", "--fast"], stdin=piped.stdout).returncode
-        if played or piped.returncode:
+        if played or piped.returncode != 5:
             faults.append("a batch of more than --count and a failed open are not the same through a pipe")
         run("--replay", path, "--fast", "record", "-o", path + ".again", "1", "5")
         run("replay", path + ".again", "--fast")
@@ -429,6 +429,10 @@ ROWS = {
             out="^timestamp_ns,received_ns,handle,sensor,kind,stale,wakeup,accuracy,v0,v1,v2\n",
             err="accelerometer +[0-9]+ +50.000 +50.000 "),
         Row("--quiet watch 4 --count 10 --format json", lines=EVENT),
+        Row("--fault push:2:%sff%s@0.1s watch 2 --seconds 0.3 --format csv" % ("00" * 12, "00" * 8),
+            env={"COLUMNS": "60"}, out=",no contact,0"),
+        Row("--fault write:/sys/class/sensors/hbx_sensor/enable:EIO@0.1s watch 1 --seconds 0.3", 5,
+            err="handle 1: switching off: BAD_VALUE"),
         Row("watch 8 --count 1 --seconds 20", out=r" 8 W   physical_proximity (.|\n)* 1\n$"),
         Row("watch significant_motion", out=r"significant_motion +1 +- +- +- (.|\n)* 1\n$"),
         Row("watch sensorhubs --seconds 0.3", judge=figures(2, 3, 3),
@@ -438,7 +442,7 @@ ROWS = {
             out="received: 01 05 64 00 00 00 05 00 00 00 14 00 00 00 f4 01 00 00\n"),
         Row("inject 5 --words 0x10000000 0 0x42c80000", out="received: 01 05 64 00 00 00\n"),
         Row("--quiet direct vdis_gyro --rate fast --seconds 0.5 --check",
-            lines=r"^age p50 [0-9.]+, .* 0 torn, 0 lost; [34][0-9][0-9].[0-9]+ Hz, "),
+            lines=r"^age p50 [0-9.]+, .* 0 torn, 0 lost, 0 stale; [34][0-9][0-9].[0-9]+ Hz, "),
         Row("direct 38 --rate normal --seconds 0.2 --format json", out='"age_p50_ns":[0-9]+,.*"lost":0',
             lines=r'^{"kind":"(data|summary)"'),
         # A record without its stamp, and a sensor that falls silent.
@@ -447,7 +451,7 @@ ROWS = {
         Row("--fault cut:38:4@1s direct 38 --rate fast --seconds 1.3 --format json",
             out=r'"timestamp_ns":0,.*"stale":true(.|\n)*"torn":0,"backward":1'),
         Row("--fault drop:38@1s --quiet direct 38 --rate fast --seconds 1.6 --check", 1,
-            out=r" 0 lost; .*\nsilent for the last [0-9]{3,4}\.[0-9] ms\n"),
+            out=r" 0 lost, 0 stale; .*\nsilent for the last [0-9]{3,4}\.[0-9] ms\n"),
         *[Row("--fault read:38:EIO --quiet direct 38 --rate fast --seconds 0.1 --check --format " + form, 6, out=says)
           for form, says in (("text", "^age p50 -, p99 -, max - ms; 0 rec.* - Hz, jitter - ms"),
                              ("json", '"age_p50_ns":null,.*"rate_hz":null,"jitter_ns":null'))],
@@ -597,6 +601,10 @@ ROWS = {
         Row("--fault cut:1:8@1s check 1 --seconds 0.5 --quiet", 1, out="FAIL .* timestamps .*[1-9] not rising"),
         Row("--fault available:1:0 check 1 --seconds 0.2 --quiet", 1,
             out=r"\AFAIL  accelerometer +batching +0 events before the flush\n30 results"),
+        Row("--fault available:1:0@0.8s check 1 --seconds 0.2 --quiet", 1,
+            out=r"\AFAIL  accelerometer +batching +1 batch, .* silent for [4-9][0-9][0-9]\."),
+        Row("--fault write:/sys/class/sensors/hbx_sensor/hbx_flush:EIO@0.9s check 1 --seconds 0.2 --quiet", 1,
+            out=r"\AFAIL  accelerometer +flush +0 completions of 1, batched\n"),
         Row("check 5 --seconds 0.1 --format tap",
             lines="^(TAP version 13|ok [0-9]+ - .*|not ok .* # TODO known .*|1..[0-9]+)$"),
         # Three phases in, none of which is judged before its end.

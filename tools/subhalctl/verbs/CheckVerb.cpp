@@ -76,7 +76,8 @@ constexpr Rule kRules[] = {
      "one with each record"},
     {"silent-when-off", kAll, "no events from a sensor that is off and reported before"},
     {"flush-when-off", kLibrary, "a sensor that is off refuses to be flushed; known: it does not"},
-    {"batching", kFifo, "events are held back for 50 to 125 % of the requested latency"},
+    {"batching", kFifo,
+     "the median batch is held back for 50 to 125 % of the requested latency, up to the flush"},
     {"flush-order", kFifo, "a flush delivers the events held back, before its completion"},
     {"direct-token", kChannel, "a report has a token above 0"},
     {"direct-memory", kChannel, "the memory is zeroed when registered and when unregistered"},
@@ -261,8 +262,10 @@ class Check {
             const char* why = hidden ? "needs --sim or --trace" : "nothing to judge it by";
             if (rule.need.isFor == nullptr) mLibrary.skip(rule.name, why);
             for (const Subject* subject : chosen(rule.need.isFor)) {
-                const bool sound = hidden || subject->timely || !subject->heard;
-                subject->skip(rule.name, sound ? why : "its time stamps or its rate failed");
+                const bool failed = !subject->timely && subject->heard;
+                const char* own = failed ? "its time stamps or its rate prove nothing" : why;
+                if (!subject->refused.empty()) own = "a request was refused";
+                subject->skip(rule.name, hidden ? why : own);
             }
         }
     }
@@ -323,9 +326,11 @@ class Check {
             const int64_t shortestNs = subject->sensor.minDelay * int64_t{1000};
             const int64_t longestNs = subject->sensor.maxDelay * int64_t{1000};
             const int64_t periodNs = periodAtHub(*subject, shortestNs / 2);
+            const int64_t longNs = periodAtHub(*subject, longestNs * 2);
+            if (periodNs == 0 || longNs == 0) continue;  // the hub was not asked
             subject->judge(periodNs >= shortestNs, "shortest-period",
                            formatted("%" PRId64 " ns of %" PRId64 " ns", periodNs, shortestNs));
-            if (longestNs >= shortestNs) ++broken[periodAtHub(*subject, longestNs * 2) > longestNs];
+            if (longestNs >= shortestNs) ++broken[longNs > longestNs];
         }
         judgeKnown("longest-period", broken);
     }
@@ -451,7 +456,8 @@ class Check {
         for (const Subject* subject : subjects) {
             mProxy.flush(subject->handle());
         }
-        const bool finished = receive(kSilenceSeconds);
+        const bool finished =
+            receiveUntil(subjects, &Subject::completed) && receive(kSilenceSeconds);
         stop(subjects);
         if (!finished) return;
         for (Subject* subject : subjects) {
@@ -483,7 +489,7 @@ class Check {
         subject.judge(report.value > 0, "direct-token",
                       formatted("%s: %" PRId32, level.name, report.value));
         subject.checkDirectRecords(level, memory, startNs);
-        if (mHubSeen) {
+        if (mHubSeen && memory.record(0).reserved0 != 0) {
             const bool stopped = switched(subject.handle(), false);
             subject.judge(stopped, "direct-stop",
                           formatted("%s: %s", level.name, stopped ? "off" : "on"), Verdict::kKnown);
