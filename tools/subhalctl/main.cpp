@@ -17,7 +17,8 @@ std::string logLevelOf(const subhalctl::GlobalOptions& options) {
 
 subhalctl::ExitCode play(const subhalctl::Command& command, bool* mayExit) {
     subhalctl::Proxy proxy(command.options);
-    const subhalctl::ExitCode exitCode = command.run(proxy);
+    subhalctl::ExitCode exitCode = command.run(proxy);
+    if (exitCode == subhalctl::kOk && proxy.leftOn()) exitCode = subhalctl::kRefused;
     *mayExit = proxy.close();
     if (!*mayExit) _exit(subhalctl::afterOutput(exitCode));
     if (proxy.wakelocksHeld() == 0) return exitCode;

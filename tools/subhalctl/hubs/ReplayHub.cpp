@@ -42,7 +42,8 @@ class ReplayHub : public InProcessHub, private PlatformHooks {
         gPlatformHooks = this;
         layOut();
         // A live one runs from when a sensor is first switched on, and must not go back there.
-        setHubClock(recording.startNs, !options.fast && !options.ended);
+        setHubClock(options.ended ? recording.onNs() : recording.startNs,
+                    !options.fast && !options.ended);
         if (!options.ended) return;
         simulator::NodeHandler flushes;
         flushes.onWrite = [this](const std::string& bytes) {
@@ -132,8 +133,8 @@ class ReplayHub : public InProcessHub, private PlatformHooks {
                 mReads[entry.name].push_back(entry.bytes);
         }
         for (const auto& [path, error] : refused) {
-            const auto kForever = simulator::SimulatedHub::kForever;
-            if (used.count(path) == 0) mHub.fail("open", path, error, 1, kForever);
+            if (used.count(path) == 0)
+                mHub.fail("open", path, error, 1, simulator::Faults::kForever);
         }
         for (auto& [path, reads] : mReads) {
             simulator::NodeHandler handler;

@@ -92,7 +92,7 @@ class Ring {
 
 ClientChannel::~ClientChannel() {
     unregister();
-    if (mReporting) mProxy.activate(mSensor, false);
+    if (mReporting) mProxy.switchOff(mSensor);
 }
 
 Result ClientChannel::registerMemory(const SharedMemory& memory) {

@@ -179,6 +179,13 @@ Result Proxy::flush(int32_t handle) {
     return request({"flush", handle, 0, 0, false, ""}, [&] { return subHal().flush(handle); });
 }
 
+void Proxy::switchOff(int32_t handle) {
+    const Result result = activate(handle, false);
+    if (result == Result::OK) return;
+    mLeftOn = true;
+    refused("handle " + std::to_string(handle), "switching off", result);
+}
+
 bool Proxy::close() {
     mEvents.waitForRoom(false);
     if (mLibrary == nullptr || mLibrary->entryPoint() == nullptr) return true;
@@ -200,7 +207,7 @@ ActiveSensor::ActiveSensor(Proxy& proxy, const SensorInfo& sensor, int64_t perio
 }
 
 ActiveSensor::~ActiveSensor() {
-    mProxy.activate(mHandle, false);
+    mProxy.switchOff(mHandle);
 }
 
 }  // namespace subhalctl

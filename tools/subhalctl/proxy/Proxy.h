@@ -79,6 +79,9 @@ class Proxy {
     Result batch(int32_t handle, int64_t periodNs, int64_t latencyNs);
     Result activate(int32_t handle, bool enable);
     Result flush(int32_t handle);
+    /** Reports when the library refuses, which leftOn() then remembers. */
+    void switchOff(int32_t handle);
+    bool leftOn() const { return mLeftOn; }
     EventQueue& events() { return mEvents; }
     const std::vector<SensorInfo>& sensors() const { return mSensors; }
 
@@ -112,6 +115,7 @@ class Proxy {
     std::unique_ptr<Recorder> mRecorder;
     std::unique_ptr<Recording> mRecording;
     std::unique_ptr<Hub> mHub;
+    bool mLeftOn = false;
     bool mCallsAreKept = false;
     std::mutex mCallLock;
     std::vector<FileCall> mCalls;  // guarded by mCallLock

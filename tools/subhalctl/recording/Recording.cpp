@@ -463,6 +463,7 @@ int64_t Recording::offNs(int32_t handle) const {
     int64_t offNs = lastNs;
     for (const Entry& entry : entries) {
         if (entry.request.what != "activate" || entry.handle != handle) continue;
+        if (entry.request.result != "OK") continue;
         offNs = entry.request.enable ? lastNs : entry.timeNs;
     }
     return offNs;

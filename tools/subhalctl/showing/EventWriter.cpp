@@ -128,7 +128,7 @@ class CsvWriter : public EventWriter {
         for (size_t i = 0; i < mColumns; ++i) {
             line += ',' + (watched.size() > 1 ? "v" + std::to_string(i) : first.values[i].name);
         }
-        print("%s\n", line.c_str());
+        printText(printable(line) + "\n");  // unbroken
     }
 
     void event(const Watched& watched, const ReceivedEvent& received) override {
@@ -142,7 +142,7 @@ class CsvWriter : public EventWriter {
         for (size_t i = 0; i < mColumns; ++i) {
             line += ',' + (i < reading.values.size() ? reading.values[i].exactText() : "");
         }
-        print("%s\n", line.c_str());
+        printText(printable(line) + "\n");  // unbroken
     }
 
     // The summary has other columns; a file of one table is easier to read.

@@ -242,7 +242,7 @@ class Picture {
             const std::string unit = all[column].unit;
             text(kSide + 20, line,
                  all[column].name + (unit.empty() ? "" : " [" + unit + "]") +
-                     formatted(": %.6g … %.6g", least->value, greatest->value));
+                     formatted(": %.7g … %.7g", least->value, greatest->value));
         }
         const double flat = high == 0 ? 1 : std::fabs(high) / 10;
         const double margin = low < high ? (high - low) * 0.06 : flat;
@@ -331,7 +331,7 @@ class Picture {
         const double step = stepOf(strip.high - strip.low, strip.height / 16);
         for (double tick = std::ceil(strip.low / step); tick * step <= strip.high; ++tick) {
             mText += across("grid", strip.y(tick * step));
-            text(kLeft - 6, strip.y(tick * step) - 8.5, formatted("%.6g", tick * step + 0.0),
+            text(kLeft - 6, strip.y(tick * step) - 8.5, formatted("%.7g", tick * step + 0.0),
                  "right");
         }
         mText += box("frame", kLeft, kRight, strip.top, strip.height);

@@ -176,7 +176,7 @@ std::vector<std::vector<size_t>> groupsOf(const std::vector<Value>& values) {
     std::string last;
     for (size_t i = 0; i < values.size(); ++i) {
         const std::string name = values[i].name;
-        const bool isPart = name.size() == 1 || name[1] == '_';
+        const bool isPart = name[0] >= 'w' && (name.size() == 1 || name[1] == '_');
         const std::string what = (isPart ? name.substr(1) : name) + ' ' + values[i].unit;
         if (groups.empty() || what != last) groups.emplace_back();
         groups.back().push_back(i);

@@ -42,8 +42,8 @@ Figure inMs(Figure ns) {
 }
 
 /** In percent. */
-Figure shareOf(int64_t count, double all) {
-    return when(all > 0, 100 * static_cast<double>(count) / all);
+Figure shareOf(int64_t count, size_t all) {
+    return when(all > 0, 100 * static_cast<double>(count) / static_cast<double>(all));
 }
 
 /** Two recordings, sensor by sensor. */
@@ -64,7 +64,7 @@ class Comparison {
             const auto of = [&](const Series& series) {
                 const auto& all = series.events;
                 return shareOf(std::count_if(all.begin(), all.end(), counts),
-                               static_cast<double>(fresh ? series.data.size() : all.size()));
+                               fresh ? series.data.size() : all.size());
             };
             percent(name, of(first), of(second));
         };
@@ -101,7 +101,7 @@ class Comparison {
             return figure ? formatted(form, *figure) : "-";
         };
         print("%s%-8s %-24s %14s %14s %14s\n", mHead.c_str(), differs ? "differs" : "",
-              name.c_str(), text("%.6g", first).c_str(), text("%.6g", second).c_str(),
+              name.c_str(), text("%.7g", first).c_str(), text("%.7g", second).c_str(),
               text("%+.6g", change).c_str());
         mHead.clear();
     }
@@ -119,8 +119,7 @@ class Comparison {
         const auto lost = [](const Watched& figures) {
             const auto count = figures.lost();
             if (!count) return Figure();
-            return shareOf(*count,
-                           static_cast<double>(figures.events) + static_cast<double>(*count));
+            return shareOf(*count, static_cast<size_t>(figures.events + *count));
         };
         share("granted/Hz", first.grantedHz, second.grantedHz);
         share("rate/Hz", first.intervals.rateHz(), second.intervals.rateHz());

@@ -50,7 +50,9 @@ class Client {
         mLastReadNs = read.readNs;
         if (whole && record.type != SENSOR_TYPE_META_DATA) {
             Watched& one = mWatched[0];
-            if (record.timestamp >= one.startNs) one.intervals.add(record.timestamp);
+            const bool fresh = record.timestamp >= one.startNs;
+            if (fresh) one.intervals.add(record.timestamp);
+            if (!fresh) ++one.stale;
             if (record.timestamp > 0) one.latency.add(elapsedNs(record.timestamp, read.readNs));
         }
         if (mWriter) show(read, whole);
@@ -94,17 +96,18 @@ class Client {
                                {"repeated", figures.repeated},
                                {"torn", figures.torn},
                                {"backward", figures.backward},
+                               {"stale", mWatched[0].stale},
                                {"lost", figures.lost},
                                {"silent_ns", silenceNs},
                                {"stalled", stalled}};
             return printText(jsonText(line) + "\n");
         }
-        std::string lines =
-            wrapped("age p50 " + millisecondsText(ages, 0.5) + ", p99 " +
-                        millisecondsText(ages, 0.99) + ", max " + millisecondsText(ages, 1) +
-                        " ms; " + figures.text() + "; " + figureText(intervals.rateHz()) +
-                        " Hz, jitter " + figureText(intervals.jitterNs(), 1e6) + " ms\n",
-                    4);
+        std::string lines = wrapped(
+            "age p50 " + millisecondsText(ages, 0.5) + ", p99 " + millisecondsText(ages, 0.99) +
+                ", max " + millisecondsText(ages, 1) + " ms; " + figures.text() + ", " +
+                std::to_string(mWatched[0].stale) + " stale; " + figureText(intervals.rateHz()) +
+                " Hz, jitter " + figureText(intervals.jitterNs(), 1e6) + " ms\n",
+            4);
         if (silenceNs > 0) {
             lines += formatted("silent for the last %.1f ms\n", milliseconds(silenceNs));
         }

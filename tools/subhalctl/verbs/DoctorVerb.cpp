@@ -62,8 +62,8 @@ struct Station {
     const char* name;
     std::string what;
     std::string remedy;
-    std::string passed{};  ///< in the last row of a station that is worth a word
-    bool maybe = false;    ///< may be correct, unless the sensor reports by itself
+    std::string passed{};         ///< in the last row of a station that is worth a word
+    const char* maybe = nullptr;  ///< why it may be correct, unless it reports by itself
 };
 using Stations = std::vector<Station>;
 
@@ -106,7 +106,7 @@ class Round {
         }
         mCalls = mProxy.takeCalls();
         lookForUnreadRecord();
-        mProxy.activate(handle, false);
+        mProxy.switchOff(handle);
         sortReads();
     }
 
@@ -121,10 +121,9 @@ class Round {
                     if (!station.passed.empty()) findings.ok(place, station.passed);
                     continue;
                 }
-                if (station.maybe && !reportsByItself(mSensor)) {
-                    findings.report(
-                        Level::kNote, place, station.what,
-                        "may be correct: it reports only when there is something to report");
+                if (station.maybe != nullptr && !reportsByItself(mSensor)) {
+                    findings.report(Level::kNote, place, station.what,
+                                    std::string("may be correct: ") + station.maybe);
                 } else {
                     findings.fail(place, station.what, station.remedy);
                 }
@@ -226,7 +225,8 @@ class Round {
              mPollError != 0 ? remedyOf(mPollError, O_RDONLY)
                              : "poll() fails, reads are in vain or a thread hangs: see --trace"},
             {silent, "hub", formatted("accepted the request, sent no record in %g s", mSeconds),
-             "look at its messages in the kernel log, and at the chip", "", true},
+             "look at its messages in the kernel log, and at the chip", "",
+             "it reports only when there is something to report"},
             {mRecords == 0 && mFailed > 0, "read", counted(mFailed, "failed read") + textOf(read),
              read != nullptr && read->result == -EINVAL
                  ? formatted("a record may exceed the %lu bytes that the library reads",
@@ -243,7 +243,7 @@ class Round {
              "it switches a one-shot sensor off after each wake-up, even if the read fails"},
             {!mEvent, "driver",
              std::string("the library posted ") + mOther + " for a whole record: " + mRecord,
-             "its driver of this sensor drops it", "", true}};
+             "its driver of this sensor drops it", "", "not every record is an event"}};
     }
 
     Proxy& mProxy;

@@ -25,10 +25,13 @@ ExitCode runHubDump(Proxy& proxy, const HubDumpOptions& options) {
             "the hub:\n",
             options.type, options.count);
     }
+    size_t bytes = 0;
     for (const auto& [path, size] : hub.dumpFiles()) {
         print("%8zu  %s\n", size, quoted(path).c_str());
+        bytes += size;
     }
-    return kOk;
+    if (bytes == 0) complain("the library saved nothing");
+    return bytes > 0 ? kOk : kNoData;
 }
 
 }  // namespace subhalctl

@@ -124,8 +124,7 @@ class Replay {
     void letFail(const Entry& request) {
         const Entry* const end = &mProxy.recording()->entries.back();
         for (const Entry* call = &request; call++ != end && call->kind != Entry::Kind::kRequest;) {
-            const bool failed = call->text != "read" && call->result < 0;
-            if (!failed || call->line > request.line) continue;
+            if (call->text == "read" || call->result >= 0 || call->line > request.line) continue;
             mProxy.hub()->failNext(call->text, call->name, static_cast<int>(-call->result));
         }
     }
@@ -155,6 +154,7 @@ class Replay {
     }
     void play(const Entry& entry) {
         using Kind = Entry::Kind;
+        mLastLine = entry.line;
         if (entry.kind == Kind::kEvent) {
             mEvents[entry.handle].recorded.push_back(itemOf(entry.line, entry.received));
         } else if (entry.kind == Kind::kCall) {
@@ -174,8 +174,7 @@ class Replay {
                               item + " is missing: " + lane.recorded[i].parts[0]);
             }
             if (i >= lane.recorded.size()) {
-                return differ(mProxy.recording()->entries.back().line,
-                              item + " is not recorded: " + lane.played[i].parts[0]);
+                return differ(mLastLine, item + " is not recorded: " + lane.played[i].parts[0]);
             }
             for (size_t part = 0; part < lane.recorded[i].parts.size(); ++part) {
                 const std::string& recorded = lane.recorded[i].parts[part];
@@ -208,6 +207,7 @@ class Replay {
     void differ(size_t line, const std::string& what) { mDifferences.emplace(line, what); }
 
     Proxy& mProxy;
+    size_t mLastLine = 1;
     std::map<std::string, Lane> mCalls;
     std::map<int32_t, Lane> mEvents;
     std::map<int32_t, bool> mActivated;  // what was switched, and whether it is on

@@ -168,7 +168,9 @@ ExitCode runFlush(Proxy& proxy, const FlushOptions& options) {
         return false;
     });
     if (end != EventQueue::End::kDone) {
-        complain("%s: no completion of the flush", typeName(*sensor).c_str());
+        const bool cut = end == EventQueue::End::kInterrupted;
+        complain("%s: %s", typeName(*sensor).c_str(),
+                 cut ? "interrupted" : "no completion of the flush");
         return kNoData;
     }
     print("%s: flush complete after %.3f ms, %s before it\n", typeName(*sensor).c_str(),
