@@ -430,7 +430,7 @@ ROWS = {
             err="accelerometer +[0-9]+ +50.000 +50.000 "),
         Row("--quiet watch 4 --count 10 --format json", lines=EVENT),
         Row("--fault push:2:%sff%s@0.1s watch 2 --seconds 0.3 --format csv" % ("00" * 12, "00" * 8),
-            env={"COLUMNS": "60"}, out=",no contact,0"),
+            env={"COLUMNS": "50"}, out=",no contact,0"),
         Row("--fault write:/sys/class/sensors/hbx_sensor/enable:EIO@0.1s watch 1 --seconds 0.3", 5,
             err="handle 1: switching off: BAD_VALUE"),
         Row("watch 8 --count 1 --seconds 20", out=r" 8 W   physical_proximity (.|\n)* 1\n$"),
