@@ -35,6 +35,8 @@ struct Watched {
         return when(grantedHz && (intervals.intervals() > 0 || intervals.lost() > 0),
                     intervals.lost());
     }
+    std::optional<double> rateHz() const { return grantedHz ? intervals.rateHz() : grantedHz; }
+    std::optional<double> jitterNs() const { return grantedHz ? intervals.jitterNs() : grantedHz; }
     bool isStale(const ReceivedEvent& received) const;
     void add(const ReceivedEvent& received);
     /** Counts from here on. */

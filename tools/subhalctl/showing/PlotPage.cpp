@@ -300,12 +300,13 @@ class Picture {
     Points pointsOf(const Series& series, const ValueOf& valueOf) const {
         Points points;
         const bool holds = reportingMode(series.sensor) == SensorFlagBits::ON_CHANGE_MODE;
+        const bool continues = holds || series.periodNs > 0;
         bool joined = false;
         for (const RecordedEvent* event : series.data) {
             const int64_t timeNs = event->stampNs();
             if (isOff(*event)) continue;
             const double value = valueOf(*event);
-            joined = joined && event->lost == 0 && std::isfinite(value);
+            joined = joined && continues && event->lost == 0 && std::isfinite(value);
             if (!std::isfinite(value)) continue;
             const double until = x(holds ? offNs(series, timeNs) : timeNs);
             // Between two activations there is no value.
@@ -376,9 +377,9 @@ class Picture {
 std::string summaryOf(const Watched& figures) {
     std::string text = counted(figures.events, "event");
     if (figures.grantedHz) text += formatted(", granted %.6g Hz", *figures.grantedHz);
-    if (const auto rateHz = figures.intervals.rateHz(); rateHz && figures.grantedHz) {
-        text += formatted(", measured %.6g Hz, jitter %.4g ms", *rateHz,
-                          *figures.intervals.jitterNs() / 1e6);
+    if (figures.rateHz()) {
+        text += formatted(", measured %.6g Hz, jitter %.4g ms", *figures.rateHz(),
+                          *figures.jitterNs() / 1e6);
     }
     if (figures.flushes > 0) text += ", " + counted(figures.flushes, "flush", "es");
     return figures.wakelocks > 0 ? text + ", " + counted(figures.wakelocks, "wakelock") : text;

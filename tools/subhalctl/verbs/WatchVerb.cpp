@@ -39,14 +39,13 @@ class Watch {
         if (mOptions.statsSeconds <= 0 && mWriter) mWriter->begin(mWatched, quiet);
         if (!activateSensors()) return kRefused;
         const auto end = receive();
-        bool left = end == EventQueue::End::kDone;
+        bool left = end == EventQueue::End::kDone && mProxy.recorder() == nullptr;
         const auto rest = [&](const ReceivedEvent& received) {
             mProxy.recorder() != nullptr ? handle(received) : left = true;
         };
         // What has come and is not looked at is not lost.
         mProxy.events().drain(rest);
-        const bool toEnd = end == EventQueue::End::kEnded && mTimes != nullptr;
-        deactivateSensors(left ? mLastNs : toEnd ? INT64_MAX : hubNowNs());
+        deactivateSensors(left ? mLastNs : INT64_MAX);
         // A recording has what came until then; so has its summary.
         mProxy.events().drain(rest);
         mProgress.clear();
@@ -105,10 +104,9 @@ class Watch {
 
     void deactivateSensors(int64_t lookedUntilNs) {
         for (size_t i = 0; i < mWatched.size(); ++i) {
-            int64_t endNs = lookedUntilNs;
-            if (mTimes != nullptr)
-                endNs = std::min(endNs, mTimes->offNs(mWatched[i].sensor->sensorHandle));
-            mWatched[i].intervals.end(endNs, mAsked[i].latencyNs);
+            const int32_t handle = mWatched[i].sensor->sensorHandle;
+            const int64_t offNs = mTimes != nullptr ? mTimes->offNs(handle) : hubNowNs();
+            mWatched[i].intervals.end(std::min(lookedUntilNs, offNs), mAsked[i].latencyNs);
             mActive.pop_front();
         }
     }
