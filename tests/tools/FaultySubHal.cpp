@@ -207,6 +207,7 @@ class FaultySubHal : public ISensorsSubHal {
         mReal->getSensorsList([&](const auto& list) { sensors = list; });
         for (SensorInfo& sensor : sensors) {
             mListed[sensor.sensorHandle] = sensor;
+            if (sensor.sensorHandle == 22 && fault("listed-wakeup")) sensor.flags ^= 1;
             if (sensor.sensorHandle != 1) continue;
             if (fault("listed-type")) sensor.type = SensorType::GYROSCOPE;
             if (fault("listed-fifo")) ++sensor.fifoMaxEventCount;
@@ -255,6 +256,12 @@ class FaultySubHal : public ISensorsSubHal {
         if (fault("noted-rate")) periodNs = periodNs * 100 / 105;
         if (fault("latency-ignored")) latencyNs = 0;
         if (fault("latency-1.3")) latencyNs = latencyNs * 13 / 10;
+        if (fault("latency-once") && latencyNs > 0) {
+            std::thread([this, handle, periodNs, latencyNs] {
+                std::this_thread::sleep_for(std::chrono::nanoseconds(latencyNs + 50'000'000));
+                mReal->batch(handle, periodNs, 0);
+            }).detach();
+        }
         if (fault("keeps-longest")) periodNs = std::min<int64_t>(periodNs, 160000000);
         const Result result = mReal->batch(handle, periodNs, latencyNs);
         if (fault("no-clamp") && result == Result::OK) {

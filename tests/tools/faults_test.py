@@ -24,6 +24,7 @@ SAID = [("direct-skips", 1, " 1 missed"), ("direct-zeroed", 1, "stalled at recor
 HUB = sys.argv[4:] or ["--sim", "--still"]
 FAULTS = """
 listed-type       1      identity            listed-fifo      1     identity
+listed-wakeup     22     identity            latency-once     1     batching
 listed-power      1      listing             listed-twice     1     names-distinct
 unknown-handle    1      unknown-handles     refuses-on       1     activate
 on-unsent         1      hub-switch          off-unsent       1     hub-switch

@@ -84,6 +84,10 @@ std::string listingFault(const SensorInfo& sensor) {
 /** How it differs from this hub's sensor of that handle. */
 std::string identityFault(const SensorInfo& sensor,
                           const std::vector<simulator::SensorSpec>& specs) {
+    constexpr auto kWakeUp = static_cast<uint32_t>(SensorFlagBits::WAKE_UP);
+    const auto spec = std::find_if(specs.begin(), specs.end(), [&](const auto& one) {
+        return one.handle == sensor.sensorHandle;
+    });
     if (const auto* known = simulator::findKnownSensor(sensor.sensorHandle)) {
         const auto type = static_cast<int32_t>(sensor.type);
         if (type != known->type) {
@@ -96,15 +100,12 @@ std::string identityFault(const SensorInfo& sensor,
         if (permission != sensor.requiredPermission.c_str()) {
             return "permission instead of \"" + permission + "\"";
         }
-        constexpr auto kWakeUp = static_cast<uint32_t>(SensorFlagBits::WAKE_UP);
-        if ((sensor.flags & ~kWakeUp) != (known->flags & ~kWakeUp)) {
-            return formatted("flags 0x%03" PRIx32 " instead of 0x%03" PRIx32, sensor.flags,
-                             known->flags);
+        const bool wakeUp = spec != specs.end() ? spec->wakeUp : isWakeUp(sensor);  // hub's own
+        const uint32_t flags = known->flags | (wakeUp ? kWakeUp : 0U);
+        if (sensor.flags != flags) {
+            return formatted("flags 0x%03" PRIx32 " instead of 0x%03" PRIx32, sensor.flags, flags);
         }
     }
-    const auto spec = std::find_if(specs.begin(), specs.end(), [&](const auto& one) {
-        return one.handle == sensor.sensorHandle;
-    });
     if (spec == specs.end() || (sensor.fifoMaxEventCount == spec->fifoMax &&
                                 sensor.fifoReservedEventCount == spec->fifoReserved)) {
         return "";
@@ -378,15 +379,14 @@ void Subject::checkEvents() const {
 }
 
 void Subject::checkBatching(int64_t latencyNs, int64_t flushedNs) const {
-    // A batch begins where the age leaps up; a busy machine makes some of them older, not most.
+    // A batch arrives at once; a busy machine makes some of them older, not most.
     std::vector<int64_t> heldNs;
-    int64_t lastAgeNs = INT64_MIN / 2;
+    int64_t lastNs = 0;
     int64_t newestNs = 0;
     for (const ReceivedEvent& received : observed.events) {
         if (received.receivedNs >= flushedNs) break;
-        const int64_t age = ageOf(received);
-        if (age > lastAgeNs + latencyNs / 2) heldNs.push_back(age);
-        lastAgeNs = age;
+        if (received.receivedNs > lastNs + grantedNs() / 2) heldNs.push_back(ageOf(received));
+        lastNs = received.receivedNs;
         newestNs = std::max(newestNs, received.event.timestamp);
     }
     if (heldNs.empty()) return judge(false, "batching", "0 events before the flush");

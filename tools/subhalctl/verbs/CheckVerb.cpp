@@ -24,7 +24,7 @@ constexpr double kSettleSeconds = 0.1;  // for events on their way when a sensor
 constexpr double kSilenceSeconds = 0.3;
 constexpr double kLongestSlowSeconds = 10;
 constexpr double kPeriodsOfSlowest = 3.2;
-constexpr size_t kDirectRecords = 4096;  // ten seconds of the fastest level
+constexpr size_t kDirectRecords = 20'000;  // ten seconds of the fastest level
 constexpr size_t kSmallRecords = 16;
 
 /** What a rule is for: it is skipped without what `text` says. */
@@ -70,7 +70,7 @@ constexpr Rule kRules[] = {
     {"event-kind", kAll, "events are of the sensor's type, meta-data events are completed flushes"},
     {"wakelock", kAll, "a wakelock is held for each event of a wake-up sensor, and for no other"},
     {"on-change", {"on-change sensor", &Subject::onChange}, "no event repeats the one before"},
-    {"one-shot", {"one-shot sensor", &Subject::oneShot}, "one event, and then off"},
+    {"one-shot", {"one-shot sensor", &Subject::oneShot}, "one event, and no other"},
     {"flush", kAll,
      "one completion for each flush; a one-shot sensor refuses it; known: gyroscope_aois completes "
      "one with each record"},
@@ -413,7 +413,7 @@ class Check {
         const auto subjects = chosen(&Subject::any);
         stop(subjects);
         if (!receive(kSettleSeconds)) return;
-        const double seconds = phaseOf(subjects, kSilenceSeconds);
+        const double seconds = phaseOf(subjects, std::max(kSilenceSeconds, mOptions.seconds));
         forgetEvents(subjects, 0);
         if (!receive(seconds)) return;
         Tally broken;
