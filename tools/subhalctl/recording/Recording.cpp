@@ -315,16 +315,15 @@ class Loader {
     std::string read(std::FILE* file) {
         std::string buffer(kLongestLine, '\0');
         while (std::fgets(buffer.data(), static_cast<int>(buffer.size()), file) != nullptr) {
-            ++mLine;
+            ++mRecording.lines;
             std::string fault = line(buffer.substr(0, buffer.find('\0')));
             if (!fault.empty()) return fault;
         }
         if (std::ferror(file) != 0) return std::strerror(errno);
-        if (mLine == 0) return "the file is empty";
+        if (mRecording.lines == 0) return "the file is empty";
         if (!mEnded) return "the recording breaks off here: its end is missing";
         return mRecording.spec.empty() ? "the recording has no sensor specification" : "";
     }
-    size_t lines() const { return mLine; }
 
   private:
     std::string line(const std::string& text) {
@@ -341,7 +340,7 @@ class Loader {
     }
     void take(const std::string& kind, int64_t timeNs, Members& members) {
         using Kind = Recording::Entry::Kind;
-        if (mLine == 1) {
+        if (mRecording.lines == 1) {
             if (kind != "start" || members.text("recording") != "subhalctl") {
                 return members.blame("kind", "is not that of a recording");
             }
@@ -365,7 +364,7 @@ class Loader {
             mEnded = true;
             return;
         }
-        Recording::Entry entry{Kind::kRaw, mLine, timeNs};
+        Recording::Entry entry{Kind::kRaw, mRecording.lines, timeNs};
         if (kind == "raw") {
             entry.handle = members.handle();
             entry.bytes = members.bytes("hex", 1, kLargestRecord);
@@ -403,7 +402,6 @@ class Loader {
     static constexpr int64_t kLargestErrno = 4095;
 
     Recording& mRecording;
-    size_t mLine = 0;
     bool mEnded = false;
 };
 
@@ -478,7 +476,7 @@ bool loadRecording(const std::string& path, Recording* recording) {
         fault = std::strerror(errno);
     } else {
         fault = loader.read(file);
-        const size_t line = loader.lines();
+        const size_t line = recording->lines;
         if (!fault.empty() && line > 0) fault = formatted("line %zu: ", line) + fault;
         std::fclose(file);
     }

@@ -97,6 +97,7 @@ struct Recording {
     };
 
     int64_t startNs = 0;
+    size_t lines = 0;
     std::string spec;
     std::vector<Entry> entries;  ///< by time
 

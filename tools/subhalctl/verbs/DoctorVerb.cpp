@@ -26,7 +26,8 @@ using Calls = std::vector<FileCall>;
 
 constexpr int64_t kPeriodNs = 20'000'000;
 constexpr int64_t kLatencyNs = 100'000'000;
-constexpr int32_t kSeveralForms[] = {2, 14, 34, 37};  // whose records are of several lengths
+// The shortest forms of records that have several.
+constexpr std::pair<int32_t, size_t> kShortest[] = {{2, 15}, {14, 20}, {34, 20}, {37, 12}};
 
 bool isPath(const FileCall& call, Kind kind, const std::string& path) {
     return call.kind == kind && call.path == path;
@@ -160,9 +161,10 @@ class Round {
     }
 
     void sortReads() {
-        const bool severalForms = std::count(std::begin(kSeveralForms), std::end(kSeveralForms),
-                                             mSensor.sensorHandle) > 0;
-        const size_t whole = mKnown == nullptr || severalForms ? 0 : mKnown->recordSize;
+        size_t whole = mKnown == nullptr ? 0 : mKnown->recordSize;
+        for (const auto& [handle, bytes] : kShortest) {
+            if (handle == mSensor.sensorHandle) whole = bytes;
+        }
         for (const FileCall& call : mCalls) {
             const bool off = mOff || isSwitch(call, mSensor.sensorHandle, false);
             if (mRecords == 0) mOff = off;

@@ -84,7 +84,7 @@ class Replay {
             return kOk;
         }
         const auto& [line, first] = *mDifferences.begin();
-        print("%s, one at most in a sensor's events; the first is line %zu: %s\n",
+        print("%s, one at most of a sensor's events and of the calls; the first is line %zu: %s\n",
               counted(mDifferences.size(), "difference").c_str(), line, printable(first).c_str());
         return kCheckFailed;
     }
@@ -154,7 +154,6 @@ class Replay {
     }
     void play(const Entry& entry) {
         using Kind = Entry::Kind;
-        mLastLine = entry.line;
         if (entry.kind == Kind::kEvent) {
             mEvents[entry.handle].recorded.push_back(itemOf(entry.line, entry.received));
         } else if (entry.kind == Kind::kCall) {
@@ -174,7 +173,8 @@ class Replay {
                               item + " is missing: " + lane.recorded[i].parts[0]);
             }
             if (i >= lane.recorded.size()) {
-                return differ(mLastLine, item + " is not recorded: " + lane.played[i].parts[0]);
+                return differ(mProxy.recording()->lines,
+                              item + " is not recorded: " + lane.played[i].parts[0]);
             }
             for (size_t part = 0; part < lane.recorded[i].parts.size(); ++part) {
                 const std::string& recorded = lane.recorded[i].parts[part];
@@ -207,7 +207,6 @@ class Replay {
     void differ(size_t line, const std::string& what) { mDifferences.emplace(line, what); }
 
     Proxy& mProxy;
-    size_t mLastLine = 1;
     std::map<std::string, Lane> mCalls;
     std::map<int32_t, Lane> mEvents;
     std::map<int32_t, bool> mActivated;  // what was switched, and whether it is on
