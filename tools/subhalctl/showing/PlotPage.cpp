@@ -377,10 +377,9 @@ class Picture {
 std::string summaryOf(const Watched& figures) {
     std::string text = counted(figures.events, "event");
     if (figures.grantedHz) text += formatted(", granted %.6g Hz", *figures.grantedHz);
-    if (figures.rateHz()) {
+    if (figures.rateHz())
         text += formatted(", measured %.6g Hz, jitter %.4g ms", *figures.rateHz(),
                           *figures.jitterNs() / 1e6);
-    }
     if (figures.flushes > 0) text += ", " + counted(figures.flushes, "flush", "es");
     return figures.wakelocks > 0 ? text + ", " + counted(figures.wakelocks, "wakelock") : text;
 }

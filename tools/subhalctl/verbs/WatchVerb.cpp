@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cinttypes>
 #include <deque>
+#include <map>
 
 #include "tools/subhalctl/hubs/PlatformHooks.h"
 #include "tools/subhalctl/judging/Requirement.h"
@@ -39,13 +40,13 @@ class Watch {
         if (mOptions.statsSeconds <= 0 && mWriter) mWriter->begin(mWatched, quiet);
         if (!activateSensors()) return kRefused;
         const auto end = receive();
-        bool left = end == EventQueue::End::kDone && mProxy.recorder() == nullptr;
+        std::map<int32_t, int64_t> left;  // by handle, when the first event came that is not seen
         const auto rest = [&](const ReceivedEvent& received) {
-            mProxy.recorder() != nullptr ? handle(received) : left = true;
+            if (mProxy.recorder() != nullptr) return static_cast<void>(handle(received));
+            left.emplace(received.event.sensorHandle, received.receivedNs);
         };
-        // What has come and is not looked at is not lost.
         mProxy.events().drain(rest);
-        deactivateSensors(left ? mLastNs : INT64_MAX);
+        deactivateSensors(left);
         // A recording has what came until then; so has its summary.
         mProxy.events().drain(rest);
         mProgress.clear();
@@ -102,17 +103,18 @@ class Watch {
         return true;
     }
 
-    void deactivateSensors(int64_t lookedUntilNs) {
+    /** What has come and is not looked at is not lost. */
+    void deactivateSensors(std::map<int32_t, int64_t> left) {
         for (size_t i = 0; i < mWatched.size(); ++i) {
             const int32_t handle = mWatched[i].sensor->sensorHandle;
             const int64_t offNs = mTimes != nullptr ? mTimes->offNs(handle) : hubNowNs();
-            mWatched[i].intervals.end(std::min(lookedUntilNs, offNs), mAsked[i].latencyNs);
+            const int64_t endNs = std::min(offNs, left.emplace(handle, offNs).first->second);
+            mWatched[i].intervals.end(endNs, mAsked[i].latencyNs);
             mActive.pop_front();
         }
     }
 
     bool handle(const ReceivedEvent& received) {
-        mLastNs = received.receivedNs;
         if (mProxy.recorder() != nullptr) mProxy.recorder()->event(received);
         const auto found = std::find_if(mWatched.begin(), mWatched.end(), [&](const Watched& one) {
             return one.sensor->sensorHandle == received.event.sensorHandle;
@@ -242,8 +244,7 @@ class Watch {
     std::vector<Watched> mSlice;       // the same for the seconds that are counted now
     std::vector<ProxyRequest> mAsked;  // by index of mWatched
     std::deque<ActiveSensor> mActive;
-    int64_t mCame = 0;    // events of all sensors, without the stale ones
-    int64_t mLastNs = 0;  // arrival of the latest event
+    int64_t mCame = 0;  // events of all sensors, without the stale ones
     int64_t mShownNs = 0;
 };
 
