@@ -217,8 +217,8 @@ def recordings():
         if not re.search(r"^[0-9]+ events of 7 sensors and 2[0-9] calls to the hub are identical",
                          run("replay", path, "--fast")):
             faults.append("not the same")
-        with start([PROGRAM, "--sim", "--quiet", "--fault", "open:/sys/class/sensors/hbx_sensor/enable:EIO*1@50ms",
-                    "record", "-o", "-", "1@500", "4@500", "--count", "9", "--latency", "100"],
+        with start([PROGRAM, "--sim", "--quiet", "--fault", "open:/sys/class/sensors/hbx_sensor/enable:EIO*1@400ms",
+                    "record", "-o", "-", "1@500", "4@500", "--count", "9", "--latency", "500"],
                    stdout=subprocess.PIPE) as piped:
             played = subprocess.run([PROGRAM, "replay", "-", "--fast"], stdin=piped.stdout).returncode
         if played or piped.returncode != 5:
