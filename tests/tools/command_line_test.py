@@ -224,6 +224,7 @@ def recordings():
         if played or piped.returncode != 5:
             faults.append("a batch of more than --count and a failed open are not the same through a pipe")
         run("--replay", path, "--fast", "record", "-o", path + ".again", "1", "5")
+        run("--replay", path, "watch", "1", "--seconds", "0.4", "--require", "lost=0")
         run("replay", path + ".again", "--fast")
         raw = kinds.index("raw", 200)
         event = kinds.index("event", 200)

@@ -46,15 +46,12 @@ class Watch {
             left.emplace(received.event.sensorHandle, received.receivedNs);
         };
         mProxy.events().drain(rest);
-        deactivateSensors(left);
+        deactivateSensors(end == EventQueue::End::kEnded, left);
         // A recording has what came until then; so has its summary.
         mProxy.events().drain(rest);
         mProgress.clear();
-        if (!quiet && mWriter) {
-            mWriter->summary(mWatched);
-        } else if (!quiet) {
-            printSummary(summaryTable(mWatched), mOptions.recording == "-");
-        }
+        if (!quiet && mWriter) mWriter->summary(mWatched);
+        if (!quiet && !mWriter) printSummary(summaryTable(mWatched), mOptions.recording == "-");
         const ExitCode kept = keepRecording();
         const ExitCode judged = kept == kOutputLost ? kept : judge(end);
         if (judged != kOk || kept != kOk) return judged != kOk ? judged : kept;
@@ -104,11 +101,13 @@ class Watch {
     }
 
     /** What has come and is not looked at is not lost. */
-    void deactivateSensors(std::map<int32_t, int64_t> left) {
+    void deactivateSensors(bool played, std::map<int32_t, int64_t> left) {
         for (size_t i = 0; i < mWatched.size(); ++i) {
             const int32_t handle = mWatched[i].sensor->sensorHandle;
-            const int64_t offNs = mTimes != nullptr ? mTimes->offNs(handle) : hubNowNs();
-            const int64_t endNs = std::min(offNs, left.emplace(handle, offNs).first->second);
+            const int64_t offNs = mTimes != nullptr ? mTimes->offNs(handle) : INT64_MAX;
+            const int64_t nowNs = mTimes != nullptr && played ? offNs : hubNowNs();
+            const int64_t seenNs = left.emplace(handle, nowNs).first->second;
+            const int64_t endNs = std::min({offNs, nowNs, seenNs});
             mWatched[i].intervals.end(endNs, mAsked[i].latencyNs);
             mActive.pop_front();
         }
