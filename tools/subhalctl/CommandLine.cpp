@@ -210,7 +210,7 @@ void addWatched(CLI::App& verb, WatchOptions& options) {
     verb.add_option(
             "--seconds", options.seconds,
             "End after that time (default: at Ctrl-C). Exit status 6 with fewer events than "
-            "--count, or when a sensor that reports by itself stayed silent")
+            "--count, or without it when a sensor that reports by itself stayed silent")
         ->check(seconds());
     verb.add_option("--require", options.requirement, kRequirementHelp)
         ->check([](const std::string& text) { return requirementFault(text); });

@@ -57,6 +57,8 @@ class Comparison {
         mHead = first.name() + "\n";
         const double periodMs = milliseconds(std::max(first.periodNs, second.periodNs));
         if (periodMs > 0) rates(first.figures, second.figures, periodMs);
+        figure("events", static_cast<double>(first.figures.events),
+               static_cast<double>(second.figures.events), INFINITY);
         figure("type", static_cast<double>(first.sensor.type),
                static_cast<double>(second.sensor.type), 0);
         const auto events = [&](const char* name, bool fresh,
@@ -166,9 +168,8 @@ ExitCode runCompare(Proxy& proxy, const CompareOptions& options) {
         const ExitCode loaded = run->load(*path);
         if (loaded != kOk) return loaded;
     }
-    const bool quiet = proxy.options().quiet;
-    if (!quiet) print("%33s %14s %14s %14s\n", "", "first", "second", "change");
-    Comparison comparison(options.tolerance / 100, quiet);
+    if (!proxy.options().quiet) print("%33s %14s %14s %14s\n", "", "first", "second", "change");
+    Comparison comparison(options.tolerance / 100, proxy.options().quiet);
     for (const auto& [handle, series] : first.sensors) {
         const auto found = second.sensors.find(handle);
         if (found == second.sensors.end()) {
