@@ -104,7 +104,7 @@ class Comparison {
         };
         print("%s%-8s %-24s %14s %14s %14s\n", mHead.c_str(), differs ? "differs" : "",
               name.c_str(), text("%.7g", first).c_str(), text("%.7g", second).c_str(),
-              text("%+.6g", change).c_str());
+              text("%+.7g", change).c_str());
         mHead.clear();
     }
     void share(const std::string& name, Figure first, Figure second, double more = 0) {
