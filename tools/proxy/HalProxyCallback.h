@@ -22,8 +22,7 @@ class WakelockCounter : public IScopedWakelockRefCounter {
     int taken() const { return mTaken; }
     int held() const { return mHeld; }
 
-    /** Before the library has the callback. `observer` sees the first share taken, the last back.
-     */
+    /** Before the library has it. `observer` sees the first share taken, the last back. */
     void observe(std::function<void(bool held)> observer) { mObserver = std::move(observer); }
 
   private:

@@ -29,8 +29,7 @@ void hub_iio_state(struct hub_state *state);
 /* A handle stays known after its device is unplugged, since the hub still takes requests. */
 bool hub_iio_known(int handle);
 
-/* hub_nodes.c: class files and character devices other than the control device. One call at a
- * time. */
+/* hub_nodes.c: class files and character devices but the control device; one call at a time. */
 int hub_nodes_init(void);
 void hub_nodes_exit(void);
 int hub_nodes_set_file(const struct hub_file *file);

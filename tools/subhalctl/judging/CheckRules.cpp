@@ -203,10 +203,9 @@ void Subject::checkFlushOrder(int64_t flushedNs) const {
         ++held;
         if (i >= observed.beforeFlushed) ++late;
     }
-    if (observed.completions != 1) {
+    if (observed.completions != 1)
         return judge(false, "flush",
                      formatted("%d completions of 1, batched", observed.completions));
-    }
     if (held == 0) return skip("flush-order", "no event held back");
     // On a busy machine some samples come late, too, but not all that was held back.
     judge(late < held, "flush-order",

@@ -52,8 +52,7 @@ class Proxy {
     /** Makes the hub that was asked for, if one was. Its threads run from now on. */
     ExitCode openHub();
 
-    /** Between openHub() and open(): starts a recording. Returns false after reporting the error.
-     */
+    /** Between openHub() and open(): starts a recording. False after reporting the error. */
     bool recordTo(const std::string& path);
     /** Null without a recording. */
     Recorder* recorder() { return mRecorder.get(); }

@@ -194,7 +194,10 @@ class Round {
         if (start == nullptr) start = failureOf(mLoading, attribute);
         const std::string length = readLine(mBuffer + "length");
 
-        return {{request != nullptr || !mRefusal.empty(), "hub", mRefusal + textOf(request),
+        // After an event it is the library's own switching off that fails.
+        if (mEvent) request = nullptr;
+        return {{request != nullptr || !mRefusal.empty(), "hub",
+                 (mRefusal.empty() ? "accepted" : mRefusal) + textOf(request),
                  remedyFor(request, "no call on the hub failed; see --log error")},
                 {!sent, "hub", "was not sent both batch and switch",
                  "the library did not pass the request on", "accepted the batch and the switch"},

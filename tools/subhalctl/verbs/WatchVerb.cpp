@@ -175,9 +175,10 @@ class Watch {
             if (one.events > 0 || !reportsByItself(*one.sensor)) continue;
             result = kNoData;
             const std::string name = typeName(*one.sensor);
-            if (played) {
-                complain("the recording has no %sevents of %s (%" PRId32 ")",
-                         one.stale > 0 ? "fresh " : "", name.c_str(), one.sensor->sensorHandle);
+            if (mProxy.recording() != nullptr) {
+                complain("the recording has no %sevents of %s (%" PRId32 ")%s",
+                         one.stale > 0 ? "fresh " : "", name.c_str(), one.sensor->sensorHandle,
+                         played ? "" : " until then");
             } else if (one.sensor->fifoMaxEventCount > 0 &&
                        mOptions.latencyMs * 1'000'000 > elapsedNs(one.startNs, hubNowNs())) {
                 complain("%s reported nothing yet: --latency lets it wait for %" PRId64 " ms",
