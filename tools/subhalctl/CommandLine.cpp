@@ -28,7 +28,7 @@ constexpr char kExitCodes[] =
     "  2  usage, or a file named there cannot be used\n"
     "  3  the library cannot be loaded, or no simulated hub made\n"
     "  4  no such sensor, or the name is ambiguous\n"
-    "  5  refused by the library\n"
+    "  5  refused by the library, or a sensor could not be switched off\n"
     "  6  no data in time, fewer than requested, or interrupted early\n"
     "  7  no sensor hub here\n"
     "  8  output was lost";

@@ -131,7 +131,7 @@ struct Subject : Results {
     void count(const char* request, Result result) {
         ++requests;
         if (result == Result::OK) return;
-        refused += (refused.empty() ? "" : " ") + std::string(request) + ": " + resultName(result);
+        refused += (refused.empty() ? "" : ", ") + std::string(request) + ": " + resultName(result);
     }
 
     /** @param specs the hub's own */
