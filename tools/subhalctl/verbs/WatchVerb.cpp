@@ -101,13 +101,13 @@ class Watch {
     }
 
     /** What has come and is not looked at is not lost. */
-    void deactivateSensors(bool played, std::map<int32_t, int64_t> left) {
+    void deactivateSensors(bool played, const std::map<int32_t, int64_t>& left) {
         for (size_t i = 0; i < mWatched.size(); ++i) {
             const int32_t handle = mWatched[i].sensor->sensorHandle;
-            const int64_t offNs = mTimes != nullptr ? mTimes->offNs(handle) : INT64_MAX;
-            const int64_t nowNs = mTimes != nullptr && played ? offNs : hubNowNs();
-            const int64_t seenNs = left.emplace(handle, nowNs).first->second;
-            const int64_t endNs = std::min({offNs, nowNs, seenNs});
+            int64_t endNs = played && mTimes != nullptr ? INT64_MAX : hubNowNs();
+            if (mTimes != nullptr) endNs = std::min(endNs, mTimes->offNs(handle));
+            const auto unseen = left.find(handle);
+            if (unseen != left.end()) endNs = std::min(endNs, unseen->second);
             mWatched[i].intervals.end(endNs, mAsked[i].latencyNs);
             mActive.pop_front();
         }
